@@ -1,0 +1,454 @@
+// The DEFLATE state machine, one function a step. Each step either completes, or leaves the record
+// so that it runs again from its start: that is what makes the decoder resumable at any byte.
+#include "inflate/src/streams.h"
+
+#include <algorithm>
+
+namespace {
+
+// What a step returns when the machine is to go on with the state that the step has set.
+constexpr int32_t kGoOn = -1;
+
+// The states, numbered as they are stored in the record.
+enum state_t : uint16_t {
+    kBlockHeader,
+    kStoredLength,
+    kStoredComplement,
+    kStoredCopy,
+    kLitlenSymbol,
+    kLengthExtra,
+    kDistanceSymbol,
+    kDistanceExtra,
+    kLiteral,
+    kMatchCopy,
+    kDynamicHeader,
+    kCodeLengthLengths,
+    kCodeLengthSymbol,
+    kCodeLengthRepeat,
+    kBuildTables,
+    kStateCount
+};
+
+constexpr int16_t kEndOfBlock = 256;
+constexpr int16_t kFirstLengthSymbol = 257;
+
+constexpr uint32_t kCodeLengthCodes = 19;
+constexpr uint16_t kCodeLengthOrder[kCodeLengthCodes] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
+                                                         11, 4,  12, 3, 13, 2, 14, 1, 15};
+
+// Lengths and distances: RFC 1951, section 3.2.5.
+constexpr uint32_t kLengthCodes = 29;
+constexpr uint16_t kLengthBase[kLengthCodes] = {3,  4,  5,  6,   7,   8,   9,   10,  11, 13,
+                                                15, 17, 19, 23,  27,  31,  35,  43,  51, 59,
+                                                67, 83, 99, 115, 131, 163, 195, 227, 258};
+constexpr uint16_t kLengthExtraBits[kLengthCodes] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2,
+                                                     2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
+constexpr uint16_t kDistanceBase[kMaxDistSymbols] = {
+    1,   2,   3,   4,   5,   7,    9,    13,   17,   25,   33,   49,   65,    97,    129,
+    193, 257, 385, 513, 769, 1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
+constexpr uint16_t kDistanceExtraBits[kMaxDistSymbols] = {0, 0, 0,  0,  1,  1,  2,  2,  3,  3,
+                                                          4, 4, 5,  5,  6,  6,  7,  7,  8,  8,
+                                                          9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
+
+// ---- The fixed codes of block type 1
+
+constexpr uint32_t kFixedLitlenSymbols = 288;
+constexpr uint32_t kFixedDistSymbols = 32;
+
+uint16_t gFixedLitlenCounts[kMaxCodeLength + 1];
+uint16_t gFixedLitlenSymbols[kFixedLitlenSymbols];
+uint16_t gFixedDistCounts[kMaxCodeLength + 1];
+uint16_t gFixedDistSymbols[kFixedDistSymbols];
+huffman_t gFixedLitlen = {0, gFixedLitlenCounts, gFixedLitlenSymbols};
+huffman_t gFixedDist = {0, gFixedDistCounts, gFixedDistSymbols};
+
+// ---- Output
+
+// The bytes from `position` to the window's end, where copies wrap.
+uint32_t to_window_end(const inflate_t* inflate, const uint8_t* position) {
+    return inflate->windowSize - static_cast<uint32_t>(position - inflate->window);
+}
+
+// `position` moved on by `count` bytes, which reach the window's end at the most.
+uint32_t wrapped_offset(const inflate_t* inflate, const uint8_t* position, uint32_t count) {
+    const uint32_t offset = static_cast<uint32_t>(position - inflate->window) + count;
+    return offset == inflate->windowSize ? 0 : offset;
+}
+
+// Writes `count` bytes, which must fit the output and the rest of the window, from `from` on, one
+// byte after the other: an overlapping match repeats its own output.
+void emit(inflate_t* inflate, const uint8_t* from, uint32_t count) {
+    if (inflate->window != nullptr) {
+        // A match may overlap the window's write position, never the output block.
+        for (uint32_t i = 0; i < count; ++i) {
+            inflate->windowPos[i] = from[i];
+            inflate->out[i] = inflate->windowPos[i];
+        }
+        inflate->windowPos = inflate->window + wrapped_offset(inflate, inflate->windowPos, count);
+    } else {
+        for (uint32_t i = 0; i < count; ++i) {
+            inflate->out[i] = from[i];
+        }
+    }
+    inflate->out += count;
+    inflate->outAvailable -= count;
+    inflate->totalOut += count;
+}
+
+// ---- Blocks and stored data
+
+int32_t read_block_header(inflate_t* inflate, bitstream_t* stream) {
+    if (inflate->finalBlock != 0) {
+        return kInflateDone;
+    }
+    const uint32_t header = bitstream_extract(stream, 3);
+    if (header == kBitsMissing) {
+        return kInflateNeedsInput;
+    }
+    inflate->finalBlock = header & 1;
+    switch (header >> 1) {
+    case 0:
+        bitstream_align(stream);
+        inflate->state = kStoredLength;
+        return kGoOn;
+    case 1:
+        // Kept on purpose: unless inflate_init_fixed was called these codes are not built, and the
+        // block's first symbol is refused.
+        inflate->litlenTable = &gFixedLitlen;
+        inflate->distTable = &gFixedDist;
+        inflate->state = kLitlenSymbol;
+        return kGoOn;
+    case 2:
+        inflate->litlenTable = &inflate->dynLitlen;
+        inflate->distTable = &inflate->dynDist;
+        inflate->state = kDynamicHeader;
+        return kGoOn;
+    default:
+        return kInflateInvalid;
+    }
+}
+
+int32_t read_stored_length(inflate_t* inflate, bitstream_t* stream) {
+    const uint32_t length = bitstream_extract(stream, 16);
+    if (length == kBitsMissing) {
+        return kInflateNeedsInput;
+    }
+    inflate->length = static_cast<uint16_t>(length);
+    inflate->state = kStoredComplement;
+    return kGoOn;
+}
+
+int32_t check_stored_complement(inflate_t* inflate, bitstream_t* stream) {
+    const uint32_t complement = bitstream_extract(stream, 16);
+    if (complement == kBitsMissing) {
+        return kInflateNeedsInput;
+    }
+    if ((inflate->length ^ complement) != 0xFFFF) {
+        return kInflateInvalid;
+    }
+    inflate->state = kStoredCopy;
+    return kGoOn;
+}
+
+// Takes bytes straight from the input: after the alignment the bit buffer held whole bytes, at most
+// four, and the two 16-bit fields have used them up.
+int32_t copy_stored(inflate_t* inflate, bitstream_t* stream) {
+    while (inflate->length > 0) {
+        if (stream->available == 0) {
+            return kInflateNeedsInput;
+        }
+        if (inflate->outAvailable == 0) {
+            return kInflateNeedsOutput;
+        }
+        uint32_t count = std::min<uint32_t>(inflate->length, stream->available);
+        count = std::min(count, inflate->outAvailable);
+        if (inflate->window != nullptr) {
+            count = std::min(count, to_window_end(inflate, inflate->windowPos));
+        }
+        emit(inflate, stream->data, count);
+        stream->data += count;
+        stream->available -= count;
+        inflate->length = static_cast<uint16_t>(inflate->length - count);
+    }
+    inflate->state = kBlockHeader;
+    return kGoOn;
+}
+
+// ---- The header of a dynamic block
+
+int32_t read_dynamic_header(inflate_t* inflate, bitstream_t* stream) {
+    const uint32_t header = bitstream_extract(stream, 14);
+    if (header == kBitsMissing) {
+        return kInflateNeedsInput;
+    }
+    const uint32_t litlenField = header & 31;
+    const uint32_t distField = (header >> 5) & 31;
+    if (litlenField + 257 > kMaxLitlenSymbols || distField + 1 > kMaxDistSymbols) {
+        return kInflateInvalid;
+    }
+    inflate->length = static_cast<uint16_t>(litlenField + 257);
+    inflate->distance = static_cast<uint16_t>(distField + 1);
+    inflate->count = static_cast<uint16_t>(((header >> 10) & 15) + 4);
+    inflate->symbol = 0;
+    inflate->state = kCodeLengthLengths;
+    return kGoOn;
+}
+
+int32_t read_code_length_lengths(inflate_t* inflate, bitstream_t* stream) {
+    for (; inflate->count > 0; --inflate->count, ++inflate->symbol) {
+        const uint32_t length = bitstream_extract(stream, 3);
+        if (length == kBitsMissing) {
+            return kInflateNeedsInput;
+        }
+        inflate->lengths[kCodeLengthOrder[inflate->symbol]] = static_cast<uint16_t>(length);
+    }
+    for (auto rest = static_cast<uint32_t>(inflate->symbol); rest < kCodeLengthCodes; ++rest) {
+        inflate->lengths[kCodeLengthOrder[rest]] = 0;
+    }
+    // Kept on purpose: an incomplete code is accepted here, only an over-subscribed one is not.
+    if (huffman_build(&inflate->dynLitlen, inflate->lengths, kCodeLengthCodes, kMaxCodeLength) <
+        0) {
+        return kInflateInvalid;
+    }
+    inflate->count = static_cast<uint16_t>(inflate->length + inflate->distance);
+    inflate->lengthCursor = inflate->lengths;
+    inflate->state = kCodeLengthSymbol;
+    return kGoOn;
+}
+
+// Writes `repeats` equal code lengths and goes on with the next symbol, or with the tables.
+void write_code_lengths(inflate_t* inflate, uint16_t length, uint32_t repeats) {
+    inflate->lengthCursor = std::fill_n(inflate->lengthCursor, repeats, length);
+    inflate->count = static_cast<uint16_t>(inflate->count - repeats);
+    inflate->state = inflate->count > 0 ? kCodeLengthSymbol : kBuildTables;
+}
+
+int32_t read_code_length_symbol(inflate_t* inflate, bitstream_t* stream) {
+    const int32_t symbol = huffman_decode(&inflate->dynLitlen, stream);
+    if (symbol < 0) {
+        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;
+    }
+    if (symbol < 16) {
+        write_code_lengths(inflate, static_cast<uint16_t>(symbol), 1);
+        return kGoOn;
+    }
+    inflate->symbol = static_cast<int16_t>(symbol);
+    inflate->state = kCodeLengthRepeat;
+    return kGoOn;
+}
+
+int32_t repeat_code_length(inflate_t* inflate, bitstream_t* stream) {
+    struct repeat_t {
+        uint16_t base, extraBits;
+    };
+    constexpr repeat_t kRepeats[] = {{3, 2}, {3, 3}, {11, 7}}; // symbols 16, 17 and 18
+
+    const int32_t kind = inflate->symbol - 16;
+    if (kind < 0 || kind > 2) {
+        return kInflateInvalid;
+    }
+    const bool repeatsPrevious = kind == 0;
+    if (repeatsPrevious && inflate->lengthCursor == inflate->lengths) {
+        return kInflateInvalid;
+    }
+    const uint32_t extra = bitstream_extract(stream, kRepeats[kind].extraBits);
+    if (extra == kBitsMissing) {
+        return kInflateNeedsInput;
+    }
+    const uint32_t repeats = kRepeats[kind].base + extra;
+    if (repeats > inflate->count) {
+        return kInflateInvalid;
+    }
+    write_code_lengths(inflate, repeatsPrevious ? inflate->lengthCursor[-1] : uint16_t{0}, repeats);
+    return kGoOn;
+}
+
+// Builds the code of `n` lengths; an incomplete code passes only as a single code of one bit.
+bool build_block_code(huffman_t* huffman, const uint16_t* lengths, uint32_t n) {
+    const int32_t left = huffman_build(huffman, lengths, n, kMaxCodeLength);
+    const uint32_t atMostOneBit = uint32_t{huffman->counts[0]} + huffman->counts[1];
+    return left == 0 || (left > 0 && n == atMostOneBit);
+}
+
+int32_t build_tables(inflate_t* inflate, bitstream_t* /*stream*/) {
+    const uint16_t* const litlenLengths = inflate->lengths;
+    const uint16_t* const distLengths = inflate->lengths + inflate->length;
+    if (litlenLengths[kEndOfBlock] == 0 ||
+        !build_block_code(&inflate->dynLitlen, litlenLengths, inflate->length) ||
+        !build_block_code(&inflate->dynDist, distLengths, inflate->distance)) {
+        return kInflateInvalid;
+    }
+    inflate->state = kLitlenSymbol;
+    return kGoOn;
+}
+
+// ---- Compressed data
+
+int32_t read_litlen_symbol(inflate_t* inflate, bitstream_t* stream) {
+    const int32_t symbol = huffman_decode(inflate->litlenTable, stream);
+    if (symbol < 0) {
+        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;
+    }
+    inflate->symbol = static_cast<int16_t>(symbol);
+    if (symbol < kEndOfBlock) {
+        inflate->state = kLiteral;
+    } else if (symbol == kEndOfBlock) {
+        inflate->state = kBlockHeader;
+    } else {
+        inflate->symbol = static_cast<int16_t>(symbol - kFirstLengthSymbol);
+        inflate->state = kLengthExtra;
+    }
+    return kGoOn;
+}
+
+int32_t read_length_extra(inflate_t* inflate, bitstream_t* stream) {
+    const auto index = static_cast<uint32_t>(inflate->symbol);
+    if (index >= kLengthCodes) {
+        // Symbols 286 and 287 exist in the fixed code only and stand for no length.
+        return kInflateInvalid;
+    }
+    const uint32_t extra = bitstream_extract(stream, kLengthExtraBits[index]);
+    if (extra == kBitsMissing) {
+        return kInflateNeedsInput;
+    }
+    inflate->length = static_cast<uint16_t>(kLengthBase[index] + extra);
+    inflate->state = kDistanceSymbol;
+    return kGoOn;
+}
+
+int32_t read_distance_symbol(inflate_t* inflate, bitstream_t* stream) {
+    const int32_t symbol = huffman_decode(inflate->distTable, stream);
+    if (symbol < 0) {
+        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;
+    }
+    inflate->symbol = static_cast<int16_t>(symbol);
+    inflate->state = kDistanceExtra;
+    return kGoOn;
+}
+
+// How far back a match may reach: to the start of the output, and no further than a window holds.
+bool reaches_back(const inflate_t* inflate, uint32_t distance) {
+    return distance <= inflate->totalOut &&
+           (inflate->window == nullptr || distance <= inflate->windowSize);
+}
+
+int32_t read_distance_extra(inflate_t* inflate, bitstream_t* stream) {
+    const auto index = static_cast<uint32_t>(inflate->symbol);
+    if (index >= kMaxDistSymbols) {
+        return kInflateInvalid;
+    }
+    const uint32_t extra = bitstream_extract(stream, kDistanceExtraBits[index]);
+    if (extra == kBitsMissing) {
+        return kInflateNeedsInput;
+    }
+    inflate->distance = static_cast<uint16_t>(kDistanceBase[index] + extra);
+    if (!reaches_back(inflate, inflate->distance)) {
+        return kInflateInvalid;
+    }
+    inflate->state = kMatchCopy;
+    return kGoOn;
+}
+
+int32_t write_literal(inflate_t* inflate, bitstream_t* /*stream*/) {
+    if (inflate->outAvailable == 0) {
+        return kInflateNeedsOutput;
+    }
+    const auto literal = static_cast<uint8_t>(inflate->symbol);
+    emit(inflate, &literal, 1);
+    inflate->state = kLitlenSymbol;
+    return kGoOn;
+}
+
+int32_t copy_match_from_window(inflate_t* inflate) {
+    const auto position = static_cast<uint32_t>(inflate->windowPos - inflate->window);
+    const uint32_t wrap = position < inflate->distance ? inflate->windowSize : 0;
+    inflate->copyFrom = inflate->window + (position + wrap - inflate->distance);
+    while (inflate->length > 0) {
+        if (inflate->outAvailable == 0) {
+            return kInflateNeedsOutput;
+        }
+        uint32_t count = std::min<uint32_t>(inflate->length, inflate->outAvailable);
+        count = std::min(count, to_window_end(inflate, inflate->copyFrom));
+        count = std::min(count, to_window_end(inflate, inflate->windowPos));
+        emit(inflate, inflate->copyFrom, count);
+        inflate->copyFrom = inflate->window + wrapped_offset(inflate, inflate->copyFrom, count);
+        inflate->length = static_cast<uint16_t>(inflate->length - count);
+    }
+    inflate->state = kLitlenSymbol;
+    return kGoOn;
+}
+
+int32_t copy_match(inflate_t* inflate, bitstream_t* /*stream*/) {
+    if (inflate->window != nullptr) {
+        return copy_match_from_window(inflate);
+    }
+    if (inflate->outAvailable == 0) {
+        return kInflateNeedsOutput;
+    }
+    inflate->copyFrom = inflate->out - inflate->distance;
+    const uint32_t count = std::min<uint32_t>(inflate->length, inflate->outAvailable);
+    emit(inflate, inflate->copyFrom, count);
+    inflate->length = static_cast<uint16_t>(inflate->length - count);
+    // Kept on purpose: what does not fit is dropped. The output is sized for the whole stream, and
+    // callers give up at the next byte that finds no room.
+    inflate->state = kLitlenSymbol;
+    return kGoOn;
+}
+
+using step_t = int32_t (*)(inflate_t* inflate, bitstream_t* stream);
+
+constexpr step_t kSteps[kStateCount] = {
+    read_block_header,
+    read_stored_length,
+    check_stored_complement,
+    copy_stored,
+    read_litlen_symbol,
+    read_length_extra,
+    read_distance_symbol,
+    read_distance_extra,
+    write_literal,
+    copy_match,
+    read_dynamic_header,
+    read_code_length_lengths,
+    read_code_length_symbol,
+    repeat_code_length,
+    build_tables,
+};
+
+int32_t reset(inflate_t* inflate) {
+    huffman_attach(&inflate->dynLitlen, inflate->litlenCounts, inflate->litlenSymbols);
+    huffman_attach(&inflate->dynDist, inflate->distCounts, inflate->distSymbols);
+    inflate->state = kBlockHeader;
+    inflate->finalBlock = 0;
+    inflate->windowPos = inflate->window;
+    inflate->totalOut = 0;
+    return kInflateDone;
+}
+
+} // namespace
+
+void inflate_init_fixed() {
+    uint16_t lengths[kFixedLitlenSymbols];
+    for (uint32_t symbol = 0; symbol < kFixedLitlenSymbols; ++symbol) {
+        lengths[symbol] = symbol < 144 ? 8 : symbol < 256 ? 9 : symbol < 280 ? 7 : 8;
+    }
+    huffman_build(&gFixedLitlen, lengths, kFixedLitlenSymbols, kMaxCodeLength);
+    // Two of the 32 five-bit patterns stay without a symbol, and are invalid data.
+    std::fill_n(lengths, kMaxDistSymbols, uint16_t{5});
+    huffman_build(&gFixedDist, lengths, kMaxDistSymbols, kMaxCodeLength);
+}
+
+int32_t inflate_process(inflate_t* inflate, bitstream_t* stream) {
+    if (stream == nullptr) {
+        return reset(inflate);
+    }
+    for (;;) {
+        if (inflate->state >= kStateCount) {
+            return kInflateInvalid;
+        }
+        const int32_t result = kSteps[inflate->state](inflate, stream);
+        if (result != kGoOn) {
+            return result;
+        }
+    }
+}

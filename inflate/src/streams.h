@@ -1,0 +1,111 @@
+// A self-contained, resumable DEFLATE decoder (RFC 1951) and its bit reader. All state lives in
+// records that the caller owns; nothing is allocated. Input may come in pieces of any size, each
+// gone when the next one comes. There is no zlib wrapper here: the caller skips its header, and its
+// checksum is never read.
+#pragma once
+
+#include <cstdint>
+
+/// The bit reader. The caller refills `data` and `available` between calls and leaves the rest
+/// alone.
+struct bitstream_t {
+    const uint8_t* data; ///< next unread input byte
+    uint32_t available;  ///< input bytes left at `data`
+    uint32_t bits;       ///< bits taken from bytes but not yet used; the next one is bit 0
+    uint32_t bitCount;   ///< number of valid bits in `bits`, 0 to 32
+};
+
+/// One canonical Huffman code, as counts per length and symbols in code order.
+struct huffman_t {
+    uint16_t maxBits;  ///< longest length admitted; 0: not built, every decode fails
+    uint16_t* counts;  ///< 16 entries; entry n is the number of codes of length n
+    uint16_t* symbols; ///< by code length, and by symbol value within one length
+};
+
+inline constexpr uint32_t kMaxCodeLength = 15;
+inline constexpr uint32_t kMaxLitlenSymbols = 286;
+inline constexpr uint32_t kMaxDistSymbols = 30;
+
+/// The decoder's whole state, resumable at any byte. The caller fills it with zeros, may set
+/// `window` and `windowSize`, resets it with `inflate_process(inflate, nullptr)`, and then sets
+/// `out` and `outAvailable`. It points into itself once reset, so it must not be copied or moved.
+///
+/// Without a window (direct mode) matches are copied from the output itself: `out` must go on where
+/// it stopped, in one block that holds everything produced since the reset. With one (window mode)
+/// each call may bring another output block, and `windowSize` must be at least 1; a match further
+/// back than the window reaches is invalid data.
+struct inflate_t {
+    uint16_t state;     ///< step to go on with, 0 to 14
+    uint8_t finalBlock; ///< BFINAL of the current block
+    int16_t symbol;     ///< last symbol; the index of the code length being read; a length's index
+    uint16_t count;     ///< code lengths still to read
+    uint16_t length;    ///< bytes left of a stored block or a match; HLIT in a dynamic header
+    uint16_t distance;  ///< distance of a match; HDIST in a dynamic header
+    huffman_t* litlenTable;
+    huffman_t* distTable;
+    uint16_t litlenCounts[kMaxCodeLength + 1];
+    uint16_t litlenSymbols[kMaxLitlenSymbols];
+    uint16_t distCounts[kMaxCodeLength + 1];
+    uint16_t distSymbols[kMaxDistSymbols];
+    uint16_t lengths[kMaxLitlenSymbols + kMaxDistSymbols];
+    uint16_t* lengthCursor; ///< next entry of `lengths` to write
+    huffman_t dynLitlen;    ///< also the code-length code while a dynamic header is read
+    huffman_t dynDist;
+    const uint8_t* copyFrom; ///< source of the match copy
+    uint8_t* window;         ///< circular history, or null for direct mode
+    uint32_t windowSize;     ///< bytes of the window
+    uint8_t* windowPos;      ///< next write position in the window
+    uint8_t* out;            ///< next output byte
+    uint32_t outAvailable;   ///< output bytes still allowed
+    uint32_t totalOut;       ///< bytes produced since the reset
+};
+
+// Results of inflate_process.
+inline constexpr int32_t kInflateDone = 0;        ///< the final block has ended; also after a reset
+inline constexpr int32_t kInflateNeedsInput = 1;  ///< refill `data` and `available`, call again
+inline constexpr int32_t kInflateNeedsOutput = 2; ///< refill `out` and `outAvailable`, call again
+inline constexpr int32_t kInflateInvalid = 3;     ///< not DEFLATE data; reset before any other use
+
+// Results of huffman_decode below the symbols.
+inline constexpr int32_t kHuffmanInvalid = -1;
+inline constexpr int32_t kHuffmanNeedsInput = -2;
+
+/// What bitstream_extract returns when the input ran out.
+inline constexpr uint32_t kBitsMissing = 0xFFFFFFFF;
+
+/// Takes the next `count` bits (0 to 24, asserted), least significant first, or returns
+/// kBitsMissing and keeps every bit for a later call.
+uint32_t bitstream_extract(bitstream_t* stream, uint32_t count);
+
+/// Skips to the next byte boundary.
+void bitstream_align(bitstream_t* stream);
+
+/// Steps back over the last `count` bits taken (at most 14). They are read from memory again, so
+/// the bytes before `data` that hold them must still be there, in the current piece.
+void bitstream_unread(bitstream_t* stream, uint32_t count);
+
+/// Number of bits left in the reader and the current piece.
+uint32_t bitstream_remaining(const bitstream_t* stream);
+
+/// Gives a code its storage: 16 counts, and as many symbols as it will have. It owns neither.
+void huffman_attach(huffman_t* huffman, uint16_t* counts, uint16_t* symbols);
+
+/// Builds a canonical code from `n` code lengths of at most `maxBits` (at most 15) bits each.
+/// @return 0 for a complete code or none at all, the number of unused codes for an incomplete code,
+///         a negative number for an over-subscribed one.
+int32_t huffman_build(huffman_t* huffman, const uint16_t* lengths, uint32_t n, uint16_t maxBits);
+
+/// Decodes one symbol. @return the symbol, kHuffmanInvalid for a bit pattern that is no code, or
+/// kHuffmanNeedsInput if the input ended inside a code; its bits are kept and read again next time.
+int32_t huffman_decode(const huffman_t* huffman, bitstream_t* stream);
+
+/// Builds the two codes of fixed-code blocks (block type 1). Kept on purpose: this system never
+/// calls it, and until somebody does, every fixed-code block is refused as invalid data. The tables
+/// are process-wide; build them before any thread decodes.
+void inflate_init_fixed();
+
+/// Decodes until the stream ends, the input or the output runs out, or the data is invalid; with a
+/// null stream resets `inflate` instead and returns kInflateDone.
+/// Kept on purpose: in direct mode a match longer than the output space is cut short and decoding
+/// goes on behind it. @return one of the kInflate results.
+int32_t inflate_process(inflate_t* inflate, bitstream_t* stream);

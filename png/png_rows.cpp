@@ -1,0 +1,130 @@
+// One loop for each pixel size and filter, and the walk that chooses among them line by line.
+//
+// In place works because pixels never lie behind their own source: a line loses its filter byte
+// when it is converted, so the front of the block fills more slowly than the tail is used up. At
+// the closest (the first line of an image whose block has no byte to spare) a pixel lies one byte
+// before its source, so no store may run ahead of the bytes that have been read.
+#include "png/png_rows.h"
+
+#include "png/png_decode.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// The filters of the PNG standard: what is added to a sample, given its neighbours.
+struct no_filter_t {
+    static uint32_t predict(uint32_t, uint32_t, uint32_t) { return 0; }
+};
+
+struct sub_filter_t {
+    static uint32_t predict(uint32_t left, uint32_t, uint32_t) { return left; }
+};
+
+struct up_filter_t {
+    static uint32_t predict(uint32_t, uint32_t up, uint32_t) { return up; }
+};
+
+struct average_filter_t {
+    static uint32_t predict(uint32_t left, uint32_t up, uint32_t) { return (left + up) / 2; }
+};
+
+struct paeth_filter_t {
+    static uint32_t predict(uint32_t left, uint32_t up, uint32_t upLeft) {
+        const auto toUp = static_cast<int32_t>(up) - static_cast<int32_t>(upLeft);
+        const auto toLeft = static_cast<int32_t>(left) - static_cast<int32_t>(upLeft);
+        const int32_t distanceLeft = std::abs(toUp);
+        const int32_t distanceUp = std::abs(toLeft);
+        const int32_t distanceUpLeft = std::abs(toUp + toLeft);
+        if (distanceLeft <= distanceUp && distanceLeft <= distanceUpLeft) {
+            return left;
+        }
+        return distanceUp <= distanceUpLeft ? up : upLeft;
+    }
+};
+
+// Where a PNG sample goes inside its pixel: red and blue change places.
+template <uint32_t channels>
+constexpr uint32_t target_channel(uint32_t channel) {
+    return channels >= 3 && channel < 3 ? 2 - channel : channel;
+}
+
+// Converts one line; `above` is the finished line before it, which the first line does not have.
+template <uint32_t channels, typename filter_t, bool hasAbove>
+void convert_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+    uint32_t left[channels] = {};
+    uint32_t upLeft[channels] = {};
+    for (uint64_t x = 0; x < rowBytes; x += channels) {
+        for (uint32_t c = 0; c < channels; ++c) {
+            const uint32_t up = hasAbove ? above[x + target_channel<channels>(c)] : 0;
+            left[c] = (source[x + c] + filter_t::predict(left[c], up, upLeft[c])) & 255;
+            upLeft[c] = up;
+        }
+        for (uint32_t c = 0; c < channels; ++c) {
+            target[x + target_channel<channels>(c)] = static_cast<uint8_t>(left[c]);
+        }
+    }
+}
+
+using row_loop_t = void (*)(uint8_t* target, const uint8_t* source, const uint8_t* above,
+                            uint64_t rowBytes);
+
+constexpr uint32_t kFilterCount = 5;
+
+struct row_loops_t {
+    row_loop_t first[kFilterCount]; // for the first line
+    row_loop_t later[kFilterCount]; // for every other
+};
+
+template <uint32_t channels>
+constexpr row_loops_t kLoopsFor = {
+    {convert_row<channels, no_filter_t, false>, convert_row<channels, sub_filter_t, false>,
+     convert_row<channels, up_filter_t, false>, convert_row<channels, average_filter_t, false>,
+     convert_row<channels, paeth_filter_t, false>},
+    {convert_row<channels, no_filter_t, true>, convert_row<channels, sub_filter_t, true>,
+     convert_row<channels, up_filter_t, true>, convert_row<channels, average_filter_t, true>,
+     convert_row<channels, paeth_filter_t, true>}};
+
+constexpr const row_loops_t* kLoops[] = {&kLoopsFor<1>, &kLoopsFor<2>, &kLoopsFor<3>,
+                                         &kLoopsFor<4>};
+
+bool fits(uint64_t offset, uint64_t length, uint64_t blockSize) {
+    return offset <= blockSize && length <= blockSize - offset;
+}
+
+// Whether line `row` of a surface with that stride lies inside the block.
+bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t blockSize) {
+    uint64_t offset = 0;
+    return !__builtin_mul_overflow(uint64_t{row}, stride, &offset) &&
+           fits(offset, rowBytes, blockSize);
+}
+
+} // namespace
+
+int32_t png_convert_rows(const png_rows_t& rows) {
+    const row_loops_t& loops = *kLoops[rows.channels - 1];
+    const uint64_t rowBytes = uint64_t{rows.width} * rows.channels;
+    uint64_t source = rows.sourceOffset;
+    for (uint32_t row = 0; row < rows.height; ++row) {
+        if (!fits(source, 1, rows.blockSize)) {
+            return kPngMalformed;
+        }
+        const uint8_t filter = rows.block[source++];
+        if (filter >= kFilterCount) {
+            // Kept on purpose: not an error, and the next line starts at the very next byte.
+            continue;
+        }
+        if (!fits(source, rowBytes, rows.blockSize)) {
+            return kPngMalformed;
+        }
+        if (!row_fits(row, rows.stride, rowBytes, rows.blockSize)) {
+            return kPngDoesNotFit;
+        }
+        uint8_t* const target = rows.block + row * rows.stride;
+        const row_loop_t loop = (row == 0 ? loops.first : loops.later)[filter];
+        loop(target, rows.block + source, row == 0 ? nullptr : target - rows.stride, rowBytes);
+        source += rowBytes;
+    }
+    return kPngOk;
+}

@@ -1,0 +1,23 @@
+// Row reconstruction: from the inflated, filtered lines of a PNG image to the pixel lines of a
+// surface, in place inside one block.
+#pragma once
+
+#include <cstdint>
+
+/// Filtered lines at the tail of a block, and where their pixels go at its front.
+struct png_rows_t {
+    uint8_t* block;
+    uint64_t blockSize;    ///< bytes
+    uint64_t sourceOffset; ///< byte of the first line's filter type
+    uint64_t stride;       ///< bytes from one pixel line to the next, the first being at the front
+    uint32_t width;        ///< pixels
+    uint32_t height;       ///< lines
+    uint32_t channels;     ///< bytes a pixel, 1 to 4; red and blue are exchanged from 3 on
+};
+
+/// Converts all lines, first to last, strictly pixel by pixel: a pixel's source bytes are all read
+/// before any byte of it is written. That holds even where the pixels overtake their own source,
+/// since a line with a filter type above 4 takes one byte and leaves its pixel line as it is.
+/// @return kPngOk; kPngMalformed where the source would run out of the block; kPngDoesNotFit where
+///         the pixels would.
+int32_t png_convert_rows(const png_rows_t& rows);

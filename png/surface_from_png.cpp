@@ -1,0 +1,58 @@
+// Header pass, a surface made to fit, full pass, rotation.
+#include "png/surface_from_png.h"
+
+#include "png/png_decode.h"
+#include "src/ds_surface.h"
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+namespace {
+
+constexpr uint8_t kPlainGrey = 0; // the PNG colour type
+
+// Zeroed, so that bytes which no input byte reaches are the same in every run.
+void* allocate_zeroed(size_t byteCount) {
+    void* const block = std::calloc(1, byteCount);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void release(void* block) {
+    std::free(block);
+}
+
+std::unique_ptr<DsSurface> make_surface(const png_info_t& info, bool alphaOnly) {
+    const DsColorMode colorMode = alphaOnly ? DsColorMode::A8 : info.colorMode;
+    const uint64_t paletteSize = alphaOnly ? 0 : info.paletteSize;
+    constexpr uint32_t kUnturned = 0;
+    constexpr uint32_t kRowAlignment = 1;
+    // The filtered lines, which pass through the pixel block, take a byte a line more than the
+    // pixels.
+    const uint64_t filterBytes = info.height;
+    // Sizes beyond 31 bits turn negative here, for which no block can be had.
+    return std::make_unique<DsSurface>(
+        static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), kUnturned, colorMode,
+        info.paletteHasAlpha, paletteSize, allocate_zeroed, release, kRowAlignment, filterBytes);
+}
+
+} // namespace
+
+DsSurface* surface_from_png(const uint8_t* data, uint64_t size, bool alphaOnly, int32_t rotation) {
+    png_info_t info = {};
+    if (png_decode(data, size, &info, nullptr) != kPngOk) {
+        return nullptr;
+    }
+    if (alphaOnly && info.colorType != kPlainGrey) {
+        return nullptr;
+    }
+    std::unique_ptr<DsSurface> surface = make_surface(info, alphaOnly);
+    if (png_decode(data, size, &info, surface.get()) != kPngOk) {
+        return nullptr;
+    }
+    surface->rotate(rotation);
+    return surface.release();
+}

@@ -1,0 +1,52 @@
+# What the scripts share: finding the tree, installing missing Debian packages, quiet builds.
+# Sourced, not run.
+set -euo pipefail
+
+tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# Runs a command; its output is shown only if it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if ! "$@" >"$log" 2>&1; then
+        cat "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    rm -f "$log"
+}
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    else
+        sudo "$@"
+    fi
+}
+
+# Installs those of the named Debian packages that are not installed yet.
+install_missing() {
+    local package missing=()
+    for package in "$@"; do
+        if ! dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed; then
+            missing+=("$package")
+        fi
+    done
+    if [ ${#missing[@]} -eq 0 ]; then
+        return
+    fi
+    echo "Installing ${missing[*]} ..."
+    quietly as_root apt-get update
+    quietly as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends "${missing[@]}"
+}
+
+# Configures the preset $1 with the further options given, unless it stands as asked already.
+configure() {
+    (cd "$tree" && quietly cmake --preset "$@")
+}
+
+# Builds target $2 (all without it) of the preset $1.
+build() {
+    (cd "$tree" && quietly cmake --build --preset "$1" --parallel "$(nproc)" ${2:+--target "$2"})
+}

@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Converts one PNG on a machine that may have nothing yet: installs what is missing to build, builds
+# pngslab, and runs it.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+if [ $# -lt 2 ]; then
+    echo "usage: scripts/convert.sh IMAGE OUTPUT [more pngslab options]" >&2
+    exit 2
+fi
+
+install_missing g++ cmake make
+if [ ! -f "$tree/build/release/CMakeCache.txt" ]; then
+    configure release
+fi
+build release pngslab
+
+exec "$tree/build/release/bin/pngslab" --image "$1" --output "$2" "${@:3}"

@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Runs every test on a machine that may have nothing yet: installs what is missing, checks the
+# formatting, then builds and runs the whole suite, optimised and under the sanitizers.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+install_missing git g++ cmake make clang-format-14 libgtest-dev zlib1g-dev libpng-dev
+
+echo "Formatting"
+(cd "$tree" && git ls-files '*.cpp' '*.h' | xargs clang-format-14 --dry-run --Werror)
+
+for preset in release asan; do
+    echo "Building $preset"
+    configure "$preset" -DPNGSLAB_TESTS=ON -DPNGSLAB_WARNINGS_AS_ERRORS=ON
+    build "$preset"
+    (cd "$tree" && ctest --preset "$preset" --parallel "$(nproc)" --progress)
+done

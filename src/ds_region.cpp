@@ -1,0 +1,91 @@
+// The integer and the float rectangle as regions.
+#include "src/ds_region.h"
+
+#include "src/ds_rounding.h"
+#include "src/ds_surface.h"
+
+#include <limits>
+
+namespace {
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr DsFSpan kEmptySpan = {kInfinity, -kInfinity};
+
+// Whether a rectangle has an extent as seen from `position`: false for NaN, for an extent below 1
+// unit of the last place at that distance, and for none at all.
+bool extendsFrom(float position, float extent) {
+    return extent + position > position;
+}
+
+int32_t wrappingSum(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+
+DsFSpan integerSpan(int32_t first, int32_t extent) {
+    return {static_cast<float>(first), static_cast<float>(wrappingSum(first, extent))};
+}
+
+} // namespace
+
+DsRect::DsRect()
+    : DsRect(0, 0, 0, 0) {}
+
+DsRect::DsRect(int32_t x, int32_t y, int32_t width, int32_t height)
+    : mX(x)
+    , mY(y)
+    , mWidth(width)
+    , mHeight(height) {}
+
+DsFSpan DsRect::verticalSpanAt(float x) const {
+    return extendsFrom(x, static_cast<float>(mWidth)) ? integerSpan(mY, mHeight) : kEmptySpan;
+}
+
+DsFSpan DsRect::horizontalSpanAt(float y) const {
+    return extendsFrom(y, static_cast<float>(mHeight)) ? integerSpan(mX, mWidth) : kEmptySpan;
+}
+
+DsFRect DsRect::bounds() const {
+    return {static_cast<float>(mX), static_cast<float>(mY), static_cast<float>(mWidth),
+            static_cast<float>(mHeight)};
+}
+
+void DsRect::mapToSurface(const DsSurface& surface) {
+    surface.mapRect(*this);
+}
+
+DsFRect DsRect::moveBy(const DsFPoint& offset) {
+    mX = truncateToInt32(static_cast<float>(mX) + offset.x);
+    mY = truncateToInt32(static_cast<float>(mY) + offset.y);
+    return bounds();
+}
+
+DsFRect::DsFRect()
+    : DsFRect(0, 0, 0, 0) {}
+
+DsFRect::DsFRect(float x, float y, float width, float height)
+    : mX(x)
+    , mY(y)
+    , mWidth(width)
+    , mHeight(height) {}
+
+DsFSpan DsFRect::verticalSpanAt(float x) const {
+    return extendsFrom(x, mWidth) ? DsFSpan{mY, mY + mHeight} : kEmptySpan;
+}
+
+DsFSpan DsFRect::horizontalSpanAt(float y) const {
+    return extendsFrom(y, mHeight) ? DsFSpan{mX, mX + mWidth} : kEmptySpan;
+}
+
+DsFRect DsFRect::bounds() const {
+    return *this;
+}
+
+void DsFRect::mapToSurface(const DsSurface& surface) {
+    surface.mapRectF(*this);
+}
+
+DsFRect DsFRect::moveBy(const DsFPoint& offset) {
+    mX += offset.x;
+    mY += offset.y;
+    return *this;
+}

@@ -1,0 +1,136 @@
+// Token lookups, value parsers and the usage screen.
+#include "tools/surface_generator/command_line.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+// A copy of `text` with its terminator, or null for null.
+char* copyText(const char* text) {
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const size_t size = std::strlen(text) + 1;
+    return static_cast<char*>(std::memcpy(new char[size], text, size));
+}
+
+bool beginsWithMinus(const std::string& token) {
+    return !token.empty() && token.front() == '-';
+}
+
+// How messages name an option that may have two spellings.
+std::string labelOf(const std::string& name, const std::string& alternativeName) {
+    if (name.empty()) {
+        return alternativeName;
+    }
+    return alternativeName.empty() ? name : name + ", " + alternativeName;
+}
+
+} // namespace
+
+CommandLineException::CommandLineException(const char* option, const char* message) noexcept
+    : mOption(copyText(option))
+    , mMessage(copyText(message)) {}
+
+CommandLineException::CommandLineException(const CommandLineException& other) noexcept
+    : std::exception(other)
+    , mOption(copyText(other.mOption))
+    , mMessage(copyText(other.mMessage)) {}
+
+CommandLineException::~CommandLineException() {
+    delete[] mMessage;
+    delete[] mOption;
+}
+
+const char* CommandLineException::what() const noexcept {
+    return mMessage;
+}
+
+std::list<std::string>::iterator
+NullArgumentParser::parse(std::list<std::string>::iterator position,
+                          std::list<std::string>& /*tokens*/) {
+    return position;
+}
+
+StringArgumentParser::StringArgumentParser(std::string* target)
+    : mTarget(target) {}
+
+std::list<std::string>::iterator
+StringArgumentParser::parse(std::list<std::string>::iterator position,
+                            std::list<std::string>& tokens) {
+    // Kept on purpose: an empty value is not reported as missing, its first character is out of
+    // range.
+    if (position == tokens.end() || position->at(0) == '-') {
+        throw CommandLineException(nullptr, "missing value");
+    }
+    *mTarget = *position;
+    return tokens.erase(position);
+}
+
+CommandLine::CommandLine(const std::string& programName, int argc, const char* const* argv)
+    : mProgramName(programName)
+    , mInvokedPath(argv[0]) {
+    for (int i = 1; i < argc; ++i) {
+        mTokens.emplace_back(argv[i]);
+    }
+}
+
+void CommandLine::addOption(const std::string& usage, const std::string& help) {
+    mOptions.push_back({usage, help});
+}
+
+bool CommandLine::getOption(const std::string& name, const std::string& alternativeName,
+                            ArgumentParser& parser, bool repetitionAllowed) {
+    const auto matches = [&](const std::string& token) {
+        return token == name || token == alternativeName;
+    };
+    const auto match = std::find_if(mTokens.begin(), mTokens.end(), matches);
+    if (match == mTokens.end()) {
+        return false;
+    }
+    const std::string label = labelOf(name, alternativeName);
+    try {
+        parser.parse(mTokens.erase(match), mTokens);
+    } catch (const CommandLineException& failure) {
+        throw CommandLineException(label.c_str(), failure.what());
+    }
+    if (!repetitionAllowed && std::any_of(mTokens.begin(), mTokens.end(), matches)) {
+        throw CommandLineException(label.c_str(), "duplicate option");
+    }
+    return true;
+}
+
+bool CommandLine::getPositional(ArgumentParser& parser) {
+    bool isFree = true;
+    for (auto token = mTokens.begin(); token != mTokens.end(); ++token) {
+        if (beginsWithMinus(*token)) {
+            isFree = false;
+        } else if (!isFree) {
+            isFree = true; // the value of the option before it
+        } else {
+            try {
+                parser.parse(token, mTokens);
+            } catch (const CommandLineException& failure) {
+                throw CommandLineException("", failure.what());
+            }
+            return true;
+        }
+    }
+    return false;
+}
+
+void CommandLine::checkUnused() const {
+    if (!mTokens.empty()) {
+        throw CommandLineException(nullptr, ("invalid argument " + mTokens.front()).c_str());
+    }
+}
+
+void CommandLine::printUsage() const {
+    std::printf("\n\nUSAGE: %s [options]\n", mProgramName.c_str());
+    std::puts("where [options] can be any of the following:\n");
+    for (const OptionEntry& option : mOptions) {
+        std::printf("\n %-32s  -  %s\n", option.usage.c_str(), option.help.c_str());
+    }
+}

@@ -1,0 +1,217 @@
+// The converter's driver: one run from the arguments to the exit status. All messages go to
+// standard output.
+#include "png/surface_from_png.h"
+#include "src/ds_surface.h"
+#include "tools/surface_generator/command_line.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+constexpr const char* kTitle = "Quillory Surface Generator";
+constexpr const char* kProgramName = "pngslab";
+constexpr unsigned kVersion = 0x0100; // major version in the high byte, minor in the low
+constexpr const char* kMakersNotice = "Turns PNG images into surfaces that are ready to draw on.";
+
+// Ends the run normally: success and the help screen leave through the same exit path as failures.
+[[noreturn]] void exitSuccess() {
+    throw 0U;
+}
+
+// Ends the run with a message that is printed without the usage screen.
+[[noreturn, gnu::format(printf, 1, 2)]] void throwError(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    va_end(arguments);
+    std::string text(static_cast<size_t>(length), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    throw std::runtime_error(text);
+}
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+// A file's bytes, or the words of a surface file.
+template <typename Element>
+struct Buffer {
+    std::unique_ptr<Element[]> data;
+    size_t byteCount;
+};
+
+// What the command line asks for.
+struct Request {
+    std::string imagePath, outputPath;
+    bool alphaOnly;
+    int32_t rotation; // degrees
+};
+
+void printBanner() {
+    std::printf("\n\n%s v%X.%02X. %s\n\n", kTitle, kVersion >> 8, kVersion & 0xFF, kMakersNotice);
+}
+
+void declareOptions(CommandLine& commandLine) {
+    commandLine.addOption("--help", "Print this help screen");
+    commandLine.addOption("--image <image file>", "Input image file");
+    commandLine.addOption("--rotation <90 | 180 | 270>", "Specify image rotation");
+    commandLine.addOption("--alphaonly", "Generate an alpha only surface");
+    commandLine.addOption("--output <output file>", "Output surface file");
+}
+
+bool takeFlag(CommandLine& commandLine, const char* name) {
+    NullArgumentParser parser;
+    return commandLine.getOption(name, "", parser, false);
+}
+
+bool takeValue(CommandLine& commandLine, const char* name, std::string& value) {
+    StringArgumentParser parser(&value);
+    return commandLine.getOption(name, "", parser, false);
+}
+
+int32_t takeRotation(CommandLine& commandLine) {
+    std::string text;
+    if (!takeValue(commandLine, "--rotation", text)) {
+        return 0;
+    }
+    if (text == "90") {
+        return 90;
+    }
+    if (text == "180") {
+        return 180;
+    }
+    if (text == "270") {
+        return 270;
+    }
+    throwError("invalid rotation");
+}
+
+// Takes the options in the order in which their mistakes are to be reported.
+Request takeOptions(CommandLine& commandLine) {
+    if (takeFlag(commandLine, "--help")) {
+        commandLine.printUsage();
+        exitSuccess();
+    }
+    Request request;
+    if (!takeValue(commandLine, "--image", request.imagePath)) {
+        throw CommandLineException("--image", "missing file name");
+    }
+    request.alphaOnly = takeFlag(commandLine, "--alphaonly");
+    request.rotation = takeRotation(commandLine);
+    if (!takeValue(commandLine, "--output", request.outputPath)) {
+        throw CommandLineException("--output", "missing output file");
+    }
+    commandLine.checkUnused();
+    return request;
+}
+
+void checkSuffix(const std::string& imagePath) {
+    constexpr size_t kSuffixLength = 4;
+    // Kept on purpose: a shorter path is out of range for substr, which ends the run abnormally.
+    if (imagePath.substr(imagePath.size() - kSuffixLength, kSuffixLength) != ".png") {
+        throwError("unrecognized input file");
+    }
+}
+
+// Kept on purpose: both files are reported with the same words; the path tells them apart.
+File openFile(const std::string& path, const char* mode) {
+    File file(std::fopen(path.c_str(), mode));
+    if (file == nullptr) {
+        throwError("cannot open input file '%s'", path.c_str());
+    }
+    return file;
+}
+
+// Reads the file in one piece. A size that cannot be determined comes out as one that cannot be
+// allocated.
+Buffer<uint8_t> readWhole(std::FILE* file, const std::string& path) {
+    std::fseek(file, 0, SEEK_END);
+    const auto size = static_cast<size_t>(std::ftell(file));
+    std::fseek(file, 0, SEEK_SET);
+    Buffer<uint8_t> bytes = {std::make_unique_for_overwrite<uint8_t[]>(size), size};
+    if (std::fread(bytes.data.get(), size, 1, file) != 1) {
+        throwError("cannot read input file '%s'", path.c_str());
+    }
+    return bytes;
+}
+
+std::unique_ptr<DsSurface> decode(File input, const Request& request) {
+    const Buffer<uint8_t> bytes = readWhole(input.get(), request.imagePath);
+    input.reset();
+    std::unique_ptr<DsSurface> surface(
+        surface_from_png(bytes.data.get(), bytes.byteCount, request.alphaOnly, request.rotation));
+    if (surface == nullptr) {
+        throwError("cannot decode PNG file");
+    }
+    return surface;
+}
+
+Buffer<uint32_t> serialize(const DsSurface& surface) {
+    const uint64_t size = surface.serialize(nullptr);
+    const uint64_t wordCount = size / sizeof(uint32_t);
+    Buffer<uint32_t> file = {std::make_unique_for_overwrite<uint32_t[]>(wordCount), size};
+    // The surface leaves the padding behind its last line as it is; the same image is to give the
+    // same file.
+    file.data[wordCount - 1] = 0;
+    surface.serialize(file.data.get());
+    return file;
+}
+
+[[noreturn]] void convert(CommandLine& commandLine) {
+    const Request request = takeOptions(commandLine);
+    checkSuffix(request.imagePath);
+    // The input first: a missing one must not create or empty the output.
+    File input = openFile(request.imagePath, "rb");
+    File output = openFile(request.outputPath, "wb");
+    std::unique_ptr<DsSurface> surface = decode(std::move(input), request);
+    const Buffer<uint32_t> file = serialize(*surface);
+    // Kept on purpose: neither the write nor the closing is examined.
+    std::fwrite(file.data.get(), file.byteCount, 1, output.get());
+    output.reset();
+    std::printf("\nGenerated surface for '%s', size %lu bytes", request.imagePath.c_str(),
+                static_cast<unsigned long>(file.byteCount));
+    surface.reset();
+    exitSuccess();
+}
+
+void printFailure(const CommandLineException& failure) {
+    if (failure.mOption != nullptr) {
+        std::printf("\n\nERROR: '%s' %s\n\n", failure.mOption, failure.what());
+    } else {
+        std::printf("\n\nERROR: %s\n\n", failure.what());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    // Other exceptions than the program's own end it abnormally; nothing goes to standard error.
+    std::set_terminate(std::abort);
+    printBanner();
+    CommandLine commandLine(kProgramName, argc, argv);
+    declareOptions(commandLine);
+    try {
+        convert(commandLine);
+    } catch (const CommandLineException& failure) {
+        commandLine.printUsage();
+        printFailure(failure);
+        return 1;
+    } catch (const std::runtime_error& failure) {
+        std::printf("\n\nERROR: %s\n\n", failure.what());
+        return 1;
+    } catch (unsigned int) {
+        std::puts("\n");
+        return 0;
+    }
+}
