@@ -181,7 +181,7 @@ int32_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
         return kPngDoesNotFit;
     }
     for (uint32_t i = 0; i < decoder->info->paletteSize; ++i) {
-        const uint8_t* const rgb = chunk.data + 3 * i;
+        const uint8_t* const rgb = chunk.data + uint64_t{3} * i;
         uint8_t* const entry = palette_entry(surface, i);
         entry[0] = rgb[2];
         entry[1] = rgb[1];
