@@ -5,10 +5,11 @@
 #include <cstdint>
 #include <limits>
 
-/// Truncates toward zero; NaN and values outside the 32-bit range give -2147483648.
-inline int32_t truncateToInt32(float value) {
-    constexpr float kLimit = 2147483648.0F; // 2^31: the first value above the range, exact in float
-    if (value >= -kLimit && value < kLimit) {
+/// Truncates toward zero (floats pass through double unchanged); NaN and values outside the 32-bit
+/// range give -2147483648.
+inline int32_t truncateToInt32(double value) {
+    constexpr double kLimit = 2147483648.0; // 2^31, the first whole number above the range
+    if (value > -kLimit - 1.0 && value < kLimit) {
         return static_cast<int32_t>(value);
     }
     return std::numeric_limits<int32_t>::min();

@@ -116,6 +116,22 @@ DsSurface::DsSurface(uint8_t* file)
     , pixels(file + kHeaderSize)
     , palette(nullptr) {}
 
+DsSurface::DsSurface(const DsSurface& parent, const DsRect& area)
+    : DsSurface(parent) {
+    const DsArea stored = storedAreaOf(area, rotation, parent.width, parent.height);
+    width = area.mWidth;
+    height = area.mHeight;
+    mapSize(width, height);
+    const DsArea visible =
+        intersect(intersect(stored, {0, 0, parent.width, parent.height}), areaOf(parent.clip));
+    clip = rectOf({visible.left - stored.left, visible.top - stored.top,
+                   visible.right - stored.left, visible.bottom - stored.top});
+    // An origin outside the parent is a mere number until somebody draws inside the clip.
+    const uint64_t offset = static_cast<uint64_t>(stored.top) * stride +
+                            static_cast<uint64_t>(stored.left) * bytesPerPixel;
+    pixels = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(pixels) + offset);
+}
+
 DsSurface::~DsSurface() {
     if (freeFn == nullptr) {
         return;

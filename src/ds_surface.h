@@ -50,6 +50,14 @@ public:
     /// trusted: the caller makes sure that 20 bytes and height * stride more are there.
     explicit DsSurface(uint8_t* file);
 
+    /// Makes a non-owning sub-surface over `area` of `parent` (its caller coordinates), as an alias
+    /// whose origin and size are the area's. The size is kept even where the area sticks out of the
+    /// parent; the clip is cut to the parent's array and to its clip, so drawing stays inside. On
+    /// one that sticks out, callers must not call what goes past the clip: `resetClip`, `setClip`
+    /// with more than the part inside, `invert`, `replaceColor`, `copyChannels`, `replaceAlpha`,
+    /// `serialize`, or a copy from it.
+    DsSurface(const DsSurface& parent, const DsRect& area);
+
     /// Releases the palette block, then the pixel block, if a release callback was given.
     ~DsSurface();
 
@@ -126,11 +134,53 @@ public:
     /// checked. ARGB1555 pixels also have their colours encoded again by that mode's spilling rule.
     void replaceAlpha(const DsSurface& alpha_only_src);
 
+    // Drawing. Positions are caller coordinates, colours are colour words (alpha in bits 0-7, red
+    // 8-15, green 16-23, blue or palette index 24-31); the clip holds for setPixel, fill and the
+    // copies. Copies read the source in stored order, so both sides should have the same rotation;
+    // a source never gets read outside its stored array, and may be the destination itself at the
+    // same place, but must not overlap it shifted. Alpha modes: 0 takes alpha as decoded, 1 the
+    // colour's alpha, 2 their product over 255, any other 0.
+
+    /// Writes one pixel.
+    void setPixel(int32_t x, int32_t y, uint32_t color);
+    /// Fills the clip.
+    void fill(uint32_t color);
+    /// Copies the whole source to (x, y), converting its pixels; A8 sources paint `color`.
+    void blit(int32_t x, int32_t y, const DsSurface& source, uint32_t alphaMode, uint32_t color);
+    /// Composes the whole source over the pixels at (x, y). The stored colour comes out multiplied
+    /// by coverage (see blendPixels).
+    void blend(int32_t x, int32_t y, const DsSurface& source, uint32_t alphaMode, uint32_t color);
+    /// Blends the source aligned inside `area`, which does not clip. Bits 0 and 1 of `alignFlags`:
+    /// 2 right, 3 centred, else left; bits 2 and 3: 8 bottom, 12 centred, else top. (dx, dy) moves
+    /// it inwards from the edge that it is aligned to, and right or down when centred.
+    void blendAligned(const DsSurface& source, uint32_t alphaMode, uint32_t color,
+                      const DsRect& area, uint8_t alignFlags, int32_t dx, int32_t dy);
+    /// Complements every byte of every stored pixel, alpha included, whatever the clip.
+    void invert();
+    /// Gives the flagged channels of `replacement` to every stored pixel, whatever the clip, whose
+    /// channels flagged for matching all equal those of `match`. A matching pixel is encoded again,
+    /// which changes ARGB1555 pixels even with no channel replaced.
+    void replaceColor(uint32_t match, bool matchAlpha, bool matchRed, bool matchGreen,
+                      bool matchBlue, uint32_t replacement, bool setAlpha, bool setRed,
+                      bool setGreen, bool setBlue);
+    /// Takes the flagged channels of every stored pixel, whatever the clip, from the source's pixel
+    /// in the same line and column, and encodes it again. The source must be at least as large,
+    /// which is not checked.
+    void copyChannels(const DsSurface& source, bool alpha, bool red, bool green, bool blue);
+
 private:
+    using CopyKernel = void (*)(uint8_t* destination, uint32_t destinationPitch,
+                                DsColorMode destinationMode, const uint8_t* source,
+                                uint32_t sourcePitch, DsColorMode sourceMode, uint32_t pixelsWide,
+                                uint32_t pixelsHigh, uint32_t alphaMode, uint32_t color);
+
+    void copyTo(int64_t x, int64_t y, const DsSurface& source, CopyKernel kernel,
+                uint32_t alphaMode, uint32_t color);
     uint64_t pixelsPer(uint64_t byteCount) const;
     uint8_t* allocatePixels(int32_t lines, int32_t lineWidth, uint64_t lineStride,
                             uint64_t extra) const;
     void allocatePalette();
+    bool isEmpty() const { return width < 1 || height < 1; }
 
     uint64_t userData;
     DsAllocFn allocFn;

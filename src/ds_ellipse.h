@@ -1,0 +1,57 @@
+// The ellipse as a region, and the polar geometry that drawing arcs and pie slices needs.
+//
+// Angles are in degrees, counter-clockwise as seen on the screen: 0 points right, 90 points up,
+// towards smaller y. Results are pinned bit by bit: each operation runs in the width and order
+// given here and in the source file. Nothing is clamped: a square root of a negative number, at the
+// very edge of an ellipse or with a zero radius, gives NaN.
+#pragma once
+
+#include "src/ds_region.h"
+
+/// An ellipse with axes along x and y, in pixels. A plain value, as the rectangles are.
+class DsEllipse : public DsRegion {
+public:
+    /// @param radii horizontal and vertical semi-axis.
+    DsEllipse(const DsFPoint& center, const DsFPoint& radii);
+
+    /// Where |x - centre| is at most the horizontal radius, the stretch between the two points of
+    /// the ellipse at that column, else the empty span. Both ends are inclusive.
+    DsFSpan verticalSpanAt(float x) const override;
+    DsFSpan horizontalSpanAt(float y) const override;
+    DsFRect bounds() const override;
+    void mapToSurface(const DsSurface& surface) override;
+    DsFRect moveBy(const DsFPoint& offset) override;
+
+    void setRadii(DsFPoint radii);
+    /// Makes this the ellipse inscribed in `rect`. The centre is formed in double precision, the
+    /// radii in single.
+    void setFromRect(const DsFRect& rect);
+
+    /// Distance from the centre to the ellipse along the angle.
+    float radiusAt(float angle) const;
+    /// The point of the ellipse along the angle.
+    DsFPoint pointAt(float angle) const;
+
+    /// Bounding box of the arc that runs counter-clockwise from one angle to the other, or of the
+    /// pie slice with the centre. Angles are taken modulo 360, so 0 to 360 is a single point.
+    /// Neither angle may be a negative number so small that adding 360 gives 360 in single
+    /// precision (such as -0.000001): an end angle of that kind never ends the walk round the axes.
+    DsFRect arcBounds(bool sector, float startAngle, float endAngle) const;
+
+private:
+    void updateCachedValues();
+
+    float mCenterX, mCenterY;
+    float mRadiusX, mRadiusY;
+    float mRadiusX2, mRadiusY2; // squares of the radii
+    float mRatioXY, mRatioYX;   // quotients of the squares
+};
+
+/// The extents of an arc of the unit circle, or of its pie slice, as arcBounds finds them; the same
+/// condition holds for the angles.
+void unitArcExtents(bool sector, float& minX, float& maxX, float& minY, float& maxY,
+                    float startAngle, float endAngle);
+
+/// Rounds a point to the nearest pixel position, halves away from zero; NaN and what does not fit
+/// 32 bits give -2147483648. @return `target`.
+DsPoint& roundPoint(DsPoint& target, const DsFPoint& source);

@@ -1,0 +1,250 @@
+// The operations that change pixels: single pixels, fills, copies, inversion, recolouring.
+#include "src/ds_area.h"
+#include "src/ds_rotation_mapping.h"
+#include "src/ds_surface.h"
+#include "src/pixel_kernels.h"
+#include "src/pixel_loops.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
+namespace {
+
+// ---- Hooks for an accelerated back end, which would load a palette or flush here. They have no
+// effect in this system, and callers count on that.
+
+void loadPaletteHook(const uint8_t* /*palette*/, uint64_t /*entryCount*/) {}
+
+void drawingDoneHook() {}
+
+// ---- Single pixels
+
+struct PixelWriter {
+    uint32_t (*encode)(const DsColor& color);
+    void (*store)(uint8_t* pixel, uint32_t value);
+};
+
+template <DsColorMode mode>
+constexpr PixelWriter kPixelWriter = {encodePixel<mode>, storePixel<mode>};
+
+constexpr std::array<PixelWriter, kColorModeCount> kPixelWriters = {
+    kPixelWriter<DsColorMode::ARGB8888>,  kPixelWriter<DsColorMode::RGB888>,
+    kPixelWriter<DsColorMode::RGB565>,    kPixelWriter<DsColorMode::ARGB1555>,
+    kPixelWriter<DsColorMode::ARGB4444>,  kPixelWriter<DsColorMode::I8>,
+    kPixelWriter<DsColorMode::Reserved6>, kPixelWriter<DsColorMode::AI88>,
+    kPixelWriter<DsColorMode::Reserved8>, kPixelWriter<DsColorMode::A8>};
+
+// ---- Channels
+
+struct ChannelFlags {
+    bool alpha, red, green, blue;
+};
+
+// The flagged channels of `taken`, the others of `kept`.
+DsColor mix(const ChannelFlags& flags, const DsColor& taken, const DsColor& kept) {
+    return {flags.alpha ? taken.alpha : kept.alpha, flags.red ? taken.red : kept.red,
+            flags.green ? taken.green : kept.green, flags.blue ? taken.blue : kept.blue};
+}
+
+bool equalIn(const ChannelFlags& flags, const DsColor& a, const DsColor& b) {
+    return (!flags.alpha || a.alpha == b.alpha) && (!flags.red || a.red == b.red) &&
+           (!flags.green || a.green == b.green) && (!flags.blue || a.blue == b.blue);
+}
+
+struct Recoloring {
+    DsColor match;
+    ChannelFlags matched;
+    DsColor replacement;
+    ChannelFlags replaced;
+};
+
+template <DsColorMode mode>
+void recolorLine(uint8_t* pixel, int32_t count, const Recoloring& recoloring) {
+    for (int32_t x = 0; x < count; ++x, pixel += kPixelSize<mode>) {
+        const DsColor color = decodePixel<mode>(loadPixel<mode>(pixel));
+        if (equalIn(recoloring.matched, color, recoloring.match)) {
+            storePixel<mode>(
+                pixel, encodePixel<mode>(mix(recoloring.replaced, recoloring.replacement, color)));
+        }
+    }
+}
+
+using RecolorLine = void (*)(uint8_t* pixel, int32_t count, const Recoloring& recoloring);
+
+constexpr std::array<RecolorLine, kColorModeCount> kRecolorLines = {
+    recolorLine<DsColorMode::ARGB8888>,
+    recolorLine<DsColorMode::RGB888>,
+    recolorLine<DsColorMode::RGB565>,
+    recolorLine<DsColorMode::ARGB1555>,
+    recolorLine<DsColorMode::ARGB4444>,
+    recolorLine<DsColorMode::I8>,
+    nullptr,
+    recolorLine<DsColorMode::AI88>,
+    nullptr,
+    recolorLine<DsColorMode::A8>};
+
+template <DsColorMode targetMode, DsColorMode sourceMode>
+void copyChannelsOfLine(uint8_t* target, const uint8_t* source, int32_t count,
+                        const ChannelFlags& taken) {
+    for (int32_t x = 0; x < count; ++x) {
+        const DsColor from = decodePixel<sourceMode>(loadPixel<sourceMode>(source));
+        const DsColor to = decodePixel<targetMode>(loadPixel<targetMode>(target));
+        storePixel<targetMode>(target, encodePixel<targetMode>(mix(taken, from, to)));
+        target += kPixelSize<targetMode>;
+        source += kPixelSize<sourceMode>;
+    }
+}
+
+using CopyChannelsLine = void (*)(uint8_t* target, const uint8_t* source, int32_t count,
+                                  const ChannelFlags& taken);
+
+constexpr ModePairTable<CopyChannelsLine> kCopyChannelsLines = makeModePairTable<CopyChannelsLine>(
+    []<DsColorMode target, DsColorMode source>() -> CopyChannelsLine {
+        return copyChannelsOfLine<target, source>;
+    });
+
+// ---- Alignment
+
+// Where an extent of `size` starts inside an area. `how` is a pair of alignment bits: 2 at the far
+// end, 3 centred, else at the near end.
+int64_t alignedStart(uint32_t how, int64_t areaStart, int64_t areaSize, int64_t size,
+                     int64_t offset) {
+    switch (how) {
+    case 2:
+        return areaStart + areaSize - size - offset;
+    case 3:
+        return areaStart + ((areaSize - size) >> 1) + offset;
+    default:
+        return areaStart + offset;
+    }
+}
+
+bool hasPixels(DsColorMode mode) {
+    return bytesPerPixel(mode) != 0;
+}
+
+} // namespace
+
+void DsSurface::setPixel(int32_t x, int32_t y, uint32_t color) {
+    int64_t storedX = x;
+    int64_t storedY = y;
+    mapPosition<int64_t>(rotation, int64_t{width} - 1, int64_t{height} - 1, storedX, storedY);
+    const DsArea visible = areaOf(clip);
+    if (!hasPixels(mColorMode) || storedX < visible.left || storedX >= visible.right ||
+        storedY < visible.top || storedY >= visible.bottom) {
+        return;
+    }
+    const PixelWriter& writer = kPixelWriters[static_cast<uint32_t>(mColorMode)];
+    writer.store(pixels + static_cast<uint64_t>(storedY) * stride +
+                     static_cast<uint64_t>(storedX) * bytesPerPixel,
+                 writer.encode(colorFromWord(color)));
+}
+
+void DsSurface::fill(uint32_t color) {
+    if (hasPixels(mColorMode) && clip.mWidth > 0 && clip.mHeight > 0) {
+        const PixelWriter& writer = kPixelWriters[static_cast<uint32_t>(mColorMode)];
+        fillPixels(pixels + static_cast<uint64_t>(clip.mY) * stride +
+                       static_cast<uint64_t>(clip.mX) * bytesPerPixel,
+                   static_cast<uint32_t>(pitch), static_cast<uint32_t>(clip.mWidth),
+                   static_cast<uint32_t>(clip.mHeight), mColorMode,
+                   writer.encode(colorFromWord(color)));
+    }
+    drawingDoneHook();
+}
+
+void DsSurface::copyTo(int64_t x, int64_t y, const DsSurface& source, CopyKernel kernel,
+                       uint32_t alphaMode, uint32_t color) {
+    int32_t sourceWidth = 0;
+    int32_t sourceHeight = 0;
+    source.getSize(sourceWidth, sourceHeight);
+    int64_t left = x;
+    int64_t top = y;
+    int64_t sizeX = sourceWidth;
+    int64_t sizeY = sourceHeight;
+    mapRectangle<int64_t>(rotation, width, height, left, top, sizeX, sizeY);
+    // With unequal rotations the mapped size is not that of the source's stored array.
+    sizeX = std::min<int64_t>(sizeX, source.width);
+    sizeY = std::min<int64_t>(sizeY, source.height);
+    const DsRect drawn = rectOf(intersect({left, top, left + sizeX, top + sizeY}, areaOf(clip)));
+    if (source.isEmpty() || drawn.mWidth == 0 || drawn.mHeight == 0) {
+        return;
+    }
+    if (source.paletteSize != 0 &&
+        (source.mColorMode == DsColorMode::I8 || source.mColorMode == DsColorMode::AI88)) {
+        loadPaletteHook(source.palette, source.paletteSize);
+    }
+    kernel(pixels + static_cast<uint64_t>(drawn.mY) * stride +
+               static_cast<uint64_t>(drawn.mX) * bytesPerPixel,
+           static_cast<uint32_t>(pitch), mColorMode,
+           source.pixels + static_cast<uint64_t>(drawn.mY - top) * source.stride +
+               static_cast<uint64_t>(drawn.mX - left) * source.bytesPerPixel,
+           static_cast<uint32_t>(source.pitch), source.mColorMode,
+           static_cast<uint32_t>(drawn.mWidth), static_cast<uint32_t>(drawn.mHeight), alphaMode,
+           color);
+    drawingDoneHook();
+}
+
+void DsSurface::blit(int32_t x, int32_t y, const DsSurface& source, uint32_t alphaMode,
+                     uint32_t color) {
+    copyTo(x, y, source, convertPixels, alphaMode, color);
+}
+
+void DsSurface::blend(int32_t x, int32_t y, const DsSurface& source, uint32_t alphaMode,
+                      uint32_t color) {
+    copyTo(x, y, source, blendPixels, alphaMode, color);
+}
+
+void DsSurface::blendAligned(const DsSurface& source, uint32_t alphaMode, uint32_t color,
+                             const DsRect& area, uint8_t alignFlags, int32_t dx, int32_t dy) {
+    int32_t sourceWidth = 0;
+    int32_t sourceHeight = 0;
+    source.getSize(sourceWidth, sourceHeight);
+    copyTo(alignedStart(alignFlags & 3U, area.mX, area.mWidth, sourceWidth, dx),
+           alignedStart((alignFlags >> 2) & 3U, area.mY, area.mHeight, sourceHeight, dy), source,
+           blendPixels, alphaMode, color);
+}
+
+void DsSurface::invert() {
+    if (isEmpty()) {
+        return;
+    }
+    const uint64_t lineBytes = static_cast<uint64_t>(width) * bytesPerPixel;
+    uint8_t* line = pixels;
+    for (int32_t y = 0; y < height; ++y, line += stride) {
+        for (uint64_t i = 0; i < lineBytes; ++i) {
+            line[i] = static_cast<uint8_t>(~line[i]);
+        }
+    }
+}
+
+void DsSurface::replaceColor(uint32_t match, bool matchAlpha, bool matchRed, bool matchGreen,
+                             bool matchBlue, uint32_t replacement, bool setAlpha, bool setRed,
+                             bool setGreen, bool setBlue) {
+    if (!hasPixels(mColorMode)) {
+        return;
+    }
+    const Recoloring recoloring = {colorFromWord(match),
+                                   {matchAlpha, matchRed, matchGreen, matchBlue},
+                                   colorFromWord(replacement),
+                                   {setAlpha, setRed, setGreen, setBlue}};
+    const RecolorLine recolor = kRecolorLines[static_cast<uint32_t>(mColorMode)];
+    uint8_t* line = pixels;
+    for (int32_t y = 0; y < height; ++y, line += stride) {
+        recolor(line, width, recoloring);
+    }
+}
+
+void DsSurface::copyChannels(const DsSurface& source, bool alpha, bool red, bool green, bool blue) {
+    if (!hasPixels(mColorMode)) {
+        return;
+    }
+    const CopyChannelsLine copyLine =
+        kCopyChannelsLines[static_cast<uint32_t>(mColorMode)][sourceModeIndex(source.mColorMode)];
+    const ChannelFlags taken = {alpha, red, green, blue};
+    uint8_t* line = pixels;
+    const uint8_t* sourceLine = source.pixels;
+    for (int32_t y = 0; y < height; ++y, line += stride, sourceLine += source.stride) {
+        copyLine(line, sourceLine, width, taken);
+    }
+}

@@ -1,0 +1,102 @@
+// The kernels: a loop chosen once for the pair of modes, run line by line.
+#include "src/pixel_kernels.h"
+
+#include "src/ds_little_endian.h"
+#include "src/pixel_loops.h"
+#include "src/wide_loops.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+using Line = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
+                      const SourceRule& rule);
+
+constexpr ModePairTable<Line> kConvertLines = makeModePairTable<Line>(
+    []<DsColorMode target, DsColorMode source>() -> Line { return convertLine<target, source>; });
+
+constexpr ModePairTable<Line> kBlendLines = makeModePairTable<Line>(
+    []<DsColorMode target, DsColorMode source>() -> Line { return blendLine<target, source>; });
+
+// One side of a copy.
+template <typename Byte>
+struct Side {
+    Byte* pixels;
+    uint32_t pitch;
+    DsColorMode mode;
+};
+
+// Copies a rectangle: the loops are chosen once, then every line takes the wide one as far as it
+// goes and the plain one for the rest.
+void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width, uint32_t height,
+                const SourceRule& rule, const ModePairTable<Line>& lines,
+                WideLine (*wideLineFor)(DsColorMode target, DsColorMode source)) {
+    const uint32_t targetPixelSize = bytesPerPixel(target.mode);
+    const uint32_t sourcePixelSize = bytesPerPixel(source.mode);
+    if (targetPixelSize == 0) {
+        return;
+    }
+    const Line line = lines[static_cast<uint32_t>(target.mode)][sourceModeIndex(source.mode)];
+    const WideLine wideLine = wideLineFor(target.mode, source.mode);
+    for (uint32_t y = 0; y < height; ++y) {
+        const uint32_t done =
+            wideLine != nullptr ? wideLine(target.pixels, source.pixels, width, rule) : 0;
+        line(target.pixels + uint64_t{done} * targetPixelSize,
+             source.pixels + uint64_t{done} * sourcePixelSize, width - done, rule);
+        target.pixels += uint64_t{target.pitch} * targetPixelSize;
+        source.pixels += uint64_t{source.pitch} * sourcePixelSize;
+    }
+}
+
+// The number of whole pixels of any size that a pattern of 48 bytes holds, with 16-byte stores.
+constexpr uint32_t kPatternSize = 48;
+static_assert(kPatternSize % 16 == 0 && kPatternSize % 1 == 0 && kPatternSize % 2 == 0 &&
+              kPatternSize % 3 == 0 && kPatternSize % 4 == 0);
+
+void makePattern(uint8_t (&pattern)[kPatternSize], uint32_t pixelSize, uint32_t value) {
+    for (uint32_t i = 0; i < kPatternSize; ++i) {
+        pattern[i] = static_cast<uint8_t>(value >> (8 * (i % pixelSize)));
+    }
+}
+
+void fillLine(uint8_t* line, uint64_t byteCount, const uint8_t (&pattern)[kPatternSize]) {
+    for (; byteCount >= kPatternSize; byteCount -= kPatternSize, line += kPatternSize) {
+        std::memcpy(line, pattern, kPatternSize);
+    }
+    std::memcpy(line, pattern, byteCount);
+}
+
+} // namespace
+
+void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width, uint32_t height,
+                DsColorMode mode, uint32_t value) {
+    const uint64_t pixelSize = bytesPerPixel(mode);
+    if (pixelSize == 0 || width == 0) {
+        return;
+    }
+    uint8_t pattern[kPatternSize];
+    makePattern(pattern, static_cast<uint32_t>(pixelSize), value);
+    for (uint32_t y = 0; y < height; ++y) {
+        fillLine(destination, width * pixelSize, pattern);
+        destination += destinationPitch * pixelSize;
+    }
+}
+
+void convertPixels(uint8_t* destination, uint32_t destinationPitch, DsColorMode destinationMode,
+                   const uint8_t* source, uint32_t sourcePitch, DsColorMode sourceMode,
+                   uint32_t width, uint32_t height, uint32_t alphaMode, uint32_t color) {
+    copyPixels({destination, destinationPitch, destinationMode}, {source, sourcePitch, sourceMode},
+               width, height, sourceRule(alphaMode, color), kConvertLines, wideConvertLine);
+}
+
+void blendPixels(uint8_t* destination, uint32_t destinationPitch, DsColorMode destinationMode,
+                 const uint8_t* source, uint32_t sourcePitch, DsColorMode sourceMode,
+                 uint32_t width, uint32_t height, uint32_t alphaMode, uint32_t color) {
+    copyPixels({destination, destinationPitch, destinationMode}, {source, sourcePitch, sourceMode},
+               width, height, sourceRule(alphaMode, color), kBlendLines, wideBlendLine);
+}
+
+void fillBytes(uint8_t* destination, uint8_t value, uint32_t count) {
+    std::fill_n(destination, count, value);
+}

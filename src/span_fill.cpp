@@ -1,0 +1,142 @@
+// The fill state and both span routines. A span is a blend whose source is the coverage, read as an
+// A8 mask, with the colour's alpha multiplied in.
+#include "src/span_fill.h"
+
+#include "src/pixel_loops.h"
+#include "src/wide_loops.h"
+
+#include <array>
+#include <cstring>
+
+DsColorMode gBlendColorMode = DsColorMode::ARGB8888;
+uint32_t gBlendColor = 0;
+uint32_t gBlendBytesPerPixel = 0;
+
+namespace {
+
+// Pixels that the wide path takes at a time.
+constexpr uint32_t kWidePixels = 16;
+constexpr uint32_t kMaxPixelSize = 4;
+constexpr uint32_t kAlphaTimesColorAlpha = 2; // the alpha mode of a span
+
+// One call's work: pixels `distance` bytes apart, and a coverage byte for each.
+struct Span {
+    uint8_t* destination;
+    uint32_t distance;
+    const uint8_t* coverage;
+    uint32_t count;
+
+    void advance(uint32_t pixels) {
+        destination += uint64_t{distance} * pixels;
+        coverage += pixels;
+        count -= pixels;
+    }
+};
+
+template <DsColorMode mode>
+void blendAdjacent(const Span& span, const SourceRule& rule) {
+    blendLine<mode, DsColorMode::A8>(span.destination, span.coverage, span.count, rule);
+}
+
+template <DsColorMode mode>
+void blendApart(const Span& span, const SourceRule& rule) {
+    uint8_t* pixel = span.destination;
+    for (uint32_t i = 0; i < span.count; ++i, pixel += span.distance) {
+        blendPixel<mode, DsColorMode::A8>(pixel, span.coverage + i, rule);
+    }
+}
+
+// The plain loops of each mode; null for the modes without pixels.
+struct SpanLoops {
+    void (*adjacent)(const Span& span, const SourceRule& rule);
+    void (*apart)(const Span& span, const SourceRule& rule);
+};
+
+template <DsColorMode mode>
+constexpr SpanLoops kLoopsFor = {blendAdjacent<mode>, blendApart<mode>};
+
+constexpr std::array<SpanLoops, kColorModeCount> kSpanLoops = {kLoopsFor<DsColorMode::ARGB8888>,
+                                                               kLoopsFor<DsColorMode::RGB888>,
+                                                               kLoopsFor<DsColorMode::RGB565>,
+                                                               kLoopsFor<DsColorMode::ARGB1555>,
+                                                               kLoopsFor<DsColorMode::ARGB4444>,
+                                                               kLoopsFor<DsColorMode::I8>,
+                                                               SpanLoops{},
+                                                               kLoopsFor<DsColorMode::AI88>,
+                                                               SpanLoops{},
+                                                               kLoopsFor<DsColorMode::A8>};
+
+// Whether the coverage lies apart from every byte that the span touches, so that it may be read
+// ahead of the pixels.
+bool coverageIsApart(const Span& span, uint32_t pixelSize) {
+    const auto firstPixel = reinterpret_cast<uintptr_t>(span.destination);
+    const auto coverage = reinterpret_cast<uintptr_t>(span.coverage);
+    const uintptr_t pixelEnd = firstPixel + uint64_t{span.distance} * (span.count - 1) + pixelSize;
+    return coverage + span.count <= firstPixel || pixelEnd <= coverage;
+}
+
+// The wide loop for this span, or null: pixels must not overlap each other or the coverage.
+WideLine wideLineFor(const Span& span) {
+    const uint32_t pixelSize = bytesPerPixel(gBlendColorMode);
+    if (span.count < kWidePixels || span.distance < pixelSize ||
+        !coverageIsApart(span, pixelSize)) {
+        return nullptr;
+    }
+    return wideBlendLine(gBlendColorMode, DsColorMode::A8);
+}
+
+// Blends the sixteen pixels at the span's start by way of a buffer in which they are adjacent.
+template <uint32_t pixelSize>
+void blendGathered(const Span& span, const SourceRule& rule, WideLine wideLine) {
+    uint8_t pixels[kWidePixels * kMaxPixelSize];
+    for (uint32_t i = 0; i < kWidePixels; ++i) {
+        std::memcpy(pixels + i * pixelSize, span.destination + uint64_t{i} * span.distance,
+                    pixelSize);
+    }
+    wideLine(pixels, span.coverage, kWidePixels, rule);
+    for (uint32_t i = 0; i < kWidePixels; ++i) {
+        std::memcpy(span.destination + uint64_t{i} * span.distance, pixels + i * pixelSize,
+                    pixelSize);
+    }
+}
+
+// Both span routines: the wide path as far as it goes, the plain loop for the rest.
+void blendPixelsOf(Span span) {
+    const auto mode = static_cast<uint32_t>(gBlendColorMode);
+    if (mode >= kColorModeCount || kSpanLoops[mode].apart == nullptr || span.count == 0) {
+        return;
+    }
+    const SourceRule rule = sourceRule(kAlphaTimesColorAlpha, gBlendColor);
+    const bool isAdjacent = span.distance == kBytesPerPixel[mode];
+    if (const WideLine wideLine = wideLineFor(span)) {
+        const auto blendSixteen =
+            gBlendColorMode == DsColorMode::ARGB8888 ? blendGathered<4> : blendGathered<3>;
+        if (isAdjacent) {
+            const uint32_t wide = span.count - span.count % kWidePixels;
+            wideLine(span.destination, span.coverage, wide, rule);
+            span.advance(wide);
+        }
+        for (; span.count >= kWidePixels; span.advance(kWidePixels)) {
+            blendSixteen(span, rule, wideLine);
+        }
+    }
+    (isAdjacent ? kSpanLoops[mode].adjacent : kSpanLoops[mode].apart)(span, rule);
+}
+
+} // namespace
+
+uint32_t setBlendColor(DsColorMode mode, uint32_t color) {
+    gBlendColorMode = mode;
+    gBlendColor = color;
+    gBlendBytesPerPixel = bytesPerPixel(mode);
+    return gBlendBytesPerPixel;
+}
+
+void blendSpan(uint8_t* destination, const uint8_t* coverage, uint32_t count) {
+    blendPixelsOf({destination, gBlendBytesPerPixel, coverage, count});
+}
+
+void blendSpanStrided(uint8_t* destination, uint32_t step, const uint8_t* coverage,
+                      uint32_t count) {
+    blendPixelsOf({destination, step * gBlendBytesPerPixel, coverage, count});
+}
