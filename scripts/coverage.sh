@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Runs the suite on a build that counts, and prints the lines and branches of each file of the product
+# that the tests reached. With -v it also lists every line and branch that none reached.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+install_missing git cmake make clang-14 llvm-14 libgtest-dev zlib1g-dev libpng-dev
+
+configure coverage
+build coverage
+folder="$tree/build/coverage"
+rm -rf "$folder/profiles"
+# One file a program, merged as its runs end: a run for each of thousands of tests adds up.
+export LLVM_PROFILE_FILE="$folder/profiles/%2m.profraw"
+(cd "$tree" && quietly ctest --preset coverage --parallel "$(nproc)")
+
+llvm-profdata-14 merge -o "$folder/suite.profdata" "$folder"/profiles/*.profraw
+programs=("$folder/bin/pngslab")
+for program in "$folder"/bin/*_tests "$folder"/bin/draw_on_surface; do
+    programs+=(-object "$program")
+done
+sources=$(cd "$tree" && git ls-files 'src/*.cpp' 'src/*.h' 'inflate/src/*' 'png/*' 'tools/*')
+cd "$tree"
+llvm-cov-14 report "${programs[@]}" -instr-profile "$folder/suite.profdata" \
+    -show-region-summary=false $sources
+if [ "${1:-}" = -v ]; then
+    llvm-cov-14 show "${programs[@]}" -instr-profile "$folder/suite.profdata" \
+        -show-branches=count -show-instantiations=false $sources |
+        grep -E '^/|\| +0\||Branch.*(True: 0,|False: 0\])' || true
+fi
