@@ -28,7 +28,7 @@ as_root() {
 install_missing() {
     local package missing=()
     for package in "$@"; do
-        if ! dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed; then
+        if ! dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed; then
             missing+=("$package")
         fi
     done

@@ -1,0 +1,182 @@
+// A sequence of drawing operations on small surfaces, decoded from the input. Every sequence runs
+// with the plain loops and with each width of the wide ones, which must leave the same bytes.
+#include "fuzz/fuzz_input.h"
+#include "src/ds_ellipse.h"
+#include "src/ds_surface.h"
+#include "src/fast_paths.h"
+#include "src/pixel_kernels.h"
+#include "src/span_fill.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr uint64_t kHeaderSize = 20;
+constexpr uint32_t kMaxSide = 40;
+constexpr int kMaxOperations = 24;
+
+// A surface file in heap memory of exactly its size, with any header that a view may trust.
+std::vector<uint8_t> takeSurfaceFile(FuzzInput& input) {
+    const uint32_t rotations[] = {0, 90, 180, 270, input.take<uint16_t>()};
+    const uint32_t mode = input.take<uint8_t>() % 12;
+    const uint32_t width = input.take<uint8_t>() % kMaxSide;
+    const uint32_t height = input.take<uint8_t>() % kMaxSide;
+    const uint32_t padding = input.take<uint8_t>() % 9;
+    const uint32_t stride = width * bytesPerPixel(DsColorMode{mode}) + padding;
+    const uint32_t header[] = {rotations[input.take<uint8_t>() % 5], mode, width, height, stride};
+    std::vector<uint8_t> file(kHeaderSize + uint64_t{height} * stride);
+    std::memcpy(file.data(), header, sizeof header);
+    const std::vector<uint8_t> pattern = input.takeBytes(input.take<uint8_t>());
+    for (size_t i = kHeaderSize; i < file.size() && !pattern.empty(); ++i) {
+        file[i] = pattern[(i * 7) % pattern.size()];
+    }
+    return file;
+}
+
+DsRect takeRect(FuzzInput& input) {
+    if (input.flag()) {
+        return {input.take<int32_t>(), input.take<int32_t>(), input.take<int32_t>(),
+                input.take<int32_t>()};
+    }
+    return {input.take<int8_t>(), input.take<int8_t>(), input.take<int8_t>(), input.take<int8_t>()};
+}
+
+int32_t takePosition(FuzzInput& input) {
+    return input.flag() ? input.take<int32_t>() : input.take<int8_t>();
+}
+
+bool isAtLeastAsLarge(const DsSurface& source, const DsSurface& target) {
+    return source.getWidth() >= target.getWidth() && source.getHeight() >= target.getHeight();
+}
+
+void paintSpan(DsSurface& surface, FuzzInput& input) {
+    if (surface.getWidth() < 1 || surface.getHeight() < 1) {
+        return;
+    }
+    setBlendColor(surface.getColorMode(), input.take<uint32_t>());
+    const auto row = input.below(static_cast<uint32_t>(surface.getHeight()));
+    const auto width = static_cast<uint32_t>(surface.getWidth());
+    const uint32_t step = 1 + input.take<uint8_t>() % 3;
+    std::vector<uint8_t> coverage = input.takeBytes(width);
+    coverage.resize(width, 77);
+    uint8_t* const line = surface.getPixels() + row * surface.getStride();
+    if (step == 1) {
+        blendSpan(line, coverage.data(), width);
+    } else {
+        blendSpanStrided(line, step, coverage.data(), (width - 1) / step + 1);
+    }
+}
+
+void useRegions(const DsSurface& surface, FuzzInput& input) {
+    DsEllipse ellipse({input.take<float>(), input.take<float>()},
+                      {input.take<float>(), input.take<float>()});
+    DsRect rect = takeRect(input);
+    ellipse.mapToSurface(surface);
+    rect.mapToSurface(surface);
+    rect.moveBy({input.take<float>(), input.take<float>()});
+    ellipse.verticalSpanAt(input.take<float>());
+    const auto angle = input.take<float>();
+    // Small negative angles are the caller's to avoid: their walk round the axes does not end.
+    if (!(angle < 0.0F && std::fmod(angle, 360.0F) > -1.0F)) {
+        ellipse.arcBounds(input.flag(), input.take<float>(), angle);
+    }
+    DsPoint point;
+    roundPoint(point, ellipse.pointAt(angle));
+}
+
+// One operation; `target` may be a sub-surface, which only what respects the clip may touch.
+void drawInsideClip(DsSurface& target, const DsSurface& source, FuzzInput& input) {
+    switch (input.take<uint8_t>() % 6) {
+    case 0:
+        target.setPixel(takePosition(input), takePosition(input), input.take<uint32_t>());
+        break;
+    case 1:
+        target.fill(input.take<uint32_t>());
+        break;
+    case 2:
+        target.blit(takePosition(input), takePosition(input), source, input.take<uint8_t>() % 4,
+                    input.take<uint32_t>());
+        break;
+    case 3:
+        target.blend(takePosition(input), takePosition(input), source, input.take<uint8_t>() % 4,
+                     input.take<uint32_t>());
+        break;
+    case 4:
+        target.blendAligned(source, input.take<uint8_t>() % 4, input.take<uint32_t>(),
+                            takeRect(input), input.take<uint8_t>(), takePosition(input),
+                            takePosition(input));
+        break;
+    default:
+        useRegions(target, input);
+        break;
+    }
+}
+
+void drawAnywhere(DsSurface& target, const DsSurface& source, FuzzInput& input) {
+    switch (input.take<uint8_t>() % 8) {
+    case 0:
+        target.setClip(takeRect(input));
+        break;
+    case 1:
+        target.resetClip();
+        break;
+    case 2:
+        target.invert();
+        break;
+    case 3: {
+        const auto flags = input.take<uint8_t>();
+        target.replaceColor(input.take<uint32_t>(), flags & 1, flags & 2, flags & 4, flags & 8,
+                            input.take<uint32_t>(), flags & 16, flags & 32, flags & 64,
+                            flags & 128);
+        break;
+    }
+    case 4:
+        if (isAtLeastAsLarge(source, target)) {
+            const auto flags = input.take<uint8_t>();
+            target.copyChannels(source, flags & 1, flags & 2, flags & 4, flags & 8);
+        }
+        break;
+    case 5:
+        if (isAtLeastAsLarge(source, target) && source.getColorMode() == DsColorMode::A8) {
+            target.replaceAlpha(source);
+        }
+        break;
+    case 6:
+        paintSpan(target, input);
+        break;
+    default: {
+        DsSurface part(target, takeRect(input));
+        drawInsideClip(part, source, input);
+        break;
+    }
+    }
+}
+
+std::vector<uint8_t> draw(FuzzInput input, uint32_t leftOut) {
+    leaveOutFastPaths(leftOut);
+    std::vector<uint8_t> targetFile = takeSurfaceFile(input);
+    std::vector<uint8_t> sourceFile = takeSurfaceFile(input);
+    DsSurface target(targetFile.data());
+    const DsSurface source(sourceFile.data());
+    for (int i = 0; i < kMaxOperations && input.size() > 0; ++i) {
+        if (input.flag()) {
+            drawInsideClip(target, input.flag() ? source : target, input);
+        } else {
+            drawAnywhere(target, source, input);
+        }
+    }
+    return targetFile;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+    const FuzzInput input(bytes, size);
+    const auto narrow = static_cast<uint32_t>(DsFastPath::Wide128);
+    const auto wide = static_cast<uint32_t>(DsFastPath::Wide256);
+    const std::vector<uint8_t> plain = draw(input, narrow | wide);
+    require(draw(input, wide) == plain);
+    require(draw(input, 0) == plain);
+    return 0;
+}

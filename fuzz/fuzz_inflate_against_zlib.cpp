@@ -1,0 +1,105 @@
+// inflate_process against zlib: the same bytes and the same verdict on every stream, apart from
+// what this decoder means to differ in.
+#include "fuzz/fuzz_input.h"
+#include "inflate/src/streams.h"
+
+#include <algorithm>
+#include <zlib.h>
+
+namespace {
+
+constexpr uint32_t kMaxOutput = 1 << 13;
+
+struct Outcome {
+    bool complete;
+    bool invalid;
+    bool leavesFixedBlocksOut; // a block of type 1 came up, which this decoder refuses
+    bool incompleteLengthCode; // which this decoder accepts in the header of a dynamic block
+    std::vector<uint8_t> bytes;
+};
+
+Outcome inflateHere(const std::vector<uint8_t>& data) {
+    Outcome outcome = {};
+    outcome.bytes.resize(kMaxOutput);
+    const auto inflate = std::make_unique<inflate_t>();
+    inflate_process(inflate.get(), nullptr);
+    inflate->out = outcome.bytes.data();
+    inflate->outAvailable = kMaxOutput;
+    bitstream_t stream = {data.data(), static_cast<uint32_t>(data.size()), 0, 0};
+    const int32_t result = inflate_process(inflate.get(), &stream);
+    outcome.complete = result == kInflateDone;
+    outcome.invalid = result == kInflateInvalid;
+    outcome.bytes.resize(inflate->totalOut);
+    return outcome;
+}
+
+// Goes block by block, so that the type of each block header can be seen: zlib stops behind a block
+// and says how many bits of the last byte are unused.
+bool nextBlockIsFixed(const z_stream& zlib, const std::vector<uint8_t>& data) {
+    const size_t bit = zlib.total_in * 8 - static_cast<size_t>(zlib.data_type & 7);
+    uint32_t header = 0;
+    for (size_t i = 0; i < 3; ++i) {
+        const size_t at = bit + i;
+        if (at / 8 < data.size()) {
+            header |= static_cast<uint32_t>(data[at / 8] >> (at % 8) & 1) << i;
+        }
+    }
+    return header >> 1 == 1;
+}
+
+Outcome inflateWithZlib(std::vector<uint8_t> data) {
+    Outcome outcome = {};
+    outcome.bytes.resize(kMaxOutput);
+    z_stream zlib = {};
+    require(inflateInit2(&zlib, -15) == Z_OK);
+    zlib.next_in = data.data();
+    zlib.avail_in = static_cast<uInt>(data.size());
+    zlib.next_out = outcome.bytes.data();
+    zlib.avail_out = kMaxOutput;
+    int result = Z_OK;
+    while (result == Z_OK && zlib.avail_out > 0) {
+        const bool isBehindBlock = (zlib.data_type & 128) != 0;
+        const bool wasFinalBlock = (zlib.data_type & 64) != 0;
+        if (zlib.total_in == 0 || (isBehindBlock && !wasFinalBlock)) {
+            outcome.leavesFixedBlocksOut |= nextBlockIsFixed(zlib, data);
+        }
+        const uLong before = zlib.total_in + zlib.total_out;
+        const int type = zlib.data_type;
+        result = inflate(&zlib, Z_BLOCK);
+        if (result == Z_OK && zlib.total_in + zlib.total_out == before && zlib.data_type == type) {
+            break;
+        }
+    }
+    outcome.complete = result == Z_STREAM_END;
+    outcome.invalid = result == Z_DATA_ERROR;
+    outcome.incompleteLengthCode =
+        zlib.msg != nullptr && std::strcmp(zlib.msg, "invalid code lengths set") == 0;
+    outcome.bytes.resize(zlib.total_out);
+    inflateEnd(&zlib);
+    return outcome;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
+    const std::vector<uint8_t> data(bytes, bytes + size);
+    const Outcome here = inflateHere(data);
+    const Outcome zlib = inflateWithZlib(data);
+    const size_t common = std::min(here.bytes.size(), zlib.bytes.size());
+    require(std::equal(here.bytes.begin(), here.bytes.begin() + static_cast<ptrdiff_t>(common),
+                       zlib.bytes.begin()));
+    if (zlib.leavesFixedBlocksOut) {
+        require(!here.complete);
+        return 0;
+    }
+    const bool outputWasShort = here.bytes.size() == kMaxOutput || zlib.bytes.size() == kMaxOutput;
+    if (!outputWasShort && !zlib.incompleteLengthCode) {
+        require(here.complete == zlib.complete);
+        if (here.complete) {
+            require(here.bytes == zlib.bytes);
+        }
+        // What zlib finds invalid is invalid here at the latest when the input ends.
+        require(!(zlib.complete && here.invalid) && !(here.complete && zlib.invalid));
+    }
+    return 0;
+}

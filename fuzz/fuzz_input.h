@@ -1,0 +1,59 @@
+// Takes a fuzzer's bytes apart: a few decisions from the front, the rest as data.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+class FuzzInput {
+public:
+    FuzzInput(const uint8_t* data, size_t size)
+        : mData(data)
+        , mSize(size) {}
+
+    size_t size() const { return mSize; }
+
+    /// The next bytes as a number; zeros once they have run out.
+    template <typename Number>
+    Number take() {
+        Number value{};
+        const size_t count = mSize < sizeof value ? mSize : sizeof value;
+        if (count > 0) {
+            std::memcpy(&value, mData, count);
+        }
+        mData += count;
+        mSize -= count;
+        return value;
+    }
+
+    /// A number from 0 to `limit` - 1.
+    uint32_t below(uint32_t limit) { return take<uint32_t>() % limit; }
+
+    bool flag() { return (take<uint8_t>() & 1) != 0; }
+
+    /// Up to `count` of the next bytes, in heap memory of exactly their size, so that a sanitizer
+    /// sees every access outside.
+    std::vector<uint8_t> takeBytes(size_t count) {
+        const size_t taken = mSize < count ? mSize : count;
+        std::vector<uint8_t> bytes(mData, mData + taken);
+        mData += taken;
+        mSize -= taken;
+        return bytes;
+    }
+
+    std::vector<uint8_t> rest() { return takeBytes(mSize); }
+
+private:
+    const uint8_t* mData;
+    size_t mSize;
+};
+
+/// Ends the run, as a finding, unless `holds`.
+inline void require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}

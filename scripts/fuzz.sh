@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Runs every fuzzer under AddressSanitizer and UndefinedBehaviorSanitizer: first what its corpus holds,
+# then new inputs for the given time. A finding is left in build/fuzz/findings and ends the script.
+#
+#     scripts/fuzz.sh [seconds for each fuzzer, 60; 0 only replays the corpora]
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+seconds=${1:-60}
+install_missing cmake make clang-14 libclang-rt-14-dev zlib1g-dev libpng-dev
+
+declare -A dictionaries=(
+    [fuzz_inflate]=deflate [fuzz_inflate_against_zlib]=deflate
+    [fuzz_png_decode]=png [fuzz_png_against_libpng]=png [fuzz_surface_from_png]=png
+    [fuzz_draw]=draw [fuzz_command_line]=command_line
+)
+options=(-max_len=4096 -timeout=10 -rss_limit_mb=3000 -print_final_stats=1)
+
+configure fuzz
+build fuzz
+folder="$tree/build/fuzz"
+mkdir -p "$folder/findings"
+
+# Fuzzes with the program $1; prints how many inputs ran.
+run_fuzzer() {
+    local name=$1 log="$folder/$1.log" grown="$folder/corpus/$1"
+    local corpus="$tree/fuzz/corpus/$name"
+    mkdir -p "$grown"
+    local limits=(-runs=0)
+    if [ "$seconds" -gt 0 ]; then
+        limits=(-max_total_time="$seconds")
+    fi
+    if ! "$folder/bin/$name" "${options[@]}" "${limits[@]}" \
+        -dict="$tree/fuzz/dictionaries/${dictionaries[$name]}.dict" \
+        -artifact_prefix="$folder/findings/$name-" "$grown" "$corpus" >"$log" 2>&1; then
+        tail -n 60 "$log"
+        echo "$name: a finding"
+        return 1
+    fi
+    echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs, nothing found"
+}
+
+for name in $(printf '%s\n' "${!dictionaries[@]}" | sort); do
+    run_fuzzer "$name"
+done
