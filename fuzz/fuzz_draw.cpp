@@ -14,7 +14,7 @@ namespace {
 
 constexpr uint64_t kHeaderSize = 20;
 constexpr uint32_t kMaxSide = 40;
-constexpr int kMaxOperations = 24;
+constexpr int kMaxOperations = 12;
 
 // A surface file in heap memory of exactly its size, with any header that a view may trust.
 std::vector<uint8_t> takeSurfaceFile(FuzzInput& input) {
@@ -113,6 +113,16 @@ void drawInsideClip(DsSurface& target, const DsSurface& source, FuzzInput& input
     }
 }
 
+// At the same place, which is the one kind of overlap that copies support.
+void copyOntoItself(DsSurface& target, FuzzInput& input) {
+    const uint32_t alphaMode = input.take<uint8_t>() % 4;
+    if (input.flag()) {
+        target.blit(0, 0, target, alphaMode, input.take<uint32_t>());
+    } else {
+        target.blend(0, 0, target, alphaMode, input.take<uint32_t>());
+    }
+}
+
 void drawAnywhere(DsSurface& target, const DsSurface& source, FuzzInput& input) {
     switch (input.take<uint8_t>() % 8) {
     case 0:
@@ -161,7 +171,9 @@ std::vector<uint8_t> draw(FuzzInput input, uint32_t leftOut) {
     const DsSurface source(sourceFile.data());
     for (int i = 0; i < kMaxOperations && input.size() > 0; ++i) {
         if (input.flag()) {
-            drawInsideClip(target, input.flag() ? source : target, input);
+            drawInsideClip(target, source, input);
+        } else if (input.flag()) {
+            copyOntoItself(target, input);
         } else {
             drawAnywhere(target, source, input);
         }
