@@ -2,6 +2,7 @@
 #include "tests/support/run_program.h"
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
@@ -38,8 +39,8 @@ std::string content(std::FILE* file) {
     return text;
 }
 
-std::vector<std::string> environment() {
-    std::vector<std::string> variables;
+std::vector<std::string> environment(const std::vector<std::string>& added) {
+    std::vector<std::string> variables = added;
     std::string sanitizer = "ASAN_OPTIONS=abort_on_error=1";
     for (char** variable = environ; *variable != nullptr; ++variable) {
         const std::string text = *variable;
@@ -63,15 +64,34 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return result;
 }
 
-// In the child: takes over the files and becomes the program; only calls that are safe after a
-// fork.
+void limit(__rlimit_resource resource, uint64_t most) {
+    const rlimit limits = {most, most};
+    setrlimit(resource, &limits);
+}
+
+// In the child, like everything below: only calls that are safe after a fork.
+bool enter(const program_surroundings& surroundings) {
+    constexpr uid_t kNobody = 65534;
+    limit(RLIMIT_CORE, 0);
+    if (surroundings.address_space) {
+        limit(RLIMIT_AS, *surroundings.address_space);
+    }
+    if (surroundings.file_size) {
+        limit(RLIMIT_FSIZE, *surroundings.file_size);
+    }
+    if (surroundings.goes_on_at_file_size) {
+        signal(SIGXFSZ, SIG_IGN);
+    }
+    return !surroundings.as_nobody || geteuid() != 0 ||
+           (setgid(kNobody) == 0 && setuid(kNobody) == 0);
+}
+
+// Takes over the files and becomes the program.
 [[noreturn]] void become(char* const* arguments, char* const* variables, const char* folder,
-                         int output, int errors) {
-    const rlimit no_core_file = {0, 0};
-    setrlimit(RLIMIT_CORE, &no_core_file);
+                         const program_surroundings& surroundings, int output, int errors) {
     const int input = open("/dev/null", O_RDONLY);
     if (input >= 0 && dup2(input, 0) == 0 && dup2(output, 1) == 1 && dup2(errors, 2) == 2 &&
-        chdir(folder) == 0) {
+        chdir(folder) == 0 && enter(surroundings)) {
         execve(arguments[0], arguments, variables);
     }
     _exit(127);
@@ -80,12 +100,12 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 } // namespace
 
 program_outcome run_program(const std::string& program, const std::vector<std::string>& arguments,
-                            const std::string& folder) {
+                            const std::string& folder, const program_surroundings& surroundings) {
     const temporary_file output = open_temporary_file();
     const temporary_file errors = open_temporary_file();
     std::vector<std::string> words = {program};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<std::string> variables = environment();
+    std::vector<std::string> variables = environment(surroundings.variables);
     const std::vector<char*> argument_pointers = pointers(words);
     const std::vector<char*> variable_pointers = pointers(variables);
 
@@ -94,7 +114,7 @@ program_outcome run_program(const std::string& program, const std::vector<std::s
         throw std::runtime_error("no process for a program");
     }
     if (child == 0) {
-        become(argument_pointers.data(), variable_pointers.data(), folder.c_str(),
+        become(argument_pointers.data(), variable_pointers.data(), folder.c_str(), surroundings,
                fileno(output.get()), fileno(errors.get()));
     }
     int status = 0;

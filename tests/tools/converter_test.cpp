@@ -49,8 +49,9 @@ ConverterTest::~ConverterTest() {
     std::filesystem::remove_all(mFolder);
 }
 
-program_outcome ConverterTest::run(const std::vector<std::string>& arguments) const {
-    return run_program(PNGSLAB_PROGRAM, arguments, mFolder);
+program_outcome ConverterTest::run(const std::vector<std::string>& arguments,
+                                   const program_surroundings& surroundings) const {
+    return run_program(PNGSLAB_PROGRAM, arguments, mFolder, surroundings);
 }
 
 void ConverterTest::expectHelp(const std::vector<std::string>& arguments) const {
