@@ -1,0 +1,132 @@
+// Converts every PNG file below a folder and holds the pixels against libpng's: every accepted
+// image must be equal, and every refused one must have a reason that can be named. Not a part of
+// the suite, since the images come from elsewhere.
+//
+//     check_corpus FOLDER
+#include "png/surface_from_png.h"
+#include "src/ds_surface.h"
+#include "tests/support/deflate_oracle.h"
+#include "tests/support/png_oracle.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace {
+
+byte_vector read_file(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+uint32_t big_endian_at(const byte_vector& bytes, size_t offset) {
+    return uint32_t{bytes[offset]} << 24 | uint32_t{bytes[offset + 1]} << 16 |
+           uint32_t{bytes[offset + 2]} << 8 | uint32_t{bytes[offset + 3]};
+}
+
+// What matters of a file that libpng accepts, whose chunks can therefore be walked blindly.
+struct png_facts {
+    uint8_t bit_depth, color_type, interlace;
+    bool has_palette = false;
+    bool has_transparency = false;
+    byte_vector image_data;
+};
+
+png_facts facts_of(const byte_vector& file) {
+    png_facts facts = {file[24], file[25], file[28], false, false, {}};
+    for (size_t at = 8; at + 12 <= file.size();) {
+        const size_t length = big_endian_at(file, at);
+        const std::string type(file.begin() + static_cast<ptrdiff_t>(at) + 4,
+                               file.begin() + static_cast<ptrdiff_t>(at) + 8);
+        facts.has_palette |= type == "PLTE";
+        facts.has_transparency |= type == "tRNS";
+        if (type == "IDAT") {
+            append(facts.image_data, slice(file, at + 8, length));
+        }
+        at += 12 + length;
+    }
+    return facts;
+}
+
+std::string reason_for_refusal(const byte_vector& file) {
+    if (file.size() < 33 || !oracle_decode_png(file)) {
+        const bool other_depth = file.size() >= 33 && file[24] != 8;
+        return other_depth ? "other than 8 bits a sample" : "refused by libpng too";
+    }
+    const png_facts facts = facts_of(file);
+    if (facts.bit_depth != 8) {
+        return "other than 8 bits a sample";
+    }
+    if (facts.interlace != 0) {
+        return "interlaced";
+    }
+    const bool is_truecolour = facts.color_type == 2 || facts.color_type == 6;
+    if (is_truecolour && facts.has_palette) {
+        return "suggested palette in a truecolour image";
+    }
+    if (contains_fixed_block(slice(facts.image_data, 2, facts.image_data.size()))) {
+        return "fixed-code block";
+    }
+    return "UNEXPLAINED";
+}
+
+// Pixels as packed rows. Rows of images with a key colour are written in the narrower layout of
+// their colour type, at the front of each surface row.
+byte_vector packed_pixels(const DsSurface& surface, size_t row_bytes) {
+    byte_vector pixels;
+    for (int32_t y = 0; y < surface.getHeight(); ++y) {
+        const uint8_t* const row =
+            surface.getPixels() + static_cast<uint64_t>(y) * surface.getStride();
+        pixels.insert(pixels.end(), row, row + row_bytes);
+    }
+    return pixels;
+}
+
+std::string verdict_on(const byte_vector& file) {
+    const std::unique_ptr<DsSurface> surface(surface_from_png(file.data(), file.size(), false, 0));
+    if (surface == nullptr) {
+        return "refused: " + reason_for_refusal(file);
+    }
+    const auto oracle = oracle_decode_png(file);
+    if (!oracle) {
+        return "accepted, but refused by libpng";
+    }
+    const byte_vector pixels = packed_pixels(*surface, oracle->pixels.size() / oracle->height);
+    return pixels == oracle->pixels ? "accepted, equal" : "accepted, DIFFERENT";
+}
+
+bool is_failure(const std::string& verdict) {
+    return verdict.find("UNEXPLAINED") != std::string::npos ||
+           verdict.find("DIFFERENT") != std::string::npos ||
+           verdict == "accepted, but refused by libpng";
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::puts("usage: check_corpus FOLDER");
+        return 2;
+    }
+    std::map<std::string, int> counts;
+    bool failed = false;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[1])) {
+        if (!entry.is_regular_file() || entry.is_symlink() || entry.path().extension() != ".png") {
+            continue;
+        }
+        const std::string verdict = verdict_on(read_file(entry.path()));
+        ++counts[verdict];
+        if (is_failure(verdict)) {
+            failed = true;
+            std::printf("%s: %s\n", entry.path().c_str(), verdict.c_str());
+        }
+    }
+    for (const auto& [verdict, count] : counts) {
+        std::printf("%6d  %s\n", count, verdict.c_str());
+    }
+    return failed ? 1 : 0;
+}

@@ -1,0 +1,118 @@
+// Fixed-code blocks once their tables are built. A program of its own: building them changes what
+// every later decode in the same process accepts.
+#include "tests/support/deflate_maker.h"
+#include "tests/support/deflate_oracle.h"
+#include "tests/support/inflate_session.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+namespace {
+
+class FixedCodes : public testing::Test {
+protected:
+    FixedCodes() { inflate_init_fixed(); }
+};
+
+int32_t result_of(const deflate_maker& maker) {
+    return inflate_whole(maker.bytes(), 1000).result;
+}
+
+TEST_F(FixedCodes, DecodeZlibsFixedBlocks) {
+    test_rng rng(50);
+    for (int round = 0; round < 1000; ++round) {
+        deflate_settings settings = random_settings(rng);
+        settings.strategy = Z_FIXED;
+        settings.level = static_cast<int>(random_between(rng, 1, 9));
+        const byte_vector plain = make_bytes(kAllDataKinds[rng() % 4], rng() % 2000, rng());
+        const byte_vector raw = raw_deflate(plain, settings);
+
+        const inflate_outcome outcome =
+            inflate_pieces(raw, plain.size(), random_pieces(rng, raw.size()));
+
+        ASSERT_EQ(outcome.result, kInflateDone) << round;
+        ASSERT_EQ(outcome.plain, plain) << round;
+    }
+}
+
+TEST_F(FixedCodes, DecodeStreamsThatMixTheBlockTypes) {
+    test_rng rng(51);
+    for (int round = 0; round < 500; ++round) {
+        const byte_vector plain = make_bytes(kAllDataKinds[rng() % 4], rng() % 5000, rng());
+        const byte_vector raw = raw_deflate(plain, random_settings(rng));
+
+        const inflate_outcome outcome = inflate_whole(raw, plain.size());
+
+        ASSERT_EQ(outcome.result, kInflateDone) << round;
+        ASSERT_EQ(outcome.plain, plain) << round;
+    }
+}
+
+TEST_F(FixedCodes, HaveACodeForEveryLiteral) {
+    byte_vector all(256);
+    for (size_t value = 0; value < all.size(); ++value) {
+        all[value] = static_cast<uint8_t>(value);
+    }
+    deflate_maker maker;
+    maker.fixed(block_is::last).literals(all).end();
+
+    const inflate_outcome outcome = inflate_pieces(maker.bytes(), 256, {1, 1, 1, 100, 1, 1});
+
+    EXPECT_EQ(outcome.result, kInflateDone);
+    EXPECT_EQ(outcome.plain, all);
+}
+
+TEST_F(FixedCodes, HaveACodeForEveryLengthAndDistance) {
+    deflate_maker maker;
+    byte_vector expected = make_bytes(data_kind::noise, 32768, 1);
+    maker.stored(expected, block_is::followed).fixed(block_is::last);
+    for (uint32_t length = 3; length <= 258; ++length) {
+        const uint32_t distance = length * 127;
+        maker.match(length, distance);
+        for (uint32_t i = 0; i < length; ++i) {
+            expected.push_back(expected[expected.size() - distance]);
+        }
+    }
+    maker.end();
+
+    const inflate_outcome outcome = inflate_whole(maker.bytes(), expected.size());
+
+    EXPECT_EQ(outcome.result, kInflateDone);
+    EXPECT_EQ(outcome.plain, expected);
+}
+
+// The codes of 286 and 287 exist but stand for no length.
+TEST_F(FixedCodes, RefuseTheLengthSymbols286And287) {
+    for (const uint32_t symbol : {286U, 287U}) {
+        deflate_maker maker;
+        maker.fixed(block_is::last).literals(byte_vector(10, 'a')).litlen_symbol(symbol);
+        maker.dist_symbol(0).bits(0, 32);
+        EXPECT_EQ(result_of(maker), kInflateInvalid) << symbol;
+    }
+}
+
+TEST_F(FixedCodes, RefuseTheDistanceSymbols30And31) {
+    for (const uint32_t symbol : {30U, 31U}) {
+        deflate_maker maker;
+        maker.fixed(block_is::last).literals(byte_vector(10, 'a')).litlen_symbol(257);
+        maker.dist_symbol(symbol).bits(0, 32);
+        EXPECT_EQ(result_of(maker), kInflateInvalid) << symbol;
+    }
+}
+
+TEST_F(FixedCodes, LeaveTheDynamicOnesAsTheyAre) {
+    test_rng rng(52);
+    const made_stream stream = random_stream(rng, 32768);
+
+    EXPECT_EQ(inflate_whole(stream.raw, stream.plain.size()).plain, stream.plain);
+}
+
+TEST_F(FixedCodes, MayBeBuiltAgain) {
+    inflate_init_fixed();
+    deflate_maker maker;
+    maker.fixed(block_is::last).literals({'o', 'k'}).end();
+
+    EXPECT_EQ(inflate_whole(maker.bytes(), 2).plain, (byte_vector{'o', 'k'}));
+}
+
+} // namespace

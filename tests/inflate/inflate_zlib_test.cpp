@@ -1,0 +1,77 @@
+// The decoder against zlib: streams of every level, strategy, window and memory level, sound and
+// damaged.
+#include "tests/support/deflate_maker.h"
+#include "tests/support/deflate_oracle.h"
+#include "tests/support/inflate_session.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+byte_vector random_plain(test_rng& rng, uint32_t longest) {
+    return make_bytes(kAllDataKinds[rng() % 4], rng() % longest, rng());
+}
+
+TEST(InflateAgainstZlib, DecodesItsStreamsUnlessTheyUseFixedCodes) {
+    test_rng rng(40);
+    int fixed = 0;
+    for (int round = 0; round < 4000; ++round) {
+        const byte_vector plain = random_plain(rng, round % 50 == 0 ? 100000 : 3000);
+        const byte_vector raw = raw_deflate(plain, random_settings(rng));
+        const inflate_outcome outcome =
+            inflate_pieces(raw, plain.size(), random_pieces(rng, raw.size()));
+        if (contains_fixed_block(raw)) {
+            ++fixed;
+            ASSERT_EQ(outcome.result, kInflateInvalid) << round;
+            ASSERT_EQ(outcome.plain, slice(plain, 0, outcome.plain.size())) << round;
+        } else {
+            ASSERT_EQ(outcome.result, kInflateDone) << round;
+            ASSERT_EQ(outcome.plain, plain) << round;
+        }
+    }
+    EXPECT_GT(fixed, 300);
+    EXPECT_LT(fixed, 2500);
+}
+
+TEST(InflateAgainstZlib, AsksForInputAtEveryTruncation) {
+    test_rng rng(41);
+    for (int round = 0; round < 30; ++round) {
+        const byte_vector plain = random_plain(rng, 600);
+        const byte_vector raw = deflate_without_fixed_codes(plain, {});
+        for (size_t length = 0; length < raw.size(); ++length) {
+            const inflate_outcome outcome = inflate_whole(slice(raw, 0, length), plain.size());
+            ASSERT_EQ(outcome.result, kInflateNeedsInput);
+            ASSERT_EQ(outcome.plain, slice(plain, 0, outcome.plain.size()));
+        }
+    }
+}
+
+// What zlib refuses is refused or still waits for input: a pattern that is no code needs 15 bits
+// here, fewer there. The one thing accepted here alone is an incomplete code-length code.
+TEST(InflateAgainstZlib, AgreesOnDamagedStreams) {
+    test_rng rng(42);
+    int refused = 0;
+    for (int round = 0; round < 6000; ++round) {
+        made_stream stream = random_stream(rng, 32768);
+        for (uint32_t flips = random_between(rng, 1, 3); flips > 0; --flips) {
+            stream.raw[rng() % stream.raw.size()] ^= static_cast<uint8_t>(1U << rng() % 8);
+        }
+        const oracle_result oracle = oracle_inflate(stream.raw);
+        const inflate_outcome outcome = inflate_whole(stream.raw, oracle.plain.size() + 1000);
+        if (oracle.message == "invalid code lengths set") {
+            continue;
+        }
+        const size_t common = std::min(oracle.plain.size(), outcome.plain.size());
+        ASSERT_EQ(slice(outcome.plain, 0, common), slice(oracle.plain, 0, common)) << round;
+        if (outcome.result == kInflateInvalid && contains_fixed_block(stream.raw)) {
+            continue;
+        }
+        ASSERT_EQ(outcome.result == kInflateDone, oracle.complete) << round;
+        ASSERT_TRUE(outcome.result != kInflateInvalid || oracle.invalid) << round;
+        ASSERT_GE(outcome.plain.size(), oracle.plain.size()) << round;
+        refused += outcome.result == kInflateInvalid ? 1 : 0;
+    }
+    EXPECT_GT(refused, 1000);
+}
+
+} // namespace

@@ -1,0 +1,198 @@
+// Surfaces that the caller made by himself: too small, without blocks, or of another shape than the
+// image. Whatever they are, nothing outside their blocks is touched.
+#include "tests/support/deflate_maker.h"
+#include "tests/support/fenced_surface.h"
+#include "tests/support/png_maker.h"
+#include "tests/support/png_model.h"
+#include "tests/support/png_runs.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace {
+
+byte_vector stored_file(png_maker maker, const byte_vector& filtered) {
+    return maker.deflate_stream(deflate_maker().stored(filtered, block_is::last).bytes()).bytes();
+}
+
+void* no_block(size_t) {
+    return nullptr;
+}
+
+// Gives a block for the pixels, and none for the palette, which is asked for with 768 bytes.
+void* no_palette(size_t byte_count) {
+    return byte_count == 768 ? nullptr : std::calloc(byte_count, 1);
+}
+
+TEST(PngFit, NeedsOneByteARowMoreThanThePixels) {
+    const byte_vector file = png().gray(10, 12).bytes();
+    DsSurface rows_only = fenced_surface({10, 12, DsColorMode::I8, 0, 256, 0});
+    DsSurface one_short = fenced_surface({131, 1});
+
+    EXPECT_EQ(full_pass(file, rows_only), kPngDoesNotFit);
+    EXPECT_EQ(full_pass(file, one_short), kPngDoesNotFit);
+}
+
+TEST(PngFit, TakesABlockOfExactlyTheNeededSize) {
+    png_maker maker = png().gray(10, 12);
+    DsSurface surface = fenced_surface({10, 12, DsColorMode::I8, 0, 256, 12});
+    ASSERT_EQ(surface.getDataSize(), 132U);
+
+    EXPECT_EQ(full_pass(maker.bytes(), surface), kPngOk);
+    EXPECT_EQ(slice(pixel_block(surface), 0, 120), maker.samples());
+}
+
+TEST(PngFit, WritesNothingIntoASurfaceThatIsTooSmall) {
+    DsSurface surface = fenced_surface({10, 10});
+
+    EXPECT_EQ(full_pass(png().gray(10, 10).bytes(), surface), kPngDoesNotFit);
+
+    EXPECT_EQ(pixel_block(surface), byte_vector(100, kFreshByte));
+    EXPECT_EQ(palette_block(surface), byte_vector(768, kFreshByte));
+}
+
+TEST(PngFit, FailsWithoutAPixelBlock) {
+    for (const uint8_t type : kColorTypes) {
+        DsSurface surface(64, 64, 0, DsColorMode::ARGB8888, 0, 0, no_block, std::free, 1, 64);
+        EXPECT_NE(full_pass(png().image(type, 3, 3).bytes(), surface), kPngOk) << +type;
+    }
+}
+
+TEST(PngFit, FailsForAGreyImageWithoutAPaletteBlockToFill) {
+    for (const uint8_t type : {kGray, kGrayAlpha}) {
+        DsSurface failed(64, 64, 0, DsColorMode::I8, 0, 256, no_palette, std::free, 1, 64);
+        EXPECT_NE(full_pass(png().image(type, 3, 3).bytes(), failed), kPngOk);
+
+        DsSurface without = fenced_surface({64, 64, DsColorMode::RGB888, 0, 256, 64});
+        EXPECT_NE(full_pass(png().image(type, 3, 3).bytes(), without), kPngOk);
+    }
+}
+
+TEST(PngFit, FailsWhereRowsWouldLieBeyondTheBlock) {
+    DsSurface wide = fenced_surface({500, 1});
+    EXPECT_NE(full_pass(png().gray(10, 12).bytes(), wide), kPngOk);
+
+    DsSurface deep = fenced_surface({40, 3, DsColorMode::ARGB8888, 0, 0, 4});
+    EXPECT_NE(full_pass(png().rgb(10, 12).bytes(), deep), kPngOk);
+}
+
+TEST(PngFit, TakesWideRowsThatEndWithinTheBlock) {
+    png_maker maker = png().gray(10, 2);
+    DsSurface surface = fenced_surface({50, 1, DsColorMode::I8, 0, 256, 10});
+
+    EXPECT_EQ(full_pass(maker.bytes(), surface), kPngOk);
+
+    EXPECT_EQ(slice(pixel_block(surface), 0, 10), slice(maker.samples(), 0, 10));
+    EXPECT_EQ(slice(pixel_block(surface), 50, 10), slice(maker.samples(), 10, 10));
+}
+
+// Modes and sizes of any kind: the decoder looks at the block's size and the stride alone.
+TEST(PngFit, FollowsTheModelInSurfacesOfAnyShape) {
+    static constexpr DsColorMode kModes[] = {DsColorMode::ARGB8888, DsColorMode::RGB888,
+                                             DsColorMode::RGB565,   DsColorMode::I8,
+                                             DsColorMode::AI88,     DsColorMode::A8};
+    test_rng rng(90);
+    int decoded = 0;
+    int outside = 0;
+    for (int round = 0; round < 4000; ++round) {
+        const uint8_t type = kColorTypes[rng() % 5];
+        const uint32_t width = random_between(rng, 1, 8);
+        const uint32_t height = random_between(rng, 1, 8);
+        png_maker maker = png().image(type, width, height);
+        byte_vector filtered = maker.filtered();
+        if (rng() % 3 == 0) {
+            filtered[rng() % filtered.size()] = static_cast<uint8_t>(rng() % 8);
+            filtered[rng() % filtered.size()] = static_cast<uint8_t>(rng() % 8);
+        }
+        const DsColorMode mode = type == kIndexed ? DsColorMode::I8 : kModes[rng() % 6];
+        const bool has_palette = mode == DsColorMode::I8 || mode == DsColorMode::AI88;
+        DsSurface surface =
+            fenced_surface({static_cast<int32_t>(random_between(rng, 4, 20)),
+                            static_cast<int32_t>(random_between(rng, 1, 12)), mode, 0,
+                            has_palette ? 256U : 0U, random_between(rng, 0, 100), 1U << rng() % 3});
+        const byte_vector file = stored_file(maker, filtered);
+        if (surface.getDataSize() < filtered.size()) {
+            ASSERT_EQ(full_pass(file, surface), kPngDoesNotFit);
+            continue;
+        }
+        const model_block expected =
+            model_rows(pixel_block(surface), {type, width, height, surface.getStride()}, filtered);
+        const int32_t result = full_pass(file, surface);
+        if (expected.stays_inside) {
+            ASSERT_EQ(result, kPngOk) << round;
+            ASSERT_EQ(pixel_block(surface), expected.bytes) << round;
+            ++decoded;
+        } else {
+            ASSERT_NE(result, kPngOk) << round;
+            ++outside;
+        }
+    }
+    EXPECT_GT(decoded, 1000);
+    EXPECT_GT(outside, 100);
+}
+
+// --- Sizes whose product does not fit 32 bits: the room asked for wraps, and the rows end outside.
+
+struct wrapping_size {
+    uint8_t color_type;
+    uint32_t width, height;
+    uint32_t room; ///< what is left of the product
+};
+
+constexpr wrapping_size kWrappingSizes[] = {
+    {kGray, 65535, 65536, 0},
+    {kGray, 0xFFFFFFFF, 0xFFFFFFFF, 0},
+    {kGray, 1073741848, 4, 100},
+    {kGray, 1, 0x80000000, 0},
+    {kGray, 0x7FFFFFFF, 2, 0},
+    {kGray, 1, 0x80000010, 32},
+    {kRgb, 0x55555555, 7, 0},
+    {kRgba, 0x40000000, 4, 4},
+    {kRgba, 0xC0000000, 100, 100},
+    {kGrayAlpha, 0x80000000, 50, 50},
+    {kGrayAlpha, 0x7FFFFFFF, 1, 0xFFFFFFFF},
+};
+
+TEST(PngFit, FailsWhereTheRowsOfAWrappedSizeLeaveTheBlock) {
+    for (const wrapping_size& size : kWrappingSizes) {
+        DsSurface surface = roomy_surface();
+        png_maker maker = png().image(size.color_type, 1, 1).declared_size(size.width, size.height);
+        const byte_vector rows(std::min(size.room, 1000U), kNone);
+
+        const int32_t result = full_pass(stored_file(maker, rows), surface);
+
+        EXPECT_NE(result, kPngOk) << size.width << " x " << size.height;
+        EXPECT_EQ(result == kPngDoesNotFit, size.room > surface.getDataSize());
+    }
+}
+
+TEST(PngFit, FailsWhereOnlyTheLastByteOfARowLeavesTheBlock) {
+    DsSurface surface = fenced_surface({1, 4096});
+    const png_maker maker = png().gray(1, 1).declared_size(1, 0x80000010);
+    // One skipped row takes one byte: the last filter byte in the block has no pixel behind it.
+    byte_vector rows(32, kNone);
+    rows[0] = 5;
+
+    EXPECT_NE(full_pass(stored_file(maker, rows), surface), kPngOk);
+}
+
+TEST(PngFit, FailsWhereTheDataOfAWrappedSizeAreTooLong) {
+    DsSurface surface = roomy_surface();
+    const png_maker maker = png().gray(1, 1).declared_size(1073741848, 4);
+
+    EXPECT_EQ(full_pass(stored_file(maker, byte_vector(101, 0)), surface), kPngMalformed);
+}
+
+// Rows with an unknown filter byte take one byte and no pixel, so that these stay inside.
+TEST(PngFit, TakesAWrappedSizeWhoseRowsAreAllSkipped) {
+    DsSurface surface = roomy_surface();
+    const png_maker maker = png().rgba(1, 1).declared_size(0x40000000, 4);
+
+    EXPECT_EQ(full_pass(stored_file(maker, byte_vector(4, 5)), surface), kPngOk);
+
+    byte_vector expected(surface.getDataSize(), kFreshByte);
+    std::fill_n(expected.end() - 4, 4, static_cast<uint8_t>(5));
+    EXPECT_EQ(pixel_block(surface), expected);
+}
+
+} // namespace

@@ -1,0 +1,197 @@
+// The image data chunks: how they are cut, what must be in them, and what is never looked at.
+#include "tests/support/deflate_maker.h"
+#include "tests/support/fenced_surface.h"
+#include "tests/support/png_maker.h"
+#include "tests/support/png_runs.h"
+
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+namespace {
+
+constexpr both_results kBothOk{kPngOk, kPngOk};
+constexpr both_results kBothMalformed{kPngMalformed, kPngMalformed};
+constexpr both_results kFullMalformed{kPngOk, kPngMalformed};
+
+png_maker sample() {
+    return png().gray(9, 7).pixels(data_kind::text, 3);
+}
+
+byte_vector decoded_block(const byte_vector& file) {
+    const decode_outcome outcome = decode_png(file);
+    EXPECT_EQ(outcome.result, kPngOk);
+    return outcome.surface ? pixel_block(*outcome.surface) : byte_vector{};
+}
+
+// An IDAT chunk for the image data `raw`, which need not be what the sample's rows compress to.
+both_results with_stream(const byte_vector& raw) {
+    return both_passes(sample().deflate_stream(raw).bytes());
+}
+
+TEST(PngIdat, MustBeThere) {
+    std::vector<png_chunk> chunks = sample().chunks();
+    chunks.erase(chunks.begin() + 1);
+
+    EXPECT_EQ(both_passes(png_file(chunks)), kBothMalformed);
+}
+
+TEST(PngIdat, DecodesTheSameSplitAnywhere) {
+    const byte_vector expected = decoded_block(sample().bytes());
+    const size_t size = sample().image_data().size();
+    for (size_t split = 2; split + 2 <= size; ++split) {
+        EXPECT_EQ(decoded_block(sample().idat_split_at({split}).bytes()), expected) << split;
+    }
+}
+
+TEST(PngIdat, DecodesTheSameInChunksOfTwoBytes) {
+    const size_t size = sample().image_data().size();
+    std::vector<size_t> splits;
+    for (size_t split = 2; split + 2 <= size; split += 2) {
+        splits.push_back(split);
+    }
+
+    EXPECT_EQ(decoded_block(sample().idat_split_at(splits).bytes()),
+              decoded_block(sample().bytes()));
+}
+
+TEST(PngIdat, MayHaveOtherChunksBetween) {
+    png_maker maker = sample().idat_split_at({2, 5, 20});
+    maker.chunk_between_idats({"tEXt", {1, 2, 3}});
+
+    EXPECT_EQ(decoded_block(maker.bytes()), decoded_block(sample().bytes()));
+}
+
+TEST(PngIdat, IsRefusedShorterThanTwoBytes) {
+    EXPECT_EQ(both_passes(sample().idat_split_at({0}).bytes()), kBothMalformed);
+    EXPECT_EQ(both_passes(sample().idat_split_at({1}).bytes()), kBothMalformed);
+    EXPECT_EQ(both_passes(sample().idat_split_at({5, 5}).bytes()), kBothMalformed);
+    EXPECT_EQ(both_passes(sample().idat_split_at({5, 6}).bytes()), kBothMalformed);
+}
+
+TEST(PngIdat, IsRefusedShorterThanTwoBytesEvenBehindTheEndOfTheStream) {
+    for (const byte_vector& data : {byte_vector{}, byte_vector{0}}) {
+        const byte_vector file = sample().chunk_after_idat({"IDAT", data}).bytes();
+        EXPECT_EQ(both_passes(file), kBothMalformed);
+    }
+}
+
+TEST(PngIdat, IsIgnoredBehindTheEndOfTheStream) {
+    const byte_vector file = sample().chunk_after_idat({"IDAT", byte_vector(50, 0xFF)}).bytes();
+
+    EXPECT_EQ(decoded_block(file), decoded_block(sample().bytes()));
+}
+
+TEST(PngIdat, SkipsTheZlibHeaderUnseen) {
+    const byte_vector expected = decoded_block(sample().bytes());
+    for (const byte_vector& header : {byte_vector{0, 0}, byte_vector{0xFF, 0xFF}}) {
+        std::vector<png_chunk> chunks = sample().chunks();
+        std::copy(header.begin(), header.end(), chunks[1].data.begin());
+        EXPECT_EQ(decoded_block(png_file(chunks)), expected);
+    }
+}
+
+TEST(PngIdat, SkipsTwoBytesOfTheFirstChunkOnly) {
+    byte_vector data{0x78, 0x9C};
+    append(data, sample().raw_stream());
+
+    EXPECT_EQ(decoded_block(sample().idat_bytes(data).idat_split_at({2, 4}).bytes()),
+              decoded_block(sample().bytes()));
+}
+
+TEST(PngIdat, NeedsNoChecksumAndIgnoresAWrongOne) {
+    const byte_vector expected = decoded_block(sample().bytes());
+    byte_vector data{0x78, 0x9C};
+    append(data, sample().raw_stream());
+    EXPECT_EQ(decoded_block(sample().idat_bytes(data).bytes()), expected);
+
+    append(data, {1, 2, 3, 4});
+    EXPECT_EQ(decoded_block(sample().idat_bytes(data).bytes()), expected);
+}
+
+TEST(PngIdat, FailsTheFullPassWithAStreamThatDoesNotEnd) {
+    const byte_vector raw = sample().raw_stream();
+    for (size_t length = 0; length < raw.size(); ++length) {
+        byte_vector data{0x78, 0x9C};
+        append(data, slice(raw, 0, length));
+        EXPECT_EQ(both_passes(sample().idat_bytes(data).bytes()), kFullMalformed) << length;
+    }
+}
+
+TEST(PngIdat, FailsTheFullPassWithAnInvalidStream) {
+    EXPECT_EQ(with_stream(deflate_maker().block_header(3, block_is::last).bytes()), kFullMalformed);
+}
+
+// Kept on purpose: streams with fixed codes are refused.
+TEST(PngIdat, FailsTheFullPassWithAFixedCodeBlock) {
+    const byte_vector file = sample().compression({9, Z_FIXED, 15, 8}).bytes();
+
+    EXPECT_EQ(both_passes(file), kFullMalformed);
+}
+
+TEST(PngIdat, FailsTheFullPassWithMoreThanTheRowsTake) {
+    byte_vector rows = sample().filtered();
+    EXPECT_EQ(with_stream(deflate_maker().stored(rows, block_is::last).bytes()), kBothOk);
+    rows.push_back(0);
+    EXPECT_EQ(with_stream(deflate_maker().stored(rows, block_is::last).bytes()), kFullMalformed);
+}
+
+TEST(PngIdat, MayEndWithAnEmptyBlockBehindTheLastRow) {
+    deflate_maker maker;
+    maker.stored(sample().filtered(), block_is::followed).stored({}, block_is::last);
+
+    EXPECT_EQ(with_stream(maker.bytes()), kBothOk);
+}
+
+// Kept on purpose: the number of bytes is not compared with what the rows take.
+TEST(PngIdat, MayHaveFewerBytesThanTheRowsTake) {
+    const byte_vector file =
+        png()
+            .gray(3, 2)
+            .deflate_stream(deflate_maker().stored({1, 10, 1}, block_is::last).bytes())
+            .bytes();
+    DsSurface surface = fenced_surface({3, 2, DsColorMode::I8, 0, 256, 2});
+    std::fill_n(surface.getPixels(), surface.getDataSize(), static_cast<uint8_t>(0));
+
+    EXPECT_EQ(full_pass(file, surface), kPngOk);
+
+    EXPECT_EQ(slice(pixel_block(surface), 0, 6), (byte_vector{10, 11, 11, 0, 0, 0}));
+}
+
+TEST(PngIdat, MayHaveNoBytesOfImageAtAll) {
+    EXPECT_EQ(with_stream(deflate_maker().stored({}, block_is::last).bytes()), kBothOk);
+}
+
+// Kept on purpose: the part of a match that does not fit is dropped.
+TEST(PngIdat, MayEndInAMatchThatGoesBeyondTheLastRow) {
+    deflate_maker maker;
+    maker.stored({0, 1, 2, 3}, block_is::followed);
+    maker.dynamic(plain_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 0, 0, 1}),
+                  block_is::last);
+    maker.match(258, 4).end();
+    const byte_vector file = png().gray(3, 5).deflate_stream(maker.bytes()).bytes();
+
+    const decode_outcome outcome = decode_png(file);
+
+    ASSERT_EQ(outcome.result, kPngOk);
+    EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 15),
+              (byte_vector{1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3}));
+}
+
+TEST(PngIdat, KeepsBitsOfOneChunkForTheNext) {
+    // Long codes and extra bits fall across every cut.
+    test_rng rng(70);
+    for (int round = 0; round < 100; ++round) {
+        const uint32_t height = random_between(rng, 1, 12);
+        png_maker maker = png().rgba(5, height).pixels(data_kind::text, rng());
+        maker.deflate_stream(dynamic_stream_of(maker.filtered(), rng()));
+        const byte_vector expected = decoded_block(maker.bytes());
+        const size_t size = maker.image_data().size();
+        std::vector<size_t> splits;
+        for (size_t at = 2; at + 2 <= size; at += random_between(rng, 2, 5)) {
+            splits.push_back(at);
+        }
+        ASSERT_EQ(decoded_block(maker.idat_split_at(splits).bytes()), expected);
+    }
+}
+
+} // namespace

@@ -1,0 +1,193 @@
+// Broken files: every truncation and every changed byte of some small images ends in a surface or
+// in none, the same one each time, and (under sanitizers) without a single stray access.
+#include "tests/support/fenced_surface.h"
+#include "tests/support/png_maker.h"
+#include "tests/support/png_runs.h"
+
+#include <gtest/gtest.h>
+#include <new>
+#include <zlib.h>
+
+namespace {
+
+constexpr size_t kSizesBegin = 16; // width and height in the header chunk
+constexpr size_t kSizesEnd = 24;
+
+std::vector<png_maker> small_images() {
+    return {
+        png().gray(5, 4),
+        png().gray(3, 5).trns({0, 1}).idat_split_at({4, 10}),
+        png().rgb(4, 3),
+        png().rgb(3, 3).trns(byte_vector(6, 2)),
+        png().indexed(6, 3).palette(4).trns({1, 2, 3}).chunk_before_idat({"tEXt", {'a', 0, 'b'}}),
+        png().gray_alpha(4, 4).idat_split_at({2, 4, 6}),
+        png().rgba(3, 4).deflate_stream(raw_deflate(png().rgba(3, 4).filtered(), {0, 0, 15, 8}))};
+}
+
+size_t big_endian_at(const byte_vector& bytes, size_t at) {
+    size_t word = 0;
+    for (size_t i = 0; i < 4; ++i) {
+        word = word << 8 | bytes[at + i];
+    }
+    return word;
+}
+
+void put_big_endian(byte_vector& bytes, size_t at, uint32_t word) {
+    for (size_t i = 0; i < 4; ++i) {
+        bytes[at + i] = static_cast<uint8_t>(word >> (24 - 8 * i));
+    }
+}
+
+// Gives every chunk that the file holds in full the CRC that its bytes call for.
+byte_vector with_mended_crcs(byte_vector file) {
+    for (size_t at = 8; at + 12 <= file.size();) {
+        const size_t length = big_endian_at(file, at);
+        if (length > file.size() - at - 12) {
+            break;
+        }
+        const uLong crc = crc32(0, file.data() + at + 4, static_cast<uInt>(length + 4));
+        put_big_endian(file, at + 8 + length, static_cast<uint32_t>(crc));
+        at += 12 + length;
+    }
+    return file;
+}
+
+// All that a conversion gives, or nothing.
+struct conversion {
+    bool has_surface = false;
+    bool out_of_memory = false;
+    byte_vector serialized, pixels, palette;
+    bool operator==(const conversion&) const = default;
+};
+
+conversion convert(const byte_vector& file, bool alpha_only) {
+    conversion result;
+    try {
+        const auto surface = convert_png(file, alpha_only, 90);
+        result.has_surface = surface != nullptr;
+        if (surface != nullptr) {
+            result.serialized.resize(surface->serialize(nullptr));
+            surface->serialize(result.serialized.data());
+            result.pixels = pixel_block(*surface);
+            if (surface->getPalette() != nullptr) {
+                result.palette = palette_block(*surface);
+            }
+        }
+    } catch (const std::bad_alloc&) {
+        result.out_of_memory = true;
+    }
+    return result;
+}
+
+void expect_repeatable(const byte_vector& file) {
+    for (const bool alpha_only : {false, true}) {
+        ASSERT_EQ(convert(file, alpha_only), convert(file, alpha_only));
+    }
+    // Into a surface that fits something else, and whose fences are checked.
+    DsSurface first = roomy_surface();
+    DsSurface second = roomy_surface();
+    ASSERT_EQ(full_pass(file, first), full_pass(file, second));
+    ASSERT_EQ(pixel_block(first), pixel_block(second));
+}
+
+TEST(PngMalformed, TheSoundImagesAreSound) {
+    for (const png_maker& maker : small_images()) {
+        EXPECT_TRUE(convert(maker.bytes(), false).has_surface);
+        EXPECT_EQ(with_mended_crcs(maker.bytes()), maker.bytes());
+    }
+}
+
+TEST(PngMalformed, EveryTruncationIsRefused) {
+    for (const png_maker& maker : small_images()) {
+        const byte_vector file = maker.bytes();
+        for (size_t size = 0; size < file.size(); ++size) {
+            ASSERT_EQ(convert_png(slice(file, 0, size)), nullptr) << size;
+        }
+    }
+}
+
+TEST(PngMalformed, EveryChangedByteIsRefused) {
+    for (const png_maker& maker : small_images()) {
+        const byte_vector sound = maker.bytes();
+        for (size_t position = 0; position < sound.size(); ++position) {
+            for (uint32_t change = 1; change < 256; change += change < 4 ? 1 : 7) {
+                byte_vector file = sound;
+                file[position] ^= static_cast<uint8_t>(change);
+                ASSERT_EQ(convert_png(file), nullptr) << position << ' ' << change;
+            }
+        }
+    }
+}
+
+TEST(PngMalformed, EveryChangedByteWithMendedCrcsEndsInTheSameWayTwice) {
+    for (const png_maker& maker : small_images()) {
+        const byte_vector sound = maker.bytes();
+        for (size_t position = 0; position < sound.size(); ++position) {
+            if (position >= kSizesBegin && position < kSizesEnd) {
+                continue; // sizes are changed on their own, below
+            }
+            for (uint32_t value = 0; value < 256; value += position % 2 == 0 ? 3 : 5) {
+                byte_vector file = sound;
+                file[position] = static_cast<uint8_t>(value);
+                expect_repeatable(with_mended_crcs(file));
+                ASSERT_FALSE(testing::Test::HasFailure()) << position << ' ' << value;
+            }
+        }
+    }
+}
+
+// Other sizes than the data have: the low bytes in full, since the surfaces stay small.
+TEST(PngMalformed, EveryChangedLowSizeByteEndsInTheSameWayTwice) {
+    for (const png_maker& maker : small_images()) {
+        for (const size_t position : {kSizesBegin + 3, kSizesEnd - 1}) {
+            for (uint32_t value = 0; value < 256; ++value) {
+                byte_vector file = maker.bytes();
+                file[position] = static_cast<uint8_t>(value);
+                expect_repeatable(with_mended_crcs(file));
+                ASSERT_FALSE(testing::Test::HasFailure()) << position << ' ' << value;
+            }
+        }
+    }
+}
+
+TEST(PngMalformed, EveryChangedSizeByteStaysInsideASurfaceOfAnotherSize) {
+    for (const png_maker& maker : small_images()) {
+        for (size_t position = kSizesBegin; position < kSizesEnd; ++position) {
+            for (uint32_t value = 0; value < 256; ++value) {
+                byte_vector file = maker.bytes();
+                file[position] = static_cast<uint8_t>(value);
+                DsSurface first = roomy_surface();
+                DsSurface second = roomy_surface();
+                const byte_vector mended = with_mended_crcs(file);
+                ASSERT_EQ(full_pass(mended, first), full_pass(mended, second));
+                ASSERT_EQ(pixel_block(first), pixel_block(second));
+            }
+        }
+    }
+}
+
+TEST(PngMalformed, RandomDamageToTheImageDataEndsInTheSameWayTwice) {
+    test_rng rng(110);
+    for (const png_maker& maker : small_images()) {
+        for (int round = 0; round < 500; ++round) {
+            std::vector<png_chunk> chunks = maker.chunks();
+            byte_vector& data = chunk_named(chunks, "IDAT").data;
+            for (uint32_t changes = random_between(rng, 1, 6); changes > 0; --changes) {
+                data[rng() % data.size()] = static_cast<uint8_t>(rng());
+            }
+            expect_repeatable(png_file(chunks));
+            ASSERT_FALSE(testing::Test::HasFailure()) << round;
+        }
+    }
+}
+
+TEST(PngMalformed, RandomBytesBehindASignatureAreRefused) {
+    test_rng rng(111);
+    for (int round = 0; round < 2000; ++round) {
+        byte_vector file = slice(png().gray(4, 4).bytes(), 0, rng() % 40);
+        append(file, make_bytes(data_kind::noise, rng() % 100, rng()));
+        ASSERT_EQ(convert_png(file), nullptr);
+    }
+}
+
+} // namespace

@@ -1,0 +1,58 @@
+// The pixel rules once more, one pixel at a time and straight from their tables: what the kernels,
+// the spans and the drawing operations are held against. It shares no code with them.
+#pragma once
+
+#include "src/ds_color_mode.h"
+#include "tests/support/test_bytes.h"
+
+#include <array>
+#include <cstdint>
+
+/// Every mode, and two that are unknown.
+inline constexpr std::array kAllModes = {
+    DsColorMode::ARGB8888, DsColorMode::RGB888,    DsColorMode::RGB565, DsColorMode::ARGB1555,
+    DsColorMode::ARGB4444, DsColorMode::I8,        DsColorMode::Reserved6,
+    DsColorMode::AI88,     DsColorMode::Reserved8, DsColorMode::A8,     DsColorMode{10},
+    DsColorMode{0xFFFFFFFF}};
+
+inline constexpr std::array kTwoByteModes = {DsColorMode::RGB565, DsColorMode::ARGB1555,
+                                             DsColorMode::ARGB4444, DsColorMode::AI88};
+
+/// The alpha modes that mean something, and two that take alpha away.
+inline constexpr uint32_t kAlphaModes[] = {0, 1, 2, 3, 0xFFFFFFFF};
+
+struct PlainColor {
+    uint32_t alpha, red, green, blue;
+    bool operator==(const PlainColor&) const = default;
+};
+
+/// The channels of a colour word, and back.
+PlainColor plainColor(uint32_t word);
+uint32_t plainWord(const PlainColor& color);
+
+uint32_t plainPixelSize(DsColorMode mode);
+uint32_t plainLoad(DsColorMode mode, const uint8_t* pixel);
+void plainStore(DsColorMode mode, uint8_t* pixel, uint32_t stored);
+
+/// A stored value as a colour; A8 takes its colour from `constant`.
+PlainColor plainDecode(DsColorMode mode, uint32_t stored, const PlainColor& constant = {});
+uint32_t plainEncode(DsColorMode mode, const PlainColor& color);
+
+/// `above` over `below`.
+PlainColor plainOver(const PlainColor& below, const PlainColor& above);
+
+/// How a copy turns one source pixel and one target pixel into the new target pixel.
+struct PlainCopy {
+    DsColorMode target, source;
+    uint32_t alphaMode, color;
+
+    PlainColor sourceColor(uint32_t sourceStored) const;
+    uint32_t converted(uint32_t targetStored, uint32_t sourceStored) const;
+    uint32_t blended(uint32_t targetStored, uint32_t sourceStored) const;
+};
+
+/// The stored value after painting a colour word through a coverage byte.
+uint32_t plainPainted(DsColorMode mode, uint32_t stored, uint32_t coverage, uint32_t color);
+
+/// A value for every bit pattern of a pixel of one or two bytes, 256 a line.
+byte_vector allStoredValues(DsColorMode mode);

@@ -1,0 +1,298 @@
+// Turning the stored pixels, against a plain pixel-by-pixel model, and everything that must stay as
+// it was when nothing is turned.
+#include "src/ds_surface.h"
+#include "tests/src/surface_makers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+#include <vector>
+
+namespace {
+
+using Mode = DsColorMode;
+
+// One stored pixel's bytes.
+byte_vector pixelAt(const DsSurface& surface, const byte_vector& block, int32_t x, int32_t y) {
+    const uint64_t size = surface.getBytesPerPixel();
+    return slice(block,
+                 static_cast<uint64_t>(y) * surface.getStride() + static_cast<uint64_t>(x) * size,
+                 size);
+}
+
+// Everything that rotate may change.
+struct State {
+    uint32_t rotation;
+    int32_t width, height;
+    uint64_t stride, pitch, dataSize;
+    int32_t clipWidth, clipHeight;
+    const uint8_t* pixels;
+    byte_vector block;
+
+    explicit State(const DsSurface& surface)
+        : rotation(surface.getRotation())
+        , width(surface.getWidth())
+        , height(surface.getHeight())
+        , stride(surface.getStride())
+        , pitch(surface.getPitch())
+        , dataSize(surface.getDataSize())
+        , clipWidth(surface.getClip().mWidth)
+        , clipHeight(surface.getClip().mHeight)
+        , pixels(surface.getPixels())
+        , block(pixelBlock(surface)) {}
+    bool operator==(const State&) const = default;
+};
+
+// Turns a surface full of noise, and compares every new line with the old column that it comes
+// from, the rightmost first.
+void expectTurned(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
+    SCOPED_TRACE(testing::Message() << "mode " << static_cast<uint32_t>(mode) << ", " << width
+                                    << " by " << height << ", alignment " << alignment);
+    TrackedBlocks blocks;
+    DsSurface surface = makeSurface(width, height, mode, alignment, 0, 5);
+    const byte_vector before = fillWithNoise(surface, 7);
+    const DsSurface old(surface);
+    surface.rotate(90);
+
+    const uint64_t size = bytesPerPixel(mode);
+    const auto lines = static_cast<uint64_t>(width), columns = static_cast<uint64_t>(height);
+    const uint64_t stride = plainStride(columns, size, alignment);
+    ASSERT_EQ(stride, surface.getStride());
+    ASSERT_EQ(lines * stride, surface.getDataSize());
+    for (uint64_t i = 0; i < lines; ++i) {
+        byte_vector expected(columns * size);
+        for (uint64_t j = 0; j < columns; ++j) {
+            const uint64_t from = j * old.getStride() + (lines - 1 - i) * size;
+            std::copy_n(before.data() + from, size, expected.data() + j * size);
+        }
+        const uint8_t* line = surface.getPixels() + i * stride;
+        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), line)) << "line " << i;
+    }
+}
+
+TEST(Rotate, TurnsTheSmallExampleCounterClockwise) {
+    TrackedBlocks blocks;
+    DsSurface surface = makeSurface(3, 2, Mode::A8);
+    const byte_vector pixels = {1, 2, 3, 4, 5, 6};
+    std::copy(pixels.begin(), pixels.end(), surface.getPixels());
+    surface.rotate(90);
+    EXPECT_EQ(2, surface.getWidth());
+    EXPECT_EQ(3, surface.getHeight());
+    EXPECT_EQ((byte_vector{3, 6, 2, 5, 1, 4}), pixelBlock(surface));
+}
+
+TEST(Rotate, TurnsEverySmallSizeInEveryMode) {
+    for (const Mode mode : kModesWithPixels) {
+        for (int32_t width = 0; width <= 9; ++width) {
+            for (int32_t height = 0; height <= 9; ++height) {
+                expectTurned(mode, width, height, 1);
+            }
+        }
+    }
+}
+
+// Sizes around powers of two, where an implementation that goes by tiles has its seams.
+TEST(Rotate, TurnsSizesAroundTileEdges) {
+    constexpr int32_t sizes[] = {1, 7, 8, 15, 16, 17, 31, 32, 33, 63, 64, 65, 127, 129};
+    for (const Mode mode : {Mode::ARGB8888, Mode::RGB888, Mode::RGB565, Mode::I8}) {
+        for (const int32_t width : sizes) {
+            for (const int32_t height : sizes) {
+                expectTurned(mode, width, height, 1);
+            }
+        }
+    }
+}
+
+TEST(Rotate, TurnsWideThinAndTallThinPictures) {
+    for (const Mode mode : kModesWithPixels) {
+        expectTurned(mode, 3001, 1, 1);
+        expectTurned(mode, 1, 3001, 1);
+        expectTurned(mode, 1023, 3, 1);
+        expectTurned(mode, 5, 1025, 1);
+    }
+}
+
+TEST(Rotate, AlignsTheNewLines) {
+    for (const Mode mode : kModesWithPixels) {
+        for (const uint32_t alignment : {2U, 3U, 4U, 6U, 8U, 12U, 16U, 64U}) {
+            expectTurned(mode, 5, 7, alignment);
+            expectTurned(mode, 34, 33, alignment);
+        }
+    }
+}
+
+TEST(Rotate, TurnsALargePicture) {
+    expectTurned(Mode::RGB888, 701, 523, 4);
+}
+
+TEST(Rotate, AsksForTheNewBlockWithoutExtraBytesBeforeReleasingTheOld) {
+    TrackedBlocks blocks;
+    DsSurface surface = makeSurface(5, 3, Mode::RGB565, 4, 0, 100);
+    surface.rotate(90);
+    ASSERT_EQ(2U, blocks.requests.size());
+    EXPECT_EQ(5U * 8, blocks.requests[1]);
+    EXPECT_EQ(5U * 8, surface.getDataSize());
+    EXPECT_EQ(blocks.blocks[1], surface.getPixels());
+    EXPECT_EQ((std::vector<void*>{blocks.blocks[0]}), blocks.released);
+}
+
+TEST(Rotate, SetsRotationSizeStridePitchAndClip) {
+    TrackedBlocks blocks;
+    DsSurface surface = makeSurface(5, 3, Mode::RGB565, 4, 0, 100);
+    surface.setClip(DsRect(1, 1, 2, 1));
+    surface.setUserData(77);
+    surface.rotate(90);
+    EXPECT_EQ(90U, surface.getRotation());
+    EXPECT_EQ(3, surface.getWidth());
+    EXPECT_EQ(5, surface.getHeight());
+    EXPECT_EQ(8U, surface.getStride());
+    EXPECT_EQ(4U, surface.getPitch());
+    EXPECT_EQ(77U, surface.getUserData());
+    int32_t width = 0, height = 0;
+    surface.getSize(width, height);
+    EXPECT_EQ(5, width);
+    EXPECT_EQ(3, height);
+    const DsRect clip = surface.getClip();
+    EXPECT_EQ(0, clip.mX);
+    EXPECT_EQ(0, clip.mY);
+    EXPECT_EQ(5, clip.mWidth);
+    EXPECT_EQ(3, clip.mHeight);
+}
+
+TEST(Rotate, LeavesThePaletteAlone) {
+    TrackedBlocks blocks;
+    DsSurface surface(2, 3, 0, Mode::I8, 1, 4, TrackedBlocks::allocate, TrackedBlocks::release, 1,
+                      0);
+    const byte_vector palette = make_bytes(data_kind::noise, 16, 3);
+    std::copy(palette.begin(), palette.end(), surface.getPalette());
+    surface.rotate(90);
+    EXPECT_EQ(blocks.blocks[1], surface.getPalette());
+    EXPECT_EQ(palette, byte_vector(surface.getPalette(), surface.getPalette() + 16));
+    EXPECT_EQ(4, surface.getPaletteSize());
+    EXPECT_EQ(1, surface.getPaletteHasAlpha());
+}
+
+// The rotation is set, not added, so a second turn loses what the first one said.
+TEST(Rotate, StillSays90AfterASecondTurn) {
+    TrackedBlocks blocks;
+    DsSurface surface = makeSurface(3, 2, Mode::A8);
+    const byte_vector pixels = {1, 2, 3, 4, 5, 6};
+    std::copy(pixels.begin(), pixels.end(), surface.getPixels());
+    surface.rotate(90);
+    surface.rotate(90);
+    EXPECT_EQ(90U, surface.getRotation());
+    EXPECT_EQ(3, surface.getWidth());
+    EXPECT_EQ(2, surface.getHeight());
+    EXPECT_EQ((byte_vector{6, 5, 4, 3, 2, 1}), pixelBlock(surface));
+}
+
+TEST(Rotate, Sets90WhateverTheRotationWas) {
+    for (const uint32_t rotation : {90U, 180U, 270U, 45U}) {
+        TrackedBlocks blocks;
+        DsSurface surface = makeSurface(3, 2, Mode::A8, 1, rotation);
+        const int32_t width = surface.getWidth(), height = surface.getHeight();
+        surface.rotate(90);
+        EXPECT_EQ(90U, surface.getRotation());
+        EXPECT_EQ(height, surface.getWidth());
+        EXPECT_EQ(width, surface.getHeight());
+    }
+}
+
+TEST(Rotate, LetsTheCallerFindEveryPixelAtItsOldPoint) {
+    for (const Mode mode : kModesWithPixels) {
+        TrackedBlocks blocks;
+        DsSurface surface = makeSurface(37, 21, mode, 4);
+        const byte_vector before = fillWithNoise(surface, 9);
+        const DsSurface old(surface);
+        surface.rotate(90);
+        const byte_vector after = pixelBlock(surface);
+        for (int32_t y = 0; y < 21; ++y) {
+            for (int32_t x = 0; x < 37; ++x) {
+                int32_t storedX = x, storedY = y;
+                surface.mapPoint(storedX, storedY);
+                ASSERT_EQ(pixelAt(old, before, x, y), pixelAt(surface, after, storedX, storedY));
+            }
+        }
+    }
+}
+
+TEST(Rotate, IgnoresEveryAngleBut90) {
+    TrackedBlocks blocks;
+    DsSurface surface = makeSurface(5, 3, Mode::RGB888, 4, 0, 6);
+    fillWithNoise(surface, 4);
+    surface.setClip(DsRect(1, 1, 2, 1));
+    const State before(surface);
+    for (const int32_t angle : {0, 180, 270, -90, 89, 91, 360, 450, -270, 0x7FFFFFFF}) {
+        surface.rotate(angle);
+        EXPECT_EQ(before, State(surface)) << angle;
+    }
+    EXPECT_EQ(1U, blocks.requests.size());
+}
+
+TEST(Rotate, LeavesAnAliasAndItsOwnerAlone) {
+    TrackedBlocks blocks;
+    DsSurface owner = makeSurface(5, 3, Mode::RGB888);
+    fillWithNoise(owner, 4);
+    const State before(owner);
+    DsSurface alias(owner);
+    alias.rotate(90);
+    EXPECT_EQ(before, State(alias));
+    EXPECT_EQ(before, State(owner));
+}
+
+TEST(Rotate, LeavesAViewAlone) {
+    byte_vector file = makeFileHeader(0, Mode::A8, 3, 2, 3);
+    append(file, {1, 2, 3, 4, 5, 6});
+    const byte_vector bytes = file;
+    DsSurface view(file.data());
+    const State before(view);
+    view.rotate(90);
+    EXPECT_EQ(before, State(view));
+    EXPECT_EQ(bytes, file);
+}
+
+TEST(Rotate, NeedsBothCallbacks) {
+    TrackedBlocks blocks;
+    DsSurface keeping(3, 2, 0, Mode::A8, 0, 0, TrackedBlocks::allocate, nullptr, 1, 0);
+    const State before(keeping);
+    keeping.rotate(90);
+    EXPECT_EQ(before, State(keeping));
+    EXPECT_EQ(1U, blocks.requests.size());
+    TrackedBlocks::release(blocks.blocks[0]);
+}
+
+TEST(Rotate, LeavesTheSurfaceAsItWasWhenThereIsNoMemory) {
+    for (const auto failure : {TrackedBlocks::Failure::Null, TrackedBlocks::Failure::Throw}) {
+        TrackedBlocks blocks;
+        blocks.failure = failure;
+        blocks.failingRequest = 1;
+        DsSurface surface = makeSurface(5, 3, Mode::RGB888, 4, 180, 9);
+        fillWithNoise(surface, 4);
+        surface.setClip(DsRect(1, 1, 2, 1));
+        const State before(surface);
+        if (failure == TrackedBlocks::Failure::Throw) {
+            EXPECT_THROW(surface.rotate(90), std::bad_alloc);
+        } else {
+            surface.rotate(90);
+        }
+        EXPECT_EQ(before, State(surface));
+        EXPECT_TRUE(blocks.released.empty());
+    }
+}
+
+TEST(Rotate, TurnsTheSizeOfModesWithoutPixels) {
+    for (const Mode mode : kModesWithoutPixels) {
+        TrackedBlocks blocks;
+        DsSurface surface = makeSurface(5, 3, mode, 4, 0, 8);
+        surface.rotate(90);
+        EXPECT_EQ(90U, surface.getRotation());
+        EXPECT_EQ(3, surface.getWidth());
+        EXPECT_EQ(5, surface.getHeight());
+        EXPECT_EQ(0U, surface.getPitch());
+        EXPECT_EQ(0U, surface.getDataSize());
+    }
+}
+
+} // namespace

@@ -1,0 +1,119 @@
+// PNG files from named pieces, sound or broken in exactly one chosen way.
+#pragma once
+
+#include "tests/support/deflate_oracle.h"
+#include "tests/support/test_bytes.h"
+
+#include <string>
+
+/// PNG's colour types.
+inline constexpr uint8_t kGray = 0, kRgb = 2, kIndexed = 3, kGrayAlpha = 4, kRgba = 6;
+inline constexpr uint8_t kColorTypes[] = {kGray, kRgb, kIndexed, kGrayAlpha, kRgba};
+
+/// PNG's row filters.
+inline constexpr uint8_t kNone = 0, kSub = 1, kUp = 2, kAverage = 3, kPaeth = 4;
+
+/// What the filters 0 to 4 take a sample for, from its neighbours.
+int predict_sample(uint8_t filter, int left, int up, int up_left);
+
+/// Bytes of a pixel of `color_type` at 8 bits a sample.
+uint32_t samples_per_pixel(uint8_t color_type);
+
+struct png_chunk {
+    std::string name;
+    byte_vector data;
+    uint32_t crc_flips = 0; ///< bits of the CRC that are wrong
+};
+
+/// A chunk with its length, name and CRC.
+byte_vector chunk_bytes(const png_chunk& chunk);
+
+/// A signature and these chunks.
+byte_vector png_file(const std::vector<png_chunk>& chunks);
+
+/// Samples in filtered rows, each behind its filter byte; the filters are repeated as long as need
+/// be.
+byte_vector filter_rows(const byte_vector& samples, size_t row_bytes, uint32_t pixel_bytes,
+                        const std::vector<uint8_t>& filters);
+
+/// A zlib header (`kZlibHeaderSize` bytes), the raw stream and a checksum.
+byte_vector zlib_wrapped(const byte_vector& raw, const byte_vector& plain);
+inline constexpr size_t kZlibHeaderSize = 2;
+
+/// A picture under construction: by default noise in rows of every filter in turn, compressed
+/// without fixed codes, in one IDAT chunk; an indexed one has a palette of 256 random entries.
+class png_maker {
+public:
+    png_maker();
+    png_maker& image(uint8_t color_type, uint32_t width, uint32_t height);
+    png_maker& gray(uint32_t width, uint32_t height) { return image(kGray, width, height); }
+    png_maker& rgb(uint32_t width, uint32_t height) { return image(kRgb, width, height); }
+    png_maker& indexed(uint32_t width, uint32_t height) { return image(kIndexed, width, height); }
+    png_maker& gray_alpha(uint32_t width, uint32_t height) {
+        return image(kGrayAlpha, width, height);
+    }
+    png_maker& rgba(uint32_t width, uint32_t height) { return image(kRgba, width, height); }
+
+    // What the header says, whatever the image data are.
+    png_maker& declared_size(uint32_t width, uint32_t height);
+    png_maker& declared_type(uint8_t color_type);
+    png_maker& bit_depth(uint8_t bits);
+    png_maker& compression_method(uint8_t method);
+    png_maker& filter_method(uint8_t method);
+    png_maker& interlace_method(uint8_t method);
+
+    png_maker& pixels(const byte_vector& samples);
+    png_maker& pixels(data_kind kind, uint32_t seed);
+    png_maker& filter(uint8_t row_filter) { return filters({row_filter}); }
+    png_maker& filters(const std::vector<uint8_t>& row_filters);
+    /// The uncompressed image data, filter bytes included.
+    png_maker& rows(const byte_vector& filtered);
+    /// zlib's settings; what they give may contain fixed codes.
+    png_maker& compression(const deflate_settings& settings);
+    png_maker& deflate_stream(const byte_vector& raw);
+    /// All bytes of the IDAT chunks, in place of a zlib stream.
+    png_maker& idat_bytes(const byte_vector& bytes);
+    /// Where new IDAT chunks begin, in ascending order.
+    png_maker& idat_split_at(const std::vector<size_t>& splits);
+
+    png_maker& palette(size_t entries, uint32_t seed = 1);
+    png_maker& plte(const byte_vector& data);
+    /// One more PLTE chunk behind what is there already.
+    png_maker& another_plte(const byte_vector& data);
+    png_maker& trns(const byte_vector& data);
+    png_maker& chunk_before_palette(const png_chunk& chunk);
+    png_maker& chunk_before_idat(const png_chunk& chunk);
+    png_maker& chunk_between_idats(const png_chunk& chunk);
+    png_maker& chunk_after_idat(const png_chunk& chunk);
+
+    /// The samples in PNG's order, without filters.
+    const byte_vector& samples() const { return mSamples; }
+    /// What the image data decompress to.
+    byte_vector filtered() const;
+    byte_vector raw_stream() const;
+    byte_vector image_header() const;
+    /// Bytes of all IDAT chunks.
+    byte_vector image_data() const;
+    std::vector<png_chunk> chunks() const;
+    byte_vector bytes() const { return png_file(chunks()); }
+
+private:
+    std::vector<png_chunk> idat_chunks() const;
+
+    uint8_t mType = kGray;
+    uint32_t mWidth = 1, mHeight = 1;
+    uint8_t mDeclaredType = kGray;
+    uint32_t mDeclaredWidth = 1, mDeclaredHeight = 1;
+    uint8_t mBitDepth = 8, mCompressionMethod = 0, mFilterMethod = 0, mInterlaceMethod = 0;
+    byte_vector mSamples;
+    std::vector<uint8_t> mFilters;
+    std::optional<byte_vector> mRows, mRaw, mIdatBytes;
+    std::optional<deflate_settings> mSettings;
+    std::vector<size_t> mSplits;
+    std::vector<png_chunk> mBeforePalette, mPaletteChunks, mBeforeIdat, mBetweenIdats, mAfterIdat;
+};
+
+png_maker png();
+
+/// The chunk called `name` of a list.
+png_chunk& chunk_named(std::vector<png_chunk>& chunks, const std::string& name);

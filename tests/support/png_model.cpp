@@ -1,0 +1,80 @@
+// The row model: no cleverness, every access checked.
+#include "tests/support/png_model.h"
+
+#include "tests/support/png_maker.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+namespace {
+
+class row_model {
+public:
+    row_model(byte_vector& block, const row_layout& layout, uint64_t source)
+        : mBlock(block)
+        , mLayout(layout)
+        , mPixelBytes(samples_per_pixel(layout.color_type))
+        , mSource(source) {}
+
+    void run() {
+        for (uint64_t row = 0; row < mLayout.height; ++row) {
+            const uint8_t filter = mBlock.at(mSource++);
+            if (filter <= kPaeth) {
+                convert_row(row, filter);
+            }
+        }
+    }
+
+private:
+    void convert_row(uint64_t row, uint8_t filter) {
+        for (uint64_t x = 0; x < mLayout.width; ++x) {
+            const uint64_t target = row * mLayout.stride + x * mPixelBytes;
+            std::array<uint8_t, 4> pixel{};
+            for (uint32_t channel = 0; channel < mPixelBytes; ++channel) {
+                const uint64_t at = target + channel;
+                const uint64_t above = at - mLayout.stride;
+                const int left = x > 0 ? mBlock.at(at - mPixelBytes) : 0;
+                const int up = row > 0 ? mBlock.at(above) : 0;
+                const int up_left = x > 0 && row > 0 ? mBlock.at(above - mPixelBytes) : 0;
+                const uint8_t source = mBlock.at(mSource + sample_of(channel));
+                pixel[channel] =
+                    static_cast<uint8_t>(source + predict_sample(filter, left, up, up_left));
+            }
+            mSource += mPixelBytes;
+            for (uint32_t channel = 0; channel < mPixelBytes; ++channel) {
+                mBlock.at(target + channel) = pixel[channel];
+            }
+        }
+    }
+
+    // Red and blue change places.
+    uint32_t sample_of(uint32_t channel) const {
+        return mPixelBytes >= 3 && channel < 3 ? 2 - channel : channel;
+    }
+
+    byte_vector& mBlock;
+    row_layout mLayout;
+    uint32_t mPixelBytes;
+    uint64_t mSource;
+};
+
+} // namespace
+
+model_block model_rows(const byte_vector& block, const row_layout& layout,
+                       const byte_vector& filtered) {
+    const uint64_t row_bytes =
+        static_cast<uint64_t>(layout.width) * samples_per_pixel(layout.color_type) + 1;
+    // The room for the decompressed rows is a 32-bit number, and so wraps.
+    const uint64_t room = static_cast<uint32_t>(row_bytes * layout.height);
+    model_block result{true, block};
+    const uint64_t source = block.size() - room;
+    std::copy_n(filtered.begin(), std::min<uint64_t>(filtered.size(), room),
+                result.bytes.begin() + static_cast<ptrdiff_t>(source));
+    try {
+        row_model(result.bytes, layout, source).run();
+    } catch (const std::out_of_range&) {
+        result.stays_inside = false;
+    }
+    return result;
+}

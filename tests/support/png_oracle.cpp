@@ -1,0 +1,77 @@
+// Reads a PNG file in memory with libpng.
+#include "tests/support/png_oracle.h"
+
+#include <algorithm>
+#include <csetjmp>
+#include <png.h>
+
+namespace {
+
+struct file_reader {
+    const byte_vector& file;
+    size_t position = 0;
+};
+
+void read_bytes(png_structp context, png_bytep target, size_t count) {
+    auto& reader = *static_cast<file_reader*>(png_get_io_ptr(context));
+    if (count > reader.file.size() - reader.position) {
+        png_error(context, "end of file");
+    }
+    std::copy_n(reader.file.begin() + static_cast<ptrdiff_t>(reader.position), count, target);
+    reader.position += count;
+}
+
+void ignore_warning(png_structp, png_const_charp) {}
+
+void leave_on_error(png_structp context, png_const_charp) {
+    png_longjmp(context, 1);
+}
+
+void read_palette(png_structp context, png_infop info, byte_vector& palette) {
+    png_colorp entries = nullptr;
+    int count = 0;
+    png_get_PLTE(context, info, &entries, &count);
+    for (int i = 0; i < count; ++i) {
+        append(palette, {entries[i].blue, entries[i].green, entries[i].red});
+    }
+}
+
+// Everything between the two jumps: objects with destructors live in the caller's frame only.
+void read_image(png_structp context, png_infop info, oracle_image& image) {
+    png_read_info(context, info);
+    image.width = png_get_image_width(context, info);
+    image.height = png_get_image_height(context, info);
+    if (png_get_color_type(context, info) & PNG_COLOR_MASK_COLOR) {
+        png_set_bgr(context);
+    }
+    png_read_update_info(context, info);
+    const size_t row_bytes = png_get_rowbytes(context, info);
+    image.pixels.resize(row_bytes * image.height);
+    for (uint32_t row = 0; row < image.height; ++row) {
+        png_read_row(context, image.pixels.data() + row * row_bytes, nullptr);
+    }
+    png_read_end(context, nullptr);
+    read_palette(context, info, image.palette);
+}
+
+bool try_read_image(png_structp context, png_infop info, oracle_image& image) {
+    if (setjmp(png_jmpbuf(context)) != 0) {
+        return false;
+    }
+    read_image(context, info, image);
+    return true;
+}
+
+} // namespace
+
+std::optional<oracle_image> oracle_decode_png(const byte_vector& file) {
+    png_structp context =
+        png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leave_on_error, ignore_warning);
+    png_infop info = png_create_info_struct(context);
+    file_reader reader{file};
+    png_set_read_fn(context, &reader, read_bytes);
+    oracle_image image{};
+    const bool read = try_read_image(context, info, image);
+    png_destroy_read_struct(&context, &info, nullptr);
+    return read ? std::optional(image) : std::nullopt;
+}

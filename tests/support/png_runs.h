@@ -1,0 +1,46 @@
+// Runs of the PNG decoder under test. Every file is handed over in heap memory of exactly its size,
+// so that a sanitizer sees every byte read beyond it.
+#pragma once
+
+#include "png/png_decode.h"
+#include "src/ds_surface.h"
+#include "tests/support/test_bytes.h"
+
+#include <memory>
+
+/// What an information record holds before a run.
+inline constexpr uint8_t kStaleByte = 0xEE;
+
+struct header_outcome {
+    int32_t result;
+    png_info_t info;
+};
+
+header_outcome header_pass(const byte_vector& file);
+
+int32_t full_pass(const byte_vector& file, DsSurface& surface);
+
+/// The full pass with a record to look at.
+header_outcome full_pass_with_info(const byte_vector& file, DsSurface& surface);
+
+/// Header pass, a fenced surface as it asks for, full pass.
+struct decode_outcome {
+    int32_t header_result;
+    int32_t result; ///< of the full pass, or of the header pass if that failed
+    png_info_t info;
+    std::unique_ptr<DsSurface> surface; ///< null if the header pass failed
+};
+
+decode_outcome decode_png(const byte_vector& file);
+
+/// Results of the header pass, and of the full pass into a surface with room for anything small.
+struct both_results {
+    int32_t header, full;
+    bool operator==(const both_results&) const = default;
+};
+
+both_results both_passes(const byte_vector& file);
+
+/// surface_from_png.
+std::unique_ptr<DsSurface> convert_png(const byte_vector& file, bool alpha_only = false,
+                                       int32_t rotation = 0);

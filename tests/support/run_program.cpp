@@ -1,0 +1,127 @@
+// Programs under test by fork and exec, their output through temporary files.
+#include "tests/support/run_program.h"
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+struct file_closer {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using temporary_file = std::unique_ptr<std::FILE, file_closer>;
+
+temporary_file open_temporary_file() {
+    temporary_file file(std::tmpfile());
+    if (file == nullptr) {
+        throw std::runtime_error("no temporary file for a program's output");
+    }
+    return file;
+}
+
+std::string content(std::FILE* file) {
+    std::string text;
+    std::array<char, 4096> piece;
+    std::rewind(file);
+    while (const size_t count = std::fread(piece.data(), 1, piece.size(), file)) {
+        text.append(piece.data(), count);
+    }
+    return text;
+}
+
+std::vector<std::string> environment(const std::vector<std::string>& added) {
+    std::vector<std::string> variables = added;
+    std::string sanitizer = "ASAN_OPTIONS=abort_on_error=1";
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const std::string text = *variable;
+        if (text.starts_with("ASAN_OPTIONS=")) {
+            sanitizer += ':' + text.substr(text.find('=') + 1);
+        } else {
+            variables.push_back(text);
+        }
+    }
+    variables.push_back(sanitizer);
+    return variables;
+}
+
+// The null-terminated array of pointers that exec wants; it points into `texts`.
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    for (std::string& text : texts) {
+        result.push_back(text.data());
+    }
+    result.push_back(nullptr);
+    return result;
+}
+
+void limit(__rlimit_resource resource, uint64_t most) {
+    const rlimit limits = {most, most};
+    setrlimit(resource, &limits);
+}
+
+// In the child, like everything below: only calls that are safe after a fork.
+bool enter(const program_surroundings& surroundings) {
+    constexpr uid_t kNobody = 65534;
+    limit(RLIMIT_CORE, 0);
+    if (surroundings.address_space) {
+        limit(RLIMIT_AS, *surroundings.address_space);
+    }
+    if (surroundings.file_size) {
+        limit(RLIMIT_FSIZE, *surroundings.file_size);
+    }
+    if (surroundings.goes_on_at_file_size) {
+        signal(SIGXFSZ, SIG_IGN);
+    }
+    return !surroundings.as_nobody || geteuid() != 0 ||
+           (setgid(kNobody) == 0 && setuid(kNobody) == 0);
+}
+
+// Takes over the files and becomes the program.
+[[noreturn]] void become(char* const* arguments, char* const* variables, const char* folder,
+                         const program_surroundings& surroundings, int output, int errors) {
+    const int input = open("/dev/null", O_RDONLY);
+    if (input >= 0 && dup2(input, 0) == 0 && dup2(output, 1) == 1 && dup2(errors, 2) == 2 &&
+        chdir(folder) == 0 && enter(surroundings)) {
+        execve(arguments[0], arguments, variables);
+    }
+    _exit(127);
+}
+
+} // namespace
+
+program_outcome run_program(const std::string& program, const std::vector<std::string>& arguments,
+                            const std::string& folder, const program_surroundings& surroundings) {
+    const temporary_file output = open_temporary_file();
+    const temporary_file errors = open_temporary_file();
+    std::vector<std::string> words = {program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> variables = environment(surroundings.variables);
+    const std::vector<char*> argument_pointers = pointers(words);
+    const std::vector<char*> variable_pointers = pointers(variables);
+
+    const pid_t child = fork();
+    if (child < 0) {
+        throw std::runtime_error("no process for a program");
+    }
+    if (child == 0) {
+        become(argument_pointers.data(), variable_pointers.data(), folder.c_str(), surroundings,
+               fileno(output.get()), fileno(errors.get()));
+    }
+    int status = 0;
+    if (waitpid(child, &status, 0) != child) {
+        throw std::runtime_error("a program's end was not seen");
+    }
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            WIFSIGNALED(status) ? WTERMSIG(status) : 0, content(output.get()),
+            content(errors.get())};
+}

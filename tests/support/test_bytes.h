@@ -1,0 +1,37 @@
+// Bytes and seeded random material for tests. One generator type everywhere, so that a failing case
+// can be repeated from its seed.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+using byte_vector = std::vector<uint8_t>;
+
+/// A random generator with the same numbers on every platform.
+class test_rng {
+public:
+    explicit test_rng(uint32_t seed)
+        : mEngine(seed) {}
+    uint32_t operator()() { return static_cast<uint32_t>(mEngine()); }
+
+private:
+    std::mt19937 mEngine;
+};
+
+/// Kinds of data that compressors treat differently.
+enum class data_kind { noise, text, runs, gradient };
+
+inline constexpr data_kind kAllDataKinds[] = {data_kind::noise, data_kind::text, data_kind::runs,
+                                              data_kind::gradient};
+
+/// A number from `low` to `high`, both included.
+uint32_t random_between(test_rng& rng, uint32_t low, uint32_t high);
+
+byte_vector make_bytes(data_kind kind, size_t size, uint32_t seed);
+
+/// `count` bytes of `bytes` from `begin` on, cut at its end.
+byte_vector slice(const byte_vector& bytes, size_t begin, size_t count);
+
+void append(byte_vector& bytes, const byte_vector& more);

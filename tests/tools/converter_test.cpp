@@ -1,0 +1,100 @@
+// Scratch folders and expectations for the tests of the whole program.
+#include "tests/tools/converter_test.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace {
+
+void expectOutcome(const program_outcome& outcome, int exitStatus, const std::string& output) {
+    EXPECT_EQ(exitStatus, outcome.exit_status);
+    EXPECT_EQ(0, outcome.signal);
+    EXPECT_EQ(output, outcome.output);
+    EXPECT_EQ("", outcome.errors);
+}
+
+} // namespace
+
+const std::string& banner() {
+    static const std::string text = [] {
+        const std::string help = run_program(PNGSLAB_PROGRAM, {"--help"}, "/").output;
+        return help.substr(0, help.find("\n\nUSAGE: "));
+    }();
+    return text;
+}
+
+std::string usageScreen() {
+    return "\n\nUSAGE: pngslab [options]\n"
+           "where [options] can be any of the following:\n"
+           "\n"
+           "\n --help                            -  Print this help screen\n"
+           "\n --image <image file>              -  Input image file\n"
+           "\n --rotation <90 | 180 | 270>       -  Specify image rotation\n"
+           "\n --alphaonly                       -  Generate an alpha only surface\n"
+           "\n --output <output file>            -  Output surface file\n";
+}
+
+ConverterTest::ConverterTest() {
+    std::string name = testing::TempDir() + "/pngslab-test-XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("no scratch folder");
+    }
+    mFolder = name;
+}
+
+ConverterTest::~ConverterTest() {
+    std::filesystem::remove_all(mFolder);
+}
+
+program_outcome ConverterTest::run(const std::vector<std::string>& arguments,
+                                   const program_surroundings& surroundings) const {
+    return run_program(PNGSLAB_PROGRAM, arguments, mFolder, surroundings);
+}
+
+void ConverterTest::expectHelp(const std::vector<std::string>& arguments) const {
+    expectOutcome(run(arguments), 0, banner() + usageScreen() + "\n\n");
+}
+
+void ConverterTest::expectSuccess(const std::vector<std::string>& arguments,
+                                  const std::string& imagePath, size_t size) const {
+    expectOutcome(run(arguments), 0,
+                  banner() + "\nGenerated surface for '" + imagePath + "', size " +
+                      std::to_string(size) + " bytes\n\n");
+}
+
+void ConverterTest::expectUsageError(const std::vector<std::string>& arguments,
+                                     const std::string& message) const {
+    expectOutcome(run(arguments), 1, banner() + usageScreen() + "\n\nERROR: " + message + "\n\n");
+}
+
+void ConverterTest::expectError(const std::vector<std::string>& arguments,
+                                const std::string& message) const {
+    expectOutcome(run(arguments), 1, banner() + "\n\nERROR: " + message + "\n\n");
+}
+
+void ConverterTest::expectAbnormalEnd(const std::vector<std::string>& arguments) const {
+    const program_outcome outcome = run(arguments);
+    EXPECT_EQ(SIGABRT, outcome.signal) << "exit status " << outcome.exit_status;
+    EXPECT_EQ(std::string::npos, outcome.output.find("ERROR"));
+    // Nothing else may speak up than a sanitizer about a block that cannot be had.
+    EXPECT_TRUE(outcome.errors.empty() || outcome.errors.starts_with("=====")) << outcome.errors;
+}
+
+void ConverterTest::write(const std::string& name, const byte_vector& bytes) const {
+    std::ofstream file(path(name), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+}
+
+byte_vector ConverterTest::read(const std::string& name) const {
+    std::ifstream file(path(name), std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << name;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+bool ConverterTest::exists(const std::string& name) const {
+    return std::filesystem::exists(path(name));
+}

@@ -1,0 +1,74 @@
+// The built program where the machine lets it down: no rights, no room on the disk, no memory.
+#include "tests/support/png_maker.h"
+#include "tests/tools/converter_test.h"
+
+#include <csignal>
+#include <filesystem>
+#include <unistd.h>
+
+namespace {
+
+constexpr size_t kSurfaceSize = 20 + 100 * 100 * 4;
+
+class ProgramFaults : public ConverterTest {
+protected:
+    void SetUp() override {
+        std::filesystem::permissions(path(""), std::filesystem::perms::all);
+        write("in.png", png().rgba(100, 100).bytes());
+    }
+    program_outcome convert(const program_surroundings& surroundings) const {
+        return run({"--image", "in.png", "--output", "out"}, surroundings);
+    }
+    std::string success() const {
+        return banner() + "\nGenerated surface for 'in.png', size " + std::to_string(kSurfaceSize) +
+               " bytes\n\n";
+    }
+};
+
+TEST_F(ProgramFaults, ReportAnInputThatMayNotBeRead) {
+    std::filesystem::permissions(path("in.png"), std::filesystem::perms::none);
+    const program_outcome outcome = convert({.as_nobody = true});
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ(banner() + "\n\nERROR: cannot open input file 'in.png'\n\n", outcome.output);
+    EXPECT_FALSE(exists("out"));
+}
+
+TEST_F(ProgramFaults, ReportAnOutputThatMayNotBeWritten) {
+    write("out", {'o', 'l', 'd'});
+    std::filesystem::permissions(path("out"), std::filesystem::perms::owner_read);
+    const program_outcome outcome = convert({.as_nobody = true});
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ(banner() + "\n\nERROR: cannot open input file 'out'\n\n", outcome.output);
+    EXPECT_EQ((byte_vector{'o', 'l', 'd'}), read("out"));
+}
+
+// The write is not looked at: what fits is left, and the full size is reported.
+TEST_F(ProgramFaults, ReportSuccessAfterAShortWrite) {
+    const program_outcome outcome = convert({.file_size = 8192, .goes_on_at_file_size = true});
+    EXPECT_EQ(0, outcome.exit_status);
+    EXPECT_EQ(success(), outcome.output);
+    EXPECT_EQ(8192U, read("out").size());
+}
+
+TEST_F(ProgramFaults, EndByTheSignalOfAFileSizeLimit) {
+    EXPECT_EQ(SIGXFSZ, convert({.file_size = 8192}).signal);
+    EXPECT_EQ(8192U, read("out").size());
+}
+
+#if !defined(__SANITIZE_ADDRESS__) // which needs terabytes of addresses for itself
+TEST_F(ProgramFaults, EndAbnormallyWithoutMemory) {
+    write("in.png", png().rgba(1, 1).declared_size(8192, 8192).bytes());
+    const program_outcome outcome = convert({.address_space = 64 << 20});
+    EXPECT_EQ(SIGABRT, outcome.signal);
+    EXPECT_EQ("", outcome.errors);
+    EXPECT_EQ(byte_vector(), read("out"));
+}
+
+TEST_F(ProgramFaults, GetAlongWithLittleMemory) {
+    const program_outcome outcome = convert({.address_space = 64 << 20});
+    EXPECT_EQ(0, outcome.exit_status);
+    EXPECT_EQ(success(), outcome.output);
+}
+#endif
+
+} // namespace
