@@ -6,7 +6,7 @@
 namespace {
 
 // Remainder of each byte value; 0xEDB88320 is the polynomial of the PNG standard, bits reversed.
-constexpr std::array<uint32_t, 256> make_table() {
+consteval std::array<uint32_t, 256> make_table() {
     std::array<uint32_t, 256> table{};
     for (uint32_t byte = 0; byte < 256; ++byte) {
         uint32_t remainder = byte;

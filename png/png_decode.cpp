@@ -25,9 +25,12 @@ uint32_t load_big_endian(const uint8_t* bytes) {
 // A chunk's type with the case of its letters ignored, which is how the known names are compared.
 constexpr uint32_t kLetterCaseBits = 0x20202020;
 
-constexpr uint32_t chunk_type(const char (&name)[5]) {
-    const auto letter = [&name](int i) { return static_cast<uint32_t>(name[i]); };
-    return (letter(0) << 24 | letter(1) << 16 | letter(2) << 8 | letter(3)) & ~kLetterCaseBits;
+consteval uint32_t chunk_type(const char (&name)[5]) {
+    uint32_t type = 0;
+    for (int i = 0; i < 4; ++i) {
+        type = type << 8 | static_cast<uint32_t>(name[i]);
+    }
+    return type & ~kLetterCaseBits;
 }
 
 constexpr uint32_t kIhdr = chunk_type("IHDR");
@@ -191,7 +194,7 @@ int32_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
 }
 
 int32_t take_palette_alpha(decoder_t* decoder, const chunk_t& chunk) {
-    if (decoder->info->colorMode != DsColorMode::I8 || chunk.length > decoder->info->paletteSize) {
+    if (chunk.length > decoder->info->paletteSize) {
         return kPngMalformed;
     }
     decoder->info->paletteHasAlpha = 1;

@@ -95,9 +95,9 @@ bool fits(uint64_t offset, uint64_t length, uint64_t blockSize) {
 
 // Whether line `row` of a surface with that stride lies inside the block.
 bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t blockSize) {
-    uint64_t offset = 0;
-    return !__builtin_mul_overflow(uint64_t{row}, stride, &offset) &&
-           fits(offset, rowBytes, blockSize);
+    const bool startsInside =
+        stride == 0 || row <= blockSize / stride; // no product can overflow then
+    return startsInside && fits(row * stride, rowBytes, blockSize);
 }
 
 } // namespace

@@ -18,8 +18,9 @@ constexpr uint64_t kHeightOffset = 12;
 constexpr uint64_t kStrideOffset = 16;
 constexpr uint64_t kHeaderSize = 20;
 
-constexpr uint64_t roundUpToFour(uint64_t byteCount) {
-    return (byteCount + 3) & ~uint64_t{3};
+// The last multiple of 4 stands for everything beyond it.
+uint64_t roundUpToFour(uint64_t byteCount) {
+    return byteCount > UINT64_MAX - 3 ? UINT64_MAX - 3 : (byteCount + 3) & ~uint64_t{3};
 }
 
 // count * size + extra, or SIZE_MAX (which no allocator can give) if that does not fit.

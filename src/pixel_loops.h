@@ -104,7 +104,7 @@ using ModePairTable = std::array<std::array<Value, kColorModeCount>, kColorModeC
 /// Fills such a table by calling `make` for each pair; destinations without pixels keep an empty
 /// value.
 template <typename Value, typename Make>
-constexpr ModePairTable<Value> makeModePairTable(Make make) {
+consteval ModePairTable<Value> makeModePairTable(Make make) {
     ModePairTable<Value> table = {};
     const auto fill = [&]<uint32_t... pair>(std::integer_sequence<uint32_t, pair...>) {
         const auto fillOne = [&]<uint32_t target, uint32_t source>() {

@@ -40,7 +40,8 @@ struct FourLanes {
     }
 };
 
-/// The same for eight pixels.
+/// The same for eight pixels. (Not one template of both: g++ 12 converts no vectors whose type
+/// depends on a parameter.)
 struct EightLanes {
     static constexpr uint32_t kCount = 8;
     using Words = uint32_t __attribute__((vector_size(32)));
