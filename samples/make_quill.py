@@ -179,18 +179,22 @@ def chunk(name, data):
     return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
 
 
-def main():
-    rows = [bytes(v for column in range(WIDTH) for v in pixel(column, row))
-            for row in range(HEIGHT)]
-    above = [bytes(4 * WIDTH)] + rows
+def write_png(name, rows):
+    """Writes rows of RGBA bytes as a PNG file without fixed-code blocks, which pngslab refuses."""
+    above = [bytes(len(rows[0]))] + rows
     packer = zlib.compressobj(9, zlib.DEFLATED, 15, 9)
     stream = packer.compress(b"".join(map(filtered, rows, above))) + packer.flush()
-    # pngslab refuses fixed-code blocks; one block, with a code of its own, has none.
+    # One block, with a code of its own, has none.
     assert stream[2] & 7 == 5, "the image data is not one single dynamic block"
-    header = struct.pack(">IIBBBBB", WIDTH, HEIGHT, 8, 6, 0, 0, 0)
-    with open("quill.png", "wb") as file:
+    header = struct.pack(">IIBBBBB", len(rows[0]) // 4, len(rows), 8, 6, 0, 0, 0)
+    with open(name, "wb") as file:
         file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", stream) +
                    chunk(b"IEND", b""))
+
+
+def main():
+    write_png("quill.png", [bytes(v for column in range(WIDTH) for v in pixel(column, row))
+                            for row in range(HEIGHT)])
 
 
 if __name__ == "__main__":

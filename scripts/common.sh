@@ -1,8 +1,7 @@
 # What the scripts share: finding the tree, installing missing Debian packages, quiet builds.
 # Sourced, not run.
-set -euo pipefail
 
-tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+tree=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 
 # Runs a command; its output is shown only if it fails.
 quietly() {
@@ -41,9 +40,12 @@ install_missing() {
         apt-get install -y --no-install-recommends "${missing[@]}"
 }
 
-# Configures the preset $1 with the further options given, unless it stands as asked already.
+# Configures the preset $1 with the further options given. What a failure has found out is forgotten.
 configure() {
-    (cd "$tree" && quietly cmake --preset "$@")
+    if ! (cd "$tree" && quietly cmake --preset "$@"); then
+        rm -f "$tree/build/$1/CMakeCache.txt"
+        return 1
+    fi
 }
 
 # Builds target $2 (all without it) of the preset $1.

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Converts one PNG on a machine that may have nothing yet: installs what is missing to build, builds
 # pngslab, and runs it.
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 if [ $# -lt 2 ]; then
     echo "usage: scripts/convert.sh IMAGE OUTPUT [more pngslab options]" >&2
@@ -9,9 +10,7 @@ if [ $# -lt 2 ]; then
 fi
 
 install_missing g++ cmake make
-if [ ! -f "$tree/build/release/CMakeCache.txt" ]; then
-    configure release
-fi
+configure release
 build release pngslab
 
 exec "$tree/build/release/bin/pngslab" --image "$1" --output "$2" "${@:3}"

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Runs the suite on a build that counts, and prints the lines and branches of each file of the product
 # that the tests reached. With -v it also lists every line and branch that none reached.
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing git cmake make clang-14 llvm-14 libgtest-dev zlib1g-dev libpng-dev
+install_missing cmake make clang-14 llvm-14 libgtest-dev zlib1g-dev libpng-dev
 
 configure coverage
 build coverage
@@ -18,8 +19,8 @@ programs=("$folder/bin/pngslab")
 for program in "$folder"/bin/*_tests "$folder"/bin/draw_on_surface; do
     programs+=(-object "$program")
 done
-sources=$(cd "$tree" && git ls-files 'src/*.cpp' 'src/*.h' 'inflate/src/*' 'png/*' 'tools/*')
 cd "$tree"
+sources=$(find src inflate png tools -name '*.cpp' -o -name '*.h')
 llvm-cov-14 report "${programs[@]}" -instr-profile "$folder/suite.profdata" \
     -show-region-summary=false $sources
 if [ "${1:-}" = -v ]; then

@@ -3,7 +3,8 @@
 # then new inputs for the given time. A finding is left in build/fuzz/findings and ends the script.
 #
 #     scripts/fuzz.sh [seconds for each fuzzer, 60; 0 only replays the corpora]
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 seconds=${1:-60}
 install_missing cmake make clang-14 libclang-rt-14-dev zlib1g-dev libpng-dev

@@ -3,7 +3,8 @@
 # change that no test notices is a survivor. Prints every survivor and the score.
 #
 #     scripts/mutate.sh [number of changes, 240] [seed, 1]
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 install_missing g++ cmake ninja-build python3 libgtest-dev zlib1g-dev libpng-dev
 

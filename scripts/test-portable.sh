@@ -3,7 +3,8 @@
 # optimisation, and 64-bit ARM under an emulator.
 #
 #     scripts/test-portable.sh [variant ...]     all of them without arguments
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 declare -A variants=(
     [gcc-O0]="-DCMAKE_CXX_COMPILER=g++ -DCMAKE_CXX_FLAGS_RELEASE=-O0"

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs the suite under valgrind, which sees uninitialised bytes that the sanitizers do not. Takes some
 # twenty minutes.
-source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 install_missing g++ cmake make valgrind libgtest-dev zlib1g-dev libpng-dev
 
@@ -10,7 +11,7 @@ build release
 for program in src_tests inflate_tests inflate_fixed_codes_tests png_tests tools_tests; do
     echo "$program"
     # Death tests end by a signal on purpose, and limits of memory leave valgrind none.
-    quietly valgrind --quiet --trace-children=yes --error-exitcode=99 --leak-check=full \
+    quietly valgrind --quiet --trace-children=yes --error-exitcode=99 \
         --child-silent-after-fork=no \
         "$tree/build/release/bin/$program" --gtest_brief=1 \
         --gtest_filter='-*DeathTest*:*WithoutMemory*:*LittleMemory*'

@@ -5,13 +5,10 @@
 #include "src/ds_surface.h"
 
 #include <cmath>
-#include <limits>
 
 namespace {
 
 constexpr double kPi = 3.141592653589793;
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr DsFSpan kEmptySpan = {kInfinity, -kInfinity};
 
 double radians(float angle) {
     return static_cast<double>(angle) * kPi / 180.0;

@@ -20,8 +20,10 @@ public:
     DsFSpan horizontalSpanAt(float y) const override;
     DsFRect bounds() const override;
     void mapToSurface(const DsSurface& surface) override;
+    /// Moves the centre.
     DsFRect moveBy(const DsFPoint& offset) override;
 
+    /// Sets the horizontal and the vertical semi-axis.
     void setRadii(DsFPoint radii);
     /// Makes this the ellipse inscribed in `rect`. The centre is formed in double precision, the
     /// radii in single.

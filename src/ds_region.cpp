@@ -4,12 +4,7 @@
 #include "src/ds_rounding.h"
 #include "src/ds_surface.h"
 
-#include <limits>
-
 namespace {
-
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr DsFSpan kEmptySpan = {kInfinity, -kInfinity};
 
 // Whether a rectangle has an extent as seen from `position`: false for NaN, for an extent below 1
 // unit of the last place at that distance, and for none at all.

@@ -4,14 +4,19 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 class DsFRect;
 class DsSurface;
 
-/// The covered stretch of one line, in pixels. The empty span is (+infinity, -infinity).
+/// The covered stretch of one line, in pixels.
 struct DsFSpan {
     float first, last;
 };
+
+/// The span of a line that is not covered at all.
+inline constexpr DsFSpan kEmptySpan = {std::numeric_limits<float>::infinity(),
+                                       -std::numeric_limits<float>::infinity()};
 
 /// A point or an offset, in pixels; x grows to the right, y downwards.
 struct DsFPoint {
@@ -48,6 +53,7 @@ public:
 /// Callers that need containment check the position themselves.
 class DsRect : public DsRegion {
 public:
+    /// All zero.
     DsRect();
     DsRect(int32_t x, int32_t y, int32_t width, int32_t height);
 
@@ -66,6 +72,7 @@ public:
 /// A rectangle in fractions of pixels; otherwise as DsRect.
 class DsFRect : public DsRegion {
 public:
+    /// All zero.
     DsFRect();
     DsFRect(float x, float y, float width, float height);
 

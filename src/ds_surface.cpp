@@ -127,10 +127,7 @@ DsSurface::DsSurface(const DsSurface& parent, const DsRect& area)
         intersect(intersect(stored, {0, 0, parent.width, parent.height}), areaOf(parent.clip));
     clip = rectOf({visible.left - stored.left, visible.top - stored.top,
                    visible.right - stored.left, visible.bottom - stored.top});
-    // An origin outside the parent is a mere number until somebody draws inside the clip.
-    const uint64_t offset = static_cast<uint64_t>(stored.top) * stride +
-                            static_cast<uint64_t>(stored.left) * bytesPerPixel;
-    pixels = reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(pixels) + offset);
+    pixels = pixelAt(stored.left, stored.top);
 }
 
 DsSurface::~DsSurface() {
@@ -145,6 +142,14 @@ DsSurface::~DsSurface() {
 
 uint64_t DsSurface::pixelsPer(uint64_t byteCount) const {
     return bytesPerPixel == 0 ? 0 : byteCount / bytesPerPixel;
+}
+
+uint8_t* DsSurface::pixelAt(int64_t x, int64_t y) const {
+    // Through integers, since the origin of a sub-surface may lie far outside its parent: such an
+    // address is a mere number until the clip has brought it back.
+    const uint64_t offset =
+        static_cast<uint64_t>(y) * stride + static_cast<uint64_t>(x) * bytesPerPixel;
+    return reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(pixels) + offset);
 }
 
 uint8_t* DsSurface::allocatePixels(int32_t lines, int32_t lineWidth, uint64_t lineStride,

@@ -26,8 +26,7 @@ class DsSurface {
 public:
     /// Makes an owning surface.
     /// @param callerWidth,callerHeight size in pixels as the caller sees it; stored exchanged when
-    /// the
-    ///                   rotation is 90 or 270. Negative sizes ask for SIZE_MAX bytes.
+    ///                   the rotation is 90 or 270. Negative sizes ask for SIZE_MAX bytes.
     /// @param turned     the rotation in degrees.
     /// @param colorMode  a mode with pixels; one without gives stride and pitch 0.
     /// @param entryAlpha 0: palette entries are blue, green, red; 1: blue, green, red, alpha.
@@ -35,8 +34,7 @@ public:
     /// @param allocate,release source and sink of the blocks. If `allocate` throws for the palette,
     ///                   the pixel block is released first.
     /// @param rowAlignment every stride is a multiple of this many bytes and of the pixel size
-    /// (their
-    ///                   least common multiple for powers of two); 0 counts as 1.
+    ///                   (their least common multiple for powers of two); 0 counts as 1.
     /// @param reserve    extra bytes behind the last line, rounded up to a multiple of 4.
     DsSurface(int32_t callerWidth, int32_t callerHeight, const uint32_t& turned,
               DsColorMode colorMode, uint8_t entryAlpha, uint64_t entryCount, DsAllocFn allocate,
@@ -47,15 +45,18 @@ public:
     DsSurface(const DsSurface& other);
 
     /// Lays a non-owning view over a surface file in memory (see `serialize`). The header is
-    /// trusted: the caller makes sure that 20 bytes and height * stride more are there.
+    /// trusted: the caller makes sure that 20 bytes and height * stride more are there, and that the
+    /// stride is at least width * bytes a pixel. Where it is no multiple of the pixel size, fills
+    /// and copies still step by whole pixels (`getPitch`), the other operations by the stride.
     explicit DsSurface(uint8_t* file);
 
     /// Makes a non-owning sub-surface over `area` of `parent` (its caller coordinates), as an alias
     /// whose origin and size are the area's. The size is kept even where the area sticks out of the
     /// parent; the clip is cut to the parent's array and to its clip, so drawing stays inside. On
     /// one that sticks out, callers must not call what goes past the clip: `resetClip`, `setClip`
-    /// with more than the part inside, `invert`, `replaceColor`, `copyChannels`, `replaceAlpha`,
-    /// `serialize`, or a copy from it.
+    /// with more than the part inside, `invert`, `replaceColor`, `copyChannels`, `replaceAlpha`, or
+    /// a copy from it. None may be serialised or decoded into unless it starts at its parent's first
+    /// stored column: both take whole strides from its first pixel on.
     DsSurface(const DsSurface& parent, const DsRect& area);
 
     /// Releases the palette block, then the pixel block, if a release callback was given.
@@ -80,7 +81,8 @@ public:
     uint64_t getPitch() const { return pitch; }
     /// Line 0; each line is `getStride()` bytes further.
     uint8_t* getPixels() const { return pixels; }
-    /// Bytes of the pixel block: height * stride and the extra bytes.
+    /// height * stride and the extra bytes: the pixel block, except in a sub-surface, which shares
+    /// its parent's.
     uint64_t getDataSize() const { return static_cast<uint64_t>(height) * stride + extraBytes; }
     uint8_t getPaletteHasAlpha() const { return paletteHasAlpha; }
     /// The low 16 bits of the number of palette entries.
@@ -180,6 +182,7 @@ private:
     uint8_t* allocatePixels(int32_t lines, int32_t lineWidth, uint64_t lineStride,
                             uint64_t extra) const;
     void allocatePalette();
+    uint8_t* pixelAt(int64_t x, int64_t y) const;
     bool isEmpty() const { return width < 1 || height < 1; }
 
     uint64_t userData;

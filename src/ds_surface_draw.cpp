@@ -136,19 +136,15 @@ void DsSurface::setPixel(int32_t x, int32_t y, uint32_t color) {
         return;
     }
     const PixelWriter& writer = kPixelWriters[static_cast<uint32_t>(mColorMode)];
-    writer.store(pixels + static_cast<uint64_t>(storedY) * stride +
-                     static_cast<uint64_t>(storedX) * bytesPerPixel,
-                 writer.encode(colorFromWord(color)));
+    writer.store(pixelAt(storedX, storedY), writer.encode(colorFromWord(color)));
 }
 
 void DsSurface::fill(uint32_t color) {
     if (hasPixels(mColorMode) && clip.mWidth > 0 && clip.mHeight > 0) {
         const PixelWriter& writer = kPixelWriters[static_cast<uint32_t>(mColorMode)];
-        fillPixels(pixels + static_cast<uint64_t>(clip.mY) * stride +
-                       static_cast<uint64_t>(clip.mX) * bytesPerPixel,
-                   static_cast<uint32_t>(pitch), static_cast<uint32_t>(clip.mWidth),
-                   static_cast<uint32_t>(clip.mHeight), mColorMode,
-                   writer.encode(colorFromWord(color)));
+        fillPixels(pixelAt(clip.mX, clip.mY), static_cast<uint32_t>(pitch),
+                   static_cast<uint32_t>(clip.mWidth), static_cast<uint32_t>(clip.mHeight),
+                   mColorMode, writer.encode(colorFromWord(color)));
     }
     drawingDoneHook();
 }
@@ -174,14 +170,10 @@ void DsSurface::copyTo(int64_t x, int64_t y, const DsSurface& source, CopyKernel
         (source.mColorMode == DsColorMode::I8 || source.mColorMode == DsColorMode::AI88)) {
         loadPaletteHook(source.palette, source.paletteSize);
     }
-    kernel(pixels + static_cast<uint64_t>(drawn.mY) * stride +
-               static_cast<uint64_t>(drawn.mX) * bytesPerPixel,
-           static_cast<uint32_t>(pitch), mColorMode,
-           source.pixels + static_cast<uint64_t>(drawn.mY - top) * source.stride +
-               static_cast<uint64_t>(drawn.mX - left) * source.bytesPerPixel,
-           static_cast<uint32_t>(source.pitch), source.mColorMode,
-           static_cast<uint32_t>(drawn.mWidth), static_cast<uint32_t>(drawn.mHeight), alphaMode,
-           color);
+    kernel(pixelAt(drawn.mX, drawn.mY), static_cast<uint32_t>(pitch), mColorMode,
+           source.pixelAt(drawn.mX - left, drawn.mY - top), static_cast<uint32_t>(source.pitch),
+           source.mColorMode, static_cast<uint32_t>(drawn.mWidth),
+           static_cast<uint32_t>(drawn.mHeight), alphaMode, color);
     drawingDoneHook();
 }
 
@@ -221,7 +213,7 @@ void DsSurface::invert() {
 void DsSurface::replaceColor(uint32_t match, bool matchAlpha, bool matchRed, bool matchGreen,
                              bool matchBlue, uint32_t replacement, bool setAlpha, bool setRed,
                              bool setGreen, bool setBlue) {
-    if (!hasPixels(mColorMode)) {
+    if (!hasPixels(mColorMode) || isEmpty()) {
         return;
     }
     const Recoloring recoloring = {colorFromWord(match),
@@ -236,7 +228,7 @@ void DsSurface::replaceColor(uint32_t match, bool matchAlpha, bool matchRed, boo
 }
 
 void DsSurface::copyChannels(const DsSurface& source, bool alpha, bool red, bool green, bool blue) {
-    if (!hasPixels(mColorMode)) {
+    if (!hasPixels(mColorMode) || isEmpty()) {
         return;
     }
     const CopyChannelsLine copyLine =

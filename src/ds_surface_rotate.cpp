@@ -12,8 +12,8 @@ namespace {
 struct RotatedCopy {
     const uint8_t* source;
     uint64_t sourceStride;
-    int64_t sourceWidth,
-        sourceHeight; // wider than a surface's, so that stepping by tiles cannot wrap
+    // Wider than a surface's sizes, so that stepping by tiles cannot wrap.
+    int64_t sourceWidth, sourceHeight;
     uint8_t* target;
     uint64_t targetStride;
 };
@@ -125,7 +125,7 @@ void DsSurface::rotate(int32_t degrees) {
 void DsSurface::replaceAlpha(const DsSurface& alpha_only_src) {
     assert(alpha_only_src.mColorMode == DsColorMode::A8);
     const auto mode = static_cast<uint32_t>(mColorMode);
-    if (mode >= kColorModeCount || kReplaceAlphaLine[mode] == nullptr) {
+    if (mode >= kColorModeCount || kReplaceAlphaLine[mode] == nullptr || isEmpty()) {
         return;
     }
     uint8_t* line = pixels;

@@ -34,7 +34,7 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
                 WideLine (*wideLineFor)(DsColorMode target, DsColorMode source)) {
     const uint32_t targetPixelSize = bytesPerPixel(target.mode);
     const uint32_t sourcePixelSize = bytesPerPixel(source.mode);
-    if (targetPixelSize == 0) {
+    if (targetPixelSize == 0 || width == 0) {
         return;
     }
     const Line line = lines[static_cast<uint32_t>(target.mode)][sourceModeIndex(source.mode)];
@@ -51,8 +51,7 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
 
 // The number of whole pixels of any size that a pattern of 48 bytes holds, with 16-byte stores.
 constexpr uint32_t kPatternSize = 48;
-static_assert(kPatternSize % 16 == 0 && kPatternSize % 1 == 0 && kPatternSize % 2 == 0 &&
-              kPatternSize % 3 == 0 && kPatternSize % 4 == 0);
+static_assert(kPatternSize % 16 == 0 && kPatternSize % 3 == 0);
 
 void makePattern(uint8_t (&pattern)[kPatternSize], uint32_t pixelSize, uint32_t value) {
     for (uint32_t i = 0; i < kPatternSize; ++i) {

@@ -18,8 +18,6 @@ struct FourLanes {
     static constexpr uint32_t kCount = 4;
     using Words = uint32_t __attribute__((vector_size(16)));
     using Halves = uint16_t __attribute__((vector_size(16)));
-    using Signed = int32_t __attribute__((vector_size(16)));
-    using Floats = float __attribute__((vector_size(16)));
     using NarrowHalves = uint16_t __attribute__((vector_size(8)));
     using Bytes = uint8_t __attribute__((vector_size(4)));
 
@@ -32,12 +30,6 @@ struct FourLanes {
     DS_INLINE static void narrow(const Words& from, NarrowHalves& to) {
         to = __builtin_convertvector(from, NarrowHalves);
     }
-    DS_INLINE static void toFloats(const Words& from, Floats& to) {
-        to = __builtin_convertvector(Signed(from), Floats);
-    }
-    DS_INLINE static void truncate(const Floats& from, Words& to) {
-        to = Words(__builtin_convertvector(from, Signed));
-    }
 };
 
 /// The same for eight pixels. (Not one template of both: g++ 12 converts no vectors whose type
@@ -46,8 +38,6 @@ struct EightLanes {
     static constexpr uint32_t kCount = 8;
     using Words = uint32_t __attribute__((vector_size(32)));
     using Halves = uint16_t __attribute__((vector_size(32)));
-    using Signed = int32_t __attribute__((vector_size(32)));
-    using Floats = float __attribute__((vector_size(32)));
     using NarrowHalves = uint16_t __attribute__((vector_size(16)));
     using Bytes = uint8_t __attribute__((vector_size(8)));
 
@@ -60,25 +50,13 @@ struct EightLanes {
     DS_INLINE static void narrow(const Words& from, NarrowHalves& to) {
         to = __builtin_convertvector(from, NarrowHalves);
     }
-    DS_INLINE static void toFloats(const Words& from, Floats& to) {
-        to = __builtin_convertvector(Signed(from), Floats);
-    }
-    DS_INLINE static void truncate(const Floats& from, Words& to) {
-        to = Words(__builtin_convertvector(from, Signed));
-    }
 };
-
-/// Reciprocals that divide exactly: for every whole n up to 255^3 (or 255^2 for the second) the
-/// float product truncates to the rounded-down quotient. A test goes through all n.
-inline constexpr float kOneBy65025 = 1.0F / 65025.0F;
-inline constexpr float kOneBy255 = 1.0F / 255.0F;
 
 /// Pixels as ARGB8888 words, one a lane. Loads, stores and arithmetic are those of the plain loops.
 template <typename Lanes>
 struct PixelBlock {
     using Words = typename Lanes::Words;
     using Halves = typename Lanes::Halves; // each word as two 16-bit lanes
-    using Floats = typename Lanes::Floats;
     using NarrowHalves = typename Lanes::NarrowHalves;
 
     Words words;
@@ -152,35 +130,50 @@ struct PixelBlock {
         words = Words(blueRed) | Words(greenAlpha) << 8;
     }
 
-    /// Composes `source` over any pixels. Every product and sum is a whole number up to 255^3,
-    /// which floats hold exactly.
+    /// Composes `source` over any pixels.
     DS_INLINE void composeOver(const PixelBlock& source) {
-        Floats targetAlpha;
-        Floats sourceAlpha;
-        Lanes::toFloats(words >> 24, targetAlpha);
-        Lanes::toFloats(source.words >> 24, sourceAlpha);
-        const Floats targetWeight = targetAlpha * (255.0F - sourceAlpha);
-        const Floats sourceWeight = sourceAlpha * 255.0F;
-        Words result;
-        Lanes::truncate((targetWeight + sourceWeight) * kOneBy255, result);
-        result <<= 24;
-        for (uint32_t shift = 0; shift < 24; shift += 8) {
-            Floats targetChannel;
-            Floats sourceChannel;
-            Lanes::toFloats((words >> shift) & 255U, targetChannel);
-            Lanes::toFloats((source.words >> shift) & 255U, sourceChannel);
-            Words channel;
-            Lanes::truncate((targetChannel * targetWeight + sourceChannel * sourceWeight) *
-                                kOneBy65025,
-                            channel);
-            result |= channel << shift;
-        }
-        words = result;
+        const Words targetAlpha = words >> 24;
+        const Words sourceAlpha = source.words >> 24;
+        const Halves targetWeight = Halves(targetAlpha | targetAlpha << 16);
+        const Halves sourceWeight = Halves(sourceAlpha | sourceAlpha << 16);
+        Words blue;
+        Words red;
+        weigh(words, targetWeight, source.words, sourceWeight, blue, red);
+        Words green;
+        Words unused;
+        weigh(words >> 8, targetWeight, source.words >> 8, sourceWeight, green, unused);
+        Halves alpha = targetWeight * (255 - sourceWeight) + sourceWeight * 255;
+        divideBy255(alpha);
+        words = (Words(alpha) << 24) | red << 16 | green << 8 | blue;
     }
 
 private:
     // floor(n / 255) for n up to 255^2.
     DS_INLINE static void divideBy255(Halves& value) { value = (value + 1 + (value >> 8)) >> 8; }
+
+    // floor(n / 65025) for n up to 255^3, as two divisions by 255.
+    DS_INLINE static void divideBy65025(Words& value) {
+        value += 1;
+        value = (value + ((value + (value >> 8)) >> 8)) >> 8;
+        value = (value + 1 + (value >> 8)) >> 8;
+    }
+
+    // Two channels of the result, from the two that stand in the lower byte of each half. A sum
+    // takes 24 bits, but no product does: the weighted target channel is multiplied by the rest in
+    // two bytes.
+    DS_INLINE static void weigh(const Words& target, const Halves& targetWeight,
+                                const Words& source, const Halves& sourceWeight, Words& low,
+                                Words& high) {
+        const Halves rest = 255 - sourceWeight;
+        const Halves below = Halves(target & 0x00FF00FFU) * targetWeight;
+        const Words belowLow = Words((below & 255) * rest);
+        const Words belowHigh = Words((below >> 8) * rest);
+        const Words above = Words(Halves(source & 0x00FF00FFU) * sourceWeight);
+        low = ((belowHigh & 0xFFFFU) << 8) + (belowLow & 0xFFFFU) + (above & 0xFFFFU) * 255U;
+        high = ((belowHigh >> 16) << 8) + (belowLow >> 16) + (above >> 16) * 255U;
+        divideBy65025(low);
+        divideBy65025(high);
+    }
 
     // Four pixels of three bytes are three words.
     DS_INLINE void load888(const uint8_t* pixels) {

@@ -41,7 +41,9 @@ CommandLineException::CommandLineException(const CommandLineException& other) no
 
 CommandLineException::~CommandLineException() {
     delete[] mMessage;
-    delete[] mOption;
+    mMessage = nullptr;
+    // Kept on purpose: mOption is not released. Exceptions of this type end the run, and a catcher
+    // may go on using the name.
 }
 
 const char* CommandLineException::what() const noexcept {

@@ -19,7 +19,7 @@ public:
     /// The message.
     const char* what() const noexcept override;
 
-    char* mOption;  ///< the option's name, or null; lives as long as the exception
+    char* mOption;  ///< the option's name, or null; never released
     char* mMessage; ///< the message; lives as long as the exception
 };
 
@@ -70,8 +70,7 @@ public:
     /// behind it. Kept on purpose: an empty alternative name matches an empty token.
     /// @return whether there was such a token.
     /// @throws CommandLineException naming the option, if its value is missing, or if it comes
-    /// again
-    ///         and `repetitionAllowed` is not set. What was consumed stays consumed.
+    ///         again and `repetitionAllowed` is not set. What was consumed stays consumed.
     bool getOption(const std::string& name, const std::string& alternativeName,
                    ArgumentParser& parser, bool repetitionAllowed);
 
