@@ -147,17 +147,17 @@ struct PixelBlock {
         words = (Words(alpha) << 24) | red << 16 | green << 8 | blue;
     }
 
-private:
-    // floor(n / 255) for n up to 255^2.
+    /// floor(n / 255) for n up to 255^2, in each 16-bit lane.
     DS_INLINE static void divideBy255(Halves& value) { value = (value + 1 + (value >> 8)) >> 8; }
 
-    // floor(n / 65025) for n up to 255^3, as two divisions by 255.
+    /// floor(n / 65025) for n up to 255^3, as two divisions by 255.
     DS_INLINE static void divideBy65025(Words& value) {
         value += 1;
         value = (value + ((value + (value >> 8)) >> 8)) >> 8;
         value = (value + 1 + (value >> 8)) >> 8;
     }
 
+private:
     // Two channels of the result, from the two that stand in the lower byte of each half. A sum
     // takes 24 bits, but no product does: the weighted target channel is multiplied by the rest in
     // two bytes.

@@ -10,10 +10,9 @@
 
 /// Every mode, and two that are unknown.
 inline constexpr std::array kAllModes = {
-    DsColorMode::ARGB8888, DsColorMode::RGB888,    DsColorMode::RGB565, DsColorMode::ARGB1555,
-    DsColorMode::ARGB4444, DsColorMode::I8,        DsColorMode::Reserved6,
-    DsColorMode::AI88,     DsColorMode::Reserved8, DsColorMode::A8,     DsColorMode{10},
-    DsColorMode{0xFFFFFFFF}};
+    DsColorMode::ARGB8888,  DsColorMode::RGB888, DsColorMode::RGB565,    DsColorMode::ARGB1555,
+    DsColorMode::ARGB4444,  DsColorMode::I8,     DsColorMode::Reserved6, DsColorMode::AI88,
+    DsColorMode::Reserved8, DsColorMode::A8,     DsColorMode{10},        DsColorMode{0xFFFFFFFF}};
 
 inline constexpr std::array kTwoByteModes = {DsColorMode::RGB565, DsColorMode::ARGB1555,
                                              DsColorMode::ARGB4444, DsColorMode::AI88};

@@ -155,6 +155,14 @@ TEST(CommandLineException, HasCopiesThatOutliveIt) {
     EXPECT_EQ(nullptr, CommandLineException(CommandLineException(nullptr, "words")).mOption);
 }
 
+// Exceptions of this type end the run, so the name is never released.
+TEST(CommandLineException, LeavesItsOptionToWhoeverCaughtIt) {
+    auto mistake = std::make_optional<CommandLineException>("--an-option", "words");
+    const char* const option = mistake->mOption;
+    mistake.reset();
+    EXPECT_STREQ("--an-option", option);
+}
+
 TEST(CommandLineException, IsAStandardExceptionWithTheUsualSlots) {
     EXPECT_TRUE((std::is_base_of_v<std::exception, CommandLineException>));
     EXPECT_TRUE((std::is_nothrow_constructible_v<CommandLineException, const char*, const char*>));

@@ -1,0 +1,149 @@
+// Making and checking kernel calls.
+#include "tests/src/copy_case.h"
+
+#include "tests/src/fast_path_choices.h"
+#include "tests/src/same_bytes.h"
+
+#include <sstream>
+#include <string>
+
+namespace {
+
+constexpr uint32_t kPoolSize = 1 << 16;
+
+// Cuts from two pools made once; drawing every byte anew would take longer than all checks.
+byte_vector randomBytes(test_rng& random, size_t size) {
+    static const byte_vector noise = make_bytes(data_kind::noise, kPoolSize, 1);
+    static const byte_vector extremes = [] {
+        byte_vector bytes = make_bytes(data_kind::noise, kPoolSize, 2);
+        for (uint8_t& byte : bytes) {
+            constexpr uint8_t kExtremes[] = {0, 0, 255, 255, 1, 254, 127, 128};
+            byte = kExtremes[byte % 8];
+        }
+        return bytes;
+    }();
+    return slice(random() % 2 == 0 ? noise : extremes,
+                 random_between(random, 0, kPoolSize - static_cast<uint32_t>(size)), size);
+}
+
+// Makes most pixels of four bytes opaque: all of them, or all but one in sixteen.
+void makeOpaque(test_rng& random, PixelRect& rect) {
+    const bool all = random() % 2 == 0;
+    for (size_t i = rect.start + 3; i < rect.block.size(); i += 4) {
+        if (all || random() % 16 != 0) {
+            rect.block[i] = 255;
+        }
+    }
+}
+
+// What the rule makes of the target's block.
+byte_vector plainResult(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect& target,
+                        const PixelRect& source, uint32_t width, uint32_t height) {
+    byte_vector block = target.block;
+    const uint32_t targetSize = plainPixelSize(copy.target);
+    const uint32_t sourceSize = plainPixelSize(copy.source);
+    for (uint32_t y = 0; y < height && targetSize != 0; ++y) {
+        uint8_t* pixel = block.data() + target.start + size_t{y} * target.pitch * targetSize;
+        const uint8_t* from =
+            source.block.data() + source.start + size_t{y} * source.pitch * sourceSize;
+        for (uint32_t x = 0; x < width; ++x, pixel += targetSize, from += sourceSize) {
+            plainStore(
+                copy.target, pixel,
+                (copy.*kernel.rule)(plainLoad(copy.target, pixel), plainLoad(copy.source, from)));
+        }
+    }
+    return block;
+}
+
+std::string describe(const PlainCopy& copy, uint32_t width, uint32_t height) {
+    std::ostringstream text;
+    text << "mode " << static_cast<uint32_t>(copy.source) << " into "
+         << static_cast<uint32_t>(copy.target) << ", " << width << " by " << height
+         << ", alpha mode " << copy.alphaMode << ", color " << copy.color;
+    return text.str();
+}
+
+} // namespace
+
+PixelRect randomRect(test_rng& random, DsColorMode mode, uint32_t width, uint32_t height,
+                     Surroundings surroundings) {
+    PixelRect rect;
+    rect.start = random_between(random, 0, 17);
+    rect.pitch = width + random_between(random, 0, 5);
+    const size_t pixels = height == 0 ? 0 : size_t{height - 1} * rect.pitch + width;
+    const size_t behind = surroundings == Surroundings::Tight ? 0 : random_between(random, 1, 40);
+    rect.block = randomBytes(random, rect.start + pixels * plainPixelSize(mode) + behind);
+    if (random() % 2 == 0) {
+        makeOpaque(random, rect);
+    }
+    return rect;
+}
+
+void expectCopy(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect& target,
+                const PixelRect& source, uint32_t width, uint32_t height) {
+    const byte_vector expected = plainResult(kernel, copy, target, source, width, height);
+    const byte_vector tightSource = source.block; // without spare capacity
+    forEachChoiceOfPaths([&] {
+        byte_vector block = target.block;
+        kernel.run(block.data() + target.start, target.pitch, copy.target,
+                   tightSource.data() + source.start, source.pitch, copy.source, width, height,
+                   copy.alphaMode, copy.color);
+        EXPECT_TRUE(sameBytes(expected, block)) << describe(copy, width, height);
+    });
+    EXPECT_EQ(source.block, tightSource);
+}
+
+void expectCopiesOfAllModes(const CopyKernel& kernel, uint32_t seed) {
+    test_rng random(seed);
+    for (const DsColorMode target : kAllModes) {
+        for (const DsColorMode source : kAllModes) {
+            for (const uint32_t alphaMode : kAlphaModes) {
+                for (uint32_t width = 0; width <= 70; ++width) {
+                    const uint32_t height = random_between(random, 0, 3);
+                    const PlainCopy copy = {target, source, alphaMode, random()};
+                    expectCopy(kernel, copy,
+                               randomRect(random, target, width, height, Surroundings::Guarded),
+                               randomRect(random, source, width, height, Surroundings::Tight),
+                               width, height);
+                    ASSERT_FALSE(testing::Test::HasFailure());
+                }
+            }
+        }
+    }
+}
+
+void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed) {
+    test_rng random(seed);
+    for (const DsColorMode mode : kAllModes) {
+        for (const uint32_t alphaMode : kAlphaModes) {
+            for (uint32_t width = 0; width <= 70; ++width) {
+                const PlainCopy copy = {mode, mode, alphaMode, random()};
+                const PixelRect rect = randomRect(random, mode, width, 2, Surroundings::Guarded);
+                const byte_vector expected = plainResult(kernel, copy, rect, rect, width, 2);
+                forEachChoiceOfPaths([&] {
+                    byte_vector block = rect.block;
+                    uint8_t* pixels = block.data() + rect.start;
+                    kernel.run(pixels, rect.pitch, mode, pixels, rect.pitch, mode, width, 2,
+                               alphaMode, copy.color);
+                    EXPECT_TRUE(sameBytes(expected, block)) << describe(copy, width, 2);
+                });
+                ASSERT_FALSE(testing::Test::HasFailure());
+            }
+        }
+    }
+}
+
+void expectCopyOfBlocks(const CopyKernel& kernel, const PlainCopy& copy, const byte_vector& target,
+                        const byte_vector& source, uint32_t height) {
+    expectCopy(kernel, copy, {target, 0, 256}, {source, 0, 256}, 256, height);
+}
+
+uint32_t copied(const CopyKernel& kernel, const PlainCopy& copy, uint32_t targetStored,
+                uint32_t sourceStored) {
+    uint8_t target[4] = {};
+    uint8_t source[4] = {};
+    plainStore(copy.target, target, targetStored);
+    plainStore(copy.source, source, sourceStored);
+    kernel.run(target, 1, copy.target, source, 1, copy.source, 1, 1, copy.alphaMode, copy.color);
+    return plainLoad(copy.target, target);
+}

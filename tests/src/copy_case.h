@@ -1,0 +1,63 @@
+// One call of a copying kernel on rectangles inside larger blocks, compared with the plain rules
+// byte by byte, whatever lies around the rectangles included, with each choice of fast paths.
+#pragma once
+
+#include "src/pixel_kernels.h"
+#include "tests/src/pixel_model.h"
+#include "tests/support/test_bytes.h"
+
+#include <cstdint>
+
+/// A copying kernel and its rule.
+struct CopyKernel {
+    decltype(&convertPixels) run;
+    uint32_t (PlainCopy::*rule)(uint32_t targetStored, uint32_t sourceStored) const;
+};
+
+inline constexpr CopyKernel kConvert = {convertPixels, &PlainCopy::converted};
+inline constexpr CopyKernel kBlend = {blendPixels, &PlainCopy::blended};
+
+/// A rectangle of pixels in a block: where it starts, and pixels from line to line.
+struct PixelRect {
+    byte_vector block;
+    size_t start;
+    uint32_t pitch;
+};
+
+/// What surrounds a rectangle: targets have bytes on all sides that must stay, sources end with
+/// their last pixel, so that AddressSanitizer sees a read behind it.
+enum class Surroundings { Guarded, Tight };
+
+/// A rectangle of random pixels at a random, mostly unaligned place, with random padding. Some are
+/// plain noise, some full of 0 and 255; of those of four bytes, some opaque or nearly so.
+PixelRect randomRect(test_rng& random, DsColorMode mode, uint32_t width, uint32_t height,
+                     Surroundings surroundings);
+
+/// Runs the kernel and compares the target's whole block with what the rule makes of it.
+void expectCopy(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect& target,
+                const PixelRect& source, uint32_t width, uint32_t height);
+
+/// Random rectangles of every width from 0 to 70, for every pair of modes and every alpha mode.
+void expectCopiesOfAllModes(const CopyKernel& kernel, uint32_t seed);
+
+/// The same with source and target one and the same rectangle.
+void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed);
+
+/// Runs the kernel on whole blocks of `height` lines of 256 pixels, and compares.
+void expectCopyOfBlocks(const CopyKernel& kernel, const PlainCopy& copy, const byte_vector& target,
+                        const byte_vector& source, uint32_t height);
+
+/// A single pixel through a kernel: the new stored value.
+uint32_t copied(const CopyKernel& kernel, const PlainCopy& copy, uint32_t targetStored,
+                uint32_t sourceStored);
+
+/// `count` pixels of `mode`, the stored value of each given by its number.
+template <typename StoredAt>
+byte_vector makePixels(DsColorMode mode, uint32_t count, StoredAt storedAt) {
+    const uint32_t size = plainPixelSize(mode);
+    byte_vector pixels(size_t{count} * size);
+    for (uint32_t i = 0; i < count; ++i) {
+        plainStore(mode, pixels.data() + size_t{i} * size, storedAt(i));
+    }
+    return pixels;
+}

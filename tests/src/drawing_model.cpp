@@ -1,0 +1,117 @@
+// Drawing by plain rules.
+#include "tests/src/drawing_model.h"
+
+#include <algorithm>
+
+namespace {
+
+// Bytes up to the last pixel; the padding of the last line need not be there.
+size_t bytesOfPixels(const DsSurface& surface) {
+    return surface.getHeight() < 1 || surface.getWidth() < 1
+               ? 0
+               : static_cast<size_t>(surface.getHeight() - 1) * surface.getStride() +
+                     static_cast<size_t>(surface.getWidth()) * surface.getBytesPerPixel();
+}
+
+byte_vector makeTightFile(int32_t width, int32_t height, DsColorMode mode, uint32_t rotation,
+                          uint32_t seed) {
+    const uint32_t stride = (static_cast<uint32_t>(width) + seed % 5) * plainPixelSize(mode);
+    byte_vector file = makeFileHeader(rotation, mode, static_cast<uint32_t>(width),
+                                      static_cast<uint32_t>(height), stride);
+    append(file, make_bytes(data_kind::noise, bytesOfPixels(DsSurface(file.data())), seed));
+    return byte_vector(file.begin(), file.end()); // without spare capacity
+}
+
+} // namespace
+
+PlainArea plainArea(const DsRect& rect) {
+    return {rect.mX, rect.mY, rect.mWidth, rect.mHeight};
+}
+
+PlainArea overlap(const PlainArea& a, const PlainArea& b) {
+    const int64_t x = std::max(a.x, b.x);
+    const int64_t y = std::max(a.y, b.y);
+    const int64_t right = std::min(a.x + a.width, b.x + b.width);
+    const int64_t bottom = std::min(a.y + a.height, b.y + b.height);
+    return {x, y, std::max<int64_t>(right - x, 0), std::max<int64_t>(bottom - y, 0)};
+}
+
+PlainPicture::PlainPicture(const DsSurface& surface, uint64_t blockSize)
+    : mRotation(surface.getRotation())
+    , mWidth(surface.getWidth())
+    , mHeight(surface.getHeight())
+    , mMode(surface.getColorMode())
+    , mStride(surface.getStride())
+    , mBlock(surface.getPixels(), surface.getPixels() + blockSize) {
+    const bool turned = mRotation == 90 || mRotation == 270;
+    for (int64_t y = 0; y < (turned ? mWidth : mHeight); ++y) {
+        for (int64_t x = 0; x < (turned ? mHeight : mWidth); ++x) {
+            mPixels.push_back({x, y});
+        }
+    }
+}
+
+bool PlainPicture::holds(const PlainPoint& p) const {
+    return storedArray().holds(stored(p));
+}
+
+PlainPoint PlainPicture::stored(const PlainPoint& p) const {
+    switch (mRotation) {
+    case 90:
+        return {p.y, mHeight - 1 - p.x};
+    case 180:
+        return {mWidth - 1 - p.x, mHeight - 1 - p.y};
+    case 270:
+        return {mWidth - 1 - p.y, p.x};
+    default:
+        return p;
+    }
+}
+
+PlainArea PlainPicture::stored(const PlainArea& area) const {
+    const auto& [x, y, w, h] = area;
+    switch (mRotation) {
+    case 90:
+        return {y, mHeight - x - w, h, w};
+    case 180:
+        return {mWidth - x - w, mHeight - y - h, w, h};
+    case 270:
+        return {mWidth - y - h, x, h, w};
+    default:
+        return area;
+    }
+}
+
+size_t PlainPicture::offsetOf(const PlainPoint& storedPoint) const {
+    return static_cast<size_t>(storedPoint.y) * mStride +
+           static_cast<size_t>(storedPoint.x) * plainPixelSize(mMode);
+}
+
+uint32_t PlainPicture::getStored(const PlainPoint& storedPoint) const {
+    return plainLoad(mMode, mBlock.data() + offsetOf(storedPoint));
+}
+
+void PlainPicture::set(const PlainPoint& p, uint32_t value) {
+    plainStore(mMode, mBlock.data() + offsetOf(stored(p)), value);
+}
+
+TightSurface::TightSurface(int32_t width, int32_t height, DsColorMode mode, uint32_t rotation,
+                           uint32_t seed)
+    : mFile(makeTightFile(width, height, mode, rotation, seed))
+    , surface(mFile.data()) {}
+
+void copyPlainly(PlainPicture& target, const PlainArea& clip, const PlainPoint& position,
+                 const DsSurface& source, PlainCopyRule rule, uint32_t alphaMode, uint32_t color) {
+    const PlainPicture from(source, bytesOfPixels(source));
+    const PlainCopy copy = {target.mode(), from.mode(), alphaMode, color};
+    int32_t width = 0, height = 0;
+    source.getSize(width, height);
+    const PlainArea drawn = target.stored(PlainArea{position.x, position.y, width, height});
+    for (const PlainPoint& p : target.pixels()) {
+        const PlainPoint stored = target.stored(p);
+        const PlainPoint taken = {stored.x - drawn.x, stored.y - drawn.y};
+        if (clip.holds(p) && drawn.holds(stored) && from.storedArray().holds(taken)) {
+            target.set(p, (copy.*rule)(target.get(p), from.getStored(taken)));
+        }
+    }
+}

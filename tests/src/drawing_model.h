@@ -1,0 +1,85 @@
+// Drawing once more, one pixel at a time in the caller's coordinates: a copy of a surface's pixels
+// that tests change by plain rules, to compare it with what the drawing operations leave.
+#pragma once
+
+#include "src/ds_surface.h"
+#include "tests/src/pixel_model.h"
+#include "tests/src/surface_makers.h"
+#include "tests/support/test_bytes.h"
+
+#include <cstdint>
+#include <vector>
+
+inline constexpr uint32_t kRotations[] = {0, 90, 180, 270};
+
+struct PlainPoint {
+    int64_t x, y;
+};
+
+/// The pixels from (x, y) on, in numbers that cannot wrap.
+struct PlainArea {
+    int64_t x, y, width, height;
+
+    bool holds(const PlainPoint& p) const {
+        return p.x >= x && p.x < x + width && p.y >= y && p.y < y + height;
+    }
+};
+
+PlainArea plainArea(const DsRect& rect);
+/// What two areas share; sizes below 0 become 0.
+PlainArea overlap(const PlainArea& a, const PlainArea& b);
+
+/// A copy of a surface's pixel block, by default the whole of it: padding and extra bytes are part
+/// of it.
+class PlainPicture {
+public:
+    explicit PlainPicture(const DsSurface& surface)
+        : PlainPicture(surface, surface.getDataSize()) {}
+    PlainPicture(const DsSurface& surface, uint64_t blockSize);
+
+    /// The pixels that there are, as the caller sees them.
+    const std::vector<PlainPoint>& pixels() const { return mPixels; }
+    bool holds(const PlainPoint& p) const;
+
+    /// Where a caller's pixel or rectangle lies in the stored array.
+    PlainPoint stored(const PlainPoint& p) const;
+    PlainArea stored(const PlainArea& area) const;
+
+    uint32_t get(const PlainPoint& p) const { return getStored(stored(p)); }
+    uint32_t getStored(const PlainPoint& storedPoint) const;
+    void set(const PlainPoint& p, uint32_t value);
+
+    const byte_vector& block() const { return mBlock; }
+    DsColorMode mode() const { return mMode; }
+    PlainArea storedArray() const { return {0, 0, mWidth, mHeight}; }
+
+private:
+    size_t offsetOf(const PlainPoint& storedPoint) const;
+
+    uint32_t mRotation;
+    int64_t mWidth, mHeight;
+    DsColorMode mMode;
+    uint64_t mStride;
+    byte_vector mBlock;
+    std::vector<PlainPoint> mPixels;
+};
+
+/// A view over a surface file that ends with its last pixel, without the padding of its last line,
+/// so that AddressSanitizer sees reads behind it.
+class TightSurface {
+public:
+    TightSurface(int32_t width, int32_t height, DsColorMode mode, uint32_t rotation, uint32_t seed);
+
+private:
+    byte_vector mFile;
+
+public:
+    DsSurface surface;
+};
+
+/// What a copy of `source` to (x, y) leaves of `target` inside its clip, a caller's rectangle. A
+/// source pixel falls on the stored pixel that lies as far from the stored corner of the target's
+/// rectangle; where the rotations are equal, that is the pixel as far from (x, y).
+using PlainCopyRule = uint32_t (PlainCopy::*)(uint32_t, uint32_t) const;
+void copyPlainly(PlainPicture& target, const PlainArea& clip, const PlainPoint& position,
+                 const DsSurface& source, PlainCopyRule rule, uint32_t alphaMode, uint32_t color);

@@ -1,0 +1,233 @@
+// The blending kernel against the plain rules: every pair of modes, every triple of bytes that the
+// colour formula can meet on opaque pixels, every pair of alphas.
+#include "tests/src/copy_case.h"
+#include "tests/src/fast_path_choices.h"
+#include "tests/src/same_bytes.h"
+#include "tests/src/sanitized.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+namespace {
+
+using Mode = DsColorMode;
+
+// Sanitizers make the loops over all triples ten times slower; there, every fifth source alpha
+// stands for the others. Both 0 and 255 are among them.
+constexpr uint32_t kAlphaStep = kSanitized ? 5 : 1;
+
+uint32_t blended(Mode target, Mode source, uint32_t targetStored, uint32_t sourceStored,
+                 uint32_t alphaMode = 0, uint32_t color = 0) {
+    return copied(kBlend, {target, source, alphaMode, color}, targetStored, sourceStored);
+}
+
+constexpr uint32_t grey(uint32_t alpha, uint32_t level) {
+    return alpha << 24 | level << 16 | level << 8 | level;
+}
+
+// The colour formula on an opaque target, as it stands.
+uint32_t formula(uint32_t cd, uint32_t cs, uint32_t s) {
+    return (cd * 255 * (255 - s) + cs * s * 255) / 65025;
+}
+
+// 256 by 256 opaque grey pixels: the level is the column.
+byte_vector greyColumns(Mode mode) {
+    return makePixels(mode, 65536, [mode](uint32_t i) {
+        return plainEncode(mode, {255, i % 256, i % 256, i % 256});
+    });
+}
+
+// 256 by 256 ARGB8888 pixels of one alpha: the grey level is the line.
+byte_vector greyLines(uint32_t alpha) {
+    return makePixels(Mode::ARGB8888, 65536, [alpha](uint32_t i) { return grey(alpha, i / 256); });
+}
+
+// Blends every grey level of every alpha over every opaque grey level.
+void expectAllTriples(Mode target) {
+    const byte_vector columns = greyColumns(target);
+    for (uint32_t s = 0; s < 256; s += kAlphaStep) {
+        const byte_vector lines = greyLines(s);
+        const byte_vector expected = makePixels(target, 65536, [=](uint32_t i) {
+            const uint32_t level = formula(i % 256, i / 256, s);
+            return plainEncode(target, {255, level, level, level});
+        });
+        forEachChoiceOfPaths([&] {
+            byte_vector pixels = columns;
+            blendPixels(pixels.data(), 256, target, lines.data(), 256, Mode::ARGB8888, 256, 256, 0,
+                        0);
+            EXPECT_TRUE(sameBytes(expected, pixels)) << "source alpha " << s;
+        });
+        ASSERT_FALSE(testing::Test::HasFailure());
+    }
+}
+
+TEST(BlendPixels, FollowsThePlainRuleForEveryPairOfModes) {
+    expectCopiesOfAllModes(kBlend, 41);
+}
+
+TEST(BlendPixels, IsExactForAllByteTriplesOnOpaqueArgb8888) {
+    expectAllTriples(Mode::ARGB8888);
+}
+
+TEST(BlendPixels, IsExactForAllByteTriplesOnRgb888) {
+    expectAllTriples(Mode::RGB888);
+}
+
+// All stored values, so all that a channel can decode to, under every grey level of an alpha.
+TEST(BlendPixels, IsExactForAllStoredValuesOfRgb565) {
+    const byte_vector values = allStoredValues(Mode::RGB565);
+    for (uint32_t s = 0; s < 256; s += 15) {
+        for (const uint32_t turn : {0U, 77U, 154U}) {
+            const byte_vector source = makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) {
+                return grey(s, (i + i / 256 + turn) % 256);
+            });
+            expectCopyOfBlocks(kBlend, {Mode::RGB565, Mode::ARGB8888, 0, 0}, values, source, 256);
+        }
+    }
+}
+
+// Columns of target alphas under lines of source alphas, for colours of all kinds.
+TEST(BlendPixels, IsExactForAllPairsOfAlphas) {
+    test_rng random(43);
+    for (int round = 0; round < 32; ++round) {
+        const uint32_t below = round == 0 ? 0xFFFFFF : random() % 0x1000000;
+        const uint32_t above = round == 0 ? 0xFFFFFF : random() % 0x1000000;
+        const byte_vector columns =
+            makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) { return i << 24 | below; });
+        const byte_vector lines =
+            makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) { return (i / 256) << 24 | above; });
+        expectCopyOfBlocks(kBlend, {Mode::ARGB8888, Mode::ARGB8888, 0, 0}, columns, lines, 256);
+    }
+}
+
+TEST(BlendPixels, ComposesOverEveryStoredValueOfTwoBytes) {
+    for (const Mode target : kTwoByteModes) {
+        for (const Mode source : kAllModes) {
+            const byte_vector noise =
+                make_bytes(data_kind::noise, size_t{65536} * plainPixelSize(source), 5);
+            expectCopyOfBlocks(kBlend, {target, source, 0, 0x12345678}, allStoredValues(target),
+                               noise, 256);
+        }
+    }
+}
+
+TEST(BlendPixels, TakesEveryStoredValueOfTwoBytesAsItsSource) {
+    for (const Mode source : kTwoByteModes) {
+        for (const Mode target : kAllModes) {
+            const byte_vector noise =
+                make_bytes(data_kind::noise, size_t{65536} * plainPixelSize(target), 6);
+            expectCopyOfBlocks(kBlend, {target, source, 2, 0x12345678}, noise,
+                               allStoredValues(source), 256);
+        }
+    }
+}
+
+TEST(BlendPixels, ComposesEveryPairOfBytes) {
+    for (const Mode target : {Mode::I8, Mode::A8}) {
+        for (const Mode source : {Mode::I8, Mode::A8}) {
+            const byte_vector columns =
+                makePixels(target, 65536, [](uint32_t i) { return i % 256; });
+            const byte_vector lines = makePixels(source, 65536, [](uint32_t i) { return i / 256; });
+            for (const uint32_t alpha : {0U, 1U, 128U, 200U, 255U}) {
+                expectCopyOfBlocks(kBlend, {target, source, 2, 0xC3000000 | alpha}, columns, lines,
+                                   256);
+            }
+        }
+    }
+}
+
+// A mask over every alpha of a target, for constant alphas and colours of all kinds.
+TEST(BlendPixels, PaintsTheConstantColorThroughEveryMaskOverEveryAlpha) {
+    const byte_vector mask = makePixels(Mode::A8, 65536, [](uint32_t i) { return i / 256; });
+    for (const uint32_t color : {0U, 0xFFFFFFFFU, 0x0080FF80U, 0x1234567FU, 0xC0FFEEFEU}) {
+        const byte_vector target = makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) {
+            return i << 24 | (color ^ (i * 0x010307U)) % 0x1000000;
+        });
+        for (const uint32_t alphaMode : {0U, 1U, 2U, 3U}) {
+            expectCopyOfBlocks(kBlend, {Mode::ARGB8888, Mode::A8, alphaMode, color}, target, mask,
+                               256);
+        }
+    }
+}
+
+TEST(BlendPixels, LeavesOpaquePixelsUnderATransparentSource) {
+    for (uint32_t level = 0; level < 256; ++level) {
+        EXPECT_EQ(grey(255, level),
+                  blended(Mode::ARGB8888, Mode::ARGB8888, grey(255, level), 0x00FFFFFF));
+    }
+    for (const Mode target : {Mode::RGB888, Mode::RGB565, Mode::I8}) {
+        const uint32_t stored = 0x00C0FFEE % (1U << (8 * plainPixelSize(target)));
+        EXPECT_EQ(stored, blended(target, Mode::ARGB8888, stored, 0x00FFFFFF));
+    }
+}
+
+TEST(BlendPixels, MultipliesTranslucentPixelsUnderATransparentSource) {
+    EXPECT_EQ(grey(128, 100), blended(Mode::ARGB8888, Mode::ARGB8888, grey(128, 200), 0));
+}
+
+TEST(BlendPixels, WritesAnOpaqueSourceAsItIs) {
+    for (uint32_t level = 0; level < 256; ++level) {
+        for (const uint32_t below : {0U, 0x80123456U, 0xFFFFFFFFU}) {
+            EXPECT_EQ(grey(255, level),
+                      blended(Mode::ARGB8888, Mode::ARGB8888, below, grey(255, level)));
+        }
+    }
+}
+
+TEST(BlendPixels, MultipliesTheSourceByItsAlphaOverTransparentPixels) {
+    for (uint32_t s = 0; s < 256; ++s) {
+        for (uint32_t cs = 0; cs < 256; ++cs) {
+            ASSERT_EQ(grey(s, cs * s / 255),
+                      blended(Mode::ARGB8888, Mode::ARGB8888, 0x00ABCDEF, grey(s, cs)));
+        }
+    }
+}
+
+TEST(BlendPixels, LetsNothingOfAnArgb1555TargetTakePart) {
+    for (const uint32_t stored : {0U, 0x7FFFU, 0xFFFFU}) {
+        EXPECT_EQ(0U, blended(Mode::ARGB1555, Mode::ARGB8888, stored, 0x00FFFFFF));
+        EXPECT_EQ(24244U, blended(Mode::ARGB1555, Mode::ARGB8888, stored, 0xFFFFFFFF));
+    }
+}
+
+TEST(BlendPixels, TakesAnArgb1555SourceForTransparent) {
+    EXPECT_EQ(grey(255, 60), blended(Mode::ARGB8888, Mode::ARGB1555, grey(255, 60), 0xFFFF));
+    EXPECT_EQ(grey(255, 255),
+              blended(Mode::ARGB8888, Mode::ARGB1555, grey(255, 60), 0x7FFF, 1, 255));
+}
+
+TEST(BlendPixels, TakesModesWithoutPixelsForTransparent) {
+    for (const Mode source : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
+        EXPECT_EQ(grey(255, 60), blended(Mode::ARGB8888, source, grey(255, 60), 0, 0, 0xFFFFFFFF));
+        EXPECT_EQ(grey(255, 0), blended(Mode::ARGB8888, source, grey(255, 60), 0, 1, 0xFFFFFFFF));
+    }
+}
+
+TEST(BlendPixels, WritesNothingIntoModesWithoutPixels) {
+    for (const Mode target : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
+        for (const Mode source : kAllModes) {
+            byte_vector block(64, 9);
+            const byte_vector pixels(64, 200);
+            blendPixels(block.data() + 8, 4, target, pixels.data(), 4, source, 4, 4, 0, 0);
+            EXPECT_EQ(byte_vector(64, 9), block);
+        }
+    }
+}
+
+TEST(BlendPixels, DoesNothingWithAnEmptyRectangle) {
+    for (const Mode target : kAllModes) {
+        for (const Mode source : kAllModes) {
+            uint8_t byte = 77;
+            blendPixels(&byte, 9, target, &byte, 9, source, 0, 5, 1, 255);
+            blendPixels(&byte, 9, target, &byte, 9, source, 5, 0, 1, 255);
+            EXPECT_EQ(77, byte);
+        }
+    }
+}
+
+TEST(BlendPixels, WorksInPlace) {
+    expectCopiesInPlace(kBlend, 42);
+}
+
+} // namespace

@@ -1,0 +1,267 @@
+// Surfaces over a part of another surface: where they lie, what their clip lets through, and that
+// drawing on them is drawing on the parent.
+#include "src/ds_surface.h"
+#include "tests/src/drawing_model.h"
+#include "tests/src/same_bytes.h"
+#include "tests/src/surface_makers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace {
+
+using Mode = DsColorMode;
+
+constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+
+int32_t randomInt(test_rng& random, int32_t low, int32_t high) {
+    return low + static_cast<int32_t>(random_between(random, 0, static_cast<uint32_t>(high - low)));
+}
+
+// Areas inside the parent, sticking out of it, outside, and with sizes below 1.
+DsRect randomArea(test_rng& random) {
+    return {randomInt(random, -6, 14), randomInt(random, -6, 14), randomInt(random, -3, 20),
+            randomInt(random, -3, 20)};
+}
+
+// How far the sub-surface's pixels lie behind the parent's; a number that may be negative.
+int64_t offsetOf(const DsSurface& part, const DsSurface& parent) {
+    return static_cast<int64_t>(reinterpret_cast<uintptr_t>(part.getPixels()) -
+                                reinterpret_cast<uintptr_t>(parent.getPixels()));
+}
+
+// The clip as stored: mapped again after reading, since the mappings undo each other.
+DsRect storedClip(const DsSurface& surface) {
+    DsRect clip = surface.getClip();
+    surface.mapRect(clip);
+    return clip;
+}
+
+// Compares the clip: what the area, the parent's array and its clip share, seen from the area's
+// corner. Where an empty clip lies does not matter.
+void expectClip(const DsSurface& parent, const DsRect& area) {
+    const DsSurface part(parent, area);
+    const PlainPicture picture(parent);
+    const PlainArea stored = picture.stored(plainArea(area));
+    const PlainArea visible =
+        overlap(overlap(stored, picture.storedArray()), plainArea(storedClip(parent)));
+    const DsRect clip = storedClip(part);
+    EXPECT_EQ(visible.width, clip.mWidth);
+    EXPECT_EQ(visible.height, clip.mHeight);
+    if (visible.width > 0 && visible.height > 0) {
+        EXPECT_EQ(visible.x - stored.x, clip.mX);
+        EXPECT_EQ(visible.y - stored.y, clip.mY);
+    }
+}
+
+void expectPlace(const DsSurface& parent, const DsRect& area) {
+    const DsSurface part(parent, area);
+    const PlainArea stored = PlainPicture(parent).stored(plainArea(area));
+    EXPECT_EQ(stored.width, part.getWidth());
+    EXPECT_EQ(stored.height, part.getHeight());
+    EXPECT_EQ(stored.y * static_cast<int64_t>(parent.getStride()) +
+                  stored.x * static_cast<int64_t>(parent.getBytesPerPixel()),
+              offsetOf(part, parent));
+}
+
+TEST(SubSurface, LiesWhereItsAreaIsInStoredCoordinates) {
+    test_rng random(161);
+    for (const Mode mode : kModesWithPixels) {
+        for (const uint32_t rotation : {0U, 90U, 180U, 270U, 33U}) {
+            TrackedBlocks blocks;
+            DsSurface parent = makeSurface(11, 8, mode, 4, rotation);
+            for (int round = 0; round < 40; ++round) {
+                parent.setClip(randomArea(random));
+                const DsRect area = randomArea(random);
+                expectPlace(parent, area);
+                expectClip(parent, area);
+            }
+        }
+    }
+}
+
+TEST(SubSurface, KeepsItsSizeWhereItSticksOut) {
+    TrackedBlocks blocks;
+    const DsSurface parent = makeSurface(10, 8, Mode::I8);
+    const DsSurface part(parent, DsRect(-3, 5, 20, 30));
+    EXPECT_EQ(20, part.getWidth());
+    EXPECT_EQ(30, part.getHeight());
+    expectRect(3, 0, 10, 3, part.getClip());
+}
+
+TEST(SubSurface, KeepsNegativeSizesWithAnEmptyClip) {
+    TrackedBlocks blocks;
+    DsSurface parent = makeSurface(10, 8, Mode::I8);
+    const byte_vector before = fillWithNoise(parent, 1);
+    DsSurface part(parent, DsRect(2, 3, -4, -5));
+    EXPECT_EQ(-4, part.getWidth());
+    EXPECT_EQ(-5, part.getHeight());
+    EXPECT_EQ(0, part.getClip().mWidth);
+    EXPECT_EQ(0, part.getClip().mHeight);
+    part.fill(0xFFFFFFFF);
+    part.invert();
+    EXPECT_EQ(before, pixelBlock(parent));
+}
+
+TEST(SubSurface, OfAQuarterTurnExchangesItsSize) {
+    TrackedBlocks blocks;
+    const DsSurface parent = makeSurface(10, 8, Mode::I8, 1, 90); // stored 8 by 10
+    const DsSurface part(parent, DsRect(2, 3, 4, 1));
+    EXPECT_EQ(1, part.getWidth());
+    EXPECT_EQ(4, part.getHeight());
+    int32_t width = 0, height = 0;
+    part.getSize(width, height);
+    EXPECT_EQ(4, width);
+    EXPECT_EQ(1, height);
+    EXPECT_EQ(4 * 8 + 3, offsetOf(part, parent)); // stored (3, 10 - 2 - 4)
+}
+
+TEST(SubSurface, SharesWhatAnAliasShares) {
+    TrackedBlocks blocks;
+    DsSurface parent(10, 8, 90, Mode::I8, 1, 300, TrackedBlocks::allocate, TrackedBlocks::release,
+                     4, 9);
+    parent.setUserData(0x123456789);
+    const DsSurface part(parent, DsRect(1, 1, 3, 3));
+    EXPECT_EQ(0x123456789U, part.getUserData());
+    EXPECT_EQ(90U, part.getRotation());
+    EXPECT_EQ(Mode::I8, part.getColorMode());
+    EXPECT_EQ(parent.getStride(), part.getStride());
+    EXPECT_EQ(parent.getPitch(), part.getPitch());
+    EXPECT_EQ(parent.getPalette(), part.getPalette());
+    EXPECT_EQ(parent.getPaletteSize(), part.getPaletteSize());
+    EXPECT_EQ(parent.getPaletteHasAlpha(), part.getPaletteHasAlpha());
+}
+
+TEST(SubSurface, OwnsNothing) {
+    TrackedBlocks blocks;
+    const DsSurface parent = makeSurface(10, 8, Mode::I8);
+    {
+        DsSurface part(parent, DsRect(1, 1, 3, 3));
+        part.rotate(90);
+        EXPECT_EQ(0U, part.getRotation());
+    }
+    EXPECT_TRUE(blocks.released.empty());
+}
+
+// Positions and sizes whose sums pass 32 bits cut the clip where they really lie.
+TEST(SubSurface, DoesNotWrapAtTheEndsOfTheNumberRange) {
+    constexpr int32_t kNumbers[] = {kMin, kMin + 5, -5, 0, 3, kMax - 5, kMax};
+    for (const uint32_t rotation : kRotations) {
+        TrackedBlocks blocks;
+        DsSurface parent = makeSurface(10, 8, Mode::I8, 1, rotation);
+        for (const int32_t x : kNumbers) {
+            for (const int32_t width : kNumbers) {
+                expectClip(parent, DsRect(x, 1, width, 3));
+                expectClip(parent, DsRect(1, x, 3, width));
+                expectClip(parent, DsRect(x, x, width, width));
+            }
+        }
+        ASSERT_FALSE(HasFailure()) << "rotation " << rotation;
+    }
+}
+
+// Draws on a part of a fresh parent by every operation that a clip limits, and compares the parent
+// with the same done by plain rules: seen from the part, its pixel (i, j) is the parent's
+// (x + i, y + j).
+void expectDrawingOnPart(Mode mode, uint32_t rotation, test_rng& random) {
+    constexpr uint32_t kColor = 0xA1B2C3D4;
+    TrackedBlocks blocks;
+    DsSurface parent = makeSurface(11, 8, mode, 4, rotation);
+    fillWithNoise(parent, random());
+    const DsRect clip = random() % 2 == 0 ? parent.getBounds() : randomArea(random);
+    parent.setClip(clip);
+    PlainPicture picture(parent);
+    const DsRect area = randomArea(random);
+    DsSurface part(parent, area);
+    const PlainArea visible = overlap(plainArea(clip), plainArea(area));
+    const int32_t x = randomInt(random, -4, 8), y = randomInt(random, -4, 8);
+    const PlainPoint position = {int64_t{area.mX} + x, int64_t{area.mY} + y};
+    const TightSurface source(5, 4, Mode::ARGB8888, rotation, random());
+
+    part.fill(kColor);
+    part.blend(x, y, source.surface, 0, 0);
+    part.setPixel(x, y, kColor);
+
+    const uint32_t stored = plainEncode(mode, plainColor(kColor));
+    for (const PlainPoint& p : picture.pixels()) {
+        if (visible.holds(p)) {
+            picture.set(p, stored);
+        }
+    }
+    copyPlainly(picture, visible, position, source.surface, &PlainCopy::blended, 0, 0);
+    if (visible.holds(position) && picture.holds(position)) {
+        picture.set(position, stored);
+    }
+    EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(parent))) << "rotation " << rotation;
+}
+
+TEST(SubSurface, DrawsOnTheParentInsideItsAreaAndTheParentsClip) {
+    test_rng random(162);
+    for (const Mode mode : kModesWithPixels) {
+        for (const uint32_t rotation : kRotations) {
+            for (int round = 0; round < 40; ++round) {
+                expectDrawingOnPart(mode, rotation, random);
+            }
+        }
+    }
+}
+
+TEST(SubSurface, InsideTheParentChangesOnlyItsOwnPixelsWhateverItsClip) {
+    for (const uint32_t rotation : kRotations) {
+        TrackedBlocks blocks;
+        DsSurface parent = makeSurface(11, 8, Mode::RGB888, 4, rotation);
+        fillWithNoise(parent, 5);
+        PlainPicture picture(parent);
+        const DsRect area(3, 2, 4, 5);
+        DsSurface part(parent, area);
+        part.setClip(DsRect(1, 1, 1, 1));
+        part.invert();
+        for (const PlainPoint& p : picture.pixels()) {
+            if (plainArea(area).holds(p)) {
+                picture.set(p, ~picture.get(p));
+            }
+        }
+        EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(parent)));
+    }
+}
+
+TEST(SubSurface, OfASubSurfaceAddsUp) {
+    for (const uint32_t rotation : kRotations) {
+        TrackedBlocks blocks;
+        const DsSurface parent = makeSurface(30, 20, Mode::AI88, 4, rotation);
+        const DsSurface part(parent, DsRect(5, 4, 20, 10));
+        const DsSurface inner(part, DsRect(3, 2, 30, 4));
+        const DsSurface direct(parent, DsRect(8, 6, 30, 4));
+        EXPECT_EQ(direct.getPixels(), inner.getPixels());
+        EXPECT_EQ(direct.getWidth(), inner.getWidth());
+        EXPECT_EQ(direct.getHeight(), inner.getHeight());
+        expectRect(0, 0, 17, 4, inner.getClip()); // cut by the part between them
+    }
+}
+
+TEST(SubSurface, ServesAsASource) {
+    TrackedBlocks blocks;
+    DsSurface parent = makeSurface(8, 6, Mode::I8, 4);
+    const byte_vector pixels = fillWithNoise(parent, 6);
+    DsSurface target = makeSurface(2, 2, Mode::I8);
+    target.blit(0, 0, DsSurface(parent, DsRect(3, 1, 2, 2)), 0, 0);
+    const byte_vector expected = {pixels[8 + 3], pixels[8 + 4], pixels[16 + 3], pixels[16 + 4]};
+    EXPECT_EQ(expected, pixelBlock(target));
+}
+
+TEST(SubSurface, AtTheSamePlaceIsCopiedOntoItsParent) {
+    TrackedBlocks blocks;
+    DsSurface parent = makeSurface(20, 6, Mode::ARGB8888);
+    fillWithNoise(parent, 7);
+    PlainPicture picture(parent);
+    const DsSurface part(parent, DsRect(1, 2, 18, 3));
+    copyPlainly(picture, {0, 0, 20, 6}, {1, 2}, part, &PlainCopy::blended, 2, 0x80);
+    parent.blend(1, 2, part, 2, 0x80);
+    EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(parent)));
+}
+
+} // namespace

@@ -1,0 +1,262 @@
+// Recolouring and copying of channels: for every combination of flags, every mode and pair of
+// modes, against the plain rules, with clips and rotations that must not matter.
+#include "src/ds_surface.h"
+#include "tests/src/copy_case.h"
+#include "tests/src/drawing_model.h"
+#include "tests/src/same_bytes.h"
+#include "tests/src/surface_makers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace {
+
+using Mode = DsColorMode;
+
+// Four flags; bit 0 is alpha, then red, green, blue.
+struct Flags {
+    uint32_t bits;
+    bool alpha() const { return bits % 2 == 1; }
+    bool red() const { return bits / 2 % 2 == 1; }
+    bool green() const { return bits / 4 % 2 == 1; }
+    bool blue() const { return bits / 8 % 2 == 1; }
+};
+
+PlainColor mixed(const Flags& flags, const PlainColor& taken, const PlainColor& kept) {
+    return {flags.alpha() ? taken.alpha : kept.alpha, flags.red() ? taken.red : kept.red,
+            flags.green() ? taken.green : kept.green, flags.blue() ? taken.blue : kept.blue};
+}
+
+// ---- replaceColor
+
+struct Recoloring {
+    uint32_t match;
+    Flags matched;
+    uint32_t replacement;
+    Flags replaced;
+};
+
+void recolor(DsSurface& surface, const Recoloring& r) {
+    surface.replaceColor(r.match, r.matched.alpha(), r.matched.red(), r.matched.green(),
+                         r.matched.blue(), r.replacement, r.replaced.alpha(), r.replaced.red(),
+                         r.replaced.green(), r.replaced.blue());
+}
+
+uint32_t recolored(Mode mode, uint32_t stored, const Recoloring& r) {
+    const PlainColor color = plainDecode(mode, stored);
+    // All compared channels are equal where taking them over from the match changes nothing.
+    if (mixed(r.matched, plainColor(r.match), color) != color) {
+        return stored;
+    }
+    return plainEncode(mode, mixed(r.replaced, plainColor(r.replacement), color));
+}
+
+void recolorPlainly(PlainPicture& picture, const Recoloring& r) {
+    for (const PlainPoint& p : picture.pixels()) {
+        picture.set(p, recolored(picture.mode(), picture.get(p), r));
+    }
+}
+
+// One stored value of `mode`, recoloured.
+uint32_t recoloredPixel(Mode mode, uint32_t stored, const Recoloring& r) {
+    byte_vector file = makeFileHeader(0, mode, 1, 1, plainPixelSize(mode));
+    file.resize(24);
+    plainStore(mode, &file[20], stored);
+    DsSurface surface(file.data());
+    recolor(surface, r);
+    return plainLoad(mode, &file[20]);
+}
+
+// The colour of a random pixel, so that something matches.
+uint32_t colorInside(const PlainPicture& picture, test_rng& random) {
+    const PlainPoint& p = picture.pixels()[random() % picture.pixels().size()];
+    return plainWord(plainDecode(picture.mode(), picture.get(p)));
+}
+
+TEST(ReplaceColor, FollowsThePlainRuleForAllFlagsInAllModes) {
+    test_rng random(171);
+    for (const Mode mode : kAllModes) {
+        for (uint32_t flags = 0; flags < 256; ++flags) {
+            TrackedBlocks blocks;
+            DsSurface surface = makeSurface(9, 5, mode, 4, kRotations[flags % 4], 3);
+            fillWithNoise(surface, random());
+            surface.setClip(DsRect(2, 2, 1, 1)); // limits nothing
+            PlainPicture picture(surface);
+            const Recoloring r = {
+                colorInside(picture, random), {flags % 16}, random(), {flags / 16}};
+            recolor(surface, r);
+            recolorPlainly(picture, r);
+            ASSERT_TRUE(sameBytes(picture.block(), pixelBlock(surface)))
+                << "mode " << static_cast<uint32_t>(mode) << ", flags " << flags;
+        }
+    }
+}
+
+TEST(ReplaceColor, FollowsThePlainRuleForEveryStoredValueOfTheSmallModes) {
+    for (const Mode mode :
+         {Mode::RGB565, Mode::ARGB1555, Mode::ARGB4444, Mode::AI88, Mode::I8, Mode::A8}) {
+        const byte_vector values = allStoredValues(mode);
+        const auto height = static_cast<uint32_t>(values.size() / 256 / plainPixelSize(mode));
+        for (const uint32_t matched : {0U, 1U, 2U, 6U, 8U}) {
+            byte_vector file = makeFileHeader(0, mode, 256, height, 256 * plainPixelSize(mode));
+            append(file, values);
+            DsSurface surface(file.data());
+            PlainPicture picture(surface);
+            const Recoloring r = {plainWord({255, 255, 130, 0}), {matched}, 0x12345678, {9}};
+            recolor(surface, r);
+            recolorPlainly(picture, r);
+            EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(surface)));
+        }
+    }
+}
+
+TEST(ReplaceColor, ChangesOnlyMatchingPixels) {
+    const Recoloring r = {plainWord({255, 10, 20, 30}), {15}, plainWord({1, 2, 3, 4}), {15}};
+    EXPECT_EQ(0x01020304U, recoloredPixel(Mode::ARGB8888, 0xFF0A141E, r));
+    for (const uint32_t other : {0xFE0A141EU, 0xFF0B141EU, 0xFF0A151EU, 0xFF0A141FU}) {
+        EXPECT_EQ(other, recoloredPixel(Mode::ARGB8888, other, r));
+    }
+}
+
+TEST(ReplaceColor, ComparesAndReplacesOnlyFlaggedChannels) {
+    EXPECT_EQ(0x010A141EU,
+              recoloredPixel(Mode::ARGB8888, 0xFF0A141E,
+                             {plainWord({0, 10, 0, 0}), {2}, plainWord({1, 2, 3, 4}), {1}}));
+    EXPECT_EQ(0xFF0A1404U,
+              recoloredPixel(Mode::ARGB8888, 0xFF0A141E, {0, {0}, plainWord({1, 2, 3, 4}), {8}}));
+}
+
+TEST(ReplaceColor, TakesIndicesForGreyAndA8ForBlack) {
+    EXPECT_EQ(99U,
+              recoloredPixel(Mode::I8, 40,
+                             {plainWord({255, 40, 40, 40}), {15}, plainWord({0, 0, 0, 99}), {8}}));
+    EXPECT_EQ(0x0763U,
+              recoloredPixel(Mode::AI88, 0x0728,
+                             {plainWord({7, 40, 40, 40}), {15}, plainWord({0, 0, 0, 99}), {8}}));
+    EXPECT_EQ(99U, recoloredPixel(Mode::A8, 40, {plainWord({40, 0, 0, 0}), {15}, 99, {1}}));
+}
+
+// A matching pixel is encoded again, and that rule spills.
+TEST(ReplaceColor, ChangesArgb1555PixelsWithNoFlagSet) {
+    EXPECT_EQ(66U, recoloredPixel(Mode::ARGB1555, 1, {0, {0}, 0, {0}}));
+    EXPECT_EQ(2100U, recoloredPixel(Mode::ARGB1555, 0x801F, {0, {0}, 0, {0}}));
+    EXPECT_EQ(1U, recoloredPixel(Mode::ARGB1555, 1, {255, {1}, 0, {0}}));
+}
+
+TEST(ReplaceColor, SkipsModesWithoutPixels) {
+    for (const Mode mode : kModesWithoutPixels) {
+        byte_vector file = makeFileHeader(0, mode, 4, 4, 16);
+        append(file, byte_vector(64, 9));
+        DsSurface surface(file.data());
+        recolor(surface, {0, {0}, 0xFFFFFFFF, {15}});
+        EXPECT_EQ(byte_vector(64, 9), slice(file, 20, 64));
+    }
+}
+
+// ---- copyChannels
+
+void expectChannelsCopied(DsSurface& target, const DsSurface& source, const Flags& flags) {
+    PlainPicture picture(target);
+    byte_vector expected = picture.block();
+    const PlainCopy copy = {target.getColorMode(), source.getColorMode(), 0, 0};
+    const uint32_t size = plainPixelSize(copy.target), sourceSize = plainPixelSize(copy.source);
+    for (uint64_t y = 0; y < static_cast<uint64_t>(target.getHeight()); ++y) {
+        for (uint64_t x = 0; x < static_cast<uint64_t>(target.getWidth()) && size != 0; ++x) {
+            uint8_t* pixel = expected.data() + y * target.getStride() + x * size;
+            const uint8_t* from = source.getPixels() + y * source.getStride() + x * sourceSize;
+            const PlainColor taken = copy.sourceColor(plainLoad(copy.source, from));
+            const PlainColor kept = plainDecode(copy.target, plainLoad(copy.target, pixel));
+            plainStore(copy.target, pixel, plainEncode(copy.target, mixed(flags, taken, kept)));
+        }
+    }
+    target.copyChannels(source, flags.alpha(), flags.red(), flags.green(), flags.blue());
+    EXPECT_TRUE(sameBytes(expected, pixelBlock(target)))
+        << "mode " << static_cast<uint32_t>(copy.source) << " into "
+        << static_cast<uint32_t>(copy.target) << ", flags " << flags.bits;
+}
+
+// Line goes with line and column with column of the stored arrays, whatever rotations and clips.
+TEST(CopyChannels, FollowsThePlainRuleForAllFlagsAndPairsOfModes) {
+    test_rng random(181);
+    for (const Mode targetMode : kAllModes) {
+        for (const Mode sourceMode : kAllModes) {
+            for (uint32_t flags = 0; flags < 16; ++flags) {
+                TrackedBlocks blocks;
+                DsSurface target = makeSurface(7, 5, targetMode, 8, random() % 2 * 180, 3);
+                fillWithNoise(target, random());
+                target.setClip(DsRect(1, 1, 2, 2));
+                const int32_t more = static_cast<int32_t>(random() % 3);
+                TightSurface source(7 + more, 5 + more, sourceMode, kRotations[flags % 4],
+                                    random());
+                source.surface.setClip(DsRect(0, 0, 1, 1));
+                expectChannelsCopied(target, source.surface, {flags});
+            }
+        }
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+TEST(CopyChannels, PairsEveryTwoByteValueWithAnother) {
+    for (const Mode targetMode : kTwoByteModes) {
+        for (const Mode sourceMode : kTwoByteModes) {
+            byte_vector file = makeFileHeader(0, targetMode, 256, 256, 512);
+            append(file, allStoredValues(targetMode));
+            byte_vector sourceFile = makeFileHeader(0, sourceMode, 256, 256, 512);
+            append(sourceFile,
+                   makePixels(sourceMode, 65536, [](uint32_t i) { return i * 40503U; }));
+            DsSurface target(file.data());
+            const DsSurface source(sourceFile.data());
+            expectChannelsCopied(target, source, {0});
+            expectChannelsCopied(target, source, {5});
+            expectChannelsCopied(target, source, {15});
+        }
+    }
+}
+
+TEST(CopyChannels, TakesOneChannelAtATime) {
+    byte_vector file = makeFileHeader(0, Mode::ARGB8888, 1, 1, 4);
+    append(file, {1, 2, 3, 4});
+    byte_vector sourceFile = makeFileHeader(0, Mode::ARGB8888, 1, 1, 4);
+    append(sourceFile, {11, 12, 13, 14});
+    DsSurface target(file.data());
+    const DsSurface source(sourceFile.data());
+    target.copyChannels(source, true, false, false, false);
+    EXPECT_EQ((byte_vector{1, 2, 3, 14}), slice(file, 20, 4));
+    target.copyChannels(source, false, true, false, false);
+    EXPECT_EQ((byte_vector{1, 2, 13, 14}), slice(file, 20, 4));
+    target.copyChannels(source, false, false, true, false);
+    EXPECT_EQ((byte_vector{1, 12, 13, 14}), slice(file, 20, 4));
+    target.copyChannels(source, false, false, false, true);
+    EXPECT_EQ((byte_vector{11, 12, 13, 14}), slice(file, 20, 4));
+}
+
+TEST(CopyChannels, ChangesArgb1555PixelsWithNoFlagSet) {
+    byte_vector file = makeFileHeader(0, Mode::ARGB1555, 1, 1, 2);
+    append(file, {0x1F, 0x80});
+    DsSurface surface(file.data());
+    surface.copyChannels(surface, false, false, false, false);
+    EXPECT_EQ(2100U, plainLoad(Mode::ARGB1555, &file[20]));
+}
+
+TEST(CopyChannels, OfASurfaceOntoItselfEncodesItAgain) {
+    test_rng random(182);
+    for (const Mode mode : kAllModes) {
+        TrackedBlocks blocks;
+        DsSurface surface = makeSurface(9, 4, mode, 4);
+        fillWithNoise(surface, random());
+        expectChannelsCopied(surface, surface, {random() % 16});
+    }
+}
+
+TEST(CopyChannels, ReadsModesWithoutPixelsAsZeros) {
+    byte_vector file = makeFileHeader(0, Mode::ARGB8888, 1, 1, 4);
+    append(file, {1, 2, 3, 4});
+    DsSurface surface(file.data());
+    const TightSurface source(1, 1, Mode{10}, 0, 1);
+    surface.copyChannels(source.surface, true, false, true, false);
+    EXPECT_EQ((byte_vector{1, 0, 3, 0}), slice(file, 20, 4));
+}
+
+} // namespace

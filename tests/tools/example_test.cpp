@@ -1,0 +1,244 @@
+// The drawing example, run on files that the converter made: every pixel that it leaves, compared
+// with the same drawing by plain rules.
+#include "src/ds_surface.h"
+#include "tests/src/drawing_model.h"
+#include "tests/src/same_bytes.h"
+#include "tests/support/png_maker.h"
+#include "tests/tools/converter_test.h"
+
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr size_t kHeaderSize = 20;
+const std::string kSample = PNGSLAB_SOURCE_DIR "/samples/quill.png";
+
+// What the example paints with.
+constexpr PlainColor kBand = {255, 46, 34, 74};
+constexpr PlainColor kRing = {160, 255, 216, 150};
+
+struct Ellipse {
+    double centerX, centerY, radiusX, radiusY;
+
+    bool holds(double x, double y) const {
+        const double dx = (x - centerX) / radiusX, dy = (y - centerY) / radiusY;
+        return dx * dx + dy * dy <= 1;
+    }
+
+    // The share of a pixel that lies inside, from many points in it.
+    double shareOf(const PlainPoint& pixel) const {
+        constexpr int kPoints = 32;
+        int inside = 0;
+        for (int i = 0; i < kPoints * kPoints; ++i) {
+            inside += holds(static_cast<double>(pixel.x) + (i % kPoints + 0.5) / kPoints,
+                            static_cast<double>(pixel.y) + (i / kPoints + 0.5) / kPoints)
+                          ? 1
+                          : 0;
+        }
+        return static_cast<double>(inside) / (kPoints * kPoints);
+    }
+};
+
+// What band and sprite leave of a picture, before the ellipse.
+PlainPicture withBandAndSprite(byte_vector& pictureFile, byte_vector& spriteFile) {
+    const DsSurface surface(pictureFile.data());
+    const DsSurface sprite(spriteFile.data());
+    PlainPicture picture(surface);
+    const DsRect bounds = surface.getBounds();
+    const int32_t bandTop = bounds.mHeight - bounds.mHeight / 8;
+    for (const PlainPoint& p : picture.pixels()) {
+        if (p.y >= bandTop) {
+            picture.set(p, plainEncode(picture.mode(), kBand));
+        }
+    }
+    const DsRect spriteBounds = sprite.getBounds();
+    copyPlainly(
+        picture, plainArea(bounds),
+        {bounds.mWidth - spriteBounds.mWidth - 4, bounds.mHeight - spriteBounds.mHeight - 4},
+        sprite, &PlainCopy::blended, 0, 0);
+    return picture;
+}
+
+// Whether `after` is `before` with the ring's colour painted through a coverage near to `share`.
+bool isPainted(DsColorMode mode, uint32_t before, uint32_t after, double share) {
+    // The example looks at eight lines a row, which tells inside and outside nearly exactly.
+    const double tolerance = share == 0 || share == 1 ? 0.005 : 0.07;
+    for (uint32_t coverage = 0; coverage < 256; ++coverage) {
+        if (std::fabs(coverage / 255.0 - share) <= tolerance &&
+            plainPainted(mode, before, coverage, plainWord(kRing)) == after) {
+            return true;
+        }
+    }
+    // What is hardly touched may get no coverage at all, and then stays as it is.
+    return share <= tolerance && after == before;
+}
+
+// How many pixels lie inside the ellipse, outside, and on its edge.
+struct Counts {
+    int inside = 0, outside = 0, edge = 0;
+};
+
+// Expects the ellipse on a picture and nothing else.
+Counts expectEllipse(const PlainPicture& before, const PlainPicture& after,
+                     const Ellipse& ellipse) {
+    Counts counts;
+    for (const PlainPoint& p : before.pixels()) {
+        const double share = ellipse.shareOf(p);
+        EXPECT_TRUE(isPainted(before.mode(), before.get(p), after.get(p), share))
+            << p.x << ", " << p.y;
+        ++(share == 0 ? counts.outside : share == 1 ? counts.inside : counts.edge);
+    }
+    return counts;
+}
+
+class Example : public ConverterTest {
+protected:
+    program_outcome draw(const std::vector<std::string>& names) const {
+        std::vector<std::string> arguments;
+        for (const std::string& name : names) {
+            arguments.push_back(path(name).string());
+        }
+        return run_program(PNGSLAB_EXAMPLE, arguments, "/");
+    }
+
+    void expectEnd(int exitStatus, const std::string& output,
+                   const std::vector<std::string>& names) const {
+        const program_outcome outcome = draw(names);
+        EXPECT_EQ(exitStatus, outcome.exit_status);
+        EXPECT_EQ(output, outcome.output);
+        EXPECT_EQ("", outcome.errors);
+    }
+
+    // Converts an image; options come behind the names.
+    byte_vector convert(const std::string& image, const std::string& output,
+                        const std::vector<std::string>& options) const {
+        std::vector<std::string> arguments = {"--image", image, "--output", output};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        EXPECT_EQ(0, run(arguments).exit_status);
+        return read(output);
+    }
+
+    // Draws on the sample with a sprite, both turned by the same options.
+    void expectDrawing(const byte_vector& spriteImage,
+                       const std::vector<std::string>& options) const {
+        write("sprite.png", spriteImage);
+        byte_vector before = convert(kSample, "picture", options);
+        byte_vector sprite = convert("sprite.png", "sprite", options);
+        expectEnd(0, "", {"picture", "sprite"});
+        byte_vector after = read("picture");
+        ASSERT_EQ(before.size(), after.size());
+        EXPECT_EQ(slice(before, 0, kHeaderSize), slice(after, 0, kHeaderSize));
+        EXPECT_TRUE(sameBytes(sprite, read("sprite")));
+
+        const DsSurface surface(after.data());
+        const DsRect bounds = surface.getBounds();
+        const double w = bounds.mWidth, h = bounds.mHeight;
+        const Counts counts =
+            expectEllipse(withBandAndSprite(before, sprite), PlainPicture(surface),
+                          {w * 0.3, h * 0.3, w * 0.2, h * 0.15});
+        EXPECT_GT(counts.inside, 1500);
+        EXPECT_GT(counts.edge, 100);
+        EXPECT_GT(counts.outside, 15000);
+    }
+
+    void expectRefused(const byte_vector& file) const {
+        const byte_vector good = makeSurfaceFile();
+        write("bad", file);
+        write("good", good);
+        expectEnd(1, "not a surface file\n", {"bad", "good"});
+        expectEnd(1, "not a surface file\n", {"good", "bad"});
+        EXPECT_EQ(good, read("good"));
+        EXPECT_EQ(file, read("bad"));
+    }
+
+    // 4 by 3 ARGB8888 pixels.
+    static byte_vector makeSurfaceFile() {
+        byte_vector file = makeFileHeader(0, DsColorMode::ARGB8888, 4, 3, 16);
+        append(file, make_bytes(data_kind::noise, 48, 1));
+        return file;
+    }
+};
+
+TEST_F(Example, DrawsBandSpriteAndEllipseAndNothingElse) {
+    expectDrawing(png().rgba(30, 22).bytes(), {});
+}
+
+TEST_F(Example, DrawsTheSameOnATurnedPicture) {
+    expectDrawing(png().rgba(30, 22).bytes(), {"--rotation", "90"});
+}
+
+TEST_F(Example, BlendsSpritesOfOtherModes) {
+    expectDrawing(png().rgb(12, 9).bytes(), {});
+    expectDrawing(png().gray_alpha(12, 9).bytes(), {});
+    expectDrawing(png().gray(12, 9).bytes(), {});
+}
+
+TEST_F(Example, CutsASpriteThatIsLargerThanThePicture) {
+    expectDrawing(png().rgba(200, 150).bytes(), {});
+}
+
+TEST_F(Example, RunsOnPicturesOfEveryModeAndSize) {
+    write("sprite", makeSurfaceFile());
+    uint32_t round = 0;
+    for (const DsColorMode mode : kModesWithPixels) {
+        for (uint32_t size = 1; size <= 40; size += 1 + size / 8) {
+            const uint32_t stride = size * plainPixelSize(mode);
+            byte_vector file =
+                makeFileHeader(kRotations[round++ % 4], mode, size, size + 1, stride);
+            append(file, byte_vector(size_t{stride} * (size + 1), 200));
+            write("picture", file);
+            expectEnd(0, "", {"picture", "sprite"});
+            const byte_vector after = read("picture");
+            EXPECT_EQ(file.size(), after.size());
+            EXPECT_EQ(slice(file, 0, kHeaderSize), slice(after, 0, kHeaderSize));
+        }
+    }
+}
+
+TEST_F(Example, ExplainsItselfWithoutTwoFiles) {
+    const std::string usage = "usage: draw_on_surface PICTURE.surface SPRITE.surface\n";
+    write("a", makeSurfaceFile());
+    expectEnd(2, usage, {});
+    expectEnd(2, usage, {"a"});
+    expectEnd(2, usage, {"a", "a", "a"});
+    EXPECT_EQ(makeSurfaceFile(), read("a"));
+}
+
+TEST_F(Example, RefusesFilesThatAreNotThere) {
+    write("good", makeSurfaceFile());
+    expectEnd(1, "not a surface file\n", {"missing", "good"});
+    expectEnd(1, "not a surface file\n", {"good", "missing"});
+    expectEnd(1, "not a surface file\n", {"", "good"});
+    EXPECT_EQ(makeSurfaceFile(), read("good"));
+    EXPECT_FALSE(exists("missing"));
+}
+
+TEST_F(Example, RefusesFilesThatAreTooShort) {
+    for (const size_t size : {0U, 1U, 19U, 20U, 21U, 67U}) {
+        expectRefused(slice(makeSurfaceFile(), 0, size));
+    }
+}
+
+TEST_F(Example, RefusesHeadersThatPromiseNoPixels) {
+    using Mode = DsColorMode;
+    const auto refuse = [&](Mode mode, uint32_t width, uint32_t height, uint32_t stride) {
+        byte_vector file = makeFileHeader(0, mode, width, height, stride);
+        append(file, byte_vector(100, 1));
+        expectRefused(file);
+    };
+    for (const Mode mode : kModesWithoutPixels) {
+        refuse(mode, 4, 3, 16);
+    }
+    refuse(Mode::ARGB8888, 0, 3, 16);
+    refuse(Mode::ARGB8888, 4, 0, 16);
+    refuse(Mode::ARGB8888, 4, 3, 15);
+    refuse(Mode::I8, 0x80000000, 1, 0x80000000);
+    refuse(Mode::I8, 1, 0xFFFFFFFF, 1);
+    refuse(Mode::ARGB8888, 0x40000001, 1, 4);
+    refuse(Mode::I8, 1, 0x10000, 0x10001);
+}
+
+} // namespace
