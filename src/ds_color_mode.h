@@ -79,68 +79,106 @@ constexpr uint32_t narrowTo4(uint32_t value) {
     return (value * 15 + 135) >> 8;
 }
 
-/// The ARGB1555 word for four 8-bit channels. Kept on purpose: the colour channels go through the
-/// widening rule (results 0 to 2100) and are added at their places, not masked, so that any channel
-/// above 3 spills into its neighbours; the sum is cut to 16 bits.
-constexpr uint32_t encodeArgb1555(const DsColor& color) {
+/// Encodes a colour into the stored pixel value of `mode`; 0 for a mode without pixels.
+template <DsColorMode mode>
+constexpr uint32_t encodePixel(const DsColor& /*color*/) {
+    return 0;
+}
+
+template <>
+constexpr uint32_t encodePixel<DsColorMode::ARGB8888>(const DsColor& color) {
+    return color.alpha << 24 | color.red << 16 | color.green << 8 | color.blue;
+}
+
+template <>
+constexpr uint32_t encodePixel<DsColorMode::RGB888>(const DsColor& color) {
+    return color.red << 16 | color.green << 8 | color.blue;
+}
+
+template <>
+constexpr uint32_t encodePixel<DsColorMode::RGB565>(const DsColor& color) {
+    return narrowTo5(color.red) << 11 | narrowTo6(color.green) << 5 | narrowTo5(color.blue);
+}
+
+/// Kept on purpose: the colour channels go through the widening rule (results 0 to 2100) and are added at
+/// their places, not masked, so that any channel above 3 spills into its neighbours; the sum is cut to 16
+/// bits.
+template <>
+constexpr uint32_t encodePixel<DsColorMode::ARGB1555>(const DsColor& color) {
     const uint32_t alphaBit = (color.alpha >> 7) << 15;
     return (alphaBit + (widen5(color.red) << 10) + (widen5(color.green) << 5) +
             widen5(color.blue)) &
            0xFFFF;
 }
 
-/// Encodes a colour into the stored pixel value of `mode`; 0 for a mode without pixels.
-template <DsColorMode mode>
-constexpr uint32_t encodePixel(const DsColor& color) {
-    switch (mode) {
-    case DsColorMode::ARGB8888:
-        return color.alpha << 24 | color.red << 16 | color.green << 8 | color.blue;
-    case DsColorMode::RGB888:
-        return color.red << 16 | color.green << 8 | color.blue;
-    case DsColorMode::RGB565:
-        return narrowTo5(color.red) << 11 | narrowTo6(color.green) << 5 | narrowTo5(color.blue);
-    case DsColorMode::ARGB1555:
-        return encodeArgb1555(color);
-    case DsColorMode::ARGB4444:
-        return narrowTo4(color.alpha) << 12 | narrowTo4(color.red) << 8 |
-               narrowTo4(color.green) << 4 | narrowTo4(color.blue);
-    case DsColorMode::I8:
-        return color.blue;
-    case DsColorMode::AI88:
-        return color.alpha << 8 | color.blue;
-    case DsColorMode::A8:
-        return color.alpha;
-    default:
-        return 0;
-    }
+template <>
+constexpr uint32_t encodePixel<DsColorMode::ARGB4444>(const DsColor& color) {
+    return narrowTo4(color.alpha) << 12 | narrowTo4(color.red) << 8 | narrowTo4(color.green) << 4 |
+           narrowTo4(color.blue);
 }
 
-/// Decodes a stored pixel value of `mode`. An A8 pixel takes its colour from `constant` (black
-/// where the operation has no colour of its own). A mode without pixels decodes to all zeros. Kept
-/// on purpose: the alpha bit of ARGB1555 is not read, such a pixel always has alpha 0.
+template <>
+constexpr uint32_t encodePixel<DsColorMode::I8>(const DsColor& color) {
+    return color.blue;
+}
+
+template <>
+constexpr uint32_t encodePixel<DsColorMode::AI88>(const DsColor& color) {
+    return color.alpha << 8 | color.blue;
+}
+
+template <>
+constexpr uint32_t encodePixel<DsColorMode::A8>(const DsColor& color) {
+    return color.alpha;
+}
+
+/// Decodes a stored pixel value of `mode`. An A8 pixel takes its colour from `constant` (black where the
+/// operation has no colour of its own). A mode without pixels decodes to all zeros.
 template <DsColorMode mode>
-constexpr DsColor decodePixel(uint32_t stored, const DsColor& constant = {0, 0, 0, 0}) {
-    switch (mode) {
-    case DsColorMode::ARGB8888:
-        return {stored >> 24, (stored >> 16) & 255, (stored >> 8) & 255, stored & 255};
-    case DsColorMode::RGB888:
-        return {255, (stored >> 16) & 255, (stored >> 8) & 255, stored & 255};
-    case DsColorMode::RGB565:
-        return {255, widen5(stored >> 11), widen6((stored >> 5) & 63), widen5(stored & 31)};
-    case DsColorMode::ARGB1555:
-        return {0, widen5((stored >> 10) & 31), widen5((stored >> 5) & 31), widen5(stored & 31)};
-    case DsColorMode::ARGB4444:
-        return {widen4(stored >> 12), widen4((stored >> 8) & 15), widen4((stored >> 4) & 15),
-                widen4(stored & 15)};
-    case DsColorMode::I8:
-        return {255, stored, stored, stored};
-    case DsColorMode::AI88:
-        return {stored >> 8, stored & 255, stored & 255, stored & 255};
-    case DsColorMode::A8:
-        return {stored, constant.red, constant.green, constant.blue};
-    default:
-        return {0, 0, 0, 0};
-    }
+constexpr DsColor decodePixel(uint32_t /*stored*/, const DsColor& /*constant*/ = {0, 0, 0, 0}) {
+    return {0, 0, 0, 0};
+}
+
+template <>
+constexpr DsColor decodePixel<DsColorMode::ARGB8888>(uint32_t stored, const DsColor& /*constant*/) {
+    return {stored >> 24, (stored >> 16) & 255, (stored >> 8) & 255, stored & 255};
+}
+
+template <>
+constexpr DsColor decodePixel<DsColorMode::RGB888>(uint32_t stored, const DsColor& /*constant*/) {
+    return {255, (stored >> 16) & 255, (stored >> 8) & 255, stored & 255};
+}
+
+template <>
+constexpr DsColor decodePixel<DsColorMode::RGB565>(uint32_t stored, const DsColor& /*constant*/) {
+    return {255, widen5(stored >> 11), widen6((stored >> 5) & 63), widen5(stored & 31)};
+}
+
+/// Kept on purpose: the alpha bit is not read, such a pixel always has alpha 0.
+template <>
+constexpr DsColor decodePixel<DsColorMode::ARGB1555>(uint32_t stored, const DsColor& /*constant*/) {
+    return {0, widen5((stored >> 10) & 31), widen5((stored >> 5) & 31), widen5(stored & 31)};
+}
+
+template <>
+constexpr DsColor decodePixel<DsColorMode::ARGB4444>(uint32_t stored, const DsColor& /*constant*/) {
+    return {widen4(stored >> 12), widen4((stored >> 8) & 15), widen4((stored >> 4) & 15),
+            widen4(stored & 15)};
+}
+
+template <>
+constexpr DsColor decodePixel<DsColorMode::I8>(uint32_t stored, const DsColor& /*constant*/) {
+    return {255, stored, stored, stored};
+}
+
+template <>
+constexpr DsColor decodePixel<DsColorMode::AI88>(uint32_t stored, const DsColor& /*constant*/) {
+    return {stored >> 8, stored & 255, stored & 255, stored & 255};
+}
+
+template <>
+constexpr DsColor decodePixel<DsColorMode::A8>(uint32_t stored, const DsColor& constant) {
+    return {stored, constant.red, constant.green, constant.blue};
 }
 
 /// Reads the stored value of one pixel of `mode` at `pixel`, which need not be aligned.

@@ -100,7 +100,7 @@ using CopyChannelsLine = void (*)(uint8_t* target, const uint8_t* source, int32_
                                   const ChannelFlags& taken);
 
 constexpr ModePairTable<CopyChannelsLine> kCopyChannelsLines = makeModePairTable<CopyChannelsLine>(
-    []<DsColorMode target, DsColorMode source>() -> CopyChannelsLine {
+    []<DsColorMode target, DsColorMode source>() consteval->CopyChannelsLine {
         return copyChannelsOfLine<target, source>;
     });
 
@@ -163,7 +163,7 @@ void DsSurface::copyTo(int64_t x, int64_t y, const DsSurface& source, CopyKernel
     sizeX = std::min<int64_t>(sizeX, source.width);
     sizeY = std::min<int64_t>(sizeY, source.height);
     const DsRect drawn = rectOf(intersect({left, top, left + sizeX, top + sizeY}, areaOf(clip)));
-    if (source.isEmpty() || drawn.mWidth == 0 || drawn.mHeight == 0) {
+    if (drawn.mWidth == 0 || drawn.mHeight == 0) {
         return;
     }
     if (source.paletteSize != 0 &&
@@ -231,8 +231,8 @@ void DsSurface::copyChannels(const DsSurface& source, bool alpha, bool red, bool
     if (!hasPixels(mColorMode) || isEmpty()) {
         return;
     }
-    const CopyChannelsLine copyLine =
-        kCopyChannelsLines[static_cast<uint32_t>(mColorMode)][sourceModeIndex(source.mColorMode)];
+    const CopyChannelsLine copyLine = kCopyChannelsLines.at(static_cast<uint32_t>(mColorMode),
+                                                            sourceModeIndex(source.mColorMode));
     const ChannelFlags taken = {alpha, red, green, blue};
     uint8_t* line = pixels;
     const uint8_t* sourceLine = source.pixels;

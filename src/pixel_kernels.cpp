@@ -13,11 +13,13 @@ namespace {
 using Line = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                       const SourceRule& rule);
 
-constexpr ModePairTable<Line> kConvertLines = makeModePairTable<Line>(
-    []<DsColorMode target, DsColorMode source>() -> Line { return convertLine<target, source>; });
+constexpr ModePairTable<Line> kConvertLines =
+    makeModePairTable<Line>([]<DsColorMode target, DsColorMode source>() consteval->Line {
+        return convertLine<target, source>;
+    });
 
-constexpr ModePairTable<Line> kBlendLines = makeModePairTable<Line>(
-    []<DsColorMode target, DsColorMode source>() -> Line { return blendLine<target, source>; });
+constexpr ModePairTable<Line> kBlendLines = makeModePairTable<Line>([
+]<DsColorMode target, DsColorMode source>() consteval->Line { return blendLine<target, source>; });
 
 // One side of a copy.
 template <typename Byte>
@@ -37,7 +39,7 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
     if (targetPixelSize == 0 || width == 0) {
         return;
     }
-    const Line line = lines[static_cast<uint32_t>(target.mode)][sourceModeIndex(source.mode)];
+    const Line line = lines.at(static_cast<uint32_t>(target.mode), sourceModeIndex(source.mode));
     const WideLine wideLine = wideLineFor(target.mode, source.mode);
     for (uint32_t y = 0; y < height; ++y) {
         const uint32_t done =

@@ -99,22 +99,33 @@ inline uint32_t sourceModeIndex(DsColorMode mode) {
 
 /// A value for every pair of a destination and a source mode.
 template <typename Value>
-using ModePairTable = std::array<std::array<Value, kColorModeCount>, kColorModeCount>;
+struct ModePairTable {
+    std::array<Value, kColorModeCount * kColorModeCount> values;
 
-/// Fills such a table by calling `make` for each pair; destinations without pixels keep an empty
-/// value.
+    constexpr Value at(uint32_t target, uint32_t source) const {
+        return values[target * kColorModeCount + source];
+    }
+};
+
+/// What `make` gives for one pair; destinations without pixels get an empty value.
+template <typename Value, uint32_t target, uint32_t source, typename Make>
+consteval Value makeModePairValue(Make make) {
+    if constexpr (kBytesPerPixel[target] != 0) {
+        return make.template operator()<DsColorMode{target}, DsColorMode{source}>();
+    } else {
+        return {};
+    }
+}
+
+template <typename Value, typename Make, uint32_t... pair>
+consteval ModePairTable<Value> makeModePairTable(Make make,
+                                                 std::integer_sequence<uint32_t, pair...>) {
+    return {{makeModePairValue<Value, pair / kColorModeCount, pair % kColorModeCount>(make)...}};
+}
+
+/// Makes such a table by calling `make` for each pair.
 template <typename Value, typename Make>
 consteval ModePairTable<Value> makeModePairTable(Make make) {
-    ModePairTable<Value> table = {};
-    const auto fill = [&]<uint32_t... pair>(std::integer_sequence<uint32_t, pair...>) {
-        const auto fillOne = [&]<uint32_t target, uint32_t source>() {
-            if constexpr (kBytesPerPixel[target] != 0) {
-                table[target][source] =
-                    make.template operator()<DsColorMode{target}, DsColorMode{source}>();
-            }
-        };
-        (fillOne.template operator()<pair / kColorModeCount, pair % kColorModeCount>(), ...);
-    };
-    fill(std::make_integer_sequence<uint32_t, kColorModeCount * kColorModeCount>());
-    return table;
+    return makeModePairTable<Value>(
+        make, std::make_integer_sequence<uint32_t, kColorModeCount * kColorModeCount>());
 }

@@ -329,6 +329,8 @@ TEST(SurfaceBlocks, AskForTheLargestSizeWhenPixelsDoNotFit64Bits) {
     EXPECT_EQ(uint64_t{0x7FFFFFFF} * 0x7FFFFFFF * 4, asked(0x7FFFFFFF, 0x7FFFFFFF, 4, 0));
     EXPECT_EQ(kTooLarge, asked(0x7FFFFFFF, 0x7FFFFFFF, 4, uint64_t{1} << 63 | uint64_t{1} << 62));
     EXPECT_EQ(kTooLarge, asked(5, 5, 1, kTooLarge - 3));
+    EXPECT_EQ(kTooLarge,
+              asked(5, 5, 1, kTooLarge)); // rounding it up to a multiple of 4 does not wrap
     EXPECT_EQ(kTooLarge - 7, asked(1, 1, 1, kTooLarge - 11)); // 4 pixel bytes and 2^64 - 12: fits
 }
 
