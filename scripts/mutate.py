@@ -78,10 +78,10 @@ class Workshop:
         shutil.copytree(tree, self.source, ignore=shutil.ignore_patterns("build*", ".git"))
         run(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.build, "-DPNGSLAB_TESTS=ON",
              "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS=-O1"], check=True)
-        self.make()
+        run(["ninja", "-C", self.build], check=True)
 
-    def make(self):
-        return run(["ninja", "-C", self.build]).returncode == 0
+    def make(self, folder):
+        return run(["ninja", "-C", self.build, *TESTS[folder], "pngslab"]).returncode == 0
 
     def is_noticed(self, folder):
         for program in TESTS[folder]:
@@ -101,7 +101,7 @@ class Workshop:
         assert original.startswith(old, offset)
         file.write_text(original[:offset] + new + original[offset + len(old):])
         try:
-            if not self.make():
+            if not self.make(path.parts[0]):
                 return "does not compile"
             return "killed" if self.is_noticed(path.parts[0]) else "SURVIVED"
         finally:
