@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs every test on a machine that may have nothing yet: installs what is missing, checks the
-# formatting, then builds and runs the whole suite, optimised and under the sanitizers.
+# formatting, builds and runs the whole suite, optimised and under the sanitizers, and gives every fuzzer
+# its corpus and a few seconds.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
@@ -16,3 +17,5 @@ for preset in release asan; do
     build "$preset"
     (cd "$tree" && ctest --preset "$preset" --parallel "$(nproc)" --progress)
 done
+
+"$tree/scripts/fuzz.sh" 5
