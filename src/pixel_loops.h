@@ -100,10 +100,10 @@ inline uint32_t sourceModeIndex(DsColorMode mode) {
 /// A value for every pair of a destination and a source mode.
 template <typename Value>
 struct ModePairTable {
-    std::array<Value, kColorModeCount * kColorModeCount> values;
+    std::array<Value, uint64_t{kColorModeCount} * kColorModeCount> values;
 
     constexpr Value at(uint32_t target, uint32_t source) const {
-        return values[target * kColorModeCount + source];
+        return values[uint64_t{target} * kColorModeCount + source];
     }
 };
 

@@ -90,13 +90,13 @@ template <uint32_t pixelSize>
 void blendGathered(const Span& span, const SourceRule& rule, WideLine wideLine) {
     uint8_t pixels[kWidePixels * kMaxPixelSize];
     for (uint32_t i = 0; i < kWidePixels; ++i) {
-        std::memcpy(pixels + i * pixelSize, span.destination + uint64_t{i} * span.distance,
-                    pixelSize);
+        std::memcpy(pixels + uint64_t{i} * pixelSize,
+                    span.destination + uint64_t{i} * span.distance, pixelSize);
     }
     wideLine(pixels, span.coverage, kWidePixels, rule);
     for (uint32_t i = 0; i < kWidePixels; ++i) {
-        std::memcpy(span.destination + uint64_t{i} * span.distance, pixels + i * pixelSize,
-                    pixelSize);
+        std::memcpy(span.destination + uint64_t{i} * span.distance,
+                    pixels + uint64_t{i} * pixelSize, pixelSize);
     }
 }
 

@@ -1,0 +1,10 @@
+#!/usr/bin/env bash
+# Runs clang-tidy's chosen checks (.clang-tidy) over the product's sources.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+
+install_missing g++ cmake make clang-tidy-14
+
+configure debug -DPNGSLAB_TESTS=OFF
+cd "$tree"
+find src inflate png tools -name '*.cpp' -print0 | xargs -0 clang-tidy-14 --quiet -p build/debug
