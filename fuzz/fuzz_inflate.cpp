@@ -1,6 +1,7 @@
 // inflate_process on any bytes: whole, in pieces of any size that are gone when the next one comes,
-// and through a window with small outputs. All three must agree.
+// through a window with small outputs, and without the fast loop. All must agree.
 #include "fuzz/fuzz_input.h"
+#include "inflate/src/inflate_fast.h"
 #include "inflate/src/streams.h"
 
 #include <algorithm>
@@ -88,6 +89,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const uint32_t capacity = (seed & 7) == 0 ? seed >> 16 : kMaxOutput;
     const std::vector<uint8_t> data = input.rest();
     const Outcome whole = decodeWhole(data, capacity);
+    inflate_leave_out_fast(true);
+    require(decodeWhole(data, capacity) == whole);
+    inflate_leave_out_fast(false);
     require(decodeInPieces(data, capacity, seed) == whole);
     const Outcome windowed = decodeThroughWindow(data, kMaxOutput, seed);
     if (whole.result != kInflateNeedsOutput && whole.bytes.size() < capacity) {

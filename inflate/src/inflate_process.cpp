@@ -1,5 +1,7 @@
 // The DEFLATE state machine, one function a step. Each step either completes, or leaves the record
 // so that it runs again from its start: that is what makes the decoder resumable at any byte.
+#include "inflate/src/deflate_tables.h"
+#include "inflate/src/inflate_fast.h"
 #include "inflate/src/streams.h"
 
 #include <algorithm>
@@ -9,46 +11,9 @@ namespace {
 // What a step returns when the machine is to go on with the state that the step has set.
 constexpr int32_t kGoOn = -1;
 
-// The states, numbered as they are stored in the record.
-enum state_t : uint16_t {
-    kBlockHeader,
-    kStoredLength,
-    kStoredComplement,
-    kStoredCopy,
-    kLitlenSymbol,
-    kLengthExtra,
-    kDistanceSymbol,
-    kDistanceExtra,
-    kLiteral,
-    kMatchCopy,
-    kDynamicHeader,
-    kCodeLengthLengths,
-    kCodeLengthSymbol,
-    kCodeLengthRepeat,
-    kBuildTables,
-    kStateCount
-};
-
-constexpr int16_t kEndOfBlock = 256;
-constexpr int16_t kFirstLengthSymbol = 257;
-
 constexpr uint32_t kCodeLengthCodes = 19;
 constexpr uint16_t kCodeLengthOrder[kCodeLengthCodes] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
                                                          11, 4,  12, 3, 13, 2, 14, 1, 15};
-
-// Lengths and distances: RFC 1951, section 3.2.5.
-constexpr uint32_t kLengthCodes = 29;
-constexpr uint16_t kLengthBase[kLengthCodes] = {3,  4,  5,  6,   7,   8,   9,   10,  11, 13,
-                                                15, 17, 19, 23,  27,  31,  35,  43,  51, 59,
-                                                67, 83, 99, 115, 131, 163, 195, 227, 258};
-constexpr uint16_t kLengthExtraBits[kLengthCodes] = {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2,
-                                                     2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
-constexpr uint16_t kDistanceBase[kMaxDistSymbols] = {
-    1,   2,   3,   4,   5,   7,    9,    13,   17,   25,   33,   49,   65,    97,    129,
-    193, 257, 385, 513, 769, 1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
-constexpr uint16_t kDistanceExtraBits[kMaxDistSymbols] = {0, 0, 0,  0,  1,  1,  2,  2,  3,  3,
-                                                          4, 4, 5,  5,  6,  6,  7,  7,  8,  8,
-                                                          9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
 
 // ---- The fixed codes of block type 1
 
@@ -285,6 +250,10 @@ int32_t build_tables(inflate_t* inflate, bitstream_t* /*stream*/) {
 // ---- Compressed data
 
 int32_t read_litlen_symbol(inflate_t* inflate, bitstream_t* stream) {
+    inflate_fast(inflate, stream);
+    if (inflate->state != kLitlenSymbol) {
+        return kGoOn;
+    }
     const int32_t symbol = huffman_decode(inflate->litlenTable, stream);
     if (symbol < 0) {
         return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;

@@ -1,0 +1,44 @@
+// What the state machine and the fast loop share: the states, and constants of the DEFLATE format
+// (RFC 1951).
+#pragma once
+
+#include "inflate/src/streams.h"
+
+#include <cstdint>
+
+// The states, numbered as they are stored in the record.
+enum state_t : uint16_t {
+    kBlockHeader,
+    kStoredLength,
+    kStoredComplement,
+    kStoredCopy,
+    kLitlenSymbol,
+    kLengthExtra,
+    kDistanceSymbol,
+    kDistanceExtra,
+    kLiteral,
+    kMatchCopy,
+    kDynamicHeader,
+    kCodeLengthLengths,
+    kCodeLengthSymbol,
+    kCodeLengthRepeat,
+    kBuildTables,
+    kStateCount
+};
+
+inline constexpr int16_t kEndOfBlock = 256;
+inline constexpr int16_t kFirstLengthSymbol = 257;
+
+// Lengths and distances: section 3.2.5.
+inline constexpr uint32_t kLengthCodes = 29;
+inline constexpr uint16_t kLengthBase[kLengthCodes] = {3,  4,  5,  6,   7,   8,   9,   10,  11, 13,
+                                                       15, 17, 19, 23,  27,  31,  35,  43,  51, 59,
+                                                       67, 83, 99, 115, 131, 163, 195, 227, 258};
+inline constexpr uint16_t kLengthExtraBits[kLengthCodes] = {
+    0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3, 4, 4, 4, 4, 5, 5, 5, 5, 0};
+inline constexpr uint16_t kDistanceBase[kMaxDistSymbols] = {
+    1,   2,   3,   4,   5,   7,    9,    13,   17,   25,   33,   49,   65,    97,    129,
+    193, 257, 385, 513, 769, 1025, 1537, 2049, 3073, 4097, 6145, 8193, 12289, 16385, 24577};
+inline constexpr uint16_t kDistanceExtraBits[kMaxDistSymbols] = {
+    0, 0, 0, 0, 1, 1, 2, 2,  3,  3,  4,  4,  5,  5,  6,
+    6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13};

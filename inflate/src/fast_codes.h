@@ -1,0 +1,83 @@
+// Canonical codes in the form that the fast loop reads: limits that tell a code's length without
+// search or branch, and payloads beside the sorted symbols.
+#pragma once
+
+#include "inflate/src/deflate_tables.h"
+#include "inflate/src/streams.h"
+
+#include <cstdint>
+
+/// How codes are compared: left-justified in 16 bits.
+inline constexpr uint32_t kCodeSpace = 1 << 16;
+
+/// Lengths beside the shortest that are told apart without a branch. Longer codes come up less than
+/// once in 2^6 symbols, so the branch for them is nearly always predicted.
+inline constexpr uint32_t kCommonLengths = 6;
+
+/// One code, by what follows from its counts per length.
+struct fast_code_t {
+    uint32_t firstLength; ///< the shortest length that any code has
+    uint32_t end;         ///< where all codes end; kCodeSpace if the code is complete
+    /// Where the codes of firstLength + i end and longer ones begin; kCodeSpace from the longest
+    /// on.
+    uint32_t limits[kMaxCodeLength + kCommonLengths];
+    /// By length: what to add to a code to get the index of its symbol (wrapping).
+    uint32_t base[kMaxCodeLength + 1];
+};
+
+/// Derives the limits and bases of a built code with at least one symbol.
+inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
+    uint32_t ends[kMaxCodeLength + 1] = {};
+    uint32_t index = 0;
+    uint32_t longest = 0;
+    fast->firstLength = 0;
+    for (uint32_t length = 1; length <= kMaxCodeLength; ++length) {
+        const uint32_t count = huffman.counts[length];
+        if (count != 0) {
+            longest = length;
+            fast->firstLength = fast->firstLength == 0 ? length : fast->firstLength;
+        }
+        const uint32_t start = ends[length - 1];
+        fast->base[length] = index - (start >> (16 - length));
+        ends[length] = start + (count << (16 - length));
+        index += count;
+    }
+    fast->end = ends[longest];
+    for (uint32_t i = 0; i < kMaxCodeLength + kCommonLengths; ++i) {
+        const uint32_t length = fast->firstLength + i;
+        fast->limits[i] = length < longest ? ends[length] : kCodeSpace;
+    }
+}
+
+/// The length of the code at the front of `top`, 16 bits of input with the first one highest. Each
+/// limit that the bits have reached means one bit more.
+inline uint32_t fast_code_length(const fast_code_t& code, uint32_t top) {
+    // Two sums, and the compiler kept from joining them, so that neither waits for the other.
+    uint32_t length = code.firstLength;
+    uint32_t more = 0;
+    for (uint32_t i = 0; i < kCommonLengths; i += 2) {
+        length += top >= code.limits[i];
+        more += top >= code.limits[i + 1];
+        asm("" : "+r"(length), "+r"(more));
+    }
+    length += more;
+    if (top >= code.limits[kCommonLengths]) [[unlikely]] {
+        ++length;
+        for (uint32_t i = kCommonLengths + 1; top >= code.limits[i]; ++i) {
+            ++length;
+        }
+    }
+    return length;
+}
+
+/// A symbol's payload: a base value and, above it, how many extra bits to add to it. For literals
+/// the base is the byte.
+inline constexpr uint32_t kPayloadExtraShift = 16;
+inline constexpr uint32_t kPayloadBaseMask = (1 << kPayloadExtraShift) - 1;
+/// Flags payloads of what the fast loop does not decode by itself.
+inline constexpr uint32_t kPayloadIsEndOfBlock = 1 << 30;
+inline constexpr uint32_t kPayloadIsInvalid = 1U << 31;
+
+inline constexpr uint32_t payload_of(uint16_t base, uint16_t extraBits) {
+    return base | uint32_t{extraBits} << kPayloadExtraShift;
+}

@@ -1,0 +1,80 @@
+// Copies a match in words instead of bytes, and writes not a byte more than the match has.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+inline uint64_t load_word(const uint8_t* bytes) {
+    uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+inline void store_word(uint8_t* bytes, uint64_t word) {
+    std::memcpy(bytes, &word, sizeof word);
+}
+
+/// Writes the first `count` bytes of a word, 0 to 7, by stores that may overlap each other.
+inline void store_part(uint8_t* out, uint64_t word, uint32_t count) {
+    if (count >= 4) {
+        const auto front = static_cast<uint32_t>(word);
+        const auto back = static_cast<uint32_t>(word >> (8 * (count - 4)));
+        std::memcpy(out, &front, sizeof front);
+        std::memcpy(out + count - 4, &back, sizeof back);
+    } else if (count > 0) {
+        out[0] = static_cast<uint8_t>(word);
+        out[count / 2] = static_cast<uint8_t>(word >> (8 * (count / 2)));
+        out[count - 1] = static_cast<uint8_t>(word >> (8 * (count - 1)));
+    }
+}
+
+/// Copies `length` bytes in blocks of `blockSize`, which neither the length nor the distance may
+/// undercut. The last block is the match's own end, so it overlaps the one before.
+template <uint32_t blockSize>
+inline void copy_blocks(uint8_t* out, uint32_t distance, uint32_t length) {
+    struct block_t {
+        uint64_t words[blockSize / sizeof(uint64_t)];
+    } block;
+    uint8_t* const last = out + length - blockSize;
+    for (; out < last; out += blockSize) {
+        std::memcpy(&block, out - distance, blockSize);
+        std::memcpy(out, &block, blockSize);
+    }
+    std::memcpy(&block, last - distance, blockSize);
+    std::memcpy(last, &block, blockSize);
+}
+
+/// A word that repeats the `distance` bytes (1 to 7) at the start of another.
+inline uint64_t repeated(uint64_t word, uint32_t distance) {
+    // Ones where the repetitions start; the product puts a copy at each, and copies cannot overlap.
+    constexpr uint64_t kStarts[8] = {0,
+                                     0x0101010101010101,
+                                     0x0001000100010001,
+                                     0x0001000001000001,
+                                     0x0000000100000001,
+                                     0x0000010000000001,
+                                     0x0001000000000001,
+                                     0x0100000000000001};
+    const uint64_t mask = (uint64_t{1} << (8 * distance)) - 1;
+    return (word & mask) * kStarts[distance];
+}
+
+/// Copies `length` bytes (at least 1) from `distance` bytes before `out`, repeating the distance
+/// where it is the shorter one. Up to 7 bytes beyond `out` are read, whatever the length.
+inline void copy_match(uint8_t* out, uint32_t distance, uint32_t length) {
+    if (length >= 16 && distance >= 16) {
+        return copy_blocks<16>(out, distance, length);
+    }
+    if (length >= 8 && distance >= 8) {
+        return copy_blocks<8>(out, distance, length);
+    }
+    uint64_t word = load_word(out - distance);
+    if (distance < 8) {
+        word = repeated(word, distance);
+        const uint32_t step = 8 - 8 % distance; // whole repetitions, so that the word fits again
+        for (; length >= 8; length -= step, out += step) {
+            store_word(out, word);
+        }
+    }
+    store_part(out, word, length);
+}

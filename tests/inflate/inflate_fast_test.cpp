@@ -1,0 +1,194 @@
+// The fast loop against the state machine that it stands beside: after every piece of input both must
+// have left the same record, the same reader and the same output block, to the last byte.
+#include "inflate/src/fast_codes.h"
+#include "inflate/src/inflate_fast.h"
+#include "inflate/src/match_copy.h"
+#include "tests/support/deflate_maker.h"
+#include "tests/support/deflate_oracle.h"
+#include "tests/support/inflate_session.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace {
+
+// What of a decoder can be compared: positions as distances, tables as which of them.
+struct snapshot {
+    int32_t result;
+    std::array<int64_t, 12> record;
+    std::array<uint64_t, 4> reader;
+    byte_vector block;
+    bool operator==(const snapshot&) const = default;
+};
+
+// A decoder whose output block, with bytes beyond what may be written, is there to be looked at.
+class watched_decoder {
+public:
+    watched_decoder(size_t room, bool is_plain)
+        : mIsPlain(is_plain)
+        , mBlock(room + 64, 0xA5) {
+        inflate_process(&mState, nullptr);
+        mState.out = mBlock.data();
+        mState.outAvailable = static_cast<uint32_t>(room);
+    }
+    watched_decoder(const watched_decoder&) = delete;
+    watched_decoder& operator=(const watched_decoder&) = delete;
+
+    snapshot feed(const byte_vector& piece) {
+        mReader.data = piece.data();
+        mReader.available = static_cast<uint32_t>(piece.size());
+        inflate_leave_out_fast(mIsPlain);
+        const int32_t result = inflate_process(&mState, &mReader);
+        inflate_leave_out_fast(false);
+        const bool has_copied = mState.copyFrom != nullptr;
+        return {result,
+                {mState.state, mState.finalBlock, mState.symbol, mState.count, mState.length,
+                 mState.distance, mState.litlenTable == &mState.dynLitlen,
+                 mState.distTable == &mState.dynDist, mState.out - mBlock.data(),
+                 has_copied ? mState.copyFrom - mBlock.data() : -1, mState.outAvailable,
+                 mState.totalOut},
+                {static_cast<uint64_t>(mReader.data - piece.data()), mReader.available,
+                 mReader.bits, mReader.bitCount},
+                mBlock};
+    }
+
+private:
+    bool mIsPlain;
+    byte_vector mBlock;
+    inflate_t mState{};
+    bitstream_t mReader{};
+};
+
+// Feeds both decoders the same pieces until one of them is through.
+void expect_same_steps(const byte_vector& raw, size_t room, const std::vector<size_t>& sizes) {
+    watched_decoder fast(room, false);
+    watched_decoder plain(room, true);
+    size_t at = 0;
+    for (const size_t size : sizes) {
+        const byte_vector piece = slice(raw, at, size);
+        const snapshot expected = plain.feed(piece);
+        ASSERT_TRUE(fast.feed(piece) == expected) << "piece of " << size << " at " << at;
+        if (expected.result != kInflateNeedsInput) {
+            return;
+        }
+        at += size;
+    }
+}
+
+// Long enough for the fast loop to start.
+std::vector<size_t> long_pieces(test_rng& rng, size_t total) {
+    std::vector<size_t> sizes;
+    for (size_t covered = 0; covered < total; covered += sizes.back()) {
+        sizes.push_back(random_between(rng, 40, 400));
+    }
+    return sizes;
+}
+
+byte_vector any_stream(test_rng& rng, size_t* plain_size) {
+    if (rng() % 2 == 0) {
+        const made_stream stream = random_stream(rng, 32768);
+        *plain_size = stream.plain.size();
+        return stream.raw;
+    }
+    const byte_vector plain =
+        make_bytes(kAllDataKinds[rng() % 4], random_between(rng, 300, 6000), rng());
+    *plain_size = plain.size();
+    return deflate_without_fixed_codes(plain, random_settings(rng));
+}
+
+TEST(InflateFast, LeavesWhatTheStateMachineLeaves) {
+    test_rng rng(1);
+    for (int round = 0; round < 800 && !HasFatalFailure(); ++round) {
+        size_t size = 0;
+        const byte_vector raw = any_stream(rng, &size);
+        expect_same_steps(raw, size, {raw.size()});
+        expect_same_steps(raw, size, long_pieces(rng, raw.size()));
+        expect_same_steps(raw, size, random_pieces(rng, raw.size()));
+    }
+}
+
+TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfDamagedStreams) {
+    test_rng rng(2);
+    for (int round = 0; round < 1200 && !HasFatalFailure(); ++round) {
+        size_t size = 0;
+        byte_vector raw = any_stream(rng, &size);
+        for (uint32_t flips = random_between(rng, 1, 4); flips > 0; --flips) {
+            raw[rng() % raw.size()] ^= static_cast<uint8_t>(1U << rng() % 8);
+        }
+        expect_same_steps(raw, size + 700, {raw.size()});
+        expect_same_steps(raw, size + 700, long_pieces(rng, raw.size()));
+    }
+}
+
+// Wherever the output ends, the last matches are cut by the same rule.
+TEST(InflateFast, LeavesWhatTheStateMachineLeavesForEveryOutputSize) {
+    test_rng rng(3);
+    for (const data_kind kind : kAllDataKinds) {
+        const byte_vector plain = make_bytes(kind, 1200, rng());
+        const byte_vector raw = deflate_without_fixed_codes(plain, {});
+        for (size_t room = 0; room <= plain.size() && !HasFatalFailure(); ++room) {
+            expect_same_steps(raw, room, {raw.size()});
+        }
+    }
+}
+
+TEST(InflateFast, LeavesWhatTheStateMachineLeavesForEveryInputSize) {
+    test_rng rng(4);
+    for (const data_kind kind : kAllDataKinds) {
+        const byte_vector plain = make_bytes(kind, 1500, rng());
+        const byte_vector raw = deflate_without_fixed_codes(plain, {});
+        for (size_t first = 0; first <= raw.size() && !HasFatalFailure(); ++first) {
+            expect_same_steps(raw, plain.size(), {first, raw.size() - first});
+        }
+    }
+}
+
+TEST(MatchCopy, WritesTheMatchAndNothingElse) {
+    for (uint32_t distance = 1; distance <= 40; ++distance) {
+        for (uint32_t length = 3; length <= 258; ++length) {
+            byte_vector block = make_bytes(data_kind::noise, 64 + 258 + 16, distance);
+            byte_vector expected = block;
+            for (uint32_t i = 0; i < length; ++i) {
+                expected[64 + i] = expected[64 + i - distance];
+            }
+            copy_match(block.data() + 64, distance, length);
+            ASSERT_EQ(expected, block) << distance << ", " << length;
+        }
+    }
+}
+
+// Every code that the limits find is the one that bits taken one by one lead to.
+TEST(FastCodes, GiveTheLengthAndSymbolOfEveryCode) {
+    test_rng rng(5);
+    int codes = 0;
+    for (int round = 0; round < 60; ++round) {
+        const made_stream stream = random_stream(rng, 32768);
+        inflate_session session(stream.plain.size());
+        session.feed(slice(stream.raw, 0, stream.raw.size() / 2));
+        const huffman_t& huffman = session.state.dynLitlen;
+        if (session.state.state != 4 || huffman.maxBits == 0) {
+            continue;
+        }
+        ++codes;
+        fast_code_t fast;
+        fast_code_derive(&fast, huffman);
+        for (uint32_t top = 0; top < std::min(fast.end, kCodeSpace); ++top) {
+            std::array<uint8_t, 2> bits{};
+            for (uint32_t i = 0; i < 16; ++i) {
+                bits[i / 8] = static_cast<uint8_t>(bits[i / 8] | (top >> (15 - i) & 1) << (i % 8));
+            }
+            bitstream_t reader = {bits.data(), 2, 0, 0};
+            const int32_t symbol = huffman_decode(&huffman, &reader);
+            const uint32_t length = fast_code_length(fast, top);
+            ASSERT_EQ(16 - bitstream_remaining(&reader), length) << top;
+            const uint32_t index = fast.base[length] + (top >> (16 - length));
+            ASSERT_EQ(symbol, huffman.symbols[index]) << top;
+        }
+    }
+    EXPECT_GT(codes, 10);
+}
+
+} // namespace
