@@ -2,10 +2,10 @@
 # Changes copies of the product's sources in small ways, one at a time, and runs the tests on each: a
 # change that no test notices is a survivor. Prints every survivor and the score.
 #
-#     scripts/mutate.sh [number of changes, 240] [seed, 1]
+#     scripts/mutate.sh [number of changes, 240] [seed, 1] [folder ...]      all folders without any
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 install_missing g++ cmake ninja-build python3 libgtest-dev zlib1g-dev libpng-dev
 
-exec python3 "$tree/scripts/mutate.py" "$tree" "${1:-240}" "${2:-1}"
+exec python3 "$tree/scripts/mutate.py" "$tree" "${1:-240}" "${2:-1}" "${@:3}"
