@@ -54,12 +54,13 @@ def changes_of(path):
             yield offset + match.start(), number, new
 
 
-def sample(tree, count, seed, folders):
+def sample(tree, count, seed, places):
     """The changes to try: the same for the same seed, every file in proportion to its code."""
     everything = []
-    for folder in folders:
+    for folder in TESTS:
         for path in sorted((tree / folder).rglob("*")):
-            if path.suffix in (".cpp", ".h"):
+            is_wanted = str(path.relative_to(tree)).startswith(places)
+            if is_wanted and path.suffix in (".cpp", ".h"):
                 everything += [(path.relative_to(tree), *change) for change in changes_of(path)]
     return sorted(random.Random(seed).sample(everything, min(count, len(everything))),
                   key=lambda change: (str(change[0]), change[1]))
@@ -118,7 +119,7 @@ def describe(tree, change):
 
 def main():
     tree, count, seed = pathlib.Path(sys.argv[1]), int(sys.argv[2]), int(sys.argv[3])
-    changes = sample(tree, count, seed, sys.argv[4:] or list(TESTS))
+    changes = sample(tree, count, seed, tuple(sys.argv[4:]) or tuple(TESTS))
     verdicts = []
     with tempfile.TemporaryDirectory() as scratch:
         local = threading.local()

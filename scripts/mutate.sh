@@ -2,7 +2,7 @@
 # Changes copies of the product's sources in small ways, one at a time, and runs the tests on each: a
 # change that no test notices is a survivor. Prints every survivor and the score.
 #
-#     scripts/mutate.sh [number of changes, 240] [seed, 1] [folder ...]      all folders without any
+#     scripts/mutate.sh [number of changes, 240] [seed, 1] [path ...]      all folders without any
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
