@@ -48,6 +48,18 @@ TEST_F(FixedCodes, DecodeStreamsThatMixTheBlockTypes) {
     }
 }
 
+// With so much around them that the fast loop meets them.
+TEST_F(FixedCodes, RefuseTheSymbolsWithoutMeaningInLongBlocks) {
+    for (const uint32_t symbol : {286U, 287U}) {
+        deflate_maker maker;
+        maker.fixed(block_is::last).literals(byte_vector(300, 'a')).litlen_symbol(symbol);
+        maker.literals(byte_vector(300, 'b')).end();
+        const inflate_outcome outcome = inflate_whole(maker.bytes(), 1000);
+        EXPECT_EQ(kInflateInvalid, outcome.result);
+        EXPECT_EQ(byte_vector(300, 'a'), outcome.plain);
+    }
+}
+
 TEST_F(FixedCodes, HaveACodeForEveryLiteral) {
     byte_vector all(256);
     for (size_t value = 0; value < all.size(); ++value) {

@@ -146,6 +146,20 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesForEveryInputSize) {
     }
 }
 
+// A single distance code takes one bit, and leaves half of all patterns without a code.
+TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
+    for (const uint32_t pattern : {0x0001U, 0x0003U, 0xFFFFU}) {
+        const dynamic_header header = plain_header(
+            lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}}), lengths_of(1, {{0, 1}}));
+        deflate_maker maker;
+        maker.dynamic(header, block_is::last).literals(byte_vector(200, 'a'));
+        maker.match(3, 1).litlen_symbol(257).bits(pattern, 16);
+        maker.literals(byte_vector(400, 'b')).end();
+        expect_same_steps(maker.bytes(), 1000, {maker.bytes().size()});
+        EXPECT_EQ(kInflateInvalid, inflate_whole(maker.bytes(), 1000).result);
+    }
+}
+
 TEST(MatchCopy, WritesTheMatchAndNothingElse) {
     for (uint32_t distance = 1; distance <= 40; ++distance) {
         for (uint32_t length = 3; length <= 258; ++length) {
