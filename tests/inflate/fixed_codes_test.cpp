@@ -53,7 +53,7 @@ TEST_F(FixedCodes, RefuseTheSymbolsWithoutMeaningInLongBlocks) {
     for (const uint32_t symbol : {286U, 287U}) {
         deflate_maker maker;
         maker.fixed(block_is::last).literals(byte_vector(300, 'a')).litlen_symbol(symbol);
-        maker.literals(byte_vector(300, 'b')).end();
+        maker.dist_symbol(0).literals(byte_vector(300, 'b')).end(); // all well but for the symbol
         const inflate_outcome outcome = inflate_whole(maker.bytes(), 1000);
         EXPECT_EQ(kInflateInvalid, outcome.result);
         EXPECT_EQ(byte_vector(300, 'a'), outcome.plain);
