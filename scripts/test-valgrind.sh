@@ -12,7 +12,7 @@ for program in src_tests inflate_tests inflate_fixed_codes_tests png_tests tools
     echo "$program"
     # Death tests end by a signal on purpose, and limits of memory leave valgrind none.
     quietly valgrind --quiet --trace-children=yes --error-exitcode=99 \
-        --child-silent-after-fork=no \
+        --suppressions="$tree/tests/support/valgrind.supp" \
         "$tree/build/release/bin/$program" --gtest_brief=1 \
         --gtest_filter='-*DeathTest*:*WithoutMemory*:*LittleMemory*'
 done

@@ -106,6 +106,9 @@ program_outcome run_program(const std::string& program, const std::vector<std::s
     const temporary_file output = open_temporary_file();
     const temporary_file errors = open_temporary_file();
     std::vector<std::string> words = {program};
+#if defined(PNGSLAB_EMULATOR) // programs for another machine
+    words.insert(words.begin(), PNGSLAB_EMULATOR);
+#endif
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = environment(surroundings.variables);
     const std::vector<char*> argument_pointers = pointers(words);
