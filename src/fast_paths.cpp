@@ -8,14 +8,11 @@ namespace {
 uint32_t gLeftOut = 0;
 
 bool machineHas(DsFastPath path) {
-    // The wide loops read pixels as native words.
-    if constexpr (std::endian::native != std::endian::little) {
-        return false;
-    }
 #if defined(__x86_64__)
     return path == DsFastPath::Wide128 || __builtin_cpu_supports("avx2") != 0;
 #else
-    return path == DsFastPath::Wide128;
+    // The wide loops read pixels as native words.
+    return std::endian::native == std::endian::little && path == DsFastPath::Wide128;
 #endif
 }
 

@@ -20,7 +20,7 @@ struct SourceRule {
     uint32_t alphaFactor;
     uint32_t alphaTerm;
 
-    bool keepsAlpha() const { return alphaFactor == 255 && alphaTerm == 0; }
+    bool keepsAlpha() const { return alphaFactor == 255; }
 };
 
 /// The rule for an alpha mode and a colour word: 0 takes alpha as decoded, 1 the word's alpha, 2

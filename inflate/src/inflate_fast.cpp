@@ -40,11 +40,8 @@ static_assert(kLiteralsPerRefill * kMaxCodeLength <= kBitsAfterRefill);
 static_assert(kMaxMatchBits <= kBitsAfterRefill);
 
 uint64_t little_endian_word(const uint8_t* bytes) {
-    uint64_t word = load_word(bytes);
-    if constexpr (std::endian::native == std::endian::big) {
-        word = __builtin_bswap64(word);
-    }
-    return word;
+    constexpr bool kIsNative = std::endian::native == std::endian::little;
+    return kIsNative ? load_word(bytes) : __builtin_bswap64(load_word(bytes));
 }
 
 uint64_t reversed(uint64_t word) {
@@ -218,7 +215,8 @@ void decode(const fast_block_t& block, position_t* result, const uint8_t* inLimi
     *result = position;
 }
 
-// Gives back the whole bytes that were not used, but none from before this call.
+// Gives back the whole bytes that were not used, but none from before this call: those may be gone, and
+// there are such where the very first symbol was left to the state machine.
 void hand_back_input(bitstream_t* stream, const position_t& position) {
     const uint8_t* in = position.in;
     uint32_t count = position.bits.count;

@@ -160,6 +160,18 @@ TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
     }
 }
 
+// Codes of a single symbol are incomplete, which the limits have no place for.
+TEST(InflateFast, LeavesBlocksOfASingleCodeToTheStateMachine) {
+    deflate_maker maker;
+    const dynamic_header empty = plain_header(lengths_of(257, {{256, 1}}), lengths_of(1, {}));
+    for (int block = 0; block < 20; ++block) {
+        maker.dynamic(empty, block_is::followed).end();
+    }
+    maker.stored(byte_vector(300, 'a'), block_is::last);
+    expect_same_steps(maker.bytes(), 1000, {maker.bytes().size()});
+    EXPECT_EQ(byte_vector(300, 'a'), inflate_whole(maker.bytes(), 1000).plain);
+}
+
 TEST(MatchCopy, WritesTheMatchAndNothingElse) {
     for (uint32_t distance = 1; distance <= 40; ++distance) {
         for (uint32_t length = 3; length <= 258; ++length) {

@@ -263,6 +263,20 @@ TEST(Rotate, NeedsBothCallbacks) {
     TrackedBlocks::release(blocks.blocks[0]);
 }
 
+// An allocator may answer a request for nothing with nothing.
+TEST(Rotate, TurnsAnEmptySurfaceWithoutABlock) {
+    for (const auto& [width, height] : {std::pair{0, 3}, {3, 0}}) {
+        TrackedBlocks blocks;
+        blocks.failure = TrackedBlocks::Failure::Null;
+        blocks.failingRequest = 1;
+        DsSurface surface = makeSurface(width, height, Mode::RGB888);
+        surface.rotate(90);
+        EXPECT_EQ(90U, surface.getRotation());
+        EXPECT_EQ(height, surface.getWidth());
+        EXPECT_EQ(width, surface.getHeight());
+    }
+}
+
 TEST(Rotate, LeavesTheSurfaceAsItWasWhenThereIsNoMemory) {
     for (const auto failure : {TrackedBlocks::Failure::Null, TrackedBlocks::Failure::Throw}) {
         TrackedBlocks blocks;
