@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the suite under valgrind, which sees uninitialised bytes that the sanitizers do not. Takes some
-# twenty minutes.
+# Runs the suite under valgrind, which sees uninitialised bytes that the sanitizers do not. Slow: each
+# test runs many times longer than by itself.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 

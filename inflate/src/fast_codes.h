@@ -10,8 +10,8 @@
 /// How codes are compared: left-justified in 16 bits.
 inline constexpr uint32_t kCodeSpace = 1 << 16;
 
-/// Lengths beside the shortest that are told apart without a branch. Longer codes come up less than
-/// once in 2^6 symbols, so the branch for them is nearly always predicted.
+/// Lengths beside the shortest that are told apart without a branch. Compressors give longer codes to
+/// rare symbols, so the branch for them is mostly predicted right; correctness does not rest on it.
 inline constexpr uint32_t kCommonLengths = 6;
 
 /// One code, by what follows from its counts per length.
