@@ -89,8 +89,9 @@ constexpr row_loops_t kLoopsFor = {
 constexpr const row_loops_t* kLoops[] = {&kLoopsFor<1>, &kLoopsFor<2>, &kLoopsFor<3>,
                                          &kLoopsFor<4>};
 
+// `offset` lies within the block or at its end.
 bool fits(uint64_t offset, uint64_t length, uint64_t blockSize) {
-    return offset <= blockSize && length <= blockSize - offset;
+    return length <= blockSize - offset;
 }
 
 // Whether line `row` of a surface with that stride lies inside the block.

@@ -123,8 +123,8 @@ void DsSurface::rotate(int32_t degrees) {
 }
 
 void DsSurface::replaceAlpha(const DsSurface& alpha_only_src) {
-    assert(alpha_only_src.mColorMode == DsColorMode::A8);
     const auto mode = static_cast<uint32_t>(mColorMode);
+    assert(alpha_only_src.mColorMode == DsColorMode::A8);
     if (mode >= kColorModeCount || kReplaceAlphaLine[mode] == nullptr || isEmpty()) {
         return;
     }

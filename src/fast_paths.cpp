@@ -1,4 +1,4 @@
-// The one place that asks the processor.
+// The one place that asks the processor. A machine answers one way, whatever the tests do.
 #include "src/fast_paths.h"
 
 #include <bit>

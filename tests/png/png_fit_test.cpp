@@ -176,6 +176,24 @@ TEST(PngFit, FailsWhereOnlyTheLastByteOfARowLeavesTheBlock) {
     EXPECT_NE(full_pass(stored_file(maker, rows), surface), kPngOk);
 }
 
+// Skipped rows take one byte of the block each, but move the next row's place by a whole stride.
+TEST(PngFit, FailsWhereARowBehindSkippedOnesStartsBeyondTheBlock) {
+    DsSurface surface = fenced_surface({50, 2});
+    byte_vector rows(100, kNone);
+    std::fill_n(rows.begin(), 10, static_cast<uint8_t>(5));
+
+    EXPECT_EQ(full_pass(stored_file(png().gray(1, 50), rows), surface), kPngDoesNotFit);
+}
+
+// Every row then has the same place.
+TEST(PngFit, TakesASurfaceWhoseStrideIsZero) {
+    DsSurface surface = fenced_surface({0, 2, DsColorMode::I8, 0, 256, 4});
+    png_maker maker = png().gray(1, 2);
+
+    EXPECT_EQ(full_pass(maker.bytes(), surface), kPngOk);
+    EXPECT_EQ(pixel_block(surface)[0], maker.samples()[1]);
+}
+
 TEST(PngFit, FailsWhereTheDataOfAWrappedSizeAreTooLong) {
     DsSurface surface = roomy_surface();
     const png_maker maker = png().gray(1, 1).declared_size(1073741848, 4);

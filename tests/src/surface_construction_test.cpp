@@ -287,6 +287,16 @@ TEST(SurfaceBlocks, GiveThePixelsBackWhenThePaletteThrows) {
     EXPECT_EQ(blocks.blocks[0], blocks.released[0]);
 }
 
+TEST(SurfaceBlocks, StayWithTheCallerWhenThePaletteThrowsAndNothingTakesThemBack) {
+    TrackedBlocks blocks;
+    blocks.failure = TrackedBlocks::Failure::Throw;
+    blocks.failingRequest = 1;
+    EXPECT_THROW(DsSurface(2, 2, 0, Mode::I8, 0, 256, TrackedBlocks::allocate, nullptr, 1, 0),
+                 std::bad_alloc);
+    EXPECT_TRUE(blocks.released.empty());
+    TrackedBlocks::release(blocks.blocks[0]);
+}
+
 TEST(SurfaceBlocks, GiveNothingBackWhenThePixelsThrow) {
     TrackedBlocks blocks;
     blocks.failure = TrackedBlocks::Failure::Throw;

@@ -404,6 +404,15 @@ TEST(Copies, DoNotLookAtThePaletteOfTheSource) {
     }
 }
 
+TEST(Copies, IgnoreACountOfPaletteEntriesInModesWithoutPalette) {
+    test_rng random(134);
+    Scene scene(6, 6, Mode::ARGB8888, 0, random);
+    DsSurface source(4, 4, 0, Mode::A8, 1, 256, TrackedBlocks::allocate, TrackedBlocks::release, 1,
+                     0);
+    fillWithNoise(source, 7);
+    expectCopyAt(scene, kBlit, {1, 1}, source, 0, 0);
+}
+
 TEST(Copies, OfAnEmptySourceDoNothing) {
     test_rng random(133);
     for (const uint32_t rotation : kRotations) {
