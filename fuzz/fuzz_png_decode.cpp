@@ -3,6 +3,7 @@
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"
+#include "png/png_fast_paths.h"
 #include "src/ds_surface.h"
 
 #include <algorithm>
@@ -30,7 +31,13 @@ int32_t decodeAsAsked(const std::vector<uint8_t>& file, png_info_t info) {
     return png_decode(file.data(), file.size(), &info, &surface);
 }
 
-void decodeIntoAny(const std::vector<uint8_t>& file, FuzzInput& decisions) {
+struct Outcome {
+    int32_t result;
+    std::vector<uint8_t> pixels;
+    bool operator==(const Outcome&) const = default;
+};
+
+Outcome decodeIntoAny(const std::vector<uint8_t>& file, FuzzInput decisions) {
     const auto width = static_cast<int32_t>(decisions.take<uint8_t>() % kMaxSide);
     const auto height = static_cast<int32_t>(decisions.take<uint8_t>() % kMaxSide);
     const DsColorMode mode{decisions.take<uint8_t>() % 11U};
@@ -41,7 +48,8 @@ void decodeIntoAny(const std::vector<uint8_t>& file, FuzzInput& decisions) {
     DsSurface surface(width, height, decisions.take<uint16_t>(), mode, paletteHasAlpha, paletteSize,
                       allocate, std::free, alignment, extraBytes);
     png_info_t info = {};
-    png_decode(file.data(), file.size(), &info, &surface);
+    const int32_t result = png_decode(file.data(), file.size(), &info, &surface);
+    return {result, {surface.getPixels(), surface.getPixels() + surface.getDataSize()}};
 }
 
 } // namespace
@@ -54,7 +62,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     FuzzInput input(bytes, size);
     const std::vector<uint8_t> decisionBytes = input.takeBytes(kDecisionBytes);
-    FuzzInput decisions(decisionBytes.data(), decisionBytes.size());
+    const FuzzInput decisions(decisionBytes.data(), decisionBytes.size());
     const std::vector<uint8_t> file = input.rest();
     png_info_t info = {};
     const int32_t result = png_decode(file.data(), file.size(), &info, nullptr);
@@ -63,6 +71,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         // A surface made as the header pass says can fail by what the header pass does not look at.
         require(fullResult != kPngUnsupported);
     }
-    decodeIntoAny(file, decisions);
+    const Outcome outcome = decodeIntoAny(file, decisions);
+    constexpr uint32_t kAllPaths = 0xFFFFFFFF;
+    png_leave_out_fast(kAllPaths);
+    require(decodeIntoAny(file, decisions) == outcome);
+    png_leave_out_fast(0);
     return 0;
 }

@@ -1,8 +1,10 @@
-// CRC-32 as the PNG standard uses it (ISO-HDLC: reflected polynomial 0xEDB88320, inverted before
-// and after).
+// CRC-32 as the PNG standard uses it (ISO-HDLC: reflected polynomial, inverted before and after).
 #pragma once
 
 #include <cstdint>
+
+/// The polynomial, its highest power aside, bits reversed.
+inline constexpr uint32_t kCrcPolynomial = 0xEDB88320;
 
 /// CRC of `length` bytes, continuing from `previous` (the result for the bytes before them; 0 to
 /// start). A zero length returns `previous`.

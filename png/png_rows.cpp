@@ -7,6 +7,9 @@
 #include "png/png_rows.h"
 
 #include "png/png_decode.h"
+#include "png/png_fast_paths.h"
+#include "png/row_wavefront.h"
+#include "png/wide_rows.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -50,12 +53,19 @@ constexpr uint32_t target_channel(uint32_t channel) {
     return channels >= 3 && channel < 3 ? 2 - channel : channel;
 }
 
-// Converts one line; `above` is the finished line before it, which the first line does not have.
+// Converts one line from its byte `done` on; `above` is the finished line before it, which the first
+// line does not have.
 template <uint32_t channels, typename filter_t, bool hasAbove>
-void convert_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+void convert_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t done,
+                 uint64_t rowBytes) {
     uint32_t left[channels] = {};
     uint32_t upLeft[channels] = {};
-    for (uint64_t x = 0; x < rowBytes; x += channels) {
+    for (uint32_t c = 0; done != 0 && c < channels; ++c) {
+        const uint64_t before = done - channels + target_channel<channels>(c);
+        left[c] = target[before];
+        upLeft[c] = hasAbove ? above[before] : 0;
+    }
+    for (uint64_t x = done; x < rowBytes; x += channels) {
         for (uint32_t c = 0; c < channels; ++c) {
             const uint32_t up = hasAbove ? above[x + target_channel<channels>(c)] : 0;
             left[c] = (source[x + c] + filter_t::predict(left[c], up, upLeft[c])) & 255;
@@ -68,9 +78,7 @@ void convert_row(uint8_t* target, const uint8_t* source, const uint8_t* above, u
 }
 
 using row_loop_t = void (*)(uint8_t* target, const uint8_t* source, const uint8_t* above,
-                            uint64_t rowBytes);
-
-constexpr uint32_t kFilterCount = 5;
+                            uint64_t done, uint64_t rowBytes);
 
 struct row_loops_t {
     row_loop_t first[kFilterCount]; // for the first line
@@ -101,15 +109,62 @@ bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t blockSi
     return startsInside && fits(row * stride, rowBytes, blockSize);
 }
 
+// ---- Fast paths, for lines that lie apart and do not overtake their own source
+
+// Whether the next lines can go together as a wavefront: all of them there, in their places, and not
+// the first of all. It takes as long as four lines of Average, so that it pays with one of Paeth.
+bool can_go_together(const png_rows_t& rows, uint32_t row, uint64_t source) {
+    const uint64_t rowBytes = uint64_t{rows.width} * rows.channels;
+    if (row == 0 || rows.height - row < kWavefrontRows || rows.stride < rowBytes ||
+        rowBytes > kWavefrontRowBytes || row * rows.stride >= source + 1) {
+        return false;
+    }
+    const uint32_t lastRow = row + kWavefrontRows - 1;
+    const uint64_t lastSource = source + (kWavefrontRows - 1) * (rowBytes + 1) + 1;
+    if (lastSource + rowBytes > rows.blockSize || lastRow * rows.stride >= lastSource ||
+        !row_fits(lastRow, rows.stride, rowBytes, rows.blockSize)) {
+        return false;
+    }
+    bool pays = false;
+    for (uint32_t i = 0; i < kWavefrontRows; ++i) {
+        const uint8_t filter = rows.block[source + i * (rowBytes + 1)];
+        if (filter >= kFilterCount) {
+            return false;
+        }
+        pays |= filter == kFilterPaeth;
+    }
+    return pays;
+}
+
+// Converts what a wide loop can of a line; returns how many bytes that were.
+uint64_t take_wide_row(const png_rows_t& rows, uint32_t row, uint8_t filter, uint64_t source) {
+    const uint64_t rowBytes = uint64_t{rows.width} * rows.channels;
+    const wide_row_t loop = png_wide_row(rows.channels, filter);
+    if (loop == nullptr || row == 0 || rows.stride < rowBytes || row * rows.stride >= source) {
+        return 0;
+    }
+    uint8_t* const target = rows.block + row * rows.stride;
+    return loop(target, rows.block + source, target - rows.stride, rowBytes);
+}
+
 } // namespace
 
 int32_t png_convert_rows(const png_rows_t& rows) {
     const row_loops_t& loops = *kLoops[rows.channels - 1];
     const uint64_t rowBytes = uint64_t{rows.width} * rows.channels;
+    const bool wavefront = png_may_take(kPngWavefrontRows);
+    const bool wide = png_may_take(kPngWideRows);
     uint64_t source = rows.sourceOffset;
     for (uint32_t row = 0; row < rows.height; ++row) {
         if (!fits(source, 1, rows.blockSize)) {
             return kPngMalformed;
+        }
+        if (wavefront && can_go_together(rows, row, source)) {
+            png_convert_wavefront(rows.block + row * rows.stride, rows.block + source, rows.stride,
+                                  rowBytes, rows.channels);
+            row += kWavefrontRows - 1;
+            source += kWavefrontRows * (rowBytes + 1);
+            continue;
         }
         const uint8_t filter = rows.block[source++];
         if (filter >= kFilterCount) {
@@ -123,8 +178,10 @@ int32_t png_convert_rows(const png_rows_t& rows) {
             return kPngDoesNotFit;
         }
         uint8_t* const target = rows.block + row * rows.stride;
+        const uint64_t done = wide ? take_wide_row(rows, row, filter, source) : 0;
         const row_loop_t loop = (row == 0 ? loops.first : loops.later)[filter];
-        loop(target, rows.block + source, row == 0 ? nullptr : target - rows.stride, rowBytes);
+        loop(target, rows.block + source, row == 0 ? nullptr : target - rows.stride, done,
+             rowBytes);
         source += rowBytes;
     }
     return kPngOk;

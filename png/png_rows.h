@@ -4,6 +4,16 @@
 
 #include <cstdint>
 
+/// The filters of the PNG standard, as the first byte of a line names them.
+enum png_filter_t : uint8_t {
+    kFilterNone,
+    kFilterSub,
+    kFilterUp,
+    kFilterAverage,
+    kFilterPaeth,
+    kFilterCount
+};
+
 /// Filtered lines at the tail of a block, and where their pixels go at its front.
 struct png_rows_t {
     uint8_t* block;

@@ -1,6 +1,7 @@
 // Header pass, a surface made to fit, full pass, rotation.
 #include "png/surface_from_png.h"
 
+#include "png/huge_pages.h"
 #include "png/png_decode.h"
 #include "src/ds_surface.h"
 
@@ -18,6 +19,7 @@ void* allocate_zeroed(size_t byteCount) {
     if (block == nullptr) {
         throw std::bad_alloc();
     }
+    ask_for_huge_pages(block, byteCount);
     return block;
 }
 

@@ -7,13 +7,16 @@ source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 install_missing g++ cmake make valgrind libgtest-dev zlib1g-dev libpng-dev
 
-configure release -DPNGSLAB_TESTS=ON -DPNGSLAB_WARNINGS_AS_ERRORS=ON
-build release
+folder="$tree/build/valgrind"
+# Linked statically, a program keeps its allocations to itself.
+quietly cmake -S "$tree" -B "$folder" -DCMAKE_BUILD_TYPE=Release -DPNGSLAB_TESTS=ON -DPNGSLAB_STATIC=OFF
+quietly cmake --build "$folder" --parallel "$(nproc)"
 for program in src_tests inflate_tests inflate_fixed_codes_tests png_tests tools_tests; do
     echo "$program"
-    # Death tests end by a signal on purpose, and limits of memory leave valgrind none.
+    # Death tests end by a signal on purpose, limits of memory leave valgrind none, and where an
+    # allocation fails it has words and an end of its own.
     PNGSLAB_TEST_INPUTS=20 quietly valgrind --quiet --trace-children=yes --vgdb=no --error-exitcode=99 \
         --suppressions="$tree/tests/support/valgrind.supp" \
-        "$tree/build/release/bin/$program" --gtest_brief=1 \
-        --gtest_filter='-*DeathTest*:*WithoutMemory*:*LittleMemory*'
+        "$folder/bin/$program" --gtest_brief=1 \
+        --gtest_filter='-*DeathTest*:*WithoutMemory*:*LittleMemory*:*HasNoSize*:*NeverConvertAFolder*'
 done

@@ -1,0 +1,17 @@
+// Checksums by carry-less multiplication, 64 bytes at once.
+#pragma once
+
+#include <cstdint>
+
+/// The least bytes that it is made for.
+inline constexpr uint64_t kLeastCarryLessBytes = 64;
+
+/// Bytes of what a message is shortened to.
+inline constexpr uint32_t kCarryLessRestBytes = 16;
+
+/// Shortens the message of `length` bytes, at least kLeastCarryLessBytes, to 16 bytes that have the
+/// same remainder when they start from 0. To be called where the processor has PCLMULQDQ.
+/// @param crc the remainder of what came before, not inverted
+/// @return how many bytes were taken, a multiple of 16; the others follow `rest`
+uint64_t carry_less_crc(const uint8_t* bytes, uint64_t length, uint32_t crc,
+                        uint8_t (&rest)[kCarryLessRestBytes]);

@@ -1,0 +1,20 @@
+// Which of the fast paths of the PNG module may run here: what the processor has, less what a test
+// has left out.
+#pragma once
+
+#include <cstdint>
+
+/// The fast paths. Each gives the same results as the plain code beside it.
+enum png_fast_path_t : uint32_t {
+    kPngCarryLessCrc = 1,  ///< checksums by carry-less multiplication
+    kPngSlicedCrc = 2,     ///< checksums by eight tables
+    kPngWavefrontRows = 4, ///< four filtered lines at once
+    kPngWideRows = 8       ///< lines without a chain of pixels, 16 bytes at once
+};
+
+/// Leaves out the fast paths whose bits are set in `paths`, for tests and comparisons.
+/// Process-wide; not to be called while another thread decodes.
+void png_leave_out_fast(uint32_t paths);
+
+/// Whether `path` may be taken.
+bool png_may_take(png_fast_path_t path);

@@ -1,0 +1,23 @@
+// Leaves fast paths out for a whole run of a test program, as the environment says: so the whole suite
+// meets each of them and the plain code beside it.
+#include "inflate/src/inflate_fast.h"
+#include "png/png_fast_paths.h"
+#include "src/fast_paths.h"
+
+#include <cstdlib>
+
+namespace {
+
+uint32_t left_out_of(const char* module) {
+    const char* const wish = std::getenv(module);
+    return wish != nullptr ? static_cast<uint32_t>(std::strtoul(wish, nullptr, 10)) : 0;
+}
+
+const bool kLeftOut = [] {
+    leaveOutFastPaths(left_out_of("PNGSLAB_LEAVE_OUT_DRAWING"));
+    inflate_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_INFLATE") != 0);
+    png_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_PNG"));
+    return true;
+}();
+
+} // namespace
