@@ -1,13 +1,12 @@
-# Whether programs can be linked statically here and still be loaded at any address. The sanitizers
-# cannot, and some systems do not bring the static C library along.
+# Whether programs can be linked statically here and still be loaded at any address. The sanitizers'
+# libraries cannot, and some systems do not bring the static C library along.
 include(CheckCXXSourceCompiles)
 
-set(CMAKE_REQUIRED_FLAGS -fPIE)
-set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
-if(PNGSLAB_SANITIZE)
-  set(CMAKE_REQUIRED_FLAGS "-fPIE -fsanitize=${PNGSLAB_SANITIZE}")
+if(NOT PNGSLAB_SANITIZE)
+  set(CMAKE_REQUIRED_FLAGS -fPIE)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
+  check_cxx_source_compiles("#include <string>
+  int main(int, char** words) { return std::string(words[0]).empty(); }" PNGSLAB_STATIC_WORKS)
+  unset(CMAKE_REQUIRED_FLAGS)
+  unset(CMAKE_REQUIRED_LINK_OPTIONS)
 endif()
-check_cxx_source_compiles("#include <string>
-int main(int, char** words) { return std::string(words[0]).empty(); }" PNGSLAB_STATIC_WORKS)
-unset(CMAKE_REQUIRED_FLAGS)
-unset(CMAKE_REQUIRED_LINK_OPTIONS)
