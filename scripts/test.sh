@@ -8,7 +8,7 @@ source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 install_missing g++ cmake make clang-format-14 libgtest-dev zlib1g-dev libpng-dev
 
 echo "Formatting"
-(cd "$tree" && find src inflate png tools tests fuzz examples -name '*.cpp' -o -name '*.h' |
+(cd "$tree" && find src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' |
     xargs clang-format-14 --dry-run --Werror)
 
 for preset in release asan; do

@@ -1,0 +1,186 @@
+// Inflates the raw DEFLATE streams of PNG files, with this project's decoder and with its peers, side
+// by side, into memory that has been written before.
+#include "bench/comparison.h"
+#include "bench/options.h"
+#include "inflate/src/streams.h"
+
+#include <libdeflate.h>
+#include <zlib.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using bytes_t = std::vector<uint8_t>;
+
+struct stream_t {
+    std::string name;
+    bytes_t deflated;
+    size_t inflatedSize;
+};
+
+uint32_t big_endian(const uint8_t* bytes) {
+    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+// The IDAT chunks' content in one piece, without the two bytes of the zlib header. The file is
+// trusted.
+bytes_t raw_deflate(const bytes_t& png) {
+    constexpr size_t kSignatureBytes = 8;
+    constexpr size_t kChunkOverhead = 12; // length, name, CRC
+    constexpr size_t kZlibHeaderBytes = 2;
+    bytes_t stream;
+    for (size_t at = kSignatureBytes; at + kChunkOverhead <= png.size();) {
+        const uint32_t length = big_endian(&png[at]);
+        if (std::memcmp(&png[at + 4], "IDAT", 4) == 0) {
+            const uint8_t* const content = &png[at + 8];
+            stream.insert(stream.end(), content, content + length);
+        }
+        at += kChunkOverhead + length;
+    }
+    stream.erase(stream.begin(), stream.begin() + kZlibHeaderBytes);
+    return stream;
+}
+
+using inflater_t = bool (*)(const bytes_t& deflated, bytes_t& target);
+
+bool inflate_by_pngslab(const bytes_t& deflated, bytes_t& target) {
+    inflate_t inflate = {};
+    inflate_process(&inflate, nullptr);
+    inflate.out = target.data();
+    inflate.outAvailable = static_cast<uint32_t>(target.size());
+    bitstream_t stream = {deflated.data(), static_cast<uint32_t>(deflated.size()), 0, 0};
+    return inflate_process(&inflate, &stream) == kInflateDone;
+}
+
+bool inflate_by_zlib(const bytes_t& deflated, bytes_t& target) {
+    constexpr int kRawDeflate = -15;
+    z_stream stream = {};
+    inflateInit2(&stream, kRawDeflate);
+    stream.next_in = const_cast<uint8_t*>(deflated.data());
+    stream.avail_in = static_cast<uint32_t>(deflated.size());
+    stream.next_out = target.data();
+    stream.avail_out = static_cast<uint32_t>(target.size());
+    const int result = inflate(&stream, Z_FINISH);
+    inflateEnd(&stream);
+    return result == Z_STREAM_END;
+}
+
+// Its decompressor is made once, as its documentation advises.
+bool inflate_by_libdeflate(const bytes_t& deflated, bytes_t& target) {
+    static libdeflate_decompressor* const decompressor = libdeflate_alloc_decompressor();
+    size_t actual = 0;
+    return libdeflate_deflate_decompress(decompressor, deflated.data(), deflated.size(),
+                                         target.data(), target.size(),
+                                         &actual) == LIBDEFLATE_SUCCESS;
+}
+
+struct contender_t {
+    const char* name;
+    inflater_t inflate;
+};
+
+constexpr contender_t kContenders[] = {{"pngslab", inflate_by_pngslab},
+                                       {"zlib", inflate_by_zlib},
+                                       {"libdeflate", inflate_by_libdeflate}};
+
+} // namespace
+
+// Apart and by this name for tools that count what happens within it.
+[[gnu::noinline]] bool run_contender(const contender_t& contender, const bytes_t& deflated,
+                                     bytes_t& target) {
+    return contender.inflate(deflated, target);
+}
+
+namespace {
+
+// The size of what zlib makes of the stream, piece by piece.
+size_t inflated_size(const bytes_t& deflated) {
+    z_stream stream = {};
+    inflateInit2(&stream, -15);
+    stream.next_in = const_cast<uint8_t*>(deflated.data());
+    stream.avail_in = static_cast<uint32_t>(deflated.size());
+    bytes_t piece(size_t{1} << 20);
+    int result = Z_OK;
+    while (result == Z_OK) {
+        stream.next_out = piece.data();
+        stream.avail_out = static_cast<uint32_t>(piece.size());
+        result = inflate(&stream, Z_NO_FLUSH);
+    }
+    inflateEnd(&stream);
+    return stream.total_out;
+}
+
+// Whether every contender accepts the stream and gives the same bytes as the first.
+bool all_agree(const stream_t& stream) {
+    bytes_t first(stream.inflatedSize);
+    bytes_t target(stream.inflatedSize);
+    if (!kContenders[0].inflate(stream.deflated, first)) {
+        return false;
+    }
+    for (const contender_t& contender : kContenders) {
+        if (!contender.inflate(stream.deflated, target) || target != first) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::vector<stream_t> load(const std::vector<std::string>& paths) {
+    std::vector<stream_t> streams;
+    for (const std::string& path : paths) {
+        stream_t stream = {file_name(path), raw_deflate(read_file(path)), 0};
+        stream.inflatedSize = inflated_size(stream.deflated);
+        if (all_agree(stream)) {
+            streams.push_back(std::move(stream));
+        } else {
+            std::printf("(%s is left out: refused)\n", stream.name.c_str());
+        }
+    }
+    return streams;
+}
+
+void compare(const std::vector<stream_t>& streams, const comparison_options_t& options) {
+    std::vector<std::string> names;
+    for (const contender_t& contender : kContenders) {
+        names.emplace_back(contender.name);
+    }
+    comparison_t comparison(names, options.rounds);
+    double megabytes = 0;
+    for (const stream_t& stream : streams) {
+        bytes_t target(stream.inflatedSize);
+        comparison.measure([&](size_t contender) {
+            if (!run_contender(kContenders[contender], stream.deflated, target)) {
+                std::abort();
+            }
+        });
+        if (options.each) {
+            comparison.print_last(stream.name);
+        }
+        megabytes += 1e-6 * static_cast<double>(stream.inflatedSize);
+    }
+    comparison.print_sums("raw DEFLATE, " + std::to_string(streams.size()) + " files", megabytes,
+                          "MB");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const comparison_options_t options = parse_comparison_options(argc, argv);
+    pin_to_one_core();
+    const std::vector<stream_t> streams = load(options.files);
+    if (options.only.empty()) {
+        compare(streams, options);
+        return 0;
+    }
+    for (const contender_t& contender : kContenders) {
+        if (options.only == contender.name) {
+            for (const stream_t& stream : streams) {
+                bytes_t target(stream.inflatedSize);
+                run_contender(contender, stream.deflated, target);
+            }
+        }
+    }
+}

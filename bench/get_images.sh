@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Gathers images for the benchmarks from packages of Debian 12, as PNG files in FOLDER.
+#
+#     bench/get_images.sh FOLDER
+#
+# Drawings, screenshots and icons are the packages' own PNG files. Photographs come as JPEG in every
+# package, so they are decoded by djpeg and stored without loss by pnmtopng with its usual settings;
+# large palette and grey images are rare too, so some are made by pnmquant and ppmtopgm.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../scripts/common.sh"
+
+folder=$(mkdir -p "$1" && cd "$1" && pwd)
+if [ -e "$folder/complete" ]; then
+    exit
+fi
+install_missing libjpeg-turbo-progs netpbm
+packages=(lomiri-wallpapers-16.04 ukui-wallpapers mate-backgrounds desktop-base debian-handbook
+    oxygen-icon-theme tango-icon-theme)
+photographs=(sunset_by_Aitzol_Berasategi Dragonfly_by_Bolly picosdeeuropa_by_Aitzol_Berasategi
+    life_by_Aitzol_Berasategi aitzgorri_by_Aitzol_Berasategi)
+
+unpacked="$folder/unpacked"
+rm -rf "$folder"/*
+mkdir -p "$unpacked" "$folder"/{photographs,graphics,palette_and_grey,icons}
+echo "Fetching images: ${packages[*]}"
+(cd "$unpacked" && quietly apt-get download "${packages[@]}")
+for package in "$unpacked"/*.deb; do
+    dpkg -x "$package" "$unpacked"
+done
+cd "$unpacked/usr/share"
+
+# Takes the PNG files that find's arguments name, from the second on, into the set $1.
+take() {
+    local set=$1 path
+    shift
+    find "$@" -name '*.png' -type f | while IFS= read -r path; do
+        mv "$path" "$folder/$set/${path//\//-}"
+    done
+}
+
+# Adds grey and palette versions of the PNG file $1, by the name $2.
+add_few_coloured() {
+    pngtopnm -quiet "$1" | ppmtopgm -quiet | pnmtopng -quiet >"$folder/palette_and_grey/$2-grey.png"
+    pngtopnm -quiet "$1" | pnmquant -quiet 256 | pnmtopng -quiet \
+        >"$folder/palette_and_grey/$2-palette.png"
+}
+
+echo "Making photographs, palette and grey images"
+for name in "${photographs[@]}"; do
+    djpeg "backgrounds/$name.jpg" | pnmtopng -quiet >"$folder/photographs/$name.png"
+done
+{
+    add_few_coloured "$folder/photographs/aitzgorri_by_Aitzol_Berasategi.png" photograph
+    add_few_coloured backgrounds/goldfish.png goldfish
+    add_few_coloured backgrounds/mate/abstract/Flow.png flow
+    add_few_coloured backgrounds/mate/desktop/Float-into-MATE.png float
+} 2>/dev/null # libpng's warnings about the images' colour profiles
+take graphics backgrounds desktop-base plymouth -size +99k
+take graphics doc/debian-handbook/html/en-US/images -size +19k
+take graphics icons/oxygen -path '*/256x256/apps/preferences-desktop-*'
+take icons icons/oxygen icons/Tango -not -path '*/256x256/*' -not -path '*/animations/*'
+rm -r "$unpacked"
+touch "$folder/complete"

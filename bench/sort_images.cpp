@@ -1,0 +1,104 @@
+// Sorts the PNG files in a folder into the benchmarks' sets, by what their headers say; a folder named
+// photographs or graphics has its say too. Other files are left out and counted.
+//
+//     sort_images FOLDER TARGET
+//
+// Writes TARGET/SET.txt, one path a line, for each set.
+#include "bench/options.h"
+#include "png/png_decode.h"
+#include "png/surface_from_png.h"
+#include "src/ds_surface.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kSets[] = {"photographs", "graphics", "palette_and_grey", "icons"};
+// Icons that not every peer can convert to the same file.
+constexpr const char* kNoSet = "palette and grey icons, which take no part";
+
+bool lies_in(const char* folder, const fs::path& path) {
+    return std::find(path.begin(), path.end(), folder) != path.end();
+}
+
+// Photographs resist compression; drawings and screenshots of that kind shrink to less than a fifth.
+bool is_photograph(const fs::path& path, const png_info_t& info, uint64_t fileSize) {
+    constexpr uint8_t kTruecolour = 2;
+    const bool likely =
+        info.colorType == kTruecolour && fileSize * 5 >= uint64_t{3} * info.width * info.height;
+    return lies_in("photographs", path) || (likely && !lies_in("graphics", path));
+}
+
+const char* set_of(const fs::path& path, const png_info_t& info, uint64_t fileSize) {
+    constexpr uint8_t kTruecolourBit = 2;
+    constexpr uint8_t kIndexed = 3;
+    constexpr uint32_t kLargestIcon = 128;
+    const bool truecolour = (info.colorType & kTruecolourBit) != 0 && info.colorType != kIndexed;
+    if (info.width <= kLargestIcon && info.height <= kLargestIcon) {
+        return truecolour ? "icons" : kNoSet;
+    }
+    if (!truecolour) {
+        return "palette_and_grey";
+    }
+    return is_photograph(path, info, fileSize) ? "photographs" : "graphics";
+}
+
+std::vector<std::string> png_files(const std::string& folder) {
+    std::vector<std::string> paths;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+        if (entry.path().extension() == ".png" && entry.is_regular_file() && !entry.is_symlink()) {
+            paths.push_back(entry.path().string());
+        }
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+// The set that the file belongs to, or null if ours refuses it. A key colour would come out as other
+// pixels than those of any peer, so that such files are no common ground.
+const char* classify(const std::string& path) {
+    const std::vector<uint8_t> file = read_file(path);
+    const std::unique_ptr<DsSurface> surface(surface_from_png(file.data(), file.size(), false, 0));
+    png_info_t info = {};
+    if (surface == nullptr || png_decode(file.data(), file.size(), &info, nullptr) != kPngOk) {
+        return nullptr;
+    }
+    constexpr uint32_t kChannels[] = {1, 0, 3, 1, 2, 0, 4}; // by colour type
+    const bool keyColour = bytesPerPixel(info.colorMode) != kChannels[info.colorType];
+    return keyColour ? nullptr : set_of(path, info, file.size());
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::fprintf(stderr, "usage: sort_images FOLDER TARGET\n");
+        return 2;
+    }
+    std::map<std::string, std::vector<std::string>> sets;
+    size_t refused = 0;
+    for (const std::string& path : png_files(argv[1])) {
+        const char* const set = classify(path);
+        if (set == nullptr) {
+            ++refused;
+        } else {
+            sets[set].push_back(path);
+        }
+    }
+    for (const char* const set : kSets) {
+        std::ofstream list(fs::path(argv[2]) / (std::string(set) + ".txt"));
+        for (const std::string& path : sets[set]) {
+            list << path << '\n';
+        }
+        std::printf("%s: %zu, ", set, sets[set].size());
+    }
+    std::printf("%s: %zu, refused by pngslab or with a key colour: %zu\n", kNoSet,
+                sets[kNoSet].size(), refused);
+}

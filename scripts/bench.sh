@@ -1,0 +1,162 @@
+#!/usr/bin/env bash
+# Measures the converter and its parts side by side with other programs and libraries, on one core, and
+# prints tables. A ratio says how many times as long as ours the other takes: above 1 ours is faster.
+#
+#     scripts/bench.sh [--quick] [--rounds N] [--steps "STEP..."] [FOLDER]
+#
+# FOLDER holds PNG files of any kinds, which are sorted into sets; without it images come from Debian's
+# packages. --quick takes fewer of them and fewer rounds, about two minutes in all instead of ten. The
+# steps are deflate, decode, process, instructions, micro and pixels; all without --steps.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+
+quick=0
+rounds=""
+steps="deflate decode process instructions micro pixels"
+folder=""
+while [ $# -gt 0 ]; do
+    case $1 in
+    --quick) quick=1 ;;
+    --rounds) rounds=$2 && shift ;;
+    --steps) steps=$2 && shift ;;
+    *) folder=$(cd "$1" && pwd) ;;
+    esac
+    shift
+done
+
+# How many files of each set take part, in one process and in one process each.
+if [ "$quick" -eq 1 ]; then
+    rounds=${rounds:-3}
+    declare -A most=([photographs]=3 [graphics]=20 [palette_and_grey]=8 [icons]=60)
+    icon_processes=300
+    micro_seconds=0.02
+else
+    rounds=${rounds:-7}
+    declare -A most=([photographs]=5 [graphics]=100 [palette_and_grey]=16 [icons]=300)
+    icon_processes=2000
+    micro_seconds=0.2
+fi
+sets=(photographs graphics palette_and_grey icons)
+
+install_missing g++ cmake make pkg-config valgrind zlib1g-dev libpng-dev libspng-dev liblodepng-dev \
+    libstb-dev libdeflate-dev libbenchmark-dev libpixman-1-dev libyuv-dev
+configure bench
+build bench
+built="$tree/build/bench"
+bin="$built/bin"
+
+lists="$built/lists"
+mkdir -p "$lists"
+if [ -z "$folder" ]; then
+    folder="$built/images"
+    "$tree/bench/get_images.sh" "$folder"
+fi
+"$bin/sort_images" "$folder" "$lists"
+
+# Sets `files` to at most $2 of the files in set $1, evenly spread.
+choose() {
+    mapfile -t files < <(awk -v most="$2" '
+        { line[NR] = $0 }
+        END {
+            count = NR < most ? NR : most
+            for (i = 0; i < count; ++i) print line[1 + int(i * NR / count)]
+        }' "$lists/$1.txt")
+    [ ${#files[@]} -gt 0 ]
+}
+
+# Runs the program $1 with the further options given on the in-process choice of every set.
+on_every_set() {
+    local set
+    for set in "${sets[@]}"; do
+        if choose "$set" "${most[$set]}"; then
+            printf '\n%s\n' "${set//_/ }"
+            "$bin/$1" "${@:2}" "${files[@]}"
+        fi
+    done
+}
+
+measure_deflate() {
+    echo "### Raw DEFLATE streams of the images, in one process"
+    on_every_set compare_deflate --rounds "$rounds"
+}
+
+measure_decode() {
+    echo "### Decoding files in memory, in one process"
+    on_every_set compare_decode --rounds "$rounds"
+}
+
+measure_process() {
+    echo "### Whole processes: reading, decoding, writing the same surface file"
+    local set count set_rounds commands
+    # In memory where that can be, so that no disk has a part in it.
+    target=$(mktemp -d "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")/pngslab-XXXXXX")
+    trap 'rm -rf "$target"' EXIT
+    for set in "${sets[@]}"; do
+        count=${most[$set]}
+        set_rounds=$rounds
+        commands=(pngslab="$bin/pngslab" libpng="$bin/libpng_converter"
+            libspng="$bin/libspng_converter" lodepng="$bin/lodepng_converter")
+        if [ "$set" != palette_and_grey ]; then # which stb_image turns into RGB
+            commands+=(stb_image="$bin/stb_image_converter")
+        fi
+        if [ "$set" = icons ]; then # which are mostly a matter of starting
+            commands+=(libpng_static="$bin/libpng_static_converter")
+            commands+=(empty_dynamic="$bin/empty_dynamic" empty_static="$bin/empty_static")
+            count=$icon_processes
+            set_rounds=3
+        fi
+        if choose "$set" "$count"; then
+            printf '\n%s\n' "${set//_/ }"
+            "$bin/run_interleaved" --rounds "$set_rounds" "$target" "${commands[@]}" -- "${files[@]}"
+        fi
+    done
+}
+
+# Millions of instructions that the program $1 takes in its contender $2's work on the file $3.
+instructions() {
+    valgrind --tool=callgrind --callgrind-out-file=/dev/null \
+        --toggle-collect='run_contender*' "$bin/$1" --only "$2" "$3" 2>&1 |
+        awk '/Collected/ { printf "%.4f", $NF / 1e6 }'
+}
+
+# A row for the work $1 on the file $2 by the program $3: ours and the contender $4.
+count_instructions() {
+    local ours peer
+    ours=$(instructions "$3" pngslab "$2")
+    peer=$(instructions "$3" "$4" "$2")
+    awk -v name="$(basename "$2")" -v work="$1" -v ours="$ours" -v peer="$peer" 'BEGIN {
+        printf "| %-44.44s | %-11s | %9.2f | %9.2f | %5.2f |\n", name, work, ours, peer, peer / ours }'
+}
+
+measure_instructions() {
+    echo "### Instructions, in millions, for the file of middle size in each set; beside zlib and libpng"
+    local set middle
+    printf '\n| %-44s | %-11s | %9s | %9s | ratio |\n|---|---|---|---|---|\n' file work pngslab peer
+    for set in "${sets[@]}"; do
+        if choose "$set" "${most[$set]}"; then
+            middle=$(ls -S "${files[@]}" | sed -n "$(((${#files[@]} + 1) / 2))p")
+            count_instructions "raw DEFLATE" "$middle" compare_deflate zlib
+            count_instructions decode "$middle" compare_decode libpng
+        fi
+    done
+}
+
+# The last core that this script may use; the other programs look for it themselves.
+core=$(taskset -cp $$ | sed 's/.*[:,-] *//')
+
+measure_micro() {
+    echo "### Micro benchmarks"
+    taskset -c "$core" "$bin/micro_benchmarks" --benchmark_min_time="$micro_seconds" 2>/dev/null
+}
+
+measure_pixels() {
+    if [ -x "$bin/compare_pixels" ]; then
+        echo "### Pixel operations"
+        taskset -c "$core" "$bin/compare_pixels"
+    fi
+}
+
+for step in $steps; do
+    echo
+    "measure_$step"
+done
