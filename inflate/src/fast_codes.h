@@ -7,63 +7,70 @@
 
 #include <cstdint>
 
-/// How codes are compared: left-justified in 16 bits.
-inline constexpr uint32_t kCodeSpace = 1 << 16;
+/// Codes stand left-justified: the first bit of the input is the highest.
+inline constexpr uint32_t kCodeBits = 64;
 
 /// Lengths beside the shortest that are told apart without a branch. Compressors give longer codes to
 /// rare symbols, so the branch for them is mostly predicted right; correctness does not rest on it.
-inline constexpr uint32_t kCommonLengths = 6;
+inline constexpr uint32_t kCommonLengths = 4;
 
 /// One code, by what follows from its counts per length.
 struct fast_code_t {
     uint32_t firstLength; ///< the shortest length that any code has
-    uint32_t end;         ///< where all codes end; kCodeSpace if the code is complete
-    /// Where the codes of firstLength + i end and longer ones begin; kCodeSpace from the longest
-    /// on.
-    uint32_t limits[kMaxCodeLength + kCommonLengths];
+    uint32_t longest;     ///< the longest
+    uint64_t last;        ///< the highest input that begins with a code
+    /// The highest input that begins with a code of at most firstLength + i bits; all ones from the
+    /// longest on, which no input exceeds.
+    uint64_t lasts[kMaxCodeLength + kCommonLengths];
     /// By length: what to add to a code to get the index of its symbol (wrapping).
     uint32_t base[kMaxCodeLength + 1];
 };
 
+/// The highest input before what begins with the `length` bits of `code`.
+inline constexpr uint64_t last_before(uint32_t code, uint32_t length) {
+    return (uint64_t{code} << (kCodeBits - length)) - 1;
+}
+
 /// Derives the limits and bases of a built code with at least one symbol.
 inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
-    uint32_t ends[kMaxCodeLength + 1] = {};
+    uint64_t lasts[kMaxCodeLength + 1] = {};
+    uint32_t code = 0;
     uint32_t index = 0;
-    uint32_t longest = 0;
+    fast->longest = 0;
     fast->firstLength = 0;
     for (uint32_t length = 1; length <= kMaxCodeLength; ++length) {
         const uint32_t count = huffman.counts[length];
         if (count != 0) {
-            longest = length;
+            fast->longest = length;
             fast->firstLength = fast->firstLength == 0 ? length : fast->firstLength;
         }
-        const uint32_t start = ends[length - 1];
-        fast->base[length] = index - (start >> (16 - length));
-        ends[length] = start + (count << (16 - length));
+        code <<= 1;
+        fast->base[length] = index - code;
+        code += count;
+        lasts[length] = last_before(code, length);
         index += count;
     }
-    fast->end = ends[longest];
+    fast->last = lasts[fast->longest];
     for (uint32_t i = 0; i < kMaxCodeLength + kCommonLengths; ++i) {
         const uint32_t length = fast->firstLength + i;
-        fast->limits[i] = length < longest ? ends[length] : kCodeSpace;
+        fast->lasts[i] = length < fast->longest ? lasts[length] : ~uint64_t{0};
     }
 }
 
-/// The length of the code at the front of `top`, 16 bits of input with the first one highest. Each
-/// limit that the bits have reached means one bit more.
-inline uint32_t fast_code_length(const fast_code_t& code, uint32_t top) {
+/// The length of the code at the front of `input`. Each limit that the input exceeds means one bit more.
+inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
     // Two sums, and the compiler kept from joining them, so that neither waits for the other.
     uint32_t length = code.firstLength;
     uint32_t more = 0;
     for (uint32_t i = 0; i < kCommonLengths; i += 2) {
-        length += top >= code.limits[i];
-        more += top >= code.limits[i + 1];
+        length += input > code.lasts[i];
+        more += input > code.lasts[i + 1];
         asm("" : "+r"(length), "+r"(more));
     }
     length += more;
-    if (top >= code.limits[kCommonLengths]) [[unlikely]] {
+    if (input > code.lasts[kCommonLengths]) [[unlikely]] {
         ++length;
-        for (uint32_t i = kCommonLengths + 1; top >= code.limits[i]; ++i) {
+        for (uint32_t i = kCommonLengths + 1; input > code.lasts[i]; ++i) {
             ++length;
         }
     }

@@ -201,14 +201,18 @@ TEST(FastCodes, GiveTheLengthAndSymbolOfEveryCode) {
         ++codes;
         fast_code_t fast;
         fast_code_derive(&fast, huffman);
-        for (uint32_t top = 0; top < std::min(fast.end, kCodeSpace); ++top) {
+        for (uint32_t top = 0; top < 1 << 16; ++top) {
+            const uint64_t input = uint64_t{top} << 48;
+            if (input > fast.last) {
+                break;
+            }
             std::array<uint8_t, 2> bits{};
             for (uint32_t i = 0; i < 16; ++i) {
                 bits[i / 8] = static_cast<uint8_t>(bits[i / 8] | (top >> (15 - i) & 1) << (i % 8));
             }
             bitstream_t reader = {bits.data(), 2, 0, 0};
             const int32_t symbol = huffman_decode(&huffman, &reader);
-            const uint32_t length = fast_code_length(fast, top);
+            const uint32_t length = fast_code_length(fast, input);
             ASSERT_EQ(16 - bitstream_remaining(&reader), length) << top;
             const uint32_t index = fast.base[length] + (top >> (16 - length));
             ASSERT_EQ(symbol, huffman.symbols[index]) << top;
