@@ -1,5 +1,6 @@
-// A sequence of drawing operations on small surfaces, decoded from the input. Every sequence runs
-// with the plain loops and with each width of the wide ones, which must leave the same bytes.
+// A sequence of drawing operations on small surfaces, decoded from the input, after which the target
+// is turned. Every sequence runs with the plain loops and with each width of the wide ones, which
+// must leave the same bytes.
 #include "fuzz/fuzz_input.h"
 #include "src/ds_ellipse.h"
 #include "src/ds_surface.h"
@@ -13,7 +14,7 @@
 namespace {
 
 constexpr uint64_t kHeaderSize = 20;
-constexpr uint32_t kMaxSide = 40;
+constexpr uint32_t kMaxSide = 80; // more than a tile of any way to turn pixels
 constexpr int kMaxOperations = 12;
 
 // A surface file in heap memory of exactly its size, with any header that a view may trust.
@@ -163,6 +164,18 @@ void drawAnywhere(DsSurface& target, const DsSurface& source, FuzzInput& input) 
     }
 }
 
+// The pixels of an owning surface of the same size and mode, turned; it is filled with what the
+// target's first lines hold.
+std::vector<uint8_t> turned(const DsSurface& target) {
+    DsSurface copy(target.getWidth(), target.getHeight(), 0, target.getColorMode(), 0, 0,
+                   std::malloc, std::free, 1, 0);
+    if (copy.getDataSize() != 0) {
+        std::memcpy(copy.getPixels(), target.getPixels(), copy.getDataSize());
+    }
+    copy.rotate(90);
+    return {copy.getPixels(), copy.getPixels() + copy.getDataSize()};
+}
+
 std::vector<uint8_t> draw(FuzzInput input, uint32_t leftOut) {
     leaveOutFastPaths(leftOut);
     std::vector<uint8_t> targetFile = takeSurfaceFile(input);
@@ -178,6 +191,8 @@ std::vector<uint8_t> draw(FuzzInput input, uint32_t leftOut) {
             drawAnywhere(target, source, input);
         }
     }
+    const std::vector<uint8_t> pixels = turned(target);
+    targetFile.insert(targetFile.end(), pixels.begin(), pixels.end());
     return targetFile;
 }
 

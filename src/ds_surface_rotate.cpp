@@ -1,70 +1,12 @@
 // The operations that the converter applies to a decoded surface: turning its pixels by 90 degrees,
 // and taking its alpha channel from an alpha-only surface.
 #include "src/ds_surface.h"
+#include "src/pixel_rotation.h"
 
-#include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <utility>
 
 namespace {
-
-struct RotatedCopy {
-    const uint8_t* source;
-    uint64_t sourceStride;
-    // Wider than a surface's sizes, so that stepping by tiles cannot wrap.
-    int64_t sourceWidth, sourceHeight;
-    uint8_t* target;
-    uint64_t targetStride;
-};
-
-// Pixels of one side of a tile. Reading runs down source columns, so a tile's lines must stay in
-// the first-level cache until all their columns are read: 32 lines of at most three 64-byte cache
-// lines.
-constexpr int64_t kTileSide = 32;
-
-// Target line i is the source column width - 1 - i, read from top to bottom.
-template <uint32_t pixelSize>
-void rotateTile(const RotatedCopy& copy, int64_t firstLine, int64_t firstColumn) {
-    const int64_t endLine = std::min(firstLine + kTileSide, copy.sourceWidth);
-    const int64_t endColumn = std::min(firstColumn + kTileSide, copy.sourceHeight);
-    for (int64_t line = firstLine; line < endLine; ++line) {
-        const auto sourceColumn = static_cast<uint64_t>(copy.sourceWidth - 1 - line);
-        const uint8_t* from = copy.source + sourceColumn * pixelSize +
-                              static_cast<uint64_t>(firstColumn) * copy.sourceStride;
-        uint8_t* to = copy.target + static_cast<uint64_t>(line) * copy.targetStride +
-                      static_cast<uint64_t>(firstColumn) * pixelSize;
-        for (int64_t column = firstColumn; column < endColumn; ++column) {
-            std::memcpy(to, from, pixelSize);
-            from += copy.sourceStride;
-            to += pixelSize;
-        }
-    }
-}
-
-template <uint32_t pixelSize>
-void rotatePixels(const RotatedCopy& copy) {
-    for (int64_t line = 0; line < copy.sourceWidth; line += kTileSide) {
-        for (int64_t column = 0; column < copy.sourceHeight; column += kTileSide) {
-            rotateTile<pixelSize>(copy, line, column);
-        }
-    }
-}
-
-void rotatePixels(const RotatedCopy& copy, uint64_t pixelSize) {
-    switch (pixelSize) {
-    case 4:
-        return rotatePixels<4>(copy);
-    case 3:
-        return rotatePixels<3>(copy);
-    case 2:
-        return rotatePixels<2>(copy);
-    case 1:
-        return rotatePixels<1>(copy);
-    default:
-        return;
-    }
-}
 
 // The pixel with its alpha replaced. Modes without alpha come back as they were, since narrowing
 // undoes widening. Kept on purpose: ARGB1555 colours, already widened by decoding, are widened

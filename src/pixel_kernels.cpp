@@ -3,10 +3,12 @@
 
 #include "src/ds_little_endian.h"
 #include "src/pixel_loops.h"
+#include "src/wide_fill.h"
 #include "src/wide_loops.h"
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -29,6 +31,16 @@ struct Side {
     DsColorMode mode;
 };
 
+// Lines without padding are one line, as long as it can be counted.
+template <typename... Pitches>
+void joinLines(uint32_t& width, uint32_t& height, Pitches... pitches) {
+    if (((pitches == width) && ...) &&
+        uint64_t{width} * height <= std::numeric_limits<uint32_t>::max()) {
+        width *= height;
+        height = std::min(height, 1U);
+    }
+}
+
 // Copies a rectangle: the loops are chosen once, then every line takes the wide one as far as it
 // goes and the plain one for the rest.
 void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width, uint32_t height,
@@ -41,6 +53,7 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
     }
     const Line line = lines.at(static_cast<uint32_t>(target.mode), sourceModeIndex(source.mode));
     const WideLine wideLine = wideLineFor(target.mode, source.mode);
+    joinLines(width, height, target.pitch, source.pitch);
     for (uint32_t y = 0; y < height; ++y) {
         const uint32_t done =
             wideLine != nullptr ? wideLine(target.pixels, source.pixels, width, rule) : 0;
@@ -51,21 +64,16 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
     }
 }
 
-// The number of whole pixels of any size that a pattern of 48 bytes holds, with 16-byte stores.
-constexpr uint32_t kPatternSize = 48;
-static_assert(kPatternSize % 16 == 0 && kPatternSize % 3 == 0);
-
-void makePattern(uint8_t (&pattern)[kPatternSize], uint32_t pixelSize, uint32_t value) {
-    for (uint32_t i = 0; i < kPatternSize; ++i) {
+void makePattern(uint8_t (&pattern)[kFillPattern], uint32_t pixelSize, uint32_t value) {
+    for (uint32_t i = 0; i < kFillPattern; ++i) {
         pattern[i] = static_cast<uint8_t>(value >> (8 * (i % pixelSize)));
     }
 }
 
-void fillLine(uint8_t* line, uint64_t byteCount, const uint8_t (&pattern)[kPatternSize]) {
-    for (; byteCount >= kPatternSize; byteCount -= kPatternSize, line += kPatternSize) {
-        std::memcpy(line, pattern, kPatternSize);
+void fillPlainly(uint8_t* line, uint64_t byteCount, uint64_t pixelSize, const uint8_t* pattern) {
+    for (uint64_t i = 0; i < byteCount; i += pixelSize) {
+        std::memcpy(line + i, pattern, pixelSize);
     }
-    std::memcpy(line, pattern, byteCount);
 }
 
 } // namespace
@@ -76,10 +84,20 @@ void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width,
     if (pixelSize == 0 || width == 0) {
         return;
     }
-    uint8_t pattern[kPatternSize];
+    joinLines(width, height, destinationPitch);
+    uint8_t pattern[kFillPattern];
     makePattern(pattern, static_cast<uint32_t>(pixelSize), value);
+    const bool isOneByte = std::memcmp(pattern, pattern + 1, pixelSize) == 0;
+    const WideFill wide = wideFill();
     for (uint32_t y = 0; y < height; ++y) {
-        fillLine(destination, width * pixelSize, pattern);
+        const uint64_t byteCount = width * pixelSize;
+        if (wide == nullptr) {
+            fillPlainly(destination, byteCount, pixelSize, pattern);
+        } else if (isOneByte) {
+            std::memset(destination, pattern[0], byteCount);
+        } else {
+            wide(destination, byteCount, pattern);
+        }
         destination += destinationPitch * pixelSize;
     }
 }

@@ -5,6 +5,7 @@
 #include "src/pixel_loops.h"
 #include "src/wide_loops.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -14,8 +15,10 @@ uint32_t gBlendBytesPerPixel = 0;
 
 namespace {
 
-// Pixels that the wide path takes at a time.
-constexpr uint32_t kWidePixels = 16;
+// The wide path pays from this many pixels on.
+constexpr uint32_t kFewestWide = 3;
+// Pixels apart from each other that it takes at a time.
+constexpr uint32_t kGathered = 16;
 constexpr uint32_t kMaxPixelSize = 4;
 constexpr uint32_t kAlphaTimesColorAlpha = 2; // the alpha mode of a span
 
@@ -78,25 +81,41 @@ bool coverageIsApart(const Span& span, uint32_t pixelSize) {
 // The wide loop for this span, or null: pixels must not overlap each other or the coverage.
 WideLine wideLineFor(const Span& span) {
     const uint32_t pixelSize = bytesPerPixel(gBlendColorMode);
-    if (span.count < kWidePixels || span.distance < pixelSize ||
+    if (span.count < kFewestWide || span.distance < pixelSize ||
         !coverageIsApart(span, pixelSize)) {
         return nullptr;
     }
     return wideBlendLine(gBlendColorMode, DsColorMode::A8);
 }
 
-// Blends the sixteen pixels at the span's start by way of a buffer in which they are adjacent.
+// Blends some pixels at the span's start by way of a buffer in which they are adjacent, and returns
+// how many.
 template <uint32_t pixelSize>
-void blendGathered(const Span& span, const SourceRule& rule, WideLine wideLine) {
-    uint8_t pixels[kWidePixels * kMaxPixelSize];
-    for (uint32_t i = 0; i < kWidePixels; ++i) {
+uint32_t blendGathered(const Span& span, const SourceRule& rule, WideLine wideLine) {
+    uint8_t pixels[kGathered * kMaxPixelSize];
+    const uint32_t count = std::min(span.count, kGathered);
+    for (uint32_t i = 0; i < count; ++i) {
         std::memcpy(pixels + uint64_t{i} * pixelSize,
                     span.destination + uint64_t{i} * span.distance, pixelSize);
     }
-    wideLine(pixels, span.coverage, kWidePixels, rule);
-    for (uint32_t i = 0; i < kWidePixels; ++i) {
+    const uint32_t done = wideLine(pixels, span.coverage, count, rule);
+    for (uint32_t i = 0; i < done; ++i) {
         std::memcpy(span.destination + uint64_t{i} * span.distance,
                     pixels + uint64_t{i} * pixelSize, pixelSize);
+    }
+    return done;
+}
+
+using GatheringLoop = uint32_t (*)(const Span& span, const SourceRule& rule, WideLine wideLine);
+
+GatheringLoop gatheringLoop(uint32_t pixelSize) {
+    switch (pixelSize) {
+    case 4:
+        return blendGathered<4>;
+    case 3:
+        return blendGathered<3>;
+    default:
+        return blendGathered<2>;
     }
 }
 
@@ -109,15 +128,12 @@ void blendPixelsOf(Span span) {
     const SourceRule rule = sourceRule(kAlphaTimesColorAlpha, gBlendColor);
     const bool isAdjacent = span.distance == kBytesPerPixel[mode];
     if (const WideLine wideLine = wideLineFor(span)) {
-        const auto blendSixteen =
-            gBlendColorMode == DsColorMode::ARGB8888 ? blendGathered<4> : blendGathered<3>;
+        const GatheringLoop blendSome = gatheringLoop(bytesPerPixel(gBlendColorMode));
         if (isAdjacent) {
-            const uint32_t wide = span.count - span.count % kWidePixels;
-            wideLine(span.destination, span.coverage, wide, rule);
-            span.advance(wide);
+            span.advance(wideLine(span.destination, span.coverage, span.count, rule));
         }
-        for (; span.count >= kWidePixels; span.advance(kWidePixels)) {
-            blendSixteen(span, rule, wideLine);
+        while (span.count >= kFewestWide) {
+            span.advance(blendSome(span, rule, wideLine));
         }
     }
     (isAdjacent ? kSpanLoops[mode].adjacent : kSpanLoops[mode].apart)(span, rule);

@@ -7,8 +7,9 @@
 
 #include <cstdint>
 
-/// Converts or blends as many of `count` pixels as fit whole blocks, and returns how many that
-/// were; the plain loop does the rest.
+/// Converts or blends as many of `count` pixels as pay, from the first on, and returns how many that
+/// were; the plain loop does the rest, less than a block of eight. Of what is blended, less than
+/// three pixels are left.
 using WideLine = uint32_t (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                               const SourceRule& rule);
 

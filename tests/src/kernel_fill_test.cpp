@@ -1,6 +1,7 @@
 // The fill kernel and the byte fill: every pixel size at every width, with bytes all around that
 // must stay.
 #include "src/pixel_kernels.h"
+#include "tests/src/fast_path_choices.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/same_bytes.h"
 
@@ -24,27 +25,31 @@ struct Fill {
 void expectFill(const Fill& fill) {
     const uint32_t size = plainPixelSize(fill.mode);
     const size_t lineBytes = size_t{fill.pitch} * size;
-    byte_vector block =
+    const byte_vector before =
         make_bytes(data_kind::noise, kGuard + fill.height * lineBytes + kGuard, fill.width);
-    byte_vector expected = block;
+    byte_vector expected = before;
     for (uint32_t y = 0; y < fill.height; ++y) {
         for (uint32_t x = 0; x < fill.width; ++x) {
             plainStore(fill.mode, &expected[fill.start + y * lineBytes + size_t{x} * size],
                        fill.value);
         }
     }
-    fillPixels(block.data() + fill.start, fill.pitch, fill.width, fill.height, fill.mode,
-               fill.value);
-    EXPECT_TRUE(sameBytes(expected, block)) << "mode " << static_cast<uint32_t>(fill.mode) << ", "
-                                            << fill.width << " by " << fill.height;
+    forEachChoiceOfPaths([&] {
+        byte_vector block = before;
+        fillPixels(block.data() + fill.start, fill.pitch, fill.width, fill.height, fill.mode,
+                   fill.value);
+        EXPECT_TRUE(sameBytes(expected, block)) << "mode " << static_cast<uint32_t>(fill.mode)
+                                                << ", " << fill.width << " by " << fill.height;
+    });
 }
 
 TEST(FillPixels, WritesExactlyTheRectangleInEveryMode) {
     test_rng random(11);
     for (const Mode mode : kAllModes) {
         for (uint32_t width = 0; width <= 200; ++width) {
-            expectFill({mode, random(), width, random_between(random, 0, 3),
-                        width + random_between(random, 0, 9), random_between(random, 0, kGuard)});
+            const uint32_t padding = random() % 2 == 0 ? 0 : random_between(random, 1, 9);
+            expectFill({mode, random(), width, random_between(random, 0, 3), width + padding,
+                        random_between(random, 0, kGuard)});
         }
     }
 }
@@ -53,6 +58,14 @@ TEST(FillPixels, StartsAtEveryAddress) {
     for (const Mode mode : kAllModes) {
         for (size_t start = 0; start < 32; ++start) {
             expectFill({mode, 0x89ABCDEF, 67, 2, 71, start});
+        }
+    }
+}
+
+TEST(FillPixels, RepeatsValuesOfEqualBytes) {
+    for (const Mode mode : kAllModes) {
+        for (uint32_t width = 1; width < 120; ++width) {
+            expectFill({mode, 0x5A5A5A5A, width, 3, width + width % 2, 7});
         }
     }
 }

@@ -1,6 +1,7 @@
 // Turning the stored pixels, against a plain pixel-by-pixel model, and everything that must stay as
 // it was when nothing is turned.
 #include "src/ds_surface.h"
+#include "tests/src/fast_path_choices.h"
 #include "tests/src/surface_makers.h"
 
 #include <gtest/gtest.h>
@@ -47,9 +48,7 @@ struct State {
 
 // Turns a surface full of noise, and compares every new line with the old column that it comes
 // from, the rightmost first.
-void expectTurned(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
-    SCOPED_TRACE(testing::Message() << "mode " << static_cast<uint32_t>(mode) << ", " << width
-                                    << " by " << height << ", alignment " << alignment);
+void expectTurnedAsPathsStand(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
     TrackedBlocks blocks;
     DsSurface surface = makeSurface(width, height, mode, alignment, 0, 5);
     const byte_vector before = fillWithNoise(surface, 7);
@@ -70,6 +69,12 @@ void expectTurned(Mode mode, int32_t width, int32_t height, uint32_t alignment) 
         const uint8_t* line = surface.getPixels() + i * stride;
         ASSERT_TRUE(std::equal(expected.begin(), expected.end(), line)) << "line " << i;
     }
+}
+
+void expectTurned(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
+    SCOPED_TRACE(testing::Message() << "mode " << static_cast<uint32_t>(mode) << ", " << width
+                                    << " by " << height << ", alignment " << alignment);
+    forEachChoiceOfPaths([&] { expectTurnedAsPathsStand(mode, width, height, alignment); });
 }
 
 TEST(Rotate, TurnsTheSmallExampleCounterClockwise) {
@@ -119,12 +124,16 @@ TEST(Rotate, AlignsTheNewLines) {
         for (const uint32_t alignment : {2U, 3U, 4U, 6U, 8U, 12U, 16U, 64U}) {
             expectTurned(mode, 5, 7, alignment);
             expectTurned(mode, 34, 33, alignment);
+            expectTurned(mode, 130, 67, alignment);
         }
     }
 }
 
 TEST(Rotate, TurnsALargePicture) {
     expectTurned(Mode::RGB888, 701, 523, 4);
+    expectTurned(Mode::ARGB8888, 700, 512, 64);
+    expectTurned(Mode::ARGB4444, 701, 523, 4);
+    expectTurned(Mode::A8, 1024, 512, 1);
 }
 
 TEST(Rotate, AsksForTheNewBlockWithoutExtraBytesBeforeReleasingTheOld) {

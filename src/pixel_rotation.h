@@ -1,0 +1,18 @@
+// Turning an array of pixels by 90 degrees, counter-clockwise.
+#pragma once
+
+#include <cstdint>
+
+/// One array of pixels, and where it goes: target line i is the source column width - 1 - i, read
+/// from top to bottom. Strides count bytes; the two arrays do not overlap.
+struct RotatedCopy {
+    const uint8_t* source;
+    uint64_t sourceStride;
+    // Wider than a surface's sizes, so that stepping by tiles cannot wrap.
+    int64_t sourceWidth, sourceHeight;
+    uint8_t* target;
+    uint64_t targetStride;
+};
+
+/// Copies pixels of `pixelSize` bytes, 1 to 4; of any other size none.
+void rotatePixels(const RotatedCopy& copy, uint64_t pixelSize);
