@@ -27,7 +27,9 @@ consteval int64_t power(int n) {
 // are what the checksum's own width takes.
 template <int bits>
 [[gnu::target("pclmul")]] __m128i fold(__m128i block, __m128i next) {
-    const __m128i powers = _mm_set_epi64x(power(bits - 32), power(bits + 32));
+    constexpr int64_t kFirst = power(bits + 32);
+    constexpr int64_t kSecond = power(bits - 32);
+    const __m128i powers = _mm_set_epi64x(kSecond, kFirst);
     const __m128i first = _mm_clmulepi64_si128(block, powers, 0x00);
     const __m128i second = _mm_clmulepi64_si128(block, powers, 0x11);
     return _mm_xor_si128(next, _mm_xor_si128(first, second));
