@@ -1,17 +1,25 @@
-// The one place of this module that asks the processor. A machine answers one way, whatever the
-// tests do.
+// A machine answers one way, whatever the tests do.
 #include "png/png_fast_paths.h"
+
+#include "src/processor.h"
 
 namespace {
 
 uint32_t leftOut = 0;
 
 bool machine_has(png_fast_path_t path) {
-#if defined(__x86_64__)
-    return path != kPngCarryLessCrc || __builtin_cpu_supports("pclmul") != 0;
+    switch (path) {
+    case kPngCarryLessCrc:
+        return processorHasCarryLessMultiplication();
+    case kPngSlicedCrc:
+        return true;
+    default:
+#if defined(__SSE2__)
+        return true;
 #else
-    return path == kPngSlicedCrc;
+        return false;
 #endif
+    }
 }
 
 } // namespace

@@ -1,5 +1,7 @@
-// The one place that asks the processor. A machine answers one way, whatever the tests do.
+// A machine answers one way, whatever the tests do.
 #include "src/fast_paths.h"
+
+#include "src/processor.h"
 
 #include <bit>
 
@@ -8,12 +10,11 @@ namespace {
 uint32_t gLeftOut = 0;
 
 bool machineHas(DsFastPath path) {
-#if defined(__x86_64__)
-    return path == DsFastPath::Wide128 || __builtin_cpu_supports("avx2") != 0;
-#else
+    if (path == DsFastPath::Wide256) {
+        return processorHasAvx2();
+    }
     // The wide loops read pixels as native words.
-    return std::endian::native == std::endian::little && path == DsFastPath::Wide128;
-#endif
+    return std::endian::native == std::endian::little;
 }
 
 } // namespace

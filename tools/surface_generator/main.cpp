@@ -132,6 +132,8 @@ File openFile(const std::string& path, const char* mode) {
     if (file == nullptr) {
         throwError("cannot open input file '%s'", path.c_str());
     }
+    // It is read or written in one piece, which needs no memory in between.
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
 }
 
