@@ -192,17 +192,19 @@ void png_convert_wavefront(uint8_t* target, const uint8_t* source, uint64_t stri
                            uint64_t rowBytes, uint32_t channels) {
     // The pixels of a line overwrite the end of the source of the line above, which is not used up
     // yet: all four are saved before.
-    uint8_t saved[kWavefrontRows][kWavefrontRowBytes + kPadding];
+    uint8_t saved[kWavefrontRows * (kWavefrontRowBytes + kPadding)];
+    uint8_t* next = saved; // one line behind the other, so that short ones touch little memory
     uint8_t filters[kWavefrontRows];
     lines_t lines;
     lines.above = target - stride;
     for (uint32_t row = 0; row < kWavefrontRows; ++row) {
         filters[row] = *source++;
-        std::memcpy(saved[row], source, rowBytes);
-        std::memset(saved[row] + rowBytes, 0, kPadding);
-        source += rowBytes;
-        lines.source[row] = saved[row];
+        std::memcpy(next, source, rowBytes);
+        std::memset(next + rowBytes, 0, kPadding);
+        lines.source[row] = next;
         lines.target[row] = target + row * stride;
+        source += rowBytes;
+        next += rowBytes + kPadding;
     }
     const uint64_t width = rowBytes / channels;
     switch (channels) {
