@@ -18,6 +18,20 @@ void load_byte(bitstream_t* stream) {
     --stream->available;
 }
 
+// bitstream_extract of one bit, here in line: codes are read so, bit by bit.
+inline uint32_t extract_bit(bitstream_t* stream) {
+    if (stream->bitCount == 0) {
+        if (stream->available == 0) {
+            return kBitsMissing;
+        }
+        load_byte(stream);
+    }
+    const uint32_t bit = stream->bits & 1;
+    stream->bits >>= 1;
+    --stream->bitCount;
+    return bit;
+}
+
 } // namespace
 
 uint32_t bitstream_extract(bitstream_t* stream, uint32_t count) {
@@ -113,7 +127,7 @@ int32_t huffman_decode(const huffman_t* huffman, bitstream_t* stream) {
     int32_t first = 0;
     int32_t index = 0;
     for (uint32_t length = 1; length <= huffman->maxBits; ++length) {
-        const uint32_t bit = bitstream_extract(&ahead, 1);
+        const uint32_t bit = extract_bit(&ahead);
         if (bit == kBitsMissing) {
             bitstream_extract(stream, kMaxExtract);
             return kHuffmanNeedsInput;
