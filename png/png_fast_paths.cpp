@@ -12,6 +12,7 @@ bool machine_has(png_fast_path_t path) {
     case kPngCarryLessCrc:
         return processorHasCarryLessMultiplication();
     case kPngSlicedCrc:
+    case kPngHugePages:
         return true;
     default:
 #if defined(__SSE2__)

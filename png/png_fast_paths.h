@@ -9,7 +9,8 @@ enum png_fast_path_t : uint32_t {
     kPngCarryLessCrc = 1,  ///< checksums by carry-less multiplication
     kPngSlicedCrc = 2,     ///< checksums by eight tables
     kPngWavefrontRows = 4, ///< four filtered lines at once
-    kPngWideRows = 8       ///< lines without a chain of pixels, 16 bytes at once
+    kPngWideRows = 8,      ///< lines of one filter by whole pixels and blocks of 16 bytes
+    kPngHugePages = 16     ///< large pages for large blocks
 };
 
 /// Leaves out the fast paths whose bits are set in `paths`, for tests and comparisons.
