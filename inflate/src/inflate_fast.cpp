@@ -120,24 +120,26 @@ struct fast_block_t {
     uint32_t distPayloads[kMaxDistSymbols];
 };
 
-uint32_t litlen_payload(uint32_t symbol) {
+uint32_t litlen_payload(uint32_t symbol, bool hasDistances) {
     if (symbol <= kEndOfBlock) {
         return symbol < kEndOfBlock ? symbol : kPayloadIsEndOfBlock;
     }
     const uint32_t index = symbol - kFirstLengthSymbol;
-    return index < kLengthCodes ? payload_of(kLengthBase[index], kLengthExtraBits[index])
-                                : kPayloadIsInvalid;
+    return hasDistances && index < kLengthCodes
+               ? payload_of(kLengthBase[index], kLengthExtraBits[index])
+               : kPayloadIsInvalid;
 }
 
-// Within one length symbols ascend, so the literals come first.
-void derive_litlen(fast_block_t* block, const huffman_t& huffman) {
+// Within one length symbols ascend, so the literals come first. Without any distance, no length is for
+// the loop: the limits have no place for a code without symbols.
+void derive_litlen(fast_block_t* block, const huffman_t& huffman, bool hasDistances) {
     fast_code_derive(&block->litlen, huffman);
     uint32_t index = 0;
     for (uint32_t length = 1; length <= kMaxCodeLength; ++length) {
         block->literalEnds[length] = index;
         for (uint32_t i = 0; i < huffman.counts[length]; ++i, ++index) {
             const uint32_t symbol = huffman.symbols[index];
-            block->litlenPayloads[index] = litlen_payload(symbol);
+            block->litlenPayloads[index] = litlen_payload(symbol, hasDistances);
             block->literalEnds[length] += symbol < kEndOfBlock ? 1 : 0;
         }
     }
@@ -311,8 +313,8 @@ void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
         return;
     }
     fast_block_t block;
-    derive_litlen(&block, *inflate->litlenTable);
     derive_dist(&block, *inflate->distTable);
+    derive_litlen(&block, *inflate->litlenTable, block.dist.longest != 0);
     if (block.litlen.last != ~uint64_t{0}) {
         return;
     }

@@ -160,6 +160,21 @@ TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
     }
 }
 
+// A block of literals alone has no distance code, and no bits that follow a length, zeros included, are
+// one.
+TEST(InflateFast, LeavesALengthWithoutADistanceCodeToTheStateMachine) {
+    for (const uint8_t filler : {0x00, 0xFF}) {
+        deflate_maker maker;
+        const auto litlen = lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}});
+        maker.dynamic(plain_header(litlen, lengths_of(1, {})), block_is::last);
+        maker.literals(byte_vector(40, 'a')).litlen_symbol(257);
+        byte_vector raw = maker.bytes();
+        raw.resize(raw.size() + 100, filler);
+        expect_same_steps(raw, 1000, {raw.size()});
+        EXPECT_EQ(kInflateInvalid, inflate_whole(raw, 1000).result);
+    }
+}
+
 // Codes of a single symbol are incomplete, which the limits have no place for.
 TEST(InflateFast, LeavesBlocksOfASingleCodeToTheStateMachine) {
     deflate_maker maker;
