@@ -1,5 +1,6 @@
 // inflate_process on any bytes: whole, in pieces of any size that are gone when the next one comes,
-// through a window with small outputs, and without the fast loop. All must agree.
+// through a window with small outputs, and without the fast loop. All must agree, and with and without
+// the fast loop the record and the reader must be the same after every piece.
 #include "fuzz/fuzz_input.h"
 #include "inflate/src/inflate_fast.h"
 #include "inflate/src/streams.h"
@@ -37,12 +38,56 @@ Outcome decodeWhole(const std::vector<uint8_t>& data, uint32_t capacity) {
     return {result, bytes};
 }
 
+// A decoder in direct mode that is fed piece by piece.
+class PieceDecoder {
+public:
+    PieceDecoder(uint32_t capacity, bool isPlain)
+        : mIsPlain(isPlain)
+        , mBytes(capacity)
+        , mInflate(freshDecoder(nullptr, 0)) {
+        mInflate->out = mBytes.data();
+        mInflate->outAvailable = capacity;
+    }
+
+    int32_t feed(const std::vector<uint8_t>& piece) {
+        mStream.data = piece.data();
+        mStream.available = static_cast<uint32_t>(piece.size());
+        inflate_leave_out_fast(mIsPlain);
+        const int32_t result = inflate_process(mInflate.get(), &mStream);
+        inflate_leave_out_fast(false);
+        return result;
+    }
+
+    // Whether both stand at the same place in the same state, having been fed the same piece.
+    bool operator==(const PieceDecoder& other) const {
+        const inflate_t& a = *mInflate;
+        const inflate_t& b = *other.mInflate;
+        const auto copiedFrom = [](const PieceDecoder& decoder) {
+            const uint8_t* const from = decoder.mInflate->copyFrom;
+            return from == nullptr ? -1 : from - decoder.mBytes.data();
+        };
+        return a.state == b.state && a.finalBlock == b.finalBlock && a.symbol == b.symbol &&
+               a.count == b.count && a.length == b.length && a.distance == b.distance &&
+               a.outAvailable == b.outAvailable && a.totalOut == b.totalOut &&
+               copiedFrom(*this) == copiedFrom(other) && mStream.data == other.mStream.data &&
+               mStream.available == other.mStream.available && mStream.bits == other.mStream.bits &&
+               mStream.bitCount == other.mStream.bitCount && mBytes == other.mBytes;
+    }
+
+    std::vector<uint8_t> bytes() const {
+        return {mBytes.begin(), mBytes.begin() + mInflate->totalOut};
+    }
+
+private:
+    bool mIsPlain;
+    std::vector<uint8_t> mBytes;
+    std::unique_ptr<inflate_t> mInflate;
+    bitstream_t mStream{};
+};
+
 Outcome decodeInPieces(const std::vector<uint8_t>& data, uint32_t capacity, uint32_t seed) {
-    std::vector<uint8_t> bytes(capacity);
-    const auto inflate = freshDecoder(nullptr, 0);
-    inflate->out = bytes.data();
-    inflate->outAvailable = capacity;
-    bitstream_t stream = {};
+    PieceDecoder fast(capacity, false);
+    PieceDecoder plain(capacity, true);
     int32_t result = kInflateNeedsInput;
     for (size_t at = 0; result == kInflateNeedsInput && at <= data.size();) {
         seed = seed * 1664525 + 1013904223;
@@ -50,16 +95,15 @@ Outcome decodeInPieces(const std::vector<uint8_t>& data, uint32_t capacity, uint
         const size_t size = std::min<size_t>((seed >> 16) % longest, data.size() - at);
         const auto first = data.begin() + static_cast<ptrdiff_t>(at);
         const std::vector<uint8_t> piece(first, first + static_cast<ptrdiff_t>(size));
-        stream.data = piece.data();
-        stream.available = static_cast<uint32_t>(size);
-        result = inflate_process(inflate.get(), &stream);
+        result = fast.feed(piece);
+        require(plain.feed(piece) == result);
+        require(fast == plain);
         if (at == data.size()) {
             break;
         }
         at += size;
     }
-    bytes.resize(inflate->totalOut);
-    return {result, bytes};
+    return {result, fast.bytes()};
 }
 
 // Outputs of one to a few bytes, each in memory of its own.
