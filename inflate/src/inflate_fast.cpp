@@ -10,9 +10,7 @@
 #include "inflate/src/fast_codes.h"
 #include "inflate/src/match_copy.h"
 
-#include <bit>
 #include <cstddef>
-#include <cstring>
 
 namespace {
 
@@ -43,11 +41,6 @@ constexpr uint32_t kMaxDistanceBits = kMaxCodeLength + 13;
 constexpr uint32_t kMaxMatchBits = kMaxLengthBits + kMaxDistanceBits;
 static_assert(kLiteralsPerRefill * kMaxCodeLength <= kBitsAfterRefill);
 static_assert(kMaxMatchBits <= kBitsAfterRefill);
-
-uint64_t little_endian_word(const uint8_t* bytes) {
-    constexpr bool kIsNative = std::endian::native == std::endian::little;
-    return kIsNative ? load_word(bytes) : __builtin_bswap64(load_word(bytes));
-}
 
 // The bits of each byte the other way round.
 uint64_t reversed_in_bytes(uint64_t word) {
@@ -87,7 +80,7 @@ struct bit_buffer_t {
     uint32_t count;
 
     void refill(const stretch_t& stretch, uint32_t* at) {
-        bits |= __builtin_bswap64(little_endian_word(stretch.reversed + *at)) >> count;
+        bits |= __builtin_bswap64(load_word(stretch.reversed + *at)) >> count;
         *at += (63 - count) / 8;
         count |= kBitsAfterRefill; // whole bytes only, so the bits above are read again next time
     }
@@ -101,7 +94,7 @@ struct bit_buffer_t {
     // The same bits as they come, the first one lowest; at least 57 of them.
     uint64_t forward(const stretch_t& stretch, uint32_t at) const {
         const uint32_t bytes = (count + 7) / 8;
-        return little_endian_word(stretch.forward + kWordSize + at - bytes) >> (8 * bytes - count);
+        return load_word(stretch.forward + kWordSize + at - bytes) >> (8 * bytes - count);
     }
 };
 

@@ -1,26 +1,34 @@
 // Copies a match in words instead of bytes, and writes not a byte more than the match has.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
+/// A word from memory; the first byte is the lowest, whatever the machine's own order.
 inline uint64_t load_word(const uint8_t* bytes) {
     uint64_t word;
     std::memcpy(&word, bytes, sizeof word);
-    return word;
+    return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
 }
 
 inline void store_word(uint8_t* bytes, uint64_t word) {
+    word = std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
     std::memcpy(bytes, &word, sizeof word);
+}
+
+/// Writes the four lowest bytes of a word.
+inline void store_half_word(uint8_t* bytes, uint64_t word) {
+    auto half = static_cast<uint32_t>(word);
+    half = std::endian::native == std::endian::little ? half : __builtin_bswap32(half);
+    std::memcpy(bytes, &half, sizeof half);
 }
 
 /// Writes the first `count` bytes of a word, 0 to 7, by stores that may overlap each other.
 inline void store_part(uint8_t* out, uint64_t word, uint32_t count) {
     if (count >= 4) {
-        const auto front = static_cast<uint32_t>(word);
-        const auto back = static_cast<uint32_t>(word >> (8 * (count - 4)));
-        std::memcpy(out, &front, sizeof front);
-        std::memcpy(out + count - 4, &back, sizeof back);
+        store_half_word(out, word);
+        store_half_word(out + count - 4, word >> (8 * (count - 4)));
     } else if (count > 0) {
         out[0] = static_cast<uint8_t>(word);
         out[count / 2] = static_cast<uint8_t>(word >> (8 * (count / 2)));
