@@ -15,7 +15,7 @@ constexpr uint64_t kBlock = 16;
 
 // x^n modulo the polynomial, bits reversed; one more bit up, since the product of two
 // reversed numbers comes out one bit low.
-consteval int64_t power(int n) {
+constexpr int64_t power(int n) {
     uint32_t remainder = 0x80000000; // x^0
     for (int i = 0; i < n; ++i) {
         remainder = (remainder >> 1) ^ ((remainder & 1) != 0 ? kCrcPolynomial : 0);

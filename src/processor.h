@@ -1,9 +1,9 @@
 // What the processor has beyond its architecture's baseline. The C library knows since the program
 // started; the compiler's own way would ask once more, which virtual machines make as dear as decoding
-// an icon.
+// an icon. Its header cannot be read by clang 14 in strict C++, so that clang asks the processor.
 #pragma once
 
-#if defined(__x86_64__) && __has_include(<sys/platform/x86.h>)
+#if defined(__x86_64__) && !defined(__clang__) && __has_include(<sys/platform/x86.h>)
 #include <sys/platform/x86.h>
 
 inline bool processorHasAvx2() {
