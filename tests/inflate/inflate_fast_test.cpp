@@ -163,7 +163,7 @@ TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
 // A block of literals alone has no distance code, and no bits that follow a length, zeros included, are
 // one.
 TEST(InflateFast, LeavesALengthWithoutADistanceCodeToTheStateMachine) {
-    for (const uint8_t filler : {0x00, 0xFF}) {
+    for (const uint8_t filler : {uint8_t{0x00}, uint8_t{0xFF}}) {
         deflate_maker maker;
         const auto litlen = lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}});
         maker.dynamic(plain_header(litlen, lengths_of(1, {})), block_is::last);
