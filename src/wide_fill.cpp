@@ -28,8 +28,8 @@ struct Run {
 };
 
 // The first and the last run are stored where they fall, those between on whole registers: stores
-// across cache lines cost twice (with 32-byte registers, 1.6 times as fast as unaligned 16 bytes). A line is a whole number of pixels, and so is a run, so the last
-// one starts with a pixel like the first.
+// across cache lines cost twice (with 32-byte registers, 1.6 times as fast as unaligned 16 bytes). A
+// line is a whole number of pixels, and so is a run, so the last one starts with a pixel like the first.
 template <typename Bytes>
 DS_INLINE void fill(uint8_t* line, uint64_t byteCount, const uint8_t* pattern) {
     constexpr uint32_t kSize = Run<Bytes>::kSize;

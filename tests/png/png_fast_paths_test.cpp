@@ -135,6 +135,21 @@ TEST_P(PngFastRows, EqualThePlainOnesInBlocksOfAnyShape) {
     }
 }
 
+// Multiples of such strides come round to the block's start; lines with unknown filters keep the walk
+// going that far.
+TEST_P(PngFastRows, EqualThePlainOnesForStridesWhoseMultiplesWrap) {
+    for (const uint64_t stride : {uint64_t{1} << 62, uint64_t{1} << 63, ~uint64_t{0} / 3 + 1,
+                                  ~uint64_t{0} / 4 + 3, ~uint64_t{0} - 20, ~uint64_t{0}}) {
+        for (uint32_t unknown = 0; unknown < 7; ++unknown) {
+            const image image{GetParam(), 8, 12, stride, 100};
+            const byte_vector block = filtered_block(image, unknown, [=](uint32_t row) {
+                return row < unknown ? kFilterCount : kFilterPaeth;
+            });
+            expect_all_alike(image, block);
+        }
+    }
+}
+
 TEST(PngFastCrc, EqualsThePlainOneForEveryLengthAndOffset) {
     const byte_vector bytes = make_bytes(data_kind::noise, 700, 43);
     for (const uint32_t left_out : {uint32_t{0}, uint32_t{kPngCarryLessCrc}}) {

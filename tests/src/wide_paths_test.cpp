@@ -2,6 +2,7 @@
 // that choose among the loops. That they give what the plain loops give is shown with the kernels.
 #include "src/fast_paths.h"
 #include "src/pixel_kernels.h"
+#include "src/processor.h"
 #include "src/wide_block.h"
 #include "src/wide_fill.h"
 #include "src/wide_loops.h"
@@ -150,6 +151,13 @@ TEST(WideArithmetic, NeedsOnlyOneDivisionBy255OnOpaquePixels) {
         }
     }
 }
+
+#if defined(__x86_64__)
+TEST(Processor, HasWhatItAnswersByItself) {
+    EXPECT_EQ(__builtin_cpu_supports("avx2") != 0, processorHasAvx2());
+    EXPECT_EQ(__builtin_cpu_supports("pclmul") != 0, processorHasCarryLessMultiplication());
+}
+#endif
 
 TEST(FastPaths, AreLeftOutOneByOne) {
     const bool has256 = mayTakeFastPath(DsFastPath::Wide256);
