@@ -32,7 +32,8 @@ inline constexpr int32_t kPngDoesNotFit = 3; ///< the surface cannot take the im
 /// null `surface` that is all (header pass: no pixel is decoded). Otherwise (full pass) decodes the
 /// pixels and the palette into `surface`, whose pixel block must hold one byte a row more than the
 /// pixels take, since the compressed rows are inflated into its tail and unfiltered in place; a
-/// failure can leave its blocks partly written; a sub-surface will not do. Nothing is allocated; the caller owns everything.
+/// failure can leave its blocks partly written; a sub-surface will not do. Nothing is allocated; the
+/// caller owns everything.
 ///
 /// Pixels are the file's samples unchanged, in the byte order of the colour mode: grey or index;
 /// blue, green, red; grey, alpha; or blue, green, red, alpha. Kept on purpose: the key colour of a
