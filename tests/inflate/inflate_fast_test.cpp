@@ -176,6 +176,31 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesForEveryInputSize) {
     }
 }
 
+// Any bits at all mean something in a block whose codes are complete and reach back but a little, so
+// that they go on for long: every pair of symbols, of extra bits and of code lengths comes together. In
+// one case of four a distance is of a single code or there is none.
+TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfAnyBits) {
+    test_rng rng(7);
+    for (int round = 0; round < 600 && !HasFatalFailure(); ++round) {
+        const uint32_t litlens = random_between(rng, 258, 286);
+        const uint32_t dists = random_between(rng, 2, 16);
+        const code_lengths dist[] = {random_complete_lengths(rng, dists, 15),
+                                     random_complete_lengths(rng, dists, 15),
+                                     random_complete_lengths(rng, dists, 15),
+                                     lengths_of(1, {{0, static_cast<uint16_t>(rng() % 2)}})};
+        deflate_maker maker;
+        maker.stored(make_bytes(data_kind::noise, 300, rng()), block_is::followed);
+        maker.dynamic(plain_header(random_complete_lengths(rng, litlens, 15), dist[rng() % 4]),
+                      block_is::last);
+        byte_vector raw = maker.bytes();
+        const byte_vector bits = make_bytes(data_kind::noise, 3000, rng());
+        raw.insert(raw.end(), bits.begin(), bits.end());
+        const size_t room = random_between(rng, 300, 30000);
+        expect_same_steps(raw, room, {raw.size()});
+        expect_same_steps(raw, room, long_pieces(rng, raw.size()));
+    }
+}
+
 // A single distance code takes one bit, and leaves half of all patterns without a code.
 TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
     for (const uint32_t pattern : {0x0001U, 0x0003U, 0xFFFFU}) {
