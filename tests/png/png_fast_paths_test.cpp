@@ -135,6 +135,17 @@ TEST_P(PngFastRows, EqualThePlainOnesInBlocksOfAnyShape) {
     }
 }
 
+// A decoder never hands over such a block, but the walk has words for it.
+TEST_P(PngFastRows, EqualThePlainOnesWhereTheBlockEndsInsideALine) {
+    const image image{GetParam(), 9, 7, uint64_t{9} * GetParam(), 0};
+    for (const uint32_t filter : {kFilterUp, kFilterPaeth}) {
+        byte_vector block = filtered_block(image, filter, [=](uint32_t) { return filter; });
+        for (; !block.empty(); block.pop_back()) {
+            expect_all_alike(image, byte_vector(block));
+        }
+    }
+}
+
 // Multiples of such strides come round to the block's start; lines with unknown filters keep the walk
 // going that far.
 TEST_P(PngFastRows, EqualThePlainOnesForStridesWhoseMultiplesWrap) {
