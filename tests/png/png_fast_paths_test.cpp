@@ -137,10 +137,10 @@ TEST_P(PngFastRows, EqualThePlainOnesInBlocksOfAnyShape) {
 
 // A decoder never hands over such a block, but the walk has words for it.
 TEST_P(PngFastRows, EqualThePlainOnesWhereTheBlockEndsInsideALine) {
-    const image image{GetParam(), 9, 7, uint64_t{9} * GetParam(), 0};
+    const image image{GetParam(), 9, 7, uint64_t{9} * GetParam(), 200};
     for (const uint32_t filter : {kFilterUp, kFilterPaeth}) {
         byte_vector block = filtered_block(image, filter, [=](uint32_t) { return filter; });
-        for (; !block.empty(); block.pop_back()) {
+        for (; block.size() >= image.room; block.pop_back()) {
             expect_all_alike(image, byte_vector(block));
         }
     }
@@ -152,10 +152,10 @@ TEST_P(PngFastRows, EqualThePlainOnesForStridesWhoseMultiplesWrap) {
     for (const uint64_t stride : {uint64_t{1} << 62, uint64_t{1} << 63, ~uint64_t{0} / 3 + 1,
                                   ~uint64_t{0} / 4 + 3, ~uint64_t{0} - 20, ~uint64_t{0}}) {
         for (uint32_t unknown = 0; unknown < 7; ++unknown) {
-            const image image{GetParam(), 8, 12, stride, 100};
-            const byte_vector block = filtered_block(image, unknown, [=](uint32_t row) {
-                return row < unknown ? kFilterCount : kFilterPaeth;
-            });
+            image image{GetParam(), 8, 12, stride, 100};
+            byte_vector block = filtered_block(image, unknown, [](uint32_t) { return 4; });
+            image.room -= unknown; // each of these lines is its filter alone
+            std::fill_n(block.begin() + static_cast<ptrdiff_t>(image.room), unknown, kFilterCount);
             expect_all_alike(image, block);
         }
     }
