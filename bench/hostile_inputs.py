@@ -44,24 +44,24 @@ def split(deflated, size):
     return b"".join(chunk(b"IDAT", data[i:i + size]) for i in range(0, len(data) - 1, size))
 
 
-def dynamic_empty_block(final):
-    """A dynamic block of an end-of-block symbol alone: one code of one bit."""
+def dynamic_empty_block(literals):
+    """A dynamic block of an end-of-block symbol alone, with codes for itself and 0 or 1 literals."""
     bits = []
 
     def put(value, count):
         bits.extend((value >> i) & 1 for i in range(count))
 
-    put(1 if final else 0, 1)
+    put(0, 1)
     put(2, 2)
     put(0, 5), put(0, 5), put(14, 4)  # 257 lengths, 1 distance, 18 code lengths
     lengths = {18: 1, 1: 2, 0: 2}
     for symbol in (16, 17, 18, 0, 8, 7, 9, 6, 10, 5, 11, 4, 12, 3, 13, 2, 14, 1):
         put(lengths.get(symbol, 0), 3)
     put(0, 1), put(127, 7)  # 138 zeros
-    put(0, 1), put(107, 7)  # 118 zeros
-    bits.extend((1, 1))  # symbol 256: length 1
+    put(0, 1), put(107 - literals, 7)  # 118 zeros or one less
+    bits.extend((1, 1) * (literals + 1))  # length 1
     bits.extend((1, 0))  # no distance
-    bits.append(0)  # end of block
+    bits.append(literals)  # end of block
     return bits
 
 
@@ -97,9 +97,10 @@ def inputs():
     yield "1,000,000 ancillary chunks", png(64, 64, 0, chunk(b"aaAa", b"") * 1000000, idat(small))
     yield "1 MiB of empty stored blocks", \
         png(64, 64, 0, idat(stored(b"", False) * 209715 + small))
-    one = dynamic_empty_block(False)
-    many = one * (8 * 1048576 // len(one))
-    yield "1 MiB of empty dynamic blocks", png(64, 64, 0, idat(packed(many)))
+    for literals, name in ((0, "1 MiB of empty dynamic blocks"), (1, "the same with complete codes")):
+        one = dynamic_empty_block(literals)
+        many = one * (8 * 1048576 // len(one))
+        yield name, png(64, 64, 0, idat(packed(many)))
     yield "16 MiB ancillary chunk", png(64, 64, 0, chunk(b"aaAa", bytes(1 << 24)), idat(small))
 
 
