@@ -15,7 +15,7 @@ constexpr uint64_t kBlock = 16;
 
 // x^n modulo the polynomial, bits reversed; one more bit up, since the product of two
 // reversed numbers comes out one bit low.
-constexpr int64_t power(int n) {
+consteval int64_t power(int n) {
     uint32_t remainder = 0x80000000; // x^0
     for (int i = 0; i < n; ++i) {
         remainder = (remainder >> 1) ^ ((remainder & 1) != 0 ? kCrcPolynomial : 0);
@@ -23,16 +23,20 @@ constexpr int64_t power(int n) {
     return static_cast<int64_t>(remainder) << 1;
 }
 
-// The block moved on by `bits`; its low half, which came first, is 64 bits further away, and the 32
-// are what the checksum's own width takes.
-template <int bits>
-[[gnu::target("pclmul")]] __m128i fold(__m128i block, __m128i next) {
-    constexpr int64_t kFirst = power(bits + 32);
-    constexpr int64_t kSecond = power(bits - 32);
-    const __m128i powers = _mm_set_epi64x(kSecond, kFirst);
-    const __m128i first = _mm_clmulepi64_si128(block, powers, 0x00);
-    const __m128i second = _mm_clmulepi64_si128(block, powers, 0x11);
-    return _mm_xor_si128(next, _mm_xor_si128(first, second));
+// What moves a block on by a number of bits. Its low half, which came first, is 64 bits further away,
+// and the 32 are what the checksum's own width takes.
+struct powers_t {
+    int64_t low, high;
+};
+
+constexpr powers_t kByOneBlock = {power(128 + 32), power(128 - 32)};
+constexpr powers_t kByFourBlocks = {power(4 * 128 + 32), power(4 * 128 - 32)};
+
+[[gnu::target("pclmul")]] inline __m128i fold(__m128i block, __m128i next, const powers_t& powers) {
+    const __m128i factors = _mm_set_epi64x(powers.high, powers.low);
+    const __m128i low = _mm_clmulepi64_si128(block, factors, 0x00);
+    const __m128i high = _mm_clmulepi64_si128(block, factors, 0x11);
+    return _mm_xor_si128(next, _mm_xor_si128(low, high));
 }
 
 __m128i load(const uint8_t* bytes) {
@@ -50,17 +54,16 @@ __m128i load(const uint8_t* bytes) {
     __m128i fourth = load(bytes + 3 * kBlock);
     uint64_t done = 4 * kBlock;
     for (; length - done >= 4 * kBlock; done += 4 * kBlock) {
-        constexpr int kBits = 4 * 128;
-        first = fold<kBits>(first, load(bytes + done));
-        second = fold<kBits>(second, load(bytes + done + kBlock));
-        third = fold<kBits>(third, load(bytes + done + 2 * kBlock));
-        fourth = fold<kBits>(fourth, load(bytes + done + 3 * kBlock));
+        first = fold(first, load(bytes + done), kByFourBlocks);
+        second = fold(second, load(bytes + done + kBlock), kByFourBlocks);
+        third = fold(third, load(bytes + done + 2 * kBlock), kByFourBlocks);
+        fourth = fold(fourth, load(bytes + done + 3 * kBlock), kByFourBlocks);
     }
-    second = fold<128>(first, second);
-    third = fold<128>(second, third);
-    fourth = fold<128>(third, fourth);
+    second = fold(first, second, kByOneBlock);
+    third = fold(second, third, kByOneBlock);
+    fourth = fold(third, fourth, kByOneBlock);
     for (; length - done >= kBlock; done += kBlock) {
-        fourth = fold<128>(fourth, load(bytes + done));
+        fourth = fold(fourth, load(bytes + done), kByOneBlock);
     }
     _mm_storeu_si128(reinterpret_cast<__m128i*>(rest), fourth);
     return done;

@@ -89,14 +89,15 @@ __m128i last_pixel(__m128i block) {
         const __m128i last = _mm_srli_si128(_mm_slli_si128(block, 1), 13);
         const __m128i two = _mm_or_si128(last, _mm_slli_si128(last, 3));
         return _mm_or_si128(_mm_or_si128(two, _mm_slli_si128(two, 6)), _mm_slli_si128(last, 12));
+    } else {
+        if constexpr (channels == 1) {
+            block = _mm_unpackhi_epi8(block, block);
+        }
+        if constexpr (channels <= 2) {
+            block = _mm_shufflehi_epi16(block, 0xFF);
+        }
+        return _mm_shuffle_epi32(block, 0xFF);
     }
-    if constexpr (channels == 1) {
-        block = _mm_unpackhi_epi8(block, block);
-    }
-    if constexpr (channels <= 2) {
-        block = _mm_shufflehi_epi16(block, 0xFF);
-    }
-    return _mm_shuffle_epi32(block, 0xFF);
 }
 
 // The only chain from block to block is one addition.

@@ -150,6 +150,15 @@ TEST(SurfaceFromPng, StartsFromZeros) {
     EXPECT_EQ(pixel_block(*surface), byte_vector(surface->getDataSize(), 0));
 }
 
+TEST(SurfaceFromPng, FillsABlockThatAsksForLargePagesAsAnyOther) {
+    png_maker maker = png().gray(2100, 2000);
+
+    const auto surface = convert_png(maker.bytes());
+
+    ASSERT_NE(surface, nullptr);
+    EXPECT_TRUE(slice(pixel_block(*surface), 0, maker.samples().size()) == maker.samples());
+}
+
 TEST(SurfaceFromPng, LeavesUnsetPaletteBytesZero) {
     const byte_vector file = png().indexed(2, 2).plte(byte_vector(30, 9)).trns({}).bytes();
 
