@@ -4,7 +4,7 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing cmake make clang-14 llvm-14 libgtest-dev zlib1g-dev libpng-dev
+install_missing cmake make clang-14 llvm-14 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 configure coverage
 build coverage
@@ -16,7 +16,7 @@ export LLVM_PROFILE_FILE="$folder/profiles/%2m.profraw"
 
 llvm-profdata-14 merge -o "$folder/suite.profdata" "$folder"/profiles/*.profraw
 programs=("$folder/bin/pngslab")
-for program in "$folder"/bin/*_tests "$folder"/bin/draw_on_surface; do
+for program in "$folder"/bin/*_tests "$folder"/bin/{draw_on_surface,slabtool}; do
     programs+=(-object "$program")
 done
 cd "$tree"

@@ -3,7 +3,7 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake make clang-tidy-14
+install_missing g++ cmake make clang-tidy-14 libpng-dev libcli11-dev
 
 configure debug -DPNGSLAB_TESTS=OFF
 cd "$tree"

@@ -16,7 +16,8 @@ TESTS = {
     "src": ["src_tests", "tools_tests"],
     "inflate": ["inflate_tests", "inflate_fixed_codes_tests", "png_tests"],
     "png": ["png_tests", "tools_tests"],
-    "tools": ["tools_tests"],
+    "tools/surface_generator": ["tools_tests"],
+    "tools/slabtool": ["slabtool_tests"],
 }
 SECONDS_A_PROGRAM = 120  # a change may make a loop endless: that counts as noticed
 
@@ -54,6 +55,11 @@ def changes_of(path):
             yield offset + match.start(), number, new
 
 
+def folder_of(path):
+    """The folder of TESTS that a file belongs to."""
+    return next(folder for folder in TESTS if path.is_relative_to(folder))
+
+
 def sample(tree, count, seed, places):
     """The changes to try: the same for the same seed, every file in proportion to its code."""
     everything = []
@@ -78,7 +84,7 @@ class Workshop:
         self.build = folder / "build"
         shutil.copytree(tree, self.source, ignore=shutil.ignore_patterns("build*", ".git"))
         run(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.build, "-DPNGSLAB_TESTS=ON",
-             "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1"], check=True)
+             "-DPNGSLAB_TOOL=ON", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1"], check=True)
         run(["ninja", "-C", self.build], check=True)
 
     def make(self, folder):
@@ -102,9 +108,9 @@ class Workshop:
         assert original.startswith(old, offset)
         file.write_text(original[:offset] + new + original[offset + len(old):])
         try:
-            if not self.make(path.parts[0]):
+            if not self.make(folder_of(path)):
                 return "does not compile"
-            return "killed" if self.is_noticed(path.parts[0]) else "SURVIVED"
+            return "killed" if self.is_noticed(folder_of(path)) else "SURVIVED"
         finally:
             file.write_text(original)
 

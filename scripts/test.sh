@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake make clang-format-14 libgtest-dev zlib1g-dev libpng-dev
+install_missing g++ cmake make clang-format-14 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 echo "Formatting"
 (cd "$tree" && find src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' |
@@ -13,7 +13,7 @@ echo "Formatting"
 
 for preset in release asan; do
     echo "Building $preset"
-    configure "$preset" -DPNGSLAB_TESTS=ON -DPNGSLAB_WARNINGS_AS_ERRORS=ON
+    configure "$preset" -DPNGSLAB_TESTS=ON -DPNGSLAB_TOOL=ON -DPNGSLAB_WARNINGS_AS_ERRORS=ON
     build "$preset"
     (cd "$tree" && ctest --preset "$preset" --parallel "$(nproc)" --progress)
 done

@@ -5,23 +5,15 @@
 //     check_corpus FOLDER
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
+#include "tests/corpus/corpus_run.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/png_oracle.h"
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <map>
 #include <memory>
 #include <string>
 
 namespace {
-
-byte_vector read_file(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 uint32_t big_endian_at(const byte_vector& bytes, size_t offset) {
     return uint32_t{bytes[offset]} << 24 | uint32_t{bytes[offset + 1]} << 16 |
@@ -112,21 +104,8 @@ int main(int argc, char** argv) {
         std::puts("usage: check_corpus FOLDER");
         return 2;
     }
-    std::map<std::string, int> counts;
-    bool failed = false;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[1])) {
-        if (!entry.is_regular_file() || entry.is_symlink() || entry.path().extension() != ".png") {
-            continue;
-        }
-        const std::string verdict = verdict_on(read_file(entry.path()));
-        ++counts[verdict];
-        if (is_failure(verdict)) {
-            failed = true;
-            std::printf("%s: %s\n", entry.path().c_str(), verdict.c_str());
-        }
-    }
-    for (const auto& [verdict, count] : counts) {
-        std::printf("%6d  %s\n", count, verdict.c_str());
-    }
-    return failed ? 1 : 0;
+    return run_on_corpus(argv[1], [](const std::filesystem::path& path) {
+        const std::string verdict = verdict_on(read_file(path));
+        return corpus_verdict{verdict, is_failure(verdict)};
+    });
 }

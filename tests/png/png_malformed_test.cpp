@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 #include <new>
-#include <zlib.h>
 
 namespace {
 
@@ -22,34 +21,6 @@ std::vector<png_maker> small_images() {
         png().indexed(6, 3).palette(4).trns({1, 2, 3}).chunk_before_idat({"tEXt", {'a', 0, 'b'}}),
         png().gray_alpha(4, 4).idat_split_at({2, 4, 6}),
         png().rgba(3, 4).deflate_stream(raw_deflate(png().rgba(3, 4).filtered(), {0, 0, 15, 8}))};
-}
-
-size_t big_endian_at(const byte_vector& bytes, size_t at) {
-    size_t word = 0;
-    for (size_t i = 0; i < 4; ++i) {
-        word = word << 8 | bytes[at + i];
-    }
-    return word;
-}
-
-void put_big_endian(byte_vector& bytes, size_t at, uint32_t word) {
-    for (size_t i = 0; i < 4; ++i) {
-        bytes[at + i] = static_cast<uint8_t>(word >> (24 - 8 * i));
-    }
-}
-
-// Gives every chunk that the file holds in full the CRC that its bytes call for.
-byte_vector with_mended_crcs(byte_vector file) {
-    for (size_t at = 8; at + 12 <= file.size();) {
-        const size_t length = big_endian_at(file, at);
-        if (length > file.size() - at - 12) {
-            break;
-        }
-        const uLong crc = crc32(0, file.data() + at + 4, static_cast<uInt>(length + 4));
-        put_big_endian(file, at + 8 + length, static_cast<uint32_t>(crc));
-        at += 12 + length;
-    }
-    return file;
 }
 
 // All that a conversion gives, or nothing.

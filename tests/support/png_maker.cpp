@@ -25,6 +25,20 @@ int paeth_predictor(int left, int up, int up_left) {
     return to_up <= to_up_left ? up : up_left;
 }
 
+size_t big_endian_at(const byte_vector& bytes, size_t at) {
+    size_t word = 0;
+    for (size_t i = 0; i < 4; ++i) {
+        word = word << 8 | bytes[at + i];
+    }
+    return word;
+}
+
+void put_big_endian(byte_vector& bytes, size_t at, uint32_t word) {
+    for (size_t i = 0; i < 4; ++i) {
+        bytes[at + i] = static_cast<uint8_t>(word >> (24 - 8 * i));
+    }
+}
+
 } // namespace
 
 int predict_sample(uint8_t filter, int left, int up, int up_left) {
@@ -284,4 +298,17 @@ png_chunk& chunk_named(std::vector<png_chunk>& chunks, const std::string& name) 
         throw std::out_of_range("no chunk " + name);
     }
     return *found;
+}
+
+byte_vector with_mended_crcs(byte_vector file) {
+    for (size_t at = 8; at + 12 <= file.size();) {
+        const size_t length = big_endian_at(file, at);
+        if (length > file.size() - at - 12) {
+            break;
+        }
+        const uLong crc = crc32(0, file.data() + at + 4, static_cast<uInt>(length + 4));
+        put_big_endian(file, at + 8 + length, static_cast<uint32_t>(crc));
+        at += 12 + length;
+    }
+    return file;
 }

@@ -117,3 +117,6 @@ png_maker png();
 
 /// The chunk called `name` of a list.
 png_chunk& chunk_named(std::vector<png_chunk>& chunks, const std::string& name);
+
+/// Gives every chunk that a file holds in full the CRC that its bytes call for.
+byte_vector with_mended_crcs(byte_vector file);

@@ -36,42 +36,60 @@ void read_palette(png_structp context, png_infop info, byte_vector& palette) {
     }
 }
 
+void ask_for_8_bits(png_structp context, png_infop info, oracle_reading reading) {
+    const bool is_indexed = png_get_color_type(context, info) == PNG_COLOR_TYPE_PALETTE;
+    png_set_scale_16(context);
+    if (is_indexed) {
+        png_set_packing(context);
+    } else {
+        png_set_expand_gray_1_2_4_to_8(context);
+    }
+    if (!is_indexed && reading == oracle_reading::with_key_alpha) {
+        png_set_tRNS_to_alpha(context);
+    }
+}
+
 // Everything between the two jumps: objects with destructors live in the caller's frame only.
-void read_image(png_structp context, png_infop info, oracle_image& image) {
+void read_image(png_structp context, png_infop info, oracle_image& image, oracle_reading reading) {
     png_read_info(context, info);
     image.width = png_get_image_width(context, info);
     image.height = png_get_image_height(context, info);
     if (png_get_color_type(context, info) & PNG_COLOR_MASK_COLOR) {
         png_set_bgr(context);
     }
+    if (reading != oracle_reading::as_stored) {
+        ask_for_8_bits(context, info, reading);
+    }
+    const int passes = png_set_interlace_handling(context);
     png_read_update_info(context, info);
     const size_t row_bytes = png_get_rowbytes(context, info);
     image.pixels.resize(row_bytes * image.height);
-    for (uint32_t row = 0; row < image.height; ++row) {
-        png_read_row(context, image.pixels.data() + row * row_bytes, nullptr);
+    for (uint32_t row = 0; row < image.height * static_cast<uint32_t>(passes); ++row) {
+        png_read_row(context, image.pixels.data() + row % image.height * row_bytes, nullptr);
     }
     png_read_end(context, nullptr);
     read_palette(context, info, image.palette);
 }
 
-bool try_read_image(png_structp context, png_infop info, oracle_image& image) {
+bool try_read_image(png_structp context, png_infop info, oracle_image& image,
+                    oracle_reading reading) {
     if (setjmp(png_jmpbuf(context)) != 0) {
         return false;
     }
-    read_image(context, info, image);
+    read_image(context, info, image, reading);
     return true;
 }
 
 } // namespace
 
-std::optional<oracle_image> oracle_decode_png(const byte_vector& file) {
+std::optional<oracle_image> oracle_decode_png(const byte_vector& file, oracle_reading reading) {
     png_structp context =
         png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leave_on_error, ignore_warning);
     png_infop info = png_create_info_struct(context);
     file_reader reader{file};
     png_set_read_fn(context, &reader, read_bytes);
     oracle_image image{};
-    const bool read = try_read_image(context, info, image);
+    const bool read = try_read_image(context, info, image, reading);
     png_destroy_read_struct(&context, &info, nullptr);
     return read ? std::optional(image) : std::nullopt;
 }

@@ -11,6 +11,13 @@ struct oracle_image {
     byte_vector palette; ///< blue, green, red an entry; empty without a PLTE chunk
 };
 
-/// What libpng reads from a file of 8-bit samples, without any conversion but the order of the
-/// channels; nothing if it refuses the file.
-std::optional<oracle_image> oracle_decode_png(const byte_vector& file);
+/// What becomes of other samples than those of 8 bits, and of key colours.
+enum class oracle_reading {
+    as_stored,      ///< no conversion but the order of the channels
+    as_8_bits,      ///< widened or narrowed, indices unpacked
+    with_key_alpha, ///< as 8 bits, and key colours as alpha
+};
+
+/// What libpng reads from a file; nothing if it refuses the file.
+std::optional<oracle_image> oracle_decode_png(const byte_vector& file,
+                                              oracle_reading reading = oracle_reading::as_stored);

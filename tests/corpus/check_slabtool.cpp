@@ -1,0 +1,115 @@
+// Holds slabtool against pngslab and libpng on every PNG file below a folder: `check` must be of
+// pngslab's opinion, and `prepare` must make of every image that libpng reads one that pngslab takes,
+// with the same pixels. Not a part of the suite, since the images come from elsewhere.
+//
+//     check_slabtool FOLDER
+#include "tests/corpus/corpus_run.h"
+#include "tests/support/png_oracle.h"
+#include "tests/support/run_program.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder for what the programs write, gone with the run.
+class scratch_folder {
+public:
+    scratch_folder() {
+        std::string name = (fs::temp_directory_path() / "pngslab-corpus-XXXXXX").string();
+        if (mkdtemp(name.data()) == nullptr) {
+            throw std::runtime_error("no scratch folder");
+        }
+        mPath = name;
+    }
+    scratch_folder(const scratch_folder&) = delete;
+    scratch_folder& operator=(const scratch_folder&) = delete;
+    ~scratch_folder() { fs::remove_all(mPath); }
+
+    std::string file(const char* name) const { return (mPath / name).string(); }
+
+private:
+    fs::path mPath;
+};
+
+bool succeeds(const std::string& program, const std::vector<std::string>& arguments) {
+    const program_outcome outcome = run_program(program, arguments, "/");
+    if (outcome.exit_status != 0 && outcome.exit_status != 1) {
+        throw std::runtime_error(program + " ended abnormally on " + arguments[1] + ": " +
+                                 outcome.errors);
+    }
+    return outcome.exit_status == 0;
+}
+
+class slabtool_judge {
+public:
+    corpus_verdict operator()(const fs::path& image) const {
+        const std::string path = fs::absolute(image).string();
+        const bool is_taken = converts(path);
+        if (is_taken != succeeds(PNGSLAB_SLABTOOL, {"check", path})) {
+            return {"check and pngslab DISAGREE", true};
+        }
+        const std::string before = is_taken ? "taken before" : "refused before";
+        for (const bool with_alpha : {false, true}) {
+            const corpus_verdict verdict = prepare(path, with_alpha);
+            if (verdict.is_failure || with_alpha) {
+                return {before + ", " + verdict.words, verdict.is_failure};
+            }
+        }
+        return {};
+    }
+
+private:
+    bool converts(const std::string& path) const {
+        return succeeds(PNGSLAB_PROGRAM,
+                        {"--image", path, "--output", mScratch.file("image.surface")});
+    }
+
+    corpus_verdict prepare(const std::string& path, bool with_alpha) const {
+        const std::string output = mScratch.file("prepared.png");
+        std::vector<std::string> arguments = {"prepare", path, output};
+        if (with_alpha) {
+            arguments.emplace_back("--key-to-alpha");
+        }
+        const auto expected =
+            oracle_decode_png(read_file(path), with_alpha ? oracle_reading::with_key_alpha
+                                                          : oracle_reading::as_8_bits);
+        if (succeeds(PNGSLAB_SLABTOOL, arguments) != expected.has_value()) {
+            return {"prepare and libpng DISAGREE", true};
+        }
+        if (!expected) {
+            return {"refused by libpng", false};
+        }
+        if (!converts(output)) {
+            return {"prepared, and STILL REFUSED", true};
+        }
+        const auto prepared = oracle_decode_png(read_file(output));
+        if (!prepared || prepared->pixels != expected->pixels ||
+            prepared->palette != palette_of(*expected)) {
+            return {"prepared, and DIFFERENT", true};
+        }
+        return {"prepared, equal, taken", false};
+    }
+
+    // Truecolour images lose theirs.
+    static byte_vector palette_of(const oracle_image& image) {
+        const bool is_indexed = image.pixels.size() == size_t{image.width} * image.height;
+        return is_indexed ? image.palette : byte_vector();
+    }
+
+    scratch_folder mScratch;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::puts("usage: check_slabtool FOLDER");
+        return 2;
+    }
+    const slabtool_judge judge;
+    return run_on_corpus(argv[1], std::cref(judge));
+}

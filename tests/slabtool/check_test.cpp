@@ -1,0 +1,282 @@
+// slabtool check: every kind of refusal by its words, and agreement with the converter itself.
+#include "tests/slabtool/slabtool_test.h"
+#include "tests/support/deflate_maker.h"
+#include "tests/support/png_maker.h"
+#include "tests/support/png_writer.h"
+
+#include <zlib.h>
+
+namespace {
+
+class Check : public SlabtoolTest {
+protected:
+    // Expects these words behind "a.png: ", and the converter to be of the same opinion.
+    void expectVerdict(const std::string& words, const byte_vector& image,
+                       const std::vector<std::string>& options = {}) const {
+        const bool isTaken = words.starts_with("taken");
+        write("a.png", image);
+        std::vector<std::string> arguments = {"check", "a.png"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        expectTool(isTaken ? 0 : 1, "a.png: " + words + "\n", "", arguments);
+        EXPECT_EQ(isTaken, converterTakes(image, options)) << words;
+    }
+
+    void expectMendable(const std::string& reason, const byte_vector& image) const {
+        expectVerdict("refused: " + reason + "; mend it by: slabtool prepare a.png a-prepared.png",
+                      image);
+    }
+
+    void expectBroken(const std::string& reason, const byte_vector& image,
+                      const std::string& libpng) const {
+        expectVerdict("refused: " + reason + "; it cannot be mended, since libpng says: " + libpng,
+                      image);
+    }
+};
+
+// A sound image of 2 by 2 pixels with other header fields.
+byte_vector withHeader(size_t at, uint8_t value) {
+    std::vector<png_chunk> chunks = png().gray(2, 2).chunks();
+    chunks.front().data[at] = value;
+    return png_file(chunks);
+}
+
+TEST_F(Check, TakesEveryKindOfImageThatTheConverterTakes) {
+    expectVerdict("taken: I8, 3 x 2", png().gray(3, 2).bytes());
+    expectVerdict("taken: AI88, 3 x 2", png().gray(3, 2).trns({0, 1}).bytes());
+    expectVerdict("taken: RGB888, 3 x 2", png().rgb(3, 2).bytes());
+    expectVerdict("taken: ARGB8888, 3 x 2", png().rgb(3, 2).trns(byte_vector(6, 1)).bytes());
+    expectVerdict("taken: I8, 3 x 2", png().indexed(3, 2).bytes());
+    expectVerdict("taken: AI88, 3 x 2", png().gray_alpha(3, 2).bytes());
+    expectVerdict("taken: ARGB8888, 3 x 2", png().rgba(3, 2).bytes());
+    expectVerdict("taken: A8, 3 x 2", png().gray(3, 2).bytes(), {"--alphaonly"});
+}
+
+TEST_F(Check, NamesOtherDepthsAndInterlacing) {
+    expectMendable("1 bit a sample instead of 8",
+                   libpng_encode(noise_image(kGray, 1, false, 9, 9)));
+    expectMendable("4 bits a sample instead of 8",
+                   libpng_encode(noise_image(kIndexed, 4, false, 9, 9)));
+    expectMendable("16 bits a sample instead of 8",
+                   libpng_encode(noise_image(kRgb, 16, false, 9, 9)));
+    expectMendable("interlaced", libpng_encode(noise_image(kRgb, 8, true, 9, 9)));
+    expectMendable("16 bits a sample instead of 8, and interlaced",
+                   libpng_encode(noise_image(kRgba, 16, true, 9, 9)));
+}
+
+TEST_F(Check, NamesFixedCodeBlocks) {
+    const byte_vector rows = {0, 1, 0, 1}; // two lines of one pixel
+    const byte_vector raw = deflate_maker().fixed(block_is::last).literals(rows).end().bytes();
+    png_maker image = png().gray(1, 2).filter(kNone).pixels({1, 1}).deflate_stream(raw);
+    expectMendable("a fixed-code DEFLATE block in bytes 2 to 7 of the image data", image.bytes());
+    // The range counts on over the chunks.
+    expectMendable("a fixed-code DEFLATE block in bytes 2 to 7 of the image data",
+                   image.idat_split_at({3, 5}).bytes());
+}
+
+TEST_F(Check, NamesSuggestedPalettes) {
+    expectMendable("a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
+                   png().rgb(2, 2).palette(3).bytes());
+    expectMendable("a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
+                   png().rgba(2, 2).palette(3).bytes());
+}
+
+TEST_F(Check, NamesPalettesThatShouldNotBe) {
+    expectMendable("a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
+                   png().gray(2, 2).plte({1, 2, 3}).bytes());
+    expectBroken("a second palette: chunk 3 (PLTE, bytes 48 to 62)",
+                 png().indexed(2, 2).plte({1, 2, 3}).another_plte({1, 2, 3}).bytes(),
+                 "PLTE: duplicate");
+    expectBroken(
+        "a palette of 4 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 to "
+        "48)",
+        png().indexed(2, 2).plte({1, 2, 3, 4}).bytes(), "PLTE: invalid");
+}
+
+TEST_F(Check, NamesMissingAndLatePalettes) {
+    std::vector<png_chunk> chunks = png().indexed(2, 2).palette(4).chunks();
+    std::swap(chunks[1], chunks[2]); // image data first
+    const byte_vector late = png_file(chunks);
+    chunks.erase(chunks.begin() + 2);
+    expectBroken("an indexed image without a palette", png_file(chunks),
+                 "IDAT: Missing PLTE before IDAT");
+    write("a.png", late);
+    EXPECT_TRUE(tool({"check", "a.png"})
+                    .output.starts_with("a.png: refused: image data in front of the palette: "
+                                        "chunk 2 (IDAT, bytes 33 to "));
+    EXPECT_FALSE(converterTakes(late));
+}
+
+TEST_F(Check, NamesTransparencyThatDoesNotFit) {
+    expectMendable("transparency of 3 bytes, which does not fit the palette of 2 entries: chunk 3 "
+                   "(tRNS, bytes 51 to 65)",
+                   png().indexed(2, 2).palette(2).trns({1, 2, 3}).pixels({0, 1, 0, 1}).bytes());
+    expectMendable("transparency of 1 bytes, which does not fit the colour type: chunk 2 (tRNS, "
+                   "bytes 33 to 45)",
+                   png().gray(2, 2).trns({1}).bytes());
+    expectMendable("transparency in an image that has alpha: chunk 2 (tRNS, bytes 33 to 46)",
+                   png().gray_alpha(2, 2).trns({1, 2}).bytes());
+    write("a.png", png().gray(2, 2).chunk_after_idat({"tRNS", {0, 1}}).bytes());
+    EXPECT_TRUE(
+        tool({"check", "a.png"})
+            .output.starts_with("a.png: refused: transparency behind image data: chunk 3 "));
+    EXPECT_FALSE(converterTakes(read("a.png")));
+}
+
+TEST_F(Check, NamesFailingChecksums) {
+    std::vector<png_chunk> chunks =
+        png().gray(2, 2).chunk_before_idat({"tEXt", {'a', 0, 'b'}, 0x10}).chunks();
+    const program_outcome outcome = [&] {
+        write("a.png", png_file(chunks));
+        return tool({"check", "a.png"});
+    }();
+    EXPECT_TRUE(outcome.output.starts_with(
+        "a.png: refused: the checksum of chunk 2 (tEXt, bytes 33 to 47) is "))
+        << outcome.output;
+    EXPECT_TRUE(outcome.output.ends_with("; mend it by: slabtool prepare a.png a-prepared.png\n"));
+    EXPECT_FALSE(converterTakes(png_file(chunks)));
+}
+
+TEST_F(Check, NamesCutFiles) {
+    const byte_vector file = png().gray(2, 2).bytes();
+    const size_t end = file.size();
+    for (const size_t missing : {1U, 11U}) {
+        expectBroken("the file ends inside the frame of chunk 3", slice(file, 0, end - missing),
+                     "the file ends too early");
+    }
+    expectBroken("the file ends inside chunk 2 (IDAT, bytes 33 to " + std::to_string(end - 13) +
+                     "), 1 bytes too early",
+                 slice(file, 0, end - 13), "the file ends too early");
+    expectBroken("the file ends behind chunk 2, without an IEND chunk", slice(file, 0, end - 12),
+                 "the file ends too early");
+    expectBroken("the file ends inside chunk 1 (IHDR, bytes 8 to 32), 1 bytes too early",
+                 slice(file, 0, 32), "the file ends too early");
+}
+
+TEST_F(Check, NamesFilesThatAreNoPng) {
+    expectBroken("not a PNG file: its first 8 bytes are others", {'G', 'I', 'F', '8', '9'},
+                 "the file ends too early");
+    expectBroken("not a PNG file: its first 8 bytes are others", byte_vector(100, 'x'),
+                 "Not a PNG file");
+    expectVerdict("refused: the file is empty", {});
+}
+
+TEST_F(Check, NamesHeadersThatAreWrong) {
+    expectBroken("the file does not begin with an IHDR chunk of 13 bytes, but with chunk 1 (tEXt, "
+                 "bytes 8 to 20)",
+                 png_file({{"tEXt", {1}}, {"IEND", {}}}), "tEXt: missing IHDR");
+    expectBroken("the header declares no pixels: 0 x 2",
+                 png().gray(2, 2).declared_size(0, 2).bytes(), "Invalid IHDR data");
+    expectBroken("the header has colour type 5, which does not exist", withHeader(9, 5),
+                 "Invalid IHDR data");
+    expectBroken("the header has 3 bits a sample, which colour type 0 cannot have",
+                 withHeader(8, 3), "Invalid IHDR data");
+    expectBroken("the header has 4 bits a sample, which colour type 2 cannot have",
+                 png().rgb(2, 2).bit_depth(4).bytes(), "Invalid IHDR data");
+    expectBroken("the header has 16 bits a sample, which colour type 3 cannot have",
+                 png().indexed(2, 2).bit_depth(16).bytes(), "Invalid IHDR data");
+    expectBroken("the header has compression, filter and interlace method 1, 0 and 0, which do not "
+                 "all exist",
+                 withHeader(10, 1), "Invalid IHDR data");
+    expectBroken("the header has compression, filter and interlace method 0, 0 and 2, which do not "
+                 "all exist",
+                 withHeader(12, 2), "Invalid IHDR data");
+}
+
+TEST_F(Check, NamesUnknownChunksAndSecondHeaders) {
+    expectBroken("a critical chunk of unknown meaning: chunk 2 (ABCD, bytes 33 to 45)",
+                 png().gray(2, 2).chunk_before_idat({"ABCD", {1}}).bytes(),
+                 "ABCD: unhandled critical chunk");
+    const png_chunk header = {"IHDR", png().gray(2, 2).image_header()};
+    expectBroken("a second header: chunk 2 (IHDR, bytes 33 to 57)",
+                 png().gray(2, 2).chunk_before_idat(header).bytes(), "IHDR: out of place");
+}
+
+TEST_F(Check, NamesImageDataThatAreMissingOrBroken) {
+    std::vector<png_chunk> chunks = png().gray(2, 2).chunks();
+    chunks.erase(chunks.begin() + 1);
+    write("a.png", png_file(chunks));
+    EXPECT_TRUE(
+        tool({"check", "a.png"}).output.starts_with("a.png: refused: there are no image data; "));
+    EXPECT_FALSE(converterTakes(png_file(chunks)));
+    expectMendable("image data of fewer than 2 bytes: chunk 2 (IDAT, bytes 33 to 45)",
+                   png().gray(2, 2).idat_split_at({1}).bytes());
+    expectBroken("the image data end before their last DEFLATE block does",
+                 png().gray(2, 2).idat_bytes({0x78, 0x9C}).bytes(), "Not enough image data");
+    const byte_vector invalid = deflate_maker().block_header(3, block_is::last).bits(0, 30).bytes();
+    expectBroken("the image data are broken at byte 2: a block of a type that does not exist",
+                 png().gray(2, 2).deflate_stream(invalid).bytes(), "IDAT: invalid block type");
+    expectMendable("the image data hold more lines than the header declares",
+                   png().gray(9, 9).declared_size(9, 5).bytes());
+}
+
+TEST_F(Check, NamesImagesThatAreNotGreyForAlphaOnly) {
+    expectVerdict("refused: not plain greyscale, which alpha-only surfaces are made of; pngslab "
+                  "takes it without --alphaonly",
+                  png().rgb(2, 2).bytes(), {"--alphaonly"});
+    expectVerdict("refused: not plain greyscale, which alpha-only surfaces are made of; pngslab "
+                  "takes it without --alphaonly",
+                  png().gray_alpha(2, 2).bytes(), {"--alphaonly"});
+}
+
+TEST_F(Check, NamesOtherSuffixes) {
+    write("it's.PNG", png().gray(2, 2).bytes());
+    expectTool(1,
+               "it's.PNG: refused: its name does not end in .png; mend it by: mv 'it'\\''s.PNG' "
+               "'it'\\''s.png'\n",
+               "", {"check", "it's.PNG"});
+    write(".hidden", png().gray(2, 2).bytes());
+    expectTool(1,
+               ".hidden: refused: its name does not end in .png; mend it by: mv .hidden "
+               ".hidden.png\n",
+               "", {"check", ".hidden"});
+    EXPECT_EQ(1, run({"--image", "it's.PNG", "--output", "a.surface"}).exit_status);
+}
+
+TEST_F(Check, NamesCommandsThatWork) {
+    const byte_vector image = libpng_encode(noise_image(kGray, 16, false, 2, 2));
+    write("a.png", image);
+    write("-a b.png", image);
+    EXPECT_EQ("-: refused: 16 bits a sample instead of 8; mend it by: slabtool prepare - "
+              "image-prepared.png\n",
+              shell("$0 check - < a.png").output);
+    const std::string command = "slabtool prepare './-a b.png' './-a b-prepared.png'";
+    expectTool(1, "-a b.png: refused: 16 bits a sample instead of 8; mend it by: " + command + "\n",
+               "", {"check", "--", "-a b.png"});
+    EXPECT_EQ(0, shell("slabtool() { \"$s\" \"$@\"; }; s=$0; " + command).exit_status);
+    EXPECT_TRUE(exists("-a b-prepared.png"));
+}
+
+TEST_F(Check, PrintsOneLineForEveryOneOfThousands) {
+    write("good.png", png().gray(2, 2).bytes());
+    write("bad.png", {1});
+    std::vector<std::string> arguments = {"check", "missing.png", "."};
+    std::string lines = "missing.png: refused: cannot be opened: No such file or directory\n"
+                        ".: refused: cannot be read: Is a directory\n";
+    for (int i = 0; i < 2000; ++i) {
+        arguments.insert(arguments.end(), {"good.png", "bad.png"});
+        lines += "good.png: taken: I8, 2 x 2\n"
+                 "bad.png: refused: not a PNG file: its first 8 bytes are others; it cannot be "
+                 "mended, since libpng says: the file ends too early\n";
+    }
+    expectTool(1, lines, "", arguments);
+}
+
+TEST_F(Check, ShowsNoControlCharacters) {
+    expectTool(1, "a?b.png: refused: cannot be opened: No such file or directory\n", "",
+               {"check", "a\nb.png"});
+}
+
+TEST_F(Check, AgreesWithTheConverterOnDamagedFiles) {
+    const byte_vector file = png().rgba(6, 6).idat_split_at({20}).bytes();
+    test_rng rng(1);
+    for (int i = 0; i < 60; ++i) {
+        byte_vector damaged = file;
+        damaged[random_between(rng, 24, static_cast<uint32_t>(file.size() - 1))] ^=
+            static_cast<uint8_t>(1U << rng() % 8);
+        damaged = i % 2 == 0 ? damaged : with_mended_crcs(damaged);
+        write("a.png", damaged);
+        EXPECT_EQ(converterTakes(damaged), tool({"check", "a.png"}).exit_status == 0) << i;
+    }
+}
+
+} // namespace

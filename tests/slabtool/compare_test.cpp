@@ -1,0 +1,115 @@
+// slabtool compare: equal files, and every way in which two can differ.
+#include "tests/slabtool/slabtool_test.h"
+#include "tests/src/surface_makers.h"
+#include "tests/support/png_maker.h"
+
+namespace {
+
+class Compare : public SlabtoolTest {
+protected:
+    void expectComparison(int exitStatus, const std::string& output, const byte_vector& first,
+                          const byte_vector& second) const {
+        write("a.surface", first);
+        write("b.surface", second);
+        expectTool(exitStatus, output, "", {"compare", "a.surface", "b.surface"});
+    }
+};
+
+byte_vector surfaceOf(uint32_t rotation, DsColorMode mode, uint32_t width, uint32_t height,
+                      const byte_vector& lines) {
+    byte_vector file =
+        makeFileHeader(rotation, mode, width, height, static_cast<uint32_t>(lines.size()) / height);
+    append(file, lines);
+    file.resize((file.size() + 3) / 4 * 4);
+    return file;
+}
+
+TEST_F(Compare, FindsEveryFileOfTheConverterEqualToItself) {
+    for (const uint8_t type : kColorTypes) {
+        const byte_vector file = makeSurface("a.surface", png().image(type, 6, 5).bytes());
+        expectComparison(0, "equal\n", file, file);
+    }
+}
+
+TEST_F(Compare, FindsEveryChangedPixel) {
+    for (const DsColorMode mode : kModesWithPixels) {
+        const uint32_t pixel = bytesPerPixel(mode);
+        byte_vector lines(size_t{12} * pixel);
+        const byte_vector before = surfaceOf(0, mode, 4, 3, lines);
+        lines[7 * pixel - 1] = 1;  // x 2, y 1
+        lines[12 * pixel - 1] = 1; // x 3, y 2
+        const byte_vector after = surfaceOf(0, mode, 4, 3, lines);
+        const program_outcome outcome = [&] {
+            write("a.surface", before);
+            write("b.surface", after);
+            return tool({"compare", "a.surface", "b.surface"});
+        }();
+        EXPECT_EQ(1, outcome.exit_status);
+        EXPECT_TRUE(outcome.output.starts_with("2 of 12 pixels differ, the first at x 2, y 1: 00"))
+            << outcome.output;
+    }
+}
+
+TEST_F(Compare, ShowsTheBytesOfTheFirstDifference) {
+    expectComparison(1, "1 of 2 pixels differ, the first at x 1, y 0: 04 05 06 and 04 ff 06\n",
+                     surfaceOf(0, DsColorMode::RGB888, 2, 1, {1, 2, 3, 4, 5, 6}),
+                     surfaceOf(0, DsColorMode::RGB888, 2, 1, {1, 2, 3, 4, 255, 6}));
+}
+
+TEST_F(Compare, LooksAtTheFirstPixelAndTheLast) {
+    const auto changed = [](size_t at) {
+        byte_vector lines(6);
+        lines[at] = 255;
+        return surfaceOf(0, DsColorMode::A8, 3, 2, lines);
+    };
+    const byte_vector blank = surfaceOf(0, DsColorMode::A8, 3, 2, byte_vector(6));
+    expectComparison(1, "1 of 6 pixels differ, the first at x 0, y 0: 00 and ff\n", blank,
+                     changed(0));
+    expectComparison(1, "1 of 6 pixels differ, the first at x 2, y 1: ff and 00\n", changed(5),
+                     blank);
+}
+
+TEST_F(Compare, DoesNotLookAtPadding) {
+    expectComparison(0, "equal\n", surfaceOf(0, DsColorMode::A8, 1, 2, {1, 2}),
+                     surfaceOf(0, DsColorMode::A8, 1, 2, {1, 99, 2, 99}));
+}
+
+TEST_F(Compare, NamesDifferentModesAndSizes) {
+    expectComparison(1, "different colour modes: A8 and I8\n",
+                     surfaceOf(0, DsColorMode::A8, 2, 2, {1, 2, 3, 4}),
+                     surfaceOf(0, DsColorMode::I8, 2, 2, {1, 2, 3, 4}));
+    expectComparison(1,
+                     "different colour modes: A8 and RGB565\n"
+                     "different sizes: 4 x 1 and 2 x 1\n",
+                     surfaceOf(0, DsColorMode::A8, 4, 1, {1, 2, 3, 4}),
+                     surfaceOf(0, DsColorMode::RGB565, 2, 1, {1, 2, 3, 4}));
+}
+
+TEST_F(Compare, ComparesTurnedFilesUpright) {
+    const byte_vector image = png().rgb(5, 3).bytes();
+    const byte_vector turned = makeSurface("turned", image, {"--rotation", "90"});
+    expectComparison(1, "different rotations: 0 and 90\nthe same pixels once both are upright\n",
+                     makeSurface("upright", image), turned);
+    byte_vector other = turned;
+    other[20] ^= 1; // the image's rightmost pixel of the first line
+    const program_outcome outcome = [&] {
+        write("other", other);
+        return tool({"compare", "upright", "other"});
+    }();
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_NE(std::string::npos,
+              outcome.output.find("1 of 15 pixels differ, the first at x 4, y 0: "))
+        << outcome.output;
+}
+
+TEST_F(Compare, RefusesBrokenFiles) {
+    const byte_vector good = surfaceOf(0, DsColorMode::A8, 2, 2, {1, 2, 3, 4});
+    write("a.surface", good);
+    write("b.surface", slice(good, 0, 23));
+    expectTool(1, "", "slabtool: b.surface: 1 bytes of the lines are missing\n",
+               {"compare", "a.surface", "b.surface"});
+    expectTool(1, "", "slabtool: c.surface: cannot be opened: No such file or directory\n",
+               {"compare", "c.surface", "a.surface"});
+}
+
+} // namespace

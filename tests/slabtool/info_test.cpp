@@ -1,0 +1,205 @@
+// slabtool info on the converter's files, on every kind of header, and on files that are no surfaces.
+#include "tests/slabtool/slabtool_test.h"
+#include "tests/src/surface_makers.h"
+#include "tests/support/png_maker.h"
+#include "tools/slabtool/json_text.h"
+#include "tools/slabtool/surface_file.h"
+
+namespace {
+
+constexpr const char* kModeNames[] = {"ARGB8888", "RGB888",    "RGB565", "ARGB1555",  "ARGB4444",
+                                      "I8",       "Reserved6", "AI88",   "Reserved8", "A8"};
+
+// A file of 4 by 3 pixels with nothing wrong, if the mode has pixels.
+byte_vector surfaceOfMode(uint32_t mode, uint32_t rotation = 0) {
+    const uint32_t stride = 4 * bytesPerPixel(DsColorMode{mode});
+    byte_vector file = makeFileHeader(rotation, DsColorMode{mode}, 4, 3, stride);
+    file.resize(20 + 3 * stride);
+    return file;
+}
+
+std::vector<std::string> problemsOf(const byte_vector& file) {
+    const SurfaceFacts facts = inspectSurface(file, file.size());
+    std::vector<std::string> all = facts.faults;
+    all.insert(all.end(), facts.oddities.begin(), facts.oddities.end());
+    return all;
+}
+
+using Problems = std::vector<std::string>;
+
+class Info : public SlabtoolTest {};
+
+TEST_F(Info, FindsEveryFileOfTheConverterConsistent) {
+    const byte_vector images[] = {
+        png().gray(5, 3).bytes(),       png().gray(5, 3).trns({0, 1}).bytes(),
+        png().rgb(5, 3).bytes(),        png().indexed(5, 3).bytes(),
+        png().gray_alpha(5, 3).bytes(), png().rgba(5, 3).bytes()};
+    for (const byte_vector& image : images) {
+        for (const char* rotation : {"90", "180"}) {
+            makeSurface("a.surface", image, {"--rotation", rotation});
+            EXPECT_EQ(0, tool({"info", "a.surface"}).exit_status);
+        }
+    }
+    makeSurface("a.surface", images[0], {"--alphaonly"});
+    EXPECT_EQ(0, tool({"info", "a.surface"}).exit_status);
+}
+
+TEST_F(Info, PrintsTheHeaderAndThePadding) {
+    byte_vector file = makeFileHeader(90, DsColorMode::RGB888, 3, 2, 12);
+    file.resize(44);
+    write("a.surface", file);
+    expectTool(0,
+               "a.surface: consistent\n"
+               "  rotation 90\n"
+               "  mode     1 (RGB888), 3 bytes a pixel\n"
+               "  size     3 x 2 pixels as stored\n"
+               "  stride   12 bytes, 3 of them padding\n"
+               "  file     44 bytes, 0 behind the last line\n",
+               "", {"info", "a.surface"});
+}
+
+TEST_F(Info, PrintsJson) {
+    write("a.surface", surfaceOfMode(9));
+    write("b \"b\"", {1, 2, 3});
+    expectTool(1,
+               "[\n"
+               "{\"file\": \"a.surface\", \"consistent\": true, \"bytes\": 32, \"rotation\": 0, "
+               "\"mode\": 9, \"modeName\": \"A8\", \"bytesPerPixel\": 1, \"width\": 4, "
+               "\"height\": 3, \"stride\": 4, \"linePadding\": 0, \"endPadding\": 0, "
+               "\"problems\": []},\n"
+               "{\"file\": \"b \\\"b\\\"\", \"consistent\": false, \"bytes\": 3, \"problems\": "
+               "[\"shorter than the header of 20 bytes\"]},\n"
+               "{\"file\": \"missing\", \"consistent\": false, \"problems\": "
+               "[\"cannot be opened: No such file or directory\"]}\n"
+               "]\n",
+               "slabtool: missing: cannot be opened: No such file or directory\n",
+               {"info", "--json", "a.surface", "b \"b\"", "missing"});
+}
+
+TEST_F(Info, GoesOnBehindFilesThatCannotBeRead) {
+    write("a.surface", surfaceOfMode(5));
+    const program_outcome outcome = tool({"info", "missing", ".", "a.surface"});
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_TRUE(outcome.output.starts_with("a.surface: consistent\n")) << outcome.output;
+    EXPECT_EQ("slabtool: missing: cannot be opened: No such file or directory\n"
+              "slabtool: .: cannot be read: Is a directory\n",
+              outcome.errors);
+}
+
+TEST_F(Info, ReadsStandardInput) {
+    write("a.surface", surfaceOfMode(5));
+    for (const char* command : {"$0 info - < a.surface", "cat a.surface | $0 info -"}) {
+        const program_outcome outcome = shell(command);
+        EXPECT_EQ(0, outcome.exit_status);
+        EXPECT_TRUE(outcome.output.starts_with("-: consistent\n")) << outcome.output;
+    }
+}
+
+TEST_F(Info, GivesUpOnFilesWithoutAnEnd) {
+    expectTool(1, "", "slabtool: /dev/zero: has more than 2 GiB\n", {"info", "/dev/zero"});
+}
+
+TEST_F(Info, SaysWhenItsWordsCannotBeWritten) {
+    write("a.surface", surfaceOfMode(5));
+    const program_outcome outcome = shell("$0 info a.surface > /dev/full");
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ("slabtool: standard output: No space left on device\n", outcome.errors);
+}
+
+TEST_F(Info, ReadsNoFurtherThanTheHeader) {
+    write("huge", makeFileHeader(0, DsColorMode::I8, 0x7FFFFFFF, 0x200, 0x7FFFFFFF));
+    std::filesystem::resize_file(path("huge"), uint64_t{0x7FFFFFFF} * 0x200 + 20);
+    EXPECT_EQ(0, tool({"info", "huge"}).exit_status); // it would not fit the memory
+}
+
+TEST(SurfaceHeaders, OfEveryModeWithPixelsAreSound) {
+    for (const DsColorMode mode : kModesWithPixels) {
+        EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(static_cast<uint32_t>(mode))));
+    }
+}
+
+TEST(SurfaceHeaders, OfReservedModesHaveNoPixels) {
+    EXPECT_EQ(Problems{"colour mode 6 (Reserved6) has no pixels"}, problemsOf(surfaceOfMode(6)));
+    EXPECT_EQ(Problems{"colour mode 8 (Reserved8) has no pixels"}, problemsOf(surfaceOfMode(8)));
+}
+
+TEST(SurfaceHeaders, OfUnknownModesAreRefused) {
+    EXPECT_EQ(Problems{"colour mode 10 is unknown"}, problemsOf(surfaceOfMode(10)));
+    EXPECT_EQ(Problems{"colour mode 4294967295 is unknown"}, problemsOf(surfaceOfMode(0xFFFFFFFF)));
+}
+
+TEST(SurfaceHeaders, HaveNamesForAllModes) {
+    for (uint32_t mode = 0; mode < 10; ++mode) {
+        EXPECT_STREQ(kModeNames[mode], colorModeName(mode));
+    }
+    EXPECT_STREQ("unknown", colorModeName(10));
+}
+
+TEST(SurfaceHeaders, NeedTwentyBytes) {
+    for (size_t size = 0; size < 20; ++size) {
+        EXPECT_EQ(Problems{"shorter than the header of 20 bytes"},
+                  problemsOf(slice(surfaceOfMode(0), 0, size)));
+    }
+}
+
+TEST(SurfaceHeaders, NeedAllOfTheirLines) {
+    EXPECT_EQ(Problems{"1 bytes of the lines are missing"},
+              problemsOf(slice(surfaceOfMode(0), 0, 67)));
+    EXPECT_EQ(Problems{"48 bytes of the lines are missing"},
+              problemsOf(slice(surfaceOfMode(0), 0, 20)));
+}
+
+TEST(SurfaceHeaders, SayHowLongTheFileIs) {
+    byte_vector file = surfaceOfMode(0);
+    file.resize(file.size() + 3);
+    EXPECT_EQ(Problems{"3 bytes too many at the end"}, problemsOf(file));
+    byte_vector unpadded = makeFileHeader(0, DsColorMode::I8, 3, 3, 3);
+    unpadded.resize(20 + 9);
+    EXPECT_EQ(Problems{"the size is not rounded up to a multiple of 4"}, problemsOf(unpadded));
+}
+
+TEST(SurfaceHeaders, MayHaveFourRotations) {
+    for (const uint32_t rotation : {0U, 90U, 180U, 270U}) {
+        EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(0, rotation)));
+    }
+    for (const uint32_t rotation : {1U, 360U, 0xFFFFFFFFU}) {
+        EXPECT_EQ(
+            Problems{"rotation " + std::to_string(rotation) + " is none of 0, 90, 180 and 270"},
+            problemsOf(surfaceOfMode(0, rotation)));
+    }
+}
+
+TEST(SurfaceHeaders, NeedPixelsAndStridesThatHoldThem) {
+    const auto problems = [](uint32_t width, uint32_t height, uint32_t stride) {
+        byte_vector file = makeFileHeader(0, DsColorMode::ARGB8888, width, height, stride);
+        file.resize(120);
+        return problemsOf(file);
+    };
+    EXPECT_EQ(Problems{"width 0 is not between 1 and 2147483647"}, problems(0, 3, 16));
+    EXPECT_EQ(Problems{"height 2147483648 is not between 1 and 2147483647"},
+              problems(1, 0x80000000, 16));
+    EXPECT_EQ("stride 15 is less than the 16 bytes of a line's pixels", problems(4, 1, 15).front());
+    EXPECT_EQ("stride 4 is less than the 4294967300 bytes of a line's pixels",
+              problems(0x40000001, 1, 4).front());
+}
+
+TEST(JsonText, EscapesWhatItMust) {
+    EXPECT_EQ("\"a\\\"b\\\\c\\u000Ad\"", jsonText("a\"b\\c\nd"));
+}
+
+TEST(JsonText, KeepsUtf8AndReplacesAnythingElse) {
+    EXPECT_EQ("\"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\"",
+              jsonText("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"));
+    EXPECT_EQ("\"\xF1\x80\x80\x80\"", jsonText("\xF1\x80\x80\x80"));
+    EXPECT_EQ("\"\\u0000\"", jsonText(std::string(1, '\0')));
+    EXPECT_EQ("\"a\\uFFFDb\"", jsonText("a\xE4"
+                                        "b"));
+    EXPECT_EQ("\"\\uFFFD\\uFFFD\"", jsonText("\xC0\x80"));            // overlong
+    EXPECT_EQ("\"\\uFFFD\\uFFFD\\uFFFD\"", jsonText("\xED\xA0\x80")); // a surrogate
+    EXPECT_EQ("\"\\uFFFDbc\"", jsonText("\xE4"
+                                        "bc"));
+    EXPECT_EQ("\"\\uFFFD\"", jsonText("\xC3")); // cut short
+    EXPECT_EQ("\"\\uFFFD\\uFFFD\\uFFFD\\uFFFD\"", jsonText("\xF4\x90\x80\x80"));
+}
+
+} // namespace

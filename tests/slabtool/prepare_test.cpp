@@ -1,0 +1,208 @@
+// slabtool prepare: what it makes is taken by the converter and has the pixels that it should have.
+#include "tests/slabtool/slabtool_test.h"
+#include "tests/support/png_maker.h"
+#include "tests/support/png_oracle.h"
+#include "tests/support/png_writer.h"
+
+#include <zlib.h>
+
+namespace {
+
+const std::string kKeyNote =
+    "slabtool: in.png: the colour that means \"transparent\" is kept, but pngslab does not apply "
+    "it; --key-to-alpha turns it into alpha\n";
+
+// How an indexed or other sample of `depth` bits looks with 8.
+uint8_t asEightBits(uint8_t type, uint32_t depth, uint32_t sample) {
+    if (type == kIndexed) {
+        return static_cast<uint8_t>(sample);
+    }
+    const uint64_t most = (uint64_t{1} << depth) - 1;
+    return static_cast<uint8_t>((sample * uint64_t{255} * 2 + most) / (2 * most)); // to the nearest
+}
+
+// In the order of the oracle.
+byte_vector expectedSamples(const written_image& image) {
+    byte_vector samples;
+    for (const uint32_t sample : samples_of(image)) {
+        samples.push_back(asEightBits(image.color_type, image.bit_depth, sample));
+    }
+    if (image.color_type == kRgb || image.color_type == kRgba) {
+        const size_t pixel = samples_per_pixel(image.color_type);
+        for (size_t at = 0; at < samples.size(); at += pixel) {
+            std::swap(samples[at], samples[at + 2]);
+        }
+    }
+    return samples;
+}
+
+class Prepare : public SlabtoolTest {
+protected:
+    // Prepares an image; the result must be taken by the converter.
+    byte_vector prepare(const byte_vector& image, const std::string& note = "",
+                        const std::vector<std::string>& options = {}) const {
+        write("in.png", image);
+        std::vector<std::string> arguments = {"prepare", "in.png", "out.png"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        expectTool(0, "", note, arguments);
+        const byte_vector prepared = read("out.png");
+        EXPECT_TRUE(converterTakes(prepared));
+        return prepared;
+    }
+
+    void expectPrepared(const written_image& image) const {
+        const auto prepared = oracle_decode_png(prepare(libpng_encode(image)));
+        ASSERT_TRUE(prepared.has_value());
+        EXPECT_EQ(expectedSamples(image), prepared->pixels)
+            << "type " << int{image.color_type} << ", depth " << int{image.bit_depth};
+    }
+};
+
+TEST_F(Prepare, MakesEveryTypeDepthAndInterlacingFit) {
+    struct Kind {
+        uint8_t type;
+        std::vector<uint8_t> depths;
+    };
+    const Kind kinds[] = {{kGray, {1, 2, 4, 8, 16}},
+                          {kRgb, {8, 16}},
+                          {kIndexed, {1, 2, 4, 8}},
+                          {kGrayAlpha, {8, 16}},
+                          {kRgba, {8, 16}}};
+    for (const auto& [type, depths] : kinds) {
+        for (const uint8_t depth : depths) {
+            for (const bool interlaced : {false, true}) {
+                expectPrepared(noise_image(type, depth, interlaced, 11, 9));
+            }
+        }
+    }
+}
+
+TEST_F(Prepare, KeepsPalettesAndTheirAlpha) {
+    written_image image = noise_image(kIndexed, 4, false, 9, 9);
+    image.trns = {1, 2, 3};
+    const byte_vector prepared = prepare(libpng_encode(image));
+    EXPECT_EQ(oracle_decode_png(libpng_encode(image))->palette,
+              oracle_decode_png(prepared)->palette);
+    EXPECT_NE(prepared.end(), std::search(prepared.begin(), prepared.end(),
+                                          std::begin("tRNS\1\2\3"), std::begin("tRNS\1\2\3") + 7));
+}
+
+TEST_F(Prepare, KeepsIndicesBeyondThePalette) {
+    const byte_vector indices = {0, 1, 200, 255};
+    const byte_vector prepared = prepare(png().indexed(2, 2).palette(2).pixels(indices).bytes());
+    EXPECT_EQ(indices, oracle_decode_png(prepared)->pixels);
+}
+
+TEST_F(Prepare, DropsSuggestedPalettesAndWhatNobodyNeeds) {
+    const png_maker image = png().rgb(5, 5).palette(3).chunk_before_idat({"tEXt", {'a', 0, 'b'}});
+    const byte_vector prepared = prepare(image.bytes());
+    EXPECT_TRUE(oracle_decode_png(prepared)->palette.empty());
+    EXPECT_EQ(oracle_decode_png(image.bytes())->pixels, oracle_decode_png(prepared)->pixels);
+    const std::string text = "tEXt";
+    EXPECT_EQ(prepared.end(),
+              std::search(prepared.begin(), prepared.end(), text.begin(), text.end()));
+}
+
+TEST_F(Prepare, WritesNoFixedCodeBlocksHoweverSmallTheImage) {
+    for (uint32_t size = 1; size < 12; ++size) {
+        for (const data_kind kind : kAllDataKinds) {
+            const byte_vector image =
+                png().gray(size, size).pixels(kind, size).compression({9, Z_FIXED, 15, 8}).bytes();
+            EXPECT_EQ(oracle_decode_png(image)->pixels, oracle_decode_png(prepare(image))->pixels);
+        }
+    }
+}
+
+TEST_F(Prepare, CompressesWhatCanBeCompressed) {
+    const byte_vector image = png()
+                                  .gray(200, 200)
+                                  .pixels(data_kind::gradient, 1)
+                                  .compression({0, Z_DEFAULT_STRATEGY, 15, 8})
+                                  .bytes();
+    EXPECT_LT(prepare(image).size() * 4, image.size());
+}
+
+TEST_F(Prepare, KeepsKeyColoursAndSaysSo) {
+    written_image grey = noise_image(kGray, 2, false, 6, 6);
+    grey.trns = {0, 2};
+    const byte_vector prepared = prepare(libpng_encode(grey), kKeyNote);
+    EXPECT_EQ(expectedSamples(grey), oracle_decode_png(prepared)->pixels);
+    EXPECT_EQ(oracle_decode_png(libpng_encode(grey), oracle_reading::with_key_alpha)->pixels,
+              oracle_decode_png(prepared, oracle_reading::with_key_alpha)->pixels);
+
+    written_image colour = noise_image(kRgb, 16, true, 6, 6);
+    colour.trns = slice(colour.rows, 0, 6);
+    const byte_vector narrowed = prepare(libpng_encode(colour), kKeyNote);
+    EXPECT_EQ(expectedSamples(colour), oracle_decode_png(narrowed)->pixels);
+    EXPECT_EQ(oracle_decode_png(libpng_encode(colour), oracle_reading::with_key_alpha)->pixels,
+              oracle_decode_png(narrowed, oracle_reading::with_key_alpha)->pixels);
+}
+
+TEST_F(Prepare, TurnsKeyColoursIntoAlphaOnRequest) {
+    const auto expectAlpha = [&](const byte_vector& image) {
+        const auto prepared = oracle_decode_png(prepare(image, "", {"--key-to-alpha"}));
+        EXPECT_EQ(oracle_decode_png(image, oracle_reading::with_key_alpha)->pixels,
+                  prepared->pixels);
+    };
+    const png_maker grey = png().gray(2, 2).pixels({1, 7, 7, 9}).trns({0, 7});
+    EXPECT_EQ((byte_vector{1, 255, 7, 0, 7, 0, 9, 255}),
+              oracle_decode_png(prepare(grey.bytes(), "", {"--key-to-alpha"}))->pixels);
+    expectAlpha(grey.bytes());
+    expectAlpha(png().rgb(2, 1).pixels({1, 2, 3, 4, 5, 6}).trns({0, 4, 0, 5, 0, 6}).bytes());
+    written_image deep = noise_image(kGray, 16, true, 5, 5);
+    deep.trns = slice(deep.rows, 0, 2);
+    expectAlpha(libpng_encode(deep));
+    written_image shallow = noise_image(kGray, 1, false, 5, 5);
+    shallow.trns = {0, 1};
+    expectAlpha(libpng_encode(shallow));
+}
+
+TEST_F(Prepare, MendsWhatLibpngForgives) {
+    prepare(png().gray(3, 3).chunk_before_idat({"tEXt", {'a', 0, 'b'}, 1}).bytes());
+    prepare(png().gray(3, 3).idat_split_at({1, 5}).bytes());
+    prepare(png().gray(3, 3).plte({1, 2, 3}).bytes());
+}
+
+TEST_F(Prepare, WorksInPlaceAndThroughStandardOutput) {
+    const byte_vector image = libpng_encode(noise_image(kRgb, 16, true, 4, 4));
+    const byte_vector prepared = prepare(image);
+    expectTool(0, std::string(prepared.begin(), prepared.end()), "", {"prepare", "in.png", "-"});
+    expectTool(0, "", "", {"prepare", "in.png", "in.png"});
+    EXPECT_EQ(prepared, read("in.png"));
+}
+
+TEST_F(Prepare, RefusesWhatLibpngCannotReadAndKeepsTheOutput) {
+    const auto expectRefused = [&](const byte_vector& image, const std::string& reason) {
+        write("in.png", image);
+        write("out.png", {1, 2});
+        expectTool(1, "", "slabtool: in.png: " + reason + "\n", {"prepare", "in.png", "out.png"});
+        EXPECT_EQ((byte_vector{1, 2}), read("out.png"));
+    };
+    expectRefused({}, "the file ends too early");
+    expectRefused(byte_vector(50, 1), "Not a PNG file");
+    expectRefused(slice(png().gray(9, 9).bytes(), 0, 60), "the file ends too early");
+    expectTool(1, "", "slabtool: none.png: cannot be opened: No such file or directory\n",
+               {"prepare", "none.png", "out.png"});
+}
+
+TEST_F(Prepare, AllocatesNothingThatTheFileCannotFill) {
+    for (const uint32_t size : {100000U, 0x7FFFFFFFU}) {
+        write("in.png", png().rgba(2, 2).declared_size(size, size).bytes());
+        expectTool(1, "", "slabtool: in.png: the image data are too short for the declared size\n",
+                   {"prepare", "in.png", "out.png"});
+    }
+}
+
+TEST_F(Prepare, EndsOnEveryDamagedFile) {
+    const byte_vector file = libpng_encode(noise_image(kIndexed, 4, true, 6, 6));
+    for (size_t at = 8; at < file.size(); at += 2) {
+        byte_vector damaged = file;
+        damaged[at] ^= 0x10;
+        write("in.png", with_mended_crcs(damaged));
+        const program_outcome outcome = tool({"prepare", "in.png", "out.png"});
+        EXPECT_EQ(0, outcome.signal);
+        EXPECT_TRUE(outcome.exit_status == 1 || converterTakes(read("out.png"))) << at;
+    }
+}
+
+} // namespace

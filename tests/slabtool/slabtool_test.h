@@ -1,0 +1,29 @@
+// What the tests of slabtool share: both programs in a scratch folder.
+#pragma once
+
+#include "tests/tools/converter_test.h"
+
+#include <string>
+#include <vector>
+
+/// Runs of slabtool; `run` is the converter's.
+class SlabtoolTest : public ConverterTest {
+protected:
+    program_outcome tool(const std::vector<std::string>& arguments,
+                         const program_surroundings& surroundings = {}) const;
+
+    /// A shell's command line with slabtool in place of each `$0`.
+    program_outcome shell(const std::string& commands) const;
+
+    /// Expects a run that ends like this; standard error is compared to the byte too.
+    void expectTool(int exitStatus, const std::string& output, const std::string& errors,
+                    const std::vector<std::string>& arguments) const;
+
+    /// Converts an image, which must succeed, to a surface file of that name. Options come last.
+    byte_vector makeSurface(const std::string& name, const byte_vector& image,
+                            const std::vector<std::string>& options = {}) const;
+
+    /// Whether pngslab takes the image, with these options.
+    bool converterTakes(const byte_vector& image,
+                        const std::vector<std::string>& options = {}) const;
+};

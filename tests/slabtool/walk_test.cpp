@@ -1,0 +1,247 @@
+// The walk over chunks and DEFLATE blocks: it refuses exactly what the decoder refuses, and finds the
+// bytes of fixed-code blocks.
+#include "png/surface_from_png.h"
+#include "src/ds_surface.h"
+#include "tests/support/deflate_maker.h"
+#include "tests/support/deflate_oracle.h"
+#include "tests/support/png_maker.h"
+#include "tools/slabtool/deflate_walk.h"
+#include "tools/slabtool/png_verdict.h"
+#include "tools/slabtool/png_walk.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <zlib.h>
+
+namespace {
+
+constexpr size_t kSizesBegin = 16; // width and height in the header chunk
+constexpr size_t kSizesEnd = 24;
+
+bool decoderTakes(const byte_vector& file) {
+    const std::unique_ptr<DsSurface> surface(surface_from_png(file.data(), file.size(), false, 0));
+    return surface != nullptr;
+}
+
+void expectAgreement(const byte_vector& file, const std::string& what) {
+    const bool isTaken = decoderTakes(file);
+    const auto reason = whyPngRefused(file);
+    EXPECT_EQ(isTaken, !reason.has_value()) << what << ": " << reason.value_or("no reason");
+    EXPECT_EQ(isTaken, judgePng(file, false).isTaken) << what;
+}
+
+// Images of every type, with every kind of block and of chunk.
+std::vector<png_maker> smallImages() {
+    const byte_vector flat(20, 9);
+    return {png().gray(5, 4),
+            png().gray(3, 5).trns({0, 1}).idat_split_at({4, 10}),
+            png().rgb(4, 3),
+            png().rgb(3, 3).palette(3),
+            png().rgb(3, 3).trns(byte_vector(6, 2)),
+            png().rgb(3, 3).trns(byte_vector(7, 2)),
+            png().indexed(6, 3).palette(4).trns({1, 2, 3}),
+            png().gray_alpha(4, 4).idat_split_at({2, 4, 6}),
+            png().rgba(3, 4).compression({0, Z_DEFAULT_STRATEGY, 15, 8}),
+            png().gray(5, 4).pixels(flat).compression({9, Z_FIXED, 15, 8}),
+            png().gray(5, 4).compression({9, Z_FIXED, 15, 8}).idat_split_at({3, 4, 9})};
+}
+
+TEST(PngWalk, AgreesWithTheDecoderOnEveryTruncation) {
+    for (const png_maker& image : smallImages()) {
+        const byte_vector file = image.bytes();
+        for (size_t size = 0; size <= file.size(); ++size) {
+            expectAgreement(slice(file, 0, size), "size " + std::to_string(size));
+        }
+    }
+}
+
+TEST(PngWalk, AgreesWithTheDecoderOnChangedBytes) {
+    for (const png_maker& image : smallImages()) {
+        const byte_vector file = image.bytes();
+        for (size_t at = 0; at < file.size(); ++at) {
+            for (const uint8_t flips : byte_vector{1, 2, 4, 0x20, 0x80, 0xFF}) {
+                byte_vector changed = file;
+                changed[at] ^= flips;
+                // Huge declared sizes have a test of their own.
+                if (at < kSizesBegin || at >= kSizesEnd) {
+                    expectAgreement(with_mended_crcs(changed), "byte " + std::to_string(at));
+                }
+            }
+        }
+    }
+}
+
+TEST(PngWalk, AgreesWithTheDecoderHoweverMuchDataThereAre) {
+    const data_kind kinds[] = {data_kind::runs, data_kind::noise};
+    for (const data_kind kind : kinds) {
+        for (uint32_t height = 1; height < 80; ++height) {
+            png_maker image = png().gray(10, 40);
+            image.filter(kNone).pixels(kind, 3);
+            expectAgreement(image.declared_size(10, height).bytes(),
+                            "height " + std::to_string(height));
+        }
+    }
+}
+
+// The last match may reach beyond the last line, but nothing may follow it.
+TEST(PngWalk, AgreesWithTheDecoderOnMatchesThatReachBeyondTheEnd) {
+    const dynamic_header header = plain_header(
+        lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}}), lengths_of(30, {{0, 1}}));
+    for (uint32_t width = 1; width < 520; ++width) {
+        for (const bool goesOn : {false, true}) {
+            deflate_maker stream;
+            stream.dynamic(header, block_is::last).literals({0}).match(258, 1);
+            if (goesOn) {
+                stream.match(3, 1);
+            }
+            stream.end();
+            const byte_vector file =
+                png().gray(1, 1).declared_size(width, 1).deflate_stream(stream.bytes()).bytes();
+            expectAgreement(file, "width " + std::to_string(width));
+        }
+    }
+}
+
+TEST(PngWalk, AgreesWithTheDecoderOnRandomStreams) {
+    for (uint32_t seed = 0; seed < 300; ++seed) {
+        test_rng rng(seed);
+        made_stream made = random_stream(rng, 1000);
+        const uint32_t size = random_between(rng, 1, static_cast<uint32_t>(made.plain.size()) + 2);
+        made.raw[rng() % made.raw.size()] ^= static_cast<uint8_t>(seed % 2 << rng() % 8);
+        expectAgreement(png().gray(1, 1).declared_size(size, 1).deflate_stream(made.raw).bytes(),
+                        "seed " + std::to_string(seed));
+    }
+}
+
+TEST(PngWalk, FindsFixedBlocksWhereverZlibPutsThem) {
+    uint32_t fixed = 0;
+    for (uint32_t seed = 0; seed < 400; ++seed) {
+        test_rng rng(seed);
+        const byte_vector plain = make_bytes(kAllDataKinds[seed % 4], 1 + rng() % 600, seed);
+        const byte_vector raw = raw_deflate(plain, random_settings(rng));
+        byte_vector data = {0x78, 0x9C};
+        append(data, raw);
+        const auto reason = whyDeflateRefused(data, static_cast<uint32_t>(plain.size()));
+        EXPECT_EQ(contains_fixed_block(raw), reason.has_value()) << seed;
+        if (reason) {
+            ++fixed;
+            EXPECT_TRUE(reason->starts_with("a fixed-code DEFLATE block in bytes ") ||
+                        reason->starts_with("fixed-code DEFLATE blocks, the first of "))
+                << *reason;
+        }
+    }
+    EXPECT_GT(fixed, 50U);
+}
+
+std::string refusalOf(const deflate_maker& stream, uint32_t room = 1000) {
+    byte_vector data = {0x78, 0x9C};
+    append(data, stream.bytes());
+    return whyDeflateRefused(data, room).value_or("taken");
+}
+
+TEST(DeflateWalk, NamesTheBytesOfAFixedBlock) {
+    // Three bits of header, eight for each literal, seven for the end.
+    EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to 3 of the image data",
+              refusalOf(deflate_maker().fixed(block_is::last).end()));
+    EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to 5 of the image data",
+              refusalOf(deflate_maker().fixed(block_is::last).literals({1, 2}).end()));
+}
+
+TEST(DeflateWalk, NamesTheBytesOfAFixedBlockBetweenOthers) {
+    // The stored block takes 5 + 10 bytes.
+    deflate_maker stream;
+    stream.stored(byte_vector(10, 1), block_is::followed);
+    stream.fixed(block_is::followed).literals({1, 2}).end();
+    stream.stored(byte_vector(3, 1), block_is::last);
+    EXPECT_EQ("a fixed-code DEFLATE block in bytes 17 to 20 of the image data", refusalOf(stream));
+}
+
+TEST(DeflateWalk, CountsFixedBlocks) {
+    deflate_maker stream;
+    stream.fixed(block_is::followed).literals({1, 2}).match(3, 2).end();
+    stream.fixed(block_is::followed).end();
+    stream.stored({1}, block_is::followed);
+    stream.fixed(block_is::last).literals({1}).end();
+    EXPECT_EQ("fixed-code DEFLATE blocks, the first of 3 in bytes 2 to 6 of the image data",
+              refusalOf(stream));
+}
+
+TEST(DeflateWalk, NamesAFixedBlockThatIsCutShort) {
+    EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to 4 of the image data",
+              refusalOf(deflate_maker().fixed(block_is::last).literals({1, 2})));
+}
+
+TEST(DeflateWalk, LeavesTheCodesOfTheProcessUnbuilt) {
+    const byte_vector file = png().gray(2, 2).compression({9, Z_FIXED, 15, 8}).bytes();
+    EXPECT_TRUE(whyPngRefused(file).has_value());
+    EXPECT_FALSE(decoderTakes(file));
+}
+
+TEST(DeflateWalk, NamesOtherViolations) {
+    const code_lengths litlen = lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}});
+    const code_lengths dist = lengths_of(30, {{0, 1}});
+    const dynamic_header header = plain_header(litlen, dist);
+    EXPECT_EQ("taken", refusalOf(deflate_maker().stored({1, 2}, block_is::last)));
+    EXPECT_EQ("the image data are broken at byte 2: a block of a type that does not exist",
+              refusalOf(deflate_maker().block_header(3, block_is::last)));
+    EXPECT_EQ(
+        "the image data are broken at byte 7: a stored block whose length does not match its "
+        "complement",
+        refusalOf(
+            deflate_maker().block_header(0, block_is::last).bits(0, 5).bits(1, 16).bits(1, 16)));
+    EXPECT_NE(std::string::npos,
+              refusalOf(deflate_maker().dynamic(header, block_is::last).match(3, 1))
+                  .find("a match that reaches back behind the first byte"));
+    EXPECT_NE(std::string::npos, refusalOf(deflate_maker()
+                                               .dynamic(header, block_is::last)
+                                               .literals({0})
+                                               .litlen_symbol(257)
+                                               .bits(0x7FFF, 15))
+                                     .find("bits that are no code"));
+    EXPECT_NE(std::string::npos,
+              refusalOf(deflate_maker().block_header(2, block_is::last).bits(0x3FFF, 14))
+                  .find("a block whose codes make no sense"));
+    EXPECT_EQ("the image data end before their last DEFLATE block does",
+              refusalOf(deflate_maker().stored({1, 2}, block_is::followed)));
+    EXPECT_EQ("the image data hold more lines than the header declares",
+              refusalOf(deflate_maker().stored({1, 2, 3}, block_is::last), 2));
+}
+
+// ---- Sizes that nobody is to allocate
+
+std::string verdictOn(uint8_t type, uint32_t width, uint32_t height) {
+    const PngVerdict verdict =
+        judgePng(png().image(type, 2, 2).declared_size(width, height).bytes(), false);
+    return (verdict.isTaken ? "taken: " : "refused: ") + verdict.words;
+}
+
+TEST(PngVerdict, AllocatesNothingThatTheFileCannotFill) {
+    EXPECT_EQ("taken: I8, 1000000000 x 4, if pngslab can have 4000000004 bytes",
+              verdictOn(kGray, 1000000000, 4));
+    EXPECT_EQ("taken: I8, 1 x 2147483647, if pngslab can have 4294967294 bytes",
+              verdictOn(kGray, 1, 0x7FFFFFFF));
+    EXPECT_EQ("taken: ARGB8888, 20000 x 20000, if pngslab can have 1600020000 bytes",
+              verdictOn(kRgba, 20000, 20000));
+}
+
+TEST(PngVerdict, RefusesMorePixelsThanCanBeCounted) {
+    EXPECT_EQ("refused: more pixels than pngslab can count: 2147483648 x 1",
+              verdictOn(kGray, 0x80000000, 1));
+    EXPECT_EQ("refused: more pixels than pngslab can count: 1 x 2147483648",
+              verdictOn(kGray, 1, 0x80000000));
+    EXPECT_EQ("refused: more pixels than pngslab can count: 65536 x 65536",
+              verdictOn(kGray, 65536, 65536));
+    EXPECT_EQ("refused: more pixels than pngslab can count: 4294967295 x 4294967295",
+              verdictOn(kRgba, 0xFFFFFFFF, 0xFFFFFFFF));
+}
+
+TEST(PngVerdict, FindsRefusalsInHugeImagesToo) {
+    const byte_vector file =
+        png().gray(2, 2).declared_size(1000000, 1000).compression({9, Z_FIXED, 15, 8}).bytes();
+    const PngVerdict verdict = judgePng(file, false);
+    EXPECT_FALSE(verdict.isTaken);
+    EXPECT_TRUE(verdict.words.starts_with("a fixed-code DEFLATE block in bytes 2 to "));
+}
+
+} // namespace

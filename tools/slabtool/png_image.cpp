@@ -1,0 +1,285 @@
+// Between setjmp and the end of its call nothing has a destructor that a jump would skip: the images and
+// the message live in the caller's frame.
+#include "tools/slabtool/png_image.h"
+
+#include <algorithm>
+#include <csetjmp>
+#include <cstring>
+#include <new>
+#include <png.h>
+#include <zlib.h>
+
+namespace {
+
+constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way: PNG's own limit
+
+// More than this is not made of an image, whatever its file holds.
+constexpr uint64_t kMostSampleBytes = uint64_t{4} << 30;
+
+// ---- What libpng calls back
+
+struct Session {
+    ByteView input = {};
+    size_t position = 0;
+    Bytes* output = nullptr;
+    char message[128] = "";
+};
+
+void readBytes(png_structp png, png_bytep target, size_t count) {
+    auto& session = *static_cast<Session*>(png_get_io_ptr(png));
+    if (count > session.input.size() - session.position) {
+        png_error(png, "the file ends too early");
+    }
+    std::memcpy(target, session.input.data() + session.position, count);
+    session.position += count;
+}
+
+void writeBytes(png_structp png, png_bytep bytes, size_t count) {
+    Bytes& output = *static_cast<Session*>(png_get_io_ptr(png))->output;
+    bool fits = true;
+    try {
+        output.insert(output.end(), bytes, bytes + count);
+    } catch (const std::bad_alloc&) {
+        fits = false; // no exception may pass through libpng
+    }
+    if (!fits) {
+        png_error(png, "not enough memory");
+    }
+}
+
+void flushNothing(png_structp) {}
+
+[[noreturn]] void leave(png_structp png, png_const_charp message) {
+    auto& session = *static_cast<Session*>(png_get_error_ptr(png));
+    std::strncpy(session.message, message, sizeof session.message - 1);
+    png_longjmp(png, 1);
+}
+
+void ignoreWarning(png_structp, png_const_charp) {}
+
+// libpng's two records of a file that is read or written.
+struct Reader {
+    png_structp png;
+    png_infop info;
+
+    explicit Reader(Session& session)
+        : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &session, leave, ignoreWarning))
+        , info(png_create_info_struct(png)) {}
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+    ~Reader() { png_destroy_read_struct(&png, &info, nullptr); }
+};
+
+struct Writer {
+    png_structp png;
+    png_infop info;
+
+    explicit Writer(Session& session)
+        : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &session, leave, ignoreWarning))
+        , info(png_create_info_struct(png)) {}
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+    ~Writer() { png_destroy_write_struct(&png, &info); }
+};
+
+// ---- Reading
+
+// Fits the declared size to what the file can hold, before anything of that size is allocated.
+void checkDeclaredSize(png_structp png, png_infop info, const Session& session) {
+    const uint64_t rows = png_get_image_height(png, info);
+    const uint64_t rowBytes = png_get_rowbytes(png, info);
+    if (rowBytes > session.input.size() * kMostExpansion / rows) {
+        png_error(png, "the image data are too short for the declared size");
+    }
+}
+
+uint8_t asEightBits(uint32_t sample, uint32_t depth) {
+    if (depth == 16) {
+        return static_cast<uint8_t>((sample * 255 + 32895) >> 16); // as png_set_scale_16 has it
+    }
+    return static_cast<uint8_t>(sample * 255 / ((1U << depth) - 1));
+}
+
+void readKeyColor(png_structp png, png_infop info, PngImage& image) {
+    png_color_16p key = nullptr;
+    png_get_tRNS(png, info, nullptr, nullptr, &key);
+    const uint32_t depth = png_get_bit_depth(png, info);
+    if (image.colorType == kGreyType) {
+        const uint8_t grey = asEightBits(key->gray, depth);
+        image.keyColor = {grey, grey, grey};
+    } else {
+        image.keyColor = {asEightBits(key->red, depth), asEightBits(key->green, depth),
+                          asEightBits(key->blue, depth)};
+    }
+}
+
+void readPalette(png_structp png, png_infop info, PngImage& image) {
+    png_colorp colors = nullptr;
+    int count = 0;
+    png_get_PLTE(png, info, &colors, &count);
+    for (int i = 0; i < count; ++i) {
+        image.palette.push_back({colors[i].red, colors[i].green, colors[i].blue});
+    }
+    png_bytep alpha = nullptr;
+    int alphaCount = 0;
+    if (png_get_tRNS(png, info, &alpha, &alphaCount, nullptr) != 0) {
+        image.paletteAlpha.assign(alpha, alpha + alphaCount);
+    }
+}
+
+void readTransparency(png_structp png, png_infop info, KeyColor keyColor, PngImage& image) {
+    if (image.colorType == kIndexedType) {
+        readPalette(png, info, image);
+    } else if (png_get_valid(png, info, PNG_INFO_tRNS) != 0) {
+        if (keyColor == KeyColor::TurnedIntoAlpha) {
+            png_set_tRNS_to_alpha(png);
+            image.colorType |= PNG_COLOR_MASK_ALPHA;
+        } else {
+            readKeyColor(png, info, image);
+        }
+    }
+}
+
+void askForEightBits(png_structp png, png_infop info) {
+    const uint32_t depth = png_get_bit_depth(png, info);
+    if (depth == 16) {
+        png_set_scale_16(png);
+    } else if (png_get_color_type(png, info) == kIndexedType) {
+        png_set_packing(png);
+    } else if (depth < 8) {
+        png_set_expand_gray_1_2_4_to_8(png);
+    }
+}
+
+void readLines(png_structp png, PngImage& image) {
+    const size_t lineBytes = image.lineBytes();
+    if (uint64_t{lineBytes} * image.height > kMostSampleBytes) {
+        png_error(png, "the image takes more than 4 GiB");
+    }
+    image.samples.resize(lineBytes * image.height);
+    const int passes = png_set_interlace_handling(png);
+    png_start_read_image(png);
+    for (int pass = 0; pass < passes; ++pass) {
+        for (size_t y = 0; y < image.height; ++y) {
+            png_read_row(png, image.samples.data() + y * lineBytes, nullptr);
+        }
+    }
+    png_read_end(png, nullptr);
+}
+
+bool tryDecode(png_structp png, png_infop info, Session& session, KeyColor keyColor,
+               PngImage& image) {
+    if (setjmp(png_jmpbuf(png)) != 0) {
+        return false;
+    }
+    png_set_read_fn(png, &session, readBytes);
+    png_set_user_limits(png, kMostPixels, kMostPixels);
+    png_read_info(png, info);
+    checkDeclaredSize(png, info, session);
+    image.width = png_get_image_width(png, info);
+    image.height = png_get_image_height(png, info);
+    image.colorType = png_get_color_type(png, info);
+    readTransparency(png, info, keyColor, image);
+    askForEightBits(png, info);
+    readLines(png, image);
+    return true;
+}
+
+// ---- Writing
+
+void writeTransparency(png_structp png, png_infop info, const PngImage& image) {
+    if (image.keyColor) {
+        const auto& [red, green, blue] = *image.keyColor;
+        const png_color_16 key = {0, red, green, blue, red};
+        png_set_tRNS(png, info, nullptr, 0, &key);
+    } else if (!image.paletteAlpha.empty()) {
+        png_set_tRNS(png, info, image.paletteAlpha.data(),
+                     static_cast<int>(image.paletteAlpha.size()), nullptr);
+    }
+}
+
+void writePalette(png_structp png, png_infop info, const PngImage& image) {
+    png_color colors[PNG_MAX_PALETTE_LENGTH];
+    const auto toColor = [](const std::array<uint8_t, 3>& rgb) {
+        return png_color{rgb[0], rgb[1], rgb[2]};
+    };
+    std::transform(image.palette.begin(), image.palette.end(), colors, toColor);
+    png_set_PLTE(png, info, colors, static_cast<int>(image.palette.size()));
+}
+
+void setEffort(png_structp png, const PngEffort& effort) {
+    constexpr int kMostMemory = 9;          // the longest blocks, so the fewest
+    constexpr size_t kChunkBytes = 1 << 20; // of image data
+    png_set_compression_level(png, effort.level);
+    png_set_compression_strategy(png, effort.strategy);
+    png_set_compression_mem_level(png, kMostMemory);
+    png_set_compression_buffer_size(png, kChunkBytes);
+    png_set_filter(png, PNG_FILTER_TYPE_BASE, effort.filters);
+}
+
+bool tryEncode(png_structp png, png_infop info, Session& session, const PngImage& image,
+               const PngEffort& effort) {
+    if (setjmp(png_jmpbuf(png)) != 0) {
+        return false;
+    }
+    png_set_write_fn(png, &session, writeBytes, flushNothing);
+    png_set_user_limits(png, kMostPixels, kMostPixels);
+    png_set_benign_errors(png, 1); // indices beyond the palette stay as they are
+    setEffort(png, effort);
+    png_set_IHDR(png, info, image.width, image.height, 8, image.colorType, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
+    if (image.colorType == kIndexedType) {
+        writePalette(png, info, image);
+    }
+    writeTransparency(png, info, image);
+    png_write_info(png, info);
+    for (size_t y = 0; y < image.height; ++y) {
+        png_write_row(png, image.samples.data() + y * image.lineBytes());
+    }
+    png_write_end(png, nullptr);
+    return true;
+}
+
+} // namespace
+
+// The highest level takes up to twenty times as long as this one, for a tenth of the size.
+const std::array<PngEffort, 4> kEfforts = {{
+    {6, Z_FILTERED, PNG_ALL_FILTERS},
+    {6, Z_DEFAULT_STRATEGY, PNG_FILTER_NONE},
+    {6, Z_DEFAULT_STRATEGY, PNG_ALL_FILTERS},
+    {6, Z_RLE, PNG_ALL_FILTERS},
+}};
+const PngEffort kStored = {Z_NO_COMPRESSION, Z_DEFAULT_STRATEGY, PNG_FILTER_NONE};
+
+uint32_t channelsOf(uint8_t colorType) {
+    switch (colorType) {
+    case kRgbType:
+        return 3;
+    case kGreyAlphaType:
+        return 2;
+    case kRgbaType:
+        return 4;
+    default:
+        return 1;
+    }
+}
+
+PngImage decodePng(ByteView file, KeyColor keyColor) {
+    Session session = {.input = file};
+    const Reader reader(session);
+    PngImage image = {};
+    if (!tryDecode(reader.png, reader.info, session, keyColor, image)) {
+        throw Refusal(session.message);
+    }
+    return image;
+}
+
+Bytes encodePng(const PngImage& image, const PngEffort& effort) {
+    Bytes file;
+    Session session = {.output = &file};
+    const Writer writer(session);
+    if (!tryEncode(writer.png, writer.info, session, image, effort)) {
+        throw Refusal(session.message);
+    }
+    return file;
+}

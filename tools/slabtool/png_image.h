@@ -1,0 +1,54 @@
+// Images of 8 bits a sample, and libpng's way from PNG files to them and back. The only place that knows
+// libpng.
+#pragma once
+
+#include "tools/slabtool/files.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+// Colour types as the PNG standard numbers them.
+inline constexpr uint8_t kGreyType = 0, kRgbType = 2, kIndexedType = 3, kGreyAlphaType = 4,
+                         kRgbaType = 6;
+
+/// DEFLATE gives 258 bytes for two bits at the best, so no image is larger than this many times its file.
+inline constexpr uint64_t kMostExpansion = uint64_t{258} * 4;
+
+/// Bytes of a pixel of 8 bits a sample.
+uint32_t channelsOf(uint8_t colorType);
+
+/// An image without gaps between its lines.
+struct PngImage {
+    uint32_t width, height;
+    uint8_t colorType;
+    Bytes samples;
+    std::vector<std::array<uint8_t, 3>> palette; ///< red, green, blue; indexed images only
+    Bytes paletteAlpha;                          ///< at most one an entry
+    /// The colour that stands for "transparent": the grey value three times, or red, green, blue.
+    std::optional<std::array<uint8_t, 3>> keyColor;
+
+    size_t lineBytes() const { return size_t{width} * channelsOf(colorType); }
+};
+
+/// What becomes of a colour that stands for "transparent" in a file that is read.
+enum class KeyColor { Kept, TurnedIntoAlpha };
+
+/// Reads a PNG file of any kind as 8 bits a sample: fewer bits widened, more narrowed, indices as they
+/// are, a suggested palette left out. @throws Refusal with libpng's reason
+PngImage decodePng(ByteView file, KeyColor keyColor);
+
+/// How libpng and zlib are to go about writing.
+struct PngEffort {
+    int level, strategy; ///< zlib's
+    int filters;         ///< libpng's choice of them
+};
+
+/// What suits most images, first, and others that some images are smaller with.
+extern const std::array<PngEffort, 4> kEfforts;
+
+/// Nothing is compressed.
+extern const PngEffort kStored;
+
+/// The file of an image, with no chunk that it does not need. @throws Refusal with libpng's reason
+Bytes encodePng(const PngImage& image, const PngEffort& effort);

@@ -1,0 +1,71 @@
+// The product's decoder is asked first; the walk only gives the words, or decides where a surface would
+// be out of all proportion.
+#include "tools/slabtool/png_verdict.h"
+
+#include "png/png_decode.h"
+#include "png/surface_from_png.h"
+#include "src/ds_surface.h"
+#include "tools/slabtool/png_image.h"
+#include "tools/slabtool/png_walk.h"
+#include "tools/slabtool/surface_file.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+// Surfaces up to the first size are made whatever the file holds, none above the second one.
+constexpr uint64_t kFreeSurfaceBytes = 16 << 20;
+constexpr uint64_t kMostSurfaceBytes = 1 << 30;
+constexpr uint64_t kLeastTooManyPixels = 0x80000000; // each way: sizes are signed there
+constexpr uint64_t kLeastTooManyLineBytes = uint64_t{1} << 32;
+
+std::string sizeOf(const png_info_t& info) {
+    return std::to_string(info.width) + " x " + std::to_string(info.height);
+}
+
+PngVerdict refused(ByteView file) {
+    return {false, whyPngRefused(file).value_or("for a reason that slabtool does not know")};
+}
+
+PngVerdict taken(const png_info_t& info, bool alphaOnly) {
+    const DsColorMode mode = alphaOnly ? DsColorMode::A8 : info.colorMode;
+    return {true, std::string(colorModeName(static_cast<uint32_t>(mode))) + ", " + sizeOf(info)};
+}
+
+// Without a surface: what the walk finds, and whether there could be one at all.
+PngVerdict judgeByWalk(ByteView file, const png_info_t& info, bool alphaOnly,
+                       uint64_t surfaceBytes) {
+    const uint64_t lineBytes = uint64_t{info.width} * channelsOf(info.colorType) + 1;
+    if (info.width >= kLeastTooManyPixels || info.height >= kLeastTooManyPixels ||
+        lineBytes * info.height >= kLeastTooManyLineBytes) {
+        return {false, "more pixels than pngslab can count: " + sizeOf(info)};
+    }
+    if (const auto reason = whyPngRefused(file)) {
+        return {false, *reason};
+    }
+    PngVerdict verdict = taken(info, alphaOnly);
+    verdict.words += ", if pngslab can have " + std::to_string(surfaceBytes) + " bytes";
+    return verdict;
+}
+
+} // namespace
+
+PngVerdict judgePng(ByteView file, bool alphaOnly) {
+    png_info_t info = {};
+    if (png_decode(file.data(), file.size(), &info, nullptr) != kPngOk) {
+        return refused(file);
+    }
+    if (alphaOnly && info.colorType != kGreyType) {
+        return {false, "not plain greyscale, which alpha-only surfaces are made of"};
+    }
+    const uint64_t surfaceLine = uint64_t{info.width} * bytesPerPixel(info.colorMode) + 1;
+    const uint64_t most = std::min(
+        kMostSurfaceBytes, std::max<uint64_t>(kFreeSurfaceBytes, file.size() * kMostExpansion));
+    if (surfaceLine > most / info.height) {
+        return judgeByWalk(file, info, alphaOnly, surfaceLine * info.height);
+    }
+    const std::unique_ptr<DsSurface> surface(
+        surface_from_png(file.data(), file.size(), alphaOnly, 0));
+    return surface == nullptr ? refused(file) : taken(info, alphaOnly);
+}

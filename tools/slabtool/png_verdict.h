@@ -1,0 +1,15 @@
+// Whether pngslab takes a PNG file, and why it does not.
+#pragma once
+
+#include "tools/slabtool/files.h"
+
+#include <string>
+
+struct PngVerdict {
+    bool isTaken;
+    std::string words; ///< the surface that it becomes, or the reason for the refusal
+};
+
+/// What pngslab says of a file's contents; its own decoder decides. Nothing is allocated that the file
+/// is too small to fill: where it declares more, the walk over its blocks decides.
+PngVerdict judgePng(ByteView file, bool alphaOnly);

@@ -1,0 +1,51 @@
+// libpng reads and writes; which way of writing gives something that the product's decoder takes is tried
+// out, since zlib cannot be kept from fixed-code blocks.
+#include "tools/slabtool/prepare.h"
+
+#include "tools/slabtool/png_image.h"
+#include "tools/slabtool/png_verdict.h"
+
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+namespace {
+
+void keepSmaller(std::optional<Bytes>& best, Bytes file) {
+    if ((!best || file.size() < best->size()) && judgePng(file, false).isTaken) {
+        best = std::move(file);
+    }
+}
+
+Bytes encodeForConverter(const PngImage& image) {
+    std::optional<Bytes> best;
+    for (const PngEffort& effort : kEfforts) {
+        keepSmaller(best, encodePng(image, effort));
+    }
+    if (!best) {
+        keepSmaller(best, encodePng(image, kStored));
+    }
+    if (!best) {
+        throw Refusal("the image is too large for pngslab");
+    }
+    return *best;
+}
+
+} // namespace
+
+int runPrepare(const PrepareRequest& request) {
+    const PngImage image = about(request.input, [&] {
+        return decodePng(readFile(request.input),
+                         request.keyToAlpha ? KeyColor::TurnedIntoAlpha : KeyColor::Kept);
+    });
+    const Bytes file = about(request.input, [&] { return encodeForConverter(image); });
+    about(request.output, [&] { writeFile(request.output, file); });
+    if (image.keyColor) {
+        std::fprintf(
+            stderr,
+            "slabtool: %s: the colour that means \"transparent\" is kept, but pngslab does "
+            "not apply it; --key-to-alpha turns it into alpha\n",
+            printable(request.input).c_str());
+    }
+    return 0;
+}

@@ -1,0 +1,113 @@
+// The checks in the order in which each can rely on those before it.
+#include "tools/slabtool/surface_file.h"
+
+#include "src/ds_little_endian.h"
+#include "src/ds_surface.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace {
+
+constexpr const char* kModeNames[kColorModeCount] = {"ARGB8888",  "RGB888", "RGB565",    "ARGB1555",
+                                                     "ARGB4444",  "I8",     "Reserved6", "AI88",
+                                                     "Reserved8", "A8"};
+
+constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way
+constexpr uint64_t kSizeUnit = 4;
+
+SurfaceHeader readHeader(ByteView head) {
+    const auto word = [&](size_t index) { return loadLittleEndian<4>(head.data() + 4 * index); };
+    return {word(0), word(1), word(2), word(3), word(4)};
+}
+
+std::string number(uint64_t value) {
+    return std::to_string(value);
+}
+
+void checkSide(const char* name, uint32_t pixels, std::vector<std::string>& faults) {
+    if (pixels == 0 || pixels > kMostPixels) {
+        faults.push_back(std::string(name) + " " + number(pixels) + " is not between 1 and " +
+                         number(kMostPixels));
+    }
+}
+
+void checkSizes(SurfaceFacts& facts) {
+    const SurfaceHeader& header = *facts.header;
+    if (header.stride < header.usedLineBytes()) {
+        facts.faults.push_back("stride " + number(header.stride) + " is less than the " +
+                               number(header.usedLineBytes()) + " bytes of a line's pixels");
+    }
+    const uint64_t wanted = (header.usedBytes() + kSizeUnit - 1) / kSizeUnit * kSizeUnit;
+    if (facts.fileSize < header.usedBytes()) {
+        facts.faults.push_back(number(header.usedBytes() - facts.fileSize) +
+                               " bytes of the lines are missing");
+    } else if (facts.fileSize < wanted) {
+        facts.oddities.push_back("the size is not rounded up to a multiple of 4");
+    } else if (facts.fileSize > wanted) {
+        facts.oddities.push_back(number(facts.fileSize - wanted) + " bytes too many at the end");
+    }
+}
+
+void checkHeader(SurfaceFacts& facts) {
+    const SurfaceHeader& header = *facts.header;
+    if (header.mode >= kColorModeCount) {
+        facts.faults.push_back("colour mode " + number(header.mode) + " is unknown");
+    } else if (bytesPerPixel(header.colorMode()) == 0) {
+        facts.faults.push_back("colour mode " + number(header.mode) + " (" +
+                               colorModeName(header.mode) + ") has no pixels");
+    }
+    checkSide("width", header.width, facts.faults);
+    checkSide("height", header.height, facts.faults);
+    if (header.rotation > 270 || header.rotation % 90 != 0) {
+        facts.oddities.push_back("rotation " + number(header.rotation) +
+                                 " is none of 0, 90, 180 and 270");
+    }
+    if (facts.faults.empty()) {
+        checkSizes(facts);
+    }
+}
+
+} // namespace
+
+const char* colorModeName(uint32_t mode) {
+    return mode < std::size(kModeNames) ? kModeNames[mode] : "unknown";
+}
+
+SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize) {
+    SurfaceFacts facts = {fileSize, {}, {}, {}};
+    if (head.size() < kSurfaceHeaderBytes) {
+        facts.faults.push_back("shorter than the header of 20 bytes");
+        return facts;
+    }
+    facts.header = readHeader(head);
+    checkHeader(facts);
+    return facts;
+}
+
+SurfacePicture::SurfacePicture(Bytes file)
+    : mFile(std::move(file)) {
+    const SurfaceFacts facts = inspectSurface(mFile, mFile.size());
+    if (!facts.faults.empty()) {
+        throw Refusal(facts.faults.front());
+    }
+    mHeader = *facts.header;
+    const DsSurface surface(mFile.data());
+    const auto offsetOf = [&](int32_t x, int32_t y) {
+        surface.mapPoint(x, y);
+        return static_cast<int64_t>(kSurfaceHeaderBytes) + int64_t{y} * mHeader.stride +
+               int64_t{x} * surface.getBytesPerPixel();
+    };
+    int32_t width = 0, height = 0;
+    surface.getSize(width, height);
+    mWidth = static_cast<uint32_t>(width);
+    mHeight = static_cast<uint32_t>(height);
+    mOrigin = offsetOf(0, 0);
+    mStepX = offsetOf(1, 0) - mOrigin;
+    mStepY = offsetOf(0, 1) - mOrigin;
+}
+
+SurfacePicture readPicture(const std::string& path) {
+    return about(path, [&] { return SurfacePicture(readFile(path)); });
+}
