@@ -4,7 +4,7 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing cmake make clang-14 llvm-14 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing cmake make clang-14 llvm-14 python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 configure coverage
 build coverage

@@ -14,7 +14,7 @@ declare -A variants=(
     [aarch64]="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake -DCMAKE_CXX_FLAGS_RELEASE=-O2"
 )
 
-install_missing g++ clang-14 cmake make libgtest-dev zlib1g-dev libpng-dev
+install_missing g++ clang-14 cmake make python3 libgtest-dev zlib1g-dev libpng-dev
 
 [ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64
 for variant in "$@"; do

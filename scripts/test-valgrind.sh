@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake make valgrind libgtest-dev zlib1g-dev libpng-dev
+install_missing g++ cmake make valgrind python3 libgtest-dev zlib1g-dev libpng-dev
 
 folder="$tree/build/valgrind"
 # Linked statically, a program keeps its allocations to itself.
