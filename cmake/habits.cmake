@@ -5,7 +5,7 @@ function(pngslab_habits target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   # What a program does not use is left out of it: it starts faster for that.
   target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
-  target_link_options(${target} INTERFACE LINKER:--gc-sections)
+  target_link_options(${target} PRIVATE LINKER:--gc-sections)
   # Float results are pinned bit by bit, so products and sums are never contracted.
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                            -ffp-contract=off)
@@ -22,12 +22,17 @@ function(pngslab_habits target)
     target_link_options(${target} PUBLIC -fprofile-instr-generate)
   endif()
   target_include_directories(${target} PUBLIC
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/pngslab>)
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/quillory>)
 endfunction()
 
-# A library of every source file in one folder.
+# A library of every source file in one folder; what others may include is named. Static always: there is
+# no promise about the binary interface.
 function(pngslab_library target folder)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
-  add_library(${target} ${sources})
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  add_library(${target} STATIC ${sources})
+  add_library(Quillory::${target} ALIAS ${target})
   pngslab_habits(${target})
+  list(TRANSFORM ARGN PREPEND "${PROJECT_SOURCE_DIR}/${folder}/" OUTPUT_VARIABLE headers)
+  set_target_properties(${target} PROPERTIES PUBLIC_HEADER "${headers}" FOLDER_OF_HEADERS ${folder})
 endfunction()

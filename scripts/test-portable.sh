@@ -30,7 +30,7 @@ for variant in "$@"; do
     # The variant's words are options, so they are split.
     # shellcheck disable=SC2086
     quietly cmake -S "$tree" -B "$folder" -DCMAKE_BUILD_TYPE=Release -DPNGSLAB_TESTS=ON \
-        -DPNGSLAB_WARNINGS_AS_ERRORS=ON ${variants[$variant]}
+        -DPNGSLAB_INSTALL=OFF -DPNGSLAB_WARNINGS_AS_ERRORS=ON ${variants[$variant]}
     quietly cmake --build "$folder" --parallel "$(nproc)"
     ctest --test-dir "$folder" --output-on-failure --parallel "$(nproc)" --progress
 done

@@ -5,7 +5,8 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake make clang-format-14 python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing g++ cmake make clang-format-14 python3 pkg-config dpkg-dev file \
+    libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 echo "Formatting"
 (cd "$tree" && find src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' |

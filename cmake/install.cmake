@@ -1,0 +1,47 @@
+# What `cmake --install` puts where. All of it may be moved afterwards as a whole.
+#
+# The libraries lie in a folder of their own: names like libinflate.a are nobody's to take in a common one.
+set(quillory_libraries ${CMAKE_INSTALL_LIBDIR}/quillory)
+set(quillory_includes ${CMAKE_INSTALL_INCLUDEDIR}/quillory)
+set(quillory_package ${CMAKE_INSTALL_LIBDIR}/cmake/Quillory)
+
+install(TARGETS pngslab EXPORT Quillory COMPONENT pngslab)
+if(PNGSLAB_TOOL)
+  install(TARGETS slabtool COMPONENT slabtool)
+endif()
+
+foreach(target ds_graphics inflate png_surface command_line)
+  get_target_property(folder ${target} FOLDER_OF_HEADERS)
+  install(TARGETS ${target} EXPORT Quillory COMPONENT development
+          ARCHIVE DESTINATION ${quillory_libraries}
+          PUBLIC_HEADER DESTINATION ${quillory_includes}/${folder} COMPONENT development)
+endforeach()
+
+# The CMake package.
+include(CMakePackageConfigHelpers)
+write_basic_package_version_file(QuilloryConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES cmake/QuilloryConfig.cmake cmake/QuilloryAddSurfaces.cmake cmake/quillory_convert.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/QuilloryConfigVersion.cmake
+        DESTINATION ${quillory_package} COMPONENT development)
+install(EXPORT Quillory NAMESPACE Quillory:: FILE QuilloryTargets.cmake
+        DESTINATION ${quillory_package} COMPONENT development)
+
+# The pkg-config files, which find the rest from where they lie themselves.
+function(pngslab_pkg_config name target description requires)
+  set(folder ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
+  file(RELATIVE_PATH up ${folder} ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" up ${up})
+  set(include ${quillory_includes})
+  set(library ${quillory_libraries})
+  configure_file(cmake/quillory.pc.in ${name}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+          DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endfunction()
+pngslab_pkg_config(quillory-graphics ds_graphics "Surfaces in ten colour modes, and drawing on them" "")
+pngslab_pkg_config(quillory-inflate inflate "A resumable DEFLATE decoder" "")
+pngslab_pkg_config(quillory-png png_surface "Turns PNG images into surfaces"
+                   "quillory-graphics quillory-inflate")
+
+# The pages to read.
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillory COMPONENT development
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.png")

@@ -1,0 +1,28 @@
+# The Debian packages that cpack makes: the converter, which needs no other package, the companion, and
+# what programs are built with.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VENDOR Quillory)
+set(CPACK_PACKAGE_CONTACT "The Quillory engineers" CACHE STRING "Who answers for the packages")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL pngslab development)
+if(PNGSLAB_TOOL)
+  list(APPEND CPACK_COMPONENTS_ALL slabtool)
+endif()
+
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PNGSLAB_PACKAGE_NAME pngslab)
+set(CPACK_DEBIAN_PNGSLAB_PACKAGE_SECTION graphics)
+set(CPACK_COMPONENT_PNGSLAB_DESCRIPTION "Turns PNG images into surfaces that are ready to draw on")
+set(CPACK_DEBIAN_SLABTOOL_PACKAGE_NAME slabtool)
+set(CPACK_DEBIAN_SLABTOOL_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_SLABTOOL_PACKAGE_RECOMMENDS pngslab)
+set(CPACK_COMPONENT_SLABTOOL_DESCRIPTION "Looks at surface files, and makes PNG images fit for pngslab")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libquillory-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+# The CMake package names the converter as one of its targets.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "pngslab (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Surfaces, PNG and DEFLATE decoders for C++ programs")
+include(CPack)

@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Makes the Debian packages of the programs and the libraries, in build/package, on a machine that may have
+# nothing yet.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+
+install_missing g++ cmake make dpkg-dev file libpng-dev libcli11-dev
+configure package
+build package
+cd "$tree/build/package"
+quietly cpack
+ls -l "$PWD"/*.deb

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Installs the Debian packages on a bare Debian, made for the purpose in a scratch folder, and runs what
+# they bring. Needs root, for the bare system is entered by chroot. Takes a minute or two.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+
+"$tree/scripts/package.sh"
+install_missing debootstrap
+bare=$(mktemp -d)
+trap 'as_root rm -rf "$bare"' EXIT
+
+inside() {
+    as_root chroot "$bare" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin \
+        DEBIAN_FRONTEND=noninteractive "$@"
+}
+
+echo "Making a bare Debian"
+quietly as_root debootstrap --variant=minbase bookworm "$bare"
+as_root cp "$tree"/build/package/*.deb "$tree"/samples/{quill,seal}.png "$bare/root"
+
+echo "The converter needs no other package"
+inside sh -c 'dpkg --install /root/pngslab_*.deb'
+inside pngslab --image /root/quill.png --output /root/quill.surface --rotation 90
+
+echo "The others bring what they need"
+quietly inside sh -c 'apt-get install -y --no-install-recommends /root/*.deb g++ cmake make pkg-config'
+inside slabtool info /root/quill.surface
+as_root cp -r "$tree/tests/package/consumer" "$bare/root"
+quietly inside sh -c 'cd /root/consumer && cmake -S . -B build -DIMAGES=/root/seal.png && cmake --build build'
+inside /root/consumer/build/consumer /root/seal.png
+quietly inside pngslab --image /root/seal.png --output /root/seal.surface
+inside slabtool compare /root/seal.surface /root/consumer/build/seal.surface
+inside sh -c 'g++ -std=c++20 /root/consumer/consumer.cpp -o /root/other $(pkg-config --cflags --libs quillory-png)'
+inside /root/other /root/quill.png
+
+echo "And go again without a trace"
+quietly inside dpkg --purge libquillory-dev slabtool pngslab
+inside sh -c 'test -z "$(find /usr -path "*quillory*" -o -name "*pngslab*" -o -name "*slabtool*")"'

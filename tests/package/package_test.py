@@ -1,0 +1,138 @@
+"""What is installed, as its users meet it: moved elsewhere, found by CMake and by pkg-config, part of another
+tree, and as Debian packages."""
+
+import os
+import subprocess
+import tempfile
+import unittest
+import zlib
+from pathlib import Path
+
+TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
+BUILD = Path(os.environ["PNGSLAB_BUILD_DIR"])
+CONSUMER = TREE / "tests/package/consumer"
+SAMPLE = TREE / "samples/quill.png"
+HEADERS = [
+    "inflate/src/streams.h", "png/png_crc32.h", "png/png_decode.h", "png/surface_from_png.h",
+    "src/ds_color_mode.h", "src/ds_ellipse.h", "src/ds_region.h", "src/ds_surface.h",
+    "src/pixel_kernels.h", "src/span_fill.h", "tools/surface_generator/command_line.h",
+]
+
+
+def run(*command, **surroundings):
+    """What a command prints, which must succeed."""
+    ended = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE,
+                           stderr=subprocess.STDOUT, text=True, **surroundings)
+    if ended.returncode != 0:
+        raise AssertionError(f"{command} ended with {ended.returncode}:\n{ended.stdout}")
+    return ended.stdout
+
+
+def what_the_consumer_prints():
+    image = SAMPLE.read_bytes()
+    return f"176 x 132, checksum {zlib.crc32(image):08x}, first bits {image[0] & 15}, radius 2\n"
+
+
+class Package(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.folder = Path(scratch.name)
+
+    def install(self):
+        """Installs into one place and moves it to another one, which is returned."""
+        run("cmake", "--install", BUILD, "--prefix", self.folder / "first")
+        return (self.folder / "first").rename(self.folder / "moved")
+
+    def build(self, project, *options):
+        folder = self.folder / "build"
+        run("cmake", "-S", project, "-B", folder, *options)
+        run("cmake", "--build", folder)
+        return folder
+
+    def expect_consumer(self, *options):
+        built = self.build(CONSUMER, f"-DIMAGES={SAMPLE}", *options)
+        self.assertEqual(what_the_consumer_prints(), run(built / "consumer", SAMPLE))
+        self.assertEqual(92948, (built / "quill.surface").stat().st_size)
+
+
+class Installation(Package):
+    def test_is_found_by_cmake_after_it_was_moved(self):
+        self.expect_consumer(f"-DCMAKE_PREFIX_PATH={self.install()}")
+
+    def test_is_found_by_pkg_config_after_it_was_moved(self):
+        files = next(self.install().rglob("pkgconfig"))
+        flags = run("pkg-config", "--cflags", "--libs", "quillory-png",
+                    env={**os.environ, "PKG_CONFIG_PATH": str(files)}).split()
+        run("g++", "-std=c++20", CONSUMER / "consumer.cpp", "-o", self.folder / "consumer", *flags)
+        self.assertEqual(what_the_consumer_prints(), run(self.folder / "consumer", SAMPLE))
+
+    def test_has_a_pkg_config_file_of_every_module(self):
+        files = next(self.install().rglob("pkgconfig"))
+        for module, library in [("graphics", "ds_graphics"), ("inflate", "inflate"), ("png", "png_surface")]:
+            with self.subTest(module=module):
+                flags = run("pkg-config", "--libs", f"quillory-{module} = 1.0",
+                            env={**os.environ, "PKG_CONFIG_PATH": str(files)})
+                self.assertIn(f"-l{library}", flags.split())
+
+    def test_holds_the_public_headers_each_of_which_compiles_alone(self):
+        includes = self.install() / "include/quillory"
+        for header in HEADERS:
+            with self.subTest(header=header):
+                run("g++", "-std=c++20", "-fsyntax-only", "-x", "c++", "-I", includes,
+                    includes / header)
+
+    def test_keeps_no_path_of_where_it_was_made(self):
+        for path in self.install().rglob("*"):
+            if path.suffix in (".cmake", ".pc", ".h", ".1"):
+                with self.subTest(file=path.name):
+                    text = path.read_text()
+                    for place in (TREE, BUILD, self.folder):
+                        self.assertNotIn(str(place), text)
+
+
+class Tree(Package):
+    def test_is_a_part_of_another_project(self):
+        self.expect_consumer(f"-DQUILLORY_TREE={TREE}")
+        # The other project's installation stays its own.
+        run("cmake", "--install", self.folder / "build", "--prefix", self.folder / "installed")
+        self.assertFalse((self.folder / "installed").exists())
+
+
+class DebianPackages(Package):
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", scratch.name, cwd=scratch.name)
+        cls.files = sorted(Path(scratch.name).glob("*.deb"))
+
+    def field(self, package, name):
+        file = next(file for file in self.files if file.name.startswith(package + "_"))
+        return run("dpkg-deb", "--field", file, name).strip()
+
+    def test_are_three(self):
+        self.assertEqual(["libquillory-dev", "pngslab", "slabtool"],
+                         [file.name.split("_")[0] for file in self.files])
+
+    def test_depend_on_no_more_than_they_need(self):
+        self.assertEqual("", self.field("pngslab", "Depends"))
+        self.assertIn("libpng16-16", self.field("slabtool", "Depends"))
+        self.assertEqual("pngslab (= 1.0)", self.field("libquillory-dev", "Depends"))
+
+    def test_hold_programs_that_run(self):
+        for file in self.files:
+            run("dpkg-deb", "--extract", file, self.folder)
+        programs = self.folder / "usr/bin"
+        surface = self.folder / "quill.surface"
+        run(programs / "pngslab", "--image", SAMPLE, "--output", surface, env={})
+        self.assertIn("consistent", run(programs / "slabtool", "info", surface, env={}))
+
+    def test_hold_the_cmake_package(self):
+        for file in self.files:
+            run("dpkg-deb", "--extract", file, self.folder)
+        self.expect_consumer(f"-DCMAKE_PREFIX_PATH={self.folder}/usr")
+
+
+if __name__ == "__main__":
+    unittest.main()
