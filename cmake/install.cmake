@@ -5,9 +5,25 @@ set(quillory_libraries ${CMAKE_INSTALL_LIBDIR}/quillory)
 set(quillory_includes ${CMAKE_INSTALL_INCLUDEDIR}/quillory)
 set(quillory_package ${CMAKE_INSTALL_LIBDIR}/cmake/Quillory)
 
+set(PNGSLAB_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
+    "Where zsh looks for completions; Debian's packages have a folder of their own")
+
+# A program's manual page, and completions for three shells, each of which looks for a name of its own.
+function(pngslab_install_page_and_completions program)
+  install(FILES docs/man/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${program})
+  install(FILES completions/${program}.bash COMPONENT ${program} RENAME ${program}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES completions/${program}.zsh COMPONENT ${program} RENAME _${program}
+          DESTINATION ${PNGSLAB_ZSH_DIR})
+  install(FILES completions/${program}.fish COMPONENT ${program}
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+endfunction()
+
 install(TARGETS pngslab EXPORT Quillory COMPONENT pngslab)
+pngslab_install_page_and_completions(pngslab)
 if(PNGSLAB_TOOL)
   install(TARGETS slabtool COMPONENT slabtool)
+  pngslab_install_page_and_completions(slabtool)
 endif()
 
 foreach(target ds_graphics inflate png_surface command_line)

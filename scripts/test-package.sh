@@ -33,6 +33,9 @@ inside slabtool compare /root/seal.surface /root/consumer/build/seal.surface
 inside sh -c 'g++ -std=c++20 /root/consumer/consumer.cpp -o /root/other $(pkg-config --cflags --libs quillory-png)'
 inside /root/other /root/quill.png
 
+quietly inside apt-get install -y --no-install-recommends man-db
+inside sh -c 'man -P cat slabtool | grep -q "look at surface files"'
+
 echo "And go again without a trace"
 quietly inside dpkg --purge libquillory-dev slabtool pngslab
 inside sh -c 'test -z "$(find /usr -path "*quillory*" -o -name "*pngslab*" -o -name "*slabtool*")"'

@@ -5,7 +5,7 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake make clang-format-14 python3 pkg-config dpkg-dev file \
+install_missing g++ cmake make clang-format-14 python3 pkg-config dpkg-dev file zsh fish \
     libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 echo "Formatting"

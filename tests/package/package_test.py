@@ -82,6 +82,14 @@ class Installation(Package):
                 run("g++", "-std=c++20", "-fsyntax-only", "-x", "c++", "-I", includes,
                     includes / header)
 
+    def test_holds_a_page_and_completions_of_each_program(self):
+        share = self.install() / "share"
+        for program in ("pngslab", "slabtool"):
+            for file in (f"man/man1/{program}.1", f"bash-completion/completions/{program}",
+                         f"zsh/site-functions/_{program}", f"fish/vendor_completions.d/{program}.fish"):
+                with self.subTest(file=file):
+                    self.assertIn(program, (share / file).read_text())
+
     def test_keeps_no_path_of_where_it_was_made(self):
         for path in self.install().rglob("*"):
             if path.suffix in (".cmake", ".pc", ".h", ".1"):

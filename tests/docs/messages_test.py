@@ -1,0 +1,56 @@
+"""Whatever the programs may say is explained in their manual pages and in the page on troubles. What they may
+say is taken from their sources."""
+
+import os
+import re
+import unittest
+from pathlib import Path
+
+TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
+LITERAL = re.compile(r'(?<!include )"((?:[^"\\\n]|\\.)*)"')
+
+
+def literals(paths):
+    """The string literals of sources; those that stand side by side are one."""
+    for path in paths:
+        code = re.sub(r"//.*", "", path.read_text())
+        code = re.sub(r'"\s*\n\s*"', "", code)
+        for text in LITERAL.findall(code):
+            yield text.replace('\\"', '"').strip(" :;,\n")
+
+
+def converter_messages():
+    """What is thrown, up to where a value is put in."""
+    code = "".join(path.read_text() for path in (TREE / "tools/surface_generator").glob("*.cpp"))
+    thrown = re.findall(r'(?:throwError|CommandLineException)\((?:"[^"]*", |nullptr, )?\(?"([^"%]+)', code)
+    return {message.rstrip(" '") for message in thrown}
+
+
+def companion_messages():
+    """Every literal that is a phrase; formats of the command line and of results are not."""
+    sources = set((TREE / "tools/slabtool").glob("*.cpp"))
+    sources -= {TREE / "tools/slabtool" / name for name in ("main.cpp", "info.cpp", "compare.cpp")}
+    return {text for text in literals(sources) if text.count(" ") >= 2 and "%" not in text}
+
+
+class Messages(unittest.TestCase):
+    def expect_explained(self, messages, *documents):
+        for document in documents:
+            text = " ".join((TREE / document).read_text().replace("\\(dq", '"').split())
+            for message in messages:
+                with self.subTest(document=document, message=message):
+                    self.assertTrue(message in text)
+
+    def test_of_the_converter_are_explained(self):
+        messages = converter_messages()
+        self.assertEqual(9, len(messages), messages)
+        self.expect_explained(messages, "docs/man/pngslab.1", "docs/troubleshooting.md")
+
+    def test_of_the_companion_are_explained(self):
+        messages = companion_messages()
+        self.assertGreater(len(messages), 50)
+        self.expect_explained(messages, "docs/man/slabtool.1", "docs/troubleshooting.md")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,127 @@
+"""The programs' options as their usage screens, manual pages and the completions of three shells name them:
+all must name the same ones."""
+
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
+PROGRAMS = {"pngslab": os.environ["PNGSLAB_PROGRAM"], "slabtool": os.environ["PNGSLAB_SLABTOOL"]}
+OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
+COMMANDS = ["info", "view", "check", "prepare", "compare"]
+
+BASH = """source "$1"
+COMP_WORDS=("${@:2}") COMP_CWORD=$(($# - 2))
+compopt() { :; }
+_$2
+printf '%s\\n' "${COMPREPLY[@]}"
+"""
+# The completion describes everything to one function of the shell, which here prints it.
+ZSH = """_arguments() { print -rl -- "$@"; if [[ $1 == -C ]]; then state=$STATE; fi }
+_describe() { print -rl -- ${(P)2} }
+offer() { source "$1" }
+offer "$1"
+"""
+
+
+def printed(*command, **surroundings):
+    return subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, text=True,
+                          check=True, **surroundings).stdout
+
+
+def bash_offers(*words):
+    file = TREE / f"completions/{words[0]}.bash"
+    return printed("bash", "-c", BASH, "bash", file, *words).split()
+
+
+def zsh_offers(*words, state="argument"):
+    file = TREE / f"completions/{words[0]}.zsh"
+    script = f"words=({' '.join(words[1:]) or 'none'})\n{ZSH}"
+    return printed("zsh", "-f", "-c", script, "zsh", file, env={**os.environ, "STATE": state})
+
+
+def fish_offers(*words):
+    file = TREE / f"completions/{words[0]}.fish"
+    with tempfile.TemporaryDirectory() as home:
+        lines = printed("fish", "--no-config", "-c", f'source {file}; complete -C "{" ".join(words)}"',
+                        env={**os.environ, "HOME": home})
+    return [line.split("\t")[0] for line in lines.splitlines()]
+
+
+def options_in(text):
+    return sorted(set(OPTION.findall(text)))
+
+
+def options_of(*words):
+    """The options that a program, or one of its sub-commands, says it has."""
+    screen = printed(PROGRAMS[words[0]], *words[1:], "--help")
+    # Descriptions may name options of other programs.
+    declared = [line for line in screen.splitlines() if re.match(r" +(-\w,)?--", line)]
+    return options_in("\n".join(re.split(r"   ", line.strip())[0] for line in declared))
+
+
+def manual(program):
+    """The text of a manual page; mdoc writes an option as Fl and the option without its first minus."""
+    text = (TREE / f"docs/man/{program}.1").read_text()
+    return re.sub(r"\bFl -", "--", text)
+
+
+class Options(unittest.TestCase):
+    def test_of_the_converter_are_the_same_everywhere(self):
+        options = options_of("pngslab")
+        self.assertEqual(5, len(options))
+        synopsis = manual("pngslab").split(".Sh DESCRIPTION")[0]
+        described = re.findall(r"^\.It (--[a-z-]+)", manual("pngslab"), re.M)
+        self.assertEqual(options, options_in(synopsis))
+        self.assertEqual(options, sorted(described))
+        self.assertEqual(options, sorted(bash_offers("pngslab", "--")))
+        self.assertEqual(options, options_in(zsh_offers("pngslab")))
+        self.assertEqual(options, sorted(fish_offers("pngslab", "--")))
+
+    def test_of_the_companion_are_the_same_everywhere(self):
+        described = dict(re.findall(r"^\.It Cm (\w+)(.*)", manual("slabtool"), re.M))
+        synopsis = manual("slabtool").split(".Sh DESCRIPTION")[0]
+        synopsis = dict(re.findall(r"^\.Cm (\w+)\n((?:\.Op .*\n)*)", synopsis, re.M))
+        self.assertEqual(COMMANDS, list(described))
+        self.assertEqual(COMMANDS, list(synopsis))
+        for command in COMMANDS:
+            with self.subTest(command=command):
+                options = options_of("slabtool", command)
+                own = [option for option in options if option != "--help"]
+                self.assertEqual(own, options_in(described[command]))
+                self.assertEqual(own, options_in(synopsis[command]))
+                self.assertEqual(options, sorted(bash_offers("slabtool", command, "--")))
+                self.assertEqual(options, options_in(zsh_offers("slabtool", command)))
+                self.assertEqual(options, sorted(fish_offers("slabtool", command, "--")))
+
+    def test_are_led_to_by_sub_commands(self):
+        screen = printed(PROGRAMS["slabtool"], "--help").split("Subcommands:")[1]
+        self.assertEqual(COMMANDS, re.findall(r"^  (\w+)", screen, re.M))
+        self.assertEqual(COMMANDS + ["--help"], bash_offers("slabtool", ""))
+        self.assertEqual(COMMANDS, re.findall(r"^([a-z]+):", zsh_offers("slabtool", state="command"), re.M))
+        self.assertEqual(sorted(COMMANDS), sorted(fish_offers("slabtool", "")))
+
+
+class BashCompletion(unittest.TestCase):
+    def test_offers_no_option_twice(self):
+        self.assertEqual(["--help", "--image", "--rotation", "--output"],
+                         bash_offers("pngslab", "--alphaonly", ""))
+
+    def test_offers_values_behind_options(self):
+        self.assertEqual(["90", "180", "270"], bash_offers("pngslab", "--rotation", ""))
+        self.assertEqual(["180"], bash_offers("pngslab", "--rotation", "1"))
+
+    def test_offers_images_where_images_are_read(self):
+        pictures = f"{TREE}/samples/"
+        expected = [pictures + "quill.png", pictures + "seal.png"]
+        self.assertEqual(expected, sorted(bash_offers("pngslab", "--image", pictures)))
+        self.assertEqual(expected, sorted(bash_offers("slabtool", "check", pictures)))
+        self.assertIn(pictures + "make_seal.py", bash_offers("pngslab", "--output", pictures))
+        self.assertIn(pictures + "make_seal.py", bash_offers("slabtool", "info", pictures))
+
+
+if __name__ == "__main__":
+    unittest.main()
