@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Converts thousands of icons and wallpapers of four Debian packages, and the conformance images of
+# libpng's source package, and holds every pixel against libpng's; then holds slabtool against both. Needs
+# apt's access to the packages and, for the conformance images, to their sources.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+
+install_missing g++ cmake make python3 dpkg-dev libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+folder="$tree/build/corpus"
+packages=(tango-icon-theme oxygen-icon-theme mate-backgrounds desktop-base)
+
+if [ ! -e "$folder/complete" ]; then
+    echo "Fetching ${packages[*]}"
+    rm -rf "$folder"
+    mkdir -p "$folder"/{fetched,icons,conformance}
+    (cd "$folder/fetched" && quietly apt-get download "${packages[@]}")
+    for package in "$folder"/fetched/*.deb; do
+        dpkg -x "$package" "$folder/icons"
+    done
+    # An index of sources of the script's own, since many machines fetch none.
+    echo "Fetching the sources of libpng"
+    echo "deb-src http://deb.debian.org/debian bookworm main" >"$folder/sources.list"
+    apt=(apt-get -o "Dir::Etc::SourceList=$folder/sources.list" -o Dir::Etc::SourceParts=/dev/null)
+    quietly as_root "${apt[@]}" update
+    (cd "$folder/conformance" && quietly "${apt[@]}" source --download-only libpng1.6 &&
+        tar --extract --wildcards --file libpng1.6_*.orig.tar.* '*/contrib/pngsuite/*.png' '*/contrib/testpngs/*.png')
+    quietly as_root apt-get update
+    touch "$folder/complete"
+fi
+
+configure release -DPNGSLAB_TESTS=ON -DPNGSLAB_TOOL=ON
+build release
+for images in icons conformance; do
+    for check in check_corpus check_slabtool; do
+        echo "$check $images"
+        "$tree/build/release/bin/$check" "$folder/$images"
+    done
+done
