@@ -40,6 +40,17 @@ install_missing() {
         apt-get install -y --no-install-recommends "${missing[@]}"
 }
 
+# Installs the ssh daemon for tests that start their own. The machine's, which the package starts, and would
+# start again with the machine, is not wanted.
+install_sshd() {
+    if [ -x /usr/sbin/sshd ]; then
+        return
+    fi
+    install_missing openssh-server
+    quietly as_root service ssh stop
+    quietly as_root update-rc.d ssh disable
+}
+
 # Configures the preset $1 with the further options given. What a failure has found out is forgotten.
 configure() {
     if ! (cd "$tree" && quietly cmake --preset "$@"); then

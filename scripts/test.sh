@@ -5,8 +5,10 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake make clang-format-14 python3 pkg-config dpkg-dev file zsh fish \
-    libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing g++ cmake make clang-format-14 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+# For the tests in Python: packages, completions, recipes.
+install_missing python3 pkg-config dpkg-dev file zsh fish ninja-build parallel openssh-client rsync
+install_sshd
 
 echo "Formatting"
 (cd "$tree" && find src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' |

@@ -1,0 +1,164 @@
+"""The recipe of docs/recipes.md for several machines, which are two ssh daemons on this one, each with a
+home of its own. They listen on loopback only, know one key, and end with the test."""
+
+import os
+import shutil
+import socket
+import subprocess
+import time
+import unittest
+
+from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section
+
+# Each image costs a handful of logins.
+NAMES = ["quill.png", "icons/seal.png", "two.png", *ODD_NAMES[2:4]]
+# What decides where coverage and sanitizers report, which a login would not inherit.
+REPORTS = ("LLVM_PROFILE_FILE", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS")
+
+
+def free_port():
+    with socket.create_server(("127.0.0.1", 0)) as server:
+        return server.getsockname()[1]
+
+
+class Machine:
+    """An ssh daemon whose logins begin in a folder of the scratch folder."""
+
+    def __init__(self, name, workshop):
+        self.name = name
+        self.home = workshop.folder / "machines" / name
+        self.home.mkdir(parents=True)
+        self.configuration = workshop.folder / f"sshd-{name}"
+        variables = {"HOME": self.home, "PATH": f"{workshop.folder}/bin:{os.environ['PATH']}"}
+        variables.update((each, os.environ[each]) for each in REPORTS if each in os.environ)
+        self.settings = f"""
+            HostKey {workshop.folder}/host-key
+            AuthorizedKeysFile {workshop.folder}/client-key.pub
+            PidFile none
+            UsePAM no
+            StrictModes no
+            PermitRootLogin prohibit-password
+            MaxStartups 100
+            SetEnv {" ".join(f'"{each}={value}"' for each, value in variables.items())}
+            ForceCommand exec /bin/sh -c 'cd && eval "$SSH_ORIGINAL_COMMAND"'
+            """
+        self.start(workshop)
+
+    def start(self, workshop):
+        """Another program may take the port first; then another one is tried."""
+        log = workshop.folder / f"log-{self.name}"
+        for _ in range(10):
+            self.port = free_port()
+            self.configuration.write_text(f"ListenAddress 127.0.0.1:{self.port}\n{self.settings}")
+            self.daemon = subprocess.Popen(
+                # The daemon ends with this process, however that ends.
+                ["setpriv", "--pdeathsig", "TERM", shutil.which("sshd", path=workshop.environment["PATH"]),
+                 "-D", "-E", log, "-f", self.configuration], stdin=subprocess.DEVNULL)
+            workshop.addCleanup(self.stop)
+            if self.answers():
+                return
+        raise RuntimeError(log.read_text())
+
+    def answers(self):
+        while self.daemon.poll() is None:
+            try:
+                socket.create_connection(("127.0.0.1", self.port)).close()
+                return True
+            except ConnectionRefusedError:
+                time.sleep(0.02)
+        return False
+
+    def stop(self):
+        self.daemon.terminate()
+        self.daemon.wait()
+
+    def files(self):
+        return sorted(str(path.relative_to(self.home)) for path in self.home.glob("**/*"))
+
+
+class Machines(Workshop):
+    def setUp(self):
+        super().setUp()
+        self.command, self.list_missing, self.clean_up = section("Several machines")[1]
+        if os.getuid() == 0:
+            os.makedirs("/run/sshd", mode=0o755, exist_ok=True)
+        for key in ("host-key", "client-key"):
+            subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.folder / key],
+                           check=True)
+        self.machines = [Machine(name, self) for name in ("alpha", "beta")]
+        self.write_script("bin/ssh", f"""
+            exec '{shutil.which("ssh")}' -F '{self.folder}/ssh-config' "$@"
+            """)
+        (self.folder / "ssh-config").write_text("".join(f"""
+            Host {machine.name}
+                HostName 127.0.0.1
+                Port {machine.port}
+            """ for machine in self.machines) + f"""
+            Host *
+                IdentityFile {self.folder}/client-key
+                IdentitiesOnly yes
+                IdentityAgent none
+                BatchMode yes
+                KexAlgorithms curve25519-sha256
+                StrictHostKeyChecking no
+                UserKnownHostsFile /dev/null
+                LogLevel ERROR
+            """)
+        self.add_images(NAMES)
+
+    def make_surfaces_here(self):
+        self.assert_runs(section("xargs")[1][0])
+        self.age_all()
+        self.asked()
+
+    def hosts(self):
+        """The machines that the log names, without its heading."""
+        lines = (self.folder / "machines.log").read_text().splitlines()[1:]
+        return {line.split("\t")[1] for line in lines}
+
+    def assert_machines_clean(self):
+        for machine in self.machines:
+            self.assertEqual(machine.files(), [], machine.name)
+
+    def test_share_the_work_and_keep_nothing(self):
+        self.assert_runs(self.command)
+        self.assert_surfaces(NAMES)
+        self.assertEqual(self.hosts(), {"alpha", "beta"})
+        self.assert_machines_clean()
+
+    def test_do_only_what_is_to_be_done(self):
+        self.make_surfaces_here()
+        self.add_image("two.png", make_png(99))
+        (self.folder / "surfaces/quill.surface").unlink()
+        self.assert_runs(self.command)
+        self.assertEqual(self.asked(), ["images/quill.png", "images/two.png"])
+        self.assert_surfaces(NAMES)
+
+    def test_keep_nothing_of_a_refused_image_and_leave_its_older_surface(self):
+        self.make_surfaces_here()
+        older = self.surface("two.png")
+        for name in ("two.png", "refused.png"):
+            self.add_image(name, REFUSED)
+        self.assert_runs(self.command, status=2)
+        self.assertEqual(self.surface("two.png"), older)
+        self.assertFalse((self.folder / "surfaces/refused.surface").exists())
+        self.assert_machines_clean()
+        self.assertEqual(sorted(self.assert_runs(self.list_missing).stdout.splitlines()),
+                         ["images/refused.png", "images/two.png"])
+
+    def test_are_left_out_when_they_do_not_answer(self):
+        self.machines[1].stop()
+        self.assert_runs(self.command)
+        self.assert_surfaces(NAMES)
+        self.assertEqual(self.hosts(), {"alpha"})
+
+    def test_are_rid_of_what_an_interrupted_run_left(self):
+        for machine in self.machines:
+            (machine.home / "pngslab-work/images").mkdir(parents=True)
+            (machine.home / "pngslab-work/images/left.png").touch()
+        self.assert_runs(self.clean_up)
+        self.assert_machines_clean()
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,84 @@
+"""The recipe of docs/recipes.md for GNU parallel on one machine, and what slabtool says afterwards."""
+
+import os
+import unittest
+from pathlib import Path
+
+from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section
+
+SLABTOOL = Path(os.environ["PNGSLAB_SLABTOOL"])
+NAMES = ["quill.png", "icons/seal.png", "two.png", "three.png", *ODD_NAMES]
+
+
+class Slabtool(Workshop):
+    def setUp(self):
+        super().setUp()
+        (self.folder / "bin/slabtool").symlink_to(SLABTOOL)
+
+
+class Parallel(Slabtool):
+    def setUp(self):
+        super().setUp()
+        self.list_images, self.command, self.mend = section("GNU parallel")[1]
+        self.add_images(NAMES)
+
+    def test_makes_every_surface_once(self):
+        self.assert_runs(self.list_images)
+        self.assert_runs(self.command)
+        self.assert_surfaces(NAMES)
+        self.asked()
+        self.assert_runs(self.command)
+        self.assertEqual(self.asked(), [])
+
+    def test_does_only_what_failed_after_images_were_mended(self):
+        for name in ("icons/bell.png", "refused.png"):
+            self.add_image(name, REFUSED)
+        self.assert_runs(self.list_images)
+        self.assert_runs(self.command, status=2)
+        self.assert_surfaces(NAMES)
+        self.asked()
+
+        said = self.assert_runs(self.mend).stdout
+        self.assertEqual([line.split(": ")[0] for line in said.splitlines()],
+                         ["images/icons/bell.png", "images/refused.png"])
+        self.assert_runs(self.command, status=1)
+        self.assertEqual(self.asked(), ["images/icons/bell.png", "images/refused.png"])
+        self.assert_surfaces([*NAMES, "icons/bell.png"])
+
+    def test_keeps_the_older_surface_of_an_image_that_is_refused_now(self):
+        self.assert_runs(self.list_images)
+        self.assert_runs(self.command)
+        older = self.surface("two.png")
+        self.add_image("two.png", REFUSED)
+        (self.folder / "surfaces.log").unlink()
+        self.assert_runs(self.command, status=1)
+        self.assertEqual(self.surface("two.png"), older)
+
+    def test_goes_on_where_an_interruption_left_it(self):
+        self.add_image("halt.png", make_png(3))
+        self.assert_runs(self.list_images)
+        self.interrupt_at_halt(self.command)
+        log = (self.folder / "surfaces.log").read_text()
+        self.asked()
+
+        self.assert_runs(self.command)
+        again = self.asked()
+        self.assertIn("images/halt.png", again)
+        self.assertEqual([name for name in again if f"\t0\t0\t./convert-one.sh {name} " in log], [])
+        self.assert_surfaces([*NAMES, "halt.png"])
+
+
+class Afterwards(Slabtool):
+    def test_names_the_surfaces_that_are_not_as_they_should_be(self):
+        check, = section("Afterwards")[1]
+        (self.folder / "surfaces").mkdir()
+        self.add_image("good.png", make_png(1))
+        self.assert_runs("./convert-one.sh images/good.png 'surfaces/good one.surface'")
+        self.assertEqual(self.assert_runs(check, status=1).stdout, "")
+
+        (self.folder / "surfaces/empty.surface").touch()
+        self.assertIn("surfaces/empty.surface", self.assert_runs(check).stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
