@@ -9,8 +9,8 @@ source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 declare -A variants=(
     [gcc-O0]="-DCMAKE_CXX_COMPILER=g++ -DCMAKE_CXX_FLAGS_RELEASE=-O0"
     [gcc-O3]="-DCMAKE_CXX_COMPILER=g++ -DCMAKE_CXX_FLAGS_RELEASE=-O3"
-    [clang-O0]="-DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_CXX_FLAGS_RELEASE=-O0"
-    [clang-O3]="-DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_CXX_FLAGS_RELEASE=-O3"
+    [clang-O0]="-DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_CXX_FLAGS_RELEASE=-O0"
+    [clang-O3]="-DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_CXX_FLAGS_RELEASE=-O3"
     [aarch64]="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake -DCMAKE_CXX_FLAGS_RELEASE=-O2"
 )
 

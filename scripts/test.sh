@@ -11,7 +11,7 @@ install_missing python3 pkg-config dpkg-dev file zsh fish ninja-build parallel o
 install_sshd
 
 echo "Formatting"
-(cd "$tree" && find src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' |
+(cd "$tree" && find src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' -o -name '*.c' |
     xargs clang-format-14 --dry-run --Werror)
 
 for preset in release asan; do

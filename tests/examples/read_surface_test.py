@@ -1,0 +1,328 @@
+"""The two example readers of surface files: both find every pixel of every mode where it belongs, and
+refuse every header that cannot be right, in the same words."""
+
+import os
+import struct
+import sys
+import tempfile
+import unittest
+import zlib
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent.parent / "support"))
+from surface_readers import READERS, all_pixels, convert, read_with_both, run, surface_bytes
+
+GREY, RGB, INDEXED, GREY_ALPHA, RGBA = 0, 2, 3, 4, 6
+CHANNELS = {GREY: 1, RGB: 3, INDEXED: 1, GREY_ALPHA: 2, RGBA: 4}
+ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88, A8 = 0, 1, 2, 3, 4, 5, 7, 9
+
+
+def chunk(name, data):
+    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+
+
+def png(color_type, width, height, samples, *further):
+    """A PNG file without compression, so that the converter takes images of any size."""
+    line = width * CHANNELS[color_type]
+    rows = b"".join(b"\0" + samples[y * line:(y + 1) * line] for y in range(height))
+    header = struct.pack(">IIBBBBB", width, height, 8, color_type, 0, 0, 0)
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + b"".join(further) +
+            chunk(b"IDAT", zlib.compress(rows, 0)) + chunk(b"IEND", b""))
+
+
+def rgb_words(samples):
+    return "alpha 255 red %d green %d blue %d" % tuple(samples)
+
+
+def rgba_words(samples):
+    red, green, blue, alpha = samples
+    return "alpha %d red %d green %d blue %d" % (alpha, red, green, blue)
+
+
+def value_words(samples):
+    return "value %d" % samples[0]
+
+
+def value_alpha_words(samples):
+    return "value %d alpha %d" % tuple(samples)
+
+
+def alpha_words(samples):
+    return "alpha %d" % samples[0]
+
+
+class Reading(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
+    def write(self, name, data):
+        (self.folder / name).write_bytes(data)
+        return self.folder / name
+
+
+class Images(Reading):
+    """Images through the converter: the readers find the samples that went in."""
+
+    SIZES = ((1, 1), (1, 6), (6, 1), (7, 4))
+
+    def convert_both_ways(self, image, *options):
+        """The surface file of an image as it is, and that of the turned one."""
+        picture = self.write("image.png", image)
+        upright, turned = self.folder / "upright.surface", self.folder / "turned.surface"
+        convert(self, picture, upright, *options)
+        convert(self, picture, turned, "--rotation", 90, *options)
+        return upright, turned
+
+    def expect_facts(self, path, width, height, mode, rotation):
+        self.assertEqual(["size %d x %d" % (width, height), "mode " + mode, "rotation %d" % rotation],
+                         read_with_both(self, path))
+
+    def expect_image(self, mode, color_type, words, *further, options=()):
+        for width, height in self.SIZES:
+            with self.subTest(mode=mode, width=width, height=height):
+                channels = CHANNELS[color_type]
+                samples = bytes((i * 37 + 11) & 255 for i in range(width * height * channels))
+                image = png(color_type, width, height, samples, *further)
+                upright, turned = self.convert_both_ways(image, *options)
+                self.expect_facts(upright, width, height, mode, 0)
+                self.expect_facts(turned, width, height, mode, 90)
+                expected = [words(samples[i:i + channels]) for i in range(0, len(samples), channels)]
+                self.assertEqual(expected, all_pixels(self, upright, width, height))
+                self.assertEqual(expected, all_pixels(self, turned, width, height))
+
+    def test_of_greyscale(self):
+        self.expect_image("5 I8", GREY, value_words)
+
+    def test_of_greyscale_as_alpha(self):
+        self.expect_image("9 A8", GREY, alpha_words, options=["--alphaonly"])
+
+    def test_of_indices(self):
+        palette = chunk(b"PLTE", bytes(range(256)) * 3)
+        self.expect_image("5 I8", INDEXED, value_words, palette)
+
+    def test_of_greyscale_with_alpha(self):
+        self.expect_image("7 AI88", GREY_ALPHA, value_alpha_words)
+
+    def test_of_truecolour(self):
+        self.expect_image("1 RGB888", RGB, rgb_words)
+
+    def test_of_truecolour_with_alpha(self):
+        self.expect_image("0 ARGB8888", RGBA, rgba_words)
+
+    def expect_key_image(self, mode, color_type, key, known):
+        """The front of each line holds the samples without alpha, so that pixels are read across them."""
+        width, height = 8, 3
+        line_bytes = width * CHANNELS[color_type]
+        samples = bytes((i * 37 + 11) & 255 for i in range(line_bytes * height))
+        image = png(color_type, width, height, samples, chunk(b"tRNS", key))
+        upright, turned = self.convert_both_ways(image)
+        self.expect_facts(upright, width, height, mode, 0)
+        self.expect_facts(turned, width, height, mode, 90)
+        pixels = all_pixels(self, upright, width, height)
+        self.assertEqual(pixels, all_pixels(self, turned, width, height))
+        for y in range(height):
+            expected = known(samples[y * line_bytes:(y + 1) * line_bytes])
+            self.assertEqual(expected, pixels[y * width:y * width + len(expected)])
+
+    def test_of_greyscale_with_a_key_colour(self):
+        self.expect_key_image("7 AI88", GREY, b"\0\1", lambda line: [
+            value_alpha_words(line[i:i + 2]) for i in range(0, len(line), 2)])
+
+    def test_of_truecolour_with_a_key_colour(self):
+        def known(line):
+            stored = b"".join(line[i:i + 3][::-1] for i in range(0, len(line), 3))
+            return [rgba_words((stored[i + 2], stored[i + 1], stored[i], stored[i + 3]))
+                    for i in range(0, len(stored), 4)]
+
+        self.expect_key_image("0 ARGB8888", RGB, bytes(6), known)
+
+
+def nearest(field, bits):
+    """The 8-bit value of a field, in fractions."""
+    most = (1 << bits) - 1
+    return int(field * 255 / most + 0.5)
+
+
+class Words(Reading):
+    """Modes that the converter does not write: words of 16 bits, at odd addresses too."""
+
+    WIDTH, HEIGHT = 79, 65
+    VALUES = [i * 13 & 0xFFFF for i in range(WIDTH * HEIGHT)]  # 5135 of 65,536, spread over all fields
+
+    def expect(self, mode, fields):
+        """`fields`: place and bits of alpha, red, green and blue; no bits for what is always 255."""
+        line_bytes = self.WIDTH * 2
+        packed = struct.pack("<%dH" % len(self.VALUES), *self.VALUES)
+        lines = [packed[i:i + line_bytes] + b"\xEE" for i in range(0, len(packed), line_bytes)]
+        path = self.write("words.surface", surface_bytes(mode, self.WIDTH, lines))
+        expected = ["alpha %d red %d green %d blue %d" % tuple(
+            nearest(value >> place & (1 << bits) - 1, bits) if bits else 255
+            for place, bits in fields) for value in self.VALUES]
+        self.assertEqual(expected, all_pixels(self, path, self.WIDTH, self.HEIGHT))
+
+    def test_of_rgb565(self):
+        self.expect(RGB565, ((0, 0), (11, 5), (5, 6), (0, 5)))
+
+    def test_of_argb1555(self):
+        self.expect(ARGB1555, ((15, 1), (10, 5), (5, 5), (0, 5)))
+
+    def test_of_argb4444(self):
+        self.expect(ARGB4444, ((12, 4), (8, 4), (4, 4), (0, 4)))
+
+
+class Rotations(Reading):
+    LINES = [b"\1\2\3\xEE\xEE", b"\4\5\6\xEE\xEE"]  # with two bytes of padding
+
+    def test_turn_the_stored_array(self):
+        images = {0: ["1 2 3", "4 5 6"], 90: ["4 1", "5 2", "6 3"], 180: ["6 5 4", "3 2 1"],
+                  270: ["3 6", "2 5", "1 4"], 45: ["1 2 3", "4 5 6"], 450: ["1 2 3", "4 5 6"]}
+        for rotation, image in images.items():
+            with self.subTest(rotation=rotation):
+                path = self.write("turned.surface", surface_bytes(I8, 3, self.LINES, rotation))
+                expected = ["value " + value for line in image for value in line.split()]
+                width = len(image[0].split())
+                self.assertEqual(["size %d x %d" % (width, len(image)), "mode 5 I8",
+                                  "rotation %d" % rotation], read_with_both(self, path))
+                self.assertEqual(expected, all_pixels(self, path, width, len(image)))
+
+    def test_work_for_pixels_of_every_size(self):
+        for mode, size in ((ARGB8888, 4), (RGB888, 3), (ARGB4444, 2), (A8, 1)):
+            lines = [bytes(range(1, 2 * size + 1)) + b"\xEE", bytes(range(101, 101 + 2 * size)) + b"\xEE"]
+            upright = all_pixels(self, self.write("upright", surface_bytes(mode, 2, lines)), 2, 2)
+            turned = all_pixels(self, self.write("turned", surface_bytes(mode, 2, lines, 180)), 2, 2)
+            self.assertEqual(upright, turned[::-1])
+            self.assertEqual(4, len(set(upright)))
+
+
+class Sizes(Reading):
+    def test_may_be_exact_or_more(self):
+        file = surface_bytes(I8, 1, [b"\7"])
+        for further in (b"", bytes(3), bytes(1000)):
+            path = self.write("one.surface", file + further)
+            self.assertEqual(["value 7"], read_with_both(self, path, 0, 0))
+
+    def test_beyond_32_bits(self):
+        width, height, stride = 1, 5 << 18, 4096
+        path = self.write("large.surface", struct.pack("<5I", 0, I8, width, height, stride))
+        with open(path, "r+b") as file:
+            file.seek(20 + stride * (height - 1))
+            file.write(b"\x2A")
+            file.truncate(20 + stride * height)
+        self.assertEqual(["value 42", "value 0"],
+                         read_with_both(self, path, 0, height - 1, 0, height - 2))
+
+
+class Refusals(Reading):
+    GOOD = [0, RGB888, 3, 2, 9]
+    MODE, WIDTH, HEIGHT, STRIDE = 1, 2, 3, 4
+
+    def expect(self, path, reason):
+        for name, program in READERS.items():
+            with self.subTest(reader=name):
+                self.assertEqual((1, "", "read_surface: %s: %s\n" % (path, reason)),
+                                 run(program, path, 0, 0))
+
+    def expect_header(self, reason, changes, size=20 + 18):
+        header = list(self.GOOD)
+        for field, value in changes.items():
+            header[field] = value
+        self.expect(self.write("broken.surface", struct.pack("<5I", *header).ljust(size, b"\0")), reason)
+
+    def test_of_modes_without_pixels(self):
+        for mode in (6, 8, 10, 11, 255, 256, 0x80000000, 0xFFFFFFFF):
+            self.expect_header("its colour mode has no pixels", {self.MODE: mode})
+
+    def test_of_sizes_that_are_none(self):
+        for pixels in (0, 0x80000000, 0xFFFFFFFF):
+            self.expect_header("its width is not between 1 and 2147483647", {self.WIDTH: pixels})
+            self.expect_header("its height is not between 1 and 2147483647", {self.HEIGHT: pixels})
+
+    def test_of_strides_that_hold_no_line(self):
+        reason = "its stride is less than the pixels of a line"
+        for stride in (0, 1, 8):
+            self.expect_header(reason, {self.STRIDE: stride})
+        self.expect_header(reason, {self.WIDTH: 4})
+        self.expect_header(reason, {self.WIDTH: 0x7FFFFFFF, self.STRIDE: 0xFFFFFFFF})
+        # 4 in 32 bits
+        self.expect_header(reason, {self.MODE: ARGB8888, self.WIDTH: 0x40000001, self.STRIDE: 4})
+
+    def test_of_lines_that_are_not_there(self):
+        reason = "it ends before its last line does"
+        self.expect_header(reason, {}, size=20 + 17)
+        self.expect_header(reason, {}, size=20)
+        self.expect_header(reason, {self.HEIGHT: 3})
+        self.expect_header(reason, {self.STRIDE: 10})
+        self.expect_header(reason, {self.HEIGHT: 0x7FFFFFFF, self.STRIDE: 0xFFFFFFFF})
+        self.expect_header(reason, {self.HEIGHT: 0x10000, self.STRIDE: 0x10000})  # 0 in 32 bits
+        self.expect_header(reason, {self.HEIGHT: 0x40000000, self.STRIDE: 0xFFFFFFFC})
+
+    def test_of_files_without_a_header(self):
+        file = struct.pack("<5I", *self.GOOD)
+        for size in range(20):
+            self.expect(self.write("short.surface", file[:size]),
+                        "it is shorter than the header of 20 bytes")
+
+    def test_of_files_that_cannot_be_opened(self):
+        self.expect(self.folder / "none", "No such file or directory")
+
+    def test_of_what_is_no_regular_file(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        # Open on both ends, so that nobody who opens it waits.
+        kept_open = os.open(pipe, os.O_RDWR)
+        self.addCleanup(os.close, kept_open)
+        for path in (self.folder, pipe, "/dev/null"):
+            for name, program in READERS.items():
+                with self.subTest(reader=name, path=path):
+                    status, output, errors = run(program, path)
+                    self.assertEqual((1, ""), (status, output))
+                    self.assertEqual(1, errors.count("\n"), errors)
+
+    def test_by_the_c_reader_come_before_it_waits_for_a_pipe(self):
+        os.mkfifo(self.folder / "pipe")
+        self.assertEqual((1, "", "read_surface: pipe: it is not a regular file\n"),
+                         run(READERS["C"], "pipe", folder=self.folder))
+
+    def test_leave_nothing_unread_that_was_said(self):
+        """Every bit of a header changed: both readers say the same, whatever that is."""
+        file = struct.pack("<5I", *self.GOOD) + bytes(range(100, 118)) + bytes(2)
+        for bit in range(20 * 8):
+            changed = bytearray(file)
+            changed[bit // 8] ^= 1 << bit % 8
+            path = self.write("changed.surface", changed)
+            with self.subTest(bit=bit):
+                outcome, other = [run(program, path, 0, 0, 1, 1) for program in READERS.values()]
+                self.assertEqual(outcome, other)
+                self.assertIn(outcome[0], (0, 1, 2))
+
+
+class WrongUse(Reading):
+    def expect(self, reason, *words):
+        for name, program in READERS.items():
+            with self.subTest(reader=name, words=words):
+                self.assertEqual((2, "", "%s\n" % reason), run(program, *words))
+
+    def test_is_a_lone_number_or_no_file(self):
+        usage = "usage: read_surface FILE [X Y]..."
+        self.expect(usage)
+        self.expect(usage, "file", 1)
+        self.expect(usage, "file", 1, 2, 3)
+
+    def test_is_a_place_outside(self):
+        path = self.write("turned.surface", surface_bytes(I8, 2, [b"\1\2", b"\3\4", b"\5\6"], 90))
+        for place in (("3", "0"), ("0", "2"), ("-1", "0"), ("+1", "0"), ("1x", "0"), ("", "0"),
+                      (" 1", "0"), ("0x1", "0"), ("1_0", "0"), ("0", "\u0661"), ("0", "4294967296"),
+                      ("18446744073709551616", "0"), ("1" * 5000, "0")):
+            self.expect("read_surface: no pixel of the image: %s %s" % place, path, *place)
+
+    def test_shows_only_behind_what_is_right(self):
+        path = self.write("one.surface", surface_bytes(I8, 1, [b"\7"]))
+        for program in READERS.values():
+            self.assertEqual((2, "value 7\n", "read_surface: no pixel of the image: 1 0\n"),
+                             run(program, path, 0, 0, 1, 0))
+
+
+if __name__ == "__main__":
+    unittest.main()
