@@ -12,6 +12,10 @@ const std::string kKeyNote =
     "slabtool: in.png: the colour that means \"transparent\" is kept, but pngslab does not apply "
     "it; --key-to-alpha turns it into alpha\n";
 
+const std::string kIndexNote =
+    "slabtool: in.png: the indices are kept, but surface files carry no palette; --expand-palette "
+    "turns them into colours\n";
+
 // How an indexed or other sample of `depth` bits looks with 8.
 uint8_t asEightBits(uint8_t type, uint32_t depth, uint32_t sample) {
     if (type == kIndexed) {
@@ -51,7 +55,8 @@ protected:
     }
 
     void expectPrepared(const written_image& image) const {
-        const auto prepared = oracle_decode_png(prepare(libpng_encode(image)));
+        const std::string note = image.color_type == kIndexed ? kIndexNote : "";
+        const auto prepared = oracle_decode_png(prepare(libpng_encode(image), note));
         ASSERT_TRUE(prepared.has_value());
         EXPECT_EQ(expectedSamples(image), prepared->pixels)
             << "type " << int{image.color_type} << ", depth " << int{image.bit_depth};
@@ -80,7 +85,7 @@ TEST_F(Prepare, MakesEveryTypeDepthAndInterlacingFit) {
 TEST_F(Prepare, KeepsPalettesAndTheirAlpha) {
     written_image image = noise_image(kIndexed, 4, false, 9, 9);
     image.trns = {1, 2, 3};
-    const byte_vector prepared = prepare(libpng_encode(image));
+    const byte_vector prepared = prepare(libpng_encode(image), kIndexNote);
     EXPECT_EQ(oracle_decode_png(libpng_encode(image))->palette,
               oracle_decode_png(prepared)->palette);
     EXPECT_NE(prepared.end(), std::search(prepared.begin(), prepared.end(),
@@ -89,8 +94,46 @@ TEST_F(Prepare, KeepsPalettesAndTheirAlpha) {
 
 TEST_F(Prepare, KeepsIndicesBeyondThePalette) {
     const byte_vector indices = {0, 1, 200, 255};
-    const byte_vector prepared = prepare(png().indexed(2, 2).palette(2).pixels(indices).bytes());
+    const byte_vector prepared =
+        prepare(png().indexed(2, 2).palette(2).pixels(indices).bytes(), kIndexNote);
     EXPECT_EQ(indices, oracle_decode_png(prepared)->pixels);
+}
+
+TEST_F(Prepare, TurnsIndicesIntoColoursOnRequest) {
+    const png_maker image =
+        png().indexed(2, 2).pixels({0, 1, 2, 255}).plte({10, 20, 30, 40, 50, 60, 70, 80, 90});
+    const auto expanded = [&](const byte_vector& file) {
+        return oracle_decode_png(prepare(file, "", {"--expand-palette"}));
+    };
+    EXPECT_EQ((byte_vector{30, 20, 10, 60, 50, 40, 90, 80, 70, 0, 0, 0}),
+              expanded(image.bytes())->pixels);
+    EXPECT_TRUE(expanded(image.bytes())->palette.empty());
+    EXPECT_EQ((byte_vector{30, 20, 10, 0, 60, 50, 40, 128, 90, 80, 70, 255, 0, 0, 0, 255}),
+              expanded(png_maker(image).trns({0, 128}).bytes())->pixels);
+}
+
+TEST_F(Prepare, TurnsIndicesOfEveryDepthIntoColours) {
+    for (const uint8_t depth : std::vector<uint8_t>{1, 2, 4, 8}) {
+        for (const bool interlaced : {false, true}) {
+            const written_image image = noise_image(kIndexed, depth, interlaced, 11, 9);
+            byte_vector colours;
+            for (const uint32_t index : samples_of(image)) {
+                for (const size_t channel : {2, 1, 0}) {
+                    colours.push_back(image.palette[index * 3 + channel]);
+                }
+            }
+            const byte_vector file = prepare(libpng_encode(image), "", {"--expand-palette"});
+            EXPECT_EQ(colours, oracle_decode_png(file)->pixels);
+        }
+    }
+}
+
+TEST_F(Prepare, ExpandsNothingButPalettes) {
+    const png_maker image = png().rgb(5, 5).palette(3);
+    const byte_vector prepared = prepare(image.bytes(), "", {"--expand-palette"});
+    EXPECT_EQ(oracle_decode_png(image.bytes())->pixels, oracle_decode_png(prepared)->pixels);
+    prepare(png().gray(2, 2).pixels({1, 7, 7, 9}).trns({0, 7}).bytes(), kKeyNote,
+            {"--expand-palette"});
 }
 
 TEST_F(Prepare, DropsSuggestedPalettesAndWhatNobodyNeeds) {

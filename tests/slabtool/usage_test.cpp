@@ -1,5 +1,6 @@
 // slabtool's command line: help, and wrong use, which is told apart from refused files.
 #include "tests/slabtool/slabtool_test.h"
+#include "tests/support/png_maker.h"
 
 namespace {
 
@@ -47,6 +48,31 @@ TEST_F(Usage, WrongUseIsStatusTwo) {
 TEST_F(Usage, NamesThatBeginWithMinusFollowTwoOfThem) {
     expectTool(1, "", "slabtool: -a: cannot be opened: No such file or directory\n",
                {"info", "--", "-a"});
+}
+
+TEST_F(Usage, TakesNamesAsTheyAreWhateverTheyLookLike) {
+    const std::vector<std::string> names = {"[]", "[a]", "[a,b]", "[[a],b]", "]",   "[a", "view",
+                                            "{}", "{a}", "%%",    "a=b",     "'a'", "a b"};
+    for (const std::string& name : names) {
+        const std::string missing =
+            "slabtool: " + name + ": cannot be opened: No such file or directory\n";
+        expectTool(1, "", missing, {"info", name});
+        expectTool(1, "", missing + missing, {"info", name, name});
+        expectTool(1, "", missing, {"view", name, "out.png"});
+        expectTool(1, name + ": refused: cannot be opened: No such file or directory\n", "",
+                   {"check", name});
+    }
+    makeSurface("[a,b].surface]", png().rgb(3, 3).bytes());
+    expectTool(0, "", "", {"view", "[a,b].surface]", "[a,b].png]"});
+    EXPECT_TRUE(exists("[a,b].png]"));
+}
+
+TEST_F(Usage, ErrorsShowWordsAsTheyAre) {
+    const program_outcome outcome = tool({"view", "a", "b", "[c]"});
+    EXPECT_EQ(2, outcome.exit_status);
+    EXPECT_EQ(
+        "The following argument was not expected: [c]\nRun with --help for more information.\n",
+        outcome.errors);
 }
 
 } // namespace

@@ -10,15 +10,46 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <string>
+#include <vector>
 
 namespace {
 
 constexpr int kFine = 0, kRefused = 1, kWrongUse = 2;
 
+// Where many words are allowed, CLI11 takes one like "[a,b]" for a list of them. A zero behind the
+// bracket, which no word of a command line has by itself, keeps it from that.
+constexpr char kHider = '\0';
+
+// The words from the last to the first, as CLI11 wants them.
+std::vector<std::string> hideBrackets(int argc, char** argv) {
+    std::vector<std::string> words;
+    for (int i = argc - 1; i > 0; --i) {
+        const std::string word = argv[i];
+        words.push_back(word.ends_with(']') ? word + kHider : word);
+    }
+    return words;
+}
+
+std::string showBrackets(std::string text) {
+    std::erase(text, kHider);
+    return text;
+}
+
+std::string explainWrongUse(const CLI::App* app, const CLI::Error& error) {
+    return showBrackets(CLI::FailureMessage::simple(app, error));
+}
+
+// Declares the path or the paths that a sub-command wants.
+template <typename Paths>
+void addPaths(CLI::App* command, const char* name, Paths& paths, const char* description) {
+    command->add_option(name, paths, description)->required()->transform(showBrackets);
+}
+
 void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
     CLI::App* const command =
         app.add_subcommand("info", "Print what surface files say and whether it fits together");
-    command->add_option("SURFACE", request.paths, "Surface files; - is standard input")->required();
+    addPaths(command, "SURFACE", request.paths, "Surface files; - is standard input");
     command->add_flag("--json", request.json, "Print a JSON array, one object a file");
     command->callback([&] { status = runInfo(request); });
 }
@@ -26,17 +57,15 @@ void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
 void declareView(CLI::App& app, ViewRequest& request, int& status) {
     CLI::App* const command =
         app.add_subcommand("view", "Draw a surface file as a PNG, upright again");
-    command->add_option("SURFACE", request.surfacePath, "The surface file; - is standard input")
-        ->required();
-    command->add_option("PNG", request.pngPath, "The PNG to write; - is standard output")
-        ->required();
+    addPaths(command, "SURFACE", request.surfacePath, "The surface file; - is standard input");
+    addPaths(command, "PNG", request.pngPath, "The PNG to write; - is standard output");
     command->callback([&] { status = runView(request); });
 }
 
 void declareCheck(CLI::App& app, CheckRequest& request, int& status) {
     CLI::App* const command = app.add_subcommand(
         "check", "Tell of every image whether pngslab takes it, why not, and what mends it");
-    command->add_option("IMAGE", request.paths, "PNG files; - is standard input")->required();
+    addPaths(command, "IMAGE", request.paths, "PNG files; - is standard input");
     command->add_flag("--alphaonly", request.alphaOnly, "As pngslab --alphaonly would take it");
     command->callback([&] { status = runCheck(request); });
 }
@@ -44,19 +73,20 @@ void declareCheck(CLI::App& app, CheckRequest& request, int& status) {
 void declarePrepare(CLI::App& app, PrepareRequest& request, int& status) {
     CLI::App* const command =
         app.add_subcommand("prepare", "Make a PNG that pngslab takes, with the same pixels");
-    command->add_option("IN", request.input, "Any PNG; - is standard input")->required();
-    command->add_option("OUT", request.output, "The PNG to write; - is standard output")
-        ->required();
-    command->add_flag("--key-to-alpha", request.keyToAlpha,
+    addPaths(command, "IN", request.input, "Any PNG; - is standard input");
+    addPaths(command, "OUT", request.output, "The PNG to write; - is standard output");
+    command->add_flag("--key-to-alpha", request.changes.keyToAlpha,
                       "Turn a colour that means \"transparent\" into an alpha channel");
+    command->add_flag("--expand-palette", request.changes.expandPalette,
+                      "Turn palette indices into their colours, with alpha if there is any");
     command->callback([&] { status = runPrepare(request); });
 }
 
 void declareCompare(CLI::App& app, CompareRequest& request, int& status) {
     CLI::App* const command =
         app.add_subcommand("compare", "Tell whether two surface files hold the same pixels");
-    command->add_option("SURFACE1", request.first, "A surface file")->required();
-    command->add_option("SURFACE2", request.second, "Another one")->required();
+    addPaths(command, "SURFACE1", request.first, "A surface file");
+    addPaths(command, "SURFACE2", request.second, "Another one");
     command->callback([&] { status = runCompare(request); });
 }
 
@@ -64,6 +94,7 @@ void declareCompare(CLI::App& app, CompareRequest& request, int& status) {
 int run(int argc, char** argv) {
     CLI::App app("Looks at surface files, and makes PNG images fit for pngslab.", "slabtool");
     app.require_subcommand(1);
+    app.failure_message(explainWrongUse);
     app.footer("Exit status: 0 if all is well, 1 if a file is refused or not as it should be, 2 if "
                "the command line is wrong.");
     int status = kFine;
@@ -78,7 +109,7 @@ int run(int argc, char** argv) {
     declarePrepare(app, prepare, status);
     declareCompare(app, compare, status);
     try {
-        app.parse(argc, argv);
+        app.parse(hideBrackets(argc, argv));
     } catch (const CLI::ParseError& end) {
         return app.exit(end) == 0 ? kFine : kWrongUse; // the help screen ends here too
     }

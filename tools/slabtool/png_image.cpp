@@ -127,13 +127,16 @@ void readPalette(png_structp png, png_infop info, PngImage& image) {
     }
 }
 
-void readTransparency(png_structp png, png_infop info, KeyColor keyColor, PngImage& image) {
+void readTransparency(png_structp png, png_infop info, const PngChanges& changes, PngImage& image) {
     if (image.colorType == kIndexedType) {
-        readPalette(png, info, image);
+        if (changes.expandPalette) {
+            png_set_palette_to_rgb(png);
+        } else {
+            readPalette(png, info, image);
+        }
     } else if (png_get_valid(png, info, PNG_INFO_tRNS) != 0) {
-        if (keyColor == KeyColor::TurnedIntoAlpha) {
+        if (changes.keyToAlpha) {
             png_set_tRNS_to_alpha(png);
-            image.colorType |= PNG_COLOR_MASK_ALPHA;
         } else {
             readKeyColor(png, info, image);
         }
@@ -151,14 +154,15 @@ void askForEightBits(png_structp png, png_infop info) {
     }
 }
 
-void readLines(png_structp png, PngImage& image) {
+void readLines(png_structp png, png_infop info, PngImage& image) {
+    const int passes = png_set_interlace_handling(png);
+    png_read_update_info(png, info);
+    image.colorType = png_get_color_type(png, info); // after the changes that were asked for
     const size_t lineBytes = image.lineBytes();
     if (uint64_t{lineBytes} * image.height > kMostSampleBytes) {
         png_error(png, "the image takes more than 4 GiB");
     }
     image.samples.resize(lineBytes * image.height);
-    const int passes = png_set_interlace_handling(png);
-    png_start_read_image(png);
     for (int pass = 0; pass < passes; ++pass) {
         for (size_t y = 0; y < image.height; ++y) {
             png_read_row(png, image.samples.data() + y * lineBytes, nullptr);
@@ -167,7 +171,7 @@ void readLines(png_structp png, PngImage& image) {
     png_read_end(png, nullptr);
 }
 
-bool tryDecode(png_structp png, png_infop info, Session& session, KeyColor keyColor,
+bool tryDecode(png_structp png, png_infop info, Session& session, const PngChanges& changes,
                PngImage& image) {
     if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
@@ -179,9 +183,9 @@ bool tryDecode(png_structp png, png_infop info, Session& session, KeyColor keyCo
     image.width = png_get_image_width(png, info);
     image.height = png_get_image_height(png, info);
     image.colorType = png_get_color_type(png, info);
-    readTransparency(png, info, keyColor, image);
+    readTransparency(png, info, changes, image);
     askForEightBits(png, info);
-    readLines(png, image);
+    readLines(png, info, image);
     return true;
 }
 
@@ -264,11 +268,11 @@ uint32_t channelsOf(uint8_t colorType) {
     }
 }
 
-PngImage decodePng(ByteView file, KeyColor keyColor) {
+PngImage decodePng(ByteView file, const PngChanges& changes) {
     Session session = {.input = file};
     const Reader reader(session);
     PngImage image = {};
-    if (!tryDecode(reader.png, reader.info, session, keyColor, image)) {
+    if (!tryDecode(reader.png, reader.info, session, changes, image)) {
         throw Refusal(session.message);
     }
     return image;

@@ -31,12 +31,15 @@ struct PngImage {
     size_t lineBytes() const { return size_t{width} * channelsOf(colorType); }
 };
 
-/// What becomes of a colour that stands for "transparent" in a file that is read.
-enum class KeyColor { Kept, TurnedIntoAlpha };
+/// What is read otherwise than the file has it.
+struct PngChanges {
+    bool keyToAlpha = false;    ///< a colour that stands for "transparent" becomes an alpha channel
+    bool expandPalette = false; ///< indices become their colours, with alpha if the palette has any
+};
 
 /// Reads a PNG file of any kind as 8 bits a sample: fewer bits widened, more narrowed, indices as they
 /// are, a suggested palette left out. @throws Refusal with libpng's reason
-PngImage decodePng(ByteView file, KeyColor keyColor);
+PngImage decodePng(ByteView file, const PngChanges& changes = {});
 
 /// How libpng and zlib are to go about writing.
 struct PngEffort {

@@ -2,7 +2,6 @@
 // out, since zlib cannot be kept from fixed-code blocks.
 #include "tools/slabtool/prepare.h"
 
-#include "tools/slabtool/png_image.h"
 #include "tools/slabtool/png_verdict.h"
 
 #include <cstdio>
@@ -31,21 +30,24 @@ Bytes encodeForConverter(const PngImage& image) {
     return *best;
 }
 
+void note(const std::string& path, const char* words) {
+    std::fprintf(stderr, "slabtool: %s: %s\n", printable(path).c_str(), words);
+}
+
 } // namespace
 
 int runPrepare(const PrepareRequest& request) {
-    const PngImage image = about(request.input, [&] {
-        return decodePng(readFile(request.input),
-                         request.keyToAlpha ? KeyColor::TurnedIntoAlpha : KeyColor::Kept);
-    });
+    const PngImage image =
+        about(request.input, [&] { return decodePng(readFile(request.input), request.changes); });
     const Bytes file = about(request.input, [&] { return encodeForConverter(image); });
     about(request.output, [&] { writeFile(request.output, file); });
     if (image.keyColor) {
-        std::fprintf(
-            stderr,
-            "slabtool: %s: the colour that means \"transparent\" is kept, but pngslab does "
-            "not apply it; --key-to-alpha turns it into alpha\n",
-            printable(request.input).c_str());
+        note(request.input,
+             "the colour that means \"transparent\" is kept, but pngslab does not apply "
+             "it; --key-to-alpha turns it into alpha");
+    } else if (image.colorType == kIndexedType) {
+        note(request.input, "the indices are kept, but surface files carry no palette; "
+                            "--expand-palette turns them into colours");
     }
     return 0;
 }

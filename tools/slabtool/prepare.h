@@ -1,11 +1,13 @@
 // slabtool prepare: an image that pngslab takes, with the same pixels.
 #pragma once
 
+#include "tools/slabtool/png_image.h"
+
 #include <string>
 
 struct PrepareRequest {
     std::string input, output; ///< paths
-    bool keyToAlpha = false;   ///< whether a colour that means "transparent" becomes alpha
+    PngChanges changes;
 };
 
 /// @return the exit status. @throws Refusal
