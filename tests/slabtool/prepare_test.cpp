@@ -118,7 +118,7 @@ TEST_F(Prepare, TurnsIndicesOfEveryDepthIntoColours) {
             const written_image image = noise_image(kIndexed, depth, interlaced, 11, 9);
             byte_vector colours;
             for (const uint32_t index : samples_of(image)) {
-                for (const size_t channel : {2, 1, 0}) {
+                for (size_t channel = 3; channel-- > 0;) {
                     colours.push_back(image.palette[index * 3 + channel]);
                 }
             }
