@@ -73,6 +73,14 @@ class Surface:
         return self.bytes_at(HEADER.size + line * self.stride + column * pixel_bytes, pixel_bytes)
 
 
+def open_surface(path):
+    """The surface in the file at `path`, which stays open with it."""
+    try:
+        return Surface(open(path, "rb"))
+    except OSError as fault:
+        raise Refusal(fault.strerror or fault) from fault
+
+
 # Fields of fewer bits become 8 bits wide, to the nearest value: all zeros become 0, all ones 255.
 def widen_4(field):
     return field * 17
@@ -140,14 +148,12 @@ def main(words):
         print("usage: read_surface FILE [X Y]...", file=sys.stderr)
         return WRONG_USE
     try:
-        with open(words[0], "rb") as file:
-            surface = Surface(file)
-            if len(words) == 1:
-                print_facts(surface)
-                return FINE
+        surface = open_surface(words[0])
+        if len(words) > 1:
             return print_pixels(surface, words[1:])
-    except (OSError, Refusal) as fault:
-        reason = getattr(fault, "strerror", None) or fault
+        print_facts(surface)
+        return FINE
+    except Refusal as reason:
         print("read_surface: %s: %s" % (words[0], reason), file=sys.stderr)
         return REFUSED
 
