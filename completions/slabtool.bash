@@ -9,7 +9,7 @@ _slabtool() {
     case $command in
     info) options+=' --json' ;;
     check) options+=' --alphaonly' ;;
-    prepare) options+=' --key-to-alpha' ;;
+    prepare) options+=' --key-to-alpha --expand-palette' ;;
     esac
     if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")

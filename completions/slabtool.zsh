@@ -22,6 +22,7 @@ argument)
     check) _arguments $options '--alphaonly[as pngslab --alphaonly would take it]' '*:image:_files -g "*.png"' ;;
     prepare)
         _arguments $options '--key-to-alpha[turn a transparent colour into an alpha channel]' \
+            '--expand-palette[turn palette indices into their colours]' \
             '1:image:_files -g "*.png"' '2:PNG to write:_files'
         ;;
     compare) _arguments $options '1:surface file:_files' '2:surface file:_files' ;;
