@@ -17,7 +17,8 @@ def chunk(name, data):
     return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
 
 
-def png(color_type, width, height, level, pieces=1, before=b"", filters=(0, 1, 2, 3, 4)):
+def png(color_type, width, height, level, pieces=1, before=b"", filters=(0, 1, 2, 3, 4),
+        colors=bytes(range(192))):
     rng = random.Random(color_type * 1000 + width)
     rows = b"".join(
         bytes([filters[y % len(filters)]]) +
@@ -25,7 +26,7 @@ def png(color_type, width, height, level, pieces=1, before=b"", filters=(0, 1, 2
         for y in range(height))
     stream = zlib.compress(rows, level)
     cuts = [len(stream) * i // pieces for i in range(pieces + 1)]
-    palette = chunk(b"PLTE", bytes(range(192))) if color_type == 3 else b""
+    palette = chunk(b"PLTE", colors) if color_type == 3 else b""
     return (b"\x89PNG\r\n\x1a\n" +
             chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, color_type, 0, 0, 0)) +
             palette + before +
@@ -42,7 +43,17 @@ def pngs():
     yield png(2, 4, 4, 0, before=chunk(b"tRNS", b"\0\1\0\2\0\3"))
     yield png(3, 4, 4, 0, before=chunk(b"tRNS", bytes(range(40))))
     yield png(2, 4, 4, 0, before=chunk(b"PLTE", bytes(9)))
+    yield png(3, 4, 4, 0, colors=bytes(257 * 3))
     yield png(6, 6, 3, 0, before=chunk(b"tEXt", b"Title\0seed"))
+
+
+def surfaces():
+    """In every mode: with padding, just large enough, a byte too short, and a line too short."""
+    sizes = {0: 4, 1: 3, 2: 2, 3: 2, 4: 2, 5: 1, 7: 2, 9: 1}
+    for number, (mode, size) in enumerate(sizes.items()):
+        for stride, missing in ((3 * size + 1, 0), (3 * size, 0), (3 * size, 1), (3 * size - 1, 0)):
+            header = struct.pack("<5I", number % 4 * 90, mode, 3, 2, stride)
+            yield header + bytes(2 * stride - missing)
 
 
 def streams():
@@ -68,6 +79,8 @@ def main():
                             for i, p in enumerate(pngs())],
         "fuzz_png_against_libpng": list(pngs()),
         "fuzz_surface_from_png": [bytes((i & 1, i)) + p for i, p in enumerate(pngs())],
+        "fuzz_slabtool": [bytes((i % 4 * 2,)) + p for i, p in enumerate(pngs())] +
+                         [b"\1" + s for s in surfaces()],
         "fuzz_draw": noise,
         "fuzz_command_line": noise[:2],
     }

@@ -7,11 +7,12 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 seconds=${1:-60}
-install_missing cmake make clang-14 libclang-rt-14-dev zlib1g-dev libpng-dev
+install_missing cmake make clang-14 libclang-rt-14-dev zlib1g-dev libpng-dev libcli11-dev
 
 declare -A dictionaries=(
     [fuzz_inflate]=deflate [fuzz_inflate_against_zlib]=deflate
     [fuzz_png_decode]=png [fuzz_png_against_libpng]=png [fuzz_surface_from_png]=png
+    [fuzz_slabtool]=png
     [fuzz_draw]=draw [fuzz_command_line]=command_line
 )
 options=(-max_len=4096 -timeout=10 -rss_limit_mb=3000 -print_final_stats=1)

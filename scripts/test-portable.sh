@@ -14,7 +14,7 @@ declare -A variants=(
     [aarch64]="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake -DCMAKE_CXX_FLAGS_RELEASE=-O2"
 )
 
-install_missing g++ clang-14 cmake make python3 libgtest-dev zlib1g-dev libpng-dev
+install_missing g++ clang-14 cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 [ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64
 for variant in "$@"; do
@@ -30,7 +30,7 @@ for variant in "$@"; do
     # The variant's words are options, so they are split.
     # shellcheck disable=SC2086
     quietly cmake -S "$tree" -B "$folder" -DCMAKE_BUILD_TYPE=Release -DPNGSLAB_TESTS=ON \
-        -DPNGSLAB_INSTALL=OFF -DPNGSLAB_WARNINGS_AS_ERRORS=ON ${variants[$variant]}
+        -DPNGSLAB_TOOL=ON -DPNGSLAB_INSTALL=OFF -DPNGSLAB_WARNINGS_AS_ERRORS=ON ${variants[$variant]}
     quietly cmake --build "$folder" --parallel "$(nproc)"
     ctest --test-dir "$folder" --output-on-failure --parallel "$(nproc)" --progress
 done

@@ -5,13 +5,14 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake make valgrind python3 libgtest-dev zlib1g-dev libpng-dev
+install_missing g++ cmake make valgrind python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 folder="$tree/build/valgrind"
 # Linked statically, a program keeps its allocations to itself.
-quietly cmake -S "$tree" -B "$folder" -DCMAKE_BUILD_TYPE=Release -DPNGSLAB_TESTS=ON -DPNGSLAB_STATIC=OFF
+quietly cmake -S "$tree" -B "$folder" -DCMAKE_BUILD_TYPE=Release -DPNGSLAB_TESTS=ON \
+    -DPNGSLAB_TOOL=ON -DPNGSLAB_STATIC=OFF
 quietly cmake --build "$folder" --parallel "$(nproc)"
-for program in src_tests inflate_tests inflate_fixed_codes_tests png_tests tools_tests; do
+for program in src_tests inflate_tests inflate_fixed_codes_tests png_tests tools_tests slabtool_tests; do
     echo "$program"
     # Death tests end by a signal on purpose, limits of memory leave valgrind none, and where an
     # allocation fails it has words and an end of its own.

@@ -88,7 +88,7 @@ TEST_F(Info, GoesOnBehindFilesThatCannotBeRead) {
 
 TEST_F(Info, ReadsStandardInput) {
     write("a.surface", surfaceOfMode(5));
-    for (const char* command : {"$0 info - < a.surface", "cat a.surface | $0 info -"}) {
+    for (const char* command : {"slabtool info - < a.surface", "cat a.surface | slabtool info -"}) {
         const program_outcome outcome = shell(command);
         EXPECT_EQ(0, outcome.exit_status);
         EXPECT_TRUE(outcome.output.starts_with("-: consistent\n")) << outcome.output;
@@ -101,7 +101,7 @@ TEST_F(Info, GivesUpOnFilesWithoutAnEnd) {
 
 TEST_F(Info, SaysWhenItsWordsCannotBeWritten) {
     write("a.surface", surfaceOfMode(5));
-    const program_outcome outcome = shell("$0 info a.surface > /dev/full");
+    const program_outcome outcome = shell("slabtool info a.surface > /dev/full");
     EXPECT_EQ(1, outcome.exit_status);
     EXPECT_EQ("slabtool: standard output: No space left on device\n", outcome.errors);
 }

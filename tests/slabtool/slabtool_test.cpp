@@ -18,7 +18,7 @@ program_outcome SlabtoolTest::tool(const std::vector<std::string>& arguments,
 }
 
 program_outcome SlabtoolTest::shell(const std::string& commands) const {
-    return run_program("/bin/sh", {"-c", commands, PNGSLAB_SLABTOOL}, path(""));
+    return run_in_shell(commands, "slabtool", PNGSLAB_SLABTOOL, path(""));
 }
 
 void SlabtoolTest::expectTool(int exitStatus, const std::string& output, const std::string& errors,

@@ -12,7 +12,7 @@ protected:
     program_outcome tool(const std::vector<std::string>& arguments,
                          const program_surroundings& surroundings = {}) const;
 
-    /// A shell's command line with slabtool in place of each `$0`.
+    /// A shell's command line that knows slabtool.
     program_outcome shell(const std::string& commands) const;
 
     /// Expects a run that ends like this; standard error is compared to the byte too.

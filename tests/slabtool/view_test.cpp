@@ -110,7 +110,7 @@ TEST_F(View, WritesToStandardOutput) {
     draw("");
     const byte_vector png = read("a.png");
     expectTool(0, std::string(png.begin(), png.end()), "", {"view", "a.surface", "-"});
-    EXPECT_EQ(std::string(png.begin(), png.end()), shell("$0 view - - < a.surface").output);
+    EXPECT_EQ(std::string(png.begin(), png.end()), shell("slabtool view - - < a.surface").output);
 }
 
 TEST_F(View, RefusesFilesWithoutPixelsAndKeepsTheOutput) {

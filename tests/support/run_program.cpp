@@ -103,17 +103,20 @@ bool enter(const program_surroundings& surroundings) {
     _exit(127);
 }
 
-} // namespace
+// The words in front of a program's own arguments.
+std::vector<std::string> words_to_start(const std::string& program) {
+#if defined(PNGSLAB_EMULATOR) // programs for another machine
+    return {PNGSLAB_EMULATOR, program};
+#else
+    return {program};
+#endif
+}
 
-program_outcome run_program(const std::string& program, const std::vector<std::string>& arguments,
-                            const std::string& folder, const program_surroundings& surroundings) {
+// Runs the file that the first word names, with the others as its arguments.
+program_outcome run_words(std::vector<std::string> words, const std::string& folder,
+                          const program_surroundings& surroundings) {
     const temporary_file output = open_temporary_file();
     const temporary_file errors = open_temporary_file();
-    std::vector<std::string> words = {program};
-#if defined(PNGSLAB_EMULATOR) // programs for another machine
-    words.insert(words.begin(), PNGSLAB_EMULATOR);
-#endif
-    words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = environment(surroundings);
     const std::vector<char*> argument_pointers = pointers(words);
     const std::vector<char*> variable_pointers = pointers(variables);
@@ -133,4 +136,22 @@ program_outcome run_program(const std::string& program, const std::vector<std::s
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
             WIFSIGNALED(status) ? WTERMSIG(status) : 0, content(output.get()),
             content(errors.get())};
+}
+
+} // namespace
+
+program_outcome run_program(const std::string& program, const std::vector<std::string>& arguments,
+                            const std::string& folder, const program_surroundings& surroundings) {
+    std::vector<std::string> words = words_to_start(program);
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return run_words(words, folder, surroundings);
+}
+
+program_outcome run_in_shell(const std::string& commands, const std::string& name,
+                             const std::string& program, const std::string& folder) {
+    std::string function = name + "() {";
+    for (const std::string& word : words_to_start(program)) {
+        function += " '" + word + "'";
+    }
+    return run_words({"/bin/sh", "-c", function + " \"$@\"; }\n" + commands}, folder, {});
 }

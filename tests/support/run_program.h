@@ -28,3 +28,8 @@ struct program_surroundings {
 program_outcome run_program(const std::string& program, const std::vector<std::string>& arguments,
                             const std::string& folder,
                             const program_surroundings& surroundings = {});
+
+/// Runs a shell's command line in `folder`, in which the word `name` stands for the program at the absolute
+/// path `program`.
+program_outcome run_in_shell(const std::string& commands, const std::string& name,
+                             const std::string& program, const std::string& folder);
