@@ -4,11 +4,11 @@
 #                       [OUTPUT_DIRECTORY folder])
 #
 # Adds the target `name`, part of the default build, which makes a surface file of every image and makes it
-# again when the image or the converter changes. Images are named as in add_executable(), and an image
-# icons/a.png becomes icons/a.surface in the output directory (by default, and if it is relative, in the
-# current binary directory); images from elsewhere lose their folder. The target's property
-# QUILLORY_SURFACES lists the files. A build for another machine sets QUILLORY_PNGSLAB to a converter
-# that runs on this one.
+# again when the image or the converter changes. Relative images lie in the current source directory, and
+# an image icons/a.png becomes icons/a.surface in the output directory (by default, and if it is relative,
+# in the current binary directory); images from elsewhere lose their folder. The target's property
+# QUILLORY_SURFACES lists the files. A build for another machine sets QUILLORY_PNGSLAB to the path of a
+# converter that runs on this one.
 function(quillory_add_surfaces)
   cmake_parse_arguments(PARSE_ARGV 0 arg "ALPHA_ONLY" "TARGET;ROTATION;OUTPUT_DIRECTORY" "IMAGES")
   if(arg_UNPARSED_ARGUMENTS OR arg_KEYWORDS_MISSING_VALUES OR NOT arg_TARGET OR NOT arg_IMAGES)
@@ -30,9 +30,12 @@ function(quillory_add_surfaces)
     cmake_path(ABSOLUTE_PATH image BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
     _quillory_surface_name(surface "${image}")
     cmake_path(APPEND output_directory "${surface}" OUTPUT_VARIABLE surface)
-    if(surface IN_LIST surfaces)
-      message(FATAL_ERROR "quillory_add_surfaces: two images would become ${surface}")
+    # Two commands for one file would get in each other's way, in a parallel build without a word.
+    get_property(is_taken GLOBAL PROPERTY "quillory_add_surfaces ${surface}" SET)
+    if(is_taken)
+      message(FATAL_ERROR "quillory_add_surfaces: ${surface} would be made twice")
     endif()
+    set_property(GLOBAL PROPERTY "quillory_add_surfaces ${surface}" ON)
     list(APPEND surfaces "${surface}")
     _quillory_add_surface("${image}" "${surface}" "${options}")
   endforeach()

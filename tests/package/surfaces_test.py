@@ -39,9 +39,9 @@ class Surfaces(unittest.TestCase):
         self.source, self.built = Path(scratch.name) / "source", Path(scratch.name) / "built"
         self.source.mkdir()
 
-    def configure(self, call, source=None):
+    def configure(self, call, source=None, project=PROJECT):
         if call:
-            (self.source / "CMakeLists.txt").write_text(PROJECT + f"quillory_add_surfaces({call})\n")
+            (self.source / "CMakeLists.txt").write_text(project + f"quillory_add_surfaces({call})\n")
         return run("cmake", "-S", source or self.source, "-B", self.built,
                    f"-DCMAKE_PREFIX_PATH={self.installed}")
 
@@ -162,7 +162,24 @@ class Surfaces(unittest.TestCase):
         self.expect_refused_call("other TARGET icons IMAGES picture.png", usage)
 
     def test_need_names_that_tell_them_apart(self):
-        self.expect_refused_call(f"TARGET icons IMAGES {SEAL} elsewhere/../seal.png", "two images would become")
+        self.expect_refused_call(f"TARGET icons IMAGES {SEAL} elsewhere/../seal.png", "would be made twice")
+
+    def test_are_made_by_one_call_only(self):
+        self.expect_refused_call(f"TARGET icons IMAGES {SEAL})\nquillory_add_surfaces(TARGET others IMAGES {SEAL}",
+                                 "seal.surface would be made twice")
+
+    def test_may_be_made_of_images_that_the_build_makes(self):
+        made = self.built / "made.png"
+        self.expect_made(f"TARGET icons IMAGES {made})\n"
+                         f"add_custom_command(OUTPUT {made} COMMAND cmake -E copy {SEAL} {made}")
+        self.expect_surface("made.surface", SEAL)
+
+    def test_may_be_made_by_a_project_that_asks_for_no_version_of_cmake(self):
+        shutil.copy(SEAL, self.source / "picture.png")
+        without = "".join(PROJECT.splitlines(keepends=True)[1:])
+        configured = self.configure("TARGET icons IMAGES picture.png", project=without)
+        self.assertEqual(0, configured.returncode, configured.stdout)
+        self.assertNotIn("Policy", configured.stdout)
 
     def test_need_images_whose_names_end_in_png(self):
         self.expect_refused_call("TARGET icons IMAGES picture.jpg", "does not end in .png")
