@@ -45,10 +45,7 @@ install(EXPORT Quillory NAMESPACE Quillory:: FILE QuilloryTargets.cmake
 # The pkg-config files, which find the rest from where they lie themselves.
 function(pngslab_pkg_config name target description requires)
   set(folder ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
-  file(RELATIVE_PATH up ${folder} ${CMAKE_INSTALL_PREFIX})
-  string(REGEX REPLACE "/$" "" up ${up})
-  set(include ${quillory_includes})
-  set(library ${quillory_libraries})
+  file(RELATIVE_PATH include ${folder} ${CMAKE_INSTALL_FULL_INCLUDEDIR}/quillory)
   configure_file(cmake/quillory.pc.in ${name}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
           DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
@@ -60,4 +57,4 @@ pngslab_pkg_config(quillory-png png_surface "Turns PNG images into surfaces"
 
 # The pages to read.
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillory COMPONENT development
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)

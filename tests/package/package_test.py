@@ -2,6 +2,7 @@
 tree, and as Debian packages."""
 
 import os
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -75,6 +76,23 @@ class Installation(Package):
                             env={**os.environ, "PKG_CONFIG_PATH": str(files)})
                 self.assertIn(f"-l{library}", flags.split())
 
+    def test_is_found_by_pkg_config_wherever_its_folders_are(self):
+        for place in ("lib64", "lib/x86_64-linux-gnu", self.folder / "elsewhere"):
+            with self.subTest(place=str(place)):
+                built = self.folder / "configured"
+                run("cmake", "-S", TREE, "-B", built, f"-DCMAKE_INSTALL_PREFIX={self.folder}/prefix",
+                    f"-DCMAKE_INSTALL_LIBDIR={place}")
+                libraries = self.folder / "prefix" / place
+                files = libraries / "pkgconfig"
+                files.mkdir(parents=True)
+                for file in built.glob("*.pc"):
+                    shutil.copy(file, files)
+                for variable, folder in (("libdir", libraries / "quillory"),
+                                         ("includedir", self.folder / "prefix/include/quillory")):
+                    found = run("pkg-config", f"--variable={variable}", "quillory-png",
+                                env={**os.environ, "PKG_CONFIG_PATH": str(files)})
+                    self.assertEqual(str(folder), os.path.normpath(found.strip()))
+
     def test_holds_the_public_headers_each_of_which_compiles_alone(self):
         includes = self.install() / "include/quillory"
         for header in HEADERS:
@@ -89,6 +107,10 @@ class Installation(Package):
                          f"zsh/site-functions/_{program}", f"fish/vendor_completions.d/{program}.fish"):
                 with self.subTest(file=file):
                     self.assertIn(program, (share / file).read_text())
+
+    def test_makes_no_empty_folders(self):
+        empty = [path for path in self.install().rglob("*") if path.is_dir() and not any(path.iterdir())]
+        self.assertEqual([], empty)
 
     def test_keeps_no_path_of_where_it_was_made(self):
         for path in self.install().rglob("*"):
@@ -112,7 +134,8 @@ class DebianPackages(Package):
     def setUpClass(cls):
         scratch = tempfile.TemporaryDirectory()
         cls.addClassCleanup(scratch.cleanup)
-        run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", scratch.name, cwd=scratch.name)
+        run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", scratch.name, cwd=scratch.name,
+            umask=0o077)
         cls.files = sorted(Path(scratch.name).glob("*.deb"))
 
     def field(self, package, name):
@@ -127,6 +150,19 @@ class DebianPackages(Package):
         self.assertEqual("", self.field("pngslab", "Depends"))
         self.assertIn("libpng16-16", self.field("slabtool", "Depends"))
         self.assertEqual("pngslab (= 1.0)", self.field("libquillory-dev", "Depends"))
+
+    def test_describe_what_each_of_them_brings(self):
+        for package, words in [("pngslab", "Turns PNG images"), ("slabtool", "Looks at surface files"),
+                               ("libquillory-dev", "Surfaces, PNG and DEFLATE decoders")]:
+            with self.subTest(package=package):
+                self.assertTrue(self.field(package, "Description").startswith(words))
+
+    def test_are_readable_for_all_whoever_made_them(self):
+        for file in self.files:
+            for line in run("dpkg-deb", "--contents", file).splitlines():
+                with self.subTest(file=file.name, line=line):
+                    self.assertRegex(line, "^(d.*/|-.*/bin/.*|-rw-r--r-- .*)$")
+                    self.assertRegex(line, "^(drwxr-xr-x|-rwxr-xr-x|-rw-r--r--) root/root ")
 
     def test_hold_programs_that_run(self):
         for file in self.files:
