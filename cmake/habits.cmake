@@ -9,6 +9,8 @@ function(pngslab_habits target)
   # Float results are pinned bit by bit, so products and sums are never contracted.
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                            -ffp-contract=off)
+  # Assertions name their file as the tree does: what is built is the same wherever the tree lies.
+  target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
   if(PNGSLAB_WARNINGS_AS_ERRORS)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
