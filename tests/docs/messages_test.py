@@ -3,6 +3,8 @@ say is taken from their sources."""
 
 import os
 import re
+import subprocess
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -33,6 +35,21 @@ def companion_messages():
     return {text for text in literals(sources) if text.count(" ") >= 2 and "%" not in text}
 
 
+def run_converter(*words):
+    """The exit status, and the message if there is one."""
+    with tempfile.TemporaryDirectory() as folder:
+        ended = subprocess.run([os.environ["PNGSLAB_PROGRAM"], *words], stdout=subprocess.PIPE, text=True,
+                               cwd=folder)
+    message = re.search("^ERROR: (.*)", ended.stdout, re.M)
+    return ended.returncode, message and message[1]
+
+
+def trouble(begin):
+    """The line of the table of troubles that begins like this."""
+    lines = (TREE / "docs/troubleshooting.md").read_text().splitlines()
+    return next(line for line in lines if line.startswith("| " + begin))
+
+
 class Messages(unittest.TestCase):
     def expect_explained(self, messages, *documents):
         for document in documents:
@@ -50,6 +67,20 @@ class Messages(unittest.TestCase):
         messages = companion_messages()
         self.assertGreater(len(messages), 50)
         self.expect_explained(messages, "docs/man/slabtool.1", "docs/troubleshooting.md")
+
+    def test_that_values_joined_by_an_equals_sign_cause_are_explained(self):
+        for words in (["--image=a.png", "--output", "o"], ["--image", "a.png", "--output=o"],
+                      ["--image", "a.png", "--output", "o", "--rotation=90"]):
+            with self.subTest(words=words):
+                message = run_converter(*words)[1].replace("argument --rotation=90", "argument word")
+                joined = next(word for word in words if "=" in word).split("=")[0]
+                self.assertIn(f"`{joined}=", trouble(f"`{message}`"))
+
+    def test_do_not_come_of_empty_words_which_are_taken_for_help(self):
+        for words in (["--image", "", "--output", "o"], ["--image", "a.png", "--output", ""]):
+            self.assertEqual((0, None), run_converter(*words))
+        self.assertEqual((1, "'--help' duplicate option"), run_converter("--image", "", "--output", ""))
+        self.assertIn("an empty word", trouble("the list of options, exit status 0, no output"))
 
 
 if __name__ == "__main__":
