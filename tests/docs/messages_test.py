@@ -3,6 +3,7 @@ say is taken from their sources."""
 
 import os
 import re
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -50,6 +51,11 @@ def trouble(begin):
     return next(line for line in lines if line.startswith("| " + begin))
 
 
+def in_general(message):
+    """A message without its own numbers and names."""
+    return re.sub(r"\((name|Reserved\d)\)", "(N)", re.sub(r"\b([0-9]+|[NMK])\b", "N", message))
+
+
 class Messages(unittest.TestCase):
     def expect_explained(self, messages, *documents):
         for document in documents:
@@ -81,6 +87,23 @@ class Messages(unittest.TestCase):
             self.assertEqual((0, None), run_converter(*words))
         self.assertEqual((1, "'--help' duplicate option"), run_converter("--image", "", "--output", ""))
         self.assertIn("an empty word", trouble("the list of options, exit status 0, no output"))
+
+    def test_of_broken_surfaces_are_explained_as_they_are(self):
+        good = [0, 0, 2, 1, 8]  # rotation, mode, width, height, stride
+        surfaces = [struct.pack("<5I", *good[:i], value, *good[i + 1:]) + bytes(8)
+                    for i, value in ((0, 45), (1, 12), (1, 6), (2, 0), (3, 0), (4, 4))]
+        whole = struct.pack("<5I", *good) + bytes(8)
+        surfaces += [whole[:10], whole[:-5], whole + bytes(3)]
+        documented = {in_general(message) for message in
+                      re.findall(r"^\.It (.*)", (TREE / "docs/man/slabtool.1").read_text(), re.M) +
+                      re.findall("`([^`]+)`", (TREE / "docs/troubleshooting.md").read_text())}
+        for surface in surfaces:
+            said = subprocess.run([os.environ["PNGSLAB_SLABTOOL"], "info", "-"], input=surface,
+                                  stdout=subprocess.PIPE).stdout.decode()
+            self.assertIn("problem: ", said)
+            for problem in re.findall("problem: (.*)", said):
+                with self.subTest(problem=problem):
+                    self.assertIn(in_general(problem), documented)
 
 
 if __name__ == "__main__":
