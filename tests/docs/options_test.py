@@ -123,5 +123,14 @@ class BashCompletion(unittest.TestCase):
         self.assertIn(pictures + "make_seal.py", bash_offers("slabtool", "info", pictures))
 
 
+class FishCompletion(unittest.TestCase):
+    def test_offers_images_first_where_images_are_read(self):
+        pictures = f"{TREE}/samples/"
+        for command in (["pngslab", "--image"], ["slabtool", "check"], ["slabtool", "prepare"]):
+            with self.subTest(command=command):
+                self.assertEqual([pictures + "quill.png", pictures + "seal.png"],
+                                 fish_offers(*command, pictures)[:2])
+
+
 if __name__ == "__main__":
     unittest.main()
