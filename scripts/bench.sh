@@ -5,7 +5,7 @@
 #     scripts/bench.sh [--quick] [--rounds N] [--steps "STEP..."] [FOLDER]
 #
 # FOLDER holds PNG files of any kinds, which are sorted into sets; without it images come from Debian's
-# packages. --quick takes fewer of them and fewer rounds, about two minutes in all instead of ten. The
+# packages. --quick takes fewer of them and fewer rounds, about two minutes in all instead of 18. The
 # steps are deflate, decode, paths, process, instructions, micro and pixels; all without --steps.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"

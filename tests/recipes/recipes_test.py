@@ -2,6 +2,7 @@
 
 import resource
 import shutil
+import signal
 import unittest
 
 from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section
@@ -125,10 +126,26 @@ class Make(BuildRecipe, Workshop):
         self.run_recipe()
         self.assertEqual(self.surface("refused.png"), b"")
 
-    def test_keeps_the_older_surface_where_that_is_wanted(self):
+    def test_takes_an_empty_file_for_finished_after_it_was_killed(self):
+        self.add_image("halt.png", make_png(3))
+        self.interrupt_at_halt(self.commands[0], by=signal.SIGKILL)
+        self.run_recipe()
+        self.assertEqual(self.surface("halt.png"), b"")
+
+    def keep_older(self):
         makefile = self.folder / "Makefile"
         rule, rest = makefile.read_text().split("\tpngslab ")
         makefile.write_text(rule + section("make")[0]["keep-older"] + rest.split("\n", 1)[1])
+
+    def test_finishes_after_it_was_killed_where_older_surfaces_are_kept(self):
+        self.keep_older()
+        self.add_image("halt.png", make_png(3))
+        self.interrupt_at_halt(self.commands[0], by=signal.SIGKILL)
+        self.run_recipe()
+        self.assert_surfaces([*PLAIN_NAMES, "halt.png"])
+
+    def test_keeps_the_older_surface_where_that_is_wanted(self):
+        self.keep_older()
         self.run_recipe()
         self.age_all()
         older = self.surface("two.png")

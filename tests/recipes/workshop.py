@@ -65,6 +65,7 @@ class Workshop(unittest.TestCase):
         self.write_script("bin/pngslab", f"""
             echo "$2" >>'{self.folder}/asked'
             if [ -e '{self.folder}/halt' ] && [ "$2" = images/halt.png ]; then
+                : >"$4"
                 echo >'{self.folder}/halted'
                 exec sleep 600
             fi
@@ -98,8 +99,8 @@ class Workshop(unittest.TestCase):
         self.assertEqual(done.returncode, status, done.stdout + done.stderr)
         return done
 
-    def interrupt_at_halt(self, command):
-        """Runs a command until it converts images/halt.png, then interrupts it as a terminal does."""
+    def interrupt_at_halt(self, command, by=signal.SIGINT):
+        """Runs a command until it converts images/halt.png, then interrupts it as a terminal does, or else."""
         (self.folder / "halt").touch()
         with subprocess.Popen(["/bin/sh", "-c", command], cwd=self.folder, env=self.environment,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
@@ -108,7 +109,7 @@ class Workshop(unittest.TestCase):
             while not (self.folder / "halted").exists():
                 self.assertIsNone(run.poll(), "the run ended by itself")
                 time.sleep(0.02)
-            os.killpg(run.pid, signal.SIGINT)
+            os.killpg(run.pid, by)
             self.assertNotEqual(run.wait(), 0)
         (self.folder / "halt").unlink()
 
