@@ -19,16 +19,19 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PNGSLAB_PACKAGE_NAME pngslab)
 set(CPACK_DEBIAN_PNGSLAB_PACKAGE_SECTION graphics)
 set(CPACK_COMPONENT_PNGSLAB_DESCRIPTION "Turns PNG images into surfaces that are ready to draw on
-A surface file holds the decoded pixels behind a header of 20 bytes. Programs map it and draw on it at once.")
+A surface file holds the decoded pixels behind a header of 20 bytes.
+Programs map it and draw on it at once.")
 set(CPACK_DEBIAN_SLABTOOL_PACKAGE_NAME slabtool)
 set(CPACK_DEBIAN_SLABTOOL_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_SLABTOOL_PACKAGE_RECOMMENDS pngslab)
 set(CPACK_COMPONENT_SLABTOOL_DESCRIPTION "Looks at surface files, and makes PNG images fit for pngslab
-It tells what a surface file holds, draws it as a PNG, compares two of them, and says why pngslab refuses an image.")
+It tells what a surface file holds, draws it as a PNG, compares two of
+them, and says why pngslab refuses an image.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libquillory-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 # The CMake package names the converter as one of its targets.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "pngslab (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Surfaces, PNG and DEFLATE decoders for C++ programs
-Headers, static libraries, and files for CMake and pkg-config. Builds can make surfaces of images with them.")
+Headers, static libraries, and files for CMake and pkg-config. Builds can
+make surfaces of images with them.")
 include(CPack)

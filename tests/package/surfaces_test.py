@@ -165,7 +165,8 @@ class Surfaces(unittest.TestCase):
         self.expect_refused_call(f"TARGET icons IMAGES {SEAL} elsewhere/../seal.png", "would be made twice")
 
     def test_are_made_by_one_call_only(self):
-        self.expect_refused_call(f"TARGET icons IMAGES {SEAL})\nquillory_add_surfaces(TARGET others IMAGES {SEAL}",
+        self.expect_refused_call(f"TARGET icons IMAGES {SEAL})\n"
+                                 f"quillory_add_surfaces(TARGET others IMAGES {SEAL}",
                                  "seal.surface would be made twice")
 
     def test_may_be_made_of_images_that_the_build_makes(self):
