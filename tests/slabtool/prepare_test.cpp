@@ -3,6 +3,8 @@
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
 #include "tests/support/png_writer.h"
+#include "tools/slabtool/png_image.h"
+#include "tools/slabtool/png_verdict.h"
 
 #include <zlib.h>
 
@@ -38,6 +40,16 @@ byte_vector expectedSamples(const written_image& image) {
         }
     }
     return samples;
+}
+
+// Why libpng does not read a file.
+std::string reasonAgainst(const byte_vector& file) {
+    try {
+        testPng(file);
+        return "none";
+    } catch (const Refusal& refusal) {
+        return refusal.what();
+    }
 }
 
 class Prepare : public SlabtoolTest {
@@ -233,6 +245,34 @@ TEST_F(Prepare, AllocatesNothingThatTheFileCannotFill) {
         write("in.png", png().rgba(2, 2).declared_size(size, size).bytes());
         expectTool(1, "", "slabtool: in.png: the image data are too short for the declared size\n",
                    {"prepare", "in.png", "out.png"});
+    }
+}
+
+TEST_F(Prepare, TakesWhatIsCompressedToTheUtmost) {
+    const byte_vector line(1000000);
+    const byte_vector prepared = prepare(png().gray(1000000, 1).pixels(line).bytes());
+    EXPECT_EQ(line, oracle_decode_png(prepared)->pixels);
+}
+
+TEST_F(Prepare, RefusesMoreThanTheConverterCanCount) {
+    // Data for so many pixels of a bit, as far as the size of the file tells.
+    const png_maker image =
+        png().gray(2, 2).bit_depth(1).chunk_before_idat({"tEXt", byte_vector(600000, 'a')});
+    write("in.png", png_maker(image).declared_size(65535, 65536).bytes());
+    expectTool(1, "", "slabtool: in.png: the image takes more than 4 GiB\n",
+               {"prepare", "in.png", "out.png"});
+    // A line less is not tried here, since it would take the memory.
+    const byte_vector largest = png_maker(image).declared_size(65534, 65537).bytes();
+    EXPECT_EQ("Not enough image data", reasonAgainst(largest));
+}
+
+// A single byte at the end, in a chunk of its own, would be refused.
+TEST(StoredImages, AreTakenWhateverTheirSize) {
+    PngImage image = {};
+    image.height = 1;
+    for (image.width = 1048470; image.width < 1048500; ++image.width) {
+        image.samples = make_bytes(data_kind::noise, image.width, 1);
+        EXPECT_TRUE(judgePng(encodePng(image, kStored), false).isTaken) << image.width;
     }
 }
 

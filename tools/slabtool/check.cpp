@@ -26,7 +26,7 @@ std::string mending(const std::string& path, ByteView file, bool alphaOnly) {
         return "; pngslab takes it without --alphaonly";
     }
     try {
-        decodePng(file);
+        testPng(file);
     } catch (const Refusal& refusal) {
         return "; it cannot be mended, since libpng says: " + std::string(refusal.what());
     }

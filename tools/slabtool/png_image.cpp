@@ -13,14 +13,19 @@ namespace {
 
 constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way: PNG's own limit
 
-// More than this is not made of an image, whatever its file holds.
-constexpr uint64_t kMostSampleBytes = uint64_t{4} << 30;
+// Of all lines, each with its filter type: the product's decoder counts no further.
+constexpr uint64_t kMostFilteredBytes = 0xFFFFFFFF;
+
+uint64_t filteredBytes(const PngImage& image) {
+    return uint64_t{image.lineBytes() + 1} * image.height;
+}
 
 // ---- What libpng calls back
 
 struct Session {
     ByteView input = {};
     size_t position = 0;
+    bool keepsLines = true; // or each takes the place of the one before
     Bytes* output = nullptr;
     char message[128] = "";
 };
@@ -47,6 +52,7 @@ void writeBytes(png_structp png, png_bytep bytes, size_t count) {
     }
 }
 
+// Never called; but without it libpng would take the session for a FILE.
 void flushNothing(png_structp) {}
 
 [[noreturn]] void leave(png_structp png, png_const_charp message) {
@@ -57,7 +63,8 @@ void flushNothing(png_structp) {}
 
 void ignoreWarning(png_structp, png_const_charp) {}
 
-// libpng's two records of a file that is read or written.
+// libpng's two records of a file that is read or written; null if they could not be had, which no limit
+// of memory that lets the program start brings about in a test.
 struct Reader {
     png_structp png;
     png_infop info;
@@ -154,18 +161,18 @@ void askForEightBits(png_structp png, png_infop info) {
     }
 }
 
-void readLines(png_structp png, png_infop info, PngImage& image) {
+void readLines(png_structp png, png_infop info, const Session& session, PngImage& image) {
     const int passes = png_set_interlace_handling(png);
     png_read_update_info(png, info);
     image.colorType = png_get_color_type(png, info); // after the changes that were asked for
-    const size_t lineBytes = image.lineBytes();
-    if (uint64_t{lineBytes} * image.height > kMostSampleBytes) {
+    if (filteredBytes(image) > kMostFilteredBytes) {
         png_error(png, "the image takes more than 4 GiB");
     }
-    image.samples.resize(lineBytes * image.height);
+    const size_t step = session.keepsLines ? image.lineBytes() : 0;
+    image.samples.resize(session.keepsLines ? step * image.height : image.lineBytes());
     for (int pass = 0; pass < passes; ++pass) {
         for (size_t y = 0; y < image.height; ++y) {
-            png_read_row(png, image.samples.data() + y * lineBytes, nullptr);
+            png_read_row(png, image.samples.data() + y * step, nullptr);
         }
     }
     png_read_end(png, nullptr);
@@ -185,8 +192,20 @@ bool tryDecode(png_structp png, png_infop info, Session& session, const PngChang
     image.colorType = png_get_color_type(png, info);
     readTransparency(png, info, changes, image);
     askForEightBits(png, info);
-    readLines(png, info, image);
+    readLines(png, info, session, image);
     return true;
+}
+
+PngImage decode(Session& session, const PngChanges& changes) {
+    const Reader reader(session);
+    if (reader.info == nullptr) {
+        throw std::bad_alloc();
+    }
+    PngImage image = {};
+    if (!tryDecode(reader.png, reader.info, session, changes, image)) {
+        throw Refusal(session.message);
+    }
+    return image;
 }
 
 // ---- Writing
@@ -211,13 +230,17 @@ void writePalette(png_structp png, png_infop info, const PngImage& image) {
     png_set_PLTE(png, info, colors, static_cast<int>(image.palette.size()));
 }
 
+// Room for all image data in one chunk: the last of many could be one of a single byte, which pngslab
+// does not take.
+size_t chunkBytes(const PngImage& image) {
+    return std::min<uint64_t>(compressBound(filteredBytes(image)), PNG_UINT_31_MAX);
+}
+
 void setEffort(png_structp png, const PngEffort& effort) {
-    constexpr int kMostMemory = 9;          // the longest blocks, so the fewest
-    constexpr size_t kChunkBytes = 1 << 20; // of image data
+    constexpr int kMostMemory = 9; // the longest blocks, so the fewest
     png_set_compression_level(png, effort.level);
     png_set_compression_strategy(png, effort.strategy);
     png_set_compression_mem_level(png, kMostMemory);
-    png_set_compression_buffer_size(png, kChunkBytes);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, effort.filters);
 }
 
@@ -230,6 +253,7 @@ bool tryEncode(png_structp png, png_infop info, Session& session, const PngImage
     png_set_user_limits(png, kMostPixels, kMostPixels);
     png_set_benign_errors(png, 1); // indices beyond the palette stay as they are
     setEffort(png, effort);
+    png_set_compression_buffer_size(png, chunkBytes(image));
     png_set_IHDR(png, info, image.width, image.height, 8, image.colorType, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
     if (image.colorType == kIndexedType) {
@@ -270,18 +294,21 @@ uint32_t channelsOf(uint8_t colorType) {
 
 PngImage decodePng(ByteView file, const PngChanges& changes) {
     Session session = {.input = file};
-    const Reader reader(session);
-    PngImage image = {};
-    if (!tryDecode(reader.png, reader.info, session, changes, image)) {
-        throw Refusal(session.message);
-    }
-    return image;
+    return decode(session, changes);
+}
+
+void testPng(ByteView file) {
+    Session session = {.input = file, .keepsLines = false};
+    decode(session, {});
 }
 
 Bytes encodePng(const PngImage& image, const PngEffort& effort) {
     Bytes file;
     Session session = {.output = &file};
     const Writer writer(session);
+    if (writer.info == nullptr) {
+        throw std::bad_alloc();
+    }
     if (!tryEncode(writer.png, writer.info, session, image, effort)) {
         throw Refusal(session.message);
     }

@@ -41,6 +41,9 @@ struct PngChanges {
 /// are, a suggested palette left out. @throws Refusal with libpng's reason
 PngImage decodePng(ByteView file, const PngChanges& changes = {});
 
+/// Whether decodePng would take a file, found out with the memory of one line. @throws Refusal if not
+void testPng(ByteView file);
+
 /// How libpng and zlib are to go about writing.
 struct PngEffort {
     int level, strategy; ///< zlib's

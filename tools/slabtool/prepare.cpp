@@ -21,13 +21,7 @@ Bytes encodeForConverter(const PngImage& image) {
     for (const PngEffort& effort : kEfforts) {
         keepSmaller(best, encodePng(image, effort));
     }
-    if (!best) {
-        keepSmaller(best, encodePng(image, kStored));
-    }
-    if (!best) {
-        throw Refusal("the image is too large for pngslab");
-    }
-    return *best;
+    return best ? *std::move(best) : encodePng(image, kStored); // which is always taken
 }
 
 void note(const std::string& path, const char* words) {
