@@ -17,6 +17,13 @@ program_outcome SlabtoolTest::tool(const std::vector<std::string>& arguments,
     return run_program(PNGSLAB_SLABTOOL, arguments, path(""), surroundings);
 }
 
+void SlabtoolTest::expectErrorsWithin(uint64_t addressSpace, const std::string& errors,
+                                      const std::vector<std::string>& arguments) const {
+    const program_outcome outcome = tool(arguments, {.address_space = addressSpace});
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ(errors, outcome.errors);
+}
+
 program_outcome SlabtoolTest::shell(const std::string& commands) const {
     return run_in_shell(commands, "slabtool", PNGSLAB_SLABTOOL, path(""));
 }

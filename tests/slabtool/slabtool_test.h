@@ -12,6 +12,10 @@ protected:
     program_outcome tool(const std::vector<std::string>& arguments,
                          const program_surroundings& surroundings = {}) const;
 
+    /// Expects the error of a run that may have no more than this much memory.
+    void expectErrorsWithin(uint64_t addressSpace, const std::string& errors,
+                            const std::vector<std::string>& arguments) const;
+
     /// A shell's command line that knows slabtool.
     program_outcome shell(const std::string& commands) const;
 

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -61,29 +61,47 @@ uint64_t countRest(std::FILE* file) {
     return size;
 }
 
-void writeAll(std::FILE* file, ByteView bytes) {
+std::FILE* openToWrite(const std::string& path) {
+    std::FILE* const file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr) {
+        refuse("cannot be opened for writing");
+    }
+    return file;
+}
+
+// A file that is new, whose name goes to `path`. What there is under such a name is another run's, or a
+// link that another user has laid out. The output's name has no part in it: together they could be too
+// long.
+std::FILE* openNew(const std::filesystem::path& folder, std::string& path) {
+    for (uint64_t number = 0;; ++number) {
+        path = folder / (".slabtool-" + std::to_string(number) + ".part");
+        if (std::FILE* const file = std::fopen(path.c_str(), "wbx")) {
+            return file;
+        }
+        if (errno != EEXIST) {
+            refuse("cannot be opened for writing");
+        }
+    }
+}
+
+// `finish` is what tells whether all bytes have left the stream: fflush, or fclose, to which some file
+// systems keep their refusals.
+void writeAll(std::FILE* file, ByteView bytes, int (*finish)(std::FILE*)) {
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    if (std::fflush(file) != 0 || !written) {
+    if (finish(file) != 0 || !written) {
         refuse("cannot be written");
     }
 }
 
-void writeDirectly(const std::string& path, ByteView bytes) {
-    const File file(std::fopen(path.c_str(), "wb"));
-    if (file == nullptr) {
-        refuse("cannot be opened for writing");
-    }
-    writeAll(file.get(), bytes);
-}
-
 // Writes beside the file and moves the result to its place; who may read the old one may read the new.
-void replaceFile(const std::string& path, ByteView bytes) {
-    const std::string fresh = path + "." + std::to_string(getpid()) + ".part";
-    std::error_code unknown;
-    const std::filesystem::file_status old = std::filesystem::status(path, unknown);
+void replaceFile(const std::filesystem::path& path, std::filesystem::file_status old,
+                 ByteView bytes) {
+    std::string fresh;
+    std::FILE* const file = openNew(path.parent_path(), fresh);
     try {
-        writeDirectly(fresh, bytes);
+        writeAll(file, bytes, std::fclose);
         if (std::filesystem::exists(old)) {
+            std::error_code unknown;
             std::filesystem::permissions(fresh, old.permissions(), unknown);
         }
         if (std::rename(fresh.c_str(), path.c_str()) != 0) {
@@ -93,6 +111,23 @@ void replaceFile(const std::string& path, ByteView bytes) {
         std::remove(fresh.c_str());
         throw;
     }
+}
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+std::string inQuotes(char c) {
+    return c == '\'' ? "'\\''" : std::string(1, c);
+}
+
+std::string inDollarQuotes(char c) {
+    if (isControl(c)) {
+        char code[5];
+        std::snprintf(code, sizeof code, "\\%03o", static_cast<unsigned>(c));
+        return code;
+    }
+    return c == '\'' || c == '\\' ? std::string{'\\', c} : std::string(1, c);
 }
 
 } // namespace
@@ -118,51 +153,52 @@ FileHead readHead(const std::string& path, size_t count) {
     const File file = openToRead(path);
     FileHead head = {Bytes(count), 0};
     head.bytes.resize(readPiece(file.get(), head.bytes.data(), count));
-    std::error_code unknown;
-    const bool isRegular =
-        path != kStandardStream && std::filesystem::is_regular_file(path, unknown);
-    head.size =
-        isRegular ? std::filesystem::file_size(path) : head.bytes.size() + countRest(file.get());
+    struct stat status = {}; // of the open file, since the path may lead to another one by now
+    fstat(fileno(file.get()), &status);
+    const bool tellsSize = path != kStandardStream && S_ISREG(status.st_mode);
+    head.size = tellsSize ? static_cast<uint64_t>(status.st_size)
+                          : head.bytes.size() + countRest(file.get());
     return head;
 }
 
 void writeFile(const std::string& path, ByteView bytes) {
     if (path == kStandardStream) {
-        writeAll(stdout, bytes);
+        writeAll(stdout, bytes, std::fflush);
         return;
     }
     std::error_code unknown;
-    const std::filesystem::path target = std::filesystem::weakly_canonical(path, unknown);
-    const auto kind = std::filesystem::status(path, unknown).type();
-    // Devices and pipes stay what they are.
-    if (kind == std::filesystem::file_type::regular ||
-        kind == std::filesystem::file_type::not_found) {
-        replaceFile(target.empty() ? path : target.string(), bytes);
+    const std::filesystem::file_status old = std::filesystem::status(path, unknown);
+    if (old.type() == std::filesystem::file_type::regular ||
+        old.type() == std::filesystem::file_type::not_found) {
+        // A link to a file stays one. Nothing is followed where the file is new, or where the folders
+        // above it may not be looked at.
+        const std::filesystem::path target = std::filesystem::canonical(path, unknown);
+        replaceFile(target.empty() ? std::filesystem::path(path) : target, old, bytes);
     } else {
-        writeDirectly(path, bytes);
+        writeAll(openToWrite(path), bytes, std::fclose); // devices and pipes stay too
     }
 }
 
 std::string printable(const std::string& text) {
     std::string result = text;
-    std::replace_if(
-        result.begin(), result.end(),
-        [](char c) { return (static_cast<unsigned char>(c) < 0x20) || c == 0x7F; }, '?');
+    std::replace_if(result.begin(), result.end(), isControl, '?');
     return result;
 }
 
 std::string shellWord(const std::string& path) {
     const char* const plain =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@%-";
-    if (path.size() > 1 && path.front() == '-') {
+    if ((path.starts_with('-') && path != kStandardStream) || path == "++") {
         return shellWord("./" + path);
     }
     if (!path.empty() && path.find_first_not_of(plain) == std::string::npos) {
         return path;
     }
-    std::string quoted = "'";
+    // Not every shell knows the other kind of quotes, but no control character stands in any.
+    const bool isPlain = std::none_of(path.begin(), path.end(), isControl);
+    std::string quoted = isPlain ? "'" : "$'";
     for (const char c : path) {
-        quoted += c == '\'' ? "'\\''" : std::string(1, c);
+        quoted += isPlain ? inQuotes(c) : inDollarQuotes(c);
     }
     return quoted + "'";
 }

@@ -12,8 +12,7 @@ using Bytes = std::vector<uint8_t>;
 using ByteView = std::span<const uint8_t>;
 
 /// What the user asked for cannot be done, for a reason that lies in the files: the run goes on with
-/// the next file or ends with status 1. The message is for people; it names
-/// the file only behind `about`.
+/// the next file or ends with status 1. The message is for people; it names the file only behind `about`.
 class Refusal : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -42,16 +41,13 @@ FileHead readHead(const std::string& path, size_t count);
 /// leaves it as it was. @throws Refusal
 void writeFile(const std::string& path, ByteView bytes);
 
-/// What `work` gives; its refusals get the file's name in front.
-template <typename Work>
-auto about(const std::string& path, const Work& work);
-
 /// `text` for a line of output: control characters become question marks.
 std::string printable(const std::string& text);
 
 /// A path as one word of a shell's command line, which no program takes for an option.
 std::string shellWord(const std::string& path);
 
+/// What `work` gives; its refusals get the file's name in front.
 template <typename Work>
 auto about(const std::string& path, const Work& work) {
     try {

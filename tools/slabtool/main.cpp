@@ -119,17 +119,17 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    int status = kRefused;
     try {
-        status = run(argc, argv);
+        const int status = run(argc, argv);
+        std::fflush(stdout);
+        if (std::ferror(stdout) == 0) { // now or with an earlier line
+            return status;
+        }
+        std::perror("slabtool: standard output");
     } catch (const std::bad_alloc&) {
         std::fputs("slabtool: not enough memory\n", stderr);
     } catch (const std::exception& failure) { // refusals first of all
         std::fprintf(stderr, "slabtool: %s\n", failure.what());
     }
-    if (std::fflush(stdout) != 0) {
-        std::perror("slabtool: standard output");
-        return kRefused;
-    }
-    return status;
+    return kRefused;
 }

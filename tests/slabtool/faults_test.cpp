@@ -1,0 +1,188 @@
+// slabtool where the machine lets it down, and where a path leads to something else than a plain file.
+#include "tests/slabtool/slabtool_test.h"
+#include "tests/src/surface_makers.h"
+#include "tests/support/png_maker.h"
+#include "tests/support/png_oracle.h"
+#include "tools/slabtool/files.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Faults : public SlabtoolTest {
+protected:
+    void SetUp() override { makeSurface("a.surface", png().rgba(4, 4).bytes()); }
+
+    // The names of all files but those that every test has.
+    std::vector<std::string> newFiles() const {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(path(""))) {
+            const std::string name = entry.path().filename();
+            if (name != "a.surface" && name != "converted.png") {
+                names.push_back(name);
+            }
+        }
+        return names;
+    }
+};
+
+using Names = std::vector<std::string>;
+
+// ---- Output files
+
+TEST_F(Faults, LeaveNothingBehindWhereTheOutputHasNoName) {
+    expectTool(1, "", "slabtool: : cannot be replaced: No such file or directory\n",
+               {"view", "a.surface", ""});
+    EXPECT_EQ(Names{}, newFiles());
+}
+
+TEST_F(Faults, DoNotKeepTheLongestNamesFromBeingWritten) {
+    const std::string longest(255, 'n');
+    expectTool(0, "", "", {"view", "a.surface", longest});
+    EXPECT_EQ(Names{longest}, newFiles());
+    expectTool(1, "",
+               "slabtool: " + longest + "n: cannot be opened for writing: File name too long\n",
+               {"view", "a.surface", longest + "n"});
+}
+
+TEST_F(Faults, DoNotComeFromFilesOfOtherRuns) {
+    write("victim", {7});
+    fs::create_symlink("victim", path(".slabtool-0.part"));
+    write(".slabtool-1.part", {8});
+    expectTool(0, "", "", {"view", "a.surface", "a.png"});
+    EXPECT_TRUE(oracle_decode_png(read("a.png")).has_value());
+    EXPECT_EQ(byte_vector{7}, read("victim"));
+    EXPECT_EQ(byte_vector{8}, read(".slabtool-1.part"));
+    EXPECT_EQ(4U, newFiles().size());
+}
+
+TEST_F(Faults, DoNotKeepFilesBelowAClosedFolderFromBeingReplaced) {
+    fs::create_directories(path("closed/open"));
+    fs::permissions(path(""), fs::perms::all);
+    fs::permissions(path("closed/open"), fs::perms::all);
+    write("closed/open/a.surface", read("a.surface"));
+    write("closed/open/a.png", {7});
+    fs::permissions(path("closed"), fs::perms::owner_all);
+    const program_outcome outcome = run_program(PNGSLAB_SLABTOOL, {"view", "a.surface", "a.png"},
+                                                path("closed/open"), {.as_nobody = true});
+    EXPECT_EQ(0, outcome.exit_status);
+    EXPECT_TRUE(oracle_decode_png(read("closed/open/a.png")).has_value());
+}
+
+TEST_F(Faults, WriteThroughPipes) {
+    const program_outcome outcome =
+        shell("mkfifo pipe; cat pipe > out.png & slabtool view a.surface pipe; wait");
+    EXPECT_EQ("", outcome.errors);
+    EXPECT_TRUE(fs::is_fifo(path("pipe")));
+    EXPECT_TRUE(oracle_decode_png(read("out.png")).has_value());
+}
+
+TEST_F(Faults, ReadFromPipes) {
+    const program_outcome outcome =
+        shell("mkfifo pipe; cat a.surface > pipe & slabtool info pipe; wait");
+    EXPECT_EQ("", outcome.errors);
+    EXPECT_TRUE(outcome.output.starts_with("pipe: consistent\n")) << outcome.output;
+}
+
+TEST_F(Faults, OfOutputThatIsLostEarlyAreReported) {
+    std::vector<std::string> arguments(500, "a.surface");
+    std::string words;
+    for (const std::string& name : arguments) {
+        words += " " + name;
+    }
+    const program_outcome outcome = shell("slabtool info" + words + " > /dev/full");
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ("slabtool: standard output: No space left on device\n", outcome.errors);
+}
+
+TEST_F(Faults, OfPicturesForStandardOutputAreReportedOnce) {
+    makeSurface("large.surface", png().rgba(100, 100).bytes());
+    const program_outcome outcome = shell("slabtool view large.surface - > /dev/full");
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ("slabtool: -: cannot be written: No space left on device\n", outcome.errors);
+}
+
+// ---- Memory. Sanitizers and emulators need more addresses than that for themselves.
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(PNGSLAB_EMULATOR)
+constexpr uint64_t kMegabyte = 1 << 20;
+
+TEST_F(Faults, OfMemoryAreReported) {
+    write("huge", {1, 2, 3});
+    fs::resize_file(path("huge"), 100 * kMegabyte);
+    expectErrorsWithin(64 * kMegabyte, "slabtool: not enough memory\n", {"view", "huge", "out"});
+    expectErrorsWithin(64 * kMegabyte, "slabtool: not enough memory\n", {"prepare", "huge", "out"});
+    EXPECT_EQ(Names{"huge"}, newFiles());
+}
+
+TEST_F(Faults, OfMemoryAreAnImagesOwn) {
+    write("good.png", png().gray(2, 2).bytes());
+    write("huge.png", {1, 2, 3});
+    fs::resize_file(path("huge.png"), 100 * kMegabyte);
+    const program_outcome outcome =
+        tool({"check", "huge.png", "good.png"}, {.address_space = 64 * kMegabyte});
+    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ("huge.png: refused: not enough memory to decode it\ngood.png: taken: I8, 2 x 2\n",
+              outcome.output);
+}
+
+// Whoever allocates last: the program, or libpng and zlib on its behalf.
+TEST_F(Faults, OfMemoryEndNoRunByASignal) {
+    byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, 1024, 512, 4096);
+    append(surface, make_bytes(data_kind::noise, 4096 * 512, 1));
+    write("noise.surface", surface);
+    bool isEverRefused = false, isEverDrawn = false;
+    for (uint64_t megabytes = 12; megabytes < 28; ++megabytes) {
+        const program_outcome outcome =
+            tool({"view", "noise.surface", "out"}, {.address_space = megabytes * kMegabyte});
+        EXPECT_EQ(0, outcome.signal) << megabytes;
+        isEverRefused |= outcome.exit_status == 1;
+        isEverDrawn |= outcome.exit_status == 0;
+    }
+    EXPECT_TRUE(isEverRefused && isEverDrawn);
+}
+
+// Of an image that it cannot take as it is, check wants to know no more than whether it can be read.
+TEST_F(Faults, OfMemoryDoNotComeFromPixelsThatNobodyAskedFor) {
+    constexpr uint32_t kSide = 20000; // 50 MB as the file has them, 400 MB with 8 bits a sample
+    write("flat.png", png()
+                          .gray(1, 1)
+                          .declared_size(kSide, kSide)
+                          .bit_depth(1)
+                          .rows(byte_vector((kSide / 8 + 1) * kSide))
+                          .bytes());
+    const program_outcome outcome = tool({"check", "flat.png"}, {.address_space = 64 * kMegabyte});
+    EXPECT_EQ("flat.png: refused: 1 bit a sample instead of 8; mend it by: slabtool prepare "
+              "flat.png flat-prepared.png\n",
+              outcome.output);
+}
+#endif
+
+// ---- Names in a shell's command line
+
+TEST(ShellWord, LeavesPlainNamesAlone) {
+    EXPECT_EQ("a-b/c_D.9", shellWord("a-b/c_D.9"));
+    EXPECT_EQ("-", shellWord("-"));
+}
+
+TEST(ShellWord, QuotesWhatTheShellWouldRead) {
+    EXPECT_EQ("''", shellWord(""));
+    EXPECT_EQ("'a b'", shellWord("a b"));
+    EXPECT_EQ("'$a;\\'", shellWord("$a;\\"));
+    EXPECT_EQ("'it'\\''s'", shellWord("it's"));
+}
+
+TEST(ShellWord, HidesOptions) {
+    EXPECT_EQ("./-a", shellWord("-a"));
+    EXPECT_EQ("'./-a b'", shellWord("-a b"));
+    EXPECT_EQ("./++", shellWord("++"));
+    EXPECT_EQ("++a", shellWord("++a"));
+}
+
+TEST(ShellWord, SpellsControlCharacters) {
+    EXPECT_EQ("$'a\\012b'", shellWord("a\nb"));
+    EXPECT_EQ("$'\\001\\037\\177 '", shellWord("\x01\x1F\x7F "));
+    EXPECT_EQ("$'it\\'s\\\\\\011'", shellWord("it's\\\t"));
+}
+
+} // namespace
