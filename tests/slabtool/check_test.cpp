@@ -4,6 +4,7 @@
 #include "tests/support/png_maker.h"
 #include "tests/support/png_writer.h"
 
+#include <algorithm>
 #include <zlib.h>
 
 namespace {
@@ -54,6 +55,8 @@ TEST_F(Check, TakesEveryKindOfImageThatTheConverterTakes) {
 TEST_F(Check, NamesOtherDepthsAndInterlacing) {
     expectMendable("1 bit a sample instead of 8",
                    libpng_encode(noise_image(kGray, 1, false, 9, 9)));
+    expectMendable("2 bits a sample instead of 8",
+                   libpng_encode(noise_image(kGray, 2, false, 9, 9)));
     expectMendable("4 bits a sample instead of 8",
                    libpng_encode(noise_image(kIndexed, 4, false, 9, 9)));
     expectMendable("16 bits a sample instead of 8",
@@ -83,6 +86,11 @@ TEST_F(Check, NamesSuggestedPalettes) {
 TEST_F(Check, NamesPalettesThatShouldNotBe) {
     expectMendable("a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
                    png().gray(2, 2).plte({1, 2, 3}).bytes());
+    expectMendable("a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
+                   png().gray_alpha(2, 2).plte({1, 2, 3}).bytes());
+    expectBroken("a palette of 771 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 "
+                 "to 815)",
+                 png().indexed(2, 2).plte(byte_vector(771)).bytes(), "PLTE: invalid");
     expectBroken("a second palette: chunk 3 (PLTE, bytes 48 to 62)",
                  png().indexed(2, 2).plte({1, 2, 3}).another_plte({1, 2, 3}).bytes(),
                  "PLTE: duplicate");
@@ -93,10 +101,10 @@ TEST_F(Check, NamesPalettesThatShouldNotBe) {
 }
 
 TEST_F(Check, NamesMissingAndLatePalettes) {
-    std::vector<png_chunk> chunks = png().indexed(2, 2).palette(4).chunks();
-    std::swap(chunks[1], chunks[2]); // image data first
+    std::vector<png_chunk> chunks = png().indexed(2, 2).palette(4).idat_split_at({5}).chunks();
+    std::rotate(chunks.begin() + 1, chunks.begin() + 2, chunks.begin() + 4); // image data first
     const byte_vector late = png_file(chunks);
-    chunks.erase(chunks.begin() + 2);
+    chunks.erase(chunks.begin() + 3);
     expectBroken("an indexed image without a palette", png_file(chunks),
                  "IDAT: Missing PLTE before IDAT");
     write("a.png", late);
@@ -166,12 +174,17 @@ TEST_F(Check, NamesHeadersThatAreWrong) {
                  png_file({{"tEXt", {1}}, {"IEND", {}}}), "tEXt: missing IHDR");
     expectBroken("the header declares no pixels: 0 x 2",
                  png().gray(2, 2).declared_size(0, 2).bytes(), "Invalid IHDR data");
+    expectBroken("the header declares no pixels: 2 x 0",
+                 png().gray(2, 2).declared_size(2, 0).bytes(), "Invalid IHDR data");
     expectBroken("the header has colour type 5, which does not exist", withHeader(9, 5),
                  "Invalid IHDR data");
     expectBroken("the header has 3 bits a sample, which colour type 0 cannot have",
                  withHeader(8, 3), "Invalid IHDR data");
-    expectBroken("the header has 4 bits a sample, which colour type 2 cannot have",
-                 png().rgb(2, 2).bit_depth(4).bytes(), "Invalid IHDR data");
+    for (const uint8_t depth : byte_vector{1, 2, 4}) {
+        expectBroken("the header has " + std::to_string(depth) + (depth == 1 ? " bit" : " bits") +
+                         " a sample, which colour type 2 cannot have",
+                     png().rgb(2, 2).bit_depth(depth).bytes(), "Invalid IHDR data");
+    }
     expectBroken("the header has 16 bits a sample, which colour type 3 cannot have",
                  png().indexed(2, 2).bit_depth(16).bytes(), "Invalid IHDR data");
     expectBroken("the header has compression, filter and interlace method 1, 0 and 0, which do not "
@@ -218,12 +231,21 @@ TEST_F(Check, NamesImagesThatAreNotGreyForAlphaOnly) {
                   png().gray_alpha(2, 2).bytes(), {"--alphaonly"});
 }
 
+TEST_F(Check, NamesWhatElseIsWrongForAlphaOnly) {
+    expectVerdict("refused: 16 bits a sample instead of 8; mend it by: slabtool prepare a.png "
+                  "a-prepared.png",
+                  libpng_encode(noise_image(kRgb, 16, false, 9, 9)), {"--alphaonly"});
+}
+
 TEST_F(Check, NamesOtherSuffixes) {
     write("it's.PNG", png().gray(2, 2).bytes());
     expectTool(1,
                "it's.PNG: refused: its name does not end in .png; mend it by: mv 'it'\\''s.PNG' "
                "'it'\\''s.png'\n",
                "", {"check", "it's.PNG"});
+    write("name", png().gray(2, 2).bytes());
+    expectTool(1, "name: refused: its name does not end in .png; mend it by: mv name name.png\n",
+               "", {"check", "name"});
     write(".hidden", png().gray(2, 2).bytes());
     expectTool(1,
                ".hidden: refused: its name does not end in .png; mend it by: mv .hidden "

@@ -85,6 +85,12 @@ TEST_F(Compare, NamesDifferentModesAndSizes) {
                      surfaceOf(0, DsColorMode::RGB565, 2, 1, {1, 2, 3, 4}));
 }
 
+TEST_F(Compare, NamesDifferentHeights) {
+    expectComparison(1, "different sizes: 2 x 1 and 2 x 2\n",
+                     surfaceOf(0, DsColorMode::A8, 2, 1, {1, 2}),
+                     surfaceOf(0, DsColorMode::A8, 2, 2, {1, 2, 3, 4}));
+}
+
 TEST_F(Compare, ComparesTurnedFilesUpright) {
     const byte_vector image = png().rgb(5, 3).bytes();
     const byte_vector turned = makeSurface("turned", image, {"--rotation", "90"});

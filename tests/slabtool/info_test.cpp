@@ -58,6 +58,35 @@ TEST_F(Info, PrintsTheHeaderAndThePadding) {
                "", {"info", "a.surface"});
 }
 
+TEST_F(Info, PrintsEveryProblem) {
+    write("a.surface", makeFileHeader(45, DsColorMode{77}, 0, 2, 12));
+    expectTool(1,
+               "a.surface: not consistent\n"
+               "  rotation 45\n"
+               "  mode     77 (unknown), 0 bytes a pixel\n"
+               "  size     0 x 2 pixels as stored\n"
+               "  stride   12 bytes, 12 of them padding\n"
+               "  file     20 bytes, 0 behind the last line\n"
+               "  problem: colour mode 77 is unknown\n"
+               "  problem: width 0 is not between 1 and 2147483647\n"
+               "  problem: rotation 45 is none of 0, 90, 180 and 270\n",
+               "", {"info", "a.surface"});
+    const program_outcome json = tool({"info", "--json", "a.surface"});
+    EXPECT_NE(std::string::npos,
+              json.output.find("\"problems\": [\"colour mode 77 is unknown\", \"width 0 is not "
+                               "between 1 and 2147483647\", \"rotation 45 is none of 0, 90, 180 "
+                               "and 270\"]}"))
+        << json.output;
+}
+
+TEST_F(Info, PrintsNoHeaderOfFilesWithoutOne) {
+    write("a.surface", {1, 2, 3});
+    expectTool(1,
+               "a.surface: not consistent\n"
+               "  problem: shorter than the header of 20 bytes\n",
+               "", {"info", "a.surface"});
+}
+
 TEST_F(Info, PrintsJson) {
     write("a.surface", surfaceOfMode(9));
     write("b \"b\"", {1, 2, 3});
@@ -190,6 +219,7 @@ TEST(JsonText, EscapesWhatItMust) {
 TEST(JsonText, KeepsUtf8AndReplacesAnythingElse) {
     EXPECT_EQ("\"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\"",
               jsonText("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"));
+    EXPECT_EQ("\"\xE1\x80\x80\"", jsonText("\xE1\x80\x80"));
     EXPECT_EQ("\"\xF1\x80\x80\x80\"", jsonText("\xF1\x80\x80\x80"));
     EXPECT_EQ("\"\\u0000\"", jsonText(std::string(1, '\0')));
     EXPECT_EQ("\"a\\uFFFDb\"", jsonText("a\xE4"

@@ -157,6 +157,19 @@ TEST(DeflateWalk, NamesTheBytesOfAFixedBlockBetweenOthers) {
     EXPECT_EQ("a fixed-code DEFLATE block in bytes 17 to 20 of the image data", refusalOf(stream));
 }
 
+TEST(DeflateWalk, NamesTheBytesOfAFixedBlockInFrontOfADynamicOne) {
+    const dynamic_header header =
+        plain_header(lengths_of(286, {{0, 1}, {256, 1}}), lengths_of(30, {{0, 1}}));
+    for (const size_t literals : {0U, 1U, 2U, 5U}) { // 10 bits and 8 for each of them
+        deflate_maker stream;
+        stream.fixed(block_is::followed).literals(byte_vector(literals)).end();
+        stream.dynamic(header, block_is::last).literals({0, 0}).end();
+        EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to " + std::to_string(3 + literals) +
+                      " of the image data",
+                  refusalOf(stream));
+    }
+}
+
 TEST(DeflateWalk, CountsFixedBlocks) {
     deflate_maker stream;
     stream.fixed(block_is::followed).literals({1, 2}).match(3, 2).end();
@@ -199,6 +212,10 @@ TEST(DeflateWalk, NamesOtherViolations) {
                                                .litlen_symbol(257)
                                                .bits(0x7FFF, 15))
                                      .find("bits that are no code"));
+    const dynamic_header endsOnly = plain_header(lengths_of(286, {{256, 1}}), dist);
+    EXPECT_NE(std::string::npos,
+              refusalOf(deflate_maker().dynamic(endsOnly, block_is::last).bits(0x7FFF, 15))
+                  .find("bits that are no code"));
     EXPECT_NE(std::string::npos,
               refusalOf(deflate_maker().block_header(2, block_is::last).bits(0x3FFF, 14))
                   .find("a block whose codes make no sense"));
@@ -223,6 +240,20 @@ TEST(PngVerdict, AllocatesNothingThatTheFileCannotFill) {
               verdictOn(kGray, 1, 0x7FFFFFFF));
     EXPECT_EQ("taken: ARGB8888, 20000 x 20000, if pngslab can have 1600020000 bytes",
               verdictOn(kRgba, 20000, 20000));
+}
+
+TEST(PngVerdict, MakesSurfacesUpToALimit) {
+    constexpr uint32_t kFree = 16 << 20, kMost = 1 << 30; // bytes
+    EXPECT_EQ("taken: I8, 16777215 x 1", verdictOn(kGray, kFree - 1, 1));
+    EXPECT_EQ("taken: I8, 16777216 x 1, if pngslab can have 16777217 bytes",
+              verdictOn(kGray, kFree, 1));
+    const byte_vector large = png()
+                                  .gray(2, 2)
+                                  .declared_size(kMost, 1)
+                                  .chunk_before_idat({"tEXt", byte_vector(kMost / 1000, 'a')})
+                                  .bytes();
+    EXPECT_EQ("I8, 1073741824 x 1, if pngslab can have 1073741825 bytes",
+              judgePng(large, false).words);
 }
 
 TEST(PngVerdict, RefusesMorePixelsThanCanBeCounted) {

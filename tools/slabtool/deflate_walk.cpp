@@ -121,9 +121,9 @@ private:
                mInflate.litlenTable->maxBits == 0;
     }
 
+    // States from the first symbol on are inside of a block; a dynamic one brings codes of its own.
     bool isInFixedBlock() const {
-        return mInflate.litlenTable == &mCodes.litlen &&
-               (mInflate.state >= kLitlenSymbol && mInflate.state <= kMatchCopy);
+        return mInflate.litlenTable == &mCodes.litlen && mInflate.state >= kLitlenSymbol;
     }
 
     // Bits of the image data that have been used.
@@ -140,7 +140,7 @@ private:
         mInput.available = 0;
         result = advance(1);
         const uint64_t last = mNext - 1;
-        if (!isInFixedBlock() && (result == kInflateNeedsInput || result == kInflateNeedsOutput)) {
+        if (!isInFixedBlock() && result == kInflateNeedsInput) {
             result = advance(kPieceBytes);
         }
         return "bytes " + std::to_string(first) + " to " + std::to_string(last) +

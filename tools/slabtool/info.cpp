@@ -58,11 +58,12 @@ void printHeader(const SurfaceFacts& facts) {
                 endPadding(facts));
 }
 
+// Of a file that could be read.
 void printText(const Entry& entry) {
     const std::vector<std::string> problems = problemsOf(entry);
     std::printf("%s: %s\n", printable(entry.path).c_str(),
                 problems.empty() ? "consistent" : "not consistent");
-    if (entry.facts && entry.facts->header) {
+    if (entry.facts->header) {
         printHeader(*entry.facts);
     }
     for (const std::string& problem : problems) {

@@ -62,7 +62,6 @@ public:
             std::memcmp(mFile.data(), kSignature, sizeof kSignature) != 0) {
             throw Refusal("not a PNG file: its first 8 bytes are others");
         }
-        mNext = sizeof kSignature;
         checkHeader(nextChunk());
         for (Chunk chunk = nextChunk(); !chunk.is("IEND"); chunk = nextChunk()) {
             check(chunk);
@@ -252,8 +251,8 @@ private:
     }
 
     ByteView mFile;
-    uint64_t mNext = 0;   // the byte that has not been looked at yet
-    uint64_t mChunks = 0; // the current one's number
+    uint64_t mNext = sizeof kSignature; // the byte that has not been looked at yet
+    uint64_t mChunks = 0;               // the current one's number
     uint32_t mWidth = 0, mHeight = 0;
     uint8_t mColorType = 0;
     uint64_t mPaletteEntries = 0;

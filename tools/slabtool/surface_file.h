@@ -32,8 +32,6 @@ struct SurfaceFacts {
     std::optional<SurfaceHeader> header; ///< none if the file is too short for one
     std::vector<std::string> faults;     ///< why its pixels cannot be used
     std::vector<std::string> oddities;   ///< what a converter would not have written
-
-    bool isConsistent() const { return faults.empty() && oddities.empty(); }
 };
 
 SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize);
