@@ -84,6 +84,27 @@ TEST_F(Faults, ReadFromPipes) {
     EXPECT_TRUE(outcome.output.starts_with("pipe: consistent\n")) << outcome.output;
 }
 
+TEST_F(Faults, DoNotComeFromLongPipes) {
+    byte_vector surface = makeFileHeader(0, DsColorMode::A8, 2500, 2001, 2500);
+    append(surface, make_bytes(data_kind::noise, 2500 * 2001, 1));
+    write("long.surface", surface);
+    const program_outcome outcome = shell("cat long.surface | slabtool compare - long.surface");
+    EXPECT_EQ(0, outcome.exit_status);
+    EXPECT_EQ("equal\n", outcome.output);
+}
+
+TEST_F(Faults, DoNotComeFromFilesThatAreLongerThanTheySay) {
+    const program_outcome outcome = tool({"check", "/proc/version"}); // which says 0
+    EXPECT_TRUE(outcome.output.starts_with("/proc/version: refused: not a PNG file"))
+        << outcome.output;
+}
+
+TEST_F(Faults, DoNotTakeTheMemoryOfFilesThatAreTooLong) {
+    write("long", {1});
+    fs::resize_file(path("long"), (uint64_t{2} << 30) + 1);
+    expectTool(1, "", "slabtool: long: has more than 2 GiB\n", {"view", "long", "out"});
+}
+
 TEST_F(Faults, OfOutputThatIsLostEarlyAreReported) {
     std::vector<std::string> arguments(500, "a.surface");
     std::string words;

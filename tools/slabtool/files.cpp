@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <sys/stat.h>
 
 namespace {
@@ -41,6 +42,13 @@ size_t readPiece(std::FILE* file, uint8_t* target, size_t count) {
         refuse("cannot be read");
     }
     return read;
+}
+
+// How long a file says that it is; pipes and devices do not.
+std::optional<uint64_t> toldSize(std::FILE* file) {
+    struct stat status = {};
+    fstat(fileno(file), &status);
+    return S_ISREG(status.st_mode) ? std::optional<uint64_t>(status.st_size) : std::nullopt;
 }
 
 // Some files have no end.
@@ -134,18 +142,21 @@ std::string inDollarQuotes(char c) {
 
 Bytes readFile(const std::string& path) {
     const File file = openToRead(path);
-    Bytes bytes;
+    const uint64_t told = toldSize(file.get()).value_or(kPieceBytes);
+    checkSize(told);
+    // One more, to see the end; a file may grow or shrink while it is read.
+    Bytes bytes(told + 1);
     size_t used = 0;
     for (;;) {
-        checkSize(used);
-        // Doubled, so that the cost stays linear, and never beyond twice of what the file really holds.
-        bytes.resize(std::min(used + std::max(used, kPieceBytes), kMostFileBytes + 1));
         const size_t count = readPiece(file.get(), bytes.data() + used, bytes.size() - used);
         used += count;
         if (used < bytes.size()) {
             bytes.resize(used);
             return bytes;
         }
+        checkSize(used);
+        // Doubled, so that the cost stays linear.
+        bytes.resize(std::min(2 * used, kMostFileBytes + 1));
     }
 }
 
@@ -153,11 +164,8 @@ FileHead readHead(const std::string& path, size_t count) {
     const File file = openToRead(path);
     FileHead head = {Bytes(count), 0};
     head.bytes.resize(readPiece(file.get(), head.bytes.data(), count));
-    struct stat status = {}; // of the open file, since the path may lead to another one by now
-    fstat(fileno(file.get()), &status);
-    const bool tellsSize = path != kStandardStream && S_ISREG(status.st_mode);
-    head.size = tellsSize ? static_cast<uint64_t>(status.st_size)
-                          : head.bytes.size() + countRest(file.get());
+    const std::optional<uint64_t> told = toldSize(file.get());
+    head.size = told && path != kStandardStream ? *told : head.bytes.size() + countRest(file.get());
     return head;
 }
 
