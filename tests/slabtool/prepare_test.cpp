@@ -43,9 +43,10 @@ byte_vector expectedSamples(const written_image& image) {
 }
 
 // Why libpng does not read a file.
-std::string reasonAgainst(const byte_vector& file) {
+template <typename Reading>
+std::string reasonAgainst(const byte_vector& file, const Reading& reading) {
     try {
-        testPng(file);
+        reading(file);
         return "none";
     } catch (const Refusal& refusal) {
         return refusal.what();
@@ -263,7 +264,22 @@ TEST_F(Prepare, RefusesMoreThanTheConverterCanCount) {
                {"prepare", "in.png", "out.png"});
     // A line less is not tried here, since it would take the memory.
     const byte_vector largest = png_maker(image).declared_size(65534, 65537).bytes();
-    EXPECT_EQ("Not enough image data", reasonAgainst(largest));
+    EXPECT_EQ("Not enough image data", reasonAgainst(largest, testPng));
+}
+
+TEST(ImageTests, FindWhatReadingFinds) {
+    const auto read = [](ByteView file) { decodePng(file); };
+    for (const bool interlaced : {false, true}) {
+        const byte_vector image = libpng_encode(noise_image(kIndexed, 4, interlaced, 6, 6));
+        for (size_t at = 8; at < image.size(); ++at) {
+            byte_vector damaged = image;
+            damaged[at] ^= 0x10;
+            for (const byte_vector& file :
+                 {damaged, with_mended_crcs(damaged), slice(image, 0, at)}) {
+                EXPECT_EQ(reasonAgainst(file, read), reasonAgainst(file, testPng)) << at;
+            }
+        }
+    }
 }
 
 // A single byte at the end, in a chunk of its own, would be refused.

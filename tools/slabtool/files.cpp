@@ -1,4 +1,4 @@
-// Files by the C library's streams, without a look at their kind: pipes and devices work too.
+// Files by the C library's streams: pipes and devices work too.
 #include "tools/slabtool/files.h"
 
 #include <algorithm>
