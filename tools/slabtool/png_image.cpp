@@ -22,7 +22,7 @@ uint64_t filteredBytes(const PngImage& image) {
 
 // ---- What libpng calls back
 
-struct Session {
+struct Transfer {
     ByteView input = {};
     size_t position = 0;
     bool keepsLines = true; // or each takes the place of the one before
@@ -31,16 +31,16 @@ struct Session {
 };
 
 void readBytes(png_structp png, png_bytep target, size_t count) {
-    auto& session = *static_cast<Session*>(png_get_io_ptr(png));
-    if (count > session.input.size() - session.position) {
+    auto& transfer = *static_cast<Transfer*>(png_get_io_ptr(png));
+    if (count > transfer.input.size() - transfer.position) {
         png_error(png, "the file ends too early");
     }
-    std::memcpy(target, session.input.data() + session.position, count);
-    session.position += count;
+    std::memcpy(target, transfer.input.data() + transfer.position, count);
+    transfer.position += count;
 }
 
 void writeBytes(png_structp png, png_bytep bytes, size_t count) {
-    Bytes& output = *static_cast<Session*>(png_get_io_ptr(png))->output;
+    Bytes& output = *static_cast<Transfer*>(png_get_io_ptr(png))->output;
     bool fits = true;
     try {
         output.insert(output.end(), bytes, bytes + count);
@@ -52,12 +52,12 @@ void writeBytes(png_structp png, png_bytep bytes, size_t count) {
     }
 }
 
-// Never called; but without it libpng would take the session for a FILE.
+// Never called; but without it libpng would take the transfer for a FILE.
 void flushNothing(png_structp) {}
 
 [[noreturn]] void leave(png_structp png, png_const_charp message) {
-    auto& session = *static_cast<Session*>(png_get_error_ptr(png));
-    std::strncpy(session.message, message, sizeof session.message - 1);
+    auto& transfer = *static_cast<Transfer*>(png_get_error_ptr(png));
+    std::strncpy(transfer.message, message, sizeof transfer.message - 1);
     png_longjmp(png, 1);
 }
 
@@ -69,8 +69,8 @@ struct Reader {
     png_structp png;
     png_infop info;
 
-    explicit Reader(Session& session)
-        : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &session, leave, ignoreWarning))
+    explicit Reader(Transfer& transfer)
+        : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &transfer, leave, ignoreWarning))
         , info(png_create_info_struct(png)) {}
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
@@ -81,8 +81,8 @@ struct Writer {
     png_structp png;
     png_infop info;
 
-    explicit Writer(Session& session)
-        : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &session, leave, ignoreWarning))
+    explicit Writer(Transfer& transfer)
+        : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &transfer, leave, ignoreWarning))
         , info(png_create_info_struct(png)) {}
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
@@ -92,10 +92,10 @@ struct Writer {
 // ---- Reading
 
 // Fits the declared size to what the file can hold, before anything of that size is allocated.
-void checkDeclaredSize(png_structp png, png_infop info, const Session& session) {
+void checkDeclaredSize(png_structp png, png_infop info, const Transfer& transfer) {
     const uint64_t rows = png_get_image_height(png, info);
     const uint64_t rowBytes = png_get_rowbytes(png, info);
-    if (rowBytes > session.input.size() * kMostExpansion / rows) {
+    if (rowBytes > transfer.input.size() * kMostExpansion / rows) {
         png_error(png, "the image data are too short for the declared size");
     }
 }
@@ -161,15 +161,15 @@ void askForEightBits(png_structp png, png_infop info) {
     }
 }
 
-void readLines(png_structp png, png_infop info, const Session& session, PngImage& image) {
+void readLines(png_structp png, png_infop info, const Transfer& transfer, PngImage& image) {
     const int passes = png_set_interlace_handling(png);
     png_read_update_info(png, info);
     image.colorType = png_get_color_type(png, info); // after the changes that were asked for
     if (filteredBytes(image) > kMostFilteredBytes) {
         png_error(png, "the image takes more than 4 GiB");
     }
-    const size_t step = session.keepsLines ? image.lineBytes() : 0;
-    image.samples.resize(session.keepsLines ? step * image.height : image.lineBytes());
+    const size_t step = transfer.keepsLines ? image.lineBytes() : 0;
+    image.samples.resize(transfer.keepsLines ? step * image.height : image.lineBytes());
     for (int pass = 0; pass < passes; ++pass) {
         for (size_t y = 0; y < image.height; ++y) {
             png_read_row(png, image.samples.data() + y * step, nullptr);
@@ -178,32 +178,32 @@ void readLines(png_structp png, png_infop info, const Session& session, PngImage
     png_read_end(png, nullptr);
 }
 
-bool tryDecode(png_structp png, png_infop info, Session& session, const PngChanges& changes,
+bool tryDecode(png_structp png, png_infop info, Transfer& transfer, const PngChanges& changes,
                PngImage& image) {
     if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
     }
-    png_set_read_fn(png, &session, readBytes);
+    png_set_read_fn(png, &transfer, readBytes);
     png_set_user_limits(png, kMostPixels, kMostPixels);
     png_read_info(png, info);
-    checkDeclaredSize(png, info, session);
+    checkDeclaredSize(png, info, transfer);
     image.width = png_get_image_width(png, info);
     image.height = png_get_image_height(png, info);
     image.colorType = png_get_color_type(png, info);
     readTransparency(png, info, changes, image);
     askForEightBits(png, info);
-    readLines(png, info, session, image);
+    readLines(png, info, transfer, image);
     return true;
 }
 
-PngImage decode(Session& session, const PngChanges& changes) {
-    const Reader reader(session);
+PngImage decode(Transfer& transfer, const PngChanges& changes) {
+    const Reader reader(transfer);
     if (reader.info == nullptr) {
         throw std::bad_alloc();
     }
     PngImage image = {};
-    if (!tryDecode(reader.png, reader.info, session, changes, image)) {
-        throw Refusal(session.message);
+    if (!tryDecode(reader.png, reader.info, transfer, changes, image)) {
+        throw Refusal(transfer.message);
     }
     return image;
 }
@@ -244,12 +244,12 @@ void setEffort(png_structp png, const PngEffort& effort) {
     png_set_filter(png, PNG_FILTER_TYPE_BASE, effort.filters);
 }
 
-bool tryEncode(png_structp png, png_infop info, Session& session, const PngImage& image,
+bool tryEncode(png_structp png, png_infop info, Transfer& transfer, const PngImage& image,
                const PngEffort& effort) {
     if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
     }
-    png_set_write_fn(png, &session, writeBytes, flushNothing);
+    png_set_write_fn(png, &transfer, writeBytes, flushNothing);
     png_set_user_limits(png, kMostPixels, kMostPixels);
     png_set_benign_errors(png, 1); // indices beyond the palette stay as they are
     setEffort(png, effort);
@@ -293,24 +293,24 @@ uint32_t channelsOf(uint8_t colorType) {
 }
 
 PngImage decodePng(ByteView file, const PngChanges& changes) {
-    Session session = {.input = file};
-    return decode(session, changes);
+    Transfer transfer = {.input = file};
+    return decode(transfer, changes);
 }
 
 void testPng(ByteView file) {
-    Session session = {.input = file, .keepsLines = false};
-    decode(session, {});
+    Transfer transfer = {.input = file, .keepsLines = false};
+    decode(transfer, {});
 }
 
 Bytes encodePng(const PngImage& image, const PngEffort& effort) {
     Bytes file;
-    Session session = {.output = &file};
-    const Writer writer(session);
+    Transfer transfer = {.output = &file};
+    const Writer writer(transfer);
     if (writer.info == nullptr) {
         throw std::bad_alloc();
     }
-    if (!tryEncode(writer.png, writer.info, session, image, effort)) {
-        throw Refusal(session.message);
+    if (!tryEncode(writer.png, writer.info, transfer, image, effort)) {
+        throw Refusal(transfer.message);
     }
     return file;
 }
