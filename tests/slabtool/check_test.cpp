@@ -234,7 +234,16 @@ TEST_F(Check, NamesImagesThatAreNotGreyForAlphaOnly) {
 TEST_F(Check, NamesWhatElseIsWrongForAlphaOnly) {
     expectVerdict("refused: 16 bits a sample instead of 8; mend it by: slabtool prepare a.png "
                   "a-prepared.png",
+                  libpng_encode(noise_image(kGray, 16, false, 9, 9)), {"--alphaonly"});
+}
+
+TEST_F(Check, OffersNoMendingThatAlphaOnlyWouldNotTake) {
+    expectVerdict("refused: 16 bits a sample instead of 8; it cannot be mended for --alphaonly, "
+                  "since it is not greyscale",
                   libpng_encode(noise_image(kRgb, 16, false, 9, 9)), {"--alphaonly"});
+    expectVerdict("refused: not plain greyscale, which alpha-only surfaces are made of; it cannot "
+                  "be mended for --alphaonly, since it is not greyscale",
+                  png().rgb(2, 2).plte(byte_vector(6, 1)).bytes(), {"--alphaonly"});
 }
 
 TEST_F(Check, NamesOtherSuffixes) {

@@ -7,7 +7,7 @@
 
 namespace {
 
-const std::string kIndexNote = "slabtool: a.surface: palette indexes (or grey values) are drawn as "
+const std::string kIndexNote = "slabtool: a.surface: palette indices (or grey values) are drawn as "
                                "grey: surface files carry no palette\n";
 const std::string kAlphaNote =
     "slabtool: a.surface: alpha values are drawn as grey: the surface has no colours\n";

@@ -10,6 +10,7 @@
 namespace {
 
 constexpr const char* kSuffix = ".png"; // pngslab goes by it
+constexpr size_t kColorTypeAt = 25;     // in every PNG file
 
 std::string stemOf(const std::string& path) {
     const size_t folderEnd = path.find_last_of('/') + 1; // 0 without a folder
@@ -29,6 +30,9 @@ std::string mending(const std::string& path, ByteView file, bool alphaOnly) {
         testPng(file);
     } catch (const Refusal& refusal) {
         return "; it cannot be mended, since libpng says: " + std::string(refusal.what());
+    }
+    if (alphaOnly && file[kColorTypeAt] != kGreyType) {
+        return "; it cannot be mended for --alphaonly, since it is not greyscale";
     }
     const std::string stem = path == kStandardStream ? "image" : stemOf(path);
     return command("slabtool prepare", path, stem + "-prepared.png");

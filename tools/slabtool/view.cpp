@@ -42,7 +42,7 @@ void drawLine(const SurfacePicture& picture, uint32_t y, uint8_t* samples) {
     }
 }
 
-constexpr const char* kIndexNote = "palette indexes (or grey values) are drawn as grey: surface "
+constexpr const char* kIndexNote = "palette indices (or grey values) are drawn as grey: surface "
                                    "files carry no palette";
 constexpr const char* kAlphaNote = "alpha values are drawn as grey: the surface has no colours";
 
