@@ -277,6 +277,22 @@ TEST_F(Check, NamesCommandsThatWork) {
     EXPECT_TRUE(exists("-a b-prepared.png"));
 }
 
+TEST_F(Check, NamesCommandsThatWorkForControlCharacters) {
+    write("a\n\t%s.png", libpng_encode(noise_image(kGray, 16, false, 2, 2)));
+    const std::string output = tool({"check", "a\n\t%s.png"}).output;
+    const std::string announcement = "mend it by: ";
+    EXPECT_EQ(0, shell(output.substr(output.find(announcement) + announcement.size())).exit_status);
+    EXPECT_TRUE(exists("a\n\t%s-prepared.png"));
+}
+
+TEST_F(Check, NamesNoCommandForALineBreakAtTheEnd) {
+    write("a\n", png().gray(2, 2).bytes());
+    expectTool(1,
+               "a?: refused: its name does not end in .png; rename it, since no command names a "
+               "line break at the end\n",
+               "", {"check", "a\n"});
+}
+
 TEST_F(Check, PrintsOneLineForEveryOneOfThousands) {
     write("good.png", png().gray(2, 2).bytes());
     write("bad.png", {1});

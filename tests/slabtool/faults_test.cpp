@@ -200,10 +200,12 @@ TEST(ShellWord, HidesOptions) {
     EXPECT_EQ("++a", shellWord("++a"));
 }
 
-TEST(ShellWord, SpellsControlCharacters) {
-    EXPECT_EQ("$'a\\012b'", shellWord("a\nb"));
-    EXPECT_EQ("$'\\001\\037\\177 '", shellWord("\x01\x1F\x7F "));
-    EXPECT_EQ("$'it\\'s\\\\\\011'", shellWord("it's\\\t"));
+TEST(ShellWord, SpellsControlCharactersForEveryShell) {
+    EXPECT_EQ("\"$(printf 'a\\012b')\"", shellWord("a\nb"));
+    EXPECT_EQ("\"$(printf '\\001\\037\\177\\040')\"", shellWord("\x01\x1F\x7F "));
+    EXPECT_EQ("\"$(printf 'it\\047s\\134\\011\\045d\\303\\244')\"",
+              shellWord("it's\\\t%d\xC3\xA4"));
+    EXPECT_EQ("\"$(printf './-a\\011')\"", shellWord("-a\t"));
 }
 
 } // namespace

@@ -19,6 +19,9 @@ std::string stemOf(const std::string& path) {
 }
 
 std::string command(const std::string& words, const std::string& from, const std::string& to) {
+    if (from.ends_with('\n')) {
+        return "; rename it, since no command names a line break at the end";
+    }
     return "; mend it by: " + words + " " + shellWord(from) + " " + shellWord(to);
 }
 

@@ -129,13 +129,10 @@ std::string inQuotes(char c) {
     return c == '\'' ? "'\\''" : std::string(1, c);
 }
 
-std::string inDollarQuotes(char c) {
-    if (isControl(c)) {
-        char code[5];
-        std::snprintf(code, sizeof code, "\\%03o", static_cast<unsigned>(c));
-        return code;
-    }
-    return c == '\'' || c == '\\' ? std::string{'\\', c} : std::string(1, c);
+std::string asOctal(char c) {
+    char code[5];
+    std::snprintf(code, sizeof code, "\\%03o", static_cast<unsigned>(static_cast<uint8_t>(c)));
+    return code;
 }
 
 } // namespace
@@ -194,19 +191,20 @@ std::string printable(const std::string& text) {
 }
 
 std::string shellWord(const std::string& path) {
-    const char* const plain =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@%-";
+    const std::string plain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@-";
     if ((path.starts_with('-') && path != kStandardStream) || path == "++") {
         return shellWord("./" + path);
     }
     if (!path.empty() && path.find_first_not_of(plain) == std::string::npos) {
         return path;
     }
-    // Not every shell knows the other kind of quotes, but no control character stands in any.
-    const bool isPlain = std::none_of(path.begin(), path.end(), isControl);
-    std::string quoted = isPlain ? "'" : "$'";
+    // Control characters stand in no quotes that every shell knows; printf knows their numbers.
+    const bool isPrinted = std::any_of(path.begin(), path.end(), isControl);
+    std::string word = isPrinted ? "\"$(printf '" : "'";
     for (const char c : path) {
-        quoted += isPlain ? inQuotes(c) : inDollarQuotes(c);
+        const bool isNumber = isPrinted && plain.find(c) == std::string::npos;
+        word += isNumber ? asOctal(c) : inQuotes(c);
     }
-    return quoted + "'";
+    return word + (isPrinted ? "')\"" : "'");
 }

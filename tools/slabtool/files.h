@@ -44,7 +44,8 @@ void writeFile(const std::string& path, ByteView bytes);
 /// `text` for a line of output: control characters become question marks.
 std::string printable(const std::string& text);
 
-/// A path as one word of a shell's command line, which no program takes for an option.
+/// A path as one word of any shell's command line, which no program takes for an option. Line breaks at
+/// the end of a path are lost.
 std::string shellWord(const std::string& path);
 
 /// What `work` gives; its refusals get the file's name in front.
