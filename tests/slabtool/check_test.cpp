@@ -249,15 +249,15 @@ TEST_F(Check, OffersNoMendingThatAlphaOnlyWouldNotTake) {
 TEST_F(Check, NamesOtherSuffixes) {
     write("it's.PNG", png().gray(2, 2).bytes());
     expectTool(1,
-               "it's.PNG: refused: its name does not end in .png; mend it by: mv 'it'\\''s.PNG' "
+               "it's.PNG: refused: its name does not end in .png; mend it by: mv -i 'it'\\''s.PNG' "
                "'it'\\''s.png'\n",
                "", {"check", "it's.PNG"});
     write("name", png().gray(2, 2).bytes());
-    expectTool(1, "name: refused: its name does not end in .png; mend it by: mv name name.png\n",
+    expectTool(1, "name: refused: its name does not end in .png; mend it by: mv -i name name.png\n",
                "", {"check", "name"});
     write(".hidden", png().gray(2, 2).bytes());
     expectTool(1,
-               ".hidden: refused: its name does not end in .png; mend it by: mv .hidden "
+               ".hidden: refused: its name does not end in .png; mend it by: mv -i .hidden "
                ".hidden.png\n",
                "", {"check", ".hidden"});
     EXPECT_EQ(1, run({"--image", "it's.PNG", "--output", "a.surface"}).exit_status);
@@ -283,6 +283,14 @@ TEST_F(Check, NamesCommandsThatWorkForControlCharacters) {
     const std::string announcement = "mend it by: ";
     EXPECT_EQ(0, shell(output.substr(output.find(announcement) + announcement.size())).exit_status);
     EXPECT_TRUE(exists("a\n\t%s-prepared.png"));
+}
+
+TEST_F(Check, NamesNoCommandThatOverwritesAnotherImage) {
+    write("a.PNG", png().gray(2, 2).bytes());
+    write("a.png", png().gray(3, 3).bytes());
+    const std::string output = tool({"check", "a.PNG"}).output;
+    shell("exec < /dev/null; " + output.substr(output.find("mv ")));
+    EXPECT_EQ(png().gray(3, 3).bytes(), read("a.png"));
 }
 
 TEST_F(Check, NamesNoCommandForALineBreakAtTheEnd) {

@@ -52,7 +52,7 @@ PngVerdict look(const std::string& path, bool alphaOnly) {
         verdict.words += mending(path, file, alphaOnly);
     } else if (path != kStandardStream && !path.ends_with(kSuffix)) {
         return {false,
-                "its name does not end in .png" + command("mv", path, stemOf(path) + kSuffix)};
+                "its name does not end in .png" + command("mv -i", path, stemOf(path) + kSuffix)};
     }
     return verdict;
 }
