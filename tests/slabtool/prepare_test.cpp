@@ -194,6 +194,14 @@ TEST_F(Prepare, KeepsKeyColoursAndSaysSo) {
               oracle_decode_png(narrowed, oracle_reading::with_key_alpha)->pixels);
 }
 
+TEST_F(Prepare, KeepsOfAKeyColourTheBitsThatSamplesHave) {
+    written_image grey = noise_image(kGray, 2, false, 6, 6);
+    grey.trns = {0xFF, 0xFE};
+    const byte_vector prepared = prepare(libpng_encode(grey), kKeyNote);
+    EXPECT_EQ(oracle_decode_png(libpng_encode(grey), oracle_reading::with_key_alpha)->pixels,
+              oracle_decode_png(prepared, oracle_reading::with_key_alpha)->pixels);
+}
+
 TEST_F(Prepare, TurnsKeyColoursIntoAlphaOnRequest) {
     const auto expectAlpha = [&](const byte_vector& image) {
         const auto prepared = oracle_decode_png(prepare(image, "", {"--key-to-alpha"}));

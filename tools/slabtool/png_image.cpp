@@ -107,16 +107,21 @@ uint8_t asEightBits(uint32_t sample, uint32_t depth) {
     return static_cast<uint8_t>(sample * 255 / ((1U << depth) - 1));
 }
 
+// Of a sample of a key colour only the bits count that the image's samples have.
+uint8_t asEightBitKey(uint32_t sample, uint32_t depth) {
+    return asEightBits(sample & ((1U << depth) - 1), depth);
+}
+
 void readKeyColor(png_structp png, png_infop info, PngImage& image) {
     png_color_16p key = nullptr;
     png_get_tRNS(png, info, nullptr, nullptr, &key);
     const uint32_t depth = png_get_bit_depth(png, info);
     if (image.colorType == kGreyType) {
-        const uint8_t grey = asEightBits(key->gray, depth);
+        const uint8_t grey = asEightBitKey(key->gray, depth);
         image.keyColor = {grey, grey, grey};
     } else {
-        image.keyColor = {asEightBits(key->red, depth), asEightBits(key->green, depth),
-                          asEightBits(key->blue, depth)};
+        image.keyColor = {asEightBitKey(key->red, depth), asEightBitKey(key->green, depth),
+                          asEightBitKey(key->blue, depth)};
     }
 }
 
