@@ -278,11 +278,11 @@ TEST_F(Check, NamesCommandsThatWork) {
 }
 
 TEST_F(Check, NamesCommandsThatWorkForControlCharacters) {
-    write("a\n\t%s.png", libpng_encode(noise_image(kGray, 16, false, 2, 2)));
-    const std::string output = tool({"check", "a\n\t%s.png"}).output;
+    write("a\n\t%s\x7F.png", libpng_encode(noise_image(kGray, 16, false, 2, 2)));
+    const std::string output = tool({"check", "a\n\t%s\x7F.png"}).output;
     const std::string announcement = "mend it by: ";
     EXPECT_EQ(0, shell(output.substr(output.find(announcement) + announcement.size())).exit_status);
-    EXPECT_TRUE(exists("a\n\t%s-prepared.png"));
+    EXPECT_TRUE(exists("a\n\t%s\x7F-prepared.png"));
 }
 
 TEST_F(Check, NamesNoCommandThatOverwritesAnotherImage) {
