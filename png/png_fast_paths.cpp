@@ -5,6 +5,12 @@
 
 namespace {
 
+#if defined(__SSE2__)
+constexpr bool kHasWideRows = true;
+#else
+constexpr bool kHasWideRows = false;
+#endif
+
 uint32_t leftOut = 0;
 
 bool machine_has(png_fast_path_t path) {
@@ -15,11 +21,7 @@ bool machine_has(png_fast_path_t path) {
     case kPngHugePages:
         return true;
     default:
-#if defined(__SSE2__)
-        return true;
-#else
-        return false;
-#endif
+        return kHasWideRows;
     }
 }
 

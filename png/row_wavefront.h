@@ -7,7 +7,7 @@
 inline constexpr uint32_t kWavefrontRows = 4;
 
 /// The most bytes a line may have: bounds the copy of the group's source in the call's own frame.
-inline constexpr uint64_t kWavefrontRowBytes = 16 * 1024;
+inline constexpr uint64_t kWavefrontRowBytes = uint64_t{16} * 1024;
 
 /// Converts `kWavefrontRows` lines.
 /// @param target the first pixel line; the one before it, `stride` bytes in front, is finished
