@@ -56,8 +56,3 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     }
     return 0;
 }
-
-// The parser's exceptions leave their option's name to whoever catches them, on purpose.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:CommandLineException";
-}

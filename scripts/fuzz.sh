@@ -7,7 +7,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 seconds=${1:-60}
-install_missing cmake make clang-14 libclang-rt-14-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing cmake make clang libclang-rt-dev zlib1g-dev libpng-dev libcli11-dev
 
 declare -A dictionaries=(
     [fuzz_inflate]=deflate [fuzz_inflate_against_zlib]=deflate
@@ -17,30 +17,33 @@ declare -A dictionaries=(
 )
 options=(-max_len=4096 -timeout=10 -rss_limit_mb=3000 -print_final_stats=1)
 
+echo "Building the fuzzers (some minutes)"
 configure fuzz
 build fuzz
 folder="$tree/build/fuzz"
 mkdir -p "$folder/findings"
 
-# Fuzzes with the program $1; prints how many inputs ran.
+# Runs the program $1 on its corpus with the further options given. Its words go to its log.
 run_fuzzer() {
     local name=$1 log="$folder/$1.log" grown="$folder/corpus/$1"
-    local corpus="$tree/fuzz/corpus/$name"
     mkdir -p "$grown"
-    local limits=(-runs=0)
-    if [ "$seconds" -gt 0 ]; then
-        limits=(-max_total_time="$seconds")
-    fi
-    if ! "$folder/bin/$name" "${options[@]}" "${limits[@]}" \
+    if ! "$folder/bin/$name" "${options[@]}" "${@:2}" \
         -dict="$tree/fuzz/dictionaries/${dictionaries[$name]}.dict" \
-        -artifact_prefix="$folder/findings/$name-" "$grown" "$corpus" >"$log" 2>&1; then
+        -artifact_prefix="$folder/findings/$name-" "$grown" "$tree/fuzz/corpus/$name" >"$log" 2>&1; then
         tail -n 60 "$log"
         echo "$name: a finding"
         return 1
     fi
-    echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs, nothing found"
 }
 
+echo "Fuzzing: ${#dictionaries[@]} programs, $seconds seconds each"
 for name in $(printf '%s\n' "${!dictionaries[@]}" | sort); do
-    run_fuzzer "$name"
+    # The corpus alone, as on a machine without a symbolizer: no report has names there.
+    ASAN_OPTIONS="symbolize=0:${ASAN_OPTIONS:-}" run_fuzzer "$name" -runs=0
+    if [ "$seconds" -gt 0 ]; then
+        run_fuzzer "$name" -max_total_time="$seconds"
+    else
+        run_fuzzer "$name" -runs=0
+    fi
+    echo "$name: $(sed -n 's/^stat::number_of_executed_units: *//p' "$folder/$name.log") inputs, nothing found"
 done

@@ -51,10 +51,6 @@ std::vector<std::string> environment(const program_surroundings& surroundings) {
         }
     }
     variables.push_back(sanitizer);
-    // The converter's exceptions leave their option's name to whoever catches them.
-    if (!surroundings.as_nobody) { // who may not reach the list of them either
-        variables.push_back("LSAN_OPTIONS=suppressions=" PNGSLAB_KNOWN_LEAKS);
-    }
     return variables;
 }
 
