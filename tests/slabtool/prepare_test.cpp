@@ -6,6 +6,7 @@
 #include "tools/slabtool/png_image.h"
 #include "tools/slabtool/png_verdict.h"
 
+#include <algorithm>
 #include <zlib.h>
 
 namespace {

@@ -677,8 +677,9 @@ TEST(UnitArcExtents, WalkFromATinyNegativeStart) {
 // ---- Rounding
 
 DsPoint rounded(float x, float y) {
+    const DsFPoint source = {x, y};
     DsPoint target = {77, 77};
-    const DsPoint& result = roundPoint(target, {x, y});
+    const DsPoint& result = roundPoint(target, source);
     EXPECT_EQ(&target, &result);
     return target;
 }

@@ -38,12 +38,12 @@ private:
                 const int up = row > 0 ? mBlock.at(above) : 0;
                 const int up_left = x > 0 && row > 0 ? mBlock.at(above - mPixelBytes) : 0;
                 const uint8_t source = mBlock.at(mSource + sample_of(channel));
-                pixel[channel] =
+                pixel.at(channel) =
                     static_cast<uint8_t>(source + predict_sample(filter, left, up, up_left));
             }
             mSource += mPixelBytes;
             for (uint32_t channel = 0; channel < mPixelBytes; ++channel) {
-                mBlock.at(target + channel) = pixel[channel];
+                mBlock.at(target + channel) = pixel.at(channel);
             }
         }
     }
