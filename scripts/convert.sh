@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Converts one PNG on a machine that may have nothing yet: installs what is missing to build, builds
-# pngslab, and runs it.
+# Converts one PNG on a machine that may have nothing yet: installs what is missing to build, builds pngslab,
+# and runs it.
+#
+#     scripts/convert.sh IMAGE OUTPUT [more pngslab options]
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
@@ -10,6 +12,9 @@ if [ $# -lt 2 ]; then
 fi
 
 install_missing g++ cmake make
+if [ ! -x "$tree/build/release/bin/pngslab" ]; then
+    echo "Building pngslab (less than a minute)"
+fi
 configure release
 build release pngslab
 

@@ -4,7 +4,7 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing cmake make clang-14 llvm-14 python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing cmake make clang llvm python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 configure coverage
 build coverage
@@ -14,17 +14,17 @@ rm -rf "$folder/profiles"
 export LLVM_PROFILE_FILE="$folder/profiles/%2m.profraw"
 (cd "$tree" && quietly ctest --preset coverage --parallel "$(nproc)")
 
-llvm-profdata-14 merge -o "$folder/suite.profdata" "$folder"/profiles/*.profraw
+llvm-profdata merge -o "$folder/suite.profdata" "$folder"/profiles/*.profraw
 programs=("$folder/bin/pngslab")
 for program in "$folder"/bin/*_tests "$folder"/bin/{draw_on_surface,slabtool}; do
     programs+=(-object "$program")
 done
 cd "$tree"
 sources=$(find src inflate png tools -name '*.cpp' -o -name '*.h')
-llvm-cov-14 report "${programs[@]}" -instr-profile "$folder/suite.profdata" \
+llvm-cov report "${programs[@]}" -instr-profile "$folder/suite.profdata" \
     -show-region-summary=false $sources
 if [ "${1:-}" = -v ]; then
-    llvm-cov-14 show "${programs[@]}" -instr-profile "$folder/suite.profdata" \
+    llvm-cov show "${programs[@]}" -instr-profile "$folder/suite.profdata" \
         -show-branches=count -show-instantiations=false $sources |
         grep -E '^/|\| +0\||Branch.*(True: 0,|False: 0\])' || true
 fi

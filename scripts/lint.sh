@@ -2,9 +2,10 @@
 # Runs clang-tidy's chosen checks (.clang-tidy) over the product's sources.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+reject_arguments "$@"
 
-install_missing g++ cmake make clang-tidy-14 libpng-dev libcli11-dev
+install_missing g++ cmake make clang-tidy libpng-dev libcli11-dev
 
 configure debug -DPNGSLAB_TESTS=OFF
 cd "$tree"
-find src inflate png tools -name '*.cpp' -print0 | xargs -0 clang-tidy-14 --quiet -p build/debug
+find src inflate png tools -name '*.cpp' -print0 | xargs -0 clang-tidy --quiet -p build/debug

@@ -3,6 +3,7 @@
 # nothing yet.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+reject_arguments "$@"
 
 install_missing g++ cmake make dpkg-dev file libpng-dev libcli11-dev
 configure package

@@ -3,6 +3,7 @@
 # they bring. Needs root, for the bare system is entered by chroot. Takes a minute or two.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+reject_arguments "$@"
 
 "$tree/scripts/package.sh"
 install_missing debootstrap

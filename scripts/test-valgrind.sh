@@ -4,6 +4,7 @@
 # (--vgdb): the runs as nobody could not make its pipes.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+reject_arguments "$@"
 
 install_missing g++ cmake make valgrind python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 

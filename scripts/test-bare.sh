@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Makes a minimal Debian in a scratch folder, puts a clean clone of this tree into it, and runs the README's
+# two commands there, as on a new machine. Variants of test-portable.sh, if any are named, follow. Only what
+# is committed takes part. Needs root, because the system is entered by chroot; 15 to 30 minutes on two cores.
+# Downloaded packages stay in ~/.cache/pngslab for the next run.
+#
+#     scripts/test-bare.sh [bookworm | trixie] [variant of test-portable.sh ...]
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+
+suite=${1:-bookworm}
+case $suite in
+bookworm | trixie) ;;
+*) fail "unknown Debian '$suite'; bookworm and trixie are known" ;;
+esac
+variants=("${@:2}")
+[ "$(id -u)" -eq 0 ] || fail "root is needed to enter the new system by chroot"
+install_missing debootstrap git
+cache="${XDG_CACHE_HOME:-$HOME/.cache}/pngslab/$suite"
+mkdir -p "$cache"
+bare=$(mktemp -d)
+trap 'rm -rf "$bare"' EXIT
+
+# The mirror that this machine's apt takes its own release from.
+mirror() {
+    local codename
+    codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    apt-get indextargets --format '$(CODENAME) $(REPO_URI)' 'Created-By: Packages' |
+        awk -v codename="$codename" '$1 == codename { print $2; exit }'
+}
+
+# Runs a command in the new system's clone, in namespaces of its own: no process and no mount outlives it.
+inside() {
+    unshare --mount --pid --fork --kill-child /bin/sh -c '
+        bare=$1 && shift
+        mount -t proc proc "$bare/proc" && mount -t sysfs sysfs "$bare/sys" && mount --rbind /dev "$bare/dev" &&
+            mount --bind "$1" "$bare/var/cache/apt/archives" && shift &&
+            exec chroot "$bare" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root \
+                /bin/sh -c "cd /root/pngslab && exec \"\$@\"" sh "$@"' sh "$bare" "$cache" "$@" </dev/null
+}
+
+echo "Making a bare Debian ($suite, one minute)"
+quietly debootstrap --variant=minbase --cache-dir="$cache" "$suite" "$bare" "$(mirror)"
+quietly git clone --no-hardlinks "$tree" "$bare/root/pngslab"
+
+mapfile -t commands < <(sed -nE '/^scripts\/(convert|test)\.sh/ { s/ *#.*//; p }' "$tree/README.md")
+[ ${#commands[@]} -eq 2 ] || fail "the README has ${#commands[@]} commands for a new machine, not 2"
+for command in "${commands[@]}"; do
+    printf '\n%s$ %s\n' "$suite" "$command"
+    inside bash -c "$command"
+done
+[ "$(stat --format %s "$bare/root/pngslab/quill.surface")" -eq 92948 ] || fail "the surface has the wrong size"
+
+if [ ${#variants[@]} -gt 0 ]; then
+    inside scripts/test-portable.sh "${variants[@]}"
+fi
