@@ -10,7 +10,9 @@
 #include "inflate/src/fast_codes.h"
 #include "inflate/src/match_copy.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <limits>
 
 namespace {
 
@@ -301,8 +303,12 @@ void inflate_leave_out_fast(bool leftOut) {
 }
 
 void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
+    // `totalOut` wraps at 2^32, and from then on bounds distances again. The loop stops before that, so that
+    // its own bound, the distance to the oldest byte of output, is `totalOut` at every symbol.
+    const uint32_t room =
+        std::min(inflate->outAvailable, std::numeric_limits<uint32_t>::max() - inflate->totalOut);
     if (gLeftOut || inflate->window != nullptr || inflate->litlenTable->maxBits == 0 ||
-        stream->available < kWorthwhileInput || inflate->outAvailable < kOutputMargin) {
+        stream->available < kWorthwhileInput || room < kOutputMargin) {
         return;
     }
     fast_block_t block;
@@ -322,7 +328,7 @@ void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
         .blockHasEnded = false,
         .hasStopped = false};
     const uint8_t* const in =
-        decode(block, *stream, &position, inflate->out + (inflate->outAvailable - kOutputMargin),
+        decode(block, *stream, &position, inflate->out + (room - kOutputMargin),
                inflate->out - inflate->totalOut);
     hand_back_record(inflate, position);
     hand_back_input(stream, in, position.buffer.count);

@@ -193,11 +193,11 @@ int32_t read_code_length_symbol(inflate_t* inflate, bitstream_t* stream) {
     if (symbol < 0) {
         return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;
     }
+    inflate->symbol = static_cast<int16_t>(symbol);
     if (symbol < 16) {
         write_code_lengths(inflate, static_cast<uint16_t>(symbol), 1);
         return kGoOn;
     }
-    inflate->symbol = static_cast<int16_t>(symbol);
     inflate->state = kCodeLengthRepeat;
     return kGoOn;
 }

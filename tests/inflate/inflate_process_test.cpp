@@ -28,6 +28,8 @@ deflate_maker small_block() {
     return maker;
 }
 
+constexpr uint16_t kReadsCodeLengths = 12; // as the record numbers the states
+
 int32_t result_of(const deflate_maker& maker) {
     return inflate_whole(maker.bytes(), 1000).result;
 }
@@ -287,6 +289,23 @@ TEST(InflateRefuses, ABitPatternThatIsNoCodeLengthSymbol) {
     maker.dynamic(header, block_is::last).bits(0x7FFF, 15);
 
     EXPECT_EQ(result_of(maker), kInflateInvalid);
+}
+
+TEST(Inflate, KeepsTheLastCodeLengthSymbol) {
+    deflate_maker maker;
+    maker.dynamic(small_header(), block_is::last);
+    inflate_session session(10);
+    uint32_t seen = 0;
+    for (const uint8_t byte : maker.bytes()) {
+        session.feed({byte});
+        if (session.state.state == kReadsCodeLengths &&
+            session.state.lengthCursor > session.state.lengths) {
+            // Each length of this header is a symbol of its own.
+            ASSERT_EQ(session.state.lengthCursor[-1], session.state.symbol);
+            ++seen;
+        }
+    }
+    EXPECT_GT(seen, 100U);
 }
 
 TEST(InflateRefuses, ARepeatWithoutAPreviousLength) {

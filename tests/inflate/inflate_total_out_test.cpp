@@ -1,0 +1,122 @@
+// `totalOut` near 2^32, where it wraps: the fast loop must still leave what the state machine leaves. The
+// output lies in a sparse mapping, of which a few pages are touched.
+#include "inflate/src/inflate_fast.h"
+#include "tests/support/deflate_maker.h"
+#include "tests/support/deflate_oracle.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <sys/mman.h>
+
+namespace {
+
+constexpr uint64_t kWrap = uint64_t{1} << 32;
+constexpr size_t kHistory = 32768; // as far as a match can reach
+constexpr size_t kRoom = 1 << 17;
+
+// Addresses for 4 GiB of output that has gone by, and memory for the end of it and for what follows.
+class sparse_output {
+public:
+    sparse_output()
+        : mBytes(mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+        if (exists()) {
+            mprotect(at(kSize - kUsed), kUsed, PROT_READ | PROT_WRITE);
+        }
+    }
+    ~sparse_output() {
+        if (exists()) {
+            munmap(mBytes, kSize);
+        }
+    }
+    sparse_output(const sparse_output&) = delete;
+    sparse_output& operator=(const sparse_output&) = delete;
+
+    bool exists() const { return mBytes != MAP_FAILED; }
+    uint8_t* at(uint64_t position) const { return static_cast<uint8_t*>(mBytes) + position; }
+
+private:
+    static constexpr size_t kSize = kWrap + kRoom;
+    static constexpr size_t kUsed = 4 * kRoom;
+
+    void* mBytes;
+};
+
+// What one run leaves.
+struct trace {
+    int32_t result;
+    std::array<int64_t, 8> record;
+    std::array<uint64_t, 4> reader;
+    byte_vector output;
+    bool operator==(const trace&) const = default;
+};
+
+// Decodes `raw` behind `total_out` bytes that are taken as produced already.
+trace run(const sparse_output& output, const byte_vector& raw, uint32_t total_out, bool is_fast) {
+    uint8_t* const start = output.at(total_out);
+    std::fill(start - kHistory, start, uint8_t{0x5A});
+    std::fill(start, start + kRoom, uint8_t{0});
+    inflate_t state{};
+    inflate_process(&state, nullptr);
+    state.out = start;
+    state.outAvailable = kRoom;
+    state.totalOut = total_out;
+    bitstream_t reader{raw.data(), static_cast<uint32_t>(raw.size()), 0, 0};
+    inflate_leave_out_fast(!is_fast);
+    const int32_t result = inflate_process(&state, &reader);
+    inflate_leave_out_fast(false);
+    return {result,
+            {state.state, state.finalBlock, state.symbol, state.length, state.distance,
+             state.out - start, state.outAvailable, state.totalOut},
+            {static_cast<uint64_t>(reader.data - raw.data()), reader.available, reader.bits,
+             reader.bitCount},
+            {start, start + kRoom}};
+}
+
+// Literals, then a match that reaches `distance` back.
+byte_vector match_behind_literals(size_t literals, uint32_t distance) {
+    test_rng rng(1);
+    std::vector<deflate_token> tokens(literals, {'x', 0, 0});
+    tokens.push_back({0, 20, distance});
+    tokens.insert(tokens.end(), 400, {'y', 0, 0});
+    deflate_maker maker;
+    put_random_block(maker, rng, tokens, block_is::last);
+    return maker.bytes();
+}
+
+class InflateTotalOut : public testing::Test {
+protected:
+    void expect_same(const byte_vector& raw, uint32_t total_out) const {
+        const trace expected = run(mOutput, raw, total_out, false);
+        EXPECT_TRUE(run(mOutput, raw, total_out, true) == expected)
+            << "from " << total_out << " on, state machine: result " << expected.result
+            << ", total " << expected.record[7];
+    }
+
+    const sparse_output mOutput;
+};
+
+TEST_F(InflateTotalOut, RefusesAMatchThatReachesBehindTheWrapInBothLoops) {
+    ASSERT_TRUE(mOutput.exists());
+    const byte_vector raw = match_behind_literals(1000, 600);
+    // The match comes 500 bytes after the wrap, so 600 is further back than `totalOut` tells.
+    const trace after = run(mOutput, raw, static_cast<uint32_t>(kWrap - 500), true);
+    EXPECT_EQ(kInflateInvalid, after.result);
+    EXPECT_EQ(500, after.record[7]);
+    expect_same(raw, static_cast<uint32_t>(kWrap - 500));
+    // Behind 400 bytes less, the wrap is yet to come.
+    EXPECT_EQ(kInflateDone, run(mOutput, raw, static_cast<uint32_t>(kWrap - 1500), true).result);
+    expect_same(raw, static_cast<uint32_t>(kWrap - 1500));
+}
+
+TEST_F(InflateTotalOut, IsTheSameFromBothLoopsWhereverItWraps) {
+    ASSERT_TRUE(mOutput.exists());
+    test_rng rng(2);
+    for (int round = 0; round < 60 && !HasFailure(); ++round) {
+        const made_stream stream = random_stream(rng, kHistory);
+        const auto size = static_cast<uint32_t>(stream.plain.size());
+        expect_same(stream.raw, static_cast<uint32_t>(kWrap - random_between(rng, 1, size + 400)));
+    }
+}
+
+} // namespace
