@@ -40,6 +40,7 @@ inside() {
 }
 
 echo "Making a bare Debian ($suite, one minute)"
+chmod 755 "$bare" # its root folder: others than root have to enter it
 quietly debootstrap --variant=minbase --cache-dir="$cache" "$suite" "$bare" "$(mirror)"
 quietly git clone --no-hardlinks "$tree" "$bare/root/pngslab"
 
