@@ -202,8 +202,8 @@ void DsSurface::invert() {
         return;
     }
     const uint64_t lineBytes = static_cast<uint64_t>(width) * bytesPerPixel;
-    uint8_t* line = pixels;
-    for (int32_t y = 0; y < height; ++y, line += stride) {
+    for (int32_t y = 0; y < height; ++y) {
+        uint8_t* const line = pixelAt(0, y);
         for (uint64_t i = 0; i < lineBytes; ++i) {
             line[i] = static_cast<uint8_t>(~line[i]);
         }
@@ -221,9 +221,8 @@ void DsSurface::replaceColor(uint32_t match, bool matchAlpha, bool matchRed, boo
                                    colorFromWord(replacement),
                                    {setAlpha, setRed, setGreen, setBlue}};
     const RecolorLine recolor = kRecolorLines[static_cast<uint32_t>(mColorMode)];
-    uint8_t* line = pixels;
-    for (int32_t y = 0; y < height; ++y, line += stride) {
-        recolor(line, width, recoloring);
+    for (int32_t y = 0; y < height; ++y) {
+        recolor(pixelAt(0, y), width, recoloring);
     }
 }
 
@@ -234,9 +233,7 @@ void DsSurface::copyChannels(const DsSurface& source, bool alpha, bool red, bool
     const CopyChannelsLine copyLine = kCopyChannelsLines.at(static_cast<uint32_t>(mColorMode),
                                                             sourceModeIndex(source.mColorMode));
     const ChannelFlags taken = {alpha, red, green, blue};
-    uint8_t* line = pixels;
-    const uint8_t* sourceLine = source.pixels;
-    for (int32_t y = 0; y < height; ++y, line += stride, sourceLine += source.stride) {
-        copyLine(line, sourceLine, width, taken);
+    for (int32_t y = 0; y < height; ++y) {
+        copyLine(pixelAt(0, y), source.pixelAt(0, y), width, taken);
     }
 }

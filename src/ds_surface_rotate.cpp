@@ -70,11 +70,7 @@ void DsSurface::replaceAlpha(const DsSurface& alpha_only_src) {
     if (mode >= kColorModeCount || kReplaceAlphaLine[mode] == nullptr || isEmpty()) {
         return;
     }
-    uint8_t* line = pixels;
-    const uint8_t* alphaLine = alpha_only_src.pixels;
     for (int32_t y = 0; y < height; ++y) {
-        kReplaceAlphaLine[mode](line, alphaLine, width);
-        line += stride;
-        alphaLine += alpha_only_src.stride;
+        kReplaceAlphaLine[mode](pixelAt(0, y), alpha_only_src.pixelAt(0, y), width);
     }
 }

@@ -54,13 +54,15 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
     const Line line = lines.at(static_cast<uint32_t>(target.mode), sourceModeIndex(source.mode));
     const WideLine wideLine = wideLineFor(target.mode, source.mode);
     joinLines(width, height, target.pitch, source.pitch);
+    const uint64_t targetStride = uint64_t{target.pitch} * targetPixelSize;
+    const uint64_t sourceStride = uint64_t{source.pitch} * sourcePixelSize;
     for (uint32_t y = 0; y < height; ++y) {
+        uint8_t* const targetLine = target.pixels + y * targetStride;
+        const uint8_t* const sourceLine = source.pixels + y * sourceStride;
         const uint32_t done =
-            wideLine != nullptr ? wideLine(target.pixels, source.pixels, width, rule) : 0;
-        line(target.pixels + uint64_t{done} * targetPixelSize,
-             source.pixels + uint64_t{done} * sourcePixelSize, width - done, rule);
-        target.pixels += uint64_t{target.pitch} * targetPixelSize;
-        source.pixels += uint64_t{source.pitch} * sourcePixelSize;
+            wideLine != nullptr ? wideLine(targetLine, sourceLine, width, rule) : 0;
+        line(targetLine + uint64_t{done} * targetPixelSize,
+             sourceLine + uint64_t{done} * sourcePixelSize, width - done, rule);
     }
 }
 
@@ -90,15 +92,15 @@ void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width,
     const bool isOneByte = std::memcmp(pattern, pattern + 1, pixelSize) == 0;
     const WideFill wide = wideFill();
     for (uint32_t y = 0; y < height; ++y) {
+        uint8_t* const line = destination + y * (destinationPitch * pixelSize);
         const uint64_t byteCount = width * pixelSize;
         if (wide == nullptr) {
-            fillPlainly(destination, byteCount, pixelSize, pattern);
+            fillPlainly(line, byteCount, pixelSize, pattern);
         } else if (isOneByte) {
-            std::memset(destination, pattern[0], byteCount);
+            std::memset(line, pattern[0], byteCount);
         } else {
-            wide(destination, byteCount, pattern);
+            wide(line, byteCount, pattern);
         }
-        destination += destinationPitch * pixelSize;
     }
 }
 

@@ -31,12 +31,9 @@ uint8_t* targetOf(const RotatedCopy& copy, int64_t line, int64_t column) {
 template <uint32_t pixelSize>
 void rotatePlainly(const RotatedCopy& copy, const Tile& tile) {
     for (int64_t line = tile.firstLine; line < tile.endLine; ++line) {
-        const uint8_t* from = sourceOf<pixelSize>(copy, line, tile.firstColumn);
-        uint8_t* to = targetOf<pixelSize>(copy, line, tile.firstColumn);
         for (int64_t column = tile.firstColumn; column < tile.endColumn; ++column) {
-            std::memcpy(to, from, pixelSize);
-            from += copy.sourceStride;
-            to += pixelSize;
+            std::memcpy(targetOf<pixelSize>(copy, line, column),
+                        sourceOf<pixelSize>(copy, line, column), pixelSize);
         }
     }
 }
@@ -144,8 +141,9 @@ void rotateTile(const RotatedCopy& copy, int64_t firstLine, int64_t firstColumn,
     constexpr uint32_t kCount = kRegister / pixelSize;
     constexpr int64_t kSide = kTileSide<pixelSize>;
     alignas(kCacheLine) uint8_t buffer[kSide * kCacheLine];
-    const uint8_t* source = sourceOf<pixelSize>(copy, firstLine + kSide - 1, firstColumn);
     for (uint32_t group = 0; group < kCacheLine; group += kRegister) {
+        const uint8_t* const source =
+            sourceOf<pixelSize>(copy, firstLine + kSide - 1, firstColumn + group / pixelSize);
         for (uint32_t part = 0; part < kCacheLine; part += kRegister) {
             decltype(blockOf<pixelSize>(std::make_integer_sequence<uint32_t, kCount>())) block;
             block.load(source + part, copy.sourceStride);
@@ -154,7 +152,6 @@ void rotateTile(const RotatedCopy& copy, int64_t firstLine, int64_t firstColumn,
             block.storeUpwards(buffer + (kSide - 1 - part / pixelSize) * kCacheLine + group,
                                kCacheLine);
         }
-        source += kCount * copy.sourceStride;
     }
     for (int64_t i = 0; i < kSide; ++i) {
         __builtin_prefetch(sourceOf<pixelSize>(copy, firstLine + kSide - 1, nextColumn + i));

@@ -15,8 +15,6 @@ uint32_t gBlendBytesPerPixel = 0;
 
 namespace {
 
-// The wide path pays from this many pixels on.
-constexpr uint32_t kFewestWide = 3;
 // Pixels apart from each other that it takes at a time.
 constexpr uint32_t kGathered = 16;
 constexpr uint32_t kMaxPixelSize = 4;
@@ -43,9 +41,9 @@ void blendAdjacent(const Span& span, const SourceRule& rule) {
 
 template <DsColorMode mode>
 void blendApart(const Span& span, const SourceRule& rule) {
-    uint8_t* pixel = span.destination;
-    for (uint32_t i = 0; i < span.count; ++i, pixel += span.distance) {
-        blendPixel<mode, DsColorMode::A8>(pixel, span.coverage + i, rule);
+    for (uint32_t i = 0; i < span.count; ++i) {
+        blendPixel<mode, DsColorMode::A8>(span.destination + uint64_t{span.distance} * i,
+                                          span.coverage + i, rule);
     }
 }
 
@@ -81,7 +79,7 @@ bool coverageIsApart(const Span& span, uint32_t pixelSize) {
 // The wide loop for this span, or null: pixels must not overlap each other or the coverage.
 WideLine wideLineFor(const Span& span) {
     const uint32_t pixelSize = bytesPerPixel(gBlendColorMode);
-    if (span.count < kFewestWide || span.distance < pixelSize ||
+    if (span.count < kMinBlended || span.distance < pixelSize ||
         !coverageIsApart(span, pixelSize)) {
         return nullptr;
     }
@@ -132,7 +130,7 @@ void blendPixelsOf(Span span) {
         if (isAdjacent) {
             span.advance(wideLine(span.destination, span.coverage, span.count, rule));
         }
-        while (span.count >= kFewestWide) {
+        while (span.count >= kMinBlended) {
             span.advance(blendSome(span, rule, wideLine));
         }
     }

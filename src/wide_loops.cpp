@@ -204,8 +204,7 @@ DS_INLINE uint32_t blend(uint8_t* target, const uint8_t* source, uint32_t count,
 template <Mode targetMode, Mode sourceMode, uint32_t block>
 uint32_t blendRest(WideLine line, uint8_t* target, const uint8_t* source, uint32_t count,
                    const SourceRule& rule) {
-    constexpr uint32_t kFew = 3;
-    if (count < kFew) {
+    if (count < kMinBlended) {
         return 0;
     }
     uint8_t targetBlock[block * kPixelSize<targetMode>] = {};
