@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <list>
 #include <optional>
 #include <stdexcept>
@@ -34,6 +36,18 @@ std::ostream& operator<<(std::ostream& stream, const Mistake& mistake) {
     return stream << (mistake.option ? "'" + *mistake.option + "'" : "no option") << ": "
                   << mistake.message;
 }
+
+// Where an object's private fields lie, which an explicit instantiation may name.
+std::vector<const void*> fieldsOf(const CommandLine& commandLine);
+
+template <auto... fields>
+struct PrivateFields {
+    friend std::vector<const void*> fieldsOf(const CommandLine& commandLine) {
+        return {&(commandLine.*fields)...};
+    }
+};
+template struct PrivateFields<&CommandLine::mOptions, &CommandLine::mProgramName,
+                              &CommandLine::mInvokedPath, &CommandLine::mTokens>;
 
 template <typename Action>
 std::optional<Mistake> mistakeOf(Action action) {
@@ -124,6 +138,13 @@ public:
     }
 };
 
+TEST(CommandLine, HasItsFieldsInOrder) {
+    const CommandLine commandLine = makeCommandLine({"--a"});
+    const std::vector<const void*> fields = fieldsOf(commandLine);
+    EXPECT_EQ(&commandLine, fields[0]);
+    EXPECT_TRUE(std::is_sorted(fields.begin(), fields.end(), std::less<>()));
+}
+
 TEST(CommandLineException, CopiesItsTexts) {
     char option[] = "--image", message[] = "missing file name";
     const CommandLineException mistake(option, message);
@@ -153,6 +174,24 @@ TEST(CommandLineException, HasCopiesThatOutliveIt) {
     EXPECT_STREQ("--a", second.mOption);
     EXPECT_STREQ("words", second.what());
     EXPECT_EQ(nullptr, CommandLineException(CommandLineException(nullptr, "words")).mOption);
+}
+
+TEST(CommandLineException, TakesOverTheTextsOfAnotherByAssignment) {
+    CommandLineException mistake("--first", "first words");
+    const char* const option = mistake.mOption;
+    {
+        const CommandLineException other("--second", "second words");
+        EXPECT_EQ(&mistake, &(mistake = other));
+    }
+    EXPECT_STREQ("--second", mistake.mOption);
+    EXPECT_STREQ("second words", mistake.what());
+    EXPECT_STREQ("--first", option); // not released by an assignment either
+    mistake = *&mistake;
+    EXPECT_STREQ("--second", mistake.mOption);
+    EXPECT_STREQ("second words", mistake.what());
+    mistake = CommandLineException(nullptr, "third words");
+    EXPECT_EQ(nullptr, mistake.mOption);
+    EXPECT_TRUE(std::is_nothrow_copy_assignable_v<CommandLineException>);
 }
 
 // Exceptions of this type end the run, so the name is never released.

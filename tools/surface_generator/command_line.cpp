@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
@@ -56,6 +57,14 @@ CommandLineException::CommandLineException(const CommandLineException& other) no
     : std::exception(other)
     , mOption(copyText(other.mOption))
     , mMessage(copyText(other.mMessage)) {}
+
+CommandLineException& CommandLineException::operator=(const CommandLineException& other) noexcept {
+    CommandLineException copy(other);
+    std::exception::operator=(other);
+    std::swap(mOption, copy.mOption);
+    std::swap(mMessage, copy.mMessage);
+    return *this;
+}
 
 CommandLineException::~CommandLineException() {
     delete[] mMessage;

@@ -13,7 +13,7 @@ public:
     /// allocation ends the process.
     CommandLineException(const char* option, const char* message) noexcept;
     CommandLineException(const CommandLineException& other) noexcept;
-    CommandLineException& operator=(const CommandLineException&) = delete;
+    CommandLineException& operator=(const CommandLineException& other) noexcept;
     ~CommandLineException() override;
 
     /// The message.
