@@ -83,7 +83,10 @@ void coverRow(const DsRegion& region, int32_t row, std::vector<uint8_t>& coverag
         const DsFSpan span = region.horizontalSpanAt(y);
         const float first = std::max(span.first, 0.0F);
         const float last = std::min(span.last, static_cast<float>(covered.size()));
-        const auto end = static_cast<size_t>(std::ceil(std::max(first, last)));
+        if (!(first < last)) { // an empty span is infinite, at the edge of an ellipse it may be NaN
+            continue;
+        }
+        const auto end = static_cast<size_t>(std::ceil(last));
         for (auto column = static_cast<size_t>(first); column < end; ++column) {
             const auto x = static_cast<float>(column);
             covered[column] += std::max(0.0F, std::min(x + 1, last) - std::max(x, first));
