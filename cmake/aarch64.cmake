@@ -1,6 +1,11 @@
-# Cross-compiles for 64-bit ARM and runs the results in an emulator.
+# Cross-compiles for 64-bit ARM, by g++ or, where it is named on the command line, by clang with g++'s
+# libraries. The results run in an emulator.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
-set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
-set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+if(NOT CMAKE_CXX_COMPILER)
+  set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+  set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+endif()
+set(CMAKE_C_COMPILER_TARGET aarch64-linux-gnu) # for clang
+set(CMAKE_CXX_COMPILER_TARGET aarch64-linux-gnu)
 set(CMAKE_CROSSCOMPILING_EMULATOR /usr/bin/qemu-aarch64)

@@ -1,14 +1,12 @@
 # What every target of this project has in common.
 
-# Warnings, float rules and include directories of one target.
+# Warnings, sanitizers and include directories of one target.
 function(pngslab_habits target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   # What a program does not use is left out of it: it starts faster for that.
   target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
   target_link_options(${target} PRIVATE LINKER:--gc-sections)
-  # Float results are pinned bit by bit, so products and sums are never contracted.
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
-                                           -ffp-contract=off)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
   # Assertions name their file as the tree does: what is built is the same wherever the tree lies.
   target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
   if(PNGSLAB_WARNINGS_AS_ERRORS)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the suite where the everyday builds do not look: both compilers, without and with all
-# optimisation, and 64-bit ARM under an emulator.
+# optimization, and 64-bit ARM under an emulator.
 #
 #     scripts/test-portable.sh [variant ...]     all of them without arguments
 set -euo pipefail
@@ -12,14 +12,16 @@ declare -A variants=(
     [clang-O0]="-DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS_RELEASE=-O0"
     [clang-O3]="-DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS_RELEASE=-O3"
     [aarch64]="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake -DCMAKE_CXX_FLAGS_RELEASE=-O2"
+    [clang-aarch64]="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake -DCMAKE_CXX_FLAGS_RELEASE=-O2
+        -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++"
 )
 
 install_missing g++ clang cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
-[ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64
+[ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64 clang-aarch64
 for variant in "$@"; do
     [ -n "${variants[$variant]:-}" ] || fail "unknown variant '$variant'; known are: ${!variants[*]}"
-    if [ "$variant" = aarch64 ]; then
+    if [[ $variant == *aarch64 ]]; then
         if ! dpkg --print-foreign-architectures | grep -qx arm64; then
             as_root dpkg --add-architecture arm64
         fi
