@@ -151,12 +151,14 @@ build() {
 # Runs the tests of a build by ctest with the arguments given. On a terminal one line shows the progress;
 # elsewhere only failures and the summary are printed.
 run_tests() {
-    local status=0
+    local log status=0
     if [ -t 1 ]; then
         ctest "$@" --output-on-failure --parallel "$(nproc)" --progress
         return
     fi
-    ctest "$@" --output-on-failure --parallel "$(nproc)" >"$tree/build/tests.log" 2>&1 || status=$?
-    grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed )' "$tree/build/tests.log"
+    log=$(mktemp)
+    ctest "$@" --output-on-failure --parallel "$(nproc)" >"$log" 2>&1 || status=$?
+    grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed )' "$log"
+    rm -f "$log"
     return "$status"
 }

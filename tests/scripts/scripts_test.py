@@ -1,0 +1,141 @@
+"""The scripts as a stranger meets them: help, missing packages, missing rights, old compilers. Fake programs
+that are found first stand for another machine; each notes that it was called."""
+
+import os
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
+SCRIPTS = sorted(path.name for path in (TREE / "scripts").glob("*.sh") if path.name != "common.sh")
+
+
+class Scripts(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory(prefix="scripts-")
+        self.addCleanup(scratch.cleanup)
+        self.folder = Path(scratch.name)
+        self.calls = self.folder / "calls"
+        self.bin = self.folder / "bin"
+        self.bin.mkdir()
+        self.path = f"{self.bin}:{os.environ['PATH']}"
+
+    def fake(self, name, body):
+        program = self.bin / name
+        program.write_text(f'#!/bin/sh\necho "{name} $*" >>"{self.calls}"\n{body}\n')
+        program.chmod(0o755)
+
+    def leave_out(self, *names):
+        """From now on only programs of this machine are found whose names do not begin like these."""
+        for folder in ("/usr/sbin", "/usr/bin", "/sbin", "/bin"):
+            for program in Path(folder).iterdir():
+                link = self.bin / program.name
+                if not program.name.startswith(names) and not link.exists() and not link.is_symlink():
+                    link.symlink_to(program)
+        self.path = str(self.bin)
+
+    def run_script(self, *words, **variables):
+        return subprocess.run(words, cwd=self.folder, stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                              check=False, env={**os.environ, "PATH": self.path, **variables})
+
+    def common(self, commands, **variables):
+        """Runs commands with what the scripts share."""
+        return self.run_script("bash", "-c", f"set -eu; source '{TREE}/scripts/common.sh'; {commands}", "script",
+                               **variables)
+
+    def called(self):
+        return self.calls.read_text() if self.calls.exists() else ""
+
+    def test_help_explains_and_does_nothing(self):
+        for name in ("apt-get", "sudo", "cmake", "ctest", "debootstrap", "g++", "python3"):
+            self.fake(name, "exit 1")
+        for script in SCRIPTS:
+            for option in ("--help", "-h"):
+                with self.subTest(script=script, option=option):
+                    result = self.run_script(TREE / "scripts" / script, option)
+                    self.assertEqual((0, ""), (result.returncode, result.stderr))
+                    comment = (TREE / "scripts" / script).read_text().splitlines()[1]
+                    self.assertEqual(comment, "# " + result.stdout.splitlines()[0])
+                    self.assertNotIn("set -euo", result.stdout)
+        self.assertEqual("", self.called())
+
+    def test_unknown_arguments_are_rejected_before_anything_happens(self):
+        self.fake("apt-get", "exit 1")
+        self.fake("cmake", "exit 1")
+        for script in ("lint", "package", "test", "test-package", "test-valgrind"):
+            with self.subTest(script=script):
+                result = self.run_script(TREE / f"scripts/{script}.sh", "--frobnicate")
+                self.assertEqual((1, ""), (result.returncode, result.stdout))
+                self.assertEqual(f"{script}.sh: unknown argument '--frobnicate'; --help explains the script\n",
+                                 result.stderr)
+        self.assertEqual("", self.called())
+
+    def test_programs_count_wherever_they_came_from(self):
+        self.fake("frobnicate", "")
+        self.leave_out("apt", "dpkg")
+        result = self.common("install_missing g++ cmake frobnicate libgtest-dev zlib1g-dev")
+        self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
+
+    def test_other_distributions_are_told_what_is_missing(self):
+        self.leave_out("apt", "dpkg")
+        result = self.common("install_missing g++ frobnicate libfrobnicate-dev; echo not reached")
+        self.assertEqual((1, ""), (result.returncode, result.stdout))
+        self.assertEqual("script: what these Debian packages bring is missing here: frobnicate libfrobnicate-dev. "
+                         "Install it with this system's package manager, then run the script again.\n",
+                         result.stderr)
+
+    def test_without_root_the_administrator_is_asked(self):
+        self.fake("id", "echo 1000")
+        self.fake("apt-get", "exit 1")
+        self.leave_out("sudo")
+        result = self.common("install_missing g++ frobnicate; echo not reached")
+        self.assertEqual((1, ""), (result.returncode, result.stdout))
+        self.assertEqual("script: packages are missing. Ask the administrator to run: "
+                         "apt-get install --no-install-recommends frobnicate\n", result.stderr)
+        self.assertNotIn("apt-get", self.called())
+
+    def test_what_is_installed_and_its_size_are_named(self):
+        self.fake("id", "echo 0")
+        self.fake("apt-get", "echo Need to get 1,234 kB of archives.; echo After this operation, 5 MB are used.")
+        result = self.common("install_missing frobnicate")
+        self.assertEqual(0, result.returncode, result.stderr)
+        self.assertEqual("Installing frobnicate\n    Need to get 1,234 kB of archives.\n"
+                         "    After this operation, 5 MB are used.\n", result.stdout)
+        self.assertIn("apt-get install --no-install-recommends -y frobnicate", self.called())
+
+    def test_an_older_cmake_is_named_in_one_sentence(self):
+        self.fake("cmake", "echo cmake version 3.18.4")
+        result = self.run_script(TREE / "scripts/convert.sh", "a.png", "a.surface")
+        self.assertEqual(1, result.returncode)
+        self.assertEqual("convert.sh: pngslab needs CMake 3.21 or newer; this is CMake 3.18.4.\n", result.stderr)
+
+    def test_an_older_compiler_is_named_in_one_sentence(self):
+        for version, words, name in (("11", "c++ (Debian 11.3.0)", "g++ 11"),
+                                     ("12.0.1", "Debian clang version 12.0.1", "clang 12.0.1")):
+            with self.subTest(name=name):
+                self.fake("old", f'[ "$1" = -dumpversion ] && echo {version} || echo "{words}"')
+                result = self.run_script(TREE / "scripts/convert.sh", "a.png", "a.surface", CXX="old")
+                self.assertEqual(1, result.returncode)
+                self.assertEqual(f"convert.sh: pngslab needs g++ 12 or clang 13, or newer; this is {name}. "
+                                 "CXX=... chooses another one.\n", result.stderr)
+
+    def test_cmake_names_an_older_compiler_too(self):
+        self.fake("old", 'exec g++ -U__GNUC__ -D__GNUC__=11 "$@"')
+        result = self.run_script("cmake", "-S", TREE, "-B", self.folder / "build",
+                                 f"-DCMAKE_CXX_COMPILER={self.bin}/old")
+        self.assertNotEqual(0, result.returncode)
+        self.assertIn("pngslab needs g++ 12 or clang 13, or newer; this is GNU 11.", result.stderr)
+
+    def test_a_test_run_off_a_terminal_prints_failures_and_a_summary(self):
+        self.fake("ctest", "printf '%s\\n' '      Start 1: A.B' '1/2 Test #1: A.B ....   Passed    0.01 sec' "
+                  "'2/2 Test #2: A.C ....***Failed    0.01 sec' 'what went wrong' "
+                  "'50% tests passed, 1 tests failed out of 2'; exit 8")
+        result = self.common("run_tests --preset none")
+        self.assertEqual(8, result.returncode)
+        self.assertEqual("2/2 Test #2: A.C ....***Failed    0.01 sec\nwhat went wrong\n"
+                         "50% tests passed, 1 tests failed out of 2\n", result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
