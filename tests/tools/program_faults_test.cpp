@@ -55,6 +55,25 @@ TEST_F(ProgramFaults, EndByTheSignalOfAFileSizeLimit) {
     EXPECT_EQ(8192U, read("out").size());
 }
 
+// Messages go nowhere; the surface and the exit status are the same.
+TEST_F(ProgramFaults, ConvertWithStandardOutputClosedOrFull) {
+    EXPECT_EQ(0, convert({}).exit_status);
+    const byte_vector expected = read("out");
+    for (const std::string redirection : {">&-", ">/dev/full", "<&- >&-"}) {
+        std::filesystem::remove(path("out"));
+        const auto exitStatus = [&](const std::string& arguments) {
+            return run_in_shell("pngslab " + arguments + ' ' + redirection, "pngslab",
+                                PNGSLAB_PROGRAM, path(""))
+                .exit_status;
+        };
+        EXPECT_EQ(0, exitStatus("--image in.png --output out")) << redirection;
+        EXPECT_EQ(expected, read("out")) << redirection;
+        EXPECT_EQ(0, exitStatus("--help")) << redirection;
+        EXPECT_EQ(1, exitStatus("--image in.jpg --output out")) << redirection;
+        EXPECT_EQ(expected, read("out")) << redirection;
+    }
+}
+
 // Sanitizers and emulators need more addresses than that for themselves.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(PNGSLAB_EMULATOR)
 TEST_F(ProgramFaults, EndAbnormallyWithoutMemory) {
