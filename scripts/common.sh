@@ -123,6 +123,7 @@ check_versions() {
     compiler=${CXX:-$(command -v c++ || echo g++)} # as CMake chooses
     cmake=$(cmake --version | sed -n '1s/[^0-9]*//p')
     is_at_least "$cmake" 3.21 || fail "pngslab needs CMake 3.21 or newer; this is CMake $cmake."
+    command -v "$compiler" >/dev/null || fail "there is no compiler '$compiler'"
     version=$("$compiler" -dumpversion)
     name=g++ minimum=12
     if "$compiler" --version | grep -q clang; then
