@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <zlib.h>
 
 namespace {
 
@@ -24,22 +25,37 @@ uint32_t big_endian_at(const byte_vector& bytes, size_t offset) {
 struct png_facts {
     uint8_t bit_depth, color_type, interlace;
     bool has_palette = false;
-    bool has_transparency = false;
-    byte_vector image_data;
+    bool has_wrong_checksum = false;
+    bool has_short_image_data = false; // an IDAT chunk of fewer than 2 bytes
+    byte_vector image_data = {};
 };
 
+constexpr size_t kChunkFrame = 12; // length, type and checksum
+
+// Whether the chunk's checksum is that of its type and data; libpng skips ancillary chunks where not.
+bool has_right_checksum(const byte_vector& file, size_t at, size_t length) {
+    const uLong checksum = crc32_z(0, file.data() + at + 4, length + 4);
+    return checksum == big_endian_at(file, at + 8 + length);
+}
+
 png_facts facts_of(const byte_vector& file) {
-    png_facts facts = {file[24], file[25], file[28], false, false, {}};
-    for (size_t at = 8; at + 12 <= file.size();) {
+    png_facts facts = {.bit_depth = file[24], .color_type = file[25], .interlace = file[28]};
+    for (size_t at = 8; at + kChunkFrame <= file.size();) {
         const size_t length = big_endian_at(file, at);
+        if (length > file.size() - at - kChunkFrame) {
+            break; // behind the IEND chunk, where libpng does not look
+        }
         const std::string type(file.begin() + static_cast<ptrdiff_t>(at) + 4,
                                file.begin() + static_cast<ptrdiff_t>(at) + 8);
         facts.has_palette |= type == "PLTE";
-        facts.has_transparency |= type == "tRNS";
+        facts.has_wrong_checksum |= !has_right_checksum(file, at, length);
         if (type == "IDAT") {
+            facts.has_short_image_data |= length < 2;
             append(facts.image_data, slice(file, at + 8, length));
+        } else if (type == "IEND") {
+            break;
         }
-        at += 12 + length;
+        at += kChunkFrame + length;
     }
     return facts;
 }
@@ -55,6 +71,12 @@ std::string reason_for_refusal(const byte_vector& file) {
     }
     if (facts.interlace != 0) {
         return "interlaced";
+    }
+    if (facts.has_wrong_checksum) {
+        return "a chunk with a wrong checksum";
+    }
+    if (facts.has_short_image_data) {
+        return "an IDAT chunk of fewer than 2 bytes";
     }
     const bool is_truecolour = facts.color_type == 2 || facts.color_type == 6;
     if (is_truecolour && facts.has_palette) {
