@@ -7,6 +7,26 @@ source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 install_missing g++ cmake make python3 dpkg-dev libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 folder="$tree/build/corpus"
+
+# Fills the folder $1 with this machine's own sources of packages, asked for source packages instead: of
+# files in both formats that apt knows. Many machines fetch no index of source packages.
+write_source_entries() {
+    local file list parts
+    eval "$(apt-config shell list Dir::Etc::sourcelist/f parts Dir::Etc::sourceparts/d)"
+    mkdir -p "$1"
+    for file in "$list" "$parts"/*.list; do
+        if [ -e "$file" ]; then
+            sed --quiet --regexp-extended \
+                '/cdrom:/d; s/^[[:blank:]]*deb(-src)?([[:blank:]])/deb-src\2/p' \
+                "$file" >"$1/one-line-${file##*/}"
+        fi
+    done
+    for file in "$parts"/*.sources; do
+        if [ -e "$file" ]; then
+            sed --regexp-extended 's/^Types:.*/Types: deb-src/I' "$file" >"$1/${file##*/}"
+        fi
+    done
+}
 packages=(tango-icon-theme oxygen-icon-theme mate-backgrounds desktop-base)
 
 if [ ! -e "$folder/complete" ]; then
@@ -17,14 +37,16 @@ if [ ! -e "$folder/complete" ]; then
     for package in "$folder"/fetched/*.deb; do
         dpkg -x "$package" "$folder/icons"
     done
-    # An index of sources of the script's own, since many machines fetch none.
     echo "Fetching the sources of libpng"
-    echo "deb-src http://deb.debian.org/debian bookworm main" >"$folder/sources.list"
-    apt=(apt-get -o "Dir::Etc::SourceList=$folder/sources.list" -o Dir::Etc::SourceParts=/dev/null)
-    quietly as_root "${apt[@]}" update
-    (cd "$folder/conformance" && quietly "${apt[@]}" source --download-only libpng1.6 &&
+    # Indexes of the script's own, which leave the machine's alone.
+    write_source_entries "$folder/sources"
+    mkdir -p "$folder"/{lists,cache/archives}/partial
+    apt=(apt-get -o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$folder/sources"
+        -o "Dir::State::Lists=$folder/lists" -o "Dir::Cache=$folder/cache")
+    quietly "${apt[@]}" update
+    (cd "$folder/conformance" && quietly "${apt[@]}" source --download-only --tar-only libpng1.6 &&
         tar --extract --wildcards --file libpng1.6_*.orig.tar.* '*/contrib/pngsuite/*.png' '*/contrib/testpngs/*.png')
-    quietly as_root apt-get update
+    rm -rf "$folder"/{sources,lists,cache}
     touch "$folder/complete"
 fi
 
