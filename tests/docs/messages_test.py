@@ -74,6 +74,14 @@ class Messages(unittest.TestCase):
         self.assertGreater(len(messages), 50)
         self.expect_explained(messages, "docs/man/slabtool.1", "docs/troubleshooting.md")
 
+    def test_of_unknown_sub_commands_are_explained(self):
+        for word, message in (("word", "error: unknown sub-command 'word'"),
+                              ("chek", "error: unknown sub-command 'chek'; did you mean 'check'?")):
+            said = subprocess.run([os.environ["PNGSLAB_SLABTOOL"], word], stderr=subprocess.PIPE, text=True)
+            self.assertEqual(message, said.stderr.splitlines()[0])
+            self.expect_explained([message.replace("chek", "word")], "docs/man/slabtool.1")
+        self.expect_explained([message], "docs/troubleshooting.md")
+
     def test_that_values_joined_by_an_equals_sign_cause_are_explained(self):
         for words in (["--image=a.png", "--output", "o"], ["--image", "a.png", "--output=o"],
                       ["--image", "a.png", "--output", "o", "--rotation=90"]):

@@ -4,6 +4,12 @@
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
 #include "tools/slabtool/files.h"
+#include "tools/slabtool/partial_file.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -121,6 +127,78 @@ TEST_F(Faults, OfPicturesForStandardOutputAreReportedOnce) {
     const program_outcome outcome = shell("slabtool view large.surface - > /dev/full");
     EXPECT_EQ(1, outcome.exit_status);
     EXPECT_EQ("slabtool: -: cannot be written: No space left on device\n", outcome.errors);
+}
+
+TEST_F(Faults, OfALimitedFileSizeAreReportedAndLeaveNothingBehind) {
+    byte_vector surface = makeFileHeader(0, DsColorMode::A8, 50, 50, 50);
+    append(surface, make_bytes(data_kind::noise, 50 * 50, 1));
+    write("a.surface", surface);
+    write("old.png", {7});
+    for (const char* name : {"new.png", "old.png"}) {
+        const program_outcome outcome = tool({"view", "a.surface", name}, {.file_size = 1000});
+        EXPECT_EQ(0, outcome.signal);
+        EXPECT_EQ(1, outcome.exit_status);
+        EXPECT_EQ(std::string("slabtool: ") + name + ": cannot be written: File too large\n",
+                  outcome.errors);
+    }
+    EXPECT_EQ(Names{"old.png"}, newFiles());
+    EXPECT_EQ(byte_vector{7}, read("old.png"));
+}
+
+TEST_F(Faults, KeepPicturesFromTerminals) {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
+        GTEST_SKIP() << "this system has no pseudo-terminals";
+    }
+    write("a.png", png().rgb(2, 2).bytes());
+    for (const char* command : {"view a.surface -", "prepare a.png -"}) {
+        const program_outcome outcome =
+            shell("slabtool " + std::string(command) + " > " + ptsname(terminal));
+        EXPECT_EQ(1, outcome.exit_status);
+        EXPECT_EQ("slabtool: -: standard output is a terminal, which shows no PNG: name a file, or "
+                  "redirect it\n",
+                  outcome.errors);
+        char shown = 0;
+        EXPECT_GT(1, ::read(terminal, &shown, 1));
+    }
+    ::close(terminal);
+}
+
+// ---- Runs that a signal ends while they write
+
+using PartialFilesDeathTest = Faults;
+
+TEST_F(PartialFilesDeathTest, AreRemovedBySignals) {
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        const auto endWhileWriting = [&] {
+            const PartialFile file(path(""));
+            raise(file.stream() != nullptr ? signal : SIGABRT);
+        };
+        EXPECT_EXIT(endWhileWriting(), testing::KilledBySignal(signal), "");
+        EXPECT_EQ(Names{}, newFiles());
+    }
+}
+
+TEST_F(PartialFilesDeathTest, LeaveIgnoredSignalsIgnored) {
+    const auto goOn = [&] {
+        std::signal(SIGHUP, SIG_IGN);
+        PartialFile file(path(""));
+        raise(SIGHUP);
+        std::fclose(file.stream());
+        std::_Exit(file.moveTo(path("place")) ? 0 : 1);
+    };
+    EXPECT_EXIT(goOn(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(Names{"place"}, newFiles());
+}
+
+TEST_F(PartialFilesDeathTest, LeaveTheirPlaceAloneOnceTheyAreThere) {
+    const auto endAfterwards = [&] {
+        PartialFile file(path(""));
+        std::fclose(file.stream());
+        raise(file.moveTo(path("place")) ? SIGTERM : SIGABRT);
+    };
+    EXPECT_EXIT(endAfterwards(), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_EQ(Names{"place"}, newFiles());
 }
 
 // ---- Memory. Sanitizers and emulators need more addresses than that for themselves.

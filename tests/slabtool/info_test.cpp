@@ -87,6 +87,21 @@ TEST_F(Info, PrintsNoHeaderOfFilesWithoutOne) {
                "", {"info", "a.surface"});
 }
 
+TEST_F(Info, NamesPngImagesAsSuch) {
+    const byte_vector image = png().rgb(5, 3).bytes();
+    write("a.png", image);
+    const std::string problem =
+        "this is a PNG image, not a surface file: slabtool check tells whether pngslab takes it";
+    expectTool(1, "a.png: not consistent\n  problem: " + problem + "\n", "", {"info", "a.png"});
+    expectTool(1, "", "slabtool: a.png: " + problem + "\n", {"view", "a.png", "b.png"});
+    expectTool(1,
+               "[\n{\"file\": \"a.png\", \"consistent\": false, \"bytes\": " +
+                   std::to_string(image.size()) + ", \"problems\": [\"" + problem + "\"]}\n]\n",
+               "", {"info", "--json", "a.png"});
+    EXPECT_EQ(Problems{problem}, problemsOf(slice(image, 0, 8)));
+    EXPECT_EQ(Problems{"shorter than the header of 20 bytes"}, problemsOf(slice(image, 0, 7)));
+}
+
 TEST_F(Info, PrintsJson) {
     write("a.surface", surfaceOfMode(9));
     write("b \"b\"", {1, 2, 3});

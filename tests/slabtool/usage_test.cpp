@@ -45,6 +45,25 @@ TEST_F(Usage, WrongUseIsStatusTwo) {
     }
 }
 
+TEST_F(Usage, NamesAnUnknownSubCommandAndTheOneThatIsClose) {
+    const auto expectAnswer = [&](const std::string& word, const std::string& question) {
+        expectTool(2, "",
+                   "error: unknown sub-command '" + word + "'" + question +
+                       "\nRun with --help for more information.\n",
+                   {word, "a.png"});
+    };
+    expectAnswer("chek", "; did you mean 'check'?");
+    expectAnswer("veiw", "; did you mean 'view'?");
+    expectAnswer("prep", "; did you mean 'prepare'?");
+    expectAnswer("compares", "; did you mean 'compare'?");
+    expectAnswer("INFO", "");
+    expectAnswer("frobnicate", "");
+    expectAnswer("[check]", "; did you mean 'check'?");
+    expectAnswer("", "");
+    expectTool(2, "", "error: unknown sub-command 'a?b'\nRun with --help for more information.\n",
+               {"a\nb"});
+}
+
 TEST_F(Usage, NamesThatBeginWithMinusFollowTwoOfThem) {
     expectTool(1, "", "slabtool: -a: cannot be opened: No such file or directory\n",
                {"info", "--", "-a"});

@@ -1,6 +1,8 @@
 // Files by the C library's streams: pipes and devices work too.
 #include "tools/slabtool/files.h"
 
+#include "tools/slabtool/partial_file.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -9,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -77,21 +80,6 @@ std::FILE* openToWrite(const std::string& path) {
     return file;
 }
 
-// A file that is new, whose name goes to `path`. What there is under such a name is another run's, or a
-// link that another user has laid out. The output's name has no part in it: together they could be too
-// long.
-std::FILE* openNew(const std::filesystem::path& folder, std::string& path) {
-    for (uint64_t number = 0;; ++number) {
-        path = folder / (".slabtool-" + std::to_string(number) + ".part");
-        if (std::FILE* const file = std::fopen(path.c_str(), "wbx")) {
-            return file;
-        }
-        if (errno != EEXIST) {
-            refuse("cannot be opened for writing");
-        }
-    }
-}
-
 // `finish` is what tells whether all bytes have left the stream: fflush, or fclose, to which some file
 // systems keep their refusals.
 void writeAll(std::FILE* file, ByteView bytes, int (*finish)(std::FILE*)) {
@@ -104,20 +92,17 @@ void writeAll(std::FILE* file, ByteView bytes, int (*finish)(std::FILE*)) {
 // Writes beside the file and moves the result to its place; who may read the old one may read the new.
 void replaceFile(const std::filesystem::path& path, std::filesystem::file_status old,
                  ByteView bytes) {
-    std::string fresh;
-    std::FILE* const file = openNew(path.parent_path(), fresh);
-    try {
-        writeAll(file, bytes, std::fclose);
-        if (std::filesystem::exists(old)) {
-            std::error_code unknown;
-            std::filesystem::permissions(fresh, old.permissions(), unknown);
-        }
-        if (std::rename(fresh.c_str(), path.c_str()) != 0) {
-            refuse("cannot be replaced");
-        }
-    } catch (const Refusal&) {
-        std::remove(fresh.c_str());
-        throw;
+    PartialFile fresh(path.parent_path());
+    if (fresh.stream() == nullptr) {
+        refuse("cannot be opened for writing");
+    }
+    writeAll(fresh.stream(), bytes, std::fclose);
+    if (std::filesystem::exists(old)) {
+        std::error_code unknown;
+        std::filesystem::permissions(fresh.path(), old.permissions(), unknown);
+    }
+    if (!fresh.moveTo(path)) {
+        refuse("cannot be replaced");
     }
 }
 
@@ -168,6 +153,10 @@ FileHead readHead(const std::string& path, size_t count) {
 
 void writeFile(const std::string& path, ByteView bytes) {
     if (path == kStandardStream) {
+        if (isatty(STDOUT_FILENO) != 0) {
+            throw Refusal("standard output is a terminal, which shows no PNG: name a file, or "
+                          "redirect it");
+        }
         writeAll(stdout, bytes, std::fflush);
         return;
     }

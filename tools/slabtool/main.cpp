@@ -1,12 +1,16 @@
 // slabtool, the companion of pngslab: the command line of its sub-commands, and how a run ends.
 #include "tools/slabtool/check.h"
 #include "tools/slabtool/compare.h"
+#include "tools/slabtool/files.h"
 #include "tools/slabtool/info.h"
 #include "tools/slabtool/prepare.h"
 #include "tools/slabtool/view.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -90,6 +94,56 @@ void declareCompare(CLI::App& app, CompareRequest& request, int& status) {
     command->callback([&] { status = runCompare(request); });
 }
 
+// The number of letters to insert, remove or exchange that turn one word into the other.
+size_t editDistance(const std::string& from, const std::string& to) {
+    std::vector<size_t> row(to.size() +
+                            1); // distances of the letters so far to each beginning of `to`
+    for (size_t j = 0; j <= to.size(); ++j) {
+        row[j] = j;
+    }
+    for (size_t i = 0; i < from.size(); ++i) {
+        size_t diagonal = row[0]++;
+        for (size_t j = 0; j < to.size(); ++j) {
+            const size_t exchanged = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({exchanged, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row[to.size()];
+}
+
+// The sub-command that a word probably means: the closest one that differs in at most half of its
+// letters, or nothing.
+std::string closestCommand(const CLI::App& app, const std::string& word) {
+    std::string closest;
+    size_t least = SIZE_MAX;
+    for (const CLI::App* const command : app.get_subcommands({})) {
+        const std::string& name = command->get_name();
+        const size_t distance = editDistance(word, name);
+        if (distance < least && 2 * distance <= name.size()) {
+            least = distance;
+            closest = name;
+        }
+    }
+    return closest;
+}
+
+// Whether the first word should name a sub-command and names none.
+bool namesNoCommand(const CLI::App& app, const std::string& word) {
+    const auto commands = app.get_subcommands({});
+    return !word.starts_with('-') &&
+           std::none_of(commands.begin(), commands.end(),
+                        [&](const CLI::App* command) { return command->get_name() == word; });
+}
+
+void reportUnknownCommand(const CLI::App& app, const std::string& word) {
+    const std::string closest = closestCommand(app, word);
+    const std::string question = closest.empty() ? "" : "; did you mean '" + closest + "'?";
+    std::fprintf(stderr,
+                 "error: unknown sub-command '%s'%s\nRun with --help for more information.\n",
+                 printable(word).c_str(), question.c_str());
+}
+
 // Runs the sub-command that the words name.
 int run(int argc, char** argv) {
     CLI::App app("Looks at surface files, and makes PNG images fit for pngslab.", "slabtool");
@@ -108,6 +162,10 @@ int run(int argc, char** argv) {
     declareCheck(app, check, status);
     declarePrepare(app, prepare, status);
     declareCompare(app, compare, status);
+    if (argc > 1 && namesNoCommand(app, argv[1])) {
+        reportUnknownCommand(app, argv[1]);
+        return kWrongUse;
+    }
     try {
         app.parse(hideBrackets(argc, argv));
     } catch (const CLI::ParseError& end) {
@@ -119,6 +177,8 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // A write beyond the limit of a file's size then fails like one to a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         const int status = run(argc, argv);
         std::fflush(stdout);

@@ -16,6 +16,13 @@ constexpr const char* kModeNames[kColorModeCount] = {"ARGB8888",  "RGB888", "RGB
 
 constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way
 constexpr uint64_t kSizeUnit = 4;
+constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+
+// No surface file begins like this: its second word would be a color mode that does not exist.
+bool isPng(ByteView head) {
+    return head.size() >= sizeof kPngSignature &&
+           std::equal(std::begin(kPngSignature), std::end(kPngSignature), head.begin());
+}
 
 SurfaceHeader readHeader(ByteView head) {
     const auto word = [&](size_t index) { return loadLittleEndian<4>(head.data() + 4 * index); };
@@ -77,6 +84,11 @@ const char* colorModeName(uint32_t mode) {
 
 SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize) {
     SurfaceFacts facts = {fileSize, {}, {}, {}};
+    if (isPng(head)) {
+        facts.faults.push_back("this is a PNG image, not a surface file: slabtool check tells "
+                               "whether pngslab takes it");
+        return facts;
+    }
     if (head.size() < kSurfaceHeaderBytes) {
         facts.faults.push_back("shorter than the header of 20 bytes");
         return facts;

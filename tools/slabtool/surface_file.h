@@ -29,7 +29,7 @@ const char* colorModeName(uint32_t mode);
 /// What a surface file's first bytes and its size say.
 struct SurfaceFacts {
     uint64_t fileSize;
-    std::optional<SurfaceHeader> header; ///< none if the file is too short for one
+    std::optional<SurfaceHeader> header; ///< none in a file that is too short for one, or a PNG
     std::vector<std::string> faults;     ///< why its pixels cannot be used
     std::vector<std::string> oddities;   ///< what a converter would not have written
 };

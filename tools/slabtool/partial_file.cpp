@@ -1,0 +1,95 @@
+// The name of the one partial file is a global, since a signal handler has nothing else to go by. Signals
+// are held back wherever the file and that name do not match.
+#include "tools/slabtool/partial_file.h"
+
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <unistd.h>
+
+namespace {
+
+std::atomic<const char*> gPartialPath = nullptr;
+static_assert(std::atomic<const char*>::is_always_lock_free); // since a signal handler reads it
+
+// Calls only what is safe in a signal handler. The action was reset on entry, and the signal is blocked
+// until the handler returns: raised again here, it ends the process as if there were no handler.
+void removeAndEnd(int signal) {
+    unlink(gPartialPath.load());
+    raise(signal);
+}
+
+// Holds all signals back while it lives.
+class SignalPause {
+public:
+    SignalPause() {
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_SETMASK, &all, &mOld);
+    }
+    ~SignalPause() {
+        const int error = errno;
+        sigprocmask(SIG_SETMASK, &mOld, nullptr);
+        errno = error;
+    }
+    SignalPause(const SignalPause&) = delete;
+    SignalPause& operator=(const SignalPause&) = delete;
+
+private:
+    sigset_t mOld;
+};
+
+} // namespace
+
+PartialFile::PartialFile(const std::filesystem::path& folder) {
+    const SignalPause pause;
+    for (uint64_t number = 0; mStream == nullptr; ++number) {
+        mPath = folder / (".slabtool-" + std::to_string(number) + ".part");
+        mStream = std::fopen(mPath.c_str(), "wbx");
+        if (mStream == nullptr && errno != EEXIST) {
+            mPath.clear();
+            return;
+        }
+    }
+    gPartialPath = mPath.c_str();
+    watchSignals();
+}
+
+PartialFile::~PartialFile() {
+    if (mPath.empty()) {
+        return;
+    }
+    const SignalPause pause;
+    unlink(mPath.c_str());
+    forgetSignals();
+}
+
+bool PartialFile::moveTo(const std::filesystem::path& place) {
+    const SignalPause pause;
+    if (std::rename(mPath.c_str(), place.c_str()) != 0) {
+        return false;
+    }
+    forgetSignals();
+    mPath.clear();
+    return true;
+}
+
+void PartialFile::watchSignals() {
+    for (size_t i = 0; i < kEndingSignalCount; ++i) {
+        sigaction(kEndingSignals[i], nullptr, &mOldActions[i]);
+        if (mOldActions[i].sa_handler != SIG_DFL) {
+            continue; // a run under nohup goes on
+        }
+        struct sigaction action = {};
+        action.sa_handler = removeAndEnd;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        sigaction(kEndingSignals[i], &action, nullptr);
+    }
+}
+
+void PartialFile::forgetSignals() {
+    for (size_t i = 0; i < kEndingSignalCount; ++i) {
+        sigaction(kEndingSignals[i], &mOldActions[i], nullptr);
+    }
+    gPartialPath = nullptr;
+}
