@@ -263,8 +263,31 @@ TEST(PngVerdict, RefusesMorePixelsThanCanBeCounted) {
               verdictOn(kGray, 1, 0x80000000));
     EXPECT_EQ("refused: more pixels than pngslab can count: 65536 x 65536",
               verdictOn(kGray, 65536, 65536));
+    EXPECT_EQ("refused: more pixels than slabtool tries out: 65535 x 131071",
+              verdictOn(kGray, 65535, 131071));
     EXPECT_EQ("refused: more pixels than pngslab can count: 4294967295 x 4294967295",
               verdictOn(kRgba, 0xFFFFFFFF, 0xFFFFFFFF));
+}
+
+// Rows with an unknown filter type take one byte each. The rows of these images take a little more than
+// 4 GiB, and the decoder counts what is beyond that.
+TEST(PngVerdict, AcceptsHugeImagesWhoseRowsAreSkipped) {
+    constexpr uint8_t kUnknown = 5;
+    const auto verdictOnRows = [](uint32_t width, uint32_t height, const byte_vector& rows) {
+        return judgePng(
+            png().gray(1, 1).declared_size(width, height).rows(rows).compression({0}).bytes(),
+            false);
+    };
+    const PngVerdict skipped = verdictOnRows(65536, 65536, byte_vector(65536, kUnknown));
+    EXPECT_TRUE(skipped.isTaken);
+    EXPECT_EQ("I8, 65536 x 65536, if pngslab can have 4295032832 bytes", skipped.words);
+
+    byte_vector oneRow(2 * 65537, kUnknown);
+    oneRow[7] = 0; // and the 65537 bytes behind it
+    EXPECT_TRUE(verdictOnRows(65537, 65537, oneRow).isTaken);
+    oneRow[65537 + 7 + 1] = 0; // one more row, for which no bytes are left
+    EXPECT_EQ("more pixels than pngslab can count: 65537 x 65537",
+              verdictOnRows(65537, 65537, oneRow).words);
 }
 
 TEST(PngVerdict, FindsRefusalsInHugeImagesToo) {

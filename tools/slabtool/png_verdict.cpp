@@ -7,6 +7,7 @@
 #include "src/ds_surface.h"
 #include "tools/slabtool/png_image.h"
 #include "tools/slabtool/png_walk.h"
+#include "tools/slabtool/sparse_block.h"
 #include "tools/slabtool/surface_file.h"
 
 #include <algorithm>
@@ -33,20 +34,50 @@ PngVerdict taken(const png_info_t& info, bool alphaOnly) {
     return {true, std::string(colorModeName(static_cast<uint32_t>(mode))) + ", " + sizeOf(info)};
 }
 
-// Without a surface: what the walk finds, and whether there could be one at all.
+PngVerdict takenWith(const png_info_t& info, bool alphaOnly, uint64_t surfaceBytes) {
+    PngVerdict verdict = taken(info, alphaOnly);
+    verdict.words += ", if pngslab can have " + std::to_string(surfaceBytes) + " bytes";
+    return verdict;
+}
+
+// Decodes into a surface of which only the pages in use cost memory.
+bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
+    DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
+                      alphaOnly ? DsColorMode::A8 : info.colorMode, info.paletteHasAlpha,
+                      alphaOnly ? 0 : info.paletteSize, allocateSparse, releaseSparse, 1,
+                      info.height);
+    return png_decode(file.data(), file.size(), &info, &surface) == kPngOk;
+}
+
+// The decoder counts the bytes of the filtered rows in 32 bits. Where they take more, it makes do with as
+// many as that count says, which are enough if rows with an unknown filter type, of one byte each, make
+// up for the difference. A page of the surface that such rows leave in use takes at least 128 bytes of
+// them (a row as long as 64 rows share a page), so no more than 32 times their size is used.
+PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
+                        uint64_t surfaceBytes) {
+    const uint32_t counted = (info.width * channelsOf(info.colorType) + 1) * info.height;
+    if (counted > kFreeSurfaceBytes) {
+        return {false, "more pixels than slabtool tries out: " + sizeOf(info)};
+    }
+    return decodesSparsely(file, info, alphaOnly)
+               ? takenWith(info, alphaOnly, surfaceBytes)
+               : PngVerdict{false, "more pixels than pngslab can count: " + sizeOf(info)};
+}
+
+// Without a surface of ordinary memory: what the walk finds, and whether there could be one at all.
 PngVerdict judgeByWalk(ByteView file, const png_info_t& info, bool alphaOnly,
                        uint64_t surfaceBytes) {
     const uint64_t lineBytes = uint64_t{info.width} * channelsOf(info.colorType) + 1;
-    if (info.width >= kLeastTooManyPixels || info.height >= kLeastTooManyPixels ||
-        lineBytes * info.height >= kLeastTooManyLineBytes) {
+    if (info.width >= kLeastTooManyPixels || info.height >= kLeastTooManyPixels) {
         return {false, "more pixels than pngslab can count: " + sizeOf(info)};
     }
     if (const auto reason = whyPngRefused(file)) {
         return {false, *reason};
     }
-    PngVerdict verdict = taken(info, alphaOnly);
-    verdict.words += ", if pngslab can have " + std::to_string(surfaceBytes) + " bytes";
-    return verdict;
+    if (lineBytes > (kLeastTooManyLineBytes - 1) / info.height) {
+        return judgeWrapped(file, info, alphaOnly, surfaceBytes);
+    }
+    return takenWith(info, alphaOnly, surfaceBytes);
 }
 
 } // namespace
