@@ -55,6 +55,15 @@ pngslab_pkg_config(quillory-inflate inflate "A resumable DEFLATE decoder" "")
 pngslab_pkg_config(quillory-png png_surface "Turns PNG images into surfaces"
                    "quillory-graphics quillory-inflate")
 
-# The pages to read.
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillory COMPONENT development
+# The pages to read, with what they link to. They lie as in the tree, so that links hold in both places.
+set(quillory_pages ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillory)
+install(FILES README.md SECURITY.md DESTINATION ${quillory_pages} COMPONENT development)
+install(DIRECTORY docs DESTINATION ${quillory_pages} COMPONENT development
         FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)
+install(FILES bench/README.md DESTINATION ${quillory_pages}/bench COMPONENT development)
+install(DIRECTORY samples DESTINATION ${quillory_pages} COMPONENT development
+        FILES_MATCHING PATTERN "*.png")
+install(FILES examples/draw_on_surface.cpp examples/read_surface.c examples/read_surface.py
+        DESTINATION ${quillory_pages}/examples COMPONENT development)
+install(DIRECTORY examples/postcard DESTINATION ${quillory_pages}/examples COMPONENT development
+        PATTERN "make_*.py" EXCLUDE)

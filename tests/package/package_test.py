@@ -2,8 +2,10 @@
 tree, and as Debian packages."""
 
 import os
+import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 import zlib
@@ -18,6 +20,7 @@ HEADERS = [
     "src/ds_color_mode.h", "src/ds_ellipse.h", "src/ds_region.h", "src/ds_surface.h",
     "src/pixel_kernels.h", "src/span_fill.h", "tools/surface_generator/command_line.h",
 ]
+LINK = re.compile(r"\]\((?!https?:)([^)#]+)(?:#[^)]*)?\)")
 
 
 def run(*command, **surroundings):
@@ -107,6 +110,33 @@ class Installation(Package):
                          f"zsh/site-functions/_{program}", f"fish/vendor_completions.d/{program}.fish"):
                 with self.subTest(file=file):
                     self.assertIn(program, (share / file).read_text())
+
+    def test_holds_pages_without_broken_links(self):
+        pages = self.install() / "share/doc/quillory"
+        documents = {str(page.relative_to(pages)): page for page in pages.rglob("*.md")}
+        self.assertLessEqual({"README.md", "SECURITY.md", "docs/surface-file.md"}, set(documents))
+        for name, page in documents.items():
+            for link in LINK.findall(page.read_text()):
+                with self.subTest(page=name, link=link):
+                    target = (page.parent / link).resolve()
+                    self.assertTrue(target.is_relative_to(pages.resolve()) and target.exists())
+
+    def test_holds_readers_and_examples_that_work(self):
+        prefix = self.install()
+        pages = prefix / "share/doc/quillory"
+        surface = self.folder / "quill.surface"
+        run(prefix / "bin/pngslab", "--image", pages / "samples/quill.png", "--output", surface)
+        reader = self.folder / "read_surface"
+        run("gcc", "-std=c11", pages / "examples/read_surface.c", "-o", reader)
+        for command in ([reader], [sys.executable, "-B", pages / "examples/read_surface.py"]):
+            self.assertIn("size 176 x 132\n", run(*command, surface))
+        flags = run("pkg-config", "--cflags", "--libs", "quillory-graphics",
+                    env={**os.environ, "PKG_CONFIG_PATH": str(next(prefix.rglob("pkgconfig")))}).split()
+        drawing = self.folder / "draw_on_surface"
+        run("g++", "-std=c++20", pages / "examples/draw_on_surface.cpp", "-o", drawing, *flags)
+        run(drawing, surface, surface)
+        built = self.build(pages / "examples/postcard", f"-DCMAKE_PREFIX_PATH={prefix}")
+        run(built / "postcard", built / "pictures", self.folder / "postcard.surface")
 
     def test_makes_no_empty_folders(self):
         empty = [path for path in self.install().rglob("*") if path.is_dir() and not any(path.iterdir())]
