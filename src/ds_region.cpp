@@ -6,8 +6,9 @@
 
 namespace {
 
-// Whether a rectangle has an extent as seen from `position`: false for NaN, for an extent below 1
-// unit of the last place at that distance, and for none at all.
+// Whether a rectangle has an extent as seen from `position`: false for NaN, for none at all, and for
+// an extent of less than half a unit in the last place there, which the sum rounds away (half a unit
+// goes to the even neighbor).
 bool extendsFrom(float position, float extent) {
     return extent + position > position;
 }

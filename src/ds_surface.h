@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Allocates a block of `byteCount` bytes. A size that does not fit 64 bits arrives as SIZE_MAX. It
-/// may throw; a null result is not examined by the constructor.
+/// Allocates a block of `byteCount` bytes. A sum or product that does not fit 64 bits arrives as
+/// SIZE_MAX. It may throw; a null result is not examined by the constructor.
 using DsAllocFn = void* (*)(size_t byteCount);
 /// Releases a block that the allocation callback returned.
 using DsFreeFn = void (*)(void* block);
@@ -35,7 +35,9 @@ public:
     ///                   the pixel block is released first.
     /// @param rowAlignment every stride is a multiple of this many bytes and of the pixel size
     ///                   (their least common multiple for powers of two); 0 counts as 1.
-    /// @param reserve    extra bytes behind the last line, rounded up to a multiple of 4.
+    /// @param reserve    extra bytes behind the last row, rounded up to a multiple of 4; above
+    ///                   SIZE_MAX - 3, to SIZE_MAX - 3, which is then the size of a block without
+    ///                   rows.
     DsSurface(int32_t callerWidth, int32_t callerHeight, const uint32_t& turned,
               DsColorMode colorMode, uint8_t entryAlpha, uint64_t entryCount, DsAllocFn allocate,
               DsFreeFn release, uint32_t rowAlignment, uint64_t reserve);
@@ -55,8 +57,14 @@ public:
     /// parent; the clip is cut to the parent's array and to its clip, so drawing stays inside. On
     /// one that sticks out, callers must not call what goes past the clip: `resetClip`, `setClip`
     /// with more than the part inside, `invert`, `replaceColor`, `copyChannels`, `replaceAlpha`, or
-    /// a copy from it. None may be serialised or decoded into unless it starts at its parent's first
-    /// stored column: both take whole strides from its first pixel on.
+    /// a copy from it.
+    ///
+    /// Serializing a sub-surface, and decoding into it, takes `height` whole strides from its first
+    /// pixel on (decoding, the extra bytes too). All of them must lie inside the block of the surface
+    /// that owns the pixels, however many sub-surfaces are in between. They do if the stored area
+    /// starts inside the owner's array and ends above its last row, or starts in its first column and
+    /// ends with that row. An area that sticks out below goes past the block, unless extra bytes make
+    /// up for it.
     DsSurface(const DsSurface& parent, const DsRect& area);
 
     /// Releases the palette block, then the pixel block, if a release callback was given.
@@ -95,7 +103,8 @@ public:
     /// (0, 0, width, height) as the caller sees them.
     DsRect getBounds() const;
     /// Limits drawing to `area` (caller coordinates), cut to the stored array. An area that misses
-    /// the array leaves an empty clip at its own position.
+    /// the array leaves an empty clip: where it misses, the extent is 0 and the position is the
+    /// area's left or upper stored edge, or 0 if that is negative.
     void setClip(const DsRect& area);
     /// The clip in caller coordinates.
     DsRect getClip() const;

@@ -1,4 +1,4 @@
-// Painting a solid colour through coverage bytes (0 untouched, 255 fully covered), one a pixel, as
+// Painting a solid colour through coverage bytes (0 not covered, 255 fully covered), one a pixel, as
 // an anti-aliased rasteriser makes them for a row or a column of a region.
 //
 // The colour is process-wide and unsynchronised: one thread at a time may set it and paint.

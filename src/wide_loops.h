@@ -8,8 +8,9 @@
 #include <cstdint>
 
 /// Converts or blends as many of `count` pixels as pay, from the first on, and returns how many that
-/// were; the plain loop does the rest, less than a block of eight. A loop that blends leaves
-/// fewer than kMinBlended pixels.
+/// were; the scalar loop does the rest. A conversion leaves less than a block of four or eight pixels,
+/// except within a mode other than ARGB8888: that is a copy, which leaves no pixel, or all of them if
+/// the rule changes their alpha. A blend leaves fewer than kMinBlended pixels.
 using WideLine = uint32_t (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                               const SourceRule& rule);
 
