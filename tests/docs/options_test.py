@@ -105,6 +105,26 @@ class Options(unittest.TestCase):
         self.assertEqual(sorted(COMMANDS), sorted(fish_offers("slabtool", "")))
 
 
+class Rotations(unittest.TestCase):
+    """Only 90 turns the pixels; where a shell shows descriptions, they say so."""
+
+    def expect(self, described):
+        self.assertEqual(["by 90 degrees counter-clockwise", "accepted; changes nothing",
+                          "accepted; changes nothing"], described)
+
+    def test_are_described_by_fish(self):
+        file = TREE / "completions/pngslab.fish"
+        with tempfile.TemporaryDirectory() as home:
+            lines = printed("fish", "--no-config", "-c", f'source {file}; complete -C "pngslab --rotation "',
+                            env={**os.environ, "HOME": home}).splitlines()
+        self.assertEqual(["90", "180", "270"], [line.split("\t")[0] for line in lines])
+        self.expect([line.split("\t")[1] for line in lines])
+
+    def test_are_described_by_zsh(self):
+        values = re.search(r"--rotation\[turn the pixels\]:degrees:\(\((.*)\)\)", zsh_offers("pngslab"))[1]
+        self.expect(re.findall(r'\d+\\:"([^"]*)"', values))
+
+
 class BashCompletion(unittest.TestCase):
     def test_offers_no_option_twice(self):
         self.assertEqual(["--help", "--image", "--rotation", "--output"],
