@@ -45,7 +45,7 @@ def icon(block_end):
 
 def commands_in(transcript):
     """Each command with what it prints."""
-    return [(part.split("\n", 1)[0], part.split("\n", 1)[1]) for part in re.split(r"^\$ ", transcript, flags=re.M)[1:]]
+    return [part.split("\n", 1) for part in re.split(r"^\$ ", transcript, flags=re.M)[1:]]
 
 
 class Transcripts(unittest.TestCase):
