@@ -47,7 +47,7 @@ as_root() {
 # are not listed bring a command of their own name.
 declare -A evidence=(
     [g++]=${CXX:-g++} [dpkg-dev]=dpkg-shlibdeps [libclang-rt-dev]="clang's fuzzer runtime" [llvm]=llvm-profdata
-    [ninja-build]=ninja [openssh-client]=ssh [openssh-server]=/usr/sbin/sshd
+    [groff-base]=groff [ninja-build]=ninja [openssh-client]=ssh [openssh-server]=/usr/sbin/sshd
     [libbenchmark-dev]=benchmark/benchmark.h [libcli11-dev]=CLI/CLI.hpp [libdeflate-dev]=libdeflate.h
     [libgtest-dev]=gtest/gtest.h [liblodepng-dev]=lodepng.h [libpixman-1-dev]=pixman-1/pixman.h
     [libpng-dev]=png.h [libspng-dev]=spng.h [libstb-dev]=stb/stb_image.h [libyuv-dev]=libyuv.h

@@ -8,7 +8,7 @@ reject_arguments "$@"
 
 install_missing g++ cmake make clang-format libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 # For the tests in Python: packages, completions, recipes.
-install_missing python3 pkg-config dpkg-dev file zsh fish ninja-build parallel openssh-client rsync
+install_missing python3 pkg-config dpkg-dev file zsh fish ninja-build parallel openssh-client rsync groff-base
 install_sshd
 
 # Other versions break lines differently.

@@ -3,6 +3,7 @@
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
+#include "tests/support/sanitized.h"
 #include "tools/slabtool/files.h"
 #include "tools/slabtool/partial_file.h"
 
@@ -203,7 +204,7 @@ TEST_F(PartialFilesDeathTest, LeaveTheirPlaceAloneOnceTheyAreThere) {
 
 // ---- Memory. Sanitizers and emulators need more addresses than that for themselves.
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(PNGSLAB_EMULATOR)
+#if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
 constexpr uint64_t kMegabyte = 1 << 20;
 
 TEST_F(Faults, OfMemoryAreReported) {

@@ -3,7 +3,7 @@
 #include "tests/src/copy_case.h"
 #include "tests/src/fast_path_choices.h"
 #include "tests/src/same_bytes.h"
-#include "tests/src/sanitized.h"
+#include "tests/support/sanitized.h"
 
 #include <gtest/gtest.h>
 

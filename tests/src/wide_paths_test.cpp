@@ -9,7 +9,7 @@
 #include "tests/src/fast_path_choices.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/same_bytes.h"
-#include "tests/src/sanitized.h"
+#include "tests/support/sanitized.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,6 @@
 // The built program where the machine lets it down: no rights, no room on the disk, no memory.
 #include "tests/support/png_maker.h"
+#include "tests/support/sanitized.h"
 #include "tests/tools/converter_test.h"
 
 #include <csignal>
@@ -75,7 +76,7 @@ TEST_F(ProgramFaults, ConvertWithStandardOutputClosedOrFull) {
 }
 
 // Sanitizers and emulators need more addresses than that for themselves.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(PNGSLAB_EMULATOR)
+#if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
 TEST_F(ProgramFaults, EndAbnormallyWithoutMemory) {
     write("in.png", png().rgba(1, 1).declared_size(8192, 8192).bytes());
     const program_outcome outcome = convert({.address_space = 64 << 20});

@@ -6,12 +6,12 @@
 #include <cstring>
 #include <utility>
 
-#if defined(__has_feature)
+#if defined(__SANITIZE_ADDRESS__)
+#define PNGSLAB_LEAK_SANITIZER
+#elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define PNGSLAB_LEAK_SANITIZER
 #endif
-#elif defined(__SANITIZE_ADDRESS__)
-#define PNGSLAB_LEAK_SANITIZER
 #endif
 #if defined(PNGSLAB_LEAK_SANITIZER)
 #include <sanitizer/lsan_interface.h>
