@@ -1,7 +1,9 @@
-// Run-time lookup of a mode's pixel size; everything else about modes is compile-time.
+// The lookup of a mode's pixel size at run time.
 #include "src/ds_color_mode.h"
+
+#include "src/internal/mode_traits.h"
 
 uint32_t bytesPerPixel(DsColorMode mode) {
     const auto number = static_cast<uint32_t>(mode);
-    return number < kColorModeCount ? kBytesPerPixel[number] : 0;
+    return number < ds_detail::kColorModeCount ? ds_detail::kPixelBytes[number] : 0;
 }

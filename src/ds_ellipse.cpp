@@ -1,8 +1,8 @@
 // Ellipse spans, polar points, and the bounding boxes of arcs.
 #include "src/ds_ellipse.h"
 
-#include "src/ds_rounding.h"
 #include "src/ds_surface.h"
+#include "src/internal/rounding.h"
 
 #include <cmath>
 
@@ -13,6 +13,8 @@
 #elif defined(__GNUC__)
 #pragma GCC optimize("fp-contract=off")
 #endif
+
+using namespace ds_detail;
 
 namespace {
 

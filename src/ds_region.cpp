@@ -1,8 +1,10 @@
 // The integer and the float rectangle as regions.
 #include "src/ds_region.h"
 
-#include "src/ds_rounding.h"
 #include "src/ds_surface.h"
+#include "src/internal/rounding.h"
+
+using namespace ds_detail;
 
 namespace {
 

@@ -1,12 +1,15 @@
 // Construction, release, clip, coordinate mapping and serialisation of surfaces.
 #include "src/ds_surface.h"
 
-#include "src/ds_area.h"
-#include "src/ds_little_endian.h"
-#include "src/ds_rotation_mapping.h"
+#include "src/internal/area.h"
+#include "src/internal/little_endian.h"
+#include "src/internal/mode_traits.h"
+#include "src/internal/rotation_mapping.h"
 
 #include <cstring>
 #include <utility>
+
+using namespace ds_detail;
 
 namespace {
 
@@ -74,7 +77,7 @@ DsSurface::DsSurface(int32_t callerWidth, int32_t callerHeight, const uint32_t& 
     stride = computeStride(width);
     pitch = pixelsPer(stride);
     pixels = allocatePixels(height, width, stride, extraBytes);
-    if (mColorMode == DsColorMode::I8 || mColorMode == DsColorMode::AI88) {
+    if (mayHavePalette(mColorMode)) {
         allocatePalette();
     }
 }

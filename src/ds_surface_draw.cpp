@@ -1,13 +1,14 @@
 // The operations that change pixels: single pixels, fills, copies, inversion, recolouring.
-#include "src/ds_area.h"
-#include "src/ds_rotation_mapping.h"
 #include "src/ds_surface.h"
+#include "src/internal/area.h"
+#include "src/internal/pixel_loops.h"
+#include "src/internal/rotation_mapping.h"
 #include "src/pixel_kernels.h"
-#include "src/pixel_loops.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
+
+using namespace ds_detail;
 
 namespace {
 
@@ -25,15 +26,9 @@ struct PixelWriter {
     void (*store)(uint8_t* pixel, uint32_t value);
 };
 
-template <DsColorMode mode>
-constexpr PixelWriter kPixelWriter = {encodePixel<mode>, storePixel<mode>};
-
-constexpr std::array<PixelWriter, kColorModeCount> kPixelWriters = {
-    kPixelWriter<DsColorMode::ARGB8888>,  kPixelWriter<DsColorMode::RGB888>,
-    kPixelWriter<DsColorMode::RGB565>,    kPixelWriter<DsColorMode::ARGB1555>,
-    kPixelWriter<DsColorMode::ARGB4444>,  kPixelWriter<DsColorMode::I8>,
-    kPixelWriter<DsColorMode::Reserved6>, kPixelWriter<DsColorMode::AI88>,
-    kPixelWriter<DsColorMode::Reserved8>, kPixelWriter<DsColorMode::A8>};
+constexpr auto kPixelWriters = makeModeTable<PixelWriter>([]<DsColorMode mode>() -> PixelWriter {
+    return {ModeTraits<mode>::encode, storePixel<mode>};
+});
 
 // ---- Channels
 
@@ -61,46 +56,37 @@ struct Recoloring {
 
 template <DsColorMode mode>
 void recolorLine(uint8_t* pixel, int32_t count, const Recoloring& recoloring) {
-    for (int32_t x = 0; x < count; ++x, pixel += kPixelSize<mode>) {
-        const DsColor color = decodePixel<mode>(loadPixel<mode>(pixel));
+    for (int32_t x = 0; x < count; ++x, pixel += ModeTraits<mode>::kBytes) {
+        const DsColor color = ModeTraits<mode>::decode(loadPixel<mode>(pixel), {});
         if (equalIn(recoloring.matched, color, recoloring.match)) {
-            storePixel<mode>(
-                pixel, encodePixel<mode>(mix(recoloring.replaced, recoloring.replacement, color)));
+            storePixel<mode>(pixel, ModeTraits<mode>::encode(
+                                        mix(recoloring.replaced, recoloring.replacement, color)));
         }
     }
 }
 
 using RecolorLine = void (*)(uint8_t* pixel, int32_t count, const Recoloring& recoloring);
 
-constexpr std::array<RecolorLine, kColorModeCount> kRecolorLines = {
-    recolorLine<DsColorMode::ARGB8888>,
-    recolorLine<DsColorMode::RGB888>,
-    recolorLine<DsColorMode::RGB565>,
-    recolorLine<DsColorMode::ARGB1555>,
-    recolorLine<DsColorMode::ARGB4444>,
-    recolorLine<DsColorMode::I8>,
-    nullptr,
-    recolorLine<DsColorMode::AI88>,
-    nullptr,
-    recolorLine<DsColorMode::A8>};
+constexpr auto kRecolorLines = makePixelModeTable<RecolorLine>(
+    []<DsColorMode mode>() -> RecolorLine { return recolorLine<mode>; });
 
 template <DsColorMode targetMode, DsColorMode sourceMode>
 void copyChannelsOfLine(uint8_t* target, const uint8_t* source, int32_t count,
                         const ChannelFlags& taken) {
     for (int32_t x = 0; x < count; ++x) {
-        const DsColor from = decodePixel<sourceMode>(loadPixel<sourceMode>(source));
-        const DsColor to = decodePixel<targetMode>(loadPixel<targetMode>(target));
-        storePixel<targetMode>(target, encodePixel<targetMode>(mix(taken, from, to)));
-        target += kPixelSize<targetMode>;
-        source += kPixelSize<sourceMode>;
+        const DsColor from = ModeTraits<sourceMode>::decode(loadPixel<sourceMode>(source), {});
+        const DsColor to = ModeTraits<targetMode>::decode(loadPixel<targetMode>(target), {});
+        storePixel<targetMode>(target, ModeTraits<targetMode>::encode(mix(taken, from, to)));
+        target += ModeTraits<targetMode>::kBytes;
+        source += ModeTraits<sourceMode>::kBytes;
     }
 }
 
 using CopyChannelsLine = void (*)(uint8_t* target, const uint8_t* source, int32_t count,
                                   const ChannelFlags& taken);
 
-constexpr ModePairTable<CopyChannelsLine> kCopyChannelsLines = makeModePairTable<CopyChannelsLine>(
-    []<DsColorMode target, DsColorMode source>() consteval->CopyChannelsLine {
+constexpr auto kCopyChannelsLines = makeModePairTable<CopyChannelsLine>(
+    []<DsColorMode target, DsColorMode source>() -> CopyChannelsLine {
         return copyChannelsOfLine<target, source>;
     });
 
@@ -166,8 +152,7 @@ void DsSurface::copyTo(int64_t x, int64_t y, const DsSurface& source, CopyKernel
     if (drawn.mWidth == 0 || drawn.mHeight == 0) {
         return;
     }
-    if (source.paletteSize != 0 &&
-        (source.mColorMode == DsColorMode::I8 || source.mColorMode == DsColorMode::AI88)) {
+    if (source.paletteSize != 0 && mayHavePalette(source.mColorMode)) {
         loadPaletteHook(source.palette, source.paletteSize);
     }
     kernel(pixelAt(drawn.mX, drawn.mY), static_cast<uint32_t>(pitch), mColorMode,
@@ -230,8 +215,8 @@ void DsSurface::copyChannels(const DsSurface& source, bool alpha, bool red, bool
     if (!hasPixels(mColorMode) || isEmpty()) {
         return;
     }
-    const CopyChannelsLine copyLine = kCopyChannelsLines.at(static_cast<uint32_t>(mColorMode),
-                                                            sourceModeIndex(source.mColorMode));
+    const CopyChannelsLine copyLine = kCopyChannelsLines.at(
+        static_cast<uint32_t>(mColorMode), static_cast<uint32_t>(source.mColorMode));
     const ChannelFlags taken = {alpha, red, green, blue};
     for (int32_t y = 0; y < height; ++y) {
         copyLine(pixelAt(0, y), source.pixelAt(0, y), width, taken);

@@ -1,10 +1,13 @@
 // The operations that the converter applies to a decoded surface: turning its pixels by 90 degrees,
 // and taking its alpha channel from an alpha-only surface.
 #include "src/ds_surface.h"
-#include "src/pixel_rotation.h"
+#include "src/internal/mode_traits.h"
+#include "src/internal/pixel_rotation.h"
 
 #include <cassert>
 #include <utility>
+
+using namespace ds_detail;
 
 namespace {
 
@@ -13,14 +16,14 @@ namespace {
 // again by that mode's encoding, so that every non-zero channel spills into its neighbours.
 template <DsColorMode mode>
 uint32_t withAlpha(uint32_t stored, uint32_t alpha) {
-    DsColor color = decodePixel<mode>(stored);
+    DsColor color = ModeTraits<mode>::decode(stored, {});
     color.alpha = alpha;
-    return encodePixel<mode>(color);
+    return ModeTraits<mode>::encode(color);
 }
 
 template <DsColorMode mode>
 void replaceAlphaOfLine(uint8_t* pixel, const uint8_t* alpha, int32_t count) {
-    constexpr uint32_t pixelSize = kBytesPerPixel[static_cast<uint32_t>(mode)];
+    constexpr uint32_t pixelSize = ModeTraits<mode>::kBytes;
     for (int32_t i = 0; i < count; ++i, pixel += pixelSize, ++alpha) {
         storePixel<mode>(pixel, withAlpha<mode>(loadPixel<mode>(pixel), *alpha));
     }
@@ -28,19 +31,15 @@ void replaceAlphaOfLine(uint8_t* pixel, const uint8_t* alpha, int32_t count) {
 
 using ReplaceAlphaLine = void (*)(uint8_t* pixel, const uint8_t* alpha, int32_t count);
 
-// The line operation of each mode; null where there is no alpha to replace.
-constexpr ReplaceAlphaLine kReplaceAlphaLine[kColorModeCount] = {
-    replaceAlphaOfLine<DsColorMode::ARGB8888>,
-    nullptr,
-    nullptr,
-    replaceAlphaOfLine<DsColorMode::ARGB1555>,
-    replaceAlphaOfLine<DsColorMode::ARGB4444>,
-    nullptr,
-    nullptr,
-    replaceAlphaOfLine<DsColorMode::AI88>,
-    nullptr,
-    replaceAlphaOfLine<DsColorMode::A8>,
-};
+// The row operation of each mode; null where there is no alpha to replace.
+constexpr auto kReplaceAlphaLine =
+    makePixelModeTable<ReplaceAlphaLine>([]<DsColorMode mode>() -> ReplaceAlphaLine {
+        if constexpr (ModeTraits<mode>::kHasAlpha) {
+            return replaceAlphaOfLine<mode>;
+        } else {
+            return nullptr;
+        }
+    });
 
 } // namespace
 

@@ -1,8 +1,8 @@
 // The kernels: a loop chosen once for the pair of modes, run line by line.
 #include "src/pixel_kernels.h"
 
-#include "src/ds_little_endian.h"
-#include "src/pixel_loops.h"
+#include "src/internal/little_endian.h"
+#include "src/internal/pixel_loops.h"
 #include "src/wide_fill.h"
 #include "src/wide_loops.h"
 
@@ -10,18 +10,18 @@
 #include <cstring>
 #include <limits>
 
+using namespace ds_detail;
+
 namespace {
 
 using Line = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                       const SourceRule& rule);
 
-constexpr ModePairTable<Line> kConvertLines =
-    makeModePairTable<Line>([]<DsColorMode target, DsColorMode source>() consteval->Line {
-        return convertLine<target, source>;
-    });
+constexpr auto kConvertLines = makeModePairTable<Line>(
+    []<DsColorMode target, DsColorMode source>() -> Line { return convertLine<target, source>; });
 
-constexpr ModePairTable<Line> kBlendLines = makeModePairTable<Line>([
-]<DsColorMode target, DsColorMode source>() consteval->Line { return blendLine<target, source>; });
+constexpr auto kBlendLines = makeModePairTable<Line>(
+    []<DsColorMode target, DsColorMode source>() -> Line { return blendLine<target, source>; });
 
 // One side of a copy.
 template <typename Byte>
@@ -51,7 +51,8 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
     if (targetPixelSize == 0 || width == 0) {
         return;
     }
-    const Line line = lines.at(static_cast<uint32_t>(target.mode), sourceModeIndex(source.mode));
+    const Line line =
+        lines.at(static_cast<uint32_t>(target.mode), static_cast<uint32_t>(source.mode));
     const WideLine wideLine = wideLineFor(target.mode, source.mode);
     joinLines(width, height, target.pitch, source.pitch);
     const uint64_t targetStride = uint64_t{target.pitch} * targetPixelSize;

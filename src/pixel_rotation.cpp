@@ -1,6 +1,6 @@
 // Turning pixels tile by tile: the plain loop, and beside it tiles of whole cache lines that are
 // transposed in registers.
-#include "src/pixel_rotation.h"
+#include "src/internal/pixel_rotation.h"
 
 #include "src/fast_paths.h"
 #include "src/wide_lanes.h"
@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstring>
 #include <utility>
+
+using namespace ds_detail;
 
 namespace {
 
@@ -223,7 +225,7 @@ void rotate(const RotatedCopy& copy) {
 
 } // namespace
 
-void rotatePixels(const RotatedCopy& copy, uint64_t pixelSize) {
+void ds_detail::rotatePixels(const RotatedCopy& copy, uint64_t pixelSize) {
     switch (pixelSize) {
     case 4:
         return rotate<4>(copy);

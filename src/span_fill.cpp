@@ -2,16 +2,17 @@
 // A8 mask, with the colour's alpha multiplied in.
 #include "src/span_fill.h"
 
-#include "src/pixel_loops.h"
+#include "src/internal/pixel_loops.h"
 #include "src/wide_loops.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 DsColorMode gBlendColorMode = DsColorMode::ARGB8888;
 uint32_t gBlendColor = 0;
 uint32_t gBlendBytesPerPixel = 0;
+
+using namespace ds_detail;
 
 namespace {
 
@@ -53,19 +54,9 @@ struct SpanLoops {
     void (*apart)(const Span& span, const SourceRule& rule);
 };
 
-template <DsColorMode mode>
-constexpr SpanLoops kLoopsFor = {blendAdjacent<mode>, blendApart<mode>};
-
-constexpr std::array<SpanLoops, kColorModeCount> kSpanLoops = {kLoopsFor<DsColorMode::ARGB8888>,
-                                                               kLoopsFor<DsColorMode::RGB888>,
-                                                               kLoopsFor<DsColorMode::RGB565>,
-                                                               kLoopsFor<DsColorMode::ARGB1555>,
-                                                               kLoopsFor<DsColorMode::ARGB4444>,
-                                                               kLoopsFor<DsColorMode::I8>,
-                                                               SpanLoops{},
-                                                               kLoopsFor<DsColorMode::AI88>,
-                                                               SpanLoops{},
-                                                               kLoopsFor<DsColorMode::A8>};
+constexpr auto kSpanLoops = makePixelModeTable<SpanLoops>([]<DsColorMode mode>() -> SpanLoops {
+    return {blendAdjacent<mode>, blendApart<mode>};
+});
 
 // Whether the coverage lies apart from every byte that the span touches, so that it may be read
 // ahead of the pixels.
@@ -124,7 +115,7 @@ void blendPixelsOf(Span span) {
         return;
     }
     const SourceRule rule = sourceRule(kAlphaTimesColorAlpha, gBlendColor);
-    const bool isAdjacent = span.distance == kBytesPerPixel[mode];
+    const bool isAdjacent = span.distance == kPixelBytes[mode];
     if (const WideLine wideLine = wideLineFor(span)) {
         const GatheringLoop blendSome = gatheringLoop(bytesPerPixel(gBlendColorMode));
         if (isAdjacent) {

@@ -2,8 +2,7 @@
 // plain loops in 16-bit lanes, for any width of register.
 #pragma once
 
-#include "src/ds_color_mode.h"
-#include "src/pixel_loops.h"
+#include "src/internal/pixel_loops.h"
 #include "src/wide_lanes.h"
 
 #include <cstdint>
@@ -55,7 +54,8 @@ struct PixelBlock {
     Words words;
 
     template <DsColorMode mode>
-    DS_INLINE void load(const uint8_t* pixels, const SourceRule& rule, const Constants<Lanes>& c) {
+    DS_INLINE void load(const uint8_t* pixels, const ds_detail::SourceRule& rule,
+                        const Constants<Lanes>& c) {
         if constexpr (mode == DsColorMode::ARGB8888) {
             std::memcpy(&words, pixels, sizeof words);
         } else if constexpr (mode == DsColorMode::RGB888) {
@@ -76,7 +76,8 @@ struct PixelBlock {
         } else {
             static_assert(mode == DsColorMode::A8);
             Lanes::loadBytes(pixels, words);
-            words = (words & kAlphas) | encodePixel<DsColorMode::RGB888>(rule.constant);
+            words = (words & kAlphas) |
+                    ds_detail::ModeTraits<DsColorMode::RGB888>::encode(rule.constant);
         }
     }
 
@@ -102,7 +103,7 @@ struct PixelBlock {
         }
     }
 
-    DS_INLINE void applyAlpha(const SourceRule& rule, const Constants<Lanes>& c) {
+    DS_INLINE void applyAlpha(const ds_detail::SourceRule& rule, const Constants<Lanes>& c) {
         Halves alpha;
         divideBy255(Halves(words >> 24) * static_cast<uint16_t>(rule.alphaFactor), alpha, c);
         words = (words & kColors) | (Words(alpha) + rule.alphaTerm) << 24;

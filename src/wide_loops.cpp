@@ -6,25 +6,23 @@
 
 #include <algorithm>
 
+using namespace ds_detail;
+
 namespace {
 
 using Mode = DsColorMode;
-
-// Whether a mode's pixels have an alpha of their own; the others are opaque.
-template <Mode mode>
-constexpr bool kHasAlpha = mode != Mode::RGB888&& mode != Mode::RGB565&& mode != Mode::I8;
 
 // Copies pixels of one mode as they are, as far as the rule leaves their alpha alone. Widening and
 // narrowing again gives the same channel, so only ARGB1555 is no such mode.
 template <Mode mode>
 uint32_t copy(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
-    if (count == 0 || (kHasAlpha<mode> && !rule.keepsAlpha())) {
+    if (count == 0 || (ModeTraits<mode>::kHasAlpha && !rule.keepsAlpha())) {
         return 0;
     }
     // They may be the same pixels. Moved in one piece, large blocks take the C library's way around
     // the caches, which costs a tenth on a screenful.
     constexpr uint64_t kPiece = 8192;
-    const uint64_t byteCount = uint64_t{count} * kPixelSize<mode>;
+    const uint64_t byteCount = uint64_t{count} * ModeTraits<mode>::kBytes;
     for (uint64_t done = 0; done < byteCount; done += kPiece) {
         std::memmove(target + done, source + done, std::min(kPiece, byteCount - done));
     }
@@ -49,8 +47,8 @@ DS_INLINE uint32_t convert(uint8_t* target, const uint8_t* source, uint32_t coun
             pixels.applyAlpha(rule, constants);
         }
         pixels.template store<targetMode>(target, constants);
-        source += Lanes::kCount * kPixelSize<sourceMode>;
-        target += Lanes::kCount * kPixelSize<targetMode>;
+        source += Lanes::kCount * ModeTraits<sourceMode>::kBytes;
+        target += Lanes::kCount * ModeTraits<targetMode>::kBytes;
     }
     return done;
 }
@@ -61,7 +59,7 @@ constexpr uint64_t kAlphas = 0xFF000000FF000000;
 
 DS_INLINE uint64_t pixelPair(const uint8_t* pixels, uint32_t first) {
     uint64_t pair;
-    std::memcpy(&pair, pixels + uint64_t{first} * kPixelSize<Mode::ARGB8888>, sizeof pair);
+    std::memcpy(&pair, pixels + uint64_t{first} * ModeTraits<Mode::ARGB8888>::kBytes, sizeof pair);
     return pair;
 }
 
@@ -119,7 +117,7 @@ struct Source {
         } else if constexpr (mode == Mode::A8) {
             return rule.keepsAlpha() && equalBytes(pixels, 0xFF);
         } else {
-            return !kHasAlpha<mode> && rule.keepsAlpha();
+            return !ModeTraits<mode>::kHasAlpha && rule.keepsAlpha();
         }
     }
 
@@ -193,8 +191,8 @@ DS_INLINE uint32_t blend(uint8_t* target, const uint8_t* source, uint32_t count,
             }
             pixels.template store<targetMode>(target, constants);
         }
-        source += Lanes::kCount * kPixelSize<sourceMode>;
-        target += Lanes::kCount * kPixelSize<targetMode>;
+        source += Lanes::kCount * ModeTraits<sourceMode>::kBytes;
+        target += Lanes::kCount * ModeTraits<targetMode>::kBytes;
     }
     return done;
 }
@@ -207,12 +205,12 @@ uint32_t blendRest(WideLine line, uint8_t* target, const uint8_t* source, uint32
     if (count < kMinBlended) {
         return 0;
     }
-    uint8_t targetBlock[block * kPixelSize<targetMode>] = {};
-    uint8_t sourceBlock[block * kPixelSize<sourceMode>] = {};
-    std::memcpy(targetBlock, target, uint64_t{count} * kPixelSize<targetMode>);
-    std::memcpy(sourceBlock, source, uint64_t{count} * kPixelSize<sourceMode>);
+    uint8_t targetBlock[block * ModeTraits<targetMode>::kBytes] = {};
+    uint8_t sourceBlock[block * ModeTraits<sourceMode>::kBytes] = {};
+    std::memcpy(targetBlock, target, uint64_t{count} * ModeTraits<targetMode>::kBytes);
+    std::memcpy(sourceBlock, source, uint64_t{count} * ModeTraits<sourceMode>::kBytes);
     line(targetBlock, sourceBlock, block, rule);
-    std::memcpy(target, targetBlock, uint64_t{count} * kPixelSize<targetMode>);
+    std::memcpy(target, targetBlock, uint64_t{count} * ModeTraits<targetMode>::kBytes);
     return count;
 }
 
@@ -227,8 +225,8 @@ uint32_t blend128(uint8_t* target, const uint8_t* source, uint32_t count, const 
     const uint32_t done = blend<FourLanes, targetMode, sourceMode>(target, source, count, rule);
     return done + blendRest<targetMode, sourceMode, FourLanes::kCount>(
                       blend128<targetMode, sourceMode>,
-                      target + uint64_t{done} * kPixelSize<targetMode>,
-                      source + uint64_t{done} * kPixelSize<sourceMode>, count - done, rule);
+                      target + uint64_t{done} * ModeTraits<targetMode>::kBytes,
+                      source + uint64_t{done} * ModeTraits<sourceMode>::kBytes, count - done, rule);
 }
 
 template <Mode targetMode, Mode sourceMode>
@@ -243,8 +241,8 @@ DS_TARGET_256 uint32_t blend256(uint8_t* target, const uint8_t* source, uint32_t
     const uint32_t done = blend<EightLanes, targetMode, sourceMode>(target, source, count, rule);
     return done + blendRest<targetMode, sourceMode, EightLanes::kCount>(
                       blend256<targetMode, sourceMode>,
-                      target + uint64_t{done} * kPixelSize<targetMode>,
-                      source + uint64_t{done} * kPixelSize<sourceMode>, count - done, rule);
+                      target + uint64_t{done} * ModeTraits<targetMode>::kBytes,
+                      source + uint64_t{done} * ModeTraits<sourceMode>::kBytes, count - done, rule);
 }
 
 // The loops of a pair of modes at both widths, or none.
@@ -254,7 +252,7 @@ struct WideLines {
 
 template <Mode target, Mode source>
 consteval WideLines convertLines() {
-    constexpr bool arePixels = kPixelSize<target> != 0 && kPixelSize<source> != 0;
+    constexpr bool arePixels = ModeTraits<target>::kBytes != 0 && ModeTraits<source>::kBytes != 0;
     if constexpr (arePixels && (target == Mode::ARGB8888 || source == Mode::ARGB8888)) {
         return {convert128<target, source>, convert256<target, source>};
     } else if constexpr (arePixels && target == source && target != Mode::ARGB1555) {
@@ -268,7 +266,7 @@ template <Mode target, Mode source>
 consteval WideLines blendLines() {
     constexpr bool isMixed = source == Mode::ARGB8888 || source == Mode::A8;
     // A pixel of ARGB1555 has no alpha, so nobody blends any.
-    constexpr bool isBlended = kPixelSize<source> != 0 && source != Mode::ARGB1555;
+    constexpr bool isBlended = ModeTraits<source>::kBytes != 0 && source != Mode::ARGB1555;
     if constexpr ((target == Mode::ARGB8888 && isBlended) ||
                   ((target == Mode::RGB888 || target == Mode::RGB565) && isMixed)) {
         return {blend128<target, source>, blend256<target, source>};
@@ -277,17 +275,17 @@ consteval WideLines blendLines() {
     }
 }
 
-constexpr ModePairTable<WideLines> kConvertLines = makeModePairTable<WideLines>(
-    []<Mode target, Mode source>() consteval { return convertLines<target, source>(); });
+constexpr auto kConvertLines = makeModePairTable<WideLines>(
+    []<Mode target, Mode source>() { return convertLines<target, source>(); });
 
-constexpr ModePairTable<WideLines> kBlendLines = makeModePairTable<WideLines>(
-    []<Mode target, Mode source>() consteval { return blendLines<target, source>(); });
+constexpr auto kBlendLines = makeModePairTable<WideLines>(
+    []<Mode target, Mode source>() { return blendLines<target, source>(); });
 
 WideLine choose(const ModePairTable<WideLines>& table, Mode target, Mode source) {
     if (bytesPerPixel(target) == 0) {
         return nullptr;
     }
-    const WideLines lines = table.at(static_cast<uint32_t>(target), sourceModeIndex(source));
+    const WideLines lines = table.at(static_cast<uint32_t>(target), static_cast<uint32_t>(source));
     if (mayTakeFastPath(DsFastPath::Wide256)) {
         return lines.line256;
     }

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "src/ds_color_mode.h"
-#include "src/pixel_loops.h"
+#include "src/internal/pixel_loops.h"
 
 #include <cstdint>
 
@@ -12,7 +12,7 @@
 /// except within a mode other than ARGB8888: that is a copy, which leaves no pixel, or all of them if
 /// the rule changes their alpha. A blend leaves fewer than kMinBlended pixels.
 using WideLine = uint32_t (*)(uint8_t* target, const uint8_t* source, uint32_t count,
-                              const SourceRule& rule);
+                              const ds_detail::SourceRule& rule);
 
 /// From this many pixels on, a wide loop that blends leaves none to the plain one.
 inline constexpr uint32_t kMinBlended = 3;

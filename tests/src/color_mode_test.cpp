@@ -1,12 +1,15 @@
 // The ten pixel formats: sizes, channel rules, and whole pixels, compared with formulas written out
 // here once more, for every value there is.
 #include "src/ds_color_mode.h"
+#include "src/internal/mode_traits.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cstdint>
 #include <type_traits>
+
+using namespace ds_detail;
 
 namespace {
 
@@ -37,7 +40,7 @@ void forColors(Check check) {
 template <Mode mode>
 void expectEncoding(uint32_t (*expected)(const DsColor&)) {
     forColors([&](const DsColor& color) {
-        ASSERT_EQ(expected(color), encodePixel<mode>(color))
+        ASSERT_EQ(expected(color), ModeTraits<mode>::encode(color))
             << color.alpha << ", " << color.red << ", " << color.green << ", " << color.blue;
     });
 }
@@ -45,15 +48,15 @@ void expectEncoding(uint32_t (*expected)(const DsColor&)) {
 template <Mode mode>
 void expectDecoding(DsColor (*expected)(uint32_t), uint32_t values) {
     for (uint32_t stored = 0; stored < values; ++stored) {
-        expectColor(expected(stored), decodePixel<mode>(stored), stored);
+        expectColor(expected(stored), ModeTraits<mode>::decode(stored, {}), stored);
     }
 }
 
 template <Mode mode>
 void expectDecodesToNothing() {
     for (const uint32_t stored : {0U, 1U, 0xFFU, 0xFFFFU, 0xFFFFFFFFU}) {
-        expectColor({0, 0, 0, 0}, decodePixel<mode>(stored), stored);
-        EXPECT_EQ(0U, encodePixel<mode>({255, 255, 255, 255}));
+        expectColor({0, 0, 0, 0}, ModeTraits<mode>::decode(stored, {}), stored);
+        EXPECT_EQ(0U, ModeTraits<mode>::encode({255, 255, 255, 255}));
     }
 }
 
@@ -195,26 +198,28 @@ TEST(PixelEncoding, KeepsOnlyTheAlphaInA8) {
 
 TEST(PixelEncoding, GivesFullWordsForWhite) {
     constexpr DsColor white = {255, 255, 255, 255};
-    EXPECT_EQ(65535U, encodePixel<Mode::RGB565>(white));
-    EXPECT_EQ(65535U, encodePixel<Mode::ARGB4444>(white));
-    EXPECT_EQ(0xFFFFFFFFU, encodePixel<Mode::ARGB8888>(white));
+    EXPECT_EQ(65535U, ModeTraits<Mode::RGB565>::encode(white));
+    EXPECT_EQ(65535U, ModeTraits<Mode::ARGB4444>::encode(white));
+    EXPECT_EQ(0xFFFFFFFFU, ModeTraits<Mode::ARGB8888>::encode(white));
 }
 
 TEST(PixelEncoding, GivesFullTransparentBlueInArgb1555TheWord2100) {
-    EXPECT_EQ(2100U, encodePixel<Mode::ARGB1555>({0, 0, 0, 255}));
+    EXPECT_EQ(2100U, ModeTraits<Mode::ARGB1555>::encode({0, 0, 0, 255}));
 }
 
 TEST(PixelEncoding, TakesTheAlphaBitOfArgb1555FromTheTopBit) {
-    EXPECT_EQ(0U, encodePixel<Mode::ARGB1555>({127, 0, 0, 0}));
-    EXPECT_EQ(0x8000U, encodePixel<Mode::ARGB1555>({128, 0, 0, 0}));
+    EXPECT_EQ(0U, ModeTraits<Mode::ARGB1555>::encode({127, 0, 0, 0}));
+    EXPECT_EQ(0x8000U, ModeTraits<Mode::ARGB1555>::encode({128, 0, 0, 0}));
 }
 
 TEST(PixelDecoding, UnpacksEveryByteOfTheWideModes) {
     for (uint32_t v = 0; v < 256; ++v) {
         const uint32_t word = v << 24 | (v ^ 0x55) << 16 | (v ^ 0xAA) << 8 | (255 - v);
-        expectColor({v, v ^ 0x55, v ^ 0xAA, 255 - v}, decodePixel<Mode::ARGB8888>(word), word);
+        expectColor({v, v ^ 0x55, v ^ 0xAA, 255 - v}, ModeTraits<Mode::ARGB8888>::decode(word, {}),
+                    word);
         const uint32_t opaque = word & 0xFFFFFF;
-        expectColor({255, v ^ 0x55, v ^ 0xAA, 255 - v}, decodePixel<Mode::RGB888>(opaque), opaque);
+        expectColor({255, v ^ 0x55, v ^ 0xAA, 255 - v},
+                    ModeTraits<Mode::RGB888>::decode(opaque, {}), opaque);
     }
 }
 
@@ -234,7 +239,7 @@ TEST(PixelDecoding, NeverReadsTheAlphaBitOfArgb1555) {
                            (word % 32 * 527 + 23) >> 6};
         },
         65536);
-    EXPECT_EQ(0U, decodePixel<Mode::ARGB1555>(0x8000).alpha);
+    EXPECT_EQ(0U, ModeTraits<Mode::ARGB1555>::decode(0x8000, {}).alpha);
 }
 
 TEST(PixelDecoding, RepeatsTheNibblesOfEveryArgb4444Word) {
@@ -253,18 +258,29 @@ TEST(PixelDecoding, UsesThePaletteIndexAsGrey) {
             return DsColor{word / 256, word % 256, word % 256, word % 256};
         },
         65536);
-    expectColor({255, 40, 40, 40}, decodePixel<Mode::I8>(40), 40);
+    expectColor({255, 40, 40, 40}, ModeTraits<Mode::I8>::decode(40, {}), 40);
 }
 
 TEST(PixelDecoding, TakesTheColorOfA8FromTheConstant) {
     for (uint32_t alpha = 0; alpha < 256; ++alpha) {
-        expectColor({alpha, 1, 2, 3}, decodePixel<Mode::A8>(alpha, {200, 1, 2, 3}), alpha);
+        expectColor({alpha, 1, 2, 3}, ModeTraits<Mode::A8>::decode(alpha, {200, 1, 2, 3}), alpha);
     }
 }
 
 TEST(PixelDecoding, FindsNothingInModesWithoutPixels) {
     expectDecodesToNothing<Mode::Reserved6>();
     expectDecodesToNothing<Mode::Reserved8>();
+}
+
+TEST(ModeTraits, NameEveryModeOfTheEnumeration) {
+    EXPECT_EQ(10U, kColorModeCount);
+    EXPECT_STREQ("ARGB8888", kModeNames[0]);
+    EXPECT_STREQ("A8", kModeNames[9]);
+    for (uint32_t mode = 0; mode < kColorModeCount; ++mode) {
+        EXPECT_EQ(kPixelBytes[mode], bytesPerPixel(Mode{mode}));
+        EXPECT_EQ(mode == 5 || mode == 7, mayHavePalette(Mode{mode})) << mode;
+    }
+    EXPECT_FALSE(mayHavePalette(Mode{10}));
 }
 
 TEST(PixelMemory, KeepsPixelsLittleEndianAtAnyAddress) {
@@ -287,9 +303,9 @@ TEST(PixelMemory, TouchesNothingForModesWithoutPixels) {
 // The words of blue, green, red and alpha bytes in memory, for the two modes of whole bytes.
 TEST(PixelMemory, OrdersBytesBlueGreenRedAlpha) {
     std::array<uint8_t, 4> memory{};
-    storePixel<Mode::ARGB8888>(memory.data(), encodePixel<Mode::ARGB8888>({4, 3, 2, 1}));
+    storePixel<Mode::ARGB8888>(memory.data(), ModeTraits<Mode::ARGB8888>::encode({4, 3, 2, 1}));
     EXPECT_EQ((std::array<uint8_t, 4>{1, 2, 3, 4}), memory);
-    storePixel<Mode::RGB888>(memory.data(), encodePixel<Mode::RGB888>({40, 30, 20, 10}));
+    storePixel<Mode::RGB888>(memory.data(), ModeTraits<Mode::RGB888>::encode({40, 30, 20, 10}));
     EXPECT_EQ((std::array<uint8_t, 4>{10, 20, 30, 4}), memory);
 }
 

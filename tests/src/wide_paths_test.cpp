@@ -61,7 +61,8 @@ void expectOnlyCountedPixels(WideLine line, const ModePair& pair, uint32_t count
     const byte_vector before =
         make_bytes(data_kind::noise, count * plainPixelSize(pair.target) + 64, 2);
     byte_vector target = before;
-    const uint32_t done = line(target.data(), source.data(), count, sourceRule(0, 0x80C0FFEE));
+    const uint32_t done =
+        line(target.data(), source.data(), count, ds_detail::sourceRule(0, 0x80C0FFEE));
     EXPECT_LE(done, count);
     EXPECT_LT(count - done, most);
     const size_t written = done * plainPixelSize(pair.target);

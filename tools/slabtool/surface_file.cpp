@@ -1,18 +1,15 @@
 // The checks in the order in which each can rely on those before it.
 #include "tools/slabtool/surface_file.h"
 
-#include "src/ds_little_endian.h"
 #include "src/ds_surface.h"
+#include "src/internal/little_endian.h"
+#include "src/internal/mode_traits.h"
 
 #include <algorithm>
 #include <iterator>
 #include <utility>
 
 namespace {
-
-constexpr const char* kModeNames[kColorModeCount] = {"ARGB8888",  "RGB888", "RGB565",    "ARGB1555",
-                                                     "ARGB4444",  "I8",     "Reserved6", "AI88",
-                                                     "Reserved8", "A8"};
 
 constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way
 constexpr uint64_t kSizeUnit = 4;
@@ -25,7 +22,9 @@ bool isPng(ByteView head) {
 }
 
 SurfaceHeader readHeader(ByteView head) {
-    const auto word = [&](size_t index) { return loadLittleEndian<4>(head.data() + 4 * index); };
+    const auto word = [&](size_t index) {
+        return ds_detail::loadLittleEndian<4>(head.data() + 4 * index);
+    };
     return {word(0), word(1), word(2), word(3), word(4)};
 }
 
@@ -59,7 +58,7 @@ void checkSizes(SurfaceFacts& facts) {
 
 void checkHeader(SurfaceFacts& facts) {
     const SurfaceHeader& header = *facts.header;
-    if (header.mode >= kColorModeCount) {
+    if (header.mode >= ds_detail::kColorModeCount) {
         facts.faults.push_back("colour mode " + number(header.mode) + " is unknown");
     } else if (bytesPerPixel(header.colorMode()) == 0) {
         facts.faults.push_back("colour mode " + number(header.mode) + " (" +
@@ -79,7 +78,7 @@ void checkHeader(SurfaceFacts& facts) {
 } // namespace
 
 const char* colorModeName(uint32_t mode) {
-    return mode < std::size(kModeNames) ? kModeNames[mode] : "unknown";
+    return mode < ds_detail::kColorModeCount ? ds_detail::kModeNames[mode] : "unknown";
 }
 
 SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize) {

@@ -1,10 +1,13 @@
 // Pixels of every mode as PNG samples. Indexes and lone alpha values are drawn as grey.
 #include "tools/slabtool/view.h"
 
+#include "src/internal/mode_traits.h"
 #include "tools/slabtool/png_image.h"
 #include "tools/slabtool/surface_file.h"
 
 #include <cstdio>
+
+using namespace ds_detail;
 
 namespace {
 
@@ -20,7 +23,7 @@ struct Drawing {
 template <Mode mode>
 DsColor colorOf(const uint8_t* pixel) {
     const uint32_t stored = loadPixel<mode>(pixel);
-    DsColor color = decodePixel<mode>(stored);
+    DsColor color = ModeTraits<mode>::decode(stored, {});
     if constexpr (mode == Mode::ARGB1555) {
         color.alpha = (stored >> 15) * 255; // which drawing operations do not read
     }
@@ -46,26 +49,23 @@ constexpr const char* kIndexNote = "palette indices (or grey values) are drawn a
                                    "files carry no palette";
 constexpr const char* kAlphaNote = "alpha values are drawn as grey: the surface has no colours";
 
-Drawing drawingOf(Mode mode) {
-    switch (mode) {
-    case Mode::ARGB8888:
-        return {kRgbaType, drawLine<Mode::ARGB8888, kRgbaType>, nullptr};
-    case Mode::RGB888:
-        return {kRgbType, drawLine<Mode::RGB888, kRgbType>, nullptr};
-    case Mode::RGB565:
-        return {kRgbType, drawLine<Mode::RGB565, kRgbType>, nullptr};
-    case Mode::ARGB1555:
-        return {kRgbaType, drawLine<Mode::ARGB1555, kRgbaType>, nullptr};
-    case Mode::ARGB4444:
-        return {kRgbaType, drawLine<Mode::ARGB4444, kRgbaType>, nullptr};
-    case Mode::I8:
-        return {kGreyType, drawLine<Mode::I8, kGreyType>, kIndexNote};
-    case Mode::AI88:
-        return {kGreyAlphaType, drawLine<Mode::AI88, kGreyAlphaType>, kIndexNote};
-    default:
-        return {kGreyType, drawLine<Mode::A8, kGreyType>, kAlphaNote};
+template <Mode mode>
+constexpr Drawing drawingOf() {
+    using Traits = ModeTraits<mode>;
+    if constexpr (mode == Mode::A8) {
+        return {kGreyType, drawLine<mode, kGreyType>, kAlphaNote};
+    } else if constexpr (Traits::kHasPalette) {
+        constexpr uint8_t kType = Traits::kHasAlpha ? kGreyAlphaType : kGreyType;
+        return {kType, drawLine<mode, kType>, kIndexNote};
+    } else {
+        constexpr uint8_t kType = Traits::kHasAlpha ? kRgbaType : kRgbType;
+        return {kType, drawLine<mode, kType>, nullptr};
     }
 }
+
+// Empty for modes without pixels, of which there are no pictures.
+constexpr auto kDrawings =
+    makePixelModeTable<Drawing>([]<Mode mode>() { return drawingOf<mode>(); });
 
 PngImage draw(const SurfacePicture& picture, const Drawing& drawing) {
     PngImage image = {};
@@ -83,7 +83,7 @@ PngImage draw(const SurfacePicture& picture, const Drawing& drawing) {
 
 int runView(const ViewRequest& request) {
     const SurfacePicture picture = readPicture(request.surfacePath);
-    const Drawing drawing = drawingOf(picture.header().colorMode());
+    const Drawing& drawing = kDrawings.at(picture.header().mode);
     const Bytes png = about(request.surfacePath,
                             [&] { return encodePng(draw(picture, drawing), kEfforts.front()); });
     about(request.pngPath, [&] { writeFile(request.pngPath, png); });

@@ -3,15 +3,11 @@
 // these.
 #pragma once
 
-#include "src/ds_color_mode.h"
+#include "src/internal/mode_traits.h"
 
-#include <array>
 #include <cstdint>
-#include <utility>
 
-/// Bytes a pixel of a mode known at compile time.
-template <DsColorMode mode>
-inline constexpr uint32_t kPixelSize = kBytesPerPixel[static_cast<uint32_t>(mode)];
+namespace ds_detail {
 
 /// What happens to a decoded source pixel before it is used: an alpha mode, resolved once a call so
 /// that the loops need not look at it. The alpha used is alpha * alphaFactor / 255 + alphaTerm.
@@ -42,7 +38,7 @@ inline SourceRule sourceRule(uint32_t alphaMode, uint32_t colorWord) {
 /// One source pixel, its alpha replaced as the rule says.
 template <DsColorMode mode>
 inline DsColor decodeSource(const uint8_t* pixel, const SourceRule& rule) {
-    DsColor color = decodePixel<mode>(loadPixel<mode>(pixel), rule.constant);
+    DsColor color = ModeTraits<mode>::decode(loadPixel<mode>(pixel), rule.constant);
     color.alpha = color.alpha * rule.alphaFactor / 255 + rule.alphaTerm;
     return color;
 }
@@ -62,22 +58,23 @@ constexpr DsColor composeOver(const DsColor& target, const DsColor& source) {
 
 template <DsColorMode targetMode, DsColorMode sourceMode>
 inline void convertPixel(uint8_t* target, const uint8_t* source, const SourceRule& rule) {
-    storePixel<targetMode>(target, encodePixel<targetMode>(decodeSource<sourceMode>(source, rule)));
+    storePixel<targetMode>(target,
+                           ModeTraits<targetMode>::encode(decodeSource<sourceMode>(source, rule)));
 }
 
 template <DsColorMode targetMode, DsColorMode sourceMode>
 inline void blendPixel(uint8_t* target, const uint8_t* source, const SourceRule& rule) {
-    const DsColor below = decodePixel<targetMode>(loadPixel<targetMode>(target));
+    const DsColor below = ModeTraits<targetMode>::decode(loadPixel<targetMode>(target), {});
     const DsColor above = decodeSource<sourceMode>(source, rule);
-    storePixel<targetMode>(target, encodePixel<targetMode>(composeOver(below, above)));
+    storePixel<targetMode>(target, ModeTraits<targetMode>::encode(composeOver(below, above)));
 }
 
 template <DsColorMode targetMode, DsColorMode sourceMode>
 void convertLine(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
     for (uint32_t i = 0; i < count; ++i) {
         convertPixel<targetMode, sourceMode>(target, source, rule);
-        target += kPixelSize<targetMode>;
-        source += kPixelSize<sourceMode>;
+        target += ModeTraits<targetMode>::kBytes;
+        source += ModeTraits<sourceMode>::kBytes;
     }
 }
 
@@ -85,47 +82,9 @@ template <DsColorMode targetMode, DsColorMode sourceMode>
 void blendLine(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
     for (uint32_t i = 0; i < count; ++i) {
         blendPixel<targetMode, sourceMode>(target, source, rule);
-        target += kPixelSize<targetMode>;
-        source += kPixelSize<sourceMode>;
+        target += ModeTraits<targetMode>::kBytes;
+        source += ModeTraits<sourceMode>::kBytes;
     }
 }
 
-/// The index of a mode in a table of all modes; a source of an unknown mode is read like a reserved
-/// one, as nothing but zeros.
-inline uint32_t sourceModeIndex(DsColorMode mode) {
-    const auto number = static_cast<uint32_t>(mode);
-    return number < kColorModeCount ? number : static_cast<uint32_t>(DsColorMode::Reserved6);
-}
-
-/// A value for every pair of a destination and a source mode.
-template <typename Value>
-struct ModePairTable {
-    std::array<Value, uint64_t{kColorModeCount} * kColorModeCount> values;
-
-    constexpr Value at(uint32_t target, uint32_t source) const {
-        return values[uint64_t{target} * kColorModeCount + source];
-    }
-};
-
-/// What `make` gives for one pair; destinations without pixels get an empty value.
-template <typename Value, uint32_t target, uint32_t source, typename Make>
-consteval Value makeModePairValue(Make make) {
-    if constexpr (kBytesPerPixel[target] != 0) {
-        return make.template operator()<DsColorMode{target}, DsColorMode{source}>();
-    } else {
-        return {};
-    }
-}
-
-template <typename Value, typename Make, uint32_t... pair>
-consteval ModePairTable<Value> makeModePairTable(Make make,
-                                                 std::integer_sequence<uint32_t, pair...>) {
-    return {{makeModePairValue<Value, pair / kColorModeCount, pair % kColorModeCount>(make)...}};
-}
-
-/// Makes such a table by calling `make` for each pair.
-template <typename Value, typename Make>
-consteval ModePairTable<Value> makeModePairTable(Make make) {
-    return makeModePairTable<Value>(
-        make, std::make_integer_sequence<uint32_t, kColorModeCount * kColorModeCount>());
-}
+} // namespace ds_detail

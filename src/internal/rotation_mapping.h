@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <utility>
 
+namespace ds_detail {
+
 /// Maps a rectangle from caller to stored coordinates; `width` and `height` are those of the stored
 /// array. Subtractions run left to right, which float results depend on.
 template <typename Number>
@@ -67,3 +69,5 @@ constexpr bool exchangesAxes(uint32_t rotation) {
 constexpr uint32_t inverseRotation(uint32_t rotation) {
     return exchangesAxes(rotation) ? 360 - rotation : rotation;
 }
+
+} // namespace ds_detail

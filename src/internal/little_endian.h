@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace ds_detail {
+
 /// Reads a word of `size` bytes (0 to 4), least significant byte first.
 template <uint32_t size>
 inline uint32_t loadLittleEndian(const uint8_t* bytes) {
@@ -20,3 +22,5 @@ inline void storeLittleEndian(uint8_t* bytes, uint32_t value) {
         bytes[i] = static_cast<uint8_t>(value >> (8 * i));
     }
 }
+
+} // namespace ds_detail

@@ -3,11 +3,13 @@
 #pragma once
 
 #include "src/ds_region.h"
-#include "src/ds_rotation_mapping.h"
+#include "src/internal/rotation_mapping.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+
+namespace ds_detail {
 
 /// The pixels from (left, top) up to but not including (right, bottom); empty unless both extents
 /// are positive.
@@ -45,3 +47,5 @@ inline DsRect rectOf(const DsArea& area) {
     return {cut(area.left, kLowest), cut(area.top, kLowest), cut(area.right - area.left, 0),
             cut(area.bottom - area.top, 0)};
 }
+
+} // namespace ds_detail

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace ds_detail {
+
 /// One array of pixels, and where it goes: target line i is the source column width - 1 - i, read
 /// from top to bottom. Strides count bytes; the two arrays do not overlap.
 struct RotatedCopy {
@@ -16,3 +18,5 @@ struct RotatedCopy {
 
 /// Copies pixels of `pixelSize` bytes, 1 to 4; of any other size none.
 void rotatePixels(const RotatedCopy& copy, uint64_t pixelSize);
+
+} // namespace ds_detail

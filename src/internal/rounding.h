@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <limits>
 
+namespace ds_detail {
+
 /// Truncates toward zero (floats pass through double unchanged); NaN and values outside the 32-bit
 /// range give -2147483648.
 inline int32_t truncateToInt32(double value) {
@@ -14,3 +16,5 @@ inline int32_t truncateToInt32(double value) {
     }
     return std::numeric_limits<int32_t>::min();
 }
+
+} // namespace ds_detail
