@@ -8,25 +8,6 @@ source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 install_missing g++ cmake make python3 dpkg-dev libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 folder="$tree/build/corpus"
 
-# Fills the folder $1 with this machine's own sources of packages, asked for source packages instead: of
-# files in both formats that apt knows. Many machines fetch no index of source packages.
-write_source_entries() {
-    local file list parts
-    eval "$(apt-config shell list Dir::Etc::sourcelist/f parts Dir::Etc::sourceparts/d)"
-    mkdir -p "$1"
-    for file in "$list" "$parts"/*.list; do
-        if [ -e "$file" ]; then
-            sed --quiet --regexp-extended \
-                '/cdrom:/d; s/^[[:blank:]]*deb(-src)?([[:blank:]])/deb-src\2/p' \
-                "$file" >"$1/one-line-${file##*/}"
-        fi
-    done
-    for file in "$parts"/*.sources; do
-        if [ -e "$file" ]; then
-            sed --regexp-extended 's/^Types:.*/Types: deb-src/I' "$file" >"$1/${file##*/}"
-        fi
-    done
-}
 packages=(tango-icon-theme oxygen-icon-theme mate-backgrounds desktop-base)
 
 if [ ! -e "$folder/complete" ]; then

@@ -33,20 +33,27 @@ quietly() {
 
 # ---- Packages
 
+may_be_root() {
+    [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null
+}
+
+# For a script that does more as root than install packages.
+require_root() {
+    may_be_root || fail "root or sudo is missing. Ask the administrator to run this script."
+}
+
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
         "$@"
-    elif command -v sudo >/dev/null; then
-        sudo "$@"
     else
-        fail "root or sudo is missing. Ask the administrator to run: $*"
+        sudo "$@"
     fi
 }
 
 # What shows that a package's content is there, whatever installed it: a command, or a header. Packages that
 # are not listed bring a command of their own name.
 declare -A evidence=(
-    [g++]=${CXX:-g++} [dpkg-dev]=dpkg-shlibdeps [libclang-rt-dev]="clang's fuzzer runtime" [llvm]=llvm-profdata
+    [dpkg-dev]=dpkg-shlibdeps [llvm]=llvm-profdata
     [groff-base]=groff [ninja-build]=ninja [openssh-client]=ssh [openssh-server]=/usr/sbin/sshd
     [libbenchmark-dev]=benchmark/benchmark.h [libcli11-dev]=CLI/CLI.hpp [libdeflate-dev]=libdeflate.h
     [libgtest-dev]=gtest/gtest.h [liblodepng-dev]=lodepng.h [libpixman-1-dev]=pixman-1/pixman.h
@@ -54,20 +61,34 @@ declare -A evidence=(
     [zlib1g-dev]=zlib.h
 )
 
-has_header() {
-    "${CXX:-g++}" -E -x c++ -include "$1" /dev/null >/dev/null 2>&1
+# The compiler that CMake chooses, as words: CXX may hold options or a launcher.
+compiler() {
+    echo "${CXX:-$(command -v c++ || echo g++)}"
 }
 
-has_fuzzer_runtime() {
+has_header() {
+    # shellcheck disable=SC2046 # words
+    $(compiler) -E -x c++ -include "$1" /dev/null >/dev/null 2>&1
+}
+
+has_clang_runtime() {
     local archives
-    archives=$(find "$(clang -print-resource-dir 2>/dev/null)/lib" -name 'libclang_rt.fuzzer*.a' 2>/dev/null)
+    command -v clang >/dev/null || return 1
+    archives=$(find "$(clang -print-resource-dir)/lib" -name 'libclang_rt.fuzzer*.a' 2>/dev/null)
     [ -n "$archives" ]
+}
+
+# Another program has the name of GNU parallel.
+has_gnu_parallel() {
+    parallel --version 2>/dev/null </dev/null | grep -q GNU
 }
 
 is_there() {
     local sign=${evidence[$1]:-$1}
     case $sign in
-    *fuzzer*) has_fuzzer_runtime ;;
+    g++) [ -n "${CXX:-}" ] || command -v g++ >/dev/null ;;
+    libclang-rt-dev) has_clang_runtime ;;
+    parallel) has_gnu_parallel ;;
     *.h | *.hpp) has_header "$sign" ;;
     *) command -v "$sign" >/dev/null ;;
     esac || [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
@@ -87,10 +108,8 @@ install_missing() {
         fail "what these Debian packages bring is missing here: ${missing[*]}. Install it" \
             "with this system's package manager, then run the script again."
     fi
-    if [ "$(id -u)" -ne 0 ] && ! command -v sudo >/dev/null; then
-        fail "packages are missing. Ask the administrator to run:" \
-            "apt-get install --no-install-recommends ${missing[*]}"
-    fi
+    may_be_root || fail "packages are missing. Ask the administrator to run:" \
+        "apt-get install --no-install-recommends ${missing[*]}"
     echo "Installing ${missing[*]}"
     quietly as_root apt-get update
     local install=(as_root env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get install --no-install-recommends)
@@ -110,6 +129,26 @@ install_sshd() {
     quietly as_root update-rc.d ssh disable
 }
 
+# Fills the folder $1 with this machine's own sources of packages, asked for source packages instead: of
+# files in both formats that apt knows. Many machines fetch no index of source packages.
+write_source_entries() {
+    local file list parts
+    eval "$(apt-config shell list Dir::Etc::sourcelist/f parts Dir::Etc::sourceparts/d)"
+    mkdir -p "$1"
+    for file in "$list" "$parts"/*.list; do
+        if [ -e "$file" ]; then
+            sed --quiet --regexp-extended \
+                '/cdrom:/d; s/^[[:blank:]]*deb(-src)?([[:blank:]])/deb-src\2/p' \
+                "$file" >"$1/one-line-${file##*/}"
+        fi
+    done
+    for file in "$parts"/*.sources; do
+        if [ -e "$file" ]; then
+            sed --regexp-extended 's/^Types:.*/Types: deb-src/I' "$file" >"$1/${file##*/}"
+        fi
+    done
+}
+
 # ---- Compilers
 
 # Whether version $1 is at least version $2.
@@ -117,16 +156,19 @@ is_at_least() {
     printf '%s\n%s\n' "$2" "$1" | sort --version-sort --check=quiet
 }
 
-# Ends the script where CMake or the compiler is older than this project can use.
-check_versions() {
-    local compiler cmake version name minimum
-    compiler=${CXX:-$(command -v c++ || echo g++)} # as CMake chooses
-    cmake=$(cmake --version | sed -n '1s/[^0-9]*//p')
-    is_at_least "$cmake" 3.21 || fail "pngslab needs CMake 3.21 or newer; this is CMake $cmake."
-    command -v "$compiler" >/dev/null || fail "there is no compiler '$compiler'"
-    version=$("$compiler" -dumpversion)
-    name=g++ minimum=12
-    if "$compiler" --version | grep -q clang; then
+# Ends the script where CMake is older than this project can use.
+check_cmake() {
+    local version
+    version=$(cmake --version | sed -n '1s/[^0-9]*//p')
+    is_at_least "$version" 3.21 || fail "pngslab needs CMake 3.21 or newer; this is CMake $version."
+}
+
+# The same for the compiler. (CMake says so too, in more words.)
+check_compiler() {
+    local compiler version name=g++ minimum=12
+    read -ra compiler < <(compiler)
+    version=$("${compiler[@]}" -dumpversion) || fail "there is no compiler '${compiler[*]}'"
+    if "${compiler[@]}" --version | grep -q clang; then
         name=clang minimum=13
     fi
     is_at_least "$version" "$minimum" ||
@@ -137,7 +179,7 @@ check_versions() {
 
 # Configures the preset $1 with the further options given. What a failure has found out is forgotten.
 configure() {
-    check_versions
+    check_cmake
     if ! (cd "$tree" && quietly cmake --preset "$@"); then
         rm -f "$tree/build/$1/CMakeCache.txt"
         return 1
@@ -146,6 +188,7 @@ configure() {
 
 # Builds target $2 (all without it) of the preset $1.
 build() {
+    echo "Building $1${2:+: $2} ($([ $# -eq 2 ] && echo "less than a minute" || echo "some minutes") the first time)"
     (cd "$tree" && quietly cmake --build --preset "$1" --parallel "$(nproc)" ${2:+--target "$2"})
 }
 
@@ -162,4 +205,26 @@ run_tests() {
     grep -vE '^ *(Start +[0-9]+:|[0-9]+/[0-9]+ Test +#[0-9]+: .* Passed )' "$log"
     rm -f "$log"
     return "$status"
+}
+
+# ---- Bare systems
+
+# The mirror that this machine's apt takes its own release from.
+mirror() {
+    local codename
+    codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
+    apt-get indextargets --format '$(CODENAME) $(REPO_URI)' 'Created-By: Packages' |
+        awk -v codename="$codename" '$1 == codename { print $2; exit }'
+}
+
+# Makes a minimal Debian $1 in the empty folder $2. Downloaded packages stay in $cache for the next time.
+make_bare_system() {
+    local from
+    from=$(mirror)
+    [ -n "$from" ] || fail "apt has no index of this release yet; run: apt-get update"
+    cache="${XDG_CACHE_HOME:-$HOME/.cache}/pngslab/$1"
+    mkdir -p "$cache"
+    echo "Making a bare Debian ($1, one minute)"
+    as_root chmod 755 "$2" # its root folder: others than root have to enter it
+    quietly as_root debootstrap --variant=minbase --cache-dir="$cache" "$1" "$2" "$from"
 }

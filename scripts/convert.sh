@@ -12,10 +12,8 @@ if [ $# -lt 2 ]; then
 fi
 
 install_missing g++ cmake make
-check_versions
-if [ ! -x "$tree/build/release/bin/pngslab" ]; then
-    echo "Building pngslab (less than a minute)"
-fi
+check_cmake
+check_compiler
 configure release
 build release pngslab
 

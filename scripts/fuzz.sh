@@ -17,7 +17,6 @@ declare -A dictionaries=(
 )
 options=(-max_len=4096 -timeout=10 -rss_limit_mb=3000 -print_final_stats=1)
 
-echo "Building the fuzzers (some minutes)"
 configure fuzz
 build fuzz
 folder="$tree/build/fuzz"

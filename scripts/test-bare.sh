@@ -16,18 +16,8 @@ esac
 variants=("${@:2}")
 [ "$(id -u)" -eq 0 ] || fail "root is needed to enter the new system by chroot"
 install_missing debootstrap git
-cache="${XDG_CACHE_HOME:-$HOME/.cache}/pngslab/$suite"
-mkdir -p "$cache"
 bare=$(mktemp -d)
-trap 'rm -rf "$bare"' EXIT
-
-# The mirror that this machine's apt takes its own release from.
-mirror() {
-    local codename
-    codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    apt-get indextargets --format '$(CODENAME) $(REPO_URI)' 'Created-By: Packages' |
-        awk -v codename="$codename" '$1 == codename { print $2; exit }'
-}
+trap 'rm -rf --one-file-system "$bare"' EXIT
 
 # Runs a command in the new system's clone, in namespaces of its own: no process and no mount outlives it.
 inside() {
@@ -39,9 +29,7 @@ inside() {
                 /bin/sh -c "cd /root/pngslab && exec \"\$@\"" sh "$@"' sh "$bare" "$cache" "$@" </dev/null
 }
 
-echo "Making a bare Debian ($suite, one minute)"
-chmod 755 "$bare" # its root folder: others than root have to enter it
-quietly debootstrap --variant=minbase --cache-dir="$cache" "$suite" "$bare" "$(mirror)"
+make_bare_system "$suite" "$bare"
 quietly git clone --no-hardlinks "$tree" "$bare/root/pngslab"
 
 mapfile -t commands < <(sed -nE '/^scripts\/(convert|test)\.sh/ { s/ *#.*//; p }' "$tree/README.md")

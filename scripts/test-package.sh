@@ -4,19 +4,19 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
+require_root
 
 "$tree/scripts/package.sh"
 install_missing debootstrap
 bare=$(mktemp -d)
-trap 'as_root rm -rf "$bare"' EXIT
+trap 'as_root rm -rf --one-file-system "$bare"' EXIT
 
 inside() {
     as_root chroot "$bare" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin \
         DEBIAN_FRONTEND=noninteractive "$@"
 }
 
-echo "Making a bare Debian"
-quietly as_root debootstrap --variant=minbase bookworm "$bare"
+make_bare_system bookworm "$bare"
 as_root cp "$tree"/build/package/*.deb "$tree"/samples/{quill,seal}.png "$bare/root"
 
 echo "The converter needs no other package"

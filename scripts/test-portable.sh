@@ -16,12 +16,13 @@ declare -A variants=(
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++"
 )
 
-install_missing g++ clang cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing g++ clang libclang-rt-dev cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
 
 [ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64 clang-aarch64
 for variant in "$@"; do
     [ -n "${variants[$variant]:-}" ] || fail "unknown variant '$variant'; known are: ${!variants[*]}"
     if [[ $variant == *aarch64 ]]; then
+        require_root
         if ! dpkg --print-foreign-architectures | grep -qx arm64; then
             as_root dpkg --add-architecture arm64
         fi

@@ -21,7 +21,6 @@ else
 fi
 
 for preset in release asan; do
-    echo "Building $preset (some minutes)"
     configure "$preset" -DPNGSLAB_TESTS=ON -DPNGSLAB_TOOL=ON -DPNGSLAB_WARNINGS_AS_ERRORS=ON
     build "$preset"
     echo "Testing $preset (one or two minutes)"

@@ -28,10 +28,11 @@ struct Span {
     const uint8_t* coverage;
     uint32_t count;
 
+    // Past the last pixel the destination stays: beyond it may lie the end of the array.
     void advance(uint32_t pixels) {
-        destination += uint64_t{distance} * pixels;
-        coverage += pixels;
         count -= pixels;
+        coverage += pixels;
+        destination += count > 0 ? uint64_t{distance} * pixels : 0;
     }
 };
 

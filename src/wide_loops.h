@@ -14,7 +14,7 @@
 using WideLine = uint32_t (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                               const ds_detail::SourceRule& rule);
 
-/// From this many pixels on, a wide loop that blends leaves none to the plain one.
+/// From this many pixels on, a SIMD loop that blends leaves none to the scalar one.
 inline constexpr uint32_t kMinBlended = 3;
 
 /// The wide loop for a pair of modes on this machine, or null if there is none.

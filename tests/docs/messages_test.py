@@ -76,6 +76,7 @@ class Messages(unittest.TestCase):
 
     def test_of_unknown_sub_commands_are_explained(self):
         for word, message in (("word", "error: unknown sub-command 'word'"),
+                              ("--word", "error: unknown option '--word'"),
                               ("chek", "error: unknown sub-command 'chek'; did you mean 'check'?")):
             said = subprocess.run([os.environ["PNGSLAB_SLABTOOL"], word], stderr=subprocess.PIPE, text=True)
             self.assertEqual(message, said.stderr.splitlines()[0])

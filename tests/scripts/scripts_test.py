@@ -104,7 +104,38 @@ class Scripts(unittest.TestCase):
                          "    After this operation, 5 MB are used.\n", result.stdout)
         self.assertIn("apt-get install --no-install-recommends -y frobnicate", self.called())
 
+    def test_no_script_names_a_package_registry(self):
+        for script in [*(TREE / "scripts").iterdir(), TREE / ".ci/run"]:
+            if script.is_file():
+                with self.subTest(script=script.name):
+                    self.assertNotRegex(script.read_text(), r"https?://|\w+\.(org|com|net)\b")
+
+    def test_source_packages_come_from_the_machines_own_mirrors(self):
+        parts = self.folder / "parts"
+        parts.mkdir()
+        (self.folder / "list").write_text("# deb none\ndeb [signed-by=/k.gpg] http://m/debian stable main\n"
+                                          "deb cdrom:[x]/ stable main\ndeb-src http://m/debian stable main\n")
+        (parts / "a.sources").write_text("Types: deb\nURIs: http://m/debian\nSuites: stable\nSigned-By: /k.gpg\n")
+        (self.folder / "apt.conf").write_text(f'Dir::Etc::sourcelist "{self.folder}/list";\n'
+                                              f'Dir::Etc::sourceparts "{parts}";\n')
+        result = self.common("write_source_entries out", APT_CONFIG=str(self.folder / "apt.conf"))
+        self.assertEqual(0, result.returncode, result.stderr)
+        self.assertEqual("deb-src [signed-by=/k.gpg] http://m/debian stable main\n"
+                         "deb-src http://m/debian stable main\n",
+                         (self.folder / "out/one-line-list").read_text())
+        self.assertEqual("Types: deb-src\nURIs: http://m/debian\nSuites: stable\nSigned-By: /k.gpg\n",
+                         (self.folder / "out/a.sources").read_text())
+
+    def test_another_parallel_is_no_gnu_parallel(self):
+        self.fake("parallel", "echo parallel of other tools")
+        self.leave_out("dpkg")
+        self.assertEqual(1, self.common("is_there parallel").returncode)
+        self.fake("parallel", "echo GNU parallel 20221122")
+        self.assertEqual(0, self.common("is_there parallel").returncode)
+
     def test_an_older_cmake_is_named_in_one_sentence(self):
+        self.fake("apt-get", "exit 1")
+        self.fake("make", "")
         self.fake("cmake", "echo cmake version 3.18.4")
         result = self.run_script(TREE / "scripts/convert.sh", "a.png", "a.surface")
         self.assertEqual(1, result.returncode)
@@ -114,11 +145,25 @@ class Scripts(unittest.TestCase):
         for version, words, name in (("11", "c++ (Debian 11.3.0)", "g++ 11"),
                                      ("12.0.1", "Debian clang version 12.0.1", "clang 12.0.1")):
             with self.subTest(name=name):
+                self.fake("apt-get", "exit 1")
+                self.fake("make", "")
                 self.fake("old", f'[ "$1" = -dumpversion ] && echo {version} || echo "{words}"')
                 result = self.run_script(TREE / "scripts/convert.sh", "a.png", "a.surface", CXX="old")
                 self.assertEqual(1, result.returncode)
                 self.assertEqual(f"convert.sh: pngslab needs g++ 12 or clang 13, or newer; this is {name}. "
                                  "CXX=... chooses another one.\n", result.stderr)
+
+    def test_the_compiler_may_have_options(self):
+        result = self.common("check_compiler && is_there g++ && is_there libgtest-dev", CXX="g++ -m64")
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+
+    def test_documents_name_the_same_minima(self):
+        readme = " ".join((TREE / "README.md").read_text().split())
+        self.assertIn("The oldest that work are g++ 12, clang 13 and CMake 3.21.", readme)
+        self.assertIn("cmake_minimum_required(VERSION 3.21)", (TREE / "CMakeLists.txt").read_text())
+        sentence = "pngslab needs g++ 12 or clang 13, or newer; this is "
+        for file in ("CMakeLists.txt", "scripts/common.sh", "docs/troubleshooting.md"):
+            self.assertIn(sentence, (TREE / file).read_text(), file)
 
     def test_cmake_names_an_older_compiler_too(self):
         self.fake("old", 'exec g++ -U__GNUC__ -D__GNUC__=11 "$@"')

@@ -91,7 +91,7 @@ TEST_F(Info, NamesPngImagesAsSuch) {
     const byte_vector image = png().rgb(5, 3).bytes();
     write("a.png", image);
     const std::string problem =
-        "this is a PNG image, not a surface file: slabtool check tells whether pngslab takes it";
+        "this is a PNG image, not a surface file: slabtool check tells whether pngslab accepts it";
     expectTool(1, "a.png: not consistent\n  problem: " + problem + "\n", "", {"info", "a.png"});
     expectTool(1, "", "slabtool: a.png: " + problem + "\n", {"view", "a.png", "b.png"});
     expectTool(1,

@@ -60,6 +60,8 @@ TEST_F(Usage, NamesAnUnknownSubCommandAndTheOneThatIsClose) {
     expectAnswer("frobnicate", "");
     expectAnswer("[check]", "; did you mean 'check'?");
     expectAnswer("", "");
+    expectTool(2, "", "error: unknown option '--chek'\nRun with --help for more information.\n",
+               {"--chek"});
     expectTool(2, "", "error: unknown sub-command 'a?b'\nRun with --help for more information.\n",
                {"a\nb"});
 }

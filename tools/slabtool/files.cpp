@@ -80,6 +80,13 @@ std::FILE* openToWrite(const std::string& path) {
     return file;
 }
 
+void rejectTerminal(std::FILE* file) {
+    if (isatty(fileno(file)) != 0) {
+        throw Refusal(
+            "standard output is a terminal, which shows no PNG: name a file, or redirect it");
+    }
+}
+
 // `finish` is what tells whether all bytes have left the stream: fflush, or fclose, to which some file
 // systems keep their refusals.
 void writeAll(std::FILE* file, ByteView bytes, int (*finish)(std::FILE*)) {
@@ -153,10 +160,7 @@ FileHead readHead(const std::string& path, size_t count) {
 
 void writeFile(const std::string& path, ByteView bytes) {
     if (path == kStandardStream) {
-        if (isatty(STDOUT_FILENO) != 0) {
-            throw Refusal("standard output is a terminal, which shows no PNG: name a file, or "
-                          "redirect it");
-        }
+        rejectTerminal(stdout);
         writeAll(stdout, bytes, std::fflush);
         return;
     }
@@ -169,7 +173,9 @@ void writeFile(const std::string& path, ByteView bytes) {
         const std::filesystem::path target = std::filesystem::canonical(path, unknown);
         replaceFile(target.empty() ? std::filesystem::path(path) : target, old, bytes);
     } else {
-        writeAll(openToWrite(path), bytes, std::fclose); // devices and pipes stay too
+        File device(openToWrite(path)); // devices and pipes stay too
+        rejectTerminal(device.get());
+        writeAll(device.release(), bytes, std::fclose);
     }
 }
 

@@ -96,8 +96,8 @@ void declareCompare(CLI::App& app, CompareRequest& request, int& status) {
 
 // The number of letters to insert, remove or exchange that turn one word into the other.
 size_t editDistance(const std::string& from, const std::string& to) {
-    std::vector<size_t> row(to.size() +
-                            1); // distances of the letters so far to each beginning of `to`
+    // The distances of the letters so far to each beginning of `to`.
+    std::vector<size_t> row(to.size() + 1);
     for (size_t j = 0; j <= to.size(); ++j) {
         row[j] = j;
     }
@@ -116,32 +116,36 @@ size_t editDistance(const std::string& from, const std::string& to) {
 // letters, or nothing.
 std::string closestCommand(const CLI::App& app, const std::string& word) {
     std::string closest;
-    size_t least = SIZE_MAX;
+    size_t minDistance = SIZE_MAX;
     for (const CLI::App* const command : app.get_subcommands({})) {
         const std::string& name = command->get_name();
         const size_t distance = editDistance(word, name);
-        if (distance < least && 2 * distance <= name.size()) {
-            least = distance;
+        if (distance < minDistance && 2 * distance <= name.size()) {
+            minDistance = distance;
             closest = name;
         }
     }
     return closest;
 }
 
-// Whether the first word should name a sub-command and names none.
+bool isHelp(const std::string& word) {
+    return word == "-h" || word == "--help";
+}
+
+// Whether the first word, which is not the wish for help, names no sub-command.
 bool namesNoCommand(const CLI::App& app, const std::string& word) {
     const auto commands = app.get_subcommands({});
-    return !word.starts_with('-') &&
+    return !isHelp(word) &&
            std::none_of(commands.begin(), commands.end(),
                         [&](const CLI::App* command) { return command->get_name() == word; });
 }
 
 void reportUnknownCommand(const CLI::App& app, const std::string& word) {
-    const std::string closest = closestCommand(app, word);
+    const bool isOption = word.starts_with('-');
+    const std::string closest = isOption ? "" : closestCommand(app, word);
     const std::string question = closest.empty() ? "" : "; did you mean '" + closest + "'?";
-    std::fprintf(stderr,
-                 "error: unknown sub-command '%s'%s\nRun with --help for more information.\n",
-                 printable(word).c_str(), question.c_str());
+    std::fprintf(stderr, "error: unknown %s '%s'%s\nRun with --help for more information.\n",
+                 isOption ? "option" : "sub-command", printable(word).c_str(), question.c_str());
 }
 
 // Runs the sub-command that the words name.

@@ -23,7 +23,7 @@ public:
     std::FILE* stream() const { return mStream; }
     const std::string& path() const { return mPath; }
 
-    /// Moves the file to its place. @return false, with errno set, if the system refuses
+    /// Moves the file to its place. @return false, with errno set, if that fails
     bool moveTo(const std::filesystem::path& place);
 
 private:

@@ -51,8 +51,9 @@ bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
 
 // The decoder counts the bytes of the filtered rows in 32 bits. Where they take more, it makes do with as
 // many as that count says, which are enough if rows with an unknown filter type, of one byte each, make
-// up for the difference. A page of the surface that such rows leave in use takes at least 128 bytes of
-// them (a row as long as 64 rows share a page), so no more than 32 times their size is used.
+// up for the difference. Each converted row takes its own bytes of them and touches its pages of the surface:
+// one page of 4 KiB for at least 128 bytes, because rows are shorter than that only where more of them share a
+// page. So the pages in use take no more than 32 times the counted bytes, 512 MiB.
 PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                         uint64_t surfaceBytes) {
     const uint32_t counted = (info.width * channelsOf(info.colorType) + 1) * info.height;

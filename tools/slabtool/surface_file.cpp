@@ -85,7 +85,7 @@ SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize) {
     SurfaceFacts facts = {fileSize, {}, {}, {}};
     if (isPng(head)) {
         facts.faults.push_back("this is a PNG image, not a surface file: slabtool check tells "
-                               "whether pngslab takes it");
+                               "whether pngslab accepts it");
         return facts;
     }
     if (head.size() < kSurfaceHeaderBytes) {
