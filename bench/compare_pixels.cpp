@@ -3,7 +3,7 @@
 // is better for us). Prints one table. Arguments, both optional: words that rows must contain, and
 // the fast paths to leave out, as a number.
 #include "src/ds_surface.h"
-#include "src/fast_paths.h"
+#include "src/internal/backend.h"
 #include "src/pixel_kernels.h"
 #include "src/span_fill.h"
 
@@ -473,7 +473,10 @@ void compareTurns(const Size& size, Mode mode) {
 
 int main(int argumentCount, char** arguments) {
     gFilter = argumentCount > 1 ? arguments[1] : "";
-    leaveOutFastPaths(argumentCount > 2 ? static_cast<uint32_t>(std::atoi(arguments[2])) : 0);
+    if (argumentCount > 2 && !ds_detail::selectBackend(arguments[2])) {
+        std::fprintf(stderr, "no backend '%s' here\n", arguments[2]);
+        return 2;
+    }
     std::printf("| operation | ns a pixel | peer: ratio of medians (of minima), bigger is better "
                 "for us |\n| --- | --- | --- |\n");
     for (const Size& size : kSizes) {

@@ -4,7 +4,7 @@
 #include "fuzz/fuzz_input.h"
 #include "src/ds_ellipse.h"
 #include "src/ds_surface.h"
-#include "src/fast_paths.h"
+#include "src/internal/backend.h"
 #include "src/pixel_kernels.h"
 #include "src/span_fill.h"
 
@@ -176,8 +176,7 @@ std::vector<uint8_t> turned(const DsSurface& target) {
     return {copy.getPixels(), copy.getPixels() + copy.getDataSize()};
 }
 
-std::vector<uint8_t> draw(FuzzInput input, uint32_t leftOut) {
-    leaveOutFastPaths(leftOut);
+std::vector<uint8_t> draw(FuzzInput input) {
     std::vector<uint8_t> targetFile = takeSurfaceFile(input);
     std::vector<uint8_t> sourceFile = takeSurfaceFile(input);
     DsSurface target(targetFile.data());
@@ -200,10 +199,12 @@ std::vector<uint8_t> draw(FuzzInput input, uint32_t leftOut) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const FuzzInput input(bytes, size);
-    const auto narrow = static_cast<uint32_t>(DsFastPath::Wide128);
-    const auto wide = static_cast<uint32_t>(DsFastPath::Wide256);
-    const std::vector<uint8_t> plain = draw(input, narrow | wide);
-    require(draw(input, wide) == plain);
-    require(draw(input, 0) == plain);
+    ds_detail::selectBackend("scalar");
+    const std::vector<uint8_t> expected = draw(input);
+    for (const ds_detail::Backend& backend : ds_detail::backends()) {
+        if (ds_detail::selectBackend(backend.name)) {
+            require(draw(input) == expected);
+        }
+    }
     return 0;
 }

@@ -1,7 +1,7 @@
 // A machine answers one way, whatever the tests do.
 #include "png/png_fast_paths.h"
 
-#include "src/processor.h"
+#include "src/simd/cpu.h"
 
 namespace {
 

@@ -2,8 +2,7 @@
 // A8 mask, with the colour's alpha multiplied in.
 #include "src/span_fill.h"
 
-#include "src/internal/pixel_loops.h"
-#include "src/wide_loops.h"
+#include "src/internal/pixel_backend.h"
 
 #include <algorithm>
 #include <cstring>
@@ -16,9 +15,8 @@ using namespace ds_detail;
 
 namespace {
 
-// Pixels apart from each other that it takes at a time.
+// Pixels apart from each other that are gathered at a time.
 constexpr uint32_t kGathered = 16;
-constexpr uint32_t kMaxPixelSize = 4;
 constexpr uint32_t kAlphaTimesColorAlpha = 2; // the alpha mode of a span
 
 // One call's work: pixels `distance` bytes apart, and a coverage byte for each.
@@ -37,27 +35,17 @@ struct Span {
 };
 
 template <DsColorMode mode>
-void blendAdjacent(const Span& span, const SourceRule& rule) {
-    blendLine<mode, DsColorMode::A8>(span.destination, span.coverage, span.count, rule);
-}
-
-template <DsColorMode mode>
-void blendApart(const Span& span, const SourceRule& rule) {
+void blendPixelByPixel(const Span& span, const SourceRule& rule) {
     for (uint32_t i = 0; i < span.count; ++i) {
         blendPixel<mode, DsColorMode::A8>(span.destination + uint64_t{span.distance} * i,
                                           span.coverage + i, rule);
     }
 }
 
-// The plain loops of each mode; null for the modes without pixels.
-struct SpanLoops {
-    void (*adjacent)(const Span& span, const SourceRule& rule);
-    void (*apart)(const Span& span, const SourceRule& rule);
-};
-
-constexpr auto kSpanLoops = makePixelModeTable<SpanLoops>([]<DsColorMode mode>() -> SpanLoops {
-    return {blendAdjacent<mode>, blendApart<mode>};
-});
+// The scalar loop of each mode, which reads a coverage byte when its pixel's turn comes.
+using SpanLoop = void (*)(const Span& span, const SourceRule& rule);
+constexpr auto kSpanLoops = makePixelModeTable<SpanLoop>(
+    []<DsColorMode mode>() -> SpanLoop { return blendPixelByPixel<mode>; });
 
 // Whether the coverage lies apart from every byte that the span touches, so that it may be read
 // ahead of the pixels.
@@ -68,35 +56,28 @@ bool coverageIsApart(const Span& span, uint32_t pixelSize) {
     return coverage + span.count <= firstPixel || pixelEnd <= coverage;
 }
 
-// The wide loop for this span, or null: pixels must not overlap each other or the coverage.
-WideLine wideLineFor(const Span& span) {
-    const uint32_t pixelSize = bytesPerPixel(gBlendColorMode);
-    if (span.count < kMinBlended || span.distance < pixelSize ||
-        !coverageIsApart(span, pixelSize)) {
-        return nullptr;
-    }
-    return wideBlendLine(gBlendColorMode, DsColorMode::A8);
+// Whether the span's pixels overlap neither each other nor the coverage, so that several may be in work at once.
+bool mayBeGathered(const Span& span, uint32_t pixelSize) {
+    return span.distance >= pixelSize && coverageIsApart(span, pixelSize);
 }
 
-// Blends some pixels at the span's start by way of a buffer in which they are adjacent, and returns
-// how many.
+// Blends some pixels at the span's start by way of a buffer in which they are adjacent.
 template <uint32_t pixelSize>
-uint32_t blendGathered(const Span& span, const SourceRule& rule, WideLine wideLine) {
-    uint8_t pixels[kGathered * kMaxPixelSize];
-    const uint32_t count = std::min(span.count, kGathered);
+void blendGathered(const Span& span, uint32_t count, const SourceRule& rule, PixelRow row) {
+    uint8_t pixels[kGathered * kMaxPixelBytes];
     for (uint32_t i = 0; i < count; ++i) {
         std::memcpy(pixels + uint64_t{i} * pixelSize,
                     span.destination + uint64_t{i} * span.distance, pixelSize);
     }
-    const uint32_t done = wideLine(pixels, span.coverage, count, rule);
-    for (uint32_t i = 0; i < done; ++i) {
+    row(pixels, span.coverage, count, rule);
+    for (uint32_t i = 0; i < count; ++i) {
         std::memcpy(span.destination + uint64_t{i} * span.distance,
                     pixels + uint64_t{i} * pixelSize, pixelSize);
     }
-    return done;
 }
 
-using GatheringLoop = uint32_t (*)(const Span& span, const SourceRule& rule, WideLine wideLine);
+using GatheringLoop = void (*)(const Span& span, uint32_t count, const SourceRule& rule,
+                               PixelRow row);
 
 GatheringLoop gatheringLoop(uint32_t pixelSize) {
     switch (pixelSize) {
@@ -109,24 +90,27 @@ GatheringLoop gatheringLoop(uint32_t pixelSize) {
     }
 }
 
-// Both span routines: the wide path as far as it goes, the plain loop for the rest.
+// Both span routines.
 void blendPixelsOf(Span span) {
-    const auto mode = static_cast<uint32_t>(gBlendColorMode);
-    if (mode >= kColorModeCount || kSpanLoops[mode].apart == nullptr || span.count == 0) {
+    const PixelRow row = activeBlendRow(gBlendColorMode, DsColorMode::A8);
+    if (row == nullptr || span.count == 0) {
         return;
     }
     const SourceRule rule = sourceRule(kAlphaTimesColorAlpha, gBlendColor);
-    const bool isAdjacent = span.distance == kPixelBytes[mode];
-    if (const WideLine wideLine = wideLineFor(span)) {
-        const GatheringLoop blendSome = gatheringLoop(bytesPerPixel(gBlendColorMode));
-        if (isAdjacent) {
-            span.advance(wideLine(span.destination, span.coverage, span.count, rule));
-        }
-        while (span.count >= kMinBlended) {
-            span.advance(blendSome(span, rule, wideLine));
+    const uint32_t pixelSize = bytesPerPixel(gBlendColorMode);
+    if (isScalarBlendRow(row, gBlendColorMode, DsColorMode::A8) ||
+        !mayBeGathered(span, pixelSize)) {
+        kSpanLoops[static_cast<uint32_t>(gBlendColorMode)](span, rule);
+    } else if (span.distance == pixelSize) {
+        row(span.destination, span.coverage, span.count, rule);
+    } else {
+        const GatheringLoop blendSome = gatheringLoop(pixelSize);
+        while (span.count > 0) {
+            const uint32_t count = std::min(span.count, kGathered);
+            blendSome(span, count, rule, row);
+            span.advance(count);
         }
     }
-    (isAdjacent ? kSpanLoops[mode].adjacent : kSpanLoops[mode].apart)(span, rule);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Making and checking kernel calls.
 #include "tests/src/copy_case.h"
 
-#include "tests/src/fast_path_choices.h"
+#include "tests/src/each_backend.h"
 #include "tests/src/same_bytes.h"
 
 #include <sstream>
@@ -83,7 +83,7 @@ void expectCopy(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect
                 const PixelRect& source, uint32_t width, uint32_t height) {
     const byte_vector expected = plainResult(kernel, copy, target, source, width, height);
     const byte_vector tightSource = source.block; // without spare capacity
-    forEachChoiceOfPaths([&] {
+    forEachBackend([&] {
         byte_vector block = target.block;
         kernel.run(block.data() + target.start, target.pitch, copy.target,
                    tightSource.data() + source.start, source.pitch, copy.source, width, height,
@@ -120,7 +120,7 @@ void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed) {
                 const PlainCopy copy = {mode, mode, alphaMode, random()};
                 const PixelRect rect = randomRect(random, mode, width, 2, Surroundings::Guarded);
                 const byte_vector expected = plainResult(kernel, copy, rect, rect, width, 2);
-                forEachChoiceOfPaths([&] {
+                forEachBackend([&] {
                     byte_vector block = rect.block;
                     uint8_t* pixels = block.data() + rect.start;
                     kernel.run(pixels, rect.pitch, mode, pixels, rect.pitch, mode, width, 2,

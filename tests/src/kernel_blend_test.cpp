@@ -1,7 +1,7 @@
 // The blending kernel against the plain rules: every pair of modes, every triple of bytes that the
 // colour formula can meet on opaque pixels, every pair of alphas.
 #include "tests/src/copy_case.h"
-#include "tests/src/fast_path_choices.h"
+#include "tests/src/each_backend.h"
 #include "tests/src/same_bytes.h"
 #include "tests/support/sanitized.h"
 
@@ -52,7 +52,7 @@ void expectAllTriples(Mode target) {
             const uint32_t level = formula(i % 256, i / 256, s);
             return plainEncode(target, {255, level, level, level});
         });
-        forEachChoiceOfPaths([&] {
+        forEachBackend([&] {
             byte_vector pixels = columns;
             blendPixels(pixels.data(), 256, target, lines.data(), 256, Mode::ARGB8888, 256, 256, 0,
                         0);

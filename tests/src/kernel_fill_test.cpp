@@ -1,7 +1,7 @@
 // The fill kernel and the byte fill: every pixel size at every width, with bytes all around that
 // must stay.
 #include "src/pixel_kernels.h"
-#include "tests/src/fast_path_choices.h"
+#include "tests/src/each_backend.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/same_bytes.h"
 
@@ -34,7 +34,7 @@ void expectFill(const Fill& fill) {
                        fill.value);
         }
     }
-    forEachChoiceOfPaths([&] {
+    forEachBackend([&] {
         byte_vector block = before;
         fillPixels(block.data() + fill.start, fill.pitch, fill.width, fill.height, fill.mode,
                    fill.value);

@@ -2,7 +2,7 @@
 // their order, with each choice of fast paths, and with coverage that lies in the painted bytes.
 #include "src/span_fill.h"
 #include "tests/src/copy_case.h"
-#include "tests/src/fast_path_choices.h"
+#include "tests/src/each_backend.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/same_bytes.h"
 
@@ -67,7 +67,7 @@ void paintPlainly(const SpanCase& span, byte_vector& block) {
 void expectPlainPainting(const SpanCase& span) {
     byte_vector expected = span.block;
     paintPlainly(span, expected);
-    forEachChoiceOfPaths([&] {
+    forEachBackend([&] {
         byte_vector block = span.block;
         paint(span, block);
         EXPECT_TRUE(sameBytes(expected, block))
@@ -249,7 +249,7 @@ TEST(BlendSpan, TouchesNothingBehindItsPixelsAndItsCoverage) {
             byte_vector adjacent((count * size), 1);
             byte_vector apart(((count - 1) * 3 + 1) * size, 1);
             const byte_vector coverage(count, 255);
-            forEachChoiceOfPaths([&] {
+            forEachBackend([&] {
                 blendSpan(adjacent.data(), coverage.data(), count);
                 blendSpanStrided(apart.data(), 3, coverage.data(), count);
             });

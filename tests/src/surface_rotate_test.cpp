@@ -1,7 +1,7 @@
 // Turning the stored pixels, against a plain pixel-by-pixel model, and everything that must stay as
 // it was when nothing is turned.
 #include "src/ds_surface.h"
-#include "tests/src/fast_path_choices.h"
+#include "tests/src/each_backend.h"
 #include "tests/src/surface_makers.h"
 
 #include <gtest/gtest.h>
@@ -48,7 +48,7 @@ struct State {
 
 // Turns a surface full of noise, and compares every new line with the old column that it comes
 // from, the rightmost first.
-void expectTurnedAsPathsStand(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
+void expectTurnedByActiveBackend(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
     TrackedBlocks blocks;
     DsSurface surface = makeSurface(width, height, mode, alignment, 0, 5);
     const byte_vector before = fillWithNoise(surface, 7);
@@ -74,7 +74,7 @@ void expectTurnedAsPathsStand(Mode mode, int32_t width, int32_t height, uint32_t
 void expectTurned(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
     SCOPED_TRACE(testing::Message() << "mode " << static_cast<uint32_t>(mode) << ", " << width
                                     << " by " << height << ", alignment " << alignment);
-    forEachChoiceOfPaths([&] { expectTurnedAsPathsStand(mode, width, height, alignment); });
+    forEachBackend([&] { expectTurnedByActiveBackend(mode, width, height, alignment); });
 }
 
 TEST(Rotate, TurnsTheSmallExampleCounterClockwise) {

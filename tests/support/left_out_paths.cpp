@@ -2,7 +2,6 @@
 // meets each of them and the plain code beside it.
 #include "inflate/src/inflate_fast.h"
 #include "png/png_fast_paths.h"
-#include "src/fast_paths.h"
 
 #include <cstdlib>
 
@@ -14,7 +13,6 @@ uint32_t left_out_of(const char* module) {
 }
 
 const bool kLeftOut = [] {
-    leaveOutFastPaths(left_out_of("PNGSLAB_LEAVE_OUT_DRAWING"));
     inflate_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_INFLATE") != 0);
     png_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_PNG"));
     return true;

@@ -1,0 +1,32 @@
+// The scalar backend: the definition that the others are held against.
+#include "src/internal/pixel_backend.h"
+
+#include <cstring>
+
+namespace ds_detail {
+
+namespace {
+
+constexpr auto kConvertRows =
+    makeModePairTable<PixelRow>([]<DsColorMode target, DsColorMode source>() -> PixelRow {
+        return convertLine<target, source>;
+    });
+
+constexpr auto kBlendRows = makeModePairTable<PixelRow>(
+    []<DsColorMode target, DsColorMode source>() -> PixelRow { return blendLine<target, source>; });
+
+// By twelve bytes, the least number that holds whole pixels of one to four bytes.
+void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
+    constexpr uint64_t kStep = 12;
+    uint64_t done = 0;
+    for (; done + kStep <= byteCount; done += kStep) {
+        std::memcpy(row + done, pattern, kStep);
+    }
+    std::memcpy(row + done, pattern, byteCount - done);
+}
+
+} // namespace
+
+constinit const PixelRows kScalarPixelRows = {kConvertRows, kBlendRows, fillRow};
+
+} // namespace ds_detail

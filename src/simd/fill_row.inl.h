@@ -1,0 +1,42 @@
+// Filling a row with a pattern by whole registers.
+//
+// Included inside a namespace after src/simd/vec_<isa>.h; the includer has src/internal/pixel_backend.h.
+
+// A run of three registers: the same bytes again, whatever the pixel's size.
+struct FillRun {
+    static constexpr uint32_t kSize = 3 * sizeof(U8);
+    static_assert(kSize % 3 == 0 && kSize % 4 == 0 && kSize + sizeof(U8) <= kFillPattern);
+
+    U8 first, second, third;
+
+    explicit FillRun(const uint8_t* pattern) {
+        std::memcpy(&first, pattern, sizeof first);
+        std::memcpy(&second, pattern + sizeof(U8), sizeof second);
+        std::memcpy(&third, pattern + 2 * sizeof(U8), sizeof third);
+    }
+
+    void store(uint8_t* to) const {
+        std::memcpy(to, &first, sizeof first);
+        std::memcpy(to + sizeof(U8), &second, sizeof second);
+        std::memcpy(to + 2 * sizeof(U8), &third, sizeof third);
+    }
+};
+
+// The first and the last run are stored where they fall, those between on whole registers: stores across cache
+// lines cost twice (with 32-byte registers, 1.6 times as fast as unaligned 16 bytes). A row is a whole number of
+// pixels, and so is a run, so the last one starts with a pixel like the first.
+[[gnu::flatten]] void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
+    if (byteCount < FillRun::kSize) {
+        std::memcpy(row, pattern, byteCount);
+        return;
+    }
+    const FillRun whole(pattern);
+    whole.store(row);
+    uint8_t* const last = row + (byteCount - FillRun::kSize);
+    const uint64_t skipped = -reinterpret_cast<uintptr_t>(row) % sizeof(U8);
+    const FillRun turned(pattern + skipped);
+    for (uint64_t at = skipped; at + FillRun::kSize <= byteCount; at += FillRun::kSize) {
+        turned.store(row + at);
+    }
+    whole.store(last);
+}

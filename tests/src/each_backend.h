@@ -1,0 +1,39 @@
+// Runs a check with each backend, so that every one meets the same inputs.
+#pragma once
+
+#include "src/internal/backend.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+/// A backend is the active one while this lives.
+class WithBackend {
+public:
+    explicit WithBackend(const char* name)
+        : mBefore(ds_detail::backends()[ds_detail::activeBackend()].name)
+        , mIsSupported(ds_detail::selectBackend(name)) {}
+    ~WithBackend() { ds_detail::selectBackend(mBefore); }
+    WithBackend(const WithBackend&) = delete;
+    WithBackend& operator=(const WithBackend&) = delete;
+
+    bool isSupported() const { return mIsSupported; }
+
+private:
+    std::string mBefore;
+    bool mIsSupported;
+};
+
+/// Calls `check` with every backend that this machine supports; once something has failed, no more.
+template <typename Check>
+void forEachBackend(Check check) {
+    for (const ds_detail::Backend& backend : ds_detail::backends()) {
+        const WithBackend with(backend.name);
+        if (with.isSupported() && !testing::Test::HasFailure()) {
+            check();
+            if (testing::Test::HasFailure()) {
+                ADD_FAILURE() << "backend " << backend.name;
+            }
+        }
+    }
+}

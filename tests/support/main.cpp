@@ -1,0 +1,36 @@
+// The main program of the tests: GoogleTest's, and an option that runs them on one backend.
+//
+//     --backend=NAME    scalar, sse2, avx2 or neon; without it the best that the machine supports
+#include "src/internal/backend.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <string_view>
+
+int main(int argc, char** argv) {
+    constexpr int kWrongUse = 2;
+    constexpr int kSkipped = 77; // as ctest knows it
+    constexpr std::string_view kBackends[] = {"scalar", "sse2", "avx2", "neon"};
+    testing::InitGoogleTest(&argc, argv);
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        constexpr std::string_view kOption = "--backend=";
+        if (!word.starts_with(kOption)) {
+            std::fprintf(stderr, "unknown option '%s'\n", argv[i]);
+            return kWrongUse;
+        }
+        const std::string_view name = word.substr(kOption.size());
+        if (std::find(std::begin(kBackends), std::end(kBackends), name) == std::end(kBackends)) {
+            std::fprintf(stderr, "unknown backend '%s'\n", argv[i] + kOption.size());
+            return kWrongUse;
+        }
+        if (!ds_detail::selectBackend(name)) {
+            std::printf("Skipped: no backend '%s' here\n", argv[i] + kOption.size());
+            return kSkipped;
+        }
+    }
+    return RUN_ALL_TESTS();
+}
