@@ -2,23 +2,24 @@
 // so that it runs again from its start: that is what makes the decoder resumable at any byte.
 #include "inflate/src/deflate_tables.h"
 #include "inflate/src/inflate_fast.h"
+#include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/streams.h"
 
 #include <algorithm>
 
 namespace {
 
-// What a step returns when the machine is to go on with the state that the step has set.
-constexpr int32_t kGoOn = -1;
+using inflate_detail::fault_t;
+using inflate_detail::kFixedDistSymbols;
+using inflate_detail::kFixedLitlenSymbols;
+using inflate_detail::kGoOn;
+using inflate_detail::reject;
 
 constexpr uint32_t kCodeLengthCodes = 19;
 constexpr uint16_t kCodeLengthOrder[kCodeLengthCodes] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
                                                          11, 4,  12, 3, 13, 2, 14, 1, 15};
 
 // ---- The fixed codes of block type 1
-
-constexpr uint32_t kFixedLitlenSymbols = 288;
-constexpr uint32_t kFixedDistSymbols = 32;
 
 uint16_t gFixedLitlenCounts[kMaxCodeLength + 1];
 uint16_t gFixedLitlenSymbols[kFixedLitlenSymbols];
@@ -89,7 +90,7 @@ int32_t read_block_header(inflate_t* inflate, bitstream_t* stream) {
         inflate->state = kDynamicHeader;
         return kGoOn;
     default:
-        return kInflateInvalid;
+        return reject(fault_t::block_type);
     }
 }
 
@@ -109,7 +110,7 @@ int32_t check_stored_complement(inflate_t* inflate, bitstream_t* stream) {
         return kInflateNeedsInput;
     }
     if ((inflate->length ^ complement) != 0xFFFF) {
-        return kInflateInvalid;
+        return reject(fault_t::stored_complement);
     }
     inflate->state = kStoredCopy;
     return kGoOn;
@@ -149,7 +150,7 @@ int32_t read_dynamic_header(inflate_t* inflate, bitstream_t* stream) {
     const uint32_t litlenField = header & 31;
     const uint32_t distField = (header >> 5) & 31;
     if (litlenField + 257 > kMaxLitlenSymbols || distField + 1 > kMaxDistSymbols) {
-        return kInflateInvalid;
+        return reject(fault_t::code_counts);
     }
     inflate->length = static_cast<uint16_t>(litlenField + 257);
     inflate->distance = static_cast<uint16_t>(distField + 1);
@@ -173,7 +174,7 @@ int32_t read_code_length_lengths(inflate_t* inflate, bitstream_t* stream) {
     // Kept on purpose: an incomplete code is accepted here, only an over-subscribed one is not.
     if (huffman_build(&inflate->dynLitlen, inflate->lengths, kCodeLengthCodes, kMaxCodeLength) <
         0) {
-        return kInflateInvalid;
+        return reject(fault_t::code_length_code);
     }
     inflate->count = static_cast<uint16_t>(inflate->length + inflate->distance);
     inflate->lengthCursor = inflate->lengths;
@@ -191,7 +192,8 @@ void write_code_lengths(inflate_t* inflate, uint16_t length, uint32_t repeats) {
 int32_t read_code_length_symbol(inflate_t* inflate, bitstream_t* stream) {
     const int32_t symbol = huffman_decode(&inflate->dynLitlen, stream);
     if (symbol < 0) {
-        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;
+        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput
+                                            : reject(fault_t::code_length_symbol);
     }
     inflate->symbol = static_cast<int16_t>(symbol);
     if (symbol < 16) {
@@ -210,11 +212,11 @@ int32_t repeat_code_length(inflate_t* inflate, bitstream_t* stream) {
 
     const int32_t kind = inflate->symbol - 16;
     if (kind < 0 || kind > 2) {
-        return kInflateInvalid;
+        return reject(fault_t::code_length_kind);
     }
     const bool repeatsPrevious = kind == 0;
     if (repeatsPrevious && inflate->lengthCursor == inflate->lengths) {
-        return kInflateInvalid;
+        return reject(fault_t::repeat_of_nothing);
     }
     const uint32_t extra = bitstream_extract(stream, kRepeats[kind].extraBits);
     if (extra == kBitsMissing) {
@@ -222,7 +224,7 @@ int32_t repeat_code_length(inflate_t* inflate, bitstream_t* stream) {
     }
     const uint32_t repeats = kRepeats[kind].base + extra;
     if (repeats > inflate->count) {
-        return kInflateInvalid;
+        return reject(fault_t::repeat_too_long);
     }
     write_code_lengths(inflate, repeatsPrevious ? inflate->lengthCursor[-1] : uint16_t{0}, repeats);
     return kGoOn;
@@ -238,10 +240,14 @@ bool build_block_code(huffman_t* huffman, const uint16_t* lengths, uint32_t n) {
 int32_t build_tables(inflate_t* inflate, bitstream_t* /*stream*/) {
     const uint16_t* const litlenLengths = inflate->lengths;
     const uint16_t* const distLengths = inflate->lengths + inflate->length;
-    if (litlenLengths[kEndOfBlock] == 0 ||
-        !build_block_code(&inflate->dynLitlen, litlenLengths, inflate->length) ||
-        !build_block_code(&inflate->dynDist, distLengths, inflate->distance)) {
-        return kInflateInvalid;
+    if (litlenLengths[kEndOfBlock] == 0) {
+        return reject(fault_t::end_of_block_missing);
+    }
+    if (!build_block_code(&inflate->dynLitlen, litlenLengths, inflate->length)) {
+        return reject(fault_t::litlen_code);
+    }
+    if (!build_block_code(&inflate->dynDist, distLengths, inflate->distance)) {
+        return reject(fault_t::distance_code);
     }
     inflate->state = kLitlenSymbol;
     return kGoOn;
@@ -255,8 +261,12 @@ int32_t read_litlen_symbol(inflate_t* inflate, bitstream_t* stream) {
         return kGoOn;
     }
     const int32_t symbol = huffman_decode(inflate->litlenTable, stream);
+    if (symbol == kHuffmanNeedsInput) {
+        return kInflateNeedsInput;
+    }
     if (symbol < 0) {
-        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;
+        const bool isBuilt = inflate->litlenTable->maxBits != 0;
+        return reject(isBuilt ? fault_t::litlen_symbol : fault_t::fixed_code_block);
     }
     inflate->symbol = static_cast<int16_t>(symbol);
     if (symbol < kEndOfBlock) {
@@ -274,7 +284,7 @@ int32_t read_length_extra(inflate_t* inflate, bitstream_t* stream) {
     const auto index = static_cast<uint32_t>(inflate->symbol);
     if (index >= kLengthCodes) {
         // Symbols 286 and 287 exist in the fixed code only and stand for no length.
-        return kInflateInvalid;
+        return reject(fault_t::length_symbol);
     }
     const uint32_t extra = bitstream_extract(stream, kLengthExtraBits[index]);
     if (extra == kBitsMissing) {
@@ -288,7 +298,7 @@ int32_t read_length_extra(inflate_t* inflate, bitstream_t* stream) {
 int32_t read_distance_symbol(inflate_t* inflate, bitstream_t* stream) {
     const int32_t symbol = huffman_decode(inflate->distTable, stream);
     if (symbol < 0) {
-        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : kInflateInvalid;
+        return symbol == kHuffmanNeedsInput ? kInflateNeedsInput : reject(fault_t::distance_symbol);
     }
     inflate->symbol = static_cast<int16_t>(symbol);
     inflate->state = kDistanceExtra;
@@ -304,7 +314,7 @@ bool reaches_back(const inflate_t* inflate, uint32_t distance) {
 int32_t read_distance_extra(inflate_t* inflate, bitstream_t* stream) {
     const auto index = static_cast<uint32_t>(inflate->symbol);
     if (index >= kMaxDistSymbols) {
-        return kInflateInvalid;
+        return reject(fault_t::distance_without_base);
     }
     const uint32_t extra = bitstream_extract(stream, kDistanceExtraBits[index]);
     if (extra == kBitsMissing) {
@@ -312,7 +322,7 @@ int32_t read_distance_extra(inflate_t* inflate, bitstream_t* stream) {
     }
     inflate->distance = static_cast<uint16_t>(kDistanceBase[index] + extra);
     if (!reaches_back(inflate, inflate->distance)) {
-        return kInflateInvalid;
+        return reject(fault_t::distance_too_far);
     }
     inflate->state = kMatchCopy;
     return kGoOn;
@@ -394,30 +404,51 @@ int32_t reset(inflate_t* inflate) {
     return kInflateDone;
 }
 
+// Runs until a step stops the machine. @return what that step returned
+int32_t run(inflate_t* inflate, bitstream_t* stream) {
+    for (;;) {
+        if (inflate->state >= kStateCount) {
+            return reject(fault_t::state);
+        }
+        const int32_t outcome = kSteps[inflate->state](inflate, stream);
+        if (outcome != kGoOn) {
+            return outcome;
+        }
+    }
+}
+
 } // namespace
 
-void inflate_init_fixed() {
+namespace inflate_detail {
+
+int32_t process(inflate_t* inflate, bitstream_t* stream, fault_t* fault) {
+    const int32_t outcome = run(inflate, stream);
+    *fault = fault_of(outcome);
+    return result_of(outcome);
+}
+
+int32_t step(inflate_t* inflate, bitstream_t* stream) {
+    return inflate->state < kStateCount ? kSteps[inflate->state](inflate, stream)
+                                        : reject(fault_t::state);
+}
+
+void build_fixed_codes(huffman_t* litlen, huffman_t* dist) {
     uint16_t lengths[kFixedLitlenSymbols];
     for (uint32_t symbol = 0; symbol < kFixedLitlenSymbols; ++symbol) {
         lengths[symbol] = symbol < 144 ? 8 : symbol < 256 ? 9 : symbol < 280 ? 7 : 8;
     }
-    huffman_build(&gFixedLitlen, lengths, kFixedLitlenSymbols, kMaxCodeLength);
+    huffman_build(litlen, lengths, kFixedLitlenSymbols, kMaxCodeLength);
     // Two of the 32 five-bit patterns stay without a symbol, and are invalid data.
     std::fill_n(lengths, kMaxDistSymbols, uint16_t{5});
-    huffman_build(&gFixedDist, lengths, kMaxDistSymbols, kMaxCodeLength);
+    huffman_build(dist, lengths, kMaxDistSymbols, kMaxCodeLength);
+}
+
+} // namespace inflate_detail
+
+void inflate_init_fixed() {
+    inflate_detail::build_fixed_codes(&gFixedLitlen, &gFixedDist);
 }
 
 int32_t inflate_process(inflate_t* inflate, bitstream_t* stream) {
-    if (stream == nullptr) {
-        return reset(inflate);
-    }
-    for (;;) {
-        if (inflate->state >= kStateCount) {
-            return kInflateInvalid;
-        }
-        const int32_t result = kSteps[inflate->state](inflate, stream);
-        if (result != kGoOn) {
-            return result;
-        }
-    }
+    return stream == nullptr ? reset(inflate) : inflate_detail::result_of(run(inflate, stream));
 }
