@@ -28,13 +28,20 @@ void rows(benchmark::State& state, uint8_t filter) {
     const auto channels = static_cast<uint32_t>(state.range(0));
     const std::vector<uint8_t> filtered = filtered_block(channels, filter);
     std::vector<uint8_t> block(filtered.size());
-    const png_rows_t image = {block.data(), block.size(), 0,       uint64_t{kWidth} * channels,
-                              kWidth,       kHeight,      channels};
+    const png_rows_t image = {.block = block.data(),
+                              .blockSize = block.size(),
+                              .sourceOffset = 0,
+                              .stride = uint64_t{kWidth} * channels,
+                              .width = kWidth,
+                              .height = kHeight,
+                              .samplesPerPixel = channels,
+                              .bytesPerPixel = channels,
+                              .exchangesRedAndBlue = channels >= 3};
     for (auto _ : state) {
         // Converting destroys its source, so that this copy is part of every measurement; the
         // benchmark of the same name shows what it takes.
         std::copy(filtered.begin(), filtered.end(), block.begin());
-        if (png_convert_rows(image) != kPngOk) {
+        if (png_convert_rows(image) != png_detail::fault_t::none) {
             std::abort();
         }
         benchmark::ClobberMemory();

@@ -1,8 +1,12 @@
 // The checks of a PNG file in their order: signature, header, then chunk by chunk; and in the full
 // pass what the chunks bring, on its way into the surface. All state lives in the call's own frame.
+//
+// Each check returns its fault. The decoder always knows the current chunk, so that the record of a fault
+// is written in one place, behind the last check, and only for a caller who asks for it.
 #include "png/png_decode.h"
 
 #include "inflate/src/streams.h"
+#include "png/internal/png_decoder.h"
 #include "png/png_crc32.h"
 #include "png/png_rows.h"
 #include "src/ds_surface.h"
@@ -12,6 +16,10 @@
 #include <iterator>
 
 namespace {
+
+using png_detail::fault_record_t;
+using png_detail::fault_t;
+using png_detail::image_data_sink_t;
 
 constexpr uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
@@ -43,30 +51,43 @@ constexpr uint32_t kLengthSize = 4; // then follow the type, the data, and the C
 constexpr uint32_t kTypeSize = 4;
 constexpr uint32_t kCrcSize = 4;
 
+constexpr uint32_t kFrameSize = kLengthSize + kTypeSize + kCrcSize;
+
 struct chunk_t {
-    uint32_t type; // letter case ignored
+    uint32_t index;  // 1 for the header
+    uint64_t offset; // of the length, in the file
+    uint32_t type;   // letter case ignored
     bool ancillary;
+    const uint8_t* name; // the type as in the file; null if the file ends before the frame does
     const uint8_t* data;
     uint32_t length; // of the data
+    uint32_t storedCrc, actualCrc;
 
-    uint64_t size() const { return uint64_t{kLengthSize} + kTypeSize + length + kCrcSize; }
+    uint64_t size() const { return uint64_t{kFrameSize} + length; }
 };
 
-// Reads the chunk at the start of `remaining` bytes; false if it is cut short or its CRC is wrong.
-bool read_chunk(const uint8_t* bytes, uint64_t remaining, chunk_t* chunk) {
-    if (remaining < kLengthSize) {
-        return false;
+// Reads the chunk behind `chunk` from a file whose `remaining` bytes begin with it.
+fault_t read_chunk(const uint8_t* bytes, uint64_t remaining, chunk_t* chunk) {
+    ++chunk->index;
+    chunk->name = nullptr;
+    chunk->length = 0;
+    if (remaining == 0) {
+        return fault_t::end_chunk_missing;
+    }
+    if (remaining < kFrameSize) {
+        return fault_t::chunk_frame_truncated;
     }
     chunk->length = load_big_endian(bytes);
+    chunk->name = bytes + kLengthSize;
     if (remaining < chunk->size()) {
-        return false;
+        return fault_t::chunk_truncated;
     }
-    const uint8_t* const type = bytes + kLengthSize;
-    chunk->type = load_big_endian(type) & ~kLetterCaseBits;
-    chunk->ancillary = (type[0] & 0x20) != 0;
-    chunk->data = type + kTypeSize;
-    return png_crc32(type, uint64_t{kTypeSize} + chunk->length, 0) ==
-           load_big_endian(chunk->data + chunk->length);
+    chunk->type = load_big_endian(chunk->name) & ~kLetterCaseBits;
+    chunk->ancillary = (chunk->name[0] & 0x20) != 0;
+    chunk->data = chunk->name + kTypeSize;
+    chunk->storedCrc = load_big_endian(chunk->data + chunk->length);
+    chunk->actualCrc = png_crc32(chunk->name, uint64_t{kTypeSize} + chunk->length, 0);
+    return chunk->storedCrc == chunk->actualCrc ? fault_t::none : fault_t::chunk_crc;
 }
 
 // ---- The header
@@ -76,23 +97,32 @@ constexpr uint16_t kMaxPaletteSize = 256;
 
 enum color_type_t : uint8_t { kGrey = 0, kRgb = 2, kIndexed = 3, kGreyAlpha = 4, kRgba = 6 };
 
-// What follows from a colour type.
+// What follows from a color type.
 struct color_rules_t {
     uint32_t validDepths; // the sum of the bit depths that the PNG standard allows; 0: no such type
     DsColorMode colorMode;
     uint16_t paletteSize;
-    uint32_t channels; // bytes a pixel at 8 bits a sample
+    uint32_t samplesPerPixel;
+    bool exchangesRedAndBlue; // between a PNG pixel and a surface's
 };
 
+// Of the one depth that is supported.
+constexpr uint8_t kBitDepth = 8;
+constexpr uint32_t kBytesPerSample = kBitDepth / 8;
+
 constexpr color_rules_t kColorRules[] = {
-    {1 + 2 + 4 + 8 + 16, DsColorMode::I8, kMaxPaletteSize, 1},
+    {1 + 2 + 4 + 8 + 16, DsColorMode::I8, kMaxPaletteSize, 1, false},
     {},
-    {8 + 16, DsColorMode::RGB888, 0, 3},
-    {1 + 2 + 4 + 8, DsColorMode::I8, 0, 1}, // PLTE sets the palette size
-    {8 + 16, DsColorMode::AI88, kMaxPaletteSize, 2},
+    {8 + 16, DsColorMode::RGB888, 0, 3, true},
+    {1 + 2 + 4 + 8, DsColorMode::I8, 0, 1, false}, // PLTE sets the palette size
+    {8 + 16, DsColorMode::AI88, kMaxPaletteSize, 2, false},
     {},
-    {8 + 16, DsColorMode::ARGB8888, 0, 4},
+    {8 + 16, DsColorMode::ARGB8888, 0, 4, true},
 };
+
+uint32_t bytes_per_pixel(const png_info_t& info) {
+    return kColorRules[info.colorType].samplesPerPixel * kBytesPerSample;
+}
 
 void read_header_fields(const uint8_t* data, png_info_t* info) {
     info->width = load_big_endian(data);
@@ -110,35 +140,55 @@ bool is_valid_depth(const color_rules_t& rules, uint8_t depth) {
     return std::has_single_bit(depth) && (rules.validDepths & depth) != 0;
 }
 
-// Checks the header and sets what follows from the colour type.
-int32_t read_header(const chunk_t& chunk, png_info_t* info) {
-    if (chunk.type != kIhdr || chunk.length != kIhdrLength) {
-        return kPngMalformed;
+// Checks the header and sets what follows from the color type.
+fault_t read_header(const chunk_t& chunk, png_info_t* info) {
+    if (chunk.type != kIhdr) {
+        return fault_t::header_missing;
+    }
+    if (chunk.length != kIhdrLength) {
+        return fault_t::header_length;
     }
     read_header_fields(chunk.data, info);
-    if (info->width == 0 || info->height == 0 || info->colorType >= std::size(kColorRules)) {
-        return kPngMalformed;
+    if (info->width == 0 || info->height == 0) {
+        return fault_t::size_zero;
+    }
+    if (info->colorType >= std::size(kColorRules) ||
+        kColorRules[info->colorType].validDepths == 0) {
+        return fault_t::color_type;
     }
     const color_rules_t& rules = kColorRules[info->colorType];
     if (!is_valid_depth(rules, info->bitDepth)) {
-        return kPngMalformed;
+        return fault_t::bit_depth;
     }
     info->colorMode = rules.colorMode;
     info->paletteSize = rules.paletteSize;
-    if (info->compressionMethod != 0 || info->filterMethod != 0 || info->interlaceMethod > 1) {
-        return kPngMalformed;
+    if (info->compressionMethod != 0) {
+        return fault_t::compression_method;
     }
-    return info->bitDepth == 8 && info->interlaceMethod == 0 ? kPngOk : kPngUnsupported;
+    if (info->filterMethod != 0) {
+        return fault_t::filter_method;
+    }
+    if (info->interlaceMethod > 1) {
+        return fault_t::interlace_method;
+    }
+    if (info->bitDepth != kBitDepth) {
+        return fault_t::bit_depth_unsupported;
+    }
+    return info->interlaceMethod == 0 ? fault_t::none : fault_t::interlace_unsupported;
 }
 
 // ---- One decoding call
 
 struct decoder_t {
     png_info_t* info;
-    DsSurface* surface; // null in the header pass
-    uint32_t rawSize;   // bytes of the filtered lines, cut to 32 bits as the inflate record counts
+    DsSurface* surface;            // null in the header pass
+    const image_data_sink_t* sink; // null unless it takes the image data in place of the surface
+    chunk_t chunk;                 // the current one, or the last
+    uint32_t rawSize;              // bytes of the filtered rows, see png_detail::filtered_size()
     bool idatSeen;
+    uint64_t imageDataSize; // of the IDAT chunks so far
     int32_t inflateResult;
+    inflate_detail::fault_t inflateFault;
     inflate_t inflate;
     bitstream_t input;
 };
@@ -147,41 +197,52 @@ uint64_t raw_offset(const decoder_t& decoder) {
     return decoder.surface->getDataSize() - decoder.rawSize;
 }
 
-// Makes the tail of the surface's pixel block the place of the inflated lines.
-int32_t prepare_pixels(decoder_t* decoder) {
-    const png_info_t& info = *decoder->info;
-    decoder->rawSize = (info.width * kColorRules[info.colorType].channels + 1) * info.height;
+// Makes the tail of the surface's pixel block the place of the inflated rows.
+fault_t prepare_pixels(decoder_t* decoder) {
+    decoder->rawSize = png_detail::filtered_size(*decoder->info);
     inflate_process(&decoder->inflate, nullptr);
-    if (decoder->surface == nullptr) {
-        return kPngOk;
+    if (decoder->surface == nullptr || decoder->sink != nullptr) {
+        return fault_t::none;
     }
     uint8_t* const pixels = decoder->surface->getPixels();
-    if (pixels == nullptr || decoder->surface->getDataSize() < decoder->rawSize) {
-        return kPngDoesNotFit;
+    if (pixels == nullptr) {
+        return fault_t::pixel_block_missing;
+    }
+    if (decoder->surface->getDataSize() < decoder->rawSize) {
+        return fault_t::pixel_block_too_small;
     }
     decoder->inflate.out = pixels + raw_offset(*decoder);
     decoder->inflate.outAvailable = decoder->rawSize;
-    return kPngOk;
+    return fault_t::none;
 }
 
 uint8_t* palette_entry(const DsSurface& surface, uint32_t index) {
     return surface.getPalette() + uint64_t{index} * (3U + surface.getPaletteHasAlpha());
 }
 
-int32_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
-    if (decoder->info->paletteSize != 0 || chunk.length % 3 != 0 ||
-        chunk.length > 3 * kMaxPaletteSize) {
-        return kPngMalformed;
+bool is_gray(const png_info_t& info) {
+    return info.colorType == kGrey || info.colorType == kGreyAlpha;
+}
+
+fault_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
+    if (decoder->info->paletteSize != 0) {
+        return is_gray(*decoder->info) ? fault_t::palette_in_gray_image : fault_t::palette_repeated;
+    }
+    if (chunk.length % 3 != 0 || chunk.length > 3 * kMaxPaletteSize) {
+        return fault_t::palette_length;
     }
     decoder->info->paletteSize = static_cast<uint16_t>(chunk.length / 3);
     if (decoder->surface == nullptr) {
-        return kPngOk;
+        return fault_t::none;
     }
     // Kept on purpose: a suggested palette in an image of type 2 or 6 ends here, since surfaces of
     // their modes have no palette block.
     const DsSurface& surface = *decoder->surface;
-    if (surface.getPaletteSize() < decoder->info->paletteSize || surface.getPalette() == nullptr) {
-        return kPngDoesNotFit;
+    if (surface.getPaletteSize() < decoder->info->paletteSize) {
+        return fault_t::palette_too_large;
+    }
+    if (surface.getPalette() == nullptr) {
+        return fault_t::palette_block_missing;
     }
     for (uint32_t i = 0; i < decoder->info->paletteSize; ++i) {
         const uint8_t* const rgb = chunk.data + uint64_t{3} * i;
@@ -190,74 +251,89 @@ int32_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
         entry[1] = rgb[1];
         entry[2] = rgb[0];
     }
-    return kPngOk;
+    return fault_t::none;
 }
 
-int32_t take_palette_alpha(decoder_t* decoder, const chunk_t& chunk) {
+fault_t take_palette_alpha(decoder_t* decoder, const chunk_t& chunk) {
     if (chunk.length > decoder->info->paletteSize) {
-        return kPngMalformed;
+        return fault_t::transparency_length;
     }
     decoder->info->paletteHasAlpha = 1;
     if (decoder->surface == nullptr) {
-        return kPngOk;
+        return fault_t::none;
     }
     if (decoder->surface->getPaletteHasAlpha() == 0) {
-        return kPngDoesNotFit;
+        return fault_t::palette_without_alpha;
     }
     for (uint32_t i = 0; i < chunk.length; ++i) {
         palette_entry(*decoder->surface, i)[3] = chunk.data[i];
     }
-    return kPngOk;
+    return fault_t::none;
 }
 
-// Kept on purpose: the key colours of types 0 and 2 change the colour mode, but no pixel.
-int32_t take_transparency(decoder_t* decoder, const chunk_t& chunk) {
+// Kept on purpose: the key colors of types 0 and 2 change the color mode, but no pixel.
+fault_t take_key_color(decoder_t* decoder, const chunk_t& chunk, DsColorMode modeWithAlpha) {
+    constexpr uint32_t kKeySampleSize = 2;
+
+    const uint32_t samples = kColorRules[decoder->info->colorType].samplesPerPixel;
+    if (chunk.length != samples * kKeySampleSize) {
+        return fault_t::key_color_length;
+    }
+    decoder->info->colorMode = modeWithAlpha;
+    return fault_t::none;
+}
+
+fault_t take_transparency(decoder_t* decoder, const chunk_t& chunk) {
     if (decoder->idatSeen) {
-        return kPngMalformed;
+        return fault_t::transparency_after_image_data;
     }
     switch (decoder->info->colorType) {
     case kGrey:
-        if (chunk.length != 2) {
-            return kPngMalformed;
-        }
-        decoder->info->colorMode = DsColorMode::AI88;
-        return kPngOk;
+        return take_key_color(decoder, chunk, DsColorMode::AI88);
     case kRgb:
-        if (chunk.length != 6) {
-            return kPngMalformed;
-        }
-        decoder->info->colorMode = DsColorMode::ARGB8888;
-        return kPngOk;
+        return take_key_color(decoder, chunk, DsColorMode::ARGB8888);
     case kIndexed:
         return take_palette_alpha(decoder, chunk);
     default:
-        return kPngMalformed;
+        return fault_t::transparency_beside_alpha;
     }
 }
 
-int32_t take_image_data(decoder_t* decoder, const chunk_t& chunk) {
-    constexpr uint32_t kZlibHeaderSize = 2; // in the first chunk only, and not looked at
-
-    if (chunk.length < kZlibHeaderSize) {
-        return kPngMalformed;
+int32_t inflate_piece(decoder_t* decoder, const uint8_t* data, uint32_t size) {
+    if (decoder->sink != nullptr) {
+        const image_data_sink_t& sink = *decoder->sink;
+        return sink.take(sink.context, data, size, &decoder->inflateFault);
     }
-    const uint32_t skipped = decoder->idatSeen ? 0 : kZlibHeaderSize;
+    decoder->input.data = data;
+    decoder->input.available = size;
+    return inflate_detail::process(&decoder->inflate, &decoder->input, &decoder->inflateFault);
+}
+
+fault_t take_image_data(decoder_t* decoder, const chunk_t& chunk) {
+    if (chunk.length < png_detail::kZlibHeaderSize) { // in later chunks, too
+        return fault_t::image_data_length;
+    }
+    const uint32_t skipped = decoder->idatSeen ? 0 : png_detail::kZlibHeaderSize;
     decoder->idatSeen = true;
     if (decoder->surface == nullptr) {
-        return kPngOk;
+        return fault_t::none;
     }
     if (decoder->info->colorType == kIndexed && decoder->info->paletteSize == 0) {
-        return kPngMalformed;
+        return fault_t::image_data_before_palette;
     }
-    decoder->input.data = chunk.data + skipped;
-    decoder->input.available = chunk.length - skipped;
-    decoder->inflateResult = inflate_process(&decoder->inflate, &decoder->input);
-    const bool goesOn =
-        decoder->inflateResult == kInflateDone || decoder->inflateResult == kInflateNeedsInput;
-    return goesOn ? kPngOk : kPngMalformed;
+    decoder->imageDataSize += chunk.length;
+    decoder->inflateResult = inflate_piece(decoder, chunk.data + skipped, chunk.length - skipped);
+    switch (decoder->inflateResult) {
+    case kInflateNeedsOutput:
+        return fault_t::image_data_overflow;
+    case kInflateInvalid:
+        return fault_t::image_data_invalid;
+    default:
+        return fault_t::none;
+    }
 }
 
-int32_t take_chunk(decoder_t* decoder, const chunk_t& chunk) {
+fault_t take_chunk(decoder_t* decoder, const chunk_t& chunk) {
     switch (chunk.type) {
     case kPlte:
         return take_palette(decoder, chunk);
@@ -266,46 +342,49 @@ int32_t take_chunk(decoder_t* decoder, const chunk_t& chunk) {
     case kIdat:
         return take_image_data(decoder, chunk);
     default:
-        // A second header counts as unknown.
-        return chunk.ancillary ? kPngOk : kPngUnsupported;
+        if (chunk.ancillary) {
+            return fault_t::none;
+        }
+        return chunk.type == kIhdr ? fault_t::header_repeated : fault_t::critical_chunk_unknown;
     }
 }
 
-// Takes every chunk up to the end chunk; what follows that is ignored.
-int32_t walk_chunks(decoder_t* decoder, const uint8_t* bytes, uint64_t remaining) {
+// Takes every chunk from `offset` up to the end chunk; what follows that is ignored.
+fault_t walk_chunks(decoder_t* decoder, const uint8_t* file, uint64_t size, uint64_t offset) {
+    chunk_t& chunk = decoder->chunk;
     for (;;) {
-        chunk_t chunk;
-        if (!read_chunk(bytes, remaining, &chunk)) {
-            return kPngMalformed;
+        chunk.offset = offset;
+        fault_t fault = read_chunk(file + offset, size - offset, &chunk);
+        if (fault != fault_t::none || chunk.type == kIend) {
+            return fault;
         }
-        if (chunk.type == kIend) {
-            return kPngOk;
+        fault = take_chunk(decoder, chunk);
+        if (fault != fault_t::none) {
+            return fault;
         }
-        const int32_t result = take_chunk(decoder, chunk);
-        if (result != kPngOk) {
-            return result;
-        }
-        bytes += chunk.size();
-        remaining -= chunk.size();
+        offset += chunk.size();
     }
 }
 
 // Checks that nothing is missing once all chunks have been taken.
-int32_t check_complete(const decoder_t& decoder) {
-    if (!decoder.idatSeen || decoder.inflateResult != kInflateDone) {
-        return kPngMalformed;
+fault_t check_complete(const decoder_t& decoder) {
+    if (!decoder.idatSeen) {
+        return fault_t::image_data_missing;
+    }
+    if (decoder.inflateResult != kInflateDone) {
+        return fault_t::image_data_truncated;
     }
     if (decoder.info->colorType == kIndexed && decoder.info->paletteSize == 0) {
-        return kPngMalformed;
+        return fault_t::palette_missing;
     }
-    return kPngOk;
+    return fault_t::none;
 }
 
-// Greyscale images get a palette in which every index is its own grey.
-int32_t fill_grey_ramp(const DsSurface& surface) {
+// Grayscale images get a palette in which every index is its own gray.
+fault_t fill_gray_ramp(const DsSurface& surface) {
     const uint32_t count = surface.getPaletteSize();
     if (count > 0 && surface.getPalette() == nullptr) {
-        return kPngDoesNotFit;
+        return fault_t::gray_ramp_block_missing;
     }
     for (uint32_t i = 0; i < count; ++i) {
         uint8_t* const entry = palette_entry(surface, i);
@@ -314,55 +393,116 @@ int32_t fill_grey_ramp(const DsSurface& surface) {
             entry[3] = 255;
         }
     }
-    return kPngOk;
+    return fault_t::none;
 }
 
-int32_t convert_pixels(const decoder_t& decoder) {
+fault_t convert_pixels(const decoder_t& decoder) {
     const DsSurface& surface = *decoder.surface;
     const png_info_t& info = *decoder.info;
-    if (info.colorType == kGrey || info.colorType == kGreyAlpha) {
-        const int32_t result = fill_grey_ramp(surface);
-        if (result != kPngOk) {
-            return result;
+    if (is_gray(info)) {
+        const fault_t fault = fill_gray_ramp(surface);
+        if (fault != fault_t::none) {
+            return fault;
         }
     }
+    const color_rules_t& rules = kColorRules[info.colorType];
     return png_convert_rows({.block = surface.getPixels(),
                              .blockSize = surface.getDataSize(),
                              .sourceOffset = raw_offset(decoder),
                              .stride = surface.getStride(),
                              .width = info.width,
                              .height = info.height,
-                             .channels = kColorRules[info.colorType].channels});
+                             .samplesPerPixel = rules.samplesPerPixel,
+                             .bytesPerPixel = bytes_per_pixel(info),
+                             .exchangesRedAndBlue = rules.exchangesRedAndBlue});
+}
+
+// Every check in its order.
+fault_t run(decoder_t* decoder, const uint8_t* file, uint64_t size) {
+    constexpr uint64_t kSignatureSize = sizeof kSignature;
+    if (size < kSignatureSize || std::memcmp(file, kSignature, kSignatureSize) != 0) {
+        return fault_t::signature;
+    }
+    chunk_t& header = decoder->chunk;
+    header.offset = kSignatureSize;
+    fault_t fault = read_chunk(file + kSignatureSize, size - kSignatureSize, &header);
+    if (fault != fault_t::none) {
+        return fault;
+    }
+    fault = read_header(header, decoder->info);
+    if (fault != fault_t::none) {
+        return fault;
+    }
+    fault = prepare_pixels(decoder);
+    if (fault != fault_t::none) {
+        return fault;
+    }
+    fault = walk_chunks(decoder, file, size, kSignatureSize + header.size());
+    if (fault != fault_t::none) {
+        return fault;
+    }
+    fault = check_complete(*decoder);
+    const bool hasRows = decoder->surface != nullptr && decoder->sink == nullptr;
+    return fault == fault_t::none && hasRows ? convert_pixels(*decoder) : fault;
+}
+
+// The only place that writes a record.
+void note(const decoder_t& decoder, fault_t fault, fault_record_t* record) {
+    const chunk_t& chunk = decoder.chunk;
+    *record = {};
+    record->fault = fault;
+    record->chunkIndex = chunk.index;
+    record->chunkOffset = chunk.offset;
+    record->chunkLength = chunk.length;
+    if (chunk.name != nullptr) {
+        std::memcpy(record->chunkType, chunk.name, kTypeSize);
+    }
+    if (fault == fault_t::chunk_crc) {
+        record->storedCrc = chunk.storedCrc;
+        record->actualCrc = chunk.actualCrc;
+    }
+    record->inflateFault = decoder.inflateFault;
+    if (decoder.sink == nullptr) {
+        const uint64_t left = uint64_t{decoder.input.available} * 8 + decoder.input.bitCount;
+        record->imageDataOffset = (decoder.imageDataSize * 8 - left) / 8;
+    }
+}
+
+int32_t finish(decoder_t* decoder, const uint8_t* file, uint64_t size, fault_record_t* record) {
+    const fault_t fault = run(decoder, file, size);
+    if (record != nullptr) {
+        note(*decoder, fault, record);
+    }
+    return png_detail::result_of(fault);
 }
 
 } // namespace
 
-int32_t png_decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface) {
-    constexpr uint64_t kSignatureSize = sizeof kSignature;
-    if (size < kSignatureSize || std::memcmp(data, kSignature, kSignatureSize) != 0) {
-        return kPngMalformed;
-    }
-    chunk_t header;
-    if (!read_chunk(data + kSignatureSize, size - kSignatureSize, &header)) {
-        return kPngMalformed;
-    }
-    int32_t result = read_header(header, info);
-    if (result != kPngOk) {
-        return result;
-    }
+namespace png_detail {
 
+uint32_t filtered_size(const png_info_t& info) {
+    return (info.width * bytes_per_pixel(info) + 1) * info.height;
+}
+
+int32_t decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,
+               fault_record_t* record) {
     decoder_t decoder = {};
     decoder.info = info;
     decoder.surface = surface;
-    result = prepare_pixels(&decoder);
-    if (result != kPngOk) {
-        return result;
-    }
-    const uint64_t walked = kSignatureSize + header.size();
-    result = walk_chunks(&decoder, data + walked, size - walked);
-    if (result != kPngOk) {
-        return result;
-    }
-    result = check_complete(decoder);
-    return result == kPngOk && surface != nullptr ? convert_pixels(decoder) : result;
+    return finish(&decoder, data, size, record);
+}
+
+int32_t decode_into_sink(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,
+                         const image_data_sink_t& sink, fault_record_t* record) {
+    decoder_t decoder = {};
+    decoder.info = info;
+    decoder.surface = surface;
+    decoder.sink = &sink;
+    return finish(&decoder, data, size, record);
+}
+
+} // namespace png_detail
+
+int32_t png_decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface) {
+    return png_detail::decode(data, size, info, surface, nullptr);
 }

@@ -6,7 +6,6 @@
 // before its source, so no store may run ahead of the bytes that have been read.
 #include "png/png_rows.h"
 
-#include "png/png_decode.h"
 #include "png/png_fast_paths.h"
 #include "png/row_wavefront.h"
 #include "png/wide_rows.h"
@@ -15,6 +14,8 @@
 #include <cstring>
 
 namespace {
+
+using png_detail::fault_t;
 
 // The filters of the PNG standard: what is added to a sample, given its neighbours.
 struct no_filter_t {
@@ -47,32 +48,33 @@ struct paeth_filter_t {
     }
 };
 
-// Where a PNG sample goes inside its pixel: red and blue change places.
-template <uint32_t channels>
+// Where a PNG sample goes inside its pixel: red and blue may change places.
+template <bool exchangesRedAndBlue>
 constexpr uint32_t target_channel(uint32_t channel) {
-    return channels >= 3 && channel < 3 ? 2 - channel : channel;
+    return exchangesRedAndBlue && channel < 3 ? 2 - channel : channel;
 }
 
 // Converts one line from its byte `done` on; `above` is the finished line before it, which the first
 // line does not have.
-template <uint32_t channels, typename filter_t, bool hasAbove>
+template <uint32_t samples, bool exchangesRedAndBlue, typename filter_t, bool hasAbove>
 void convert_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t done,
                  uint64_t rowBytes) {
-    uint32_t left[channels] = {};
-    uint32_t upLeft[channels] = {};
-    for (uint32_t c = 0; done != 0 && c < channels; ++c) {
-        const uint64_t before = done - channels + target_channel<channels>(c);
+    constexpr uint32_t kBytesPerPixel = samples; // of 8 bits each
+    uint32_t left[samples] = {};
+    uint32_t upLeft[samples] = {};
+    for (uint32_t c = 0; done != 0 && c < samples; ++c) {
+        const uint64_t before = done - kBytesPerPixel + target_channel<exchangesRedAndBlue>(c);
         left[c] = target[before];
         upLeft[c] = hasAbove ? above[before] : 0;
     }
-    for (uint64_t x = done; x < rowBytes; x += channels) {
-        for (uint32_t c = 0; c < channels; ++c) {
-            const uint32_t up = hasAbove ? above[x + target_channel<channels>(c)] : 0;
+    for (uint64_t x = done; x < rowBytes; x += kBytesPerPixel) {
+        for (uint32_t c = 0; c < samples; ++c) {
+            const uint32_t up = hasAbove ? above[x + target_channel<exchangesRedAndBlue>(c)] : 0;
             left[c] = (source[x + c] + filter_t::predict(left[c], up, upLeft[c])) & 255;
             upLeft[c] = up;
         }
-        for (uint32_t c = 0; c < channels; ++c) {
-            target[x + target_channel<channels>(c)] = static_cast<uint8_t>(left[c]);
+        for (uint32_t c = 0; c < samples; ++c) {
+            target[x + target_channel<exchangesRedAndBlue>(c)] = static_cast<uint8_t>(left[c]);
         }
     }
 }
@@ -85,17 +87,24 @@ struct row_loops_t {
     row_loop_t later[kFilterCount]; // for every other
 };
 
-template <uint32_t channels>
-constexpr row_loops_t kLoopsFor = {
-    {convert_row<channels, no_filter_t, false>, convert_row<channels, sub_filter_t, false>,
-     convert_row<channels, up_filter_t, false>, convert_row<channels, average_filter_t, false>,
-     convert_row<channels, paeth_filter_t, false>},
-    {convert_row<channels, no_filter_t, true>, convert_row<channels, sub_filter_t, true>,
-     convert_row<channels, up_filter_t, true>, convert_row<channels, average_filter_t, true>,
-     convert_row<channels, paeth_filter_t, true>}};
+template <uint32_t samples, bool exchanges>
+constexpr row_loops_t kLoopsFor = {{convert_row<samples, exchanges, no_filter_t, false>,
+                                    convert_row<samples, exchanges, sub_filter_t, false>,
+                                    convert_row<samples, exchanges, up_filter_t, false>,
+                                    convert_row<samples, exchanges, average_filter_t, false>,
+                                    convert_row<samples, exchanges, paeth_filter_t, false>},
+                                   {convert_row<samples, exchanges, no_filter_t, true>,
+                                    convert_row<samples, exchanges, sub_filter_t, true>,
+                                    convert_row<samples, exchanges, up_filter_t, true>,
+                                    convert_row<samples, exchanges, average_filter_t, true>,
+                                    convert_row<samples, exchanges, paeth_filter_t, true>}};
 
-constexpr const row_loops_t* kLoops[] = {&kLoopsFor<1>, &kLoopsFor<2>, &kLoopsFor<3>,
-                                         &kLoopsFor<4>};
+const row_loops_t& loops_for(const png_rows_t& rows) {
+    if (rows.exchangesRedAndBlue) {
+        return rows.samplesPerPixel == 3 ? kLoopsFor<3, true> : kLoopsFor<4, true>;
+    }
+    return rows.samplesPerPixel == 1 ? kLoopsFor<1, false> : kLoopsFor<2, false>;
+}
 
 // `offset` lies within the block or at its end.
 bool fits(uint64_t offset, uint64_t length, uint64_t blockSize) {
@@ -114,7 +123,7 @@ bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t blockSi
 // Whether the next lines can go together as a wavefront: all of them there, in their places, and not
 // the first of all. It takes as long as four lines of Average, so that it pays with one of Paeth.
 bool can_go_together(const png_rows_t& rows, uint32_t row, uint64_t source) {
-    const uint64_t rowBytes = uint64_t{rows.width} * rows.channels;
+    const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;
     if (row == 0 || rows.height - row < kWavefrontRows || rows.stride < rowBytes ||
         rowBytes > kWavefrontRowBytes || row * rows.stride >= source + 1) {
         return false;
@@ -138,8 +147,8 @@ bool can_go_together(const png_rows_t& rows, uint32_t row, uint64_t source) {
 
 // Converts what a wide loop can of a line; returns how many bytes that were.
 uint64_t take_wide_row(const png_rows_t& rows, uint32_t row, uint8_t filter, uint64_t source) {
-    const uint64_t rowBytes = uint64_t{rows.width} * rows.channels;
-    const wide_row_t loop = png_wide_row(rows.channels, filter);
+    const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;
+    const wide_row_t loop = png_wide_row(rows.bytesPerPixel, filter);
     if (loop == nullptr || row == 0 || rows.stride < rowBytes || row * rows.stride >= source) {
         return 0;
     }
@@ -149,19 +158,19 @@ uint64_t take_wide_row(const png_rows_t& rows, uint32_t row, uint8_t filter, uin
 
 } // namespace
 
-int32_t png_convert_rows(const png_rows_t& rows) {
-    const row_loops_t& loops = *kLoops[rows.channels - 1];
-    const uint64_t rowBytes = uint64_t{rows.width} * rows.channels;
+fault_t png_convert_rows(const png_rows_t& rows) {
+    const row_loops_t& loops = loops_for(rows);
+    const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;
     const bool wavefront = png_may_take(kPngWavefrontRows);
     const bool wide = png_may_take(kPngWideRows);
     uint64_t source = rows.sourceOffset;
     for (uint32_t row = 0; row < rows.height; ++row) {
         if (!fits(source, 1, rows.blockSize)) {
-            return kPngMalformed;
+            return fault_t::rows_truncated;
         }
         if (wavefront && can_go_together(rows, row, source)) {
             png_convert_wavefront(rows.block + row * rows.stride, rows.block + source, rows.stride,
-                                  rowBytes, rows.channels);
+                                  rowBytes, rows.bytesPerPixel);
             row += kWavefrontRows - 1;
             source += kWavefrontRows * (rowBytes + 1);
             continue;
@@ -172,10 +181,10 @@ int32_t png_convert_rows(const png_rows_t& rows) {
             continue;
         }
         if (!fits(source, rowBytes, rows.blockSize)) {
-            return kPngMalformed;
+            return fault_t::rows_truncated;
         }
         if (!row_fits(row, rows.stride, rowBytes, rows.blockSize)) {
-            return kPngDoesNotFit;
+            return fault_t::rows_do_not_fit;
         }
         uint8_t* const target = rows.block + row * rows.stride;
         const uint64_t done = wide ? take_wide_row(rows, row, filter, source) : 0;
@@ -184,5 +193,5 @@ int32_t png_convert_rows(const png_rows_t& rows) {
              rowBytes);
         source += rowBytes;
     }
-    return kPngOk;
+    return fault_t::none;
 }

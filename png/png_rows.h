@@ -2,6 +2,8 @@
 // surface, in place inside one block.
 #pragma once
 
+#include "png/internal/png_fault.h"
+
 #include <cstdint>
 
 /// The filters of the PNG standard, as the first byte of a line names them.
@@ -22,12 +24,14 @@ struct png_rows_t {
     uint64_t stride;       ///< bytes from one pixel line to the next, the first being at the front
     uint32_t width;        ///< pixels
     uint32_t height;       ///< lines
-    uint32_t channels;     ///< bytes a pixel, 1 to 4; red and blue are exchanged from 3 on
+    uint32_t samplesPerPixel; ///< 1 or 2; 3 or 4 if red and blue are exchanged
+    uint32_t bytesPerPixel;   ///< as many, since samples have 8 bits
+    bool exchangesRedAndBlue; ///< between the source's pixels and the target's
 };
 
 /// Converts all lines, first to last, strictly pixel by pixel: a pixel's source bytes are all read
 /// before any byte of it is written. That holds even where the pixels overtake their own source,
 /// since a line with a filter type above 4 takes one byte and leaves its pixel line as it is.
-/// @return kPngOk; kPngMalformed where the source would run out of the block; kPngDoesNotFit where
-///         the pixels would.
-int32_t png_convert_rows(const png_rows_t& rows);
+/// @return fault_t::none; rows_truncated where the source would run out of the block; rows_do_not_fit
+///         where the pixels would.
+png_detail::fault_t png_convert_rows(const png_rows_t& rows);

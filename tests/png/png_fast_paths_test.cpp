@@ -48,21 +48,24 @@ byte_vector filtered_block(const image& image, uint32_t seed, filter_of_t filter
 }
 
 struct conversion {
-    int32_t result;
+    png_detail::fault_t fault;
     byte_vector block;
     bool operator==(const conversion&) const = default;
 };
 
 conversion convert(const image& image, byte_vector block, uint32_t left_out) {
     const without_fast_paths without(left_out);
-    const int32_t result = png_convert_rows({.block = block.data(),
-                                             .blockSize = block.size(),
-                                             .sourceOffset = image.room,
-                                             .stride = image.stride,
-                                             .width = image.width,
-                                             .height = image.height,
-                                             .channels = image.channels});
-    return {result, std::move(block)};
+    const png_detail::fault_t fault =
+        png_convert_rows({.block = block.data(),
+                          .blockSize = block.size(),
+                          .sourceOffset = image.room,
+                          .stride = image.stride,
+                          .width = image.width,
+                          .height = image.height,
+                          .samplesPerPixel = image.channels,
+                          .bytesPerPixel = image.channels,
+                          .exchangesRedAndBlue = image.channels >= 3});
+    return {fault, std::move(block)};
 }
 
 void expect_all_alike(const image& image, const byte_vector& block) {

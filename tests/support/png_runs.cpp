@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -19,11 +20,57 @@ struct exact_file {
     uint64_t size;
 };
 
+// Puts the blocks of a surface back as they were.
+class surface_content {
+public:
+    explicit surface_content(DsSurface* surface)
+        : mSurface(surface) {
+        if (surface != nullptr && surface->getPixels() != nullptr) {
+            mPixels = pixel_block(*surface);
+        }
+        if (surface != nullptr && surface->getPalette() != nullptr) {
+            mPalette = palette_block(*surface);
+        }
+    }
+    void restore() const {
+        if (!mPixels.empty()) {
+            std::memcpy(mSurface->getPixels(), mPixels.data(), mPixels.size());
+        }
+        if (!mPalette.empty()) {
+            std::memcpy(mSurface->getPalette(), mPalette.data(), mPalette.size());
+        }
+    }
+
+private:
+    DsSurface* mSurface;
+    byte_vector mPixels, mPalette;
+};
+
+png_info_t stale_info() {
+    png_info_t info;
+    std::memset(static_cast<void*>(&info), kStaleByte, sizeof info);
+    return info;
+}
+
+// Every run is made with a record first: fault and result have to agree, whatever the file.
 header_outcome run_pass(const byte_vector& file, DsSurface* surface) {
     const exact_file exact(file);
-    header_outcome outcome{};
-    std::memset(static_cast<void*>(&outcome.info), kStaleByte, sizeof outcome.info);
+    const surface_content before(surface);
+    png_info_t info_with_record = stale_info();
+    png_detail::fault_record_t record = {};
+    const int32_t result_with_record =
+        png_detail::decode(exact.bytes.get(), exact.size, &info_with_record, surface, &record);
+    before.restore();
+
+    header_outcome outcome{0, stale_info()};
     outcome.result = png_decode(exact.bytes.get(), exact.size, &outcome.info, surface);
+
+    EXPECT_EQ(outcome.result, result_with_record);
+    EXPECT_EQ(outcome.result, png_detail::result_of(record.fault));
+    EXPECT_EQ(std::memcmp(&outcome.info, &info_with_record, sizeof outcome.info), 0);
+    EXPECT_EQ(record.inflateFault != inflate_detail::fault_t::none,
+              record.fault == png_detail::fault_t::image_data_invalid);
+    EXPECT_LE(record.chunkOffset, exact.size);
     return outcome;
 }
 
@@ -39,6 +86,14 @@ header_outcome full_pass_with_info(const byte_vector& file, DsSurface& surface) 
 
 int32_t full_pass(const byte_vector& file, DsSurface& surface) {
     return full_pass_with_info(file, surface).result;
+}
+
+png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface) {
+    const exact_file exact(file);
+    png_info_t info = stale_info();
+    png_detail::fault_record_t record = {};
+    png_detail::decode(exact.bytes.get(), exact.size, &info, surface, &record);
+    return record;
 }
 
 decode_outcome decode_png(const byte_vector& file) {

@@ -1,7 +1,9 @@
 // Runs of the PNG decoder under test. Every file is handed over in heap memory of exactly its size,
-// so that a sanitizer sees every byte read beyond it.
+// so that a sanitizer sees every byte read beyond it. Each run also checks that the fault which the
+// decoder notes and the result agree.
 #pragma once
 
+#include "png/internal/png_decoder.h"
 #include "png/png_decode.h"
 #include "src/ds_surface.h"
 #include "tests/support/test_bytes.h"
@@ -22,6 +24,9 @@ int32_t full_pass(const byte_vector& file, DsSurface& surface);
 
 /// The full pass with a record to look at.
 header_outcome full_pass_with_info(const byte_vector& file, DsSurface& surface);
+
+/// What the decoder notes in a header pass, or with a surface in a full pass.
+png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface = nullptr);
 
 /// Header pass, a fenced surface as it asks for, full pass.
 struct decode_outcome {

@@ -1,0 +1,143 @@
+// Why the decoder rejects a file: one value for each check, and where it stood.
+#pragma once
+
+#include "inflate/src/internal/inflate_fault.h"
+#include "png/png_decode.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+namespace png_detail {
+
+/// In the order of the checks.
+enum class fault_t : uint8_t {
+    none,
+    signature, ///< the first eight bytes are others, or not there
+    // Every chunk, the header included
+    end_chunk_missing,     ///< the file ends where a chunk must begin
+    chunk_frame_truncated, ///< the file ends before the room for length, type and CRC
+    chunk_truncated,
+    chunk_crc,
+    // The header
+    header_missing, ///< the first chunk is another one
+    header_length,
+    size_zero,
+    color_type,
+    bit_depth, ///< one that the color type cannot have
+    compression_method,
+    filter_method,
+    interlace_method,
+    bit_depth_unsupported,
+    interlace_unsupported,
+    // The surface's pixel block
+    pixel_block_missing,
+    pixel_block_too_small,
+    // PLTE
+    palette_in_gray_image,
+    palette_repeated,
+    palette_length,
+    palette_too_large, ///< for the surface
+    palette_block_missing,
+    // tRNS
+    transparency_after_image_data,
+    key_color_length,
+    transparency_length, ///< more bytes than palette entries
+    palette_without_alpha,
+    transparency_beside_alpha,
+    // IDAT
+    image_data_length,
+    image_data_before_palette,
+    image_data_overflow, ///< more rows than the header declares
+    image_data_invalid,  ///< see fault_record_t::inflateFault
+    // Other chunks
+    header_repeated,
+    critical_chunk_unknown,
+    // What must have come by the end of the chunks
+    image_data_missing,
+    image_data_truncated,
+    palette_missing,
+    // The palette and the rows of the surface
+    gray_ramp_block_missing,
+    rows_truncated, ///< the filtered rows end too early
+    rows_do_not_fit,
+    count
+};
+
+/// The results of png_decode() by fault. No other place decides between them.
+struct fault_result_t {
+    fault_t fault;
+    int32_t result;
+};
+inline constexpr fault_result_t kFaultResults[] = {
+    {fault_t::none, kPngOk},
+    {fault_t::signature, kPngMalformed},
+    {fault_t::end_chunk_missing, kPngMalformed},
+    {fault_t::chunk_frame_truncated, kPngMalformed},
+    {fault_t::chunk_truncated, kPngMalformed},
+    {fault_t::chunk_crc, kPngMalformed},
+    {fault_t::header_missing, kPngMalformed},
+    {fault_t::header_length, kPngMalformed},
+    {fault_t::size_zero, kPngMalformed},
+    {fault_t::color_type, kPngMalformed},
+    {fault_t::bit_depth, kPngMalformed},
+    {fault_t::compression_method, kPngMalformed},
+    {fault_t::filter_method, kPngMalformed},
+    {fault_t::interlace_method, kPngMalformed},
+    {fault_t::bit_depth_unsupported, kPngUnsupported},
+    {fault_t::interlace_unsupported, kPngUnsupported},
+    {fault_t::pixel_block_missing, kPngDoesNotFit},
+    {fault_t::pixel_block_too_small, kPngDoesNotFit},
+    {fault_t::palette_in_gray_image, kPngMalformed},
+    {fault_t::palette_repeated, kPngMalformed},
+    {fault_t::palette_length, kPngMalformed},
+    {fault_t::palette_too_large, kPngDoesNotFit},
+    {fault_t::palette_block_missing, kPngDoesNotFit},
+    {fault_t::transparency_after_image_data, kPngMalformed},
+    {fault_t::key_color_length, kPngMalformed},
+    {fault_t::transparency_length, kPngMalformed},
+    {fault_t::palette_without_alpha, kPngDoesNotFit},
+    {fault_t::transparency_beside_alpha, kPngMalformed},
+    {fault_t::image_data_length, kPngMalformed},
+    {fault_t::image_data_before_palette, kPngMalformed},
+    {fault_t::image_data_overflow, kPngMalformed},
+    {fault_t::image_data_invalid, kPngMalformed},
+    {fault_t::header_repeated, kPngUnsupported},
+    {fault_t::critical_chunk_unknown, kPngUnsupported},
+    {fault_t::image_data_missing, kPngMalformed},
+    {fault_t::image_data_truncated, kPngMalformed},
+    {fault_t::palette_missing, kPngMalformed},
+    {fault_t::gray_ramp_block_missing, kPngDoesNotFit},
+    {fault_t::rows_truncated, kPngMalformed},
+    {fault_t::rows_do_not_fit, kPngDoesNotFit},
+};
+
+consteval bool has_every_fault_in_order() {
+    for (size_t i = 0; i < std::size(kFaultResults); ++i) {
+        if (kFaultResults[i].fault != static_cast<fault_t>(i)) {
+            return false;
+        }
+    }
+    return std::size(kFaultResults) == static_cast<size_t>(fault_t::count);
+}
+static_assert(has_every_fault_in_order());
+
+constexpr int32_t result_of(fault_t fault) {
+    return kFaultResults[static_cast<size_t>(fault)].result;
+}
+
+/// What the decoder knows at a rejection. Fields that the fault has nothing to do with are zero; the
+/// image's sizes and types stand in the caller's png_info_t.
+struct fault_record_t {
+    fault_t fault;
+    inflate_detail::fault_t inflateFault; ///< for image_data_invalid
+    uint32_t chunkIndex;  ///< the current or last chunk, the header being 1; 0: the signature
+    uint64_t chunkOffset; ///< of its length field in the file
+    uint32_t chunkLength; ///< of its data; 0 if the frame is truncated
+    uint8_t chunkType[4]; ///< as in the file; zeros if the frame is truncated
+    uint32_t storedCrc, actualCrc; ///< for chunk_crc
+    /// Where the inflate decoder stood, in bytes from the first byte of image data, over all IDAT chunks.
+    uint64_t imageDataOffset;
+};
+
+} // namespace png_detail
