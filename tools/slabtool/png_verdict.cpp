@@ -1,12 +1,12 @@
-// The product's decoder is asked first; the walk only gives the words, or decides where a surface would
-// be out of all proportion.
+// The product's decoder decides. Where a surface would be out of all proportion, it decides without one.
 #include "tools/slabtool/png_verdict.h"
 
+#include "png/internal/png_decoder.h"
 #include "png/png_decode.h"
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
 #include "tools/slabtool/png_image.h"
-#include "tools/slabtool/png_walk.h"
+#include "tools/slabtool/png_reason.h"
 #include "tools/slabtool/sparse_block.h"
 #include "tools/slabtool/surface_file.h"
 
@@ -26,7 +26,7 @@ std::string sizeOf(const png_info_t& info) {
 }
 
 PngVerdict refused(ByteView file) {
-    return {false, whyPngRefused(file).value_or("for a reason that slabtool does not know")};
+    return {false, whyRejected(file).value_or("for a reason that slabtool does not know")};
 }
 
 PngVerdict taken(const png_info_t& info, bool alphaOnly) {
@@ -56,8 +56,7 @@ bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
 // page. So the pages in use take no more than 32 times the counted bytes, 512 MiB.
 PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                         uint64_t surfaceBytes) {
-    const uint32_t counted = (info.width * channelsOf(info.colorType) + 1) * info.height;
-    if (counted > kFreeSurfaceBytes) {
+    if (png_detail::filtered_size(info) > kFreeSurfaceBytes) {
         return {false, "more pixels than slabtool tries out: " + sizeOf(info)};
     }
     return decodesSparsely(file, info, alphaOnly)
@@ -65,14 +64,15 @@ PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                : PngVerdict{false, "more pixels than pngslab can count: " + sizeOf(info)};
 }
 
-// Without a surface of ordinary memory: what the walk finds, and whether there could be one at all.
-PngVerdict judgeByWalk(ByteView file, const png_info_t& info, bool alphaOnly,
-                       uint64_t surfaceBytes) {
+// Without a surface of ordinary memory: what the decoder finds before it converts the rows, and whether there
+// could be a surface at all.
+PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alphaOnly,
+                               uint64_t surfaceBytes) {
     const uint64_t lineBytes = uint64_t{info.width} * channelsOf(info.colorType) + 1;
     if (info.width >= kLeastTooManyPixels || info.height >= kLeastTooManyPixels) {
         return {false, "more pixels than pngslab can count: " + sizeOf(info)};
     }
-    if (const auto reason = whyPngRefused(file)) {
+    if (const auto reason = whyRejected(file)) {
         return {false, *reason};
     }
     if (lineBytes > (kLeastTooManyLineBytes - 1) / info.height) {
@@ -95,7 +95,7 @@ PngVerdict judgePng(ByteView file, bool alphaOnly) {
     const uint64_t most = std::min(
         kMostSurfaceBytes, std::max<uint64_t>(kFreeSurfaceBytes, file.size() * kMostExpansion));
     if (surfaceLine > most / info.height) {
-        return judgeByWalk(file, info, alphaOnly, surfaceLine * info.height);
+        return judgeWithoutSurface(file, info, alphaOnly, surfaceLine * info.height);
     }
     const std::unique_ptr<DsSurface> surface(
         surface_from_png(file.data(), file.size(), alphaOnly, 0));

@@ -11,5 +11,5 @@ struct PngVerdict {
 };
 
 /// What pngslab says of a file's contents; its own decoder decides. Nothing is allocated that the file
-/// is too small to fill: where it declares more, the walk over its blocks decides.
+/// is too small to fill: where it declares more, the decoder runs with the memory of a window.
 PngVerdict judgePng(ByteView file, bool alphaOnly);
