@@ -12,6 +12,8 @@
 #include "tools/slabtool/surface_file.h"
 
 #include <algorithm>
+#include <new>
+#include <optional>
 
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
 
@@ -35,14 +37,24 @@ bool decoderTakes(ByteView png, bool alphaOnly) {
     return surface != nullptr;
 }
 
+// Nothing where not even addresses can be had for a surface: check says then that memory is short.
+std::optional<PngVerdict> judge(ByteView png, bool alphaOnly) {
+    try {
+        return judgePng(png, alphaOnly);
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
+}
+
 void checkVerdicts(ByteView png) {
     const auto reason = whyRejected(png);
     require(!reason || (!reason->empty() && reason->find("does not know") == std::string::npos));
-    const PngVerdict verdict = judgePng(png, false);
-    const PngVerdict alphaVerdict = judgePng(png, true);
+    const auto verdict = judge(png, false);
+    const auto alphaVerdict = judge(png, true);
     if (isAffordable(png)) {
-        require(decoderTakes(png, false) == !reason && verdict.isTaken == !reason);
-        require(decoderTakes(png, true) == alphaVerdict.isTaken);
+        require(verdict && alphaVerdict);
+        require(decoderTakes(png, false) == !reason && verdict->isTaken == !reason);
+        require(decoderTakes(png, true) == alphaVerdict->isTaken);
     }
 }
 

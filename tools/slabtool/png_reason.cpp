@@ -17,6 +17,7 @@ using png_detail::fault_record_t;
 using png_detail::fault_t;
 
 constexpr uint64_t kChunkFrame = 12; // length, type, and checksum
+constexpr const char* kUnknown = "for a reason that slabtool does not know";
 
 std::string number(uint64_t value) {
     return std::to_string(value);
@@ -102,19 +103,19 @@ std::string wordsOf(inflate_detail::fault_t fault) {
     case fault_t::distance_code:
         return "a block whose codes make no sense";
     case fault_t::litlen_symbol:
+    case fault_t::length_symbol:
     case fault_t::distance_symbol:
+    case fault_t::distance_without_base:
         return "bits that are no code";
     case fault_t::distance_too_far:
         return "a match that reaches back behind the first byte";
     case fault_t::none:
     case fault_t::state:
     case fault_t::fixed_code_block:
-    case fault_t::length_symbol:
-    case fault_t::distance_without_base:
     case fault_t::count:
-        break; // no fault, no fault of a stream, or one of fixed-code blocks, which have words of their own
+        break; // no fault, none of a stream, or the one that has words of its own
     }
-    return "a fault that slabtool does not know";
+    return kUnknown;
 }
 
 class Words {
@@ -209,7 +210,7 @@ public:
         case fault_t::count:
             break; // no fault, or one that a surface of the right kind excludes
         }
-        return "for a reason that slabtool does not know";
+        return kUnknown;
     }
 
 private:
