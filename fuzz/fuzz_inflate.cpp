@@ -1,8 +1,10 @@
 // inflate_process on any bytes: whole, in pieces of any size that are gone when the next one comes,
 // through a window with small outputs, and without the fast loop. All must agree, and with and without
-// the fast loop the record and the reader must be the same after every piece.
+// the fast loop the record and the reader must be the same after every piece. A run for the verdict alone
+// agrees, too.
 #include "fuzz/fuzz_input.h"
 #include "inflate/src/inflate_fast.h"
+#include "inflate/src/internal/inflate_rehearsal.h"
 #include "inflate/src/streams.h"
 
 #include <algorithm>
@@ -125,6 +127,19 @@ Outcome decodeThroughWindow(const std::vector<uint8_t>& data, uint32_t windowSiz
     return {result, bytes};
 }
 
+// A run for the verdict alone has that of direct mode, unless it has passed a fixed-code block.
+void checkRehearsal(const std::vector<uint8_t>& data, uint32_t capacity, int32_t expected) {
+    const auto rehearsal = std::make_unique<inflate_detail::rehearsal_t>();
+    inflate_detail::rehearsal_begin(rehearsal.get(), capacity);
+    const int32_t result = inflate_detail::rehearsal_take(rehearsal.get(), data.data(),
+                                                          static_cast<uint32_t>(data.size()));
+    require(result == expected || rehearsal->fixedBlocks > 0);
+    require((rehearsal->fault != inflate_detail::fault_t::none) == (result == kInflateInvalid));
+    const inflate_detail::fixed_block_t& block = rehearsal->firstFixedBlock;
+    require(rehearsal->fixedBlocks == 0 ||
+            (block.firstByte <= block.lastByte && block.lastByte < data.size()));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
@@ -143,5 +158,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         require(windowed == whole);
     }
     decodeThroughWindow(data, 1 + seed % 300, seed);
+    checkRehearsal(data, capacity, whole.result);
     return 0;
 }
