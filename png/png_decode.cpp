@@ -50,7 +50,6 @@ constexpr uint32_t kIend = chunk_type("IEND");
 constexpr uint32_t kLengthSize = 4; // then follow the type, the data, and the CRC
 constexpr uint32_t kTypeSize = 4;
 constexpr uint32_t kCrcSize = 4;
-
 constexpr uint32_t kFrameSize = kLengthSize + kTypeSize + kCrcSize;
 
 struct chunk_t {
@@ -101,8 +100,8 @@ enum color_type_t : uint8_t { kGrey = 0, kRgb = 2, kIndexed = 3, kGreyAlpha = 4,
 struct color_rules_t {
     uint32_t validDepths; // the sum of the bit depths that the PNG standard allows; 0: no such type
     DsColorMode colorMode;
-    uint16_t paletteSize;
     uint32_t samplesPerPixel;
+    uint16_t paletteSize;
     bool exchangesRedAndBlue; // between a PNG pixel and a surface's
 };
 
@@ -111,13 +110,13 @@ constexpr uint8_t kBitDepth = 8;
 constexpr uint32_t kBytesPerSample = kBitDepth / 8;
 
 constexpr color_rules_t kColorRules[] = {
-    {1 + 2 + 4 + 8 + 16, DsColorMode::I8, kMaxPaletteSize, 1, false},
+    {1 + 2 + 4 + 8 + 16, DsColorMode::I8, 1, kMaxPaletteSize, false},
     {},
-    {8 + 16, DsColorMode::RGB888, 0, 3, true},
-    {1 + 2 + 4 + 8, DsColorMode::I8, 0, 1, false}, // PLTE sets the palette size
-    {8 + 16, DsColorMode::AI88, kMaxPaletteSize, 2, false},
+    {8 + 16, DsColorMode::RGB888, 3, 0, true},
+    {1 + 2 + 4 + 8, DsColorMode::I8, 1, 0, false}, // PLTE sets the palette size
+    {8 + 16, DsColorMode::AI88, 2, kMaxPaletteSize, false},
     {},
-    {8 + 16, DsColorMode::ARGB8888, 0, 4, true},
+    {8 + 16, DsColorMode::ARGB8888, 4, 0, true},
 };
 
 uint32_t bytes_per_pixel(const png_info_t& info) {

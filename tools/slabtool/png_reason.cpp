@@ -248,7 +248,7 @@ std::optional<std::string> whyRejected(ByteView file) {
     const int32_t result = png_detail::decode_into_sink(file.data(), file.size(), &info, &standIn,
                                                         run.sink(), &record);
     // The decoder stops at the first fixed-code block, so nothing behind it counts.
-    if (const auto fixedBlocks = run.fixedBlocks()) {
+    if (auto fixedBlocks = run.fixedBlocks()) {
         return fixedBlocks;
     }
     if (result != kPngOk) {
