@@ -2,6 +2,7 @@
 // by side, into memory that has been written before.
 #include "bench/comparison.h"
 #include "bench/options.h"
+#include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/streams.h"
 
 #include <libdeflate.h>
@@ -46,13 +47,14 @@ bytes_t raw_deflate(const bytes_t& png) {
 
 using inflater_t = bool (*)(const bytes_t& deflated, bytes_t& target);
 
+template <int32_t (*process)(inflate_t* inflate, bitstream_t* stream)>
 bool inflate_by_pngslab(const bytes_t& deflated, bytes_t& target) {
     inflate_t inflate = {};
     inflate_process(&inflate, nullptr);
     inflate.out = target.data();
     inflate.outAvailable = static_cast<uint32_t>(target.size());
     bitstream_t stream = {deflated.data(), static_cast<uint32_t>(deflated.size()), 0, 0};
-    return inflate_process(&inflate, &stream) == kInflateDone;
+    return process(&inflate, &stream) == kInflateDone;
 }
 
 bool inflate_by_zlib(const bytes_t& deflated, bytes_t& target) {
@@ -82,9 +84,11 @@ struct contender_t {
     inflater_t inflate;
 };
 
-constexpr contender_t kContenders[] = {{"pngslab", inflate_by_pngslab},
-                                       {"zlib", inflate_by_zlib},
-                                       {"libdeflate", inflate_by_libdeflate}};
+constexpr contender_t kContenders[] = {
+    {"pngslab", inflate_by_pngslab<inflate_process>},
+    {"zlib", inflate_by_zlib},
+    {"libdeflate", inflate_by_libdeflate},
+    {"pngslab's states only", inflate_by_pngslab<inflate_detail::process_states_only>}};
 
 } // namespace
 

@@ -2,7 +2,6 @@
 // with each of them left out, and with none, side by side.
 #include "bench/comparison.h"
 #include "bench/options.h"
-#include "inflate/src/inflate_fast.h"
 #include "png/png_fast_paths.h"
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
@@ -15,22 +14,18 @@ namespace {
 
 struct choice_t {
     const char* name;
-    bool leavesOutInflate;
     uint32_t leftOut;
 };
 
-constexpr choice_t kChoices[] = {
-    {"all paths", false, 0},
-    {"no fast inflate", true, 0},
-    {"no carry-less CRC (sliced)", false, kPngCarryLessCrc},
-    {"no fast CRC (one table)", false, kPngCarryLessCrc | kPngSlicedCrc},
-    {"no wavefront of lines", false, kPngWavefrontRows},
-    {"no wide lines", false, kPngWideRows},
-    {"no large pages", false, kPngHugePages},
-    {"none of them", true, 0xFFFFFFFF}};
+constexpr choice_t kChoices[] = {{"all paths", 0},
+                                 {"no carry-less CRC (sliced)", kPngCarryLessCrc},
+                                 {"no fast CRC (one table)", kPngCarryLessCrc | kPngSlicedCrc},
+                                 {"no wavefront of lines", kPngWavefrontRows},
+                                 {"no wide lines", kPngWideRows},
+                                 {"no large pages", kPngHugePages},
+                                 {"none of them", 0xFFFFFFFF}};
 
 void decode(const choice_t& choice, const std::vector<uint8_t>& file) {
-    inflate_leave_out_fast(choice.leavesOutInflate);
     png_leave_out_fast(choice.leftOut);
     delete surface_from_png(file.data(), file.size(), false, 0);
 }

@@ -16,8 +16,6 @@
 
 namespace {
 
-bool gLeftOut = false;
-
 constexpr uint32_t kWordSize = 8;
 
 // A turn refills at most twice, and each refill reads a whole word.
@@ -298,16 +296,12 @@ void hand_back_record(inflate_t* inflate, const position_t& position) {
 
 } // namespace
 
-void inflate_leave_out_fast(bool leftOut) {
-    gLeftOut = leftOut;
-}
-
 void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
     // `totalOut` wraps at 2^32, and from then on bounds distances again. The loop stops before that, so that
     // its own bound, the distance to the oldest byte of output, is `totalOut` at every symbol.
     const uint32_t room =
         std::min(inflate->outAvailable, std::numeric_limits<uint32_t>::max() - inflate->totalOut);
-    if (gLeftOut || inflate->window != nullptr || inflate->litlenTable->maxBits == 0 ||
+    if (inflate->window != nullptr || inflate->litlenTable->maxBits == 0 ||
         stream->available < kWorthwhileInput || room < kOutputMargin) {
         return;
     }

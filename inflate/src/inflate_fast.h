@@ -9,7 +9,3 @@
 /// plain sailing. The record and the reader are left exactly as the state machine would have left
 /// them. Does nothing where it would not pay.
 void inflate_fast(inflate_t* inflate, bitstream_t* stream);
-
-/// Switches the fast loop off or on again, for tests and comparisons. Process-wide; not to be
-/// called while another thread decodes.
-void inflate_leave_out_fast(bool leftOut);

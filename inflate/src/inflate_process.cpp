@@ -6,6 +6,7 @@
 #include "inflate/src/streams.h"
 
 #include <algorithm>
+#include <array>
 
 namespace {
 
@@ -256,10 +257,6 @@ int32_t build_tables(inflate_t* inflate, bitstream_t* /*stream*/) {
 // ---- Compressed data
 
 int32_t read_litlen_symbol(inflate_t* inflate, bitstream_t* stream) {
-    inflate_fast(inflate, stream);
-    if (inflate->state != kLitlenSymbol) {
-        return kGoOn;
-    }
     const int32_t symbol = huffman_decode(inflate->litlenTable, stream);
     if (symbol == kHuffmanNeedsInput) {
         return kInflateNeedsInput;
@@ -278,6 +275,12 @@ int32_t read_litlen_symbol(inflate_t* inflate, bitstream_t* stream) {
         inflate->state = kLengthExtra;
     }
     return kGoOn;
+}
+
+// The same after the fast loop, which takes as many symbols as it may.
+int32_t read_litlen_symbols(inflate_t* inflate, bitstream_t* stream) {
+    inflate_fast(inflate, stream);
+    return inflate->state == kLitlenSymbol ? read_litlen_symbol(inflate, stream) : kGoOn;
 }
 
 int32_t read_length_extra(inflate_t* inflate, bitstream_t* stream) {
@@ -376,7 +379,10 @@ int32_t copy_match(inflate_t* inflate, bitstream_t* /*stream*/) {
 
 using step_t = int32_t (*)(inflate_t* inflate, bitstream_t* stream);
 
-constexpr step_t kSteps[kStateCount] = {
+using steps_t = std::array<step_t, kStateCount>;
+
+// The state machine alone.
+constexpr steps_t kStatesOnly = {
     read_block_header,
     read_stored_length,
     check_stored_complement,
@@ -394,6 +400,13 @@ constexpr step_t kSteps[kStateCount] = {
     build_tables,
 };
 
+// The state machine with the fast loop in it.
+constexpr steps_t kSteps = [] {
+    steps_t steps = kStatesOnly;
+    steps[kLitlenSymbol] = read_litlen_symbols;
+    return steps;
+}();
+
 int32_t reset(inflate_t* inflate) {
     huffman_attach(&inflate->dynLitlen, inflate->litlenCounts, inflate->litlenSymbols);
     huffman_attach(&inflate->dynDist, inflate->distCounts, inflate->distSymbols);
@@ -405,12 +418,13 @@ int32_t reset(inflate_t* inflate) {
 }
 
 // Runs until a step stops the machine. @return what that step returned
+template <const steps_t& steps>
 int32_t run(inflate_t* inflate, bitstream_t* stream) {
     for (;;) {
         if (inflate->state >= kStateCount) {
             return reject(fault_t::state);
         }
-        const int32_t outcome = kSteps[inflate->state](inflate, stream);
+        const int32_t outcome = steps[inflate->state](inflate, stream);
         if (outcome != kGoOn) {
             return outcome;
         }
@@ -422,9 +436,13 @@ int32_t run(inflate_t* inflate, bitstream_t* stream) {
 namespace inflate_detail {
 
 int32_t process(inflate_t* inflate, bitstream_t* stream, fault_t* fault) {
-    const int32_t outcome = run(inflate, stream);
+    const int32_t outcome = run<kSteps>(inflate, stream);
     *fault = fault_of(outcome);
     return result_of(outcome);
+}
+
+int32_t process_states_only(inflate_t* inflate, bitstream_t* stream) {
+    return result_of(run<kStatesOnly>(inflate, stream));
 }
 
 int32_t step(inflate_t* inflate, bitstream_t* stream) {
@@ -450,5 +468,6 @@ void inflate_init_fixed() {
 }
 
 int32_t inflate_process(inflate_t* inflate, bitstream_t* stream) {
-    return stream == nullptr ? reset(inflate) : inflate_detail::result_of(run(inflate, stream));
+    return stream == nullptr ? reset(inflate)
+                             : inflate_detail::result_of(run<kSteps>(inflate, stream));
 }

@@ -3,6 +3,7 @@
 #include "inflate/src/deflate_tables.h"
 #include "inflate/src/fast_codes.h"
 #include "inflate/src/inflate_fast.h"
+#include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/match_copy.h"
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
@@ -47,9 +48,8 @@ public:
             mReader.bitCount += 8;
             --mReader.available;
         }
-        inflate_leave_out_fast(mIsPlain);
-        const int32_t result = inflate_process(&mState, &mReader);
-        inflate_leave_out_fast(false);
+        const int32_t result = mIsPlain ? inflate_detail::process_states_only(&mState, &mReader)
+                                        : inflate_process(&mState, &mReader);
         const bool has_copied = mState.copyFrom != nullptr;
         return {result,
                 {mState.state, mState.finalBlock, mState.symbol, mState.count, mState.length,

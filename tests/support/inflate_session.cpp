@@ -1,6 +1,8 @@
 // Feeds the DEFLATE decoder from pieces of short-lived memory.
 #include "tests/support/inflate_session.h"
 
+#include "tests/support/inflate_entry.h"
+
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
@@ -33,7 +35,7 @@ int32_t inflate_session::feed(const byte_vector& piece) {
     const heap_block memory = heap_copy(piece);
     reader.data = memory.get();
     reader.available = static_cast<uint32_t>(piece.size());
-    const int32_t result = inflate_process(&state, &reader);
+    const int32_t result = inflate_entry(&state, &reader);
     if (result == kInflateNeedsInput) {
         EXPECT_EQ(reader.available, 0U);
     }
@@ -99,7 +101,7 @@ inflate_outcome inflate_windowed(const byte_vector& raw, const std::vector<size_
                 position += bytes.size();
                 ++pieces;
             }
-            outcome.result = inflate_process(&state, &reader);
+            outcome.result = inflate_entry(&state, &reader);
         } while (outcome.result == kInflateNeedsInput && pieces <= piece_sizes.size());
         outcome.plain.insert(outcome.plain.end(), output.get(), state.out);
         if (outcome.result != kInflateNeedsOutput) {

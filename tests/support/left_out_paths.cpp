@@ -1,6 +1,5 @@
 // Leaves fast paths out for a whole run of a test program, as the environment says: so the whole suite
 // meets each of them and the plain code beside it.
-#include "inflate/src/inflate_fast.h"
 #include "png/png_fast_paths.h"
 
 #include <cstdlib>
@@ -13,7 +12,6 @@ uint32_t left_out_of(const char* module) {
 }
 
 const bool kLeftOut = [] {
-    inflate_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_INFLATE") != 0);
     png_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_PNG"));
     return true;
 }();

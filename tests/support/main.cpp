@@ -1,7 +1,10 @@
-// The main program of the tests: GoogleTest's, and an option that runs them on one backend.
+// The main program of the tests: GoogleTest's, and options that choose among implementations.
 //
 //     --backend=NAME    scalar, sse2, avx2 or neon; without it the best that the machine supports
+//     --states-only     inflate by the state machine, without the fast loop
+#include "inflate/src/internal/inflate_steps.h"
 #include "src/internal/backend.h"
+#include "tests/support/inflate_entry.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +21,10 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string_view word = argv[i];
         constexpr std::string_view kOption = "--backend=";
+        if (word == "--states-only") {
+            inflate_entry = inflate_detail::process_states_only;
+            continue;
+        }
         if (!word.starts_with(kOption)) {
             std::fprintf(stderr, "unknown option '%s'\n", argv[i]);
             return kWrongUse;

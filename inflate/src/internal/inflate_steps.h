@@ -34,6 +34,10 @@ constexpr int32_t result_of(int32_t outcome) {
 /// Runs one step. @return kGoOn, a result of inflate_process(), or a rejection
 int32_t step(inflate_t* inflate, bitstream_t* stream);
 
+/// inflate_process() by the state machine alone, which the fast loop is held against. A null stream is not
+/// allowed.
+int32_t process_states_only(inflate_t* inflate, bitstream_t* stream);
+
 /// Builds the two codes of fixed-code blocks into storage of 288 and 32 symbols.
 void build_fixed_codes(huffman_t* litlen, huffman_t* dist);
 
