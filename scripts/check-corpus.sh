@@ -31,11 +31,11 @@ if [ ! -e "$folder/complete" ]; then
     touch "$folder/complete"
 fi
 
-configure release -DPNGSLAB_TESTS=ON -DPNGSLAB_TOOL=ON
-build release
+configure dev
+build dev
 for images in icons conformance; do
     for check in check_corpus check_slabtool; do
         echo "$check $images"
-        "$tree/build/release/bin/$check" "$folder/$images"
+        "$tree/build/dev/bin/$check" "$folder/$images"
     done
 done

@@ -177,10 +177,10 @@ check_compiler() {
 
 # ---- Builds
 
-# Configures the preset $1 with the further options given. What a failure has found out is forgotten.
+# Configures the preset $1. What a failure has found out is forgotten.
 configure() {
     check_cmake
-    if ! (cd "$tree" && quietly cmake --preset "$@"); then
+    if ! (cd "$tree" && quietly cmake --preset "$1"); then
         rm -f "$tree/build/$1/CMakeCache.txt"
         return 1
     fi

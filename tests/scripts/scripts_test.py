@@ -1,6 +1,7 @@
 """The scripts as a stranger meets them: help, missing packages, missing rights, old compilers. Fake programs
 that are found first stand for another machine; each notes that it was called."""
 
+import json
 import os
 import subprocess
 import tempfile
@@ -164,6 +165,23 @@ class Scripts(unittest.TestCase):
         sentence = "pngslab needs g++ 12 or clang 13, or newer; this is "
         for file in ("CMakeLists.txt", "scripts/common.sh", "docs/troubleshooting.md"):
             self.assertIn(sentence, (TREE / file).read_text(), file)
+
+    def test_presets_with_tests_build_them(self):
+        presets = json.loads((TREE / "CMakePresets.json").read_text())
+        configure = {each["name"]: each for each in presets["configurePresets"]}
+
+        def variables(name):
+            result = {}
+            for parent in configure[name].get("inherits", []):
+                result.update(variables(parent))
+            return {**result, **configure[name].get("cacheVariables", {})}
+
+        visible = {name for name, each in configure.items() if not each.get("hidden")}
+        self.assertEqual(visible, {each["name"] for each in presets["buildPresets"]})
+        tested = {each["name"] for each in presets["testPresets"] if not each.get("hidden")}
+        options = ("PNGSLAB_TESTS", "PNGSLAB_FUZZERS", "PNGSLAB_BENCH")
+        self.assertEqual(tested, {name for name in visible
+                                  if any(variables(name).get(option) == "ON" for option in options)})
 
     def test_cmake_names_an_older_compiler_too(self):
         self.fake("old", 'exec g++ -U__GNUC__ -D__GNUC__=11 "$@"')
