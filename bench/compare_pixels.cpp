@@ -1,7 +1,7 @@
 // The pixel operations side by side with pixman and libyuv, in one process: every round runs each
 // contender once on the same pixels, and the ratios are those of the medians (peer over ours, bigger
 // is better for us). Prints one table. Arguments, both optional: words that rows must contain, and
-// the fast paths to leave out, as a number.
+// the backend to measure, by name.
 #include "src/ds_surface.h"
 #include "src/internal/backend.h"
 #include "src/pixel_kernels.h"

@@ -65,7 +65,7 @@ struct chunk_t {
     uint64_t size() const { return uint64_t{kFrameSize} + length; }
 };
 
-// Reads the chunk behind `chunk` from a file whose `remaining` bytes begin with it.
+// Reads the next chunk, which begins at `bytes`; `remaining` bytes follow to the end of the file.
 fault_t read_chunk(const uint8_t* bytes, uint64_t remaining, chunk_t* chunk) {
     ++chunk->index;
     chunk->name = nullptr;

@@ -10,6 +10,7 @@
 #include "png/row_wavefront.h"
 #include "png/wide_rows.h"
 
+#include <cassert>
 #include <cstdlib>
 #include <cstring>
 
@@ -159,6 +160,9 @@ uint64_t take_wide_row(const png_rows_t& rows, uint32_t row, uint8_t filter, uin
 } // namespace
 
 fault_t png_convert_rows(const png_rows_t& rows) {
+    // Samples have 8 bits, and the SIMD rows exchange red and blue wherever there are both.
+    assert(rows.bytesPerPixel == rows.samplesPerPixel);
+    assert(rows.exchangesRedAndBlue == (rows.samplesPerPixel >= 3));
     const row_loops_t& loops = loops_for(rows);
     const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;
     const bool wavefront = png_may_take(kPngWavefrontRows);

@@ -13,14 +13,17 @@ bool always() {
     return true;
 }
 
-constexpr Backend kBackends[kBackendCount] = {
-#if defined(__x86_64__)
-    {"avx2", processorHasAvx2},
-    {"sse2", always},
-#elif defined(__aarch64__) && defined(__AARCH64EL__)
-    {"neon", always},
+constexpr std::array<Backend, kBackendCount> kBackends = [] {
+    std::array<Backend, kBackendCount> list = {};
+#if defined(DS_HAS_AVX2_AND_SSE2)
+    list[kAvx2] = {"avx2", processorHasAvx2};
+    list[kSse2] = {"sse2", always};
+#elif defined(DS_HAS_NEON)
+    list[kNeon] = {"neon", always};
 #endif
-    {"scalar", always}};
+    list[kScalar] = {"scalar", always};
+    return list;
+}();
 
 // The number of the active backend; kBackendCount before the first use.
 std::atomic<size_t> gActive = kBackendCount;

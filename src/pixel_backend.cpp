@@ -5,13 +5,17 @@ namespace ds_detail {
 
 namespace {
 
-constexpr BackendList<PixelRows> kPixelRows = {
-#if defined(__x86_64__)
-    &kAvx2PixelRows, &kSse2PixelRows,
-#elif defined(__aarch64__) && defined(__AARCH64EL__)
-    &kNeonPixelRows,
+constexpr BackendList<PixelRows> kPixelRows = [] {
+    BackendList<PixelRows> list = {};
+#if defined(DS_HAS_AVX2_AND_SSE2)
+    list[kAvx2] = &kAvx2PixelRows;
+    list[kSse2] = &kSse2PixelRows;
+#elif defined(DS_HAS_NEON)
+    list[kNeon] = &kNeonPixelRows;
 #endif
-    &kScalarPixelRows};
+    list[kScalar] = &kScalarPixelRows;
+    return list;
+}();
 
 PixelRow rowOf(const ModePairTable<PixelRow>& rows, DsColorMode target, DsColorMode source) {
     return rows.at(static_cast<uint32_t>(target), static_cast<uint32_t>(source));

@@ -1,7 +1,7 @@
 // The AVX2 backend: rows by registers of 32 bytes. Turning pixels is left to registers of 16 bytes.
 #include "src/internal/pixel_backend.h"
 
-#if defined(__x86_64__)
+#if defined(DS_HAS_AVX2_AND_SSE2)
 
 #include "src/simd/target.h"
 

@@ -1,7 +1,7 @@
 // The NEON backend: rows by registers of 16 bytes.
 #include "src/internal/pixel_backend.h"
 
-#if defined(__aarch64__) && defined(__AARCH64EL__)
+#if defined(DS_HAS_NEON)
 
 #include <algorithm>
 #include <arm_neon.h>

@@ -15,7 +15,7 @@ constexpr auto kConvertRows =
 constexpr auto kBlendRows = makeModePairTable<PixelRow>(
     []<DsColorMode target, DsColorMode source>() -> PixelRow { return blendLine<target, source>; });
 
-// By twelve bytes, the least number that holds whole pixels of one to four bytes.
+// By twelve bytes, the smallest number that holds whole pixels of one to four bytes.
 void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
     constexpr uint64_t kStep = 12;
     uint64_t done = 0;

@@ -1,7 +1,7 @@
 // The SSE2 backend: rows by registers of 16 bytes.
 #include "src/internal/pixel_backend.h"
 
-#if defined(__x86_64__)
+#if defined(DS_HAS_AVX2_AND_SSE2)
 
 #include <algorithm>
 #include <array>

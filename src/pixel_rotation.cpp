@@ -41,13 +41,15 @@ void rotateByTiles(const RotatedCopy& copy) {
 }
 
 // AVX2 leaves turning to registers of 16 bytes.
-constexpr BackendList<RotateTilesBySize> kRotateTiles = {
-#if defined(__x86_64__)
-    nullptr, &kSse2RotateTiles,
-#elif defined(__aarch64__) && defined(__AARCH64EL__)
-    &kNeonRotateTiles,
+constexpr BackendList<RotateTilesBySize> kRotateTiles = [] {
+    BackendList<RotateTilesBySize> list = {};
+#if defined(DS_HAS_AVX2_AND_SSE2)
+    list[kSse2] = &kSse2RotateTiles;
+#elif defined(DS_HAS_NEON)
+    list[kNeon] = &kNeonRotateTiles;
 #endif
-    nullptr};
+    return list;
+}();
 
 template <uint32_t pixelSize>
 void rotate(const RotatedCopy& copy) {

@@ -61,7 +61,7 @@ bool mayBeGathered(const Span& span, uint32_t pixelSize) {
     return span.distance >= pixelSize && coverageIsApart(span, pixelSize);
 }
 
-// Blends some pixels at the span's start by way of a buffer in which they are adjacent.
+// Blends some pixels at the span's start through a buffer in which they are adjacent.
 template <uint32_t pixelSize>
 void blendGathered(const Span& span, uint32_t count, const SourceRule& rule, PixelRow row) {
     uint8_t pixels[kGathered * kMaxPixelBytes];
@@ -85,8 +85,10 @@ GatheringLoop gatheringLoop(uint32_t pixelSize) {
         return blendGathered<4>;
     case 3:
         return blendGathered<3>;
-    default:
+    case 2:
         return blendGathered<2>;
+    default:
+        return blendGathered<1>;
     }
 }
 

@@ -15,16 +15,25 @@ struct Backend {
     bool (*isSupported)();
 };
 
-/// The number of backends in this build.
 #if defined(__x86_64__)
-inline constexpr size_t kBackendCount = 3; // avx2, sse2, scalar
+#define DS_HAS_AVX2_AND_SSE2
 #elif defined(__aarch64__) && defined(__AARCH64EL__)
-inline constexpr size_t kBackendCount = 2; // neon, scalar
-#else
-inline constexpr size_t kBackendCount = 1; // scalar
+#define DS_HAS_NEON
 #endif
 
-/// The backends of this build, best first; the last one is scalar.
+/// The backends of this build, best first. Lists by backend are filled by these numbers.
+enum BackendNumber : size_t {
+#if defined(DS_HAS_AVX2_AND_SSE2)
+    kAvx2,
+    kSse2,
+#elif defined(DS_HAS_NEON)
+    kNeon,
+#endif
+    kScalar,
+    kBackendCount
+};
+
+/// The backends of this build by number.
 std::span<const Backend, kBackendCount> backends();
 
 /// The number of the active backend in that list.

@@ -175,7 +175,7 @@ struct ModeTraits<DsColorMode::A8> {
 /// The modes without pixels: their colors encode to 0 and decode to all zeros.
 struct NoPixels {
     static constexpr uint32_t kBytes = 0;
-    static constexpr bool kHasAlpha = true;
+    static constexpr bool kHasAlpha = false;
     static constexpr bool kHasPalette = false;
     static constexpr uint32_t encode(const DsColor& /*color*/) { return 0; }
     static constexpr DsColor decode(uint32_t /*stored*/, const DsColor& /*constant*/) {

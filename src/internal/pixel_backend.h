@@ -50,10 +50,10 @@ using RotateTilesBySize = std::array<RotateTiles, kMaxPixelBytes + 1>;
 
 // What each backend brings.
 extern const PixelRows kScalarPixelRows;
-#if defined(__x86_64__)
+#if defined(DS_HAS_AVX2_AND_SSE2)
 extern const PixelRows kSse2PixelRows, kAvx2PixelRows;
 extern const RotateTilesBySize kSse2RotateTiles;
-#elif defined(__aarch64__) && defined(__AARCH64EL__)
+#elif defined(DS_HAS_NEON)
 extern const PixelRows kNeonPixelRows;
 extern const RotateTilesBySize kNeonRotateTiles;
 #endif

@@ -1,6 +1,5 @@
-// The plain, per-pixel definition of converting and blending: one decode, one compose and one
-// encode function, put together for every pair of modes. Wide loops elsewhere are held against
-// these.
+// The scalar definition of converting and blending: one decode, one compose and one encode function, put together
+// for every pair of modes. The SIMD rows of the backends are held against these.
 #pragma once
 
 #include "src/internal/mode_traits.h"

@@ -147,7 +147,7 @@ inline U32 loadPixels(const uint8_t* pixels, const SourceRule& rule, const Const
         const U32 words = loadU16(pixels);
         return (words & 0xFFFF00FFU) | (words << 8 & 0xFF00U);
     } else {
-        static_assert(mode == Mode::A8);
+        static_assert(mode == Mode::A8, "add loads and stores for this mode");
         return (loadU8(pixels) & kAlphas) | ModeTraits<Mode::RGB888>::encode(rule.constant);
     }
 }
@@ -169,7 +169,7 @@ inline void storePixels(U32 words, uint8_t* pixels, const Constants& c) {
     } else if constexpr (mode == Mode::AI88) {
         storeU16((words >> 16 & 0xFF00U) | (words & 0xFFU), pixels);
     } else {
-        static_assert(mode == Mode::A8);
+        static_assert(mode == Mode::A8, "add loads and stores for this mode");
         storeU8(words >> 24, pixels);
     }
 }
@@ -180,16 +180,24 @@ inline void storePixels(U32 words, uint8_t* pixels, const Constants& c) {
 using BlocksLoop = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                             const SourceRule& rule);
 
-/// Runs a loop on a row of any length: the tail, fewer than kPixels pixels, goes through a buffer of one
-/// register. That takes 15 ns, where the scalar loop takes 5 ns a pixel.
-template <Mode targetMode, Mode sourceMode, BlocksLoop loop>
+// Shorter tails take the scalar row: starting a SIMD loop on a buffer takes as long as that many pixels, some
+// 9 ns. Composing a pixel takes longer than converting one.
+constexpr uint32_t kMinConvertedTail = 6;
+constexpr uint32_t kMinBlendedTail = 3;
+
+/// Runs a loop on a row of any length. The tail, fewer than kPixels pixels, goes through a buffer of one register,
+/// or where it is shorter than `minTail` through the scalar row.
+template <Mode targetMode, Mode sourceMode, BlocksLoop loop, BlocksLoop scalarRow, uint32_t minTail>
 void finishRow(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
     constexpr uint64_t kTargetBytes = ModeTraits<targetMode>::kBytes;
     constexpr uint64_t kSourceBytes = ModeTraits<sourceMode>::kBytes;
     const uint32_t tail = count % kPixels;
     const uint32_t whole = count - tail;
-    loop(target, source, whole, rule);
-    if (tail == 0) {
+    if (whole != 0) {
+        loop(target, source, whole, rule);
+    }
+    if (tail < minTail) {
+        scalarRow(target + whole * kTargetBytes, source + whole * kSourceBytes, tail, rule);
         return;
     }
     uint8_t targetTail[kPixels * kTargetBytes] = {};
@@ -226,6 +234,10 @@ template <Mode targetMode, Mode sourceMode>
     }
 }
 
+template <Mode target, Mode source>
+constexpr PixelRow kConvertRow = finishRow<target, source, convertBlocks<target, source>,
+                                           convertLine<target, source>, kMinConvertedTail>;
+
 /// Pixels of the same mode are a copy where the rule leaves their alpha alone. (Not those of ARGB1555, whose
 /// channels do not come back from widening and narrowing.)
 template <Mode mode>
@@ -240,7 +252,7 @@ void convertSameMode(uint8_t* target, const uint8_t* source, uint32_t count,
             std::memmove(target + done, source + done, std::min(kPiece, byteCount - done));
         }
     } else if constexpr (mode == Mode::ARGB8888) {
-        finishRow<mode, mode, convertBlocks<mode, mode>>(target, source, count, rule);
+        kConvertRow<mode, mode>(target, source, count, rule);
     } else {
         convertLine<mode, mode>(target, source, count, rule);
     }
@@ -253,7 +265,7 @@ constexpr PixelRow convertRowOf() {
     if constexpr (arePixels && target == source && target != Mode::ARGB1555) {
         return convertSameMode<target>;
     } else if constexpr (arePixels && (target == Mode::ARGB8888 || source == Mode::ARGB8888)) {
-        return finishRow<target, source, convertBlocks<target, source>>;
+        return kConvertRow<target, source>;
     } else {
         return nullptr;
     }
@@ -348,7 +360,7 @@ struct BlendSource {
     }
 
     // Shortcuts for whole registers, which icons and glyphs are full of: twice as fast on them, and not felt
-    // elsewhere, since the first pixel alone tells most mixed registers.
+    // elsewhere, since the first pixel alone identifies most mixed registers.
     bool isClear(const uint8_t* pixels) const {
         if constexpr (mode == Mode::ARGB8888) {
             return pixels[3] == 0 && hasNoTerm() && areClear(pixels);
@@ -422,22 +434,22 @@ template <Mode targetMode, Mode sourceMode, bool keepsAlpha>
     }
 }
 
+template <Mode target, Mode source, bool keepsAlpha>
+constexpr PixelRow kBlendRow = finishRow<target, source, blendBlocks<target, source, keepsAlpha>,
+                                         blendLine<target, source>, kMinBlendedTail>;
+
 template <Mode targetMode, Mode sourceMode>
 void blendRow(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
-    if (rule.keepsAlpha()) {
-        finishRow<targetMode, sourceMode, blendBlocks<targetMode, sourceMode, true>>(target, source,
-                                                                                     count, rule);
-    } else {
-        finishRow<targetMode, sourceMode, blendBlocks<targetMode, sourceMode, false>>(
-            target, source, count, rule);
-    }
+    const PixelRow row = rule.keepsAlpha() ? kBlendRow<targetMode, sourceMode, true>
+                                           : kBlendRow<targetMode, sourceMode, false>;
+    row(target, source, count, rule);
 }
 
 /// The row of a pair of modes, or null where the scalar row serves.
 template <Mode target, Mode source>
 constexpr PixelRow blendRowOf() {
     constexpr bool isMixed = source == Mode::ARGB8888 || source == Mode::A8;
-    // A pixel of ARGB1555 has no alpha, so nobody blends any.
+    // ARGB1555 pixels decode with alpha 0: blending them is rare, so the scalar row serves.
     constexpr bool isBlended = ModeTraits<source>::kBytes != 0 && source != Mode::ARGB1555;
     if constexpr ((target == Mode::ARGB8888 && isBlended) ||
                   ((target == Mode::RGB888 || target == Mode::RGB565) && isMixed)) {

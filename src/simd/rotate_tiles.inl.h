@@ -90,7 +90,7 @@ Square<pixelSize, i...> squareOf(std::integer_sequence<uint32_t, i...>);
 template <uint32_t pixelSize>
 constexpr int64_t kTileSide = kCacheLine / pixelSize;
 
-// A tile by way of a buffer, so that every cache line of the source is read at once and every one of the target
+// A tile through a buffer, so that every cache line of the source is read at once and every one of the target
 // written at once. Where rows are a power of two apart, all of them fall on the same few places of the caches,
 // and what is not used at once is lost before it is used again: 4096 by 4096 pixels take half the time of the
 // scalar tiles, those of one byte a third. `nextColumn` is where the next tile starts; prefetching its source

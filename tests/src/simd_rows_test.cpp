@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-#if defined(__x86_64__)
+#if defined(DS_HAS_AVX2_AND_SSE2)
 #include <emmintrin.h>
-#elif defined(__aarch64__)
+#elif defined(DS_HAS_NEON)
 #include <arm_neon.h>
 #endif
 
@@ -29,10 +29,10 @@ namespace {
 
 using Mode = DsColorMode;
 
-#if defined(__x86_64__)
+#if defined(DS_HAS_AVX2_AND_SSE2)
 #include "src/simd/vec_sse2.h"
 #define HAS_VECTORS
-#elif defined(__aarch64__)
+#elif defined(DS_HAS_NEON)
 #include "src/simd/vec_neon.h"
 #define HAS_VECTORS
 #endif
@@ -135,9 +135,9 @@ TEST(Backends, StandInOrderOfPreference) {
     for (const Backend& backend : backends()) {
         names.emplace_back(backend.name);
     }
-#if defined(__x86_64__)
+#if defined(DS_HAS_AVX2_AND_SSE2)
     EXPECT_EQ((std::vector<std::string>{"avx2", "sse2", "scalar"}), names);
-#elif defined(__aarch64__)
+#elif defined(DS_HAS_NEON)
     EXPECT_EQ((std::vector<std::string>{"neon", "scalar"}), names);
 #else
     EXPECT_EQ((std::vector<std::string>{"scalar"}), names);
