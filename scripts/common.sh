@@ -220,8 +220,9 @@ mirror() {
 # Makes a minimal Debian $1 in the empty folder $2. Downloaded packages stay in $cache for the next time.
 make_bare_system() {
     local from
+    [ -n "$(mirror)" ] || quietly as_root apt-get update # a new machine has no index yet
     from=$(mirror)
-    [ -n "$from" ] || fail "apt has no index of this release yet; run: apt-get update"
+    [ -n "$from" ] || fail "apt knows no mirror of this machine's own release"
     cache="${XDG_CACHE_HOME:-$HOME/.cache}/pngslab/$1"
     mkdir -p "$cache"
     echo "Making a bare Debian ($1, one minute)"
