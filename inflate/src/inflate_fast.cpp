@@ -4,16 +4,17 @@
 // A symbol is taken only once all of it is known to be good. Before anything doubtful (an invalid
 // code, a distance too far back, a symbol without meaning) the loop stops, and the state machine
 // meets the same bits and says what is wrong with them.
-#include "inflate/src/inflate_fast.h"
+#include "inflate/src/internal/inflate_fast.h"
 
-#include "inflate/src/deflate_tables.h"
-#include "inflate/src/fast_codes.h"
-#include "inflate/src/match_copy.h"
+#include "inflate/src/internal/deflate_tables.h"
+#include "inflate/src/internal/fast_codes.h"
+#include "inflate/src/internal/match_copy.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <limits>
 
+namespace inflate_detail {
 namespace {
 
 constexpr uint32_t kWordSize = 8;
@@ -242,8 +243,8 @@ const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, posi
     stretch_t stretch;
     const uint8_t* in = stream.data;
     size_t left = stream.available;
-    uint64_t before = uint64_t{stream.bits} << 1
-                                            << (63 - stream.bitCount); // the reader's last bits
+    // The reader's last bits.
+    uint64_t before = uint64_t{stream.bits} << 1 << (63 - stream.bitCount);
     while (left >= kInputMargin && !position->hasStopped && position->out <= outLimit) {
         store_word(stretch.forward, before);
         stretch.take(in, left);
@@ -327,3 +328,5 @@ void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
     hand_back_record(inflate, position);
     hand_back_input(stream, in, position.buffer.count);
 }
+
+} // namespace inflate_detail

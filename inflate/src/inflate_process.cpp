@@ -1,20 +1,16 @@
 // The DEFLATE state machine, one function a step. Each step either completes, or leaves the record
 // so that it runs again from its start: that is what makes the decoder resumable at any byte.
-#include "inflate/src/deflate_tables.h"
-#include "inflate/src/inflate_fast.h"
+#include "inflate/src/internal/deflate_tables.h"
+#include "inflate/src/internal/inflate_fast.h"
 #include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/streams.h"
 
 #include <algorithm>
 #include <array>
 
-namespace {
+using namespace inflate_detail;
 
-using inflate_detail::fault_t;
-using inflate_detail::kFixedDistSymbols;
-using inflate_detail::kFixedLitlenSymbols;
-using inflate_detail::kGoOn;
-using inflate_detail::reject;
+namespace {
 
 constexpr uint32_t kCodeLengthCodes = 19;
 constexpr uint16_t kCodeLengthOrder[kCodeLengthCodes] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
@@ -464,10 +460,9 @@ void build_fixed_codes(huffman_t* litlen, huffman_t* dist) {
 } // namespace inflate_detail
 
 void inflate_init_fixed() {
-    inflate_detail::build_fixed_codes(&gFixedLitlen, &gFixedDist);
+    build_fixed_codes(&gFixedLitlen, &gFixedDist);
 }
 
 int32_t inflate_process(inflate_t* inflate, bitstream_t* stream) {
-    return stream == nullptr ? reset(inflate)
-                             : inflate_detail::result_of(run<kSteps>(inflate, stream));
+    return stream == nullptr ? reset(inflate) : result_of(run<kSteps>(inflate, stream));
 }

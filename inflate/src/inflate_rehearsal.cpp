@@ -6,7 +6,7 @@
 // direct mode cuts.
 #include "inflate/src/internal/inflate_rehearsal.h"
 
-#include "inflate/src/deflate_tables.h"
+#include "inflate/src/internal/deflate_tables.h"
 
 #include <algorithm>
 

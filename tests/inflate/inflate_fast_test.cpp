@@ -1,10 +1,10 @@
 // The fast loop against the state machine that it stands beside: after every piece of input both must
 // have left the same record, the same reader and the same output block, to the last byte.
-#include "inflate/src/deflate_tables.h"
-#include "inflate/src/fast_codes.h"
-#include "inflate/src/inflate_fast.h"
+#include "inflate/src/internal/deflate_tables.h"
+#include "inflate/src/internal/fast_codes.h"
+#include "inflate/src/internal/inflate_fast.h"
 #include "inflate/src/internal/inflate_steps.h"
-#include "inflate/src/match_copy.h"
+#include "inflate/src/internal/match_copy.h"
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
@@ -14,6 +14,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+
+using namespace inflate_detail;
 
 namespace {
 
@@ -48,8 +50,8 @@ public:
             mReader.bitCount += 8;
             --mReader.available;
         }
-        const int32_t result = mIsPlain ? inflate_detail::process_states_only(&mState, &mReader)
-                                        : inflate_process(&mState, &mReader);
+        const int32_t result =
+            mIsPlain ? process_states_only(&mState, &mReader) : inflate_process(&mState, &mReader);
         const bool has_copied = mState.copyFrom != nullptr;
         return {result,
                 {mState.state, mState.finalBlock, mState.symbol, mState.count, mState.length,

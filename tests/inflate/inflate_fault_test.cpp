@@ -1,5 +1,5 @@
 // Every reason for which a stream is rejected, in the order of the checks.
-#include "inflate/src/deflate_tables.h"
+#include "inflate/src/internal/deflate_tables.h"
 #include "inflate/src/internal/inflate_fault.h"
 #include "inflate/src/internal/inflate_steps.h"
 #include "tests/support/deflate_maker.h"
@@ -9,16 +9,16 @@
 #include <gtest/gtest.h>
 #include <set>
 
-namespace {
+using namespace inflate_detail;
 
-using inflate_detail::fault_t;
+namespace {
 
 // Names the fault of the session's stream, which `piece` continues.
 fault_t fault_of(inflate_session& session, const byte_vector& piece) {
     session.reader.data = piece.data();
     session.reader.available = static_cast<uint32_t>(piece.size());
     fault_t fault = fault_t::count;
-    const int32_t result = inflate_detail::process(&session.state, &session.reader, &fault);
+    const int32_t result = process(&session.state, &session.reader, &fault);
     EXPECT_EQ(result == kInflateInvalid, fault != fault_t::none);
     return fault;
 }

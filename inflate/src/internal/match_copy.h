@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+namespace inflate_detail {
+
 /// A word from memory; the first byte is the lowest, whatever the machine's own order.
 inline uint64_t load_word(const uint8_t* bytes) {
     uint64_t word;
@@ -106,3 +108,5 @@ inline void copy_match(uint8_t* out, uint32_t distance, uint32_t length) {
     }
     store_part(out, word, length);
 }
+
+} // namespace inflate_detail

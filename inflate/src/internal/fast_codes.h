@@ -2,10 +2,12 @@
 // search or branch, and payloads beside the sorted symbols.
 #pragma once
 
-#include "inflate/src/deflate_tables.h"
+#include "inflate/src/internal/deflate_tables.h"
 #include "inflate/src/streams.h"
 
 #include <cstdint>
+
+namespace inflate_detail {
 
 /// Codes stand left-justified: the first bit of the input is the highest.
 inline constexpr uint32_t kCodeBits = 64;
@@ -88,3 +90,5 @@ inline constexpr uint32_t kPayloadIsInvalid = 1U << 31;
 inline constexpr uint32_t payload_of(uint16_t base, uint16_t extraBits) {
     return base | uint32_t{extraBits} << kPayloadExtraShift;
 }
+
+} // namespace inflate_detail

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace inflate_detail {
+
 // The states, numbered as they are stored in the record.
 enum state_t : uint16_t {
     kBlockHeader,
@@ -42,3 +44,5 @@ inline constexpr uint16_t kDistanceBase[kMaxDistSymbols] = {
 inline constexpr uint16_t kDistanceExtraBits[kMaxDistSymbols] = {
     0, 0, 0, 0, 1, 1, 2, 2,  3,  3,  4,  4,  5,  5,  6,
     6, 7, 7, 8, 8, 9, 9, 10, 10, 11, 11, 12, 12, 13, 13};
+
+} // namespace inflate_detail
