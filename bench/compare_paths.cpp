@@ -2,13 +2,15 @@
 // with each of them left out, and with none, side by side.
 #include "bench/comparison.h"
 #include "bench/options.h"
-#include "png/png_fast_paths.h"
+#include "png/internal/png_fast_paths.h"
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
 
 #include <cstdio>
 #include <iterator>
 #include <memory>
+
+using namespace png_detail;
 
 namespace {
 

@@ -1,13 +1,15 @@
 // Each filter by bytes a pixel: 1080p images of lines with that filter alone, converted in place as
 // the decoder does it.
 #include "bench/sample_data.h"
+#include "png/internal/png_rows.h"
 #include "png/png_decode.h"
-#include "png/png_rows.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdlib>
+
+using namespace png_detail;
 
 namespace {
 
@@ -41,7 +43,7 @@ void rows(benchmark::State& state, uint8_t filter) {
         // Converting destroys its source, so that this copy is part of every measurement; the
         // benchmark of the same name shows what it takes.
         std::copy(filtered.begin(), filtered.end(), block.begin());
-        if (png_convert_rows(image) != png_detail::fault_t::none) {
+        if (png_convert_rows(image) != fault_t::none) {
             std::abort();
         }
         benchmark::ClobberMemory();

@@ -2,8 +2,8 @@
 // of any other. Pixel and palette blocks lie in heap memory of exactly their size.
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
+#include "png/internal/png_fast_paths.h"
 #include "png/png_decode.h"
-#include "png/png_fast_paths.h"
 #include "src/ds_surface.h"
 
 #include <algorithm>
@@ -73,8 +73,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     }
     const Outcome outcome = decodeIntoAny(file, decisions);
     constexpr uint32_t kAllPaths = 0xFFFFFFFF;
-    png_leave_out_fast(kAllPaths);
+    png_detail::png_leave_out_fast(kAllPaths);
     require(decodeIntoAny(file, decisions) == outcome);
-    png_leave_out_fast(0);
+    png_detail::png_leave_out_fast(0);
     return 0;
 }

@@ -1,11 +1,11 @@
 // A block of 128 bits that n more bits follow has the same remainder as the sum of its halves, each
 // multiplied by the remainder of the power of x at its distance; the products are 96 bits, so that
 // they fit the block at the end of those n bits. Four blocks side by side hide the multiplier's latency.
-#include "png/carry_less_crc.h"
+#include "png/internal/carry_less_crc.h"
+
+using namespace png_detail;
 
 #if defined(__x86_64__)
-
-#include "png/png_crc32.h"
 
 #include <wmmintrin.h>
 
@@ -45,9 +45,9 @@ __m128i load(const uint8_t* bytes) {
 
 } // namespace
 
-[[gnu::target("pclmul")]] uint64_t carry_less_crc(const uint8_t* bytes, uint64_t length,
-                                                  uint32_t crc,
-                                                  uint8_t (&rest)[kCarryLessRestBytes]) {
+[[gnu::target("pclmul")]] uint64_t
+png_detail::carry_less_crc(const uint8_t* bytes, uint64_t length, uint32_t crc,
+                           uint8_t (&rest)[kCarryLessRestBytes]) {
     __m128i first = _mm_xor_si128(load(bytes), _mm_cvtsi32_si128(static_cast<int>(crc)));
     __m128i second = load(bytes + kBlock);
     __m128i third = load(bytes + 2 * kBlock);
@@ -71,7 +71,8 @@ __m128i load(const uint8_t* bytes) {
 
 #else
 
-uint64_t carry_less_crc(const uint8_t*, uint64_t, uint32_t, uint8_t (&)[kCarryLessRestBytes]) {
+uint64_t png_detail::carry_less_crc(const uint8_t*, uint64_t, uint32_t,
+                                    uint8_t (&)[kCarryLessRestBytes]) {
     return 0;
 }
 

@@ -2,7 +2,7 @@
 // takes the place of 512 of them.
 #include "png/huge_pages.h"
 
-#include "png/png_fast_paths.h"
+#include "png/internal/png_fast_paths.h"
 
 #include <cstdint>
 #include <sys/mman.h>
@@ -12,7 +12,7 @@ void ask_for_huge_pages([[maybe_unused]] void* block, [[maybe_unused]] size_t si
 #if defined(MADV_HUGEPAGE)
     constexpr size_t kLeastSize = size_t{4}
                                   << 20; // holds at least one large page wherever it begins
-    if (size < kLeastSize || !png_may_take(kPngHugePages)) {
+    if (size < kLeastSize || !png_detail::png_may_take(png_detail::kPngHugePages)) {
         return;
     }
     const auto pageSize = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));

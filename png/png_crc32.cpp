@@ -1,10 +1,12 @@
 // The checksum by one table lookup a byte, and two faster ways to the same remainder.
 #include "png/png_crc32.h"
 
-#include "png/carry_less_crc.h"
-#include "png/png_fast_paths.h"
+#include "png/internal/carry_less_crc.h"
+#include "png/internal/png_fast_paths.h"
 
 #include <array>
+
+using namespace png_detail;
 
 namespace {
 

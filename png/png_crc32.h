@@ -3,9 +3,6 @@
 
 #include <cstdint>
 
-/// The polynomial, its highest power aside, bits reversed.
-inline constexpr uint32_t kCrcPolynomial = 0xEDB88320;
-
 /// CRC of `length` bytes, continuing from `previous` (the result for the bytes before them; 0 to
 /// start). A zero length returns `previous`.
 uint32_t png_crc32(const uint8_t* bytes, uint64_t length, uint32_t previous);

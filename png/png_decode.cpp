@@ -7,19 +7,17 @@
 
 #include "inflate/src/streams.h"
 #include "png/internal/png_decoder.h"
+#include "png/internal/png_rows.h"
 #include "png/png_crc32.h"
-#include "png/png_rows.h"
 #include "src/ds_surface.h"
 
 #include <bit>
 #include <cstring>
 #include <iterator>
 
-namespace {
+using namespace png_detail;
 
-using png_detail::fault_record_t;
-using png_detail::fault_t;
-using png_detail::image_data_sink_t;
+namespace {
 
 constexpr uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
@@ -94,7 +92,7 @@ fault_t read_chunk(const uint8_t* bytes, uint64_t remaining, chunk_t* chunk) {
 constexpr uint32_t kIhdrLength = 13;
 constexpr uint16_t kMaxPaletteSize = 256;
 
-enum color_type_t : uint8_t { kGrey = 0, kRgb = 2, kIndexed = 3, kGreyAlpha = 4, kRgba = 6 };
+enum color_type_t : uint8_t { kGray = 0, kRgb = 2, kIndexed = 3, kGrayAlpha = 4, kRgba = 6 };
 
 // What follows from a color type.
 struct color_rules_t {
@@ -198,7 +196,7 @@ uint64_t raw_offset(const decoder_t& decoder) {
 
 // Makes the tail of the surface's pixel block the place of the inflated rows.
 fault_t prepare_pixels(decoder_t* decoder) {
-    decoder->rawSize = png_detail::filtered_size(*decoder->info);
+    decoder->rawSize = filtered_size(*decoder->info);
     inflate_process(&decoder->inflate, nullptr);
     if (decoder->surface == nullptr || decoder->sink != nullptr) {
         return fault_t::none;
@@ -220,7 +218,7 @@ uint8_t* palette_entry(const DsSurface& surface, uint32_t index) {
 }
 
 bool is_gray(const png_info_t& info) {
-    return info.colorType == kGrey || info.colorType == kGreyAlpha;
+    return info.colorType == kGray || info.colorType == kGrayAlpha;
 }
 
 fault_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
@@ -287,7 +285,7 @@ fault_t take_transparency(decoder_t* decoder, const chunk_t& chunk) {
         return fault_t::transparency_after_image_data;
     }
     switch (decoder->info->colorType) {
-    case kGrey:
+    case kGray:
         return take_key_color(decoder, chunk, DsColorMode::AI88);
     case kRgb:
         return take_key_color(decoder, chunk, DsColorMode::ARGB8888);
@@ -309,10 +307,10 @@ int32_t inflate_piece(decoder_t* decoder, const uint8_t* data, uint32_t size) {
 }
 
 fault_t take_image_data(decoder_t* decoder, const chunk_t& chunk) {
-    if (chunk.length < png_detail::kZlibHeaderSize) { // in later chunks, too
+    if (chunk.length < kZlibHeaderSize) { // in later chunks, too
         return fault_t::image_data_length;
     }
-    const uint32_t skipped = decoder->idatSeen ? 0 : png_detail::kZlibHeaderSize;
+    const uint32_t skipped = decoder->idatSeen ? 0 : kZlibHeaderSize;
     decoder->idatSeen = true;
     if (decoder->surface == nullptr) {
         return fault_t::none;
@@ -472,7 +470,7 @@ int32_t finish(decoder_t* decoder, const uint8_t* file, uint64_t size, fault_rec
     if (record != nullptr) {
         note(*decoder, fault, record);
     }
-    return png_detail::result_of(fault);
+    return result_of(fault);
 }
 
 } // namespace
@@ -503,5 +501,5 @@ int32_t decode_into_sink(const uint8_t* data, uint64_t size, png_info_t* info, D
 } // namespace png_detail
 
 int32_t png_decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface) {
-    return png_detail::decode(data, size, info, surface, nullptr);
+    return decode(data, size, info, surface, nullptr);
 }

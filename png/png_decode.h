@@ -24,8 +24,8 @@ struct png_info_t {
 // Results of png_decode.
 inline constexpr int32_t kPngOk = 0;
 inline constexpr int32_t kPngMalformed = 1; ///< corrupt, incomplete, or against the format's rules
-inline constexpr int32_t kPngUnsupported =
-    2; ///< valid: other depth than 8, interlaced, unknown chunk
+/// Valid, but not of 8 bits a sample, interlaced, or with an unknown critical chunk.
+inline constexpr int32_t kPngUnsupported = 2;
 inline constexpr int32_t kPngDoesNotFit = 3; ///< the surface cannot take the image
 
 /// Checks the PNG file at `data` (`size` bytes, every chunk with its CRC) and fills `info`. With a

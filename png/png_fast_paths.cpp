@@ -1,8 +1,9 @@
 // A machine answers one way, whatever the tests do.
-#include "png/png_fast_paths.h"
+#include "png/internal/png_fast_paths.h"
 
 #include "src/simd/cpu.h"
 
+namespace png_detail {
 namespace {
 
 #if defined(__SSE2__)
@@ -34,3 +35,5 @@ void png_leave_out_fast(uint32_t paths) {
 bool png_may_take(png_fast_path_t path) {
     return (leftOut & path) == 0 && machine_has(path);
 }
+
+} // namespace png_detail

@@ -4,19 +4,19 @@
 // when it is converted, so the front of the block fills more slowly than the tail is used up. At
 // the closest (the first line of an image whose block has no byte to spare) a pixel lies one byte
 // before its source, so no store may run ahead of the bytes that have been read.
-#include "png/png_rows.h"
+#include "png/internal/png_rows.h"
 
-#include "png/png_fast_paths.h"
-#include "png/row_wavefront.h"
-#include "png/wide_rows.h"
+#include "png/internal/png_fast_paths.h"
+#include "png/internal/png_filter.h"
+#include "png/internal/row_wavefront.h"
+#include "png/internal/wide_rows.h"
 
 #include <cassert>
 #include <cstdlib>
 #include <cstring>
 
+namespace png_detail {
 namespace {
-
-using png_detail::fault_t;
 
 // The filters of the PNG standard: what is added to a sample, given its neighbours.
 struct no_filter_t {
@@ -199,3 +199,5 @@ fault_t png_convert_rows(const png_rows_t& rows) {
     }
     return fault_t::none;
 }
+
+} // namespace png_detail

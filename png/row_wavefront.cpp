@@ -2,12 +2,14 @@
 // so that one line alone waits most of the time. Four lines one below the other go together in one
 // vector, a lane each, every line two pixels behind the one above it, whose pixels it needs. Lines of
 // Paeth take a quarter of the time or less.
-#include "png/row_wavefront.h"
+#include "png/internal/row_wavefront.h"
+
+using namespace png_detail;
 
 #if defined(__SSE2__)
 
-#include "png/pixel_lanes.h"
-#include "png/png_rows.h"
+#include "png/internal/pixel_lanes.h"
+#include "png/internal/png_filter.h"
 
 #include <cstring>
 #include <emmintrin.h>
@@ -188,8 +190,8 @@ void convert(const uint8_t (&filters)[kWavefrontRows], const lines_t& lines, uin
 
 } // namespace
 
-void png_convert_wavefront(uint8_t* target, const uint8_t* source, uint64_t stride,
-                           uint64_t rowBytes, uint32_t channels) {
+void png_detail::png_convert_wavefront(uint8_t* target, const uint8_t* source, uint64_t stride,
+                                       uint64_t rowBytes, uint32_t channels) {
     // The pixels of a line overwrite the end of the source of the line above, which is not used up
     // yet: all four are saved before.
     uint8_t saved[kWavefrontRows * (kWavefrontRowBytes + kPadding)];
@@ -221,6 +223,6 @@ void png_convert_wavefront(uint8_t* target, const uint8_t* source, uint64_t stri
 
 #else
 
-void png_convert_wavefront(uint8_t*, const uint8_t*, uint64_t, uint64_t, uint32_t) {}
+void png_detail::png_convert_wavefront(uint8_t*, const uint8_t*, uint64_t, uint64_t, uint32_t) {}
 
 #endif

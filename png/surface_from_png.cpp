@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr uint8_t kPlainGrey = 0; // the PNG colour type
+constexpr uint8_t kPlainGray = 0; // the PNG colour type
 
 // Zeroed, so that bytes which no input byte reaches are the same in every run.
 void* allocate_zeroed(size_t byteCount) {
@@ -48,7 +48,7 @@ DsSurface* surface_from_png(const uint8_t* data, uint64_t size, bool alphaOnly, 
     if (png_decode(data, size, &info, nullptr) != kPngOk) {
         return nullptr;
     }
-    if (alphaOnly && info.colorType != kPlainGrey) {
+    if (alphaOnly && info.colorType != kPlainGray) {
         return nullptr;
     }
     std::unique_ptr<DsSurface> surface = make_surface(info, alphaOnly);

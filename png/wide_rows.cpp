@@ -1,11 +1,13 @@
 // Every loop reads a block before it writes the same block of the line, so that a line whose pixels
 // lie a single byte before their source works too.
-#include "png/wide_rows.h"
+#include "png/internal/wide_rows.h"
+
+using namespace png_detail;
 
 #if defined(__SSE2__)
 
-#include "png/pixel_lanes.h"
-#include "png/png_rows.h"
+#include "png/internal/pixel_lanes.h"
+#include "png/internal/png_filter.h"
 
 #include <emmintrin.h>
 
@@ -140,13 +142,13 @@ constexpr wide_row_t kWideRows[][kFilterCount] = {
 
 } // namespace
 
-wide_row_t png_wide_row(uint32_t channels, uint8_t filter) {
+wide_row_t png_detail::png_wide_row(uint32_t channels, uint8_t filter) {
     return kWideRows[channels - 1][filter];
 }
 
 #else
 
-wide_row_t png_wide_row(uint32_t, uint8_t) {
+wide_row_t png_detail::png_wide_row(uint32_t, uint8_t) {
     return nullptr;
 }
 

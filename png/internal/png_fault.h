@@ -131,10 +131,12 @@ constexpr int32_t result_of(fault_t fault) {
 struct fault_record_t {
     fault_t fault;
     inflate_detail::fault_t inflateFault; ///< for image_data_invalid
-    uint32_t chunkIndex;  ///< the current or last chunk, the header being 1; 0: the signature
-    uint64_t chunkOffset; ///< of its length field in the file
-    uint32_t chunkLength; ///< of its data; 0 if the frame is truncated
-    uint8_t chunkType[4]; ///< as in the file; zeros if the frame is truncated
+    /// The current or last chunk, the header being 1; 0: the signature. For end_chunk_missing: the missing
+    /// chunk, one more than the file has.
+    uint32_t chunkIndex;
+    uint64_t chunkOffset;          ///< of its length field in the file, or the file's end
+    uint32_t chunkLength;          ///< of its data; 0 if the frame is truncated
+    uint8_t chunkType[4];          ///< as in the file; zeros if the frame is truncated
     uint32_t storedCrc, actualCrc; ///< for chunk_crc
     /// Where the inflate decoder stood, in bytes from the first byte of image data, over all IDAT chunks.
     uint64_t imageDataOffset;

@@ -1,10 +1,11 @@
 // Every fast path of the module against the plain code beside it, on whole blocks, so that a byte
 // too many shows.
+#include "png/internal/png_fast_paths.h"
+#include "png/internal/png_filter.h"
+#include "png/internal/png_rows.h"
+#include "png/internal/row_wavefront.h"
 #include "png/png_crc32.h"
 #include "png/png_decode.h"
-#include "png/png_fast_paths.h"
-#include "png/png_rows.h"
-#include "png/row_wavefront.h"
 #include "tests/support/test_bytes.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,8 @@
 #include <algorithm>
 #include <numeric>
 #include <vector>
+
+using namespace png_detail;
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Leaves fast paths out for a whole run of a test program, as the environment says: so the whole suite
 // meets each of them and the plain code beside it.
-#include "png/png_fast_paths.h"
+#include "png/internal/png_fast_paths.h"
 
 #include <cstdlib>
 
@@ -12,7 +12,7 @@ uint32_t left_out_of(const char* module) {
 }
 
 const bool kLeftOut = [] {
-    png_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_PNG"));
+    png_detail::png_leave_out_fast(left_out_of("PNGSLAB_LEAVE_OUT_PNG"));
     return true;
 }();
 

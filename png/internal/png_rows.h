@@ -6,15 +6,7 @@
 
 #include <cstdint>
 
-/// The filters of the PNG standard, as the first byte of a line names them.
-enum png_filter_t : uint8_t {
-    kFilterNone,
-    kFilterSub,
-    kFilterUp,
-    kFilterAverage,
-    kFilterPaeth,
-    kFilterCount
-};
+namespace png_detail {
 
 /// Filtered lines at the tail of a block, and where their pixels go at its front.
 struct png_rows_t {
@@ -34,4 +26,6 @@ struct png_rows_t {
 /// since a line with a filter type above 4 takes one byte and leaves its pixel line as it is.
 /// @return fault_t::none; rows_truncated where the source would run out of the block; rows_do_not_fit
 ///         where the pixels would.
-png_detail::fault_t png_convert_rows(const png_rows_t& rows);
+fault_t png_convert_rows(const png_rows_t& rows);
+
+} // namespace png_detail

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <emmintrin.h>
 
+namespace png_detail {
+
 /// A pixel from memory; one of three bytes is read together with the byte behind it.
 template <uint32_t channels>
 uint32_t load_pixel(const uint8_t* bytes) {
@@ -40,5 +42,7 @@ inline __m128i predict_average(__m128i left, __m128i up) {
     const __m128i odd = _mm_and_si128(_mm_xor_si128(left, up), _mm_set1_epi8(1));
     return _mm_sub_epi8(_mm_avg_epu8(left, up), odd); // which rounds up
 }
+
+} // namespace png_detail
 
 #endif

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace png_detail {
+
 /// The fast paths. Each gives the same results as the plain code beside it.
 enum png_fast_path_t : uint32_t {
     kPngCarryLessCrc = 1,  ///< checksums by carry-less multiplication
@@ -19,3 +21,5 @@ void png_leave_out_fast(uint32_t paths);
 
 /// Whether `path` may be taken.
 bool png_may_take(png_fast_path_t path);
+
+} // namespace png_detail

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace png_detail {
+
 /// How many lines a wavefront takes.
 inline constexpr uint32_t kWavefrontRows = 4;
 
@@ -18,3 +20,5 @@ inline constexpr uint64_t kWavefrontRowBytes = uint64_t{16} * 1024;
 /// @param channels bytes a pixel, 1 to 4; red and blue are exchanged from 3 on
 void png_convert_wavefront(uint8_t* target, const uint8_t* source, uint64_t stride,
                            uint64_t rowBytes, uint32_t channels);
+
+} // namespace png_detail

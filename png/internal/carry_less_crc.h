@@ -3,6 +3,11 @@
 
 #include <cstdint>
 
+namespace png_detail {
+
+/// The polynomial, its highest power aside, bits reversed.
+inline constexpr uint32_t kCrcPolynomial = 0xEDB88320;
+
 /// The least bytes that it is made for.
 inline constexpr uint64_t kLeastCarryLessBytes = 64;
 
@@ -15,3 +20,5 @@ inline constexpr uint32_t kCarryLessRestBytes = 16;
 /// @return how many bytes were taken, a multiple of 16; the others follow `rest`
 uint64_t carry_less_crc(const uint8_t* bytes, uint64_t length, uint32_t crc,
                         uint8_t (&rest)[kCarryLessRestBytes]);
+
+} // namespace png_detail

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+namespace png_detail {
+
 /// Converts a line from its start, as far as it can without touching bytes outside the line; the
 /// plain loop does the rest.
 /// @param target not behind `source`
@@ -15,3 +17,5 @@ using wide_row_t = uint64_t (*)(uint8_t* target, const uint8_t* source, const ui
 /// @param channels bytes a pixel, 1 to 4
 /// @param filter 0 to 4
 wide_row_t png_wide_row(uint32_t channels, uint8_t filter);
+
+} // namespace png_detail

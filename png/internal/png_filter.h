@@ -1,0 +1,18 @@
+// The filters of the PNG standard.
+#pragma once
+
+#include <cstdint>
+
+namespace png_detail {
+
+/// As the first byte of a line names them.
+enum png_filter_t : uint8_t {
+    kFilterNone,
+    kFilterSub,
+    kFilterUp,
+    kFilterAverage,
+    kFilterPaeth,
+    kFilterCount
+};
+
+} // namespace png_detail
