@@ -17,7 +17,7 @@ uint32_t leftOut = 0;
 bool machine_has(png_fast_path_t path) {
     switch (path) {
     case kPngCarryLessCrc:
-        return processorHasCarryLessMultiplication();
+        return ds_detail::processorHasCarryLessMultiplication();
     case kPngSlicedCrc:
     case kPngHugePages:
         return true;

@@ -5,7 +5,11 @@
 
 #if defined(__x86_64__) && !defined(__clang__) && __has_include(<sys/platform/x86.h>)
 #include <sys/platform/x86.h>
+#endif
 
+namespace ds_detail {
+
+#if defined(CPU_FEATURE_ACTIVE)
 inline bool processorHasAvx2() {
     return CPU_FEATURE_ACTIVE(AVX2);
 }
@@ -27,3 +31,5 @@ inline bool processorHasCarryLessMultiplication() {
     return false;
 }
 #endif
+
+} // namespace ds_detail

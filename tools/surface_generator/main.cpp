@@ -1,8 +1,8 @@
 // The converter's driver: one run from the arguments to the exit status. All messages go to
 // standard output.
-#include "png/huge_pages.h"
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
+#include "src/internal/huge_pages.h"
 #include "tools/surface_generator/command_line.h"
 
 #include <cstdarg>
@@ -165,7 +165,7 @@ Buffer<uint32_t> serialize(const DsSurface& surface) {
     const uint64_t size = surface.serialize(nullptr);
     const uint64_t wordCount = size / sizeof(uint32_t);
     Buffer<uint32_t> file = {std::make_unique_for_overwrite<uint32_t[]>(wordCount), size};
-    ask_for_huge_pages(file.data.get(), size);
+    ds_detail::askForHugePages(file.data.get(), size);
     // The surface leaves the padding behind its last line as it is; the same image is to give the
     // same file.
     file.data[wordCount - 1] = 0;
