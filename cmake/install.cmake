@@ -26,11 +26,15 @@ if(PNGSLAB_TOOL)
   pngslab_install_page_and_completions(slabtool)
 endif()
 
-foreach(target ds_graphics inflate png_surface command_line)
-  get_target_property(folder ${target} FOLDER_OF_HEADERS)
-  install(TARGETS ${target} EXPORT Quillory COMPONENT development
-          ARCHIVE DESTINATION ${quillory_libraries}
-          PUBLIC_HEADER DESTINATION ${quillory_includes}/${folder} COMPONENT development)
+# The option parser is the converter's own and stays with it. File sets would lay out the headers' folders
+# themselves, but need CMake 3.23.
+foreach(target ds_graphics inflate png_surface)
+  install(TARGETS ${target} EXPORT Quillory COMPONENT development ARCHIVE DESTINATION ${quillory_libraries})
+  get_target_property(headers ${target} PNGSLAB_PUBLIC_HEADERS)
+  foreach(header ${headers})
+    cmake_path(GET header PARENT_PATH folder)
+    install(FILES ${header} DESTINATION ${quillory_includes}/${folder} COMPONENT development)
+  endforeach()
 endforeach()
 
 # The CMake package.
