@@ -20,6 +20,19 @@ HEADERS = [
     "src/ds_color_mode.h", "src/ds_ellipse.h", "src/ds_region.h", "src/ds_surface.h",
     "src/pixel_kernels.h", "src/span_fill.h",
 ]
+# What the libraries define for other programs: functions, variables, classes, and a constant, which builds
+# without optimization define, too.
+PUBLIC_NAMES = {
+    "DsEllipse", "DsFRect", "DsRect", "DsRegion", "DsSurface", "bytesPerPixel", "roundPoint", "unitArcExtents",
+    "blendPixels", "convertPixels", "fillBytes", "fillPixels", "blendSpan", "blendSpanStrided",
+    "gBlendBytesPerPixel", "gBlendColor", "gBlendColorMode", "setBlendColor",
+    "bitstream_align", "bitstream_extract", "bitstream_remaining", "bitstream_unread", "huffman_attach",
+    "huffman_build", "huffman_decode", "inflate_init_fixed", "inflate_process",
+    "png_crc32", "png_decode", "surface_from_png", "kEmptySpan",
+}
+INTERNAL_NAMESPACES = {"ds_detail", "inflate_detail", "png_detail"}
+# Inline functions and templates of the standard library, and what compilers add.
+NAMES_OF_OTHERS = re.compile(r"_Z(T[VIS]|GV|Z)*N?K?S[a-z]|__gnu_cxx$|_Z(nw|dl)|DW\.ref\.|__clang_call_terminate$")
 LINK = re.compile(r"\]\((?!https?:)([^)#]+)(?:#[^)]*)?\)")
 
 
@@ -30,6 +43,12 @@ def run(*command, **surroundings):
     if ended.returncode != 0:
         raise AssertionError(f"{command} ended with {ended.returncode}:\n{ended.stdout}")
     return ended.stdout
+
+
+def outermost_name(symbol):
+    """Of a mangled name: DsRect for DsRect::bounds() and for its virtual table. Other names stay as they are."""
+    found = re.match(r"_Z(?:T[VIS]|GV|Z)*N?K?([0-9]+)(.+)", symbol)
+    return found[2][:int(found[1])] if found else symbol
 
 
 def what_the_consumer_prints():
@@ -103,6 +122,15 @@ class Installation(Package):
             with self.subTest(header=header):
                 run("g++", "-std=c++20", "-fsyntax-only", "-x", "c++", "-I", includes,
                     includes / header)
+
+    def test_holds_libraries_that_define_public_names_alone(self):
+        libraries = sorted(self.install().rglob("*.a"))
+        self.assertEqual(["libds_graphics.a", "libinflate.a", "libpng_surface.a"],
+                         [library.name for library in libraries])
+        symbols = run("nm", "--defined-only", "--extern-only", *libraries)
+        names = {outermost_name(symbol) for symbol in re.findall("^[0-9a-f]+ . (.+)$", symbols, re.MULTILINE)}
+        names -= INTERNAL_NAMESPACES
+        self.assertEqual(PUBLIC_NAMES, {name for name in names if not NAMES_OF_OTHERS.match(name)} | {"kEmptySpan"})
 
     def test_holds_a_page_and_completions_of_each_program(self):
         share = self.install() / "share"
