@@ -3,8 +3,8 @@
 // is better for us). Prints one table. Arguments, both optional: words that rows must contain, and
 // the backend to measure, by name.
 #include "src/ds_surface.h"
-#include "src/internal/backend.h"
 #include "src/pixel_kernels.h"
+#include "src/simd/backend.h"
 #include "src/span_fill.h"
 
 #include <libyuv.h>

@@ -1,5 +1,7 @@
-// The chunk checksum beside zlib's, for an icon's chunk, the usual chunk of 8 KiB, and a large one.
+// The chunk checksum and its slower ways beside zlib's, for an icon's chunk, the usual chunk of 8 KiB, and a large
+// one.
 #include "bench/sample_data.h"
+#include "png/internal/crc_ways.h"
 #include "png/png_crc32.h"
 
 #include <benchmark/benchmark.h>
@@ -21,6 +23,16 @@ void checksums(benchmark::State& state) {
 }
 
 BENCHMARK(checksums<png_crc32>)->Name("crc/pngslab")->Arg(600)->Arg(8192)->Arg(1 << 20);
+BENCHMARK(checksums<png_detail::crc_by_slices>)
+    ->Name("crc/slices")
+    ->Arg(600)
+    ->Arg(8192)
+    ->Arg(1 << 20);
+BENCHMARK(checksums<png_detail::crc_by_bytes>)
+    ->Name("crc/bytes")
+    ->Arg(600)
+    ->Arg(8192)
+    ->Arg(1 << 20);
 BENCHMARK(checksums<crc_by_zlib>)->Name("crc/zlib")->Arg(600)->Arg(8192)->Arg(1 << 20);
 
 } // namespace

@@ -4,8 +4,8 @@
 #include "fuzz/fuzz_input.h"
 #include "src/ds_ellipse.h"
 #include "src/ds_surface.h"
-#include "src/internal/backend.h"
 #include "src/pixel_kernels.h"
+#include "src/simd/backend.h"
 #include "src/span_fill.h"
 
 #include <algorithm>

@@ -2,7 +2,8 @@
 #include "png/png_crc32.h"
 
 #include "png/internal/carry_less_crc.h"
-#include "png/internal/png_fast_paths.h"
+#include "png/internal/crc_ways.h"
+#include "src/simd/cpu.h"
 
 #include <array>
 
@@ -51,8 +52,7 @@ uint32_t add_bytes(const uint8_t* bytes, uint64_t length, uint32_t crc) {
     return crc;
 }
 
-// Eight bytes at once: their remainders do not wait for each other. A third of the time a byte of
-// add_bytes.
+// `length` is a multiple of kSlices.
 uint32_t add_slices(const uint8_t* bytes, uint64_t length, uint32_t crc) {
     for (uint64_t i = 0; i < length; i += kSlices) {
         uint32_t next = 0;
@@ -67,19 +67,30 @@ uint32_t add_slices(const uint8_t* bytes, uint64_t length, uint32_t crc) {
 
 } // namespace
 
+namespace png_detail {
+
+uint32_t crc_by_bytes(const uint8_t* bytes, uint64_t length, uint32_t previous) {
+    return ~add_bytes(bytes, length, ~previous);
+}
+
+uint32_t crc_by_slices(const uint8_t* bytes, uint64_t length, uint32_t previous) {
+    const uint64_t done = length - length % kSlices;
+    const uint32_t crc = add_slices(bytes, done, ~previous);
+    return ~add_bytes(bytes + done, length - done, crc);
+}
+
+uint32_t crc_by_carry_less(const uint8_t* bytes, uint64_t length, uint32_t previous) {
+    uint8_t rest[kCarryLessRestBytes];
+    const uint64_t done = carry_less_crc(bytes, length, ~previous, rest);
+    const uint32_t crc = add_bytes(rest, sizeof rest, 0);
+    return ~add_bytes(bytes + done, length - done, crc);
+}
+
+} // namespace png_detail
+
 uint32_t png_crc32(const uint8_t* bytes, uint64_t length, uint32_t previous) {
-    uint32_t crc = ~previous;
-    if (length >= kLeastCarryLessBytes && png_may_take(kPngCarryLessCrc)) {
-        uint8_t rest[kCarryLessRestBytes];
-        const uint64_t done = carry_less_crc(bytes, length, crc, rest);
-        crc = add_bytes(rest, sizeof rest, 0);
-        bytes += done;
-        length -= done;
-    } else if (png_may_take(kPngSlicedCrc)) {
-        const uint64_t done = length - length % kSlices;
-        crc = add_slices(bytes, done, crc);
-        bytes += done;
-        length -= done;
+    if (length >= kMinCarryLessBytes && ds_detail::processorHasCarryLessMultiplication()) {
+        return png_detail::crc_by_carry_less(bytes, length, previous);
     }
-    return ~add_bytes(bytes, length, crc);
+    return png_detail::crc_by_slices(bytes, length, previous);
 }

@@ -1,7 +1,6 @@
 // Header pass, a surface made to fit, full pass, rotation.
 #include "png/surface_from_png.h"
 
-#include "png/internal/png_fast_paths.h"
 #include "png/png_decode.h"
 #include "src/ds_surface.h"
 #include "src/internal/huge_pages.h"
@@ -20,9 +19,7 @@ void* allocate_zeroed(size_t byteCount) {
     if (block == nullptr) {
         throw std::bad_alloc();
     }
-    if (png_detail::png_may_take(png_detail::kPngHugePages)) {
-        ds_detail::askForHugePages(block, byteCount);
-    }
+    ds_detail::askForHugePages(block, byteCount);
     return block;
 }
 

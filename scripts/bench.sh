@@ -6,13 +6,13 @@
 #
 # FOLDER holds PNG files of any kinds, which are sorted into sets; without it images come from Debian's
 # packages. --quick takes fewer of them and fewer rounds, about two minutes in all instead of 18. The
-# steps are deflate, decode, paths, process, instructions, micro and pixels; all without --steps.
+# steps are deflate, decode, backends, process, instructions, micro and pixels; all without --steps.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 quick=0
 rounds=""
-steps="deflate decode paths process instructions micro pixels"
+steps="deflate decode backends process instructions micro pixels"
 folder=""
 while [ $# -gt 0 ]; do
     case $1 in
@@ -85,9 +85,9 @@ measure_decode() {
     on_every_set compare_decode --rounds "$rounds"
 }
 
-measure_paths() {
-    echo "### What each fast path is worth: decoding without it, in one process"
-    on_every_set compare_paths --rounds "$rounds"
+measure_backends() {
+    echo "### What SIMD is worth: decoding by each backend, in one process"
+    on_every_set compare_backends --rounds "$rounds"
 }
 
 measure_process() {

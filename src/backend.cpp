@@ -1,5 +1,5 @@
 // The list of backends, and the choice among them, which is made once.
-#include "src/internal/backend.h"
+#include "src/simd/backend.h"
 
 #include "src/simd/cpu.h"
 

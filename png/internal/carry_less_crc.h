@@ -8,13 +8,13 @@ namespace png_detail {
 /// The polynomial, its highest power aside, bits reversed.
 inline constexpr uint32_t kCrcPolynomial = 0xEDB88320;
 
-/// The least bytes that it is made for.
-inline constexpr uint64_t kLeastCarryLessBytes = 64;
+/// The min length, in bytes.
+inline constexpr uint64_t kMinCarryLessBytes = 64;
 
 /// Bytes of what a message is shortened to.
 inline constexpr uint32_t kCarryLessRestBytes = 16;
 
-/// Shortens the message of `length` bytes, at least kLeastCarryLessBytes, to 16 bytes that have the
+/// Shortens the message of `length` bytes, at least kMinCarryLessBytes, to 16 bytes that have the
 /// same remainder when they start from 0. To be called where the processor has PCLMULQDQ.
 /// @param crc the remainder of what came before, not inverted
 /// @return how many bytes were taken, a multiple of 16; the others follow `rest`

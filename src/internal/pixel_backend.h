@@ -1,10 +1,10 @@
 // The row functions of the kernels, for each backend.
 #pragma once
 
-#include "src/internal/backend.h"
 #include "src/internal/mode_traits.h"
 #include "src/internal/pixel_loops.h"
 #include "src/internal/pixel_rotation.h"
+#include "src/simd/backend.h"
 
 #include <array>
 #include <cstdint>

@@ -1,5 +1,8 @@
 // The CRC against zlib's.
+#include "png/internal/carry_less_crc.h"
+#include "png/internal/crc_ways.h"
 #include "png/png_crc32.h"
+#include "src/simd/cpu.h"
 #include "tests/support/test_bytes.h"
 
 #include <gtest/gtest.h>
@@ -63,6 +66,22 @@ TEST(PngCrc32, EqualsZlibsForAMebibyte) {
     const byte_vector bytes = make_bytes(data_kind::noise, 1 << 20, 64);
 
     EXPECT_EQ(png_crc32(bytes.data(), bytes.size(), 0), oracle_crc(bytes.data(), bytes.size(), 0));
+}
+
+// Every way, whichever the machine would take.
+TEST(PngCrc32, EqualsZlibsByEachWay) {
+    const byte_vector bytes = make_bytes(data_kind::noise, 700, 43);
+    for (uint64_t length = 0; length <= 600; ++length) {
+        const uint8_t* const start = bytes.data() + length % 17;
+        const auto previous = static_cast<uint32_t>(length * 0x9E3779B9);
+        const uint32_t expected = oracle_crc(start, length, previous);
+        ASSERT_EQ(png_detail::crc_by_bytes(start, length, previous), expected) << length;
+        ASSERT_EQ(png_detail::crc_by_slices(start, length, previous), expected) << length;
+        if (length >= png_detail::kMinCarryLessBytes &&
+            ds_detail::processorHasCarryLessMultiplication()) {
+            ASSERT_EQ(png_detail::crc_by_carry_less(start, length, previous), expected) << length;
+        }
+    }
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // Making and checking kernel calls.
 #include "tests/src/copy_case.h"
 
-#include "tests/src/each_backend.h"
 #include "tests/src/same_bytes.h"
+#include "tests/support/each_backend.h"
 
 #include <sstream>
 #include <string>

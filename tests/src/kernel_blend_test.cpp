@@ -1,8 +1,8 @@
 // The blending kernel against the plain rules: every pair of modes, every triple of bytes that the
 // colour formula can meet on opaque pixels, every pair of alphas.
 #include "tests/src/copy_case.h"
-#include "tests/src/each_backend.h"
 #include "tests/src/same_bytes.h"
+#include "tests/support/each_backend.h"
 #include "tests/support/sanitized.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // The fill kernel and the byte fill: every pixel size at every width, with bytes all around that
 // must stay.
 #include "src/pixel_kernels.h"
-#include "tests/src/each_backend.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/same_bytes.h"
+#include "tests/support/each_backend.h"
 
 #include <gtest/gtest.h>
 

@@ -3,9 +3,9 @@
 #include "src/internal/pixel_backend.h"
 #include "src/pixel_kernels.h"
 #include "src/simd/cpu.h"
-#include "tests/src/each_backend.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/same_bytes.h"
+#include "tests/support/each_backend.h"
 #include "tests/support/sanitized.h"
 
 #include <gtest/gtest.h>

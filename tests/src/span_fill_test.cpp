@@ -2,9 +2,9 @@
 // their order, with each choice of fast paths, and with coverage that lies in the painted bytes.
 #include "src/span_fill.h"
 #include "tests/src/copy_case.h"
-#include "tests/src/each_backend.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/same_bytes.h"
+#include "tests/support/each_backend.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // Turning the stored pixels, against a plain pixel-by-pixel model, and everything that must stay as
 // it was when nothing is turned.
 #include "src/ds_surface.h"
-#include "tests/src/each_backend.h"
 #include "tests/src/surface_makers.h"
+#include "tests/support/each_backend.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 //     --backend=NAME    scalar, sse2, avx2 or neon; without it the best that the machine supports
 //     --states-only     inflate by the state machine, without the fast loop
 #include "inflate/src/internal/inflate_steps.h"
-#include "src/internal/backend.h"
+#include "src/simd/backend.h"
 #include "tests/support/inflate_entry.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Runs a check with each backend, so that every one meets the same inputs.
 #pragma once
 
-#include "src/internal/backend.h"
+#include "src/simd/backend.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,44 @@
+// What SIMD is worth in the decoder: decodes PNG files in memory by each backend that the machine supports, side by
+// side.
+#include "bench/comparison.h"
+#include "bench/options.h"
+#include "png/surface_from_png.h"
+#include "src/ds_surface.h"
+#include "src/simd/backend.h"
+
+namespace {
+
+std::vector<std::string> supported_backends() {
+    std::vector<std::string> names;
+    for (const ds_detail::Backend& backend : ds_detail::backends()) {
+        if (backend.isSupported()) {
+            names.emplace_back(backend.name);
+        }
+    }
+    return names;
+}
+
+void decode(const std::string& backend, const std::vector<uint8_t>& file) {
+    ds_detail::selectBackend(backend);
+    delete surface_from_png(file.data(), file.size(), false, 0);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const comparison_options_t options = parse_comparison_options(argc, argv);
+    pin_to_one_core();
+    const std::vector<std::string> backends = supported_backends();
+    comparison_t comparison(backends, options.rounds);
+    double megabytes = 0;
+    for (const std::string& path : options.files) {
+        const std::vector<uint8_t> file = read_file(path);
+        megabytes += 1e-6 * static_cast<double>(file.size());
+        comparison.measure([&](size_t i) { decode(backends[i], file); });
+        if (options.each) {
+            comparison.print_last(file_name(path));
+        }
+    }
+    comparison.print_sums("decode, " + std::to_string(options.files.size()) + " files", megabytes,
+                          "MB");
+}

@@ -1,0 +1,28 @@
+// The NEON backend: rows by registers of 16 bytes.
+#include "png/internal/row_backend.h"
+
+#if defined(DS_HAS_NEON)
+
+#include "png/internal/scalar_rows.h"
+
+#include <arm_neon.h>
+#include <cstring>
+#include <utility>
+
+namespace png_detail {
+
+namespace neon {
+namespace {
+
+#include "src/simd/vec_neon.h"
+// The vectors come first.
+#include "png/simd/row_functions.inl.h"
+
+} // namespace
+} // namespace neon
+
+constinit const row_backend_t kNeonRows = neon::kRows;
+
+} // namespace png_detail
+
+#endif

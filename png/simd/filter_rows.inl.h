@@ -1,0 +1,128 @@
+// Rows of one filter, by registers of 16 bytes.
+//
+// Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h and png/simd/pixel_lanes.inl.h; the
+// includer has png/internal/scalar_rows.h.
+//
+// None and Up have no chain from pixel to pixel. Sub is a running sum, computed by prefix sums. For pixels a, b, c, d
+// of four bytes:
+//
+//     block                        a     b     c      d
+//     + block moved up by 1        a    ab    bc     cd
+//     + that moved up by 2         a    ab   abc   abcd
+//     + last sum of the row        what the filter gives
+//
+// so that the only chain from block to block is one addition. Average goes pixel by pixel, its samples at once.
+//
+// Every loop reads a block before it writes the same block of the row, because the target may lie a single byte
+// before the source.
+
+constexpr uint64_t kBlockBytes = 16;
+static_assert(sizeof(U8) == kBlockBytes);
+
+// Pixels of three bytes leave the block's last byte over. It is written all the same: it lies in the row, ahead of
+// what the next block will write, and not ahead of what has been read, because the target starts at least a byte
+// before the source.
+template <uint32_t pixelBytes>
+constexpr uint64_t kStep = (kBlockBytes / pixelBytes) * pixelBytes;
+
+// Exchanges red and blue in a block of pixels without gaps; a byte that is left over becomes zero.
+template <uint32_t pixelBytes>
+U8 exchange_in_block(U8 block) {
+    if constexpr (pixelBytes == 3) {
+        constexpr U8 kFirst = {255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 0};
+        constexpr U8 kSecond = {0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0};
+        return (block & kSecond) | moveUp<2>(block & kFirst) | (moveDown<2>(block) & kFirst);
+    } else {
+        return U8(exchange_in_words<pixelBytes>(U32(block)));
+    }
+}
+
+// ---- Filters without a chain
+
+template <uint32_t pixelBytes>
+void copy_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+    uint64_t x = 0;
+    for (; x + kBlockBytes <= rowBytes; x += kStep<pixelBytes>) {
+        storeBytes(exchange_in_block<pixelBytes>(loadBytes(source + x)), target + x);
+    }
+    convert_rest_of_row<pixelBytes, no_filter_t, true>(target, source, above, x, rowBytes);
+}
+
+template <uint32_t pixelBytes>
+void up_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+    uint64_t x = 0;
+    for (; x + kBlockBytes <= rowBytes; x += kStep<pixelBytes>) {
+        const U8 filtered = exchange_in_block<pixelBytes>(loadBytes(source + x));
+        storeBytes(filtered + loadBytes(above + x), target + x);
+    }
+    convert_rest_of_row<pixelBytes, up_filter_t, true>(target, source, above, x, rowBytes);
+}
+
+// ---- Sub
+
+// Sums of the pixels up to each pixel of the block.
+template <uint32_t pixelBytes>
+U8 prefix_sums(U8 block) {
+    block += moveUp<pixelBytes>(block);
+    block += moveUp<2 * pixelBytes>(block);
+    if constexpr (4 * pixelBytes < kBlockBytes) {
+        block += moveUp<4 * pixelBytes>(block);
+    }
+    if constexpr (8 * pixelBytes < kBlockBytes) {
+        block += moveUp<8 * pixelBytes>(block);
+    }
+    return block;
+}
+
+// The block's last pixel, repeated.
+template <uint32_t pixelBytes>
+U8 last_pixel(U8 block) {
+    if constexpr (pixelBytes == 1) {
+        return __builtin_shufflevector(block, block, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15, 15,
+                                       15, 15, 15, 15);
+    } else if constexpr (pixelBytes == 2) {
+        return U8(__builtin_shufflevector(U16(block), U16(block), 7, 7, 7, 7, 7, 7, 7, 7));
+    } else if constexpr (pixelBytes == 3) {
+        const U8 one = moveDown<13>(moveUp<1>(block));
+        const U8 two = one | moveUp<3>(one);
+        return two | moveUp<6>(two) | moveUp<12>(one);
+    } else {
+        return U8(__builtin_shufflevector(U32(block), U32(block), 3, 3, 3, 3));
+    }
+}
+
+template <uint32_t pixelBytes>
+void sub_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+    U8 left = {};
+    uint64_t x = 0;
+    for (; x + kBlockBytes <= rowBytes; x += kStep<pixelBytes>) {
+        const U8 sums =
+            prefix_sums<pixelBytes>(exchange_in_block<pixelBytes>(loadBytes(source + x)));
+        storeBytes(sums + left, target + x);
+        left += last_pixel<pixelBytes>(sums);
+    }
+    convert_rest_of_row<pixelBytes, sub_filter_t, true>(target, source, above, x, rowBytes);
+}
+
+// ---- Average
+
+// The prediction is (left + up) / 2, rounded down; instructions round up. The complements exchange both:
+//
+//     (left + up) / 2 = ~averageUp(~left, ~up)
+//     pixel = filtered + ~averageUp(~left, ~up)     and by ~(x + ~y) = y - x:
+//     ~pixel = averageUp(~left, ~up) - filtered
+//
+// so that two instructions lead from pixel to pixel. All but the last pixel, because pixels of three bytes are read
+// and written as four.
+template <uint32_t pixelBytes>
+void average_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+    U8 notLeft = ~U8{};
+    uint64_t x = 0;
+    for (; x + pixelBytes < rowBytes; x += pixelBytes) {
+        const U32 filtered = exchange_in_words<pixelBytes>(U32{load_pixel<pixelBytes>(source + x)});
+        const U32 up = {load_pixel<pixelBytes>(above + x)};
+        notLeft = averageUp(notLeft, ~U8(up)) - U8(filtered);
+        store_pixel<pixelBytes>(target + x, U32(~notLeft)[0]);
+    }
+    convert_rest_of_row<pixelBytes, average_filter_t, true>(target, source, above, x, rowBytes);
+}

@@ -1,0 +1,221 @@
+// The row functions of each backend beside the scalar ones, on whole blocks, so that a byte too many shows; and the
+// arithmetic of Paeth for all bytes.
+#include "png/internal/png_rows.h"
+#include "png/internal/row_backend.h"
+#include "png/internal/scalar_rows.h"
+#include "tests/support/each_backend.h"
+#include "tests/support/sanitized.h"
+#include "tests/support/test_bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#if defined(DS_HAS_AVX2_AND_SSE2)
+#include <emmintrin.h>
+#elif defined(DS_HAS_NEON)
+#include <arm_neon.h>
+#endif
+
+using namespace png_detail;
+
+namespace {
+
+#if defined(DS_HAS_AVX2_AND_SSE2)
+#include "src/simd/vec_sse2.h"
+#define HAS_VECTORS
+#elif defined(DS_HAS_NEON)
+#include "src/simd/vec_neon.h"
+#define HAS_VECTORS
+#endif
+
+#if defined(HAS_VECTORS)
+#include "png/simd/row_functions.inl.h"
+
+TEST(SimdFilters, PredictPaethFromAllBytes) {
+    const U8 lanes = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    for (uint32_t left = 0; left < 256; left += kSanitized ? 5 : 1) {
+        for (uint32_t up = 0; up < 256; ++up) {
+            for (uint32_t upLeft = 0; upLeft < 256; upLeft += sizeof lanes) {
+                const U8 predicted = predict_paeth(U8{} + static_cast<uint8_t>(left),
+                                                   U8{} + static_cast<uint8_t>(up),
+                                                   lanes + static_cast<uint8_t>(upLeft));
+                for (uint32_t i = 0; i < sizeof lanes; ++i) {
+                    ASSERT_EQ(predicted[i], paeth_filter_t::predict(left, up, upLeft + i))
+                        << left << " " << up << " " << upLeft + i;
+                }
+            }
+        }
+    }
+}
+
+TEST(SimdFilters, AverageAllBytes) {
+    for (uint32_t left = 0; left < 256; ++left) {
+        for (uint32_t up = 0; up < 256; ++up) {
+            const U8 predicted = ~averageUp(~(U8{} + static_cast<uint8_t>(left)),
+                                            ~(U8{} + static_cast<uint8_t>(up)));
+            ASSERT_EQ(predicted[0], (left + up) / 2) << left << " " << up;
+        }
+    }
+}
+#endif
+
+struct image {
+    uint32_t pixel_bytes, width, height;
+    uint64_t stride;
+    uint64_t room; // bytes in front of the filtered rows
+    uint32_t seed;
+};
+
+uint64_t row_bytes(const image& image) {
+    return uint64_t{image.width} * image.pixel_bytes;
+}
+
+// A block of noise whose rows have filters chosen by `filter_of`.
+template <typename filter_of_t>
+byte_vector filtered_block(const image& image, filter_of_t filter_of) {
+    const uint64_t filtered = row_bytes(image) + 1;
+    byte_vector block =
+        make_bytes(data_kind::noise, image.room + filtered * image.height, image.seed);
+    for (uint32_t row = 0; row < image.height; ++row) {
+        block[image.room + row * filtered] = static_cast<uint8_t>(filter_of(row));
+    }
+    return block;
+}
+
+struct conversion {
+    fault_t fault;
+    byte_vector block;
+};
+
+conversion convert(const image& image, byte_vector block) {
+    const fault_t fault = png_convert_rows({.block = block.data(),
+                                            .blockSize = block.size(),
+                                            .sourceOffset = image.room,
+                                            .stride = image.stride,
+                                            .width = image.width,
+                                            .height = image.height,
+                                            .samplesPerPixel = image.pixel_bytes,
+                                            .bytesPerPixel = image.pixel_bytes,
+                                            .exchangesRedAndBlue = image.pixel_bytes >= 3});
+    return {fault, std::move(block)};
+}
+
+// Where the first byte differs.
+testing::AssertionResult is_same(const image& image, const conversion& got,
+                                 const conversion& expected) {
+    if (got.fault != expected.fault) {
+        return testing::AssertionFailure() << "fault " << static_cast<int>(got.fault) << ", not "
+                                           << static_cast<int>(expected.fault);
+    }
+    const auto [differs, other] =
+        std::mismatch(got.block.begin(), got.block.end(), expected.block.begin());
+    if (differs == got.block.end()) {
+        return testing::AssertionSuccess();
+    }
+    const auto at = static_cast<uint64_t>(differs - got.block.begin());
+    const uint64_t stride = std::max<uint64_t>(image.stride, 1);
+    return testing::AssertionFailure() << "row " << at / stride << ", byte " << at % stride << ": "
+                                       << int{*differs} << ", not " << int{*other};
+}
+
+void expect_same_from_each_backend(const image& image, const byte_vector& block) {
+    const conversion expected = [&] {
+        const WithBackend scalar("scalar");
+        return convert(image, block);
+    }();
+    forEachBackend([&] {
+        EXPECT_TRUE(is_same(image, convert(image, block), expected))
+            << image.pixel_bytes << " bytes a pixel, " << image.width << " x " << image.height
+            << ", stride " << image.stride << ", room " << image.room << ", seed " << image.seed;
+    });
+}
+
+class PngRowsOnBackends : public testing::TestWithParam<uint32_t> {};
+
+INSTANTIATE_TEST_SUITE_P(EveryPixelSize, PngRowsOnBackends, testing::Values(1, 2, 3, 4),
+                         testing::PrintToStringParamName());
+
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFilterAndWidth) {
+    for (uint32_t filter = 0; filter < kFilterCount; ++filter) {
+        for (uint32_t width = 1; width <= 40; ++width) {
+            const image image{GetParam(), width, 9, uint64_t{width} * GetParam(), 0, width};
+            expect_same_from_each_backend(image,
+                                          filtered_block(image, [=](uint32_t) { return filter; }));
+        }
+    }
+}
+
+// 5^4 groups, each behind a row of its own.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFourFilters) {
+    for (uint32_t group = 0; group < 625; ++group) {
+        const image image{GetParam(), 7, 5, uint64_t{7} * GetParam(), 0, group};
+        const uint32_t filters[] = {1, group % 5, group / 5 % 5, group / 25 % 5, group / 125};
+        expect_same_from_each_backend(
+            image, filtered_block(image, [&](uint32_t row) { return filters[row]; }));
+    }
+}
+
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForManyPaethPixels) {
+    for (uint32_t seed = 41; seed < 45; ++seed) {
+        const image image{GetParam(), 4096, 5, uint64_t{4096} * GetParam(), 0, seed};
+        expect_same_from_each_backend(image, filtered_block(image, [](uint32_t row) {
+                                          return row == 0 ? kFilterNone : kFilterPaeth;
+                                      }));
+    }
+}
+
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesWhereRowsAreAtTheLimitOfAWavefront) {
+    const auto limit = static_cast<uint32_t>(kWavefrontRowBytes / GetParam());
+    for (const uint32_t width : {limit - 1, limit, limit + 1}) {
+        const image image{GetParam(), width, 6, uint64_t{width} * GetParam(), 0, width};
+        expect_same_from_each_backend(
+            image, filtered_block(image, [](uint32_t row) { return 4 - row % 2; }));
+    }
+}
+
+// Surfaces made by others: rows that lie apart or overlap, and pixels that overtake their source behind rows with
+// unknown filters, which take one byte.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesInBlocksOfAnyShape) {
+    test_rng rng(42);
+    for (int round = 0; round < 4000; ++round) {
+        image image{GetParam(), random_between(rng, 1, 12), random_between(rng, 1, 14),
+                    0,          random_between(rng, 0, 40), rng()};
+        image.stride =
+            random_between(rng, 0, 2) == 0 ? random_between(rng, 0, 60) : row_bytes(image);
+        const uint32_t unknown = random_between(rng, 0, 1);
+        expect_same_from_each_backend(image, filtered_block(image, [&](uint32_t) {
+                                          return random_between(rng, 0, 4 + unknown);
+                                      }));
+    }
+}
+
+// A decoder never hands over such a block; the walk rejects it all the same.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesWhereTheBlockEndsInsideARow) {
+    for (const uint32_t filter : {kFilterUp, kFilterPaeth}) {
+        const image image{GetParam(), 9, 7, uint64_t{9} * GetParam(), 200, filter};
+        byte_vector block = filtered_block(image, [=](uint32_t) { return filter; });
+        for (; block.size() >= image.room; block.pop_back()) {
+            expect_same_from_each_backend(image, byte_vector(block));
+        }
+    }
+}
+
+// Multiples of such strides come round to the block's start. Rows with unknown filters keep the walk going that far.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForStridesWhoseMultiplesWrap) {
+    for (const uint64_t stride : {uint64_t{1} << 62, uint64_t{1} << 63, ~uint64_t{0} / 3 + 1,
+                                  ~uint64_t{0} / 4 + 3, ~uint64_t{0} - 20, ~uint64_t{0}}) {
+        for (uint32_t unknown = 0; unknown < 7; ++unknown) {
+            image image{GetParam(), 8, 12, stride, 100, unknown};
+            byte_vector block = filtered_block(image, [](uint32_t) { return 4; });
+            image.room -= unknown; // each of these rows is its filter alone
+            std::fill_n(block.begin() + static_cast<ptrdiff_t>(image.room), unknown, kFilterCount);
+            expect_same_from_each_backend(image, block);
+        }
+    }
+}
+
+} // namespace
