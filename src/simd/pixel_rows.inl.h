@@ -218,8 +218,8 @@ inline U32 withAlphaByRule(U32 words, const SourceRule& rule, const Constants& c
 template <Mode targetMode, Mode sourceMode>
 [[gnu::noinline, gnu::flatten]] void convertBlocks(uint8_t* target, const uint8_t* source,
                                                    uint32_t count, const SourceRule& callersRule) {
-    const SourceRule rule =
-        callersRule; // Local copy: stores through `target` may alias the caller's object.
+    // Local copy: stores through `target` may alias the caller's object.
+    const SourceRule rule = callersRule;
     const Constants constants;
 // Four registers an iteration take a quarter off the lightest pairs, in which counting would cost more.
 #pragma GCC unroll 4
