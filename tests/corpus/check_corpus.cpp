@@ -22,7 +22,7 @@ uint32_t big_endian_at(const byte_vector& bytes, size_t offset) {
 }
 
 // What matters of a file that libpng accepts, whose chunks can therefore be walked blindly.
-struct png_facts {
+struct png_facts_t {
     uint8_t bit_depth, color_type, interlace;
     bool has_palette = false;
     bool has_wrong_checksum = false;
@@ -38,8 +38,8 @@ bool has_right_checksum(const byte_vector& file, size_t at, size_t length) {
     return checksum == big_endian_at(file, at + 8 + length);
 }
 
-png_facts facts_of(const byte_vector& file) {
-    png_facts facts = {.bit_depth = file[24], .color_type = file[25], .interlace = file[28]};
+png_facts_t facts_of(const byte_vector& file) {
+    png_facts_t facts = {.bit_depth = file[24], .color_type = file[25], .interlace = file[28]};
     for (size_t at = 8; at + kChunkFrame <= file.size();) {
         const size_t length = big_endian_at(file, at);
         if (length > file.size() - at - kChunkFrame) {
@@ -65,7 +65,7 @@ std::string reason_for_refusal(const byte_vector& file) {
         const bool other_depth = file.size() >= 33 && file[24] != 8;
         return other_depth ? "other than 8 bits a sample" : "refused by libpng too";
     }
-    const png_facts facts = facts_of(file);
+    const png_facts_t facts = facts_of(file);
     if (facts.bit_depth != 8) {
         return "other than 8 bits a sample";
     }
@@ -128,6 +128,6 @@ int main(int argc, char** argv) {
     }
     return run_on_corpus(argv[1], [](const std::filesystem::path& path) {
         const std::string verdict = verdict_on(read_file(path));
-        return corpus_verdict{verdict, is_failure(verdict)};
+        return corpus_verdict_t{verdict, is_failure(verdict)};
     });
 }

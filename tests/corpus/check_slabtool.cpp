@@ -23,30 +23,30 @@ public:
         if (mkdtemp(name.data()) == nullptr) {
             throw std::runtime_error("no scratch folder");
         }
-        mPath = name;
+        m_path = name;
     }
     scratch_folder(const scratch_folder&) = delete;
     scratch_folder& operator=(const scratch_folder&) = delete;
-    ~scratch_folder() { fs::remove_all(mPath); }
+    ~scratch_folder() { fs::remove_all(m_path); }
 
-    std::string file(const char* name) const { return (mPath / name).string(); }
+    std::string file(const char* name) const { return (m_path / name).string(); }
 
 private:
-    fs::path mPath;
+    fs::path m_path;
 };
 
 bool succeeds(const std::string& program, const std::vector<std::string>& arguments) {
-    const program_outcome outcome = run_program(program, arguments, "/");
-    if (outcome.exit_status != 0 && outcome.exit_status != 1) {
+    const ProgramOutcome outcome = runProgram(program, arguments, "/");
+    if (outcome.exitStatus != 0 && outcome.exitStatus != 1) {
         throw std::runtime_error(program + " ended abnormally on " + arguments[1] + ": " +
                                  outcome.errors);
     }
-    return outcome.exit_status == 0;
+    return outcome.exitStatus == 0;
 }
 
 class slabtool_judge {
 public:
-    corpus_verdict operator()(const fs::path& image) const {
+    corpus_verdict_t operator()(const fs::path& image) const {
         const std::string path = fs::absolute(image).string();
         const bool is_taken = converts(path);
         if (is_taken != succeeds(PNGSLAB_SLABTOOL, {"check", path})) {
@@ -54,7 +54,7 @@ public:
         }
         const std::string before = is_taken ? "taken before" : "refused before";
         for (const bool with_alpha : {false, true}) {
-            const corpus_verdict verdict = prepare(path, with_alpha);
+            const corpus_verdict_t verdict = prepare(path, with_alpha);
             if (verdict.is_failure || with_alpha) {
                 return {before + ", " + verdict.words, verdict.is_failure};
             }
@@ -65,11 +65,11 @@ public:
 private:
     bool converts(const std::string& path) const {
         return succeeds(PNGSLAB_PROGRAM,
-                        {"--image", path, "--output", mScratch.file("image.surface")});
+                        {"--image", path, "--output", m_scratch.file("image.surface")});
     }
 
-    corpus_verdict prepare(const std::string& path, bool with_alpha) const {
-        const std::string output = mScratch.file("prepared.png");
+    corpus_verdict_t prepare(const std::string& path, bool with_alpha) const {
+        const std::string output = m_scratch.file("prepared.png");
         std::vector<std::string> arguments = {"prepare", path, output};
         if (with_alpha) {
             arguments.emplace_back("--key-to-alpha");
@@ -95,12 +95,12 @@ private:
     }
 
     // Truecolour images lose theirs.
-    static byte_vector palette_of(const oracle_image& image) {
+    static byte_vector palette_of(const oracle_image_t& image) {
         const bool is_indexed = image.pixels.size() == size_t{image.width} * image.height;
         return is_indexed ? image.palette : byte_vector();
     }
 
-    scratch_folder mScratch;
+    scratch_folder m_scratch;
 };
 
 } // namespace

@@ -18,7 +18,7 @@ int run_on_corpus(const std::filesystem::path& folder, const corpus_judge& judge
         if (!entry.is_regular_file() || entry.is_symlink() || entry.path().extension() != ".png") {
             continue;
         }
-        const corpus_verdict verdict = judge(entry.path());
+        const corpus_verdict_t verdict = judge(entry.path());
         ++counts[verdict.words];
         if (verdict.is_failure) {
             failed = true;

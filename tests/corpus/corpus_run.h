@@ -11,12 +11,12 @@
 byte_vector read_file(const std::filesystem::path& path);
 
 /// What is said of one image; `is_failure` puts its path on the screen.
-struct corpus_verdict {
+struct corpus_verdict_t {
     std::string words;
     bool is_failure;
 };
 
-using corpus_judge = std::function<corpus_verdict(const std::filesystem::path& path)>;
+using corpus_judge = std::function<corpus_verdict_t(const std::filesystem::path& path)>;
 
 /// Asks `judge` of every PNG file below a folder and prints how often each verdict came.
 /// @return the exit status: 1 if one was a failure

@@ -21,13 +21,13 @@ int32_t result_of(const deflate_maker& maker) {
 TEST_F(FixedCodes, DecodeZlibsFixedBlocks) {
     test_rng rng(50);
     for (int round = 0; round < 1000; ++round) {
-        deflate_settings settings = random_settings(rng);
+        deflate_settings_t settings = random_settings(rng);
         settings.strategy = Z_FIXED;
         settings.level = static_cast<int>(random_between(rng, 1, 9));
         const byte_vector plain = make_bytes(kAllDataKinds[rng() % 4], rng() % 2000, rng());
         const byte_vector raw = raw_deflate(plain, settings);
 
-        const inflate_outcome outcome =
+        const inflate_outcome_t outcome =
             inflate_pieces(raw, plain.size(), random_pieces(rng, raw.size()));
 
         ASSERT_EQ(outcome.result, kInflateDone) << round;
@@ -41,7 +41,7 @@ TEST_F(FixedCodes, DecodeStreamsThatMixTheBlockTypes) {
         const byte_vector plain = make_bytes(kAllDataKinds[rng() % 4], rng() % 5000, rng());
         const byte_vector raw = raw_deflate(plain, random_settings(rng));
 
-        const inflate_outcome outcome = inflate_whole(raw, plain.size());
+        const inflate_outcome_t outcome = inflate_whole(raw, plain.size());
 
         ASSERT_EQ(outcome.result, kInflateDone) << round;
         ASSERT_EQ(outcome.plain, plain) << round;
@@ -54,7 +54,7 @@ TEST_F(FixedCodes, RefuseTheSymbolsWithoutMeaningInLongBlocks) {
         deflate_maker maker;
         maker.fixed(block_is::last).literals(byte_vector(300, 'a')).litlen_symbol(symbol);
         maker.dist_symbol(0).literals(byte_vector(300, 'b')).end(); // all well but for the symbol
-        const inflate_outcome outcome = inflate_whole(maker.bytes(), 1000);
+        const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 1000);
         EXPECT_EQ(kInflateInvalid, outcome.result);
         EXPECT_EQ(byte_vector(300, 'a'), outcome.plain);
     }
@@ -68,7 +68,7 @@ TEST_F(FixedCodes, HaveACodeForEveryLiteral) {
     deflate_maker maker;
     maker.fixed(block_is::last).literals(all).end();
 
-    const inflate_outcome outcome = inflate_pieces(maker.bytes(), 256, {1, 1, 1, 100, 1, 1});
+    const inflate_outcome_t outcome = inflate_pieces(maker.bytes(), 256, {1, 1, 1, 100, 1, 1});
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, all);
@@ -87,7 +87,7 @@ TEST_F(FixedCodes, HaveACodeForEveryLengthAndDistance) {
     }
     maker.end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), expected.size());
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), expected.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, expected);
@@ -114,7 +114,7 @@ TEST_F(FixedCodes, RefuseTheDistanceSymbols30And31) {
 
 TEST_F(FixedCodes, LeaveTheDynamicOnesAsTheyAre) {
     test_rng rng(52);
-    const made_stream stream = random_stream(rng, 32768);
+    const made_stream_t stream = random_stream(rng, 32768);
 
     EXPECT_EQ(inflate_whole(stream.raw, stream.plain.size()).plain, stream.plain);
 }

@@ -8,18 +8,18 @@
 namespace {
 
 // A code with storage of its own, filled with what a former use may have left there.
-struct stored_code {
+struct stored_code_t {
     uint16_t counts[16];
     uint16_t symbols[288];
     huffman_t huffman{};
 
-    stored_code() {
+    stored_code_t() {
         std::fill(std::begin(counts), std::end(counts), static_cast<uint16_t>(0xEEEE));
         std::fill(std::begin(symbols), std::end(symbols), static_cast<uint16_t>(0xEEEE));
         huffman_attach(&huffman, counts, symbols);
     }
-    stored_code(const stored_code&) = delete;
-    stored_code& operator=(const stored_code&) = delete;
+    stored_code_t(const stored_code_t&) = delete;
+    stored_code_t& operator=(const stored_code_t&) = delete;
 
     int32_t build(const code_lengths& lengths, uint16_t max_bits = 15) {
         return huffman_build(&huffman, lengths.data(), static_cast<uint32_t>(lengths.size()),
@@ -44,7 +44,7 @@ TEST(HuffmanAttach, StoresThePointersAndLeavesTheCodeUnbuilt) {
 }
 
 TEST(HuffmanBuild, SortsSymbolsByLengthAndThenByValue) {
-    stored_code code;
+    stored_code_t code;
 
     EXPECT_EQ(code.build({3, 3, 3, 3, 3, 2, 4, 4}), 0);
 
@@ -59,7 +59,7 @@ TEST(HuffmanBuild, SortsSymbolsByLengthAndThenByValue) {
 }
 
 TEST(HuffmanBuild, CountsUnusedSymbolsAtLengthZero) {
-    stored_code code;
+    stored_code_t code;
 
     EXPECT_EQ(code.build({0, 1, 0, 0, 1}), 0);
 
@@ -70,7 +70,7 @@ TEST(HuffmanBuild, CountsUnusedSymbolsAtLengthZero) {
 }
 
 TEST(HuffmanBuild, TakesACodeWithoutSymbolsAsComplete) {
-    stored_code code;
+    stored_code_t code;
 
     EXPECT_EQ(code.build(code_lengths(30, 0)), 0);
 
@@ -80,7 +80,7 @@ TEST(HuffmanBuild, TakesACodeWithoutSymbolsAsComplete) {
 }
 
 TEST(HuffmanBuild, ReportsTheUnusedCodesOfAnIncompleteCode) {
-    stored_code code;
+    stored_code_t code;
 
     EXPECT_EQ(code.build({1}), 1 << 14);
     EXPECT_EQ(code.build({2, 2, 2}), 1 << 13);
@@ -89,7 +89,7 @@ TEST(HuffmanBuild, ReportsTheUnusedCodesOfAnIncompleteCode) {
 }
 
 TEST(HuffmanBuild, ReportsAnOversubscribedCodeByANegativeNumber) {
-    stored_code code;
+    stored_code_t code;
 
     EXPECT_LT(code.build({1, 1, 1}), 0);
     EXPECT_LT(code.build({1, 1, 1, 1, 1}, 1), 0);
@@ -100,7 +100,7 @@ TEST(HuffmanBuild, ReportsAnOversubscribedCodeByANegativeNumber) {
 TEST(HuffmanBuild, FindsEveryRandomCompleteCodeComplete) {
     test_rng rng(3);
     for (size_t symbols = 2; symbols <= 286; ++symbols) {
-        stored_code code;
+        stored_code_t code;
         ASSERT_EQ(code.build(random_complete_lengths(rng, symbols, 15)), 0) << symbols;
     }
 }
@@ -114,7 +114,7 @@ TEST(HuffmanDecode, ReadsEverySymbolOfRandomCodes) {
         for (uint32_t symbol = 0; symbol < lengths.size(); ++symbol) {
             writer_code.put(writer, symbol);
         }
-        stored_code code;
+        stored_code_t code;
         code.build(lengths);
         bitstream_t reader = reader_of(writer.written());
 
@@ -126,7 +126,7 @@ TEST(HuffmanDecode, ReadsEverySymbolOfRandomCodes) {
 }
 
 TEST(HuffmanDecode, FailsWithAnUnbuiltCodeAndTakesNothing) {
-    const stored_code code;
+    const stored_code_t code;
     const byte_vector bytes{0, 0};
     bitstream_t reader = reader_of(bytes);
 
@@ -135,7 +135,7 @@ TEST(HuffmanDecode, FailsWithAnUnbuiltCodeAndTakesNothing) {
 }
 
 TEST(HuffmanDecode, FailsAfterTheLongestLengthForABitPatternThatIsNoCode) {
-    stored_code code;
+    stored_code_t code;
     code.build({0, 1});
     const byte_vector bytes{0xFF, 0xFF, 0xFF};
     bitstream_t reader = reader_of(bytes);
@@ -145,7 +145,7 @@ TEST(HuffmanDecode, FailsAfterTheLongestLengthForABitPatternThatIsNoCode) {
 }
 
 TEST(HuffmanDecode, FailsAfterTheLongestLengthWithACodeWithoutSymbols) {
-    stored_code code;
+    stored_code_t code;
     code.build(code_lengths(5, 0), 7);
     const byte_vector bytes{0, 0};
     bitstream_t reader = reader_of(bytes);
@@ -155,7 +155,7 @@ TEST(HuffmanDecode, FailsAfterTheLongestLengthWithACodeWithoutSymbols) {
 }
 
 TEST(HuffmanDecode, AsksForInputBeforeItKnowsThatAPatternIsNoCode) {
-    stored_code code;
+    stored_code_t code;
     code.build({1});
     const byte_vector bytes{0xFF};
     bitstream_t reader = reader_of(bytes);
@@ -164,7 +164,7 @@ TEST(HuffmanDecode, AsksForInputBeforeItKnowsThatAPatternIsNoCode) {
 }
 
 TEST(HuffmanDecode, KeepsTheBitsOfACodeThatTheInputEndsIn) {
-    stored_code code;
+    stored_code_t code;
     code.build({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 15});
     const byte_vector bytes{0b11111110, 0xFF};
     bitstream_t reader = reader_of(bytes);
@@ -179,7 +179,7 @@ TEST(HuffmanDecode, KeepsTheBitsOfACodeThatTheInputEndsIn) {
 }
 
 TEST(HuffmanDecode, FinishesACodeWhoseFirstPiecesAreGone) {
-    stored_code code;
+    stored_code_t code;
     code.build({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 15});
     bitstream_t reader{};
     for (int piece = 0; piece < 3; ++piece) {
@@ -195,7 +195,7 @@ TEST(HuffmanDecode, FinishesACodeWhoseFirstPiecesAreGone) {
 }
 
 TEST(HuffmanDecode, AsksForInputWithoutAnyAndKeepsNothing) {
-    stored_code code;
+    stored_code_t code;
     code.build({1, 1});
     bitstream_t reader{};
 

@@ -20,55 +20,55 @@ using namespace inflate_detail;
 namespace {
 
 // What of a decoder can be compared: positions as distances, tables as which of them.
-struct snapshot {
+struct snapshot_t {
     int32_t result;
     std::array<int64_t, 12> record;
     std::array<uint64_t, 4> reader;
     byte_vector block;
-    bool operator==(const snapshot&) const = default;
+    bool operator==(const snapshot_t&) const = default;
 };
 
 // A decoder whose output block, with bytes beyond what may be written, is there to be looked at.
 class watched_decoder {
 public:
     watched_decoder(size_t room, bool is_plain)
-        : mIsPlain(is_plain)
-        , mBlock(room + 64, 0xA5) {
-        inflate_process(&mState, nullptr);
-        mState.out = mBlock.data();
-        mState.outAvailable = static_cast<uint32_t>(room);
+        : m_is_plain(is_plain)
+        , m_block(room + 64, 0xA5) {
+        inflate_process(&m_state, nullptr);
+        m_state.out = m_block.data();
+        m_state.outAvailable = static_cast<uint32_t>(room);
     }
     watched_decoder(const watched_decoder&) = delete;
     watched_decoder& operator=(const watched_decoder&) = delete;
 
     // As feed, but with up to `held` bytes of the piece taken into the reader beforehand.
-    snapshot feed(const byte_vector& piece, uint32_t held = 0) {
-        mReader.data = piece.data();
-        mReader.available = static_cast<uint32_t>(piece.size());
-        for (; held > 0 && mReader.available > 0 && mReader.bitCount <= 24; --held) {
-            mReader.bits |= static_cast<uint32_t>(*mReader.data++) << mReader.bitCount;
-            mReader.bitCount += 8;
-            --mReader.available;
+    snapshot_t feed(const byte_vector& piece, uint32_t held = 0) {
+        m_reader.data = piece.data();
+        m_reader.available = static_cast<uint32_t>(piece.size());
+        for (; held > 0 && m_reader.available > 0 && m_reader.bitCount <= 24; --held) {
+            m_reader.bits |= static_cast<uint32_t>(*m_reader.data++) << m_reader.bitCount;
+            m_reader.bitCount += 8;
+            --m_reader.available;
         }
-        const int32_t result =
-            mIsPlain ? process_states_only(&mState, &mReader) : inflate_process(&mState, &mReader);
-        const bool has_copied = mState.copyFrom != nullptr;
+        const int32_t result = m_is_plain ? inflate_detail::process_states_only(&m_state, &m_reader)
+                                          : inflate_process(&m_state, &m_reader);
+        const bool has_copied = m_state.copyFrom != nullptr;
         return {result,
-                {mState.state, mState.finalBlock, mState.symbol, mState.count, mState.length,
-                 mState.distance, mState.litlenTable == &mState.dynLitlen,
-                 mState.distTable == &mState.dynDist, mState.out - mBlock.data(),
-                 has_copied ? mState.copyFrom - mBlock.data() : -1, mState.outAvailable,
-                 mState.totalOut},
-                {static_cast<uint64_t>(mReader.data - piece.data()), mReader.available,
-                 mReader.bits, mReader.bitCount},
-                mBlock};
+                {m_state.state, m_state.finalBlock, m_state.symbol, m_state.count, m_state.length,
+                 m_state.distance, m_state.litlenTable == &m_state.dynLitlen,
+                 m_state.distTable == &m_state.dynDist, m_state.out - m_block.data(),
+                 has_copied ? m_state.copyFrom - m_block.data() : -1, m_state.outAvailable,
+                 m_state.totalOut},
+                {static_cast<uint64_t>(m_reader.data - piece.data()), m_reader.available,
+                 m_reader.bits, m_reader.bitCount},
+                m_block};
     }
 
 private:
-    bool mIsPlain;
-    byte_vector mBlock;
-    inflate_t mState{};
-    bitstream_t mReader{};
+    bool m_is_plain;
+    byte_vector m_block;
+    inflate_t m_state{};
+    bitstream_t m_reader{};
 };
 
 // Feeds both decoders the same pieces until one of them is through.
@@ -78,7 +78,7 @@ void expect_same_steps(const byte_vector& raw, size_t room, const std::vector<si
     size_t at = 0;
     for (const size_t size : sizes) {
         const byte_vector piece = slice(raw, at, size);
-        const snapshot expected = plain.feed(piece);
+        const snapshot_t expected = plain.feed(piece);
         ASSERT_TRUE(fast.feed(piece) == expected) << "piece of " << size << " at " << at;
         if (expected.result != kInflateNeedsInput) {
             return;
@@ -98,7 +98,7 @@ std::vector<size_t> long_pieces(test_rng& rng, size_t total) {
 
 byte_vector any_stream(test_rng& rng, size_t* plain_size) {
     if (rng() % 2 == 0) {
-        const made_stream stream = random_stream(rng, 32768);
+        const made_stream_t stream = random_stream(rng, 32768);
         *plain_size = stream.plain.size();
         return stream.raw;
     }
@@ -131,7 +131,7 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfBitsThatTheReaderHolds) {
         watched_decoder fast(size, false);
         watched_decoder plain(size, true);
         const byte_vector begin = slice(raw, 0, first);
-        const snapshot expected = plain.feed(begin);
+        const snapshot_t expected = plain.feed(begin);
         ASSERT_TRUE(fast.feed(begin) == expected);
         // Stored bytes are taken from the input alone.
         if (expected.result == kInflateNeedsInput && expected.record[0] != kStoredCopy) {
@@ -206,7 +206,7 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfAnyBits) {
 // A single distance code takes one bit, and leaves half of all patterns without a code.
 TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
     for (const uint32_t pattern : {0x0001U, 0x0003U, 0xFFFFU}) {
-        const dynamic_header header = plain_header(
+        const dynamic_header_t header = plain_header(
             lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}}), lengths_of(1, {{0, 1}}));
         deflate_maker maker;
         maker.dynamic(header, block_is::last).literals(byte_vector(200, 'a'));
@@ -235,7 +235,7 @@ TEST(InflateFast, LeavesALengthWithoutADistanceCodeToTheStateMachine) {
 // Codes of a single symbol are incomplete, which the limits have no place for.
 TEST(InflateFast, LeavesBlocksOfASingleCodeToTheStateMachine) {
     deflate_maker maker;
-    const dynamic_header empty = plain_header(lengths_of(257, {{256, 1}}), lengths_of(1, {}));
+    const dynamic_header_t empty = plain_header(lengths_of(257, {{256, 1}}), lengths_of(1, {}));
     for (int block = 0; block < 20; ++block) {
         maker.dynamic(empty, block_is::followed).end();
     }
@@ -263,7 +263,7 @@ TEST(FastCodes, GiveTheLengthAndSymbolOfEveryCode) {
     test_rng rng(5);
     int codes = 0;
     for (int round = 0; round < 60; ++round) {
-        const made_stream stream = random_stream(rng, 32768);
+        const made_stream_t stream = random_stream(rng, 32768);
         inflate_session session(stream.plain.size());
         session.feed(slice(stream.raw, 0, stream.raw.size() / 2));
         const huffman_t& huffman = session.state.dynLitlen;

@@ -29,13 +29,13 @@ fault_t fault_of(const deflate_maker& maker) {
 }
 
 // Behind the header follow more than enough zero bits.
-fault_t fault_of_header(const dynamic_header& header) {
+fault_t fault_of_header(const dynamic_header_t& header) {
     return fault_of(deflate_maker().dynamic(header, block_is::last).bits(0, 32));
 }
 
 const code_lengths kLitlen = lengths_of(286, {{'a', 2}, {256, 2}, {257, 2}, {285, 2}});
 
-dynamic_header small_header() {
+dynamic_header_t small_header() {
     return plain_header(kLitlen, {1, 1});
 }
 
@@ -75,22 +75,22 @@ TEST(InflateFault, NamesAFixedCodeBlock) {
 }
 
 TEST(InflateFault, NamesTooManyCodes) {
-    dynamic_header litlen = small_header();
+    dynamic_header_t litlen = small_header();
     litlen.hlit = 30;
-    dynamic_header dist = small_header();
+    dynamic_header_t dist = small_header();
     dist.hdist = 30;
     EXPECT_EQ(fault_of_header(litlen), fault_t::code_counts);
     EXPECT_EQ(fault_of_header(dist), fault_t::code_counts);
 }
 
 TEST(InflateFault, NamesAnOversubscribedCodeLengthCode) {
-    dynamic_header header = small_header();
+    dynamic_header_t header = small_header();
     header.length_code.fill(1);
     EXPECT_EQ(fault_of_header(header), fault_t::code_length_code);
 }
 
 TEST(InflateFault, NamesBitsThatAreNoCodeLengthSymbol) {
-    dynamic_header header = small_header();
+    dynamic_header_t header = small_header();
     header.length_code = {};
     header.length_code[0] = 2;
     header.items.clear();
@@ -104,13 +104,13 @@ TEST(InflateFault, NamesACodeLengthSymbolThatIsNoRepeat) {
 }
 
 TEST(InflateFault, NamesARepeatOfNothing) {
-    dynamic_header header = small_header();
+    dynamic_header_t header = small_header();
     header.items[0] = {16, 0};
     EXPECT_EQ(fault_of_header(header), fault_t::repeat_of_nothing);
 }
 
 TEST(InflateFault, NamesARepeatBeyondTheLastCodeLength) {
-    dynamic_header header = small_header();
+    dynamic_header_t header = small_header();
     header.items.back() = {17, 0};
     EXPECT_EQ(fault_of_header(header), fault_t::repeat_too_long);
 }
@@ -133,7 +133,7 @@ TEST(InflateFault, NamesADistanceCodeThatIsNotComplete) {
 }
 
 TEST(InflateFault, NamesBitsThatAreNoLiteralLengthSymbol) {
-    const dynamic_header header = plain_header(lengths_of(257, {{256, 1}}), {1});
+    const dynamic_header_t header = plain_header(lengths_of(257, {{256, 1}}), {1});
     EXPECT_EQ(fault_of(deflate_maker().dynamic(header, block_is::last).bits(0x7FFF, 15)),
               fault_t::litlen_symbol);
 }
@@ -162,7 +162,7 @@ TEST(InflateFault, AgreesWithTheResultOnDamagedStreams) {
     std::set<fault_t> seen;
     for (uint32_t seed = 0; seed < 3000; ++seed) {
         test_rng rng(seed);
-        made_stream stream = random_stream(rng, 1000);
+        made_stream_t stream = random_stream(rng, 1000);
         const size_t damaged = rng() % std::min<size_t>(stream.raw.size(), 60);
         stream.raw[damaged] ^= static_cast<uint8_t>(1U << rng() % 8);
         inflate_session with_fault(5000);

@@ -10,29 +10,29 @@
 namespace {
 
 // Stored and dynamic blocks with long codes, extra bits of every kind and repeats in the headers.
-made_stream mixed_stream() {
+made_stream_t mixed_stream() {
     test_rng rng(20);
-    made_stream stream = random_stream(rng, 32768);
+    made_stream_t stream = random_stream(rng, 32768);
     while (stream.raw.size() < 350 || stream.raw.size() > 500) {
         stream = random_stream(rng, 32768);
     }
     return stream;
 }
 
-void expect_plain(const inflate_outcome& outcome, const byte_vector& plain,
+void expect_plain(const inflate_outcome_t& outcome, const byte_vector& plain,
                   const std::string& where) {
     EXPECT_EQ(outcome.result, kInflateDone) << where;
     EXPECT_EQ(outcome.plain, plain) << where;
 }
 
 TEST(InflatePieces, DecodeTheSameInOnePiece) {
-    const made_stream stream = mixed_stream();
+    const made_stream_t stream = mixed_stream();
 
     expect_plain(inflate_whole(stream.raw, stream.plain.size()), stream.plain, "whole");
 }
 
 TEST(InflatePieces, DecodeTheSameSplitAnywhere) {
-    const made_stream stream = mixed_stream();
+    const made_stream_t stream = mixed_stream();
     for (size_t split = 0; split <= stream.raw.size(); ++split) {
         expect_plain(inflate_pieces(stream.raw, stream.plain.size(), {split}), stream.plain,
                      "split at " + std::to_string(split));
@@ -40,7 +40,7 @@ TEST(InflatePieces, DecodeTheSameSplitAnywhere) {
 }
 
 TEST(InflatePieces, DecodeTheSameWithAShortPieceAnywhere) {
-    const made_stream stream = mixed_stream();
+    const made_stream_t stream = mixed_stream();
     for (size_t split = 0; split < stream.raw.size(); ++split) {
         for (const size_t length : {1U, 2U, 3U}) {
             expect_plain(inflate_pieces(stream.raw, stream.plain.size(), {split, length}),
@@ -50,7 +50,7 @@ TEST(InflatePieces, DecodeTheSameWithAShortPieceAnywhere) {
 }
 
 TEST(InflatePieces, DecodeTheSameInPiecesOfEverySize) {
-    const made_stream stream = mixed_stream();
+    const made_stream_t stream = mixed_stream();
     for (size_t size = 1; size <= stream.raw.size(); ++size) {
         const std::vector<size_t> sizes(stream.raw.size() / size, size);
         expect_plain(inflate_pieces(stream.raw, stream.plain.size(), sizes), stream.plain,
@@ -59,7 +59,7 @@ TEST(InflatePieces, DecodeTheSameInPiecesOfEverySize) {
 }
 
 TEST(InflatePieces, MayBeEmptyAnyNumberOfTimes) {
-    const made_stream stream = mixed_stream();
+    const made_stream_t stream = mixed_stream();
     std::vector<size_t> sizes;
     for (size_t i = 0; i < stream.raw.size(); ++i) {
         sizes.insert(sizes.end(), {0, 1, 0, 0});
@@ -84,7 +84,7 @@ TEST(InflatePieces, EmptyOnesFinishWhatTheBitsHeldAllow) {
 }
 
 TEST(InflatePieces, EmptyOnesAskForMoreInEveryState) {
-    const made_stream stream = mixed_stream();
+    const made_stream_t stream = mixed_stream();
     for (size_t split = 0; split < stream.raw.size(); ++split) {
         inflate_session session(stream.plain.size());
         ASSERT_EQ(session.feed(slice(stream.raw, 0, split)), kInflateNeedsInput) << split;
@@ -97,7 +97,7 @@ TEST(InflatePieces, EmptyOnesAskForMoreInEveryState) {
 TEST(InflatePieces, RandomStreamsDecodeTheSameInRandomPieces) {
     test_rng rng(21);
     for (int round = 0; round < 3000; ++round) {
-        const made_stream stream = random_stream(rng, 32768);
+        const made_stream_t stream = random_stream(rng, 32768);
         const auto sizes = random_pieces(rng, stream.raw.size());
         expect_plain(inflate_pieces(stream.raw, stream.plain.size(), sizes), stream.plain,
                      "round " + std::to_string(round));
@@ -108,8 +108,8 @@ TEST(InflatePieces, RandomStreamsDecodeTheSameInRandomPieces) {
 TEST(InflatePieces, RandomStreamsAreWhatZlibTakesThemFor) {
     test_rng rng(21);
     for (int round = 0; round < 200; ++round) {
-        const made_stream stream = random_stream(rng, 32768);
-        const oracle_result oracle = oracle_inflate(stream.raw);
+        const made_stream_t stream = random_stream(rng, 32768);
+        const oracle_result_t oracle = oracle_inflate(stream.raw);
         ASSERT_TRUE(oracle.complete) << oracle.message;
         ASSERT_EQ(oracle.plain, stream.plain);
     }
@@ -118,11 +118,11 @@ TEST(InflatePieces, RandomStreamsAreWhatZlibTakesThemFor) {
 TEST(InflatePieces, RefusalsComeNoEarlierInPieces) {
     test_rng rng(22);
     for (int round = 0; round < 1000; ++round) {
-        made_stream stream = random_stream(rng, 32768);
+        made_stream_t stream = random_stream(rng, 32768);
         stream.raw[rng() % stream.raw.size()] ^= static_cast<uint8_t>(1U << rng() % 8);
         const size_t room = stream.plain.size() + 1000;
-        const inflate_outcome whole = inflate_whole(stream.raw, room);
-        const inflate_outcome pieces =
+        const inflate_outcome_t whole = inflate_whole(stream.raw, room);
+        const inflate_outcome_t pieces =
             inflate_pieces(stream.raw, room, std::vector<size_t>(stream.raw.size(), 1));
         ASSERT_EQ(pieces.result, whole.result) << round;
         ASSERT_EQ(pieces.plain, whole.plain) << round;

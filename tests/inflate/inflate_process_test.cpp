@@ -13,7 +13,7 @@ const code_lengths kLitlen = lengths_of(
     {{'a', 3}, {'b', 3}, {'c', 3}, {'d', 3}, {256, 3}, {257, 3}, {258, 4}, {265, 4}, {285, 3}});
 const code_lengths kDist = lengths_of(5, {{0, 2}, {1, 2}, {2, 2}, {3, 3}, {4, 3}});
 
-dynamic_header small_header() {
+dynamic_header_t small_header() {
     return plain_header(kLitlen, kDist);
 }
 
@@ -35,7 +35,7 @@ int32_t result_of(const deflate_maker& maker) {
 }
 
 // The result for a block with this header, which is followed by more than enough zero bits.
-int32_t result_of_header(const dynamic_header& header) {
+int32_t result_of_header(const dynamic_header_t& header) {
     deflate_maker maker;
     maker.dynamic(header, block_is::last).bits(0, 32);
     return result_of(maker);
@@ -54,7 +54,7 @@ TEST(Inflate, DecodesAStreamOfStoredBlocks) {
     deflate_maker maker;
     maker.stored(text("hello "), block_is::followed).stored(text("world"), block_is::last);
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 100);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, text("hello world"));
@@ -65,7 +65,7 @@ TEST(Inflate, DecodesAStoredBlockOfTheGreatestLength) {
     deflate_maker maker;
     maker.stored(data, block_is::last);
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), data.size());
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), data.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, data);
@@ -76,7 +76,7 @@ TEST(Inflate, GoesOnBehindAnEmptyStoredBlock) {
     maker.stored({}, block_is::followed).stored(text("x"), block_is::followed);
     maker.stored({}, block_is::last);
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 1);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 1);
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, text("x"));
@@ -93,7 +93,7 @@ TEST(Inflate, DecodesLiteralsAndMatchesOfADynamicBlock) {
     deflate_maker maker = small_block();
     maker.literals(text("abc")).match(4, 3).match(11, 1).match(3, 6).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 100);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, text("abcabcaaaaaaaaaaaaaaa"));
@@ -105,7 +105,7 @@ TEST(Inflate, ReusesNothingOfTheBlockBefore) {
     maker.dynamic(plain_header(lengths_of(257, {{'z', 1}, {256, 1}}), {0}), block_is::last);
     maker.literals(text("zz")).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 100);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, text("abzz"));
@@ -144,7 +144,7 @@ TEST(Inflate, DecodesEveryLengthAndDistanceSymbol) {
     match(258, 32768);
     maker.end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), expected.size());
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), expected.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, expected);
@@ -162,20 +162,20 @@ TEST(Inflate, TakesTheOtherSpellingOfLength258) {
 TEST(Inflate, UsesRepeatsOfCodeLengthsAcrossTheTwoCodes) {
     // 254 unused symbols, 255 and 256 with 2 bits, and a repeat that gives 2 bits to three more
     // symbols: one literal/length symbol and the first two distances.
-    dynamic_header header =
+    dynamic_header_t header =
         plain_header(lengths_of(258, {{254, 2}, {255, 2}, {256, 2}, {257, 2}}), {2, 2, 1});
     header.items = {{18, 127}, {18, 105}, {2, 0}, {2, 0}, {16, 1}, {1, 0}};
     deflate_maker maker;
     maker.dynamic(header, block_is::last).literals({254, 255}).match(3, 2).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 100);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, (byte_vector{254, 255, 254, 255, 254}));
 }
 
 TEST(Inflate, RepeatsZeroLengthsWithCode16) {
-    dynamic_header header = plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
+    dynamic_header_t header = plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
     header.items = {{17, 0}, {16, 3}, {18, 77}, {1, 0}, {18, 127},
                     {17, 7}, {17, 7}, {1, 0},   {0, 0}};
     deflate_maker maker;
@@ -201,7 +201,7 @@ TEST(Inflate, TakesASingleLiteralLengthCodeOfOneBit) {
 
 // Kept on purpose: only an over-subscribed code-length code is refused.
 TEST(Inflate, AcceptsAnIncompleteCodeLengthCode) {
-    dynamic_header header = plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
+    dynamic_header_t header = plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
     header.length_code = {};
     header.length_code[0] = 2;
     header.length_code[1] = 2;
@@ -209,7 +209,7 @@ TEST(Inflate, AcceptsAnIncompleteCodeLengthCode) {
     deflate_maker maker;
     maker.dynamic(header, block_is::last).literals(text("aaa")).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 100);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, text("aaa"));
@@ -230,7 +230,7 @@ TEST(InflateRefuses, AFixedCodeBlockBehindGoodOnes) {
     deflate_maker maker;
     maker.stored(text("abc"), block_is::followed).fixed(block_is::last).literals(text("d")).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 100);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateInvalid);
     EXPECT_EQ(outcome.plain, text("abc"));
@@ -246,7 +246,7 @@ TEST(InflateRefuses, AStoredLengthThatDiffersFromItsComplement) {
 
 TEST(InflateRefuses, MoreThan286LiteralLengthCodes) {
     for (const uint32_t field : {30U, 31U}) {
-        dynamic_header header = small_header();
+        dynamic_header_t header = small_header();
         header.hlit = field;
         EXPECT_EQ(result_of_header(header), kInflateInvalid) << field;
     }
@@ -254,7 +254,7 @@ TEST(InflateRefuses, MoreThan286LiteralLengthCodes) {
 
 TEST(InflateRefuses, MoreThan30DistanceCodes) {
     for (const uint32_t field : {30U, 31U}) {
-        dynamic_header header = small_header();
+        dynamic_header_t header = small_header();
         header.hdist = field;
         EXPECT_EQ(result_of_header(header), kInflateInvalid) << field;
     }
@@ -268,7 +268,7 @@ TEST(InflateRefuses, TooManyCodesAsSoonAsTheCountsAreRead) {
 }
 
 TEST(InflateRefuses, AnOversubscribedCodeLengthCode) {
-    dynamic_header header = small_header();
+    dynamic_header_t header = small_header();
     header.length_code[18] = 4;
     EXPECT_EQ(result_of_header(header), kInflateInvalid);
 }
@@ -281,7 +281,7 @@ TEST(InflateRefuses, ACodeLengthCodeWithoutSymbols) {
 }
 
 TEST(InflateRefuses, ABitPatternThatIsNoCodeLengthSymbol) {
-    dynamic_header header = small_header();
+    dynamic_header_t header = small_header();
     header.length_code = {};
     header.length_code[0] = 2;
     header.items.clear();
@@ -310,7 +310,7 @@ TEST(Inflate, KeepsTheLastCodeLengthSymbol) {
 
 TEST(InflateRefuses, ARepeatWithoutAPreviousLength) {
     // The first three lengths are zero indeed, but there is nothing to repeat yet.
-    dynamic_header header = small_header();
+    dynamic_header_t header = small_header();
     header.items.erase(header.items.begin(), header.items.begin() + 2);
     header.items[0] = {16, 0};
     deflate_maker maker;
@@ -320,9 +320,9 @@ TEST(InflateRefuses, ARepeatWithoutAPreviousLength) {
 }
 
 TEST(InflateRefuses, RepeatsPastTheLastCodeLength) {
-    for (const code_length_item& repeat :
-         {code_length_item{16, 0}, code_length_item{17, 0}, code_length_item{18, 0}}) {
-        dynamic_header header = plain_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
+    for (const code_length_item_t& repeat :
+         {code_length_item_t{16, 0}, code_length_item_t{17, 0}, code_length_item_t{18, 0}}) {
+        dynamic_header_t header = plain_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
         header.items.resize(258);
         header.items.push_back(repeat);
         EXPECT_EQ(result_of_header(header), kInflateInvalid) << repeat.symbol;
@@ -330,7 +330,7 @@ TEST(InflateRefuses, RepeatsPastTheLastCodeLength) {
 }
 
 TEST(Inflate, TakesARepeatThatEndsWithTheLastCodeLength) {
-    dynamic_header header = plain_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
+    dynamic_header_t header = plain_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
     header.items.resize(257);
     header.items.push_back({17, 0});
     deflate_maker maker;
@@ -407,7 +407,7 @@ TEST(InflateRefuses, ADistanceOneByteBeforeTheFirst) {
     deflate_maker maker = small_block();
     maker.literals(text("abc")).match(3, 4).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 100);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateInvalid);
     EXPECT_EQ(outcome.plain, text("abc"));
@@ -470,7 +470,7 @@ TEST(InflateOutput, AsksForRoomForAStoredByte) {
     deflate_maker maker;
     maker.stored(text("abc"), block_is::last);
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 2);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 2);
 
     EXPECT_EQ(outcome.result, kInflateNeedsOutput);
     EXPECT_EQ(outcome.plain, text("ab"));
@@ -500,7 +500,7 @@ TEST(InflateOutput, DropsTheRestOfAMatchWithoutAWindow) {
     deflate_maker maker = small_block();
     maker.literals(text("ab")).match(258, 2).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 7);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 7);
 
     EXPECT_EQ(outcome.result, kInflateDone);
     EXPECT_EQ(outcome.plain, text("abababa"));
@@ -510,7 +510,7 @@ TEST(InflateOutput, GoesOnWithTheNextSymbolBehindADroppedRest) {
     deflate_maker maker = small_block();
     maker.literals(text("ab")).match(11, 1).literals(text("c")).end();
 
-    const inflate_outcome outcome = inflate_whole(maker.bytes(), 5);
+    const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 5);
 
     EXPECT_EQ(outcome.result, kInflateNeedsOutput);
     EXPECT_EQ(outcome.plain, text("abbbb"));
@@ -668,7 +668,7 @@ TEST(InflateRecord, WaitsForABlockHeaderInStateZero) {
 }
 
 TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
-    const dynamic_header header = plain_header(kLitlen, kDist);
+    const dynamic_header_t header = plain_header(kLitlen, kDist);
     deflate_maker maker;
     maker.dynamic(header, block_is::last);
     inflate_session session(10);
@@ -695,7 +695,7 @@ TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
 }
 
 TEST(InflateRecord, WaitsForRepeatBitsInState13) {
-    dynamic_header header = plain_header(lengths_of(257, {{255, 1}, {256, 1}}), {0});
+    dynamic_header_t header = plain_header(lengths_of(257, {{255, 1}, {256, 1}}), {0});
     header.length_code = {};
     header.length_code[18] = 1;
     header.length_code[1] = 2;

@@ -13,14 +13,14 @@ namespace {
 using inflate_detail::fault_t;
 using inflate_detail::rehearsal_t;
 
-struct rehearsal_outcome {
+struct rehearsal_outcome_t {
     int32_t result;
     fault_t fault;
     uint64_t position, fixed_blocks, first_byte, last_byte;
 };
 
-rehearsal_outcome rehearse(const byte_vector& raw, uint64_t room,
-                           const std::vector<size_t>& piece_sizes = {}) {
+rehearsal_outcome_t rehearse(const byte_vector& raw, uint64_t room,
+                             const std::vector<size_t>& piece_sizes = {}) {
     const auto rehearsal = std::make_unique<rehearsal_t>();
     inflate_detail::rehearsal_begin(rehearsal.get(), room);
     int32_t result = kInflateNeedsInput;
@@ -41,7 +41,7 @@ rehearsal_outcome rehearse(const byte_vector& raw, uint64_t room,
 }
 
 // Direct mode, with what it says of the fault and of the position.
-rehearsal_outcome decode(const byte_vector& raw, size_t room) {
+rehearsal_outcome_t decode(const byte_vector& raw, size_t room) {
     inflate_session session(room);
     session.reader.data = raw.data();
     session.reader.available = static_cast<uint32_t>(raw.size());
@@ -53,8 +53,8 @@ rehearsal_outcome decode(const byte_vector& raw, size_t room) {
 
 void expect_agreement(const byte_vector& raw, size_t room, const std::vector<size_t>& piece_sizes,
                       const std::string& what) {
-    const rehearsal_outcome expected = decode(raw, room);
-    const rehearsal_outcome actual = rehearse(raw, room, piece_sizes);
+    const rehearsal_outcome_t expected = decode(raw, room);
+    const rehearsal_outcome_t actual = rehearse(raw, room, piece_sizes);
     if (expected.fault == fault_t::fixed_code_block) {
         EXPECT_GT(actual.fixed_blocks, 0U) << what;
         return;
@@ -68,7 +68,7 @@ void expect_agreement(const byte_vector& raw, size_t room, const std::vector<siz
 TEST(InflateRehearsal, AgreesWithDirectModeOnRandomAndDamagedStreams) {
     for (uint32_t seed = 0; seed < 1000; ++seed) {
         test_rng rng(seed);
-        made_stream stream = random_stream(rng, 1000);
+        made_stream_t stream = random_stream(rng, 1000);
         stream.raw[rng() % stream.raw.size()] ^= static_cast<uint8_t>(seed % 2 << rng() % 8);
         const size_t room = random_between(rng, 0, static_cast<uint32_t>(stream.plain.size()) + 2);
         expect_agreement(stream.raw, room, random_pieces(rng, stream.raw.size()),
@@ -88,7 +88,7 @@ TEST(InflateRehearsal, AgreesWithDirectModeOnStreamsLongerThanTheWindow) {
 
 // The last match may reach beyond the room, but nothing may follow it.
 TEST(InflateRehearsal, AgreesWithDirectModeOnMatchesThatReachBeyondTheRoom) {
-    const dynamic_header header = plain_header(
+    const dynamic_header_t header = plain_header(
         lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}}), lengths_of(30, {{0, 1}}));
     for (size_t room = 0; room < 520; ++room) {
         for (const bool goes_on : {false, true}) {
@@ -109,7 +109,7 @@ TEST(InflateRehearsal, FindsFixedBlocksWhereverZlibPutsThem) {
         const byte_vector plain = make_bytes(kAllDataKinds[seed % 4], 1 + rng() % 600, seed);
         const byte_vector raw = raw_deflate(plain, random_settings(rng));
 
-        const rehearsal_outcome outcome =
+        const rehearsal_outcome_t outcome =
             rehearse(raw, plain.size(), random_pieces(rng, raw.size()));
 
         EXPECT_EQ(outcome.result, kInflateDone) << "seed " << seed;
@@ -121,7 +121,7 @@ TEST(InflateRehearsal, FindsFixedBlocksWhereverZlibPutsThem) {
 
 void expect_fixed_block(const deflate_maker& maker, uint64_t count, uint64_t first, uint64_t last) {
     for (const std::vector<size_t>& pieces : {std::vector<size_t>{}, {1, 1, 1, 1, 1, 1, 1, 1}}) {
-        const rehearsal_outcome outcome = rehearse(maker.bytes(), 1000, pieces);
+        const rehearsal_outcome_t outcome = rehearse(maker.bytes(), 1000, pieces);
         EXPECT_EQ(outcome.fixed_blocks, count);
         EXPECT_EQ(outcome.first_byte, first);
         EXPECT_EQ(outcome.last_byte, last);

@@ -19,40 +19,40 @@ constexpr size_t kRoom = 1 << 17;
 class sparse_output {
 public:
     sparse_output()
-        : mBytes(mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
+        : m_bytes(mmap(nullptr, kSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {
         if (exists()) {
             mprotect(at(kSize - kUsed), kUsed, PROT_READ | PROT_WRITE);
         }
     }
     ~sparse_output() {
         if (exists()) {
-            munmap(mBytes, kSize);
+            munmap(m_bytes, kSize);
         }
     }
     sparse_output(const sparse_output&) = delete;
     sparse_output& operator=(const sparse_output&) = delete;
 
-    bool exists() const { return mBytes != MAP_FAILED; }
-    uint8_t* at(uint64_t position) const { return static_cast<uint8_t*>(mBytes) + position; }
+    bool exists() const { return m_bytes != MAP_FAILED; }
+    uint8_t* at(uint64_t position) const { return static_cast<uint8_t*>(m_bytes) + position; }
 
 private:
     static constexpr size_t kSize = kWrap + kRoom;
     static constexpr size_t kUsed = 4 * kRoom;
 
-    void* mBytes;
+    void* m_bytes;
 };
 
 // What one run leaves.
-struct trace {
+struct trace_t {
     int32_t result;
     std::array<int64_t, 8> record;
     std::array<uint64_t, 4> reader;
     byte_vector output;
-    bool operator==(const trace&) const = default;
+    bool operator==(const trace_t&) const = default;
 };
 
 // Decodes `raw` behind `total_out` bytes that are taken as produced already.
-trace run(const sparse_output& output, const byte_vector& raw, uint32_t total_out, bool is_fast) {
+trace_t run(const sparse_output& output, const byte_vector& raw, uint32_t total_out, bool is_fast) {
     uint8_t* const start = output.at(total_out);
     std::fill(start - kHistory, start, uint8_t{0x5A});
     std::fill(start, start + kRoom, uint8_t{0});
@@ -75,7 +75,7 @@ trace run(const sparse_output& output, const byte_vector& raw, uint32_t total_ou
 // Literals, then a match that reaches `distance` back.
 byte_vector match_behind_literals(size_t literals, uint32_t distance) {
     test_rng rng(1);
-    std::vector<deflate_token> tokens(literals, {'x', 0, 0});
+    std::vector<deflate_token_t> tokens(literals, {'x', 0, 0});
     tokens.push_back({0, 20, distance});
     tokens.insert(tokens.end(), 400, {'y', 0, 0});
     deflate_maker maker;
@@ -86,33 +86,33 @@ byte_vector match_behind_literals(size_t literals, uint32_t distance) {
 class InflateTotalOut : public testing::Test {
 protected:
     void expect_same(const byte_vector& raw, uint32_t total_out) const {
-        const trace expected = run(mOutput, raw, total_out, false);
-        EXPECT_TRUE(run(mOutput, raw, total_out, true) == expected)
+        const trace_t expected = run(m_output, raw, total_out, false);
+        EXPECT_TRUE(run(m_output, raw, total_out, true) == expected)
             << "from " << total_out << " on, state machine: result " << expected.result
             << ", total " << expected.record[7];
     }
 
-    const sparse_output mOutput;
+    const sparse_output m_output;
 };
 
 TEST_F(InflateTotalOut, RefusesAMatchThatReachesBehindTheWrapInBothLoops) {
-    ASSERT_TRUE(mOutput.exists());
+    ASSERT_TRUE(m_output.exists());
     const byte_vector raw = match_behind_literals(1000, 600);
     // The match comes 500 bytes after the wrap, so 600 is further back than `totalOut` tells.
-    const trace after = run(mOutput, raw, static_cast<uint32_t>(kWrap - 500), true);
+    const trace_t after = run(m_output, raw, static_cast<uint32_t>(kWrap - 500), true);
     EXPECT_EQ(kInflateInvalid, after.result);
     EXPECT_EQ(500, after.record[7]);
     expect_same(raw, static_cast<uint32_t>(kWrap - 500));
     // Behind 400 bytes less, the wrap is yet to come.
-    EXPECT_EQ(kInflateDone, run(mOutput, raw, static_cast<uint32_t>(kWrap - 1500), true).result);
+    EXPECT_EQ(kInflateDone, run(m_output, raw, static_cast<uint32_t>(kWrap - 1500), true).result);
     expect_same(raw, static_cast<uint32_t>(kWrap - 1500));
 }
 
 TEST_F(InflateTotalOut, IsTheSameFromBothLoopsWhereverItWraps) {
-    ASSERT_TRUE(mOutput.exists());
+    ASSERT_TRUE(m_output.exists());
     test_rng rng(2);
     for (int round = 0; round < 60 && !HasFailure(); ++round) {
-        const made_stream stream = random_stream(rng, kHistory);
+        const made_stream_t stream = random_stream(rng, kHistory);
         const auto size = static_cast<uint32_t>(stream.plain.size());
         expect_same(stream.raw, static_cast<uint32_t>(kWrap - random_between(rng, 1, size + 400)));
     }

@@ -11,9 +11,9 @@ namespace {
 TEST(InflateWindow, GivesOutOneByteAtATime) {
     test_rng rng(30);
     for (int round = 0; round < 50; ++round) {
-        const made_stream stream = random_stream(rng, 32768);
+        const made_stream_t stream = random_stream(rng, 32768);
 
-        const inflate_outcome outcome = inflate_windowed(stream.raw, {}, 32768, {1});
+        const inflate_outcome_t outcome = inflate_windowed(stream.raw, {}, 32768, {1});
 
         ASSERT_EQ(outcome.result, kInflateDone);
         ASSERT_EQ(outcome.plain, stream.plain);
@@ -24,12 +24,12 @@ TEST(InflateWindow, MayBeAsSmallAsTheGreatestDistance) {
     test_rng rng(31);
     for (uint32_t window = 1; window <= 70; ++window) {
         for (int round = 0; round < 20; ++round) {
-            const made_stream stream = random_stream(rng, window);
+            const made_stream_t stream = random_stream(rng, window);
             const auto pieces = random_pieces(rng, stream.raw.size());
             const std::vector<size_t> blocks{random_between(rng, 1, 100),
                                              random_between(rng, 0, 5)};
 
-            const inflate_outcome outcome = inflate_windowed(stream.raw, pieces, window, blocks);
+            const inflate_outcome_t outcome = inflate_windowed(stream.raw, pieces, window, blocks);
 
             ASSERT_EQ(outcome.result, kInflateDone) << window;
             ASSERT_EQ(outcome.plain, stream.plain) << window;
@@ -40,13 +40,13 @@ TEST(InflateWindow, MayBeAsSmallAsTheGreatestDistance) {
 TEST(InflateWindow, DecodesZlibsStreamsOfEveryWindowSize) {
     test_rng rng(32);
     for (int round = 0; round < 300; ++round) {
-        deflate_settings settings = random_settings(rng);
+        deflate_settings_t settings = random_settings(rng);
         const data_kind kind = kAllDataKinds[rng() % 4];
         const byte_vector plain = make_bytes(kind, rng() % 60000, rng());
         const byte_vector raw = deflate_without_fixed_codes(plain, settings);
         const uint32_t window = 1U << settings.window_bits;
 
-        const inflate_outcome outcome =
+        const inflate_outcome_t outcome =
             inflate_windowed(raw, random_pieces(rng, raw.size()), window,
                              {random_between(rng, 1, 40000), random_between(rng, 1, 3000)});
 
@@ -61,7 +61,7 @@ TEST(InflateWindow, KeepsTheRestOfAMatchForTheNextOutput) {
     maker.dynamic(plain_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 1}), block_is::last);
     maker.match(258, 2).end();
 
-    const inflate_outcome outcome = inflate_windowed(maker.bytes(), {}, 3, {100});
+    const inflate_outcome_t outcome = inflate_windowed(maker.bytes(), {}, 3, {100});
 
     ASSERT_EQ(outcome.result, kInflateDone);
     ASSERT_EQ(outcome.plain.size(), 260U);

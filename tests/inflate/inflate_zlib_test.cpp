@@ -18,7 +18,7 @@ TEST(InflateAgainstZlib, DecodesItsStreamsUnlessTheyUseFixedCodes) {
     for (int round = 0; round < 4000; ++round) {
         const byte_vector plain = random_plain(rng, round % 50 == 0 ? 100000 : 3000);
         const byte_vector raw = raw_deflate(plain, random_settings(rng));
-        const inflate_outcome outcome =
+        const inflate_outcome_t outcome =
             inflate_pieces(raw, plain.size(), random_pieces(rng, raw.size()));
         if (contains_fixed_block(raw)) {
             ++fixed;
@@ -39,7 +39,7 @@ TEST(InflateAgainstZlib, AsksForInputAtEveryTruncation) {
         const byte_vector plain = random_plain(rng, 600);
         const byte_vector raw = deflate_without_fixed_codes(plain, {});
         for (size_t length = 0; length < raw.size(); ++length) {
-            const inflate_outcome outcome = inflate_whole(slice(raw, 0, length), plain.size());
+            const inflate_outcome_t outcome = inflate_whole(slice(raw, 0, length), plain.size());
             ASSERT_EQ(outcome.result, kInflateNeedsInput);
             ASSERT_EQ(outcome.plain, slice(plain, 0, outcome.plain.size()));
         }
@@ -52,12 +52,12 @@ TEST(InflateAgainstZlib, AgreesOnDamagedStreams) {
     test_rng rng(42);
     int refused = 0;
     for (int round = 0; round < 6000; ++round) {
-        made_stream stream = random_stream(rng, 32768);
+        made_stream_t stream = random_stream(rng, 32768);
         for (uint32_t flips = random_between(rng, 1, 3); flips > 0; --flips) {
             stream.raw[rng() % stream.raw.size()] ^= static_cast<uint8_t>(1U << rng() % 8);
         }
-        const oracle_result oracle = oracle_inflate(stream.raw);
-        const inflate_outcome outcome = inflate_whole(stream.raw, oracle.plain.size() + 1000);
+        const oracle_result_t oracle = oracle_inflate(stream.raw);
+        const inflate_outcome_t outcome = inflate_whole(stream.raw, oracle.plain.size() + 1000);
         if (oracle.message == "invalid code lengths set") {
             continue;
         }

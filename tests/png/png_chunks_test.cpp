@@ -7,18 +7,18 @@
 
 namespace {
 
-constexpr both_results kBothOk{kPngOk, kPngOk};
-constexpr both_results kBothMalformed{kPngMalformed, kPngMalformed};
-constexpr both_results kBothUnsupported{kPngUnsupported, kPngUnsupported};
+constexpr both_results_t kBothOk{kPngOk, kPngOk};
+constexpr both_results_t kBothMalformed{kPngMalformed, kPngMalformed};
+constexpr both_results_t kBothUnsupported{kPngUnsupported, kPngUnsupported};
 // Only the full pass looks at it.
-constexpr both_results kFullMalformed{kPngOk, kPngMalformed};
+constexpr both_results_t kFullMalformed{kPngOk, kPngMalformed};
 
 png_maker small_indexed() {
     return png().indexed(6, 5).palette(4).pixels(byte_vector(30, 2));
 }
 
 // A file with every kind of chunk that the decoder knows, and two that it does not.
-std::vector<png_chunk> all_chunks() {
+std::vector<png_chunk_t> all_chunks() {
     return small_indexed()
         .trns({9, 8})
         .chunk_before_idat({"tEXt", {'a', 0, 'b'}})
@@ -27,7 +27,7 @@ std::vector<png_chunk> all_chunks() {
 }
 
 // The results for an image with this chunk in front of its IDAT.
-both_results with_chunk(const std::string& name, const byte_vector& data = {1, 2, 3}) {
+both_results_t with_chunk(const std::string& name, const byte_vector& data = {1, 2, 3}) {
     return both_passes(png().rgb(4, 4).chunk_before_idat({name, data}).bytes());
 }
 
@@ -38,10 +38,10 @@ TEST(PngChunks, OfEveryKindTogetherAreAccepted) {
 }
 
 TEST(PngChunks, AreRefusedWithAnyFlippedBitInNameDataOrCrc) {
-    const std::vector<png_chunk> chunks = all_chunks();
+    const std::vector<png_chunk_t> chunks = all_chunks();
     const byte_vector sound = png_file(chunks);
     size_t begin = 8;
-    for (const png_chunk& chunk : chunks) {
+    for (const png_chunk_t& chunk : chunks) {
         const size_t end = begin + 12 + chunk.data.size();
         for (size_t position = begin + 4; position < end; ++position) {
             for (uint32_t bit = 0; bit < 8; ++bit) {
@@ -55,14 +55,14 @@ TEST(PngChunks, AreRefusedWithAnyFlippedBitInNameDataOrCrc) {
 }
 
 TEST(PngChunks, AreRefusedForTheirCrcBeforeTheirName) {
-    std::vector<png_chunk> chunks = png().gray(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks.insert(chunks.begin() + 1, {"CRIT", {}, 1});
 
     EXPECT_EQ(both_passes(png_file(chunks)), kBothMalformed);
 }
 
 TEST(PngChunks, AreRefusedInTheirOrder) {
-    std::vector<png_chunk> chunks = png().gray(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks.insert(chunks.begin() + 1, {"CRIT", {}});
     chunk_named(chunks, "IDAT").crc_flips = 1;
 
@@ -91,7 +91,7 @@ TEST(PngChunks, AreRefusedWithALengthBeyondTheFileUpToTheGreatest) {
 }
 
 TEST(PngChunks, MustEndWithIend) {
-    std::vector<png_chunk> chunks = png().gray(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks.pop_back();
 
     EXPECT_EQ(both_passes(png_file(chunks)), kBothMalformed);
@@ -106,7 +106,7 @@ TEST(PngChunks, BehindIendAreIgnored) {
 }
 
 TEST(PngIend, MayHoldData) {
-    std::vector<png_chunk> chunks = png().gray(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks.back().data = {1, 2, 3};
 
     EXPECT_EQ(both_passes(png_file(chunks)), kBothOk);
@@ -115,7 +115,7 @@ TEST(PngIend, MayHoldData) {
 // --- Names
 
 TEST(PngChunkNames, AreKnownInAnyCase) {
-    std::vector<png_chunk> chunks = all_chunks();
+    std::vector<png_chunk_t> chunks = all_chunks();
     chunk_named(chunks, "PLTE").name = "plTe";
     chunk_named(chunks, "tRNS").name = "TrnS";
     chunk_named(chunks, "IDAT").name = "idat";
@@ -133,8 +133,8 @@ TEST(PngChunkNames, AreKnownInAnyCase) {
 TEST(PngChunkNames, AreKnownInEveryCaseOfEveryLetter) {
     for (const char* name : {"PLTE", "tRNS", "IDAT", "IEND"}) {
         for (uint32_t letters = 0; letters < 16; ++letters) {
-            std::vector<png_chunk> chunks = all_chunks();
-            png_chunk& chunk = chunk_named(chunks, name);
+            std::vector<png_chunk_t> chunks = all_chunks();
+            png_chunk_t& chunk = chunk_named(chunks, name);
             for (size_t i = 0; i < 4; ++i) {
                 chunk.name[i] = static_cast<char>(chunk.name[i] ^ (letters >> i & 1 ? 0x20 : 0));
             }
@@ -194,7 +194,7 @@ TEST(PngPlte, IsRefusedUnlessItHasWholeEntriesAndAtMost256) {
 }
 
 TEST(PngPlte, MustBeThereForAnIndexedImage) {
-    std::vector<png_chunk> chunks = png().indexed(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().indexed(4, 4).chunks();
     chunks.erase(chunks.begin() + 1);
 
     EXPECT_EQ(both_passes(png_file(chunks)), kBothMalformed);
@@ -202,7 +202,7 @@ TEST(PngPlte, MustBeThereForAnIndexedImage) {
 }
 
 TEST(PngPlte, BehindTheImageDataIsMissedByTheFullPassOnly) {
-    std::vector<png_chunk> chunks = png().indexed(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().indexed(4, 4).chunks();
     std::swap(chunks[1], chunks[2]);
 
     EXPECT_EQ(both_passes(png_file(chunks)), kFullMalformed);
@@ -318,7 +318,8 @@ TEST(PngGreyRamp, IsNotNeededByASurfaceWithoutAPalette) {
 // --- tRNS
 
 TEST(PngTrns, IsRefusedBehindTheImageData) {
-    const png_chunk for_type[] = {{"tRNS", {0, 1}}, {}, {"tRNS", byte_vector(6, 0)}, {"tRNS", {1}}};
+    const png_chunk_t for_type[] = {
+        {"tRNS", {0, 1}}, {}, {"tRNS", byte_vector(6, 0)}, {"tRNS", {1}}};
     for (const uint8_t type : {kGray, kRgb, kIndexed}) {
         const byte_vector file = png().image(type, 4, 4).chunk_after_idat(for_type[type]).bytes();
         EXPECT_EQ(both_passes(file), kBothMalformed) << +type;

@@ -99,7 +99,7 @@ TEST(PngFault, NamesATruncatedChunk) {
 }
 
 TEST(PngFault, NamesBothChecksums) {
-    const png_chunk text = {"tEXt", {'a', 0, 'b'}, 0x10};
+    const png_chunk_t text = {"tEXt", {'a', 0, 'b'}, 0x10};
     const byte_vector file = png().gray(2, 2).chunk_before_idat(text).bytes();
     expect_fault(fault_t::chunk_crc, file);
     const fault_record_t record = record_of(file);
@@ -231,7 +231,7 @@ TEST(PngFault, NamesImageDataOfLessThanTwoBytes) {
 }
 
 TEST(PngFault, NamesImageDataBeforeThePalette) {
-    std::vector<png_chunk> chunks = png().indexed(2, 2).palette(4).chunks();
+    std::vector<png_chunk_t> chunks = png().indexed(2, 2).palette(4).chunks();
     std::swap(chunks[1], chunks[2]);
     expect_full_fault(fault_t::image_data_before_palette, png_file(chunks));
 }
@@ -282,7 +282,7 @@ TEST(PngFault, NamesAnUnknownCriticalChunkAsTheFileHasIt) {
 // --- The end
 
 TEST(PngFault, NamesMissingImageData) {
-    std::vector<png_chunk> chunks = png().gray(2, 2).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(2, 2).chunks();
     chunks.erase(chunks.begin() + 1);
     expect_fault(fault_t::image_data_missing, png_file(chunks));
 }
@@ -294,7 +294,7 @@ TEST(PngFault, NamesTruncatedImageData) {
 
 // Only the header pass gets there: the full pass has stopped at the image data.
 TEST(PngFault, NamesAMissingPalette) {
-    std::vector<png_chunk> chunks = png().indexed(2, 2).chunks();
+    std::vector<png_chunk_t> chunks = png().indexed(2, 2).chunks();
     chunks.erase(chunks.begin() + 1);
     EXPECT_EQ(record_of(png_file(chunks)).fault, fault_t::palette_missing);
 }

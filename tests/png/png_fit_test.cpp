@@ -133,13 +133,13 @@ TEST(PngFit, FollowsTheModelInSurfacesOfAnyShape) {
 
 // --- Sizes whose product does not fit 32 bits: the room asked for wraps, and the rows end outside.
 
-struct wrapping_size {
+struct wrapping_size_t {
     uint8_t color_type;
     uint32_t width, height;
     uint32_t room; ///< what is left of the product
 };
 
-constexpr wrapping_size kWrappingSizes[] = {
+constexpr wrapping_size_t kWrappingSizes[] = {
     {kGray, 65535, 65536, 0},
     {kGray, 0xFFFFFFFF, 0xFFFFFFFF, 0},
     {kGray, 1073741848, 4, 100},
@@ -154,7 +154,7 @@ constexpr wrapping_size kWrappingSizes[] = {
 };
 
 TEST(PngFit, FailsWhereTheRowsOfAWrappedSizeLeaveTheBlock) {
-    for (const wrapping_size& size : kWrappingSizes) {
+    for (const wrapping_size_t& size : kWrappingSizes) {
         DsSurface surface = roomy_surface();
         png_maker maker = png().image(size.color_type, 1, 1).declared_size(size.width, size.height);
         const byte_vector rows(std::min(size.room, 1000U), kNone);

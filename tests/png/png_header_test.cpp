@@ -9,16 +9,16 @@
 
 namespace {
 
-constexpr both_results kBothMalformed{kPngMalformed, kPngMalformed};
-constexpr both_results kBothUnsupported{kPngUnsupported, kPngUnsupported};
-constexpr both_results kBothOk{kPngOk, kPngOk};
+constexpr both_results_t kBothMalformed{kPngMalformed, kPngMalformed};
+constexpr both_results_t kBothUnsupported{kPngUnsupported, kPngUnsupported};
+constexpr both_results_t kBothOk{kPngOk, kPngOk};
 
 byte_vector small_file() {
     return png().gray(4, 4).bytes();
 }
 
 byte_vector file_with_header(const std::string& name, const byte_vector& data) {
-    std::vector<png_chunk> chunks = png().gray(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks[0] = {name, data};
     return png_file(chunks);
 }
@@ -47,7 +47,7 @@ TEST(PngSignature, RefusesAnyOtherByte) {
 
 TEST(PngHeader, RefusesAFileThatEndsInIt) {
     for (size_t size = 8; size < 33; ++size) {
-        const header_outcome outcome = header_pass(slice(small_file(), 0, size));
+        const header_outcome_t outcome = header_pass(slice(small_file(), 0, size));
         EXPECT_EQ(outcome.result, kPngMalformed) << size;
         EXPECT_TRUE(is_untouched(outcome.info)) << size;
     }
@@ -61,7 +61,7 @@ TEST(PngHeader, RefusesLengthsBeyondTheFileUpToTheGreatest) {
         for (uint32_t i = 0; i < 4; ++i) {
             file[8 + i] = static_cast<uint8_t>(length >> (24 - 8 * i));
         }
-        const header_outcome outcome = header_pass(file);
+        const header_outcome_t outcome = header_pass(file);
         EXPECT_EQ(outcome.result, kPngMalformed) << length;
         EXPECT_TRUE(is_untouched(outcome.info)) << length;
     }
@@ -72,7 +72,7 @@ TEST(PngHeader, RefusesEveryFlippedBit) {
         for (uint32_t bit = 0; bit < 8; ++bit) {
             byte_vector file = small_file();
             file[position] ^= static_cast<uint8_t>(1U << bit);
-            const header_outcome outcome = header_pass(file);
+            const header_outcome_t outcome = header_pass(file);
             EXPECT_EQ(outcome.result, kPngMalformed) << position << ' ' << bit;
             EXPECT_TRUE(is_untouched(outcome.info)) << position << ' ' << bit;
         }
@@ -112,7 +112,7 @@ TEST(PngHeader, RefusesEmptyImages) {
 
 TEST(PngHeader, PassesTheGreatestSizesInTheHeaderPass) {
     for (const uint32_t size : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
-        const header_outcome outcome =
+        const header_outcome_t outcome =
             header_pass(png().gray(4, 4).declared_size(size, size).bytes());
         EXPECT_EQ(outcome.result, kPngOk) << size;
         EXPECT_EQ(outcome.info.width, size);
@@ -174,7 +174,7 @@ TEST(PngHeader, IsMalformedRatherThanUnsupportedIfItIsBoth) {
 TEST(PngHeader, IsUnsupportedBeforeAnyOtherChunkIsLookedAt) {
     for (png_maker maker :
          {png().rgb(4, 4).bit_depth(16), png().indexed(4, 4).interlace_method(1)}) {
-        std::vector<png_chunk> chunks = maker.chunks();
+        std::vector<png_chunk_t> chunks = maker.chunks();
         chunk_named(chunks, "IDAT").crc_flips = 1;
         EXPECT_EQ(both_passes(png_file(chunks)), kBothUnsupported);
         chunks.resize(1);
@@ -190,7 +190,7 @@ TEST(PngHeader, IsUnsupportedBeforeTheSurfaceIsLookedAt) {
 
 TEST(PngHeader, DoesNotFitBeforeAnyOtherChunkIsLookedAt) {
     DsSurface tiny = fenced_surface({1, 1});
-    std::vector<png_chunk> chunks = png().gray(9, 9).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(9, 9).chunks();
     chunks.resize(1);
 
     EXPECT_EQ(full_pass(png_file(chunks), tiny), kPngDoesNotFit);
@@ -204,7 +204,8 @@ TEST(PngInfo, HoldsTheHeaderFieldsEvenIfTheyAreRefused) {
     const byte_vector file =
         png_maker(maker).compression_method(7).filter_method(8).interlace_method(9).bytes();
     DsSurface surface = roomy_surface();
-    for (const header_outcome& outcome : {header_pass(file), full_pass_with_info(file, surface)}) {
+    for (const header_outcome_t& outcome :
+         {header_pass(file), full_pass_with_info(file, surface)}) {
         EXPECT_EQ(outcome.result, kPngMalformed);
         EXPECT_EQ(outcome.info.width, 0U);
         EXPECT_EQ(outcome.info.height, 0x01020304U);
@@ -217,7 +218,7 @@ TEST(PngInfo, HoldsTheHeaderFieldsEvenIfTheyAreRefused) {
 }
 
 TEST(PngInfo, HoldsTheHeaderFieldsOfAnUnsupportedImage) {
-    const header_outcome outcome = header_pass(png().rgba(5, 3).bit_depth(16).bytes());
+    const header_outcome_t outcome = header_pass(png().rgba(5, 3).bit_depth(16).bytes());
 
     EXPECT_EQ(outcome.result, kPngUnsupported);
     EXPECT_EQ(outcome.info.width, 5U);
@@ -228,10 +229,10 @@ TEST(PngInfo, HoldsTheHeaderFieldsOfAnUnsupportedImage) {
 
 TEST(PngInfo, HoldsTheFindingsSoFarWhenALaterChunkFails) {
     png_maker maker = png().indexed(4, 4).palette(5).trns({1, 2});
-    std::vector<png_chunk> chunks = maker.chunks();
+    std::vector<png_chunk_t> chunks = maker.chunks();
     chunk_named(chunks, "IDAT").crc_flips = 1;
 
-    const header_outcome outcome = header_pass(png_file(chunks));
+    const header_outcome_t outcome = header_pass(png_file(chunks));
 
     EXPECT_EQ(outcome.result, kPngMalformed);
     EXPECT_EQ(outcome.info.paletteSize, 5);
@@ -240,34 +241,35 @@ TEST(PngInfo, HoldsTheFindingsSoFarWhenALaterChunkFails) {
 }
 
 TEST(PngInfo, ForgetsThePaletteOfAnEarlierFile) {
-    std::vector<png_chunk> chunks = png().indexed(4, 4).chunks();
+    std::vector<png_chunk_t> chunks = png().indexed(4, 4).chunks();
     chunks.resize(1);
 
-    const header_outcome outcome = header_pass(png_file(chunks));
+    const header_outcome_t outcome = header_pass(png_file(chunks));
 
     EXPECT_EQ(outcome.info.paletteSize, 0);
     EXPECT_EQ(outcome.info.paletteHasAlpha, 0);
 }
 
 TEST(PngInfo, ClearsThePaletteFieldsBeforeItJudgesTheColorType) {
-    const header_outcome outcome = header_pass(png().gray(4, 4).declared_type(5).bytes());
+    const header_outcome_t outcome = header_pass(png().gray(4, 4).declared_type(5).bytes());
 
     EXPECT_EQ(outcome.result, kPngMalformed);
     EXPECT_EQ(outcome.info.paletteHasAlpha, 0);
     EXPECT_EQ(outcome.info.paletteSize, 0);
 }
 
-struct type_rule {
+struct type_rule_t {
     uint8_t color_type;
     DsColorMode mode;
     uint16_t palette_size;
 };
 
 TEST(PngInfo, AsksForTheModeAndPaletteOfTheColorType) {
-    for (const type_rule& rule :
-         {type_rule{kGray, DsColorMode::I8, 256}, type_rule{kRgb, DsColorMode::RGB888, 0},
-          type_rule{kIndexed, DsColorMode::I8, 7}, type_rule{kGrayAlpha, DsColorMode::AI88, 256},
-          type_rule{kRgba, DsColorMode::ARGB8888, 0}}) {
+    for (const type_rule_t& rule :
+         {type_rule_t{kGray, DsColorMode::I8, 256}, type_rule_t{kRgb, DsColorMode::RGB888, 0},
+          type_rule_t{kIndexed, DsColorMode::I8, 7},
+          type_rule_t{kGrayAlpha, DsColorMode::AI88, 256},
+          type_rule_t{kRgba, DsColorMode::ARGB8888, 0}}) {
         png_maker maker = png().image(rule.color_type, 4, 4);
         if (rule.color_type == kIndexed) {
             maker.palette(7);

@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr both_results kBothOk{kPngOk, kPngOk};
-constexpr both_results kBothMalformed{kPngMalformed, kPngMalformed};
-constexpr both_results kFullMalformed{kPngOk, kPngMalformed};
+constexpr both_results_t kBothOk{kPngOk, kPngOk};
+constexpr both_results_t kBothMalformed{kPngMalformed, kPngMalformed};
+constexpr both_results_t kFullMalformed{kPngOk, kPngMalformed};
 
 png_maker sample() {
     return png().gray(9, 7).pixels(data_kind::text, 3);
@@ -24,12 +24,12 @@ byte_vector decoded_block(const byte_vector& file) {
 }
 
 // An IDAT chunk for the image data `raw`, which need not be what the sample's rows compress to.
-both_results with_stream(const byte_vector& raw) {
+both_results_t with_stream(const byte_vector& raw) {
     return both_passes(sample().deflate_stream(raw).bytes());
 }
 
 TEST(PngIdat, MustBeThere) {
-    std::vector<png_chunk> chunks = sample().chunks();
+    std::vector<png_chunk_t> chunks = sample().chunks();
     chunks.erase(chunks.begin() + 1);
 
     EXPECT_EQ(both_passes(png_file(chunks)), kBothMalformed);
@@ -84,7 +84,7 @@ TEST(PngIdat, IsIgnoredBehindTheEndOfTheStream) {
 TEST(PngIdat, SkipsTheZlibHeaderUnseen) {
     const byte_vector expected = decoded_block(sample().bytes());
     for (const byte_vector& header : {byte_vector{0, 0}, byte_vector{0xFF, 0xFF}}) {
-        std::vector<png_chunk> chunks = sample().chunks();
+        std::vector<png_chunk_t> chunks = sample().chunks();
         std::copy(header.begin(), header.end(), chunks[1].data.begin());
         EXPECT_EQ(decoded_block(png_file(chunks)), expected);
     }

@@ -72,7 +72,7 @@ TEST_P(PngAgainstLibpng, DecodesTheSamePixelsUnlessFixedCodesAreUsed) {
     for (int round = 0; round < 800; ++round) {
         const png_maker maker = random_image(rng, GetParam());
         const byte_vector file = maker.bytes();
-        const std::optional<oracle_image> expected = oracle_decode_png(file);
+        const std::optional<oracle_image_t> expected = oracle_decode_png(file);
         ASSERT_TRUE(expected) << round;
 
         const decode_outcome outcome = decode_png(file);
@@ -98,14 +98,14 @@ TEST_P(PngAgainstLibpng, DecodesTheSamePixelsUnlessFixedCodesAreUsed) {
 }
 
 TEST_P(PngAgainstLibpng, DecodesTheSamePixelsOfLongAndFlatImages) {
-    struct image_size {
+    struct image_size_t {
         uint32_t width, height;
     };
-    for (const image_size& size :
-         {image_size{1, 20000}, image_size{20000, 1}, image_size{3, 4096}, image_size{333, 256}}) {
+    for (const image_size_t& size : {image_size_t{1, 20000}, image_size_t{20000, 1},
+                                     image_size_t{3, 4096}, image_size_t{333, 256}}) {
         const byte_vector file =
             png().image(GetParam(), size.width, size.height).pixels(data_kind::gradient, 7).bytes();
-        const std::optional<oracle_image> expected = oracle_decode_png(file);
+        const std::optional<oracle_image_t> expected = oracle_decode_png(file);
         const decode_outcome outcome = decode_png(file);
         ASSERT_TRUE(expected);
         ASSERT_EQ(outcome.result, kPngOk);

@@ -23,16 +23,16 @@ std::vector<png_maker> small_images() {
         png().rgba(3, 4).deflate_stream(raw_deflate(png().rgba(3, 4).filtered(), {0, 0, 15, 8}))};
 }
 
-// All that a conversion gives, or nothing.
-struct conversion {
+// All that a conversion_t gives, or nothing.
+struct conversion_t {
     bool has_surface = false;
     bool out_of_memory = false;
     byte_vector serialized, pixels, palette;
-    bool operator==(const conversion&) const = default;
+    bool operator==(const conversion_t&) const = default;
 };
 
-conversion convert(const byte_vector& file, bool alpha_only) {
-    conversion result;
+conversion_t convert(const byte_vector& file, bool alpha_only) {
+    conversion_t result;
     try {
         const auto surface = convert_png(file, alpha_only, 90);
         result.has_surface = surface != nullptr;
@@ -141,7 +141,7 @@ TEST(PngMalformed, RandomDamageToTheImageDataEndsInTheSameWayTwice) {
     test_rng rng(110);
     for (const png_maker& maker : small_images()) {
         for (int round = 0; round < 500; ++round) {
-            std::vector<png_chunk> chunks = maker.chunks();
+            std::vector<png_chunk_t> chunks = maker.chunks();
             byte_vector& data = chunk_named(chunks, "IDAT").data;
             for (uint32_t changes = random_between(rng, 1, 6); changes > 0; --changes) {
                 data[rng() % data.size()] = static_cast<uint8_t>(rng());

@@ -229,14 +229,14 @@ TEST(SurfaceFromPng, GivesNothingForATruecolourImageWithAPalette) {
 }
 
 TEST(SurfaceFromPng, ThrowsWhenTheSurfaceCannotBeAllocated) {
-    struct image_size {
+    struct image_size_t {
         uint32_t width, height;
     };
     for (const uint8_t type : kColorTypes) {
-        for (const image_size& size :
-             {image_size{0xFFFFFFFF, 0xFFFFFFFF}, image_size{0x7FFFFFFF, 0x7FFFFFFF},
-              image_size{0x80000000, 1}, image_size{1, 0x80000000}, image_size{0xFFFFFFFF, 4},
-              image_size{4, 0xFFFFFFFF}}) {
+        for (const image_size_t& size :
+             {image_size_t{0xFFFFFFFF, 0xFFFFFFFF}, image_size_t{0x7FFFFFFF, 0x7FFFFFFF},
+              image_size_t{0x80000000, 1}, image_size_t{1, 0x80000000}, image_size_t{0xFFFFFFFF, 4},
+              image_size_t{4, 0xFFFFFFFF}}) {
             const png_maker maker = png().image(type, 4, 4).declared_size(size.width, size.height);
             EXPECT_THROW(convert_png(maker.bytes()), std::bad_alloc)
                 << +type << ": " << size.width << " x " << size.height;
@@ -251,7 +251,8 @@ TEST(SurfaceFromPng, ThrowsWhenAnAlphaOnlySurfaceCannotBeAllocated) {
 }
 
 TEST(SurfaceFromPng, RefusesABrokenFileBeforeItAllocates) {
-    std::vector<png_chunk> chunks = png().gray(4, 4).declared_size(0xFFFFFFFF, 0xFFFFFFFF).chunks();
+    std::vector<png_chunk_t> chunks =
+        png().gray(4, 4).declared_size(0xFFFFFFFF, 0xFFFFFFFF).chunks();
     chunks.back().crc_flips = 1;
 
     EXPECT_EQ(convert_png(png_file(chunks)), nullptr);

@@ -36,7 +36,7 @@ protected:
 
 // A sound image of 2 by 2 pixels with other header fields.
 byte_vector withHeader(size_t at, uint8_t value) {
-    std::vector<png_chunk> chunks = png().gray(2, 2).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(2, 2).chunks();
     chunks.front().data[at] = value;
     return png_file(chunks);
 }
@@ -101,7 +101,7 @@ TEST_F(Check, NamesPalettesThatShouldNotBe) {
 }
 
 TEST_F(Check, NamesMissingAndLatePalettes) {
-    std::vector<png_chunk> chunks = png().indexed(2, 2).palette(4).idat_split_at({5}).chunks();
+    std::vector<png_chunk_t> chunks = png().indexed(2, 2).palette(4).idat_split_at({5}).chunks();
     std::rotate(chunks.begin() + 1, chunks.begin() + 2, chunks.begin() + 4); // image data first
     const byte_vector late = png_file(chunks);
     chunks.erase(chunks.begin() + 3);
@@ -131,9 +131,9 @@ TEST_F(Check, NamesTransparencyThatDoesNotFit) {
 }
 
 TEST_F(Check, NamesFailingChecksums) {
-    std::vector<png_chunk> chunks =
+    std::vector<png_chunk_t> chunks =
         png().gray(2, 2).chunk_before_idat({"tEXt", {'a', 0, 'b'}, 0x10}).chunks();
-    const program_outcome outcome = [&] {
+    const ProgramOutcome outcome = [&] {
         write("a.png", png_file(chunks));
         return tool({"check", "a.png"});
     }();
@@ -199,13 +199,13 @@ TEST_F(Check, NamesUnknownChunksAndSecondHeaders) {
     expectBroken("a critical chunk of unknown meaning: chunk 2 (ABCD, bytes 33 to 45)",
                  png().gray(2, 2).chunk_before_idat({"ABCD", {1}}).bytes(),
                  "ABCD: unhandled critical chunk");
-    const png_chunk header = {"IHDR", png().gray(2, 2).image_header()};
+    const png_chunk_t header = {"IHDR", png().gray(2, 2).image_header()};
     expectBroken("a second header: chunk 2 (IHDR, bytes 33 to 57)",
                  png().gray(2, 2).chunk_before_idat(header).bytes(), "IHDR: out of place");
 }
 
 TEST_F(Check, NamesImageDataThatAreMissingOrBroken) {
-    std::vector<png_chunk> chunks = png().gray(2, 2).chunks();
+    std::vector<png_chunk_t> chunks = png().gray(2, 2).chunks();
     chunks.erase(chunks.begin() + 1);
     write("a.png", png_file(chunks));
     EXPECT_TRUE(
@@ -260,7 +260,7 @@ TEST_F(Check, NamesOtherSuffixes) {
                ".hidden: refused: its name does not end in .png; mend it by: mv -i .hidden "
                ".hidden.png\n",
                "", {"check", ".hidden"});
-    EXPECT_EQ(1, run({"--image", "it's.PNG", "--output", "a.surface"}).exit_status);
+    EXPECT_EQ(1, run({"--image", "it's.PNG", "--output", "a.surface"}).exitStatus);
 }
 
 TEST_F(Check, NamesCommandsThatWork) {
@@ -273,7 +273,7 @@ TEST_F(Check, NamesCommandsThatWork) {
     const std::string command = "slabtool prepare './-a b.png' './-a b-prepared.png'";
     expectTool(1, "-a b.png: refused: 16 bits a sample instead of 8; mend it by: " + command + "\n",
                "", {"check", "--", "-a b.png"});
-    EXPECT_EQ(0, shell(command).exit_status);
+    EXPECT_EQ(0, shell(command).exitStatus);
     EXPECT_TRUE(exists("-a b-prepared.png"));
 }
 
@@ -281,7 +281,7 @@ TEST_F(Check, NamesCommandsThatWorkForControlCharacters) {
     write("a\n\t%s\x7F.png", libpng_encode(noise_image(kGray, 16, false, 2, 2)));
     const std::string output = tool({"check", "a\n\t%s\x7F.png"}).output;
     const std::string announcement = "mend it by: ";
-    EXPECT_EQ(0, shell(output.substr(output.find(announcement) + announcement.size())).exit_status);
+    EXPECT_EQ(0, shell(output.substr(output.find(announcement) + announcement.size())).exitStatus);
     EXPECT_TRUE(exists("a\n\t%s\x7F-prepared.png"));
 }
 
@@ -330,7 +330,7 @@ TEST_F(Check, AgreesWithTheConverterOnDamagedFiles) {
             static_cast<uint8_t>(1U << rng() % 8);
         damaged = i % 2 == 0 ? damaged : with_mended_crcs(damaged);
         write("a.png", damaged);
-        EXPECT_EQ(converterTakes(damaged), tool({"check", "a.png"}).exit_status == 0) << i;
+        EXPECT_EQ(converterTakes(damaged), tool({"check", "a.png"}).exitStatus == 0) << i;
     }
 }
 

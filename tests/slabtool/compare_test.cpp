@@ -39,12 +39,12 @@ TEST_F(Compare, FindsEveryChangedPixel) {
         lines[7 * pixel - 1] = 1;  // x 2, y 1
         lines[12 * pixel - 1] = 1; // x 3, y 2
         const byte_vector after = surfaceOf(0, mode, 4, 3, lines);
-        const program_outcome outcome = [&] {
+        const ProgramOutcome outcome = [&] {
             write("a.surface", before);
             write("b.surface", after);
             return tool({"compare", "a.surface", "b.surface"});
         }();
-        EXPECT_EQ(1, outcome.exit_status);
+        EXPECT_EQ(1, outcome.exitStatus);
         EXPECT_TRUE(outcome.output.starts_with("2 of 12 pixels differ, the first at x 2, y 1: 00"))
             << outcome.output;
     }
@@ -98,11 +98,11 @@ TEST_F(Compare, ComparesTurnedFilesUpright) {
                      makeSurface("upright", image), turned);
     byte_vector other = turned;
     other[20] ^= 1; // the image's rightmost pixel of the first line
-    const program_outcome outcome = [&] {
+    const ProgramOutcome outcome = [&] {
         write("other", other);
         return tool({"compare", "upright", "other"});
     }();
-    EXPECT_EQ(1, outcome.exit_status);
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_NE(std::string::npos,
               outcome.output.find("1 of 15 pixels differ, the first at x 4, y 0: "))
         << outcome.output;

@@ -70,14 +70,14 @@ TEST_F(Faults, DoNotKeepFilesBelowAClosedFolderFromBeingReplaced) {
     write("closed/open/a.surface", read("a.surface"));
     write("closed/open/a.png", {7});
     fs::permissions(path("closed"), fs::perms::owner_all);
-    const program_outcome outcome = run_program(PNGSLAB_SLABTOOL, {"view", "a.surface", "a.png"},
-                                                path("closed/open"), {.as_nobody = true});
-    EXPECT_EQ(0, outcome.exit_status);
+    const ProgramOutcome outcome = runProgram(PNGSLAB_SLABTOOL, {"view", "a.surface", "a.png"},
+                                              path("closed/open"), {.asNobody = true});
+    EXPECT_EQ(0, outcome.exitStatus);
     EXPECT_TRUE(oracle_decode_png(read("closed/open/a.png")).has_value());
 }
 
 TEST_F(Faults, WriteThroughPipes) {
-    const program_outcome outcome =
+    const ProgramOutcome outcome =
         shell("mkfifo pipe; cat pipe > out.png & slabtool view a.surface pipe; wait");
     EXPECT_EQ("", outcome.errors);
     EXPECT_TRUE(fs::is_fifo(path("pipe")));
@@ -85,7 +85,7 @@ TEST_F(Faults, WriteThroughPipes) {
 }
 
 TEST_F(Faults, ReadFromPipes) {
-    const program_outcome outcome =
+    const ProgramOutcome outcome =
         shell("mkfifo pipe; cat a.surface > pipe & slabtool info pipe; wait");
     EXPECT_EQ("", outcome.errors);
     EXPECT_TRUE(outcome.output.starts_with("pipe: consistent\n")) << outcome.output;
@@ -95,13 +95,13 @@ TEST_F(Faults, DoNotComeFromLongPipes) {
     byte_vector surface = makeFileHeader(0, DsColorMode::A8, 2500, 2001, 2500);
     append(surface, make_bytes(data_kind::noise, 2500 * 2001, 1));
     write("long.surface", surface);
-    const program_outcome outcome = shell("cat long.surface | slabtool compare - long.surface");
-    EXPECT_EQ(0, outcome.exit_status);
+    const ProgramOutcome outcome = shell("cat long.surface | slabtool compare - long.surface");
+    EXPECT_EQ(0, outcome.exitStatus);
     EXPECT_EQ("equal\n", outcome.output);
 }
 
 TEST_F(Faults, DoNotComeFromFilesThatAreLongerThanTheySay) {
-    const program_outcome outcome = tool({"check", "/proc/version"}); // which says 0
+    const ProgramOutcome outcome = tool({"check", "/proc/version"}); // which says 0
     EXPECT_TRUE(outcome.output.starts_with("/proc/version: refused: not a PNG file"))
         << outcome.output;
 }
@@ -118,15 +118,15 @@ TEST_F(Faults, OfOutputThatIsLostEarlyAreReported) {
     for (const std::string& name : arguments) {
         words += " " + name;
     }
-    const program_outcome outcome = shell("slabtool info" + words + " > /dev/full");
-    EXPECT_EQ(1, outcome.exit_status);
+    const ProgramOutcome outcome = shell("slabtool info" + words + " > /dev/full");
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("slabtool: standard output: No space left on device\n", outcome.errors);
 }
 
 TEST_F(Faults, OfPicturesForStandardOutputAreReportedOnce) {
     makeSurface("large.surface", png().rgba(100, 100).bytes());
-    const program_outcome outcome = shell("slabtool view large.surface - > /dev/full");
-    EXPECT_EQ(1, outcome.exit_status);
+    const ProgramOutcome outcome = shell("slabtool view large.surface - > /dev/full");
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("slabtool: -: cannot be written: No space left on device\n", outcome.errors);
 }
 
@@ -136,9 +136,9 @@ TEST_F(Faults, OfALimitedFileSizeAreReportedAndLeaveNothingBehind) {
     write("a.surface", surface);
     write("old.png", {7});
     for (const char* name : {"new.png", "old.png"}) {
-        const program_outcome outcome = tool({"view", "a.surface", name}, {.file_size = 1000});
+        const ProgramOutcome outcome = tool({"view", "a.surface", name}, {.fileSize = 1000});
         EXPECT_EQ(0, outcome.signal);
-        EXPECT_EQ(1, outcome.exit_status);
+        EXPECT_EQ(1, outcome.exitStatus);
         EXPECT_EQ(std::string("slabtool: ") + name + ": cannot be written: File too large\n",
                   outcome.errors);
     }
@@ -153,13 +153,13 @@ TEST_F(Faults, KeepPicturesFromTerminals) {
     }
     write("a.png", png().rgb(2, 2).bytes());
     for (const std::string output : {"-", "/dev/stdout"}) {
-        const program_outcome outcome =
+        const ProgramOutcome outcome =
             shell("slabtool view a.surface " + output + " > " + ptsname(terminal) +
                   " || slabtool prepare a.png " + output + " > " + ptsname(terminal));
         const std::string message =
             "slabtool: " + output +
             ": standard output is a terminal, which shows no PNG: name a file, or redirect it\n";
-        EXPECT_EQ(1, outcome.exit_status);
+        EXPECT_EQ(1, outcome.exitStatus);
         EXPECT_EQ(message + message, outcome.errors);
         char shown = 0;
         EXPECT_GT(1, ::read(terminal, &shown, 1));
@@ -221,9 +221,9 @@ TEST_F(Faults, OfMemoryAreAnImagesOwn) {
     write("good.png", png().gray(2, 2).bytes());
     write("huge.png", {1, 2, 3});
     fs::resize_file(path("huge.png"), 100 * kMegabyte);
-    const program_outcome outcome =
-        tool({"check", "huge.png", "good.png"}, {.address_space = 64 * kMegabyte});
-    EXPECT_EQ(1, outcome.exit_status);
+    const ProgramOutcome outcome =
+        tool({"check", "huge.png", "good.png"}, {.addressSpace = 64 * kMegabyte});
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("huge.png: refused: not enough memory to decode it\ngood.png: taken: I8, 2 x 2\n",
               outcome.output);
 }
@@ -235,11 +235,11 @@ TEST_F(Faults, OfMemoryEndNoRunByASignal) {
     write("noise.surface", surface);
     bool isEverRefused = false, isEverDrawn = false;
     for (uint64_t megabytes = 12; megabytes < 28; ++megabytes) {
-        const program_outcome outcome =
-            tool({"view", "noise.surface", "out"}, {.address_space = megabytes * kMegabyte});
+        const ProgramOutcome outcome =
+            tool({"view", "noise.surface", "out"}, {.addressSpace = megabytes * kMegabyte});
         EXPECT_EQ(0, outcome.signal) << megabytes;
-        isEverRefused |= outcome.exit_status == 1;
-        isEverDrawn |= outcome.exit_status == 0;
+        isEverRefused |= outcome.exitStatus == 1;
+        isEverDrawn |= outcome.exitStatus == 0;
     }
     EXPECT_TRUE(isEverRefused && isEverDrawn);
 }
@@ -253,7 +253,7 @@ TEST_F(Faults, OfMemoryDoNotComeFromPixelsThatNobodyAskedFor) {
                           .bit_depth(1)
                           .rows(byte_vector((kSide / 8 + 1) * kSide))
                           .bytes());
-    const program_outcome outcome = tool({"check", "flat.png"}, {.address_space = 64 * kMegabyte});
+    const ProgramOutcome outcome = tool({"check", "flat.png"}, {.addressSpace = 64 * kMegabyte});
     EXPECT_EQ("flat.png: refused: 1 bit a sample instead of 8; mend it by: slabtool prepare "
               "flat.png flat-prepared.png\n",
               outcome.output);

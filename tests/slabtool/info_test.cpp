@@ -37,11 +37,11 @@ TEST_F(Info, FindsEveryFileOfTheConverterConsistent) {
     for (const byte_vector& image : images) {
         for (const char* rotation : {"90", "180"}) {
             makeSurface("a.surface", image, {"--rotation", rotation});
-            EXPECT_EQ(0, tool({"info", "a.surface"}).exit_status);
+            EXPECT_EQ(0, tool({"info", "a.surface"}).exitStatus);
         }
     }
     makeSurface("a.surface", images[0], {"--alphaonly"});
-    EXPECT_EQ(0, tool({"info", "a.surface"}).exit_status);
+    EXPECT_EQ(0, tool({"info", "a.surface"}).exitStatus);
 }
 
 TEST_F(Info, PrintsTheHeaderAndThePadding) {
@@ -71,7 +71,7 @@ TEST_F(Info, PrintsEveryProblem) {
                "  problem: width 0 is not between 1 and 2147483647\n"
                "  problem: rotation 45 is none of 0, 90, 180 and 270\n",
                "", {"info", "a.surface"});
-    const program_outcome json = tool({"info", "--json", "a.surface"});
+    const ProgramOutcome json = tool({"info", "--json", "a.surface"});
     EXPECT_NE(std::string::npos,
               json.output.find("\"problems\": [\"colour mode 77 is unknown\", \"width 0 is not "
                                "between 1 and 2147483647\", \"rotation 45 is none of 0, 90, 180 "
@@ -122,8 +122,8 @@ TEST_F(Info, PrintsJson) {
 
 TEST_F(Info, GoesOnBehindFilesThatCannotBeRead) {
     write("a.surface", surfaceOfMode(5));
-    const program_outcome outcome = tool({"info", "missing", ".", "a.surface"});
-    EXPECT_EQ(1, outcome.exit_status);
+    const ProgramOutcome outcome = tool({"info", "missing", ".", "a.surface"});
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_TRUE(outcome.output.starts_with("a.surface: consistent\n")) << outcome.output;
     EXPECT_EQ("slabtool: missing: cannot be opened: No such file or directory\n"
               "slabtool: .: cannot be read: Is a directory\n",
@@ -133,8 +133,8 @@ TEST_F(Info, GoesOnBehindFilesThatCannotBeRead) {
 TEST_F(Info, ReadsStandardInput) {
     write("a.surface", surfaceOfMode(5));
     for (const char* command : {"slabtool info - < a.surface", "cat a.surface | slabtool info -"}) {
-        const program_outcome outcome = shell(command);
-        EXPECT_EQ(0, outcome.exit_status);
+        const ProgramOutcome outcome = shell(command);
+        EXPECT_EQ(0, outcome.exitStatus);
         EXPECT_TRUE(outcome.output.starts_with("-: consistent\n")) << outcome.output;
     }
 }
@@ -145,15 +145,15 @@ TEST_F(Info, GivesUpOnFilesWithoutAnEnd) {
 
 TEST_F(Info, SaysWhenItsWordsCannotBeWritten) {
     write("a.surface", surfaceOfMode(5));
-    const program_outcome outcome = shell("slabtool info a.surface > /dev/full");
-    EXPECT_EQ(1, outcome.exit_status);
+    const ProgramOutcome outcome = shell("slabtool info a.surface > /dev/full");
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("slabtool: standard output: No space left on device\n", outcome.errors);
 }
 
 TEST_F(Info, ReadsNoFurtherThanTheHeader) {
     write("huge", makeFileHeader(0, DsColorMode::I8, 0x7FFFFFFF, 0x200, 0x7FFFFFFF));
     std::filesystem::resize_file(path("huge"), uint64_t{0x7FFFFFFF} * 0x200 + 20);
-    EXPECT_EQ(0, tool({"info", "huge"}).exit_status); // it would not fit the memory
+    EXPECT_EQ(0, tool({"info", "huge"}).exitStatus); // it would not fit the memory
 }
 
 TEST(SurfaceHeaders, OfEveryModeWithPixelsAreSound) {

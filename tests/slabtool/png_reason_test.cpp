@@ -85,7 +85,7 @@ TEST(PngReason, AgreesWithTheDecoderHoweverMuchDataThereAre) {
 
 // The last match may reach beyond the last line, but nothing may follow it.
 TEST(PngReason, AgreesWithTheDecoderOnMatchesThatReachBeyondTheEnd) {
-    const dynamic_header header = plain_header(
+    const dynamic_header_t header = plain_header(
         lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}}), lengths_of(30, {{0, 1}}));
     for (uint32_t width = 1; width < 520; ++width) {
         for (const bool goesOn : {false, true}) {
@@ -105,7 +105,7 @@ TEST(PngReason, AgreesWithTheDecoderOnMatchesThatReachBeyondTheEnd) {
 TEST(PngReason, AgreesWithTheDecoderOnRandomStreams) {
     for (uint32_t seed = 0; seed < 300; ++seed) {
         test_rng rng(seed);
-        made_stream made = random_stream(rng, 1000);
+        made_stream_t made = random_stream(rng, 1000);
         const uint32_t size = random_between(rng, 1, static_cast<uint32_t>(made.plain.size()) + 2);
         made.raw[rng() % made.raw.size()] ^= static_cast<uint8_t>(seed % 2 << rng() % 8);
         expectAgreement(png().gray(1, 1).declared_size(size, 1).deflate_stream(made.raw).bytes(),
@@ -160,7 +160,7 @@ TEST(PngReason, NamesTheBytesOfAFixedBlockBetweenOthers) {
 }
 
 TEST(PngReason, NamesTheBytesOfAFixedBlockInFrontOfADynamicOne) {
-    const dynamic_header header =
+    const dynamic_header_t header =
         plain_header(lengths_of(286, {{0, 1}, {256, 1}}), lengths_of(30, {{0, 1}}));
     for (const size_t literals : {0U, 1U, 2U, 5U}) { // 10 bits and 8 for each of them
         deflate_maker stream;
@@ -196,7 +196,7 @@ TEST(PngReason, LeavesTheCodesOfTheProcessUnbuilt) {
 TEST(PngReason, NamesOtherViolations) {
     const code_lengths litlen = lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}});
     const code_lengths dist = lengths_of(30, {{0, 1}});
-    const dynamic_header header = plain_header(litlen, dist);
+    const dynamic_header_t header = plain_header(litlen, dist);
     EXPECT_EQ("taken", refusalOf(deflate_maker().stored({1, 2}, block_is::last)));
     EXPECT_EQ("the image data are broken at byte 2: a block of a type that does not exist",
               refusalOf(deflate_maker().block_header(3, block_is::last)));
@@ -214,7 +214,7 @@ TEST(PngReason, NamesOtherViolations) {
                                                .litlen_symbol(257)
                                                .bits(0x7FFF, 15))
                                      .find("bits that are no code"));
-    const dynamic_header endsOnly = plain_header(lengths_of(286, {{256, 1}}), dist);
+    const dynamic_header_t endsOnly = plain_header(lengths_of(286, {{256, 1}}), dist);
     EXPECT_NE(std::string::npos,
               refusalOf(deflate_maker().dynamic(endsOnly, block_is::last).bits(0x7FFF, 15))
                   .find("bits that are no code"));

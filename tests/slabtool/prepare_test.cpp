@@ -29,7 +29,7 @@ uint8_t asEightBits(uint8_t type, uint32_t depth, uint32_t sample) {
 }
 
 // In the order of the oracle.
-byte_vector expectedSamples(const written_image& image) {
+byte_vector expectedSamples(const written_image_t& image) {
     byte_vector samples;
     for (const uint32_t sample : samples_of(image)) {
         samples.push_back(asEightBits(image.color_type, image.bit_depth, sample));
@@ -68,7 +68,7 @@ protected:
         return prepared;
     }
 
-    void expectPrepared(const written_image& image) const {
+    void expectPrepared(const written_image_t& image) const {
         const std::string note = image.color_type == kIndexed ? kIndexNote : "";
         const auto prepared = oracle_decode_png(prepare(libpng_encode(image), note));
         ASSERT_TRUE(prepared.has_value());
@@ -97,7 +97,7 @@ TEST_F(Prepare, MakesEveryTypeDepthAndInterlacingFit) {
 }
 
 TEST_F(Prepare, KeepsPalettesAndTheirAlpha) {
-    written_image image = noise_image(kIndexed, 4, false, 9, 9);
+    written_image_t image = noise_image(kIndexed, 4, false, 9, 9);
     image.trns = {1, 2, 3};
     const byte_vector prepared = prepare(libpng_encode(image), kIndexNote);
     EXPECT_EQ(oracle_decode_png(libpng_encode(image))->palette,
@@ -129,7 +129,7 @@ TEST_F(Prepare, TurnsIndicesIntoColoursOnRequest) {
 TEST_F(Prepare, TurnsIndicesOfEveryDepthIntoColours) {
     for (const uint8_t depth : std::vector<uint8_t>{1, 2, 4, 8}) {
         for (const bool interlaced : {false, true}) {
-            const written_image image = noise_image(kIndexed, depth, interlaced, 11, 9);
+            const written_image_t image = noise_image(kIndexed, depth, interlaced, 11, 9);
             byte_vector colours;
             for (const uint32_t index : samples_of(image)) {
                 for (size_t channel = 3; channel-- > 0;) {
@@ -180,14 +180,14 @@ TEST_F(Prepare, CompressesWhatCanBeCompressed) {
 }
 
 TEST_F(Prepare, KeepsKeyColoursAndSaysSo) {
-    written_image grey = noise_image(kGray, 2, false, 6, 6);
+    written_image_t grey = noise_image(kGray, 2, false, 6, 6);
     grey.trns = {0, 2};
     const byte_vector prepared = prepare(libpng_encode(grey), kKeyNote);
     EXPECT_EQ(expectedSamples(grey), oracle_decode_png(prepared)->pixels);
     EXPECT_EQ(oracle_decode_png(libpng_encode(grey), oracle_reading::with_key_alpha)->pixels,
               oracle_decode_png(prepared, oracle_reading::with_key_alpha)->pixels);
 
-    written_image colour = noise_image(kRgb, 16, true, 6, 6);
+    written_image_t colour = noise_image(kRgb, 16, true, 6, 6);
     colour.trns = slice(colour.rows, 0, 6);
     const byte_vector narrowed = prepare(libpng_encode(colour), kKeyNote);
     EXPECT_EQ(expectedSamples(colour), oracle_decode_png(narrowed)->pixels);
@@ -196,7 +196,7 @@ TEST_F(Prepare, KeepsKeyColoursAndSaysSo) {
 }
 
 TEST_F(Prepare, KeepsOfAKeyColourTheBitsThatSamplesHave) {
-    written_image grey = noise_image(kGray, 2, false, 6, 6);
+    written_image_t grey = noise_image(kGray, 2, false, 6, 6);
     grey.trns = {0xFF, 0xFE};
     const byte_vector prepared = prepare(libpng_encode(grey), kKeyNote);
     EXPECT_EQ(oracle_decode_png(libpng_encode(grey), oracle_reading::with_key_alpha)->pixels,
@@ -214,10 +214,10 @@ TEST_F(Prepare, TurnsKeyColoursIntoAlphaOnRequest) {
               oracle_decode_png(prepare(grey.bytes(), "", {"--key-to-alpha"}))->pixels);
     expectAlpha(grey.bytes());
     expectAlpha(png().rgb(2, 1).pixels({1, 2, 3, 4, 5, 6}).trns({0, 4, 0, 5, 0, 6}).bytes());
-    written_image deep = noise_image(kGray, 16, true, 5, 5);
+    written_image_t deep = noise_image(kGray, 16, true, 5, 5);
     deep.trns = slice(deep.rows, 0, 2);
     expectAlpha(libpng_encode(deep));
-    written_image shallow = noise_image(kGray, 1, false, 5, 5);
+    written_image_t shallow = noise_image(kGray, 1, false, 5, 5);
     shallow.trns = {0, 1};
     expectAlpha(libpng_encode(shallow));
 }
@@ -307,9 +307,9 @@ TEST_F(Prepare, EndsOnEveryDamagedFile) {
         byte_vector damaged = file;
         damaged[at] ^= 0x10;
         write("in.png", with_mended_crcs(damaged));
-        const program_outcome outcome = tool({"prepare", "in.png", "out.png"});
+        const ProgramOutcome outcome = tool({"prepare", "in.png", "out.png"});
         EXPECT_EQ(0, outcome.signal);
-        EXPECT_TRUE(outcome.exit_status == 1 || converterTakes(read("out.png"))) << at;
+        EXPECT_TRUE(outcome.exitStatus == 1 || converterTakes(read("out.png"))) << at;
     }
 }
 

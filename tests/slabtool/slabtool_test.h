@@ -9,15 +9,15 @@
 /// Runs of slabtool; `run` is the converter's.
 class SlabtoolTest : public ConverterTest {
 protected:
-    program_outcome tool(const std::vector<std::string>& arguments,
-                         const program_surroundings& surroundings = {}) const;
+    ProgramOutcome tool(const std::vector<std::string>& arguments,
+                        const ProgramSurroundings& surroundings = {}) const;
 
     /// Expects the error of a run that may have no more than this much memory.
     void expectErrorsWithin(uint64_t addressSpace, const std::string& errors,
                             const std::vector<std::string>& arguments) const;
 
     /// A shell's command line that knows slabtool.
-    program_outcome shell(const std::string& commands) const;
+    ProgramOutcome shell(const std::string& commands) const;
 
     /// Expects a run that ends like this; standard error is compared to the byte too.
     void expectTool(int exitStatus, const std::string& output, const std::string& errors,

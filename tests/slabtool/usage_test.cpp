@@ -9,8 +9,8 @@ class Usage : public SlabtoolTest {};
 const char* const kCommands[] = {"info", "view", "check", "prepare", "compare"};
 
 TEST_F(Usage, HelpNamesEverySubCommand) {
-    const program_outcome outcome = tool({"--help"});
-    EXPECT_EQ(0, outcome.exit_status);
+    const ProgramOutcome outcome = tool({"--help"});
+    EXPECT_EQ(0, outcome.exitStatus);
     EXPECT_EQ("", outcome.errors);
     for (const char* command : kCommands) {
         EXPECT_NE(std::string::npos, outcome.output.find(std::string("\n  ") + command + " "));
@@ -19,8 +19,8 @@ TEST_F(Usage, HelpNamesEverySubCommand) {
 
 TEST_F(Usage, EverySubCommandHasHelp) {
     for (const char* command : kCommands) {
-        const program_outcome outcome = tool({command, "--help"});
-        EXPECT_EQ(0, outcome.exit_status);
+        const ProgramOutcome outcome = tool({command, "--help"});
+        EXPECT_EQ(0, outcome.exitStatus);
         EXPECT_EQ("", outcome.errors);
         EXPECT_NE(std::string::npos, outcome.output.find("Usage: slabtool " + std::string(command)))
             << outcome.output;
@@ -38,8 +38,8 @@ TEST_F(Usage, WrongUseIsStatusTwo) {
                                               {"prepare", "a"},
                                               {"compare", "a", "b", "c"}};
     for (const std::vector<std::string>& arguments : wrong) {
-        const program_outcome outcome = tool(arguments);
-        EXPECT_EQ(2, outcome.exit_status);
+        const ProgramOutcome outcome = tool(arguments);
+        EXPECT_EQ(2, outcome.exitStatus);
         EXPECT_EQ("", outcome.output);
         EXPECT_NE("", outcome.errors);
     }
@@ -89,8 +89,8 @@ TEST_F(Usage, TakesNamesAsTheyAreWhateverTheyLookLike) {
 }
 
 TEST_F(Usage, ErrorsShowWordsAsTheyAre) {
-    const program_outcome outcome = tool({"view", "a", "b", "[c]"});
-    EXPECT_EQ(2, outcome.exit_status);
+    const ProgramOutcome outcome = tool({"view", "a", "b", "[c]"});
+    EXPECT_EQ(2, outcome.exitStatus);
     EXPECT_EQ(
         "The following argument was not expected: [c]\nRun with --help for more information.\n",
         outcome.errors);

@@ -15,14 +15,14 @@ const std::string kAlphaNote =
 class View : public SlabtoolTest {
 protected:
     // The samples of a.surface as drawn, in the order of the oracle.
-    oracle_image draw(const std::string& note) const {
+    oracle_image_t draw(const std::string& note) const {
         expectTool(0, "", note, {"view", "a.surface", "a.png"});
         const auto image = oracle_decode_png(read("a.png"));
         EXPECT_TRUE(image.has_value());
-        return image.value_or(oracle_image{});
+        return image.value_or(oracle_image_t{});
     }
 
-    oracle_image drawFile(const byte_vector& file, const std::string& note = "") const {
+    oracle_image_t drawFile(const byte_vector& file, const std::string& note = "") const {
         write("a.surface", file);
         return draw(note);
     }
@@ -55,8 +55,8 @@ TEST_F(View, DrawsWhatTheConverterWasGivenUprightAgain) {
     for (const auto& [image, note] : cases) {
         for (const char* rotation : {"90", "180"}) {
             makeSurface("a.surface", image, {"--rotation", rotation});
-            const oracle_image drawn = draw(note);
-            const oracle_image given = *oracle_decode_png(image);
+            const oracle_image_t drawn = draw(note);
+            const oracle_image_t given = *oracle_decode_png(image);
             EXPECT_EQ(given.width, drawn.width);
             EXPECT_EQ(given.height, drawn.height);
             EXPECT_EQ(given.pixels, drawn.pixels);
@@ -133,7 +133,7 @@ TEST_F(View, EndsOnEveryTruncation) {
     const byte_vector file = makeSurface("whole.surface", png().rgba(2, 2).bytes());
     for (size_t size = 0; size < file.size(); ++size) {
         write("a.surface", slice(file, 0, size));
-        EXPECT_EQ(1, tool({"view", "a.surface", "a.png"}).exit_status);
+        EXPECT_EQ(1, tool({"view", "a.surface", "a.png"}).exitStatus);
     }
     EXPECT_FALSE(exists("a.png"));
 }
@@ -141,11 +141,11 @@ TEST_F(View, EndsOnEveryTruncation) {
 TEST_F(View, LeavesTheOldFileWhenTheDiskIsFull) {
     makeSurface("a.surface", png().rgba(40, 40).bytes());
     write("a.png", {7});
-    program_surroundings small;
-    small.file_size = 100;
-    small.goes_on_at_file_size = true;
-    const program_outcome outcome = tool({"view", "a.surface", "a.png"}, small);
-    EXPECT_EQ(1, outcome.exit_status);
+    ProgramSurroundings small;
+    small.fileSize = 100;
+    small.goesOnAtFileSize = true;
+    const ProgramOutcome outcome = tool({"view", "a.surface", "a.png"}, small);
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_TRUE(outcome.errors.starts_with("slabtool: a.png: cannot be written: File too large\n"))
         << outcome.errors;
     EXPECT_EQ(byte_vector{7}, read("a.png"));

@@ -7,16 +7,16 @@
 
 namespace {
 
-struct extra_range {
+struct extra_range_t {
     uint32_t base, extra_bits;
 };
 
 // RFC 1951, 3.2.5: the bases and extra bits of length symbols 257 to 285 and of distance symbols.
-constexpr extra_range kLengthRanges[] = {
+constexpr extra_range_t kLengthRanges[] = {
     {3, 0},  {4, 0},  {5, 0},  {6, 0},   {7, 0},   {8, 0},   {9, 0},   {10, 0},  {11, 1}, {13, 1},
     {15, 1}, {17, 1}, {19, 2}, {23, 2},  {27, 2},  {31, 2},  {35, 3},  {43, 3},  {51, 3}, {59, 3},
     {67, 4}, {83, 4}, {99, 4}, {115, 4}, {131, 5}, {163, 5}, {195, 5}, {227, 5}, {258, 0}};
-constexpr extra_range kDistanceRanges[] = {
+constexpr extra_range_t kDistanceRanges[] = {
     {1, 0},     {2, 0},     {3, 0},     {4, 0},      {5, 1},      {7, 1},
     {9, 2},     {13, 2},    {17, 3},    {25, 3},     {33, 4},     {49, 4},
     {65, 5},    {97, 5},    {129, 6},   {193, 6},    {257, 7},    {385, 7},
@@ -28,7 +28,7 @@ constexpr uint32_t kLengthCodeOrder[19] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
 constexpr uint32_t kEndOfBlock = 256;
 
 template <size_t n>
-uint32_t range_index(const extra_range (&ranges)[n], uint32_t value) {
+uint32_t range_index(const extra_range_t (&ranges)[n], uint32_t value) {
     uint32_t index = n - 1;
     while (ranges[index].base > value) {
         --index;
@@ -50,8 +50,8 @@ size_t run_at(const code_lengths& lengths, size_t begin) {
 }
 
 // One item for the code lengths from `begin` on, and how many of them it covers.
-std::pair<code_length_item, size_t> next_item(test_rng& rng, const code_lengths& all,
-                                              size_t begin) {
+std::pair<code_length_item_t, size_t> next_item(test_rng& rng, const code_lengths& all,
+                                                size_t begin) {
     const uint32_t run = static_cast<uint32_t>(run_at(all, begin));
     const bool packs = run >= 3 && rng() % 4 != 0;
     if (packs && all[begin] == 0 && run >= 11 && rng() % 4 != 0) {
@@ -85,8 +85,9 @@ code_lengths spread_lengths(test_rng& rng, size_t count, const std::set<uint32_t
     return lengths;
 }
 
-std::vector<deflate_token> random_tokens(test_rng& rng, uint32_t max_distance, byte_vector& plain) {
-    std::vector<deflate_token> tokens;
+std::vector<deflate_token_t> random_tokens(test_rng& rng, uint32_t max_distance,
+                                           byte_vector& plain) {
+    std::vector<deflate_token_t> tokens;
     const uint32_t count = random_between(rng, 0, 200);
     for (uint32_t i = 0; i < count; ++i) {
         if (plain.empty() || rng() % 3 == 0) {
@@ -117,40 +118,41 @@ uint32_t match_length(const byte_vector& plain, size_t position, size_t distance
 } // namespace
 
 void bit_writer::bits(uint32_t value, uint32_t count) {
-    for (uint32_t i = 0; i < count; ++i, ++mBitCount) {
-        if (mBitCount % 8 == 0) {
-            mBytes.push_back(0);
+    for (uint32_t i = 0; i < count; ++i, ++m_bit_count) {
+        if (m_bit_count % 8 == 0) {
+            m_bytes.push_back(0);
         }
-        mBytes.back() = static_cast<uint8_t>(mBytes.back() | ((value >> i & 1) << mBitCount % 8));
+        m_bytes.back() =
+            static_cast<uint8_t>(m_bytes.back() | ((value >> i & 1) << m_bit_count % 8));
     }
 }
 
 void bit_writer::align() {
-    mBitCount = mBytes.size() * 8;
+    m_bit_count = m_bytes.size() * 8;
 }
 
 void bit_writer::bytes(const byte_vector& bytes) {
     align();
-    append(mBytes, bytes);
+    append(m_bytes, bytes);
     align();
 }
 
 prefix_code::prefix_code(const code_lengths& lengths)
-    : mLengths(lengths)
-    , mCodes(lengths.size()) {
+    : m_lengths(lengths)
+    , m_codes(lengths.size()) {
     uint32_t next = 0;
     for (uint32_t length = 1; length <= 15; ++length, next <<= 1) {
         for (size_t symbol = 0; symbol < lengths.size(); ++symbol) {
             if (lengths[symbol] == length) {
-                mCodes[symbol] = next++;
+                m_codes[symbol] = next++;
             }
         }
     }
 }
 
 void prefix_code::put(bit_writer& writer, uint32_t symbol) const {
-    for (uint32_t bit = mLengths.at(symbol); bit > 0; --bit) {
-        writer.bits(mCodes[symbol] >> (bit - 1) & 1, 1);
+    for (uint32_t bit = m_lengths.at(symbol); bit > 0; --bit) {
+        writer.bits(m_codes[symbol] >> (bit - 1) & 1, 1);
     }
 }
 
@@ -178,14 +180,14 @@ code_lengths lengths_of(size_t count,
     return lengths;
 }
 
-dynamic_header plain_header(const code_lengths& litlen, const code_lengths& dist) {
-    dynamic_header header{litlen,
-                          dist,
-                          static_cast<uint32_t>(litlen.size()) - 257,
-                          static_cast<uint32_t>(dist.size()) - 1,
-                          15,
-                          {},
-                          {}};
+dynamic_header_t plain_header(const code_lengths& litlen, const code_lengths& dist) {
+    dynamic_header_t header{litlen,
+                            dist,
+                            static_cast<uint32_t>(litlen.size()) - 257,
+                            static_cast<uint32_t>(dist.size()) - 1,
+                            15,
+                            {},
+                            {}};
     // 13 codes of 4 bits and 6 of 5 bits are complete.
     std::fill_n(header.length_code.begin(), 13, static_cast<uint16_t>(4));
     std::fill_n(header.length_code.begin() + 13, 6, static_cast<uint16_t>(5));
@@ -197,8 +199,9 @@ dynamic_header plain_header(const code_lengths& litlen, const code_lengths& dist
     return header;
 }
 
-dynamic_header packed_header(test_rng& rng, const code_lengths& litlen, const code_lengths& dist) {
-    dynamic_header header = plain_header(litlen, dist);
+dynamic_header_t packed_header(test_rng& rng, const code_lengths& litlen,
+                               const code_lengths& dist) {
+    dynamic_header_t header = plain_header(litlen, dist);
     header.items.clear();
     header.length_code = {};
     code_lengths all = litlen;
@@ -223,7 +226,7 @@ dynamic_header packed_header(test_rng& rng, const code_lengths& litlen, const co
 }
 
 deflate_maker& deflate_maker::bits(uint32_t value, uint32_t count) {
-    mWriter.bits(value, count);
+    m_writer.bits(value, count);
     return *this;
 }
 
@@ -233,10 +236,10 @@ deflate_maker& deflate_maker::block_header(uint32_t type, block_is place) {
 
 deflate_maker& deflate_maker::stored(const byte_vector& data, block_is place) {
     block_header(0, place);
-    mWriter.align();
+    m_writer.align();
     const uint32_t length = static_cast<uint32_t>(data.size());
     bits(length, 16).bits(~length & 0xFFFF, 16);
-    mWriter.bytes(data);
+    m_writer.bytes(data);
     return *this;
 }
 
@@ -244,33 +247,33 @@ deflate_maker& deflate_maker::fixed(block_is place) {
     code_lengths litlen(288, 8);
     std::fill(litlen.begin() + 144, litlen.begin() + 256, static_cast<uint16_t>(9));
     std::fill(litlen.begin() + 256, litlen.begin() + 280, static_cast<uint16_t>(7));
-    mLitlen = prefix_code(litlen);
-    mDist = prefix_code(code_lengths(32, 5));
+    m_litlen = prefix_code(litlen);
+    m_dist = prefix_code(code_lengths(32, 5));
     return block_header(1, place);
 }
 
-deflate_maker& deflate_maker::dynamic(const dynamic_header& header, block_is place) {
+deflate_maker& deflate_maker::dynamic(const dynamic_header_t& header, block_is place) {
     block_header(2, place).bits(header.hlit, 5).bits(header.hdist, 5).bits(header.hclen, 4);
     for (uint32_t i = 0; i < header.hclen + 4; ++i) {
         bits(header.length_code[kLengthCodeOrder[i]], 3);
     }
     const prefix_code length_code({header.length_code.begin(), header.length_code.end()});
-    for (const code_length_item& item : header.items) {
-        length_code.put(mWriter, item.symbol);
+    for (const code_length_item_t& item : header.items) {
+        length_code.put(m_writer, item.symbol);
         bits(item.extra, extra_bits_of(item.symbol));
     }
-    mLitlen = prefix_code(header.litlen);
-    mDist = prefix_code(header.dist);
+    m_litlen = prefix_code(header.litlen);
+    m_dist = prefix_code(header.dist);
     return *this;
 }
 
 deflate_maker& deflate_maker::litlen_symbol(uint32_t symbol) {
-    mLitlen.put(mWriter, symbol);
+    m_litlen.put(m_writer, symbol);
     return *this;
 }
 
 deflate_maker& deflate_maker::dist_symbol(uint32_t symbol) {
-    mDist.put(mWriter, symbol);
+    m_dist.put(m_writer, symbol);
     return *this;
 }
 
@@ -282,8 +285,8 @@ deflate_maker& deflate_maker::literals(const byte_vector& values) {
 }
 
 deflate_maker& deflate_maker::match(uint32_t length, uint32_t distance) {
-    const extra_range& lengths = kLengthRanges[range_index(kLengthRanges, length)];
-    const extra_range& distances = kDistanceRanges[range_index(kDistanceRanges, distance)];
+    const extra_range_t& lengths = kLengthRanges[range_index(kLengthRanges, length)];
+    const extra_range_t& distances = kDistanceRanges[range_index(kDistanceRanges, distance)];
     litlen_symbol(length_symbol(length)).bits(length - lengths.base, lengths.extra_bits);
     dist_symbol(range_index(kDistanceRanges, distance));
     return bits(distance - distances.base, distances.extra_bits);
@@ -293,11 +296,11 @@ deflate_maker& deflate_maker::end() {
     return litlen_symbol(kEndOfBlock);
 }
 
-void put_random_block(deflate_maker& maker, test_rng& rng, const std::vector<deflate_token>& tokens,
-                      block_is place) {
+void put_random_block(deflate_maker& maker, test_rng& rng,
+                      const std::vector<deflate_token_t>& tokens, block_is place) {
     std::set<uint32_t> litlen_used{kEndOfBlock, rng() % 286};
     std::set<uint32_t> dist_used;
-    for (const deflate_token& token : tokens) {
+    for (const deflate_token_t& token : tokens) {
         litlen_used.insert(token.length == 0 ? token.literal : length_symbol(token.length));
         if (token.length > 0) {
             dist_used.insert(range_index(kDistanceRanges, token.distance));
@@ -310,7 +313,7 @@ void put_random_block(deflate_maker& maker, test_rng& rng, const std::vector<def
         dist_used.empty() ? code_lengths{0} : spread_lengths(rng, dist_count, dist_used);
 
     maker.dynamic(packed_header(rng, litlen, dist), place);
-    for (const deflate_token& token : tokens) {
+    for (const deflate_token_t& token : tokens) {
         if (token.length == 0) {
             maker.litlen_symbol(token.literal);
         } else {
@@ -320,7 +323,7 @@ void put_random_block(deflate_maker& maker, test_rng& rng, const std::vector<def
     maker.end();
 }
 
-made_stream random_stream(test_rng& rng, uint32_t max_distance) {
+made_stream_t random_stream(test_rng& rng, uint32_t max_distance) {
     deflate_maker maker;
     byte_vector plain;
     const uint32_t blocks = random_between(rng, 1, 4);
@@ -339,9 +342,9 @@ made_stream random_stream(test_rng& rng, uint32_t max_distance) {
 
 byte_vector dynamic_stream_of(const byte_vector& plain, uint32_t seed) {
     static constexpr size_t kReach = 64;
-    std::vector<deflate_token> tokens;
+    std::vector<deflate_token_t> tokens;
     for (size_t position = 0; position < plain.size();) {
-        deflate_token best{plain[position], 0, 0};
+        deflate_token_t best{plain[position], 0, 0};
         for (size_t distance = 1; distance <= std::min(kReach, position); ++distance) {
             const uint32_t length = match_length(plain, position, distance);
             if (length >= 3 && length > best.length) {

@@ -13,12 +13,12 @@ public:
     void bits(uint32_t value, uint32_t count);
     void align();
     void bytes(const byte_vector& bytes);
-    const byte_vector& written() const { return mBytes; }
-    size_t bit_count() const { return mBitCount; }
+    const byte_vector& written() const { return m_bytes; }
+    size_t bit_count() const { return m_bit_count; }
 
 private:
-    byte_vector mBytes;
-    size_t mBitCount = 0;
+    byte_vector m_bytes;
+    size_t m_bit_count = 0;
 };
 
 using code_lengths = std::vector<uint16_t>;
@@ -31,8 +31,8 @@ public:
     void put(bit_writer& writer, uint32_t symbol) const;
 
 private:
-    code_lengths mLengths;
-    std::vector<uint32_t> mCodes;
+    code_lengths m_lengths;
+    std::vector<uint32_t> m_codes;
 };
 
 /// Lengths of a random complete code for `symbols` symbols, none longer than `longest` bits; one
@@ -40,25 +40,25 @@ private:
 code_lengths random_complete_lengths(test_rng& rng, size_t symbols, uint16_t longest);
 
 /// One symbol of the code-length code, with the extra bits of the repeats 16 to 18.
-struct code_length_item {
+struct code_length_item_t {
     uint32_t symbol;
     uint32_t extra;
 };
 
 /// The header of a dynamic block, each part as it is written: nothing is kept consistent if a test
 /// changes it.
-struct dynamic_header {
+struct dynamic_header_t {
     code_lengths litlen, dist;              ///< the codes that the block's symbols use
     uint32_t hlit, hdist, hclen;            ///< the three header fields
     std::array<uint16_t, 19> length_code{}; ///< lengths of the code-length code, by symbol
-    std::vector<code_length_item> items;    ///< the code lengths as they are written
+    std::vector<code_length_item_t> items;  ///< the code lengths as they are written
 };
 
 /// A header that writes every code length by itself, with all 19 entries of the code-length code.
-dynamic_header plain_header(const code_lengths& litlen, const code_lengths& dist);
+dynamic_header_t plain_header(const code_lengths& litlen, const code_lengths& dist);
 
 /// A header with random use of the repeats and a random code-length code.
-dynamic_header packed_header(test_rng& rng, const code_lengths& litlen, const code_lengths& dist);
+dynamic_header_t packed_header(test_rng& rng, const code_lengths& litlen, const code_lengths& dist);
 
 /// Code lengths for `count` symbols, zero but for those that are named.
 code_lengths lengths_of(size_t count,
@@ -73,40 +73,40 @@ public:
     deflate_maker& block_header(uint32_t type, block_is place);
     deflate_maker& stored(const byte_vector& data, block_is place);
     deflate_maker& fixed(block_is place);
-    deflate_maker& dynamic(const dynamic_header& header, block_is place);
+    deflate_maker& dynamic(const dynamic_header_t& header, block_is place);
     deflate_maker& litlen_symbol(uint32_t symbol);
     deflate_maker& dist_symbol(uint32_t symbol);
     deflate_maker& literals(const byte_vector& values);
     deflate_maker& match(uint32_t length, uint32_t distance);
     deflate_maker& end();
 
-    const byte_vector& bytes() const { return mWriter.written(); }
-    size_t bit_count() const { return mWriter.bit_count(); }
+    const byte_vector& bytes() const { return m_writer.written(); }
+    size_t bit_count() const { return m_writer.bit_count(); }
 
 private:
-    bit_writer mWriter;
-    prefix_code mLitlen{{}};
-    prefix_code mDist{{}};
+    bit_writer m_writer;
+    prefix_code m_litlen{{}};
+    prefix_code m_dist{{}};
 };
 
 /// A literal or a match; `length` 0 means the literal.
-struct deflate_token {
+struct deflate_token_t {
     uint8_t literal;
     uint32_t length;
     uint32_t distance;
 };
 
 /// Writes one dynamic block of `tokens` with random codes that have a place for each.
-void put_random_block(deflate_maker& maker, test_rng& rng, const std::vector<deflate_token>& tokens,
-                      block_is place);
+void put_random_block(deflate_maker& maker, test_rng& rng,
+                      const std::vector<deflate_token_t>& tokens, block_is place);
 
-struct made_stream {
+struct made_stream_t {
     byte_vector raw;   ///< the DEFLATE stream
     byte_vector plain; ///< what it decodes to
 };
 
 /// A random stream of stored and dynamic blocks, with matches at most `max_distance` back.
-made_stream random_stream(test_rng& rng, uint32_t max_distance);
+made_stream_t random_stream(test_rng& rng, uint32_t max_distance);
 
 /// `plain` as one dynamic block, with every match that repeats bytes near by.
 byte_vector dynamic_stream_of(const byte_vector& plain, uint32_t seed);

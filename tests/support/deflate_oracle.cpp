@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <zlib.h>
 
-byte_vector raw_deflate(const byte_vector& plain, const deflate_settings& settings) {
+byte_vector raw_deflate(const byte_vector& plain, const deflate_settings_t& settings) {
     z_stream stream{};
     if (deflateInit2(&stream, settings.level, Z_DEFLATED, -settings.window_bits,
                      settings.memory_level, settings.strategy) != Z_OK) {
@@ -23,19 +23,19 @@ byte_vector raw_deflate(const byte_vector& plain, const deflate_settings& settin
     return raw;
 }
 
-deflate_settings random_settings(test_rng& rng) {
+deflate_settings_t random_settings(test_rng& rng) {
     static constexpr int kStrategies[] = {Z_DEFAULT_STRATEGY, Z_FILTERED, Z_HUFFMAN_ONLY, Z_RLE,
                                           Z_FIXED};
     return {static_cast<int>(rng() % 10), kStrategies[rng() % 5], static_cast<int>(9 + rng() % 7),
             static_cast<int>(1 + rng() % 9)};
 }
 
-oracle_result oracle_inflate(const byte_vector& raw) {
+oracle_result_t oracle_inflate(const byte_vector& raw) {
     z_stream stream{};
     inflateInit2(&stream, -15);
     stream.next_in = const_cast<Bytef*>(raw.data());
     stream.avail_in = static_cast<uInt>(raw.size());
-    oracle_result result{};
+    oracle_result_t result{};
     int status = Z_OK;
     while (status == Z_OK) {
         Bytef block[16384];
@@ -80,7 +80,7 @@ bool contains_fixed_block(const byte_vector& raw) {
 }
 
 byte_vector deflate_without_fixed_codes(const byte_vector& plain,
-                                        const deflate_settings& settings) {
+                                        const deflate_settings_t& settings) {
     byte_vector raw = raw_deflate(plain, settings);
     return contains_fixed_block(raw) ? dynamic_stream_of(plain, 1) : raw;
 }

@@ -7,19 +7,19 @@
 #include <optional>
 #include <string>
 
-struct deflate_settings {
+struct deflate_settings_t {
     int level = 6;
     int strategy = 0;
     int window_bits = 15;
     int memory_level = 8;
 };
 
-byte_vector raw_deflate(const byte_vector& plain, const deflate_settings& settings);
+byte_vector raw_deflate(const byte_vector& plain, const deflate_settings_t& settings);
 
 /// Random settings over every level, strategy, window size and memory level.
-deflate_settings random_settings(test_rng& rng);
+deflate_settings_t random_settings(test_rng& rng);
 
-struct oracle_result {
+struct oracle_result_t {
     bool complete;     ///< the final block has ended
     bool invalid;      ///< refused; `message` says why
     byte_vector plain; ///< what was produced until then
@@ -27,11 +27,12 @@ struct oracle_result {
 };
 
 /// What zlib makes of `raw`.
-oracle_result oracle_inflate(const byte_vector& raw);
+oracle_result_t oracle_inflate(const byte_vector& raw);
 
 /// Whether a valid stream has a block of type 1; such blocks are refused by the decoder under test.
 bool contains_fixed_block(const byte_vector& raw);
 
 /// `plain` as zlib compresses it, or, where that would take a fixed-code block, as a hand-made
 /// stream of one dynamic block.
-byte_vector deflate_without_fixed_codes(const byte_vector& plain, const deflate_settings& settings);
+byte_vector deflate_without_fixed_codes(const byte_vector& plain,
+                                        const deflate_settings_t& settings);

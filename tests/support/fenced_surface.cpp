@@ -47,7 +47,7 @@ void fenced_free(void* block) {
     std::free(front);
 }
 
-DsSurface fenced_surface(const surface_shape& shape) {
+DsSurface fenced_surface(const surface_shape_t& shape) {
     return DsSurface(shape.width, shape.height, 0, shape.mode, shape.palette_has_alpha,
                      shape.palette_size, fenced_alloc, fenced_free, shape.alignment,
                      shape.extra_bytes);

@@ -14,7 +14,7 @@ void* fenced_alloc(size_t byte_count);
 void fenced_free(void* block);
 
 /// The facts of a surface that matter to the decoder.
-struct surface_shape {
+struct surface_shape_t {
     int32_t width, height;
     DsColorMode mode = DsColorMode::I8;
     uint8_t palette_has_alpha = 0;
@@ -23,7 +23,7 @@ struct surface_shape {
     uint32_t alignment = 1;
 };
 
-DsSurface fenced_surface(const surface_shape& shape);
+DsSurface fenced_surface(const surface_shape_t& shape);
 
 /// A surface as the findings of a header pass ask for it.
 DsSurface fenced_surface_for(const png_info_t& info);

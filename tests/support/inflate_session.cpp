@@ -20,14 +20,14 @@ heap_block heap_copy(const byte_vector& bytes) {
 } // namespace
 
 inflate_session::inflate_session(size_t room)
-    : mOutput(room) {
+    : m_output(room) {
     reset();
 }
 
 void inflate_session::reset() {
     EXPECT_EQ(inflate_process(&state, nullptr), kInflateDone);
-    state.out = mOutput.data();
-    state.outAvailable = static_cast<uint32_t>(mOutput.size());
+    state.out = m_output.data();
+    state.outAvailable = static_cast<uint32_t>(m_output.size());
     reader = {};
 }
 
@@ -43,15 +43,15 @@ int32_t inflate_session::feed(const byte_vector& piece) {
 }
 
 byte_vector inflate_session::plain() const {
-    return slice(mOutput, 0, state.totalOut);
+    return slice(m_output, 0, state.totalOut);
 }
 
-inflate_outcome inflate_whole(const byte_vector& raw, size_t room) {
+inflate_outcome_t inflate_whole(const byte_vector& raw, size_t room) {
     return inflate_pieces(raw, room, {});
 }
 
-inflate_outcome inflate_pieces(const byte_vector& raw, size_t room,
-                               const std::vector<size_t>& piece_sizes) {
+inflate_outcome_t inflate_pieces(const byte_vector& raw, size_t room,
+                                 const std::vector<size_t>& piece_sizes) {
     inflate_session session(room);
     size_t position = 0;
     for (const size_t size : piece_sizes) {
@@ -74,15 +74,15 @@ std::vector<size_t> random_pieces(test_rng& rng, size_t total) {
     return sizes;
 }
 
-inflate_outcome inflate_windowed(const byte_vector& raw, const std::vector<size_t>& piece_sizes,
-                                 uint32_t window_size, const std::vector<size_t>& output_sizes) {
+inflate_outcome_t inflate_windowed(const byte_vector& raw, const std::vector<size_t>& piece_sizes,
+                                   uint32_t window_size, const std::vector<size_t>& output_sizes) {
     const heap_block window(new uint8_t[window_size]);
     inflate_t state{};
     state.window = window.get();
     state.windowSize = window_size;
     EXPECT_EQ(inflate_process(&state, nullptr), kInflateDone);
     bitstream_t reader{};
-    inflate_outcome outcome{kInflateNeedsInput, {}};
+    inflate_outcome_t outcome{kInflateNeedsInput, {}};
     heap_block piece;
     size_t position = 0;
     size_t pieces = 0;

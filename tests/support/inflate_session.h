@@ -5,7 +5,7 @@
 #include "inflate/src/streams.h"
 #include "tests/support/test_bytes.h"
 
-struct inflate_outcome {
+struct inflate_outcome_t {
     int32_t result;
     byte_vector plain;
 };
@@ -27,21 +27,21 @@ public:
     bitstream_t reader{};
 
 private:
-    byte_vector mOutput;
+    byte_vector m_output;
 };
 
 /// All of `raw` at once.
-inflate_outcome inflate_whole(const byte_vector& raw, size_t room);
+inflate_outcome_t inflate_whole(const byte_vector& raw, size_t room);
 
 /// `raw` cut into pieces of the given sizes (the last one takes the rest), until a result other
 /// than the wish for more input.
-inflate_outcome inflate_pieces(const byte_vector& raw, size_t room,
-                               const std::vector<size_t>& piece_sizes);
+inflate_outcome_t inflate_pieces(const byte_vector& raw, size_t room,
+                                 const std::vector<size_t>& piece_sizes);
 
 /// Sizes of random pieces, empty ones among them, that cover `total` bytes.
 std::vector<size_t> random_pieces(test_rng& rng, size_t total);
 
 /// `raw` in pieces, decoded with a window and output blocks of the given sizes, which are repeated
 /// as long as need be, each in its own memory.
-inflate_outcome inflate_windowed(const byte_vector& raw, const std::vector<size_t>& piece_sizes,
-                                 uint32_t window_size, const std::vector<size_t>& output_sizes);
+inflate_outcome_t inflate_windowed(const byte_vector& raw, const std::vector<size_t>& piece_sizes,
+                                   uint32_t window_size, const std::vector<size_t>& output_sizes);

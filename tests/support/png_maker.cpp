@@ -69,7 +69,7 @@ uint32_t samples_per_pixel(uint8_t color_type) {
     }
 }
 
-byte_vector chunk_bytes(const png_chunk& chunk) {
+byte_vector chunk_bytes(const png_chunk_t& chunk) {
     byte_vector bytes;
     append_big_endian(bytes, static_cast<uint32_t>(chunk.data.size()));
     bytes.insert(bytes.end(), chunk.name.begin(), chunk.name.end());
@@ -79,9 +79,9 @@ byte_vector chunk_bytes(const png_chunk& chunk) {
     return bytes;
 }
 
-byte_vector png_file(const std::vector<png_chunk>& chunks) {
+byte_vector png_file(const std::vector<png_chunk_t>& chunks) {
     byte_vector file{0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A};
-    for (const png_chunk& chunk : chunks) {
+    for (const png_chunk_t& chunk : chunks) {
         append(file, chunk_bytes(chunk));
     }
     return file;
@@ -115,16 +115,16 @@ byte_vector zlib_wrapped(const byte_vector& raw, const byte_vector& plain) {
 }
 
 png_maker::png_maker()
-    : mFilters{kNone, kSub, kUp, kAverage, kPaeth} {}
+    : m_filters{kNone, kSub, kUp, kAverage, kPaeth} {}
 
 png_maker png() {
     return {};
 }
 
 png_maker& png_maker::image(uint8_t color_type, uint32_t width, uint32_t height) {
-    mType = color_type;
-    mWidth = width;
-    mHeight = height;
+    m_type = color_type;
+    m_width = width;
+    m_height = height;
     if (color_type == kIndexed) {
         palette(256);
     }
@@ -132,73 +132,73 @@ png_maker& png_maker::image(uint8_t color_type, uint32_t width, uint32_t height)
 }
 
 png_maker& png_maker::declared_size(uint32_t width, uint32_t height) {
-    mDeclaredWidth = width;
-    mDeclaredHeight = height;
+    m_declared_width = width;
+    m_declared_height = height;
     return *this;
 }
 
 png_maker& png_maker::declared_type(uint8_t color_type) {
-    mDeclaredType = color_type;
+    m_declared_type = color_type;
     return *this;
 }
 
 png_maker& png_maker::bit_depth(uint8_t bits) {
-    mBitDepth = bits;
+    m_bit_depth = bits;
     return *this;
 }
 
 png_maker& png_maker::compression_method(uint8_t method) {
-    mCompressionMethod = method;
+    m_compression_method = method;
     return *this;
 }
 
 png_maker& png_maker::filter_method(uint8_t method) {
-    mFilterMethod = method;
+    m_filter_method = method;
     return *this;
 }
 
 png_maker& png_maker::interlace_method(uint8_t method) {
-    mInterlaceMethod = method;
+    m_interlace_method = method;
     return *this;
 }
 
 png_maker& png_maker::pixels(const byte_vector& samples) {
-    mSamples = samples;
+    m_samples = samples;
     return *this;
 }
 
 png_maker& png_maker::pixels(data_kind kind, uint32_t seed) {
-    const size_t pixel_count = static_cast<size_t>(mWidth) * mHeight;
-    return pixels(make_bytes(kind, pixel_count * samples_per_pixel(mType), seed));
+    const size_t pixel_count = static_cast<size_t>(m_width) * m_height;
+    return pixels(make_bytes(kind, pixel_count * samples_per_pixel(m_type), seed));
 }
 
 png_maker& png_maker::filters(const std::vector<uint8_t>& row_filters) {
-    mFilters = row_filters;
+    m_filters = row_filters;
     return *this;
 }
 
 png_maker& png_maker::rows(const byte_vector& filtered) {
-    mRows = filtered;
+    m_rows = filtered;
     return *this;
 }
 
-png_maker& png_maker::compression(const deflate_settings& settings) {
-    mSettings = settings;
+png_maker& png_maker::compression(const deflate_settings_t& settings) {
+    m_settings = settings;
     return *this;
 }
 
 png_maker& png_maker::deflate_stream(const byte_vector& raw) {
-    mRaw = raw;
+    m_raw = raw;
     return *this;
 }
 
 png_maker& png_maker::idat_bytes(const byte_vector& bytes) {
-    mIdatBytes = bytes;
+    m_idat_bytes = bytes;
     return *this;
 }
 
 png_maker& png_maker::idat_split_at(const std::vector<size_t>& splits) {
-    mSplits = splits;
+    m_splits = splits;
     return *this;
 }
 
@@ -207,93 +207,95 @@ png_maker& png_maker::palette(size_t entries, uint32_t seed) {
 }
 
 png_maker& png_maker::plte(const byte_vector& data) {
-    mPaletteChunks.clear();
+    m_palette_chunks.clear();
     return another_plte(data);
 }
 
 png_maker& png_maker::another_plte(const byte_vector& data) {
-    mPaletteChunks.push_back({"PLTE", data});
+    m_palette_chunks.push_back({"PLTE", data});
     return *this;
 }
 
 png_maker& png_maker::trns(const byte_vector& data) {
-    mPaletteChunks.push_back({"tRNS", data});
+    m_palette_chunks.push_back({"tRNS", data});
     return *this;
 }
 
-png_maker& png_maker::chunk_before_palette(const png_chunk& chunk) {
-    mBeforePalette.push_back(chunk);
+png_maker& png_maker::chunk_before_palette(const png_chunk_t& chunk) {
+    m_before_palette.push_back(chunk);
     return *this;
 }
 
-png_maker& png_maker::chunk_before_idat(const png_chunk& chunk) {
-    mBeforeIdat.push_back(chunk);
+png_maker& png_maker::chunk_before_idat(const png_chunk_t& chunk) {
+    m_before_idat.push_back(chunk);
     return *this;
 }
 
-png_maker& png_maker::chunk_between_idats(const png_chunk& chunk) {
-    mBetweenIdats.push_back(chunk);
+png_maker& png_maker::chunk_between_idats(const png_chunk_t& chunk) {
+    m_between_idats.push_back(chunk);
     return *this;
 }
 
-png_maker& png_maker::chunk_after_idat(const png_chunk& chunk) {
-    mAfterIdat.push_back(chunk);
+png_maker& png_maker::chunk_after_idat(const png_chunk_t& chunk) {
+    m_after_idat.push_back(chunk);
     return *this;
 }
 
 byte_vector png_maker::filtered() const {
-    const uint32_t pixel_bytes = samples_per_pixel(mType);
-    const size_t row_bytes = static_cast<size_t>(mWidth) * pixel_bytes;
-    return mRows ? *mRows : filter_rows(mSamples, row_bytes, pixel_bytes, mFilters);
+    const uint32_t pixel_bytes = samples_per_pixel(m_type);
+    const size_t row_bytes = static_cast<size_t>(m_width) * pixel_bytes;
+    return m_rows ? *m_rows : filter_rows(m_samples, row_bytes, pixel_bytes, m_filters);
 }
 
 byte_vector png_maker::raw_stream() const {
-    if (mRaw) {
-        return *mRaw;
+    if (m_raw) {
+        return *m_raw;
     }
-    return mSettings ? raw_deflate(filtered(), *mSettings)
-                     : deflate_without_fixed_codes(filtered(), {});
+    return m_settings ? raw_deflate(filtered(), *m_settings)
+                      : deflate_without_fixed_codes(filtered(), {});
 }
 
 byte_vector png_maker::image_header() const {
     byte_vector header;
-    append_big_endian(header, mDeclaredWidth);
-    append_big_endian(header, mDeclaredHeight);
-    append(header, {mBitDepth, mDeclaredType, mCompressionMethod, mFilterMethod, mInterlaceMethod});
+    append_big_endian(header, m_declared_width);
+    append_big_endian(header, m_declared_height);
+    append(header, {m_bit_depth, m_declared_type, m_compression_method, m_filter_method,
+                    m_interlace_method});
     return header;
 }
 
 byte_vector png_maker::image_data() const {
-    return mIdatBytes ? *mIdatBytes : zlib_wrapped(raw_stream(), filtered());
+    return m_idat_bytes ? *m_idat_bytes : zlib_wrapped(raw_stream(), filtered());
 }
 
-std::vector<png_chunk> png_maker::idat_chunks() const {
+std::vector<png_chunk_t> png_maker::idat_chunks() const {
     const byte_vector data = image_data();
-    std::vector<png_chunk> chunks;
+    std::vector<png_chunk_t> chunks;
     size_t begin = 0;
-    for (const size_t split : mSplits) {
+    for (const size_t split : m_splits) {
         const size_t end = std::min(split, data.size());
         chunks.push_back({"IDAT", slice(data, begin, end - begin)});
-        chunks.insert(chunks.end(), mBetweenIdats.begin(), mBetweenIdats.end());
+        chunks.insert(chunks.end(), m_between_idats.begin(), m_between_idats.end());
         begin = end;
     }
     chunks.push_back({"IDAT", slice(data, begin, data.size())});
     return chunks;
 }
 
-std::vector<png_chunk> png_maker::chunks() const {
-    std::vector<png_chunk> all{{"IHDR", image_header()}};
-    for (const std::vector<png_chunk>& part :
-         {mBeforePalette, mPaletteChunks, mBeforeIdat, idat_chunks(), mAfterIdat}) {
+std::vector<png_chunk_t> png_maker::chunks() const {
+    std::vector<png_chunk_t> all{{"IHDR", image_header()}};
+    for (const std::vector<png_chunk_t>& part :
+         {m_before_palette, m_palette_chunks, m_before_idat, idat_chunks(), m_after_idat}) {
         all.insert(all.end(), part.begin(), part.end());
     }
     all.push_back({"IEND", {}});
     return all;
 }
 
-png_chunk& chunk_named(std::vector<png_chunk>& chunks, const std::string& name) {
-    const auto found = std::find_if(chunks.begin(), chunks.end(),
-                                    [&name](const png_chunk& chunk) { return chunk.name == name; });
+png_chunk_t& chunk_named(std::vector<png_chunk_t>& chunks, const std::string& name) {
+    const auto found =
+        std::find_if(chunks.begin(), chunks.end(),
+                     [&name](const png_chunk_t& chunk) { return chunk.name == name; });
     if (found == chunks.end()) {
         throw std::out_of_range("no chunk " + name);
     }

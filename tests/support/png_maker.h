@@ -19,17 +19,17 @@ int predict_sample(uint8_t filter, int left, int up, int up_left);
 /// Bytes of a pixel of `color_type` at 8 bits a sample.
 uint32_t samples_per_pixel(uint8_t color_type);
 
-struct png_chunk {
+struct png_chunk_t {
     std::string name;
     byte_vector data;
     uint32_t crc_flips = 0; ///< bits of the CRC that are wrong
 };
 
 /// A chunk with its length, name and CRC.
-byte_vector chunk_bytes(const png_chunk& chunk);
+byte_vector chunk_bytes(const png_chunk_t& chunk);
 
 /// A signature and these chunks.
-byte_vector png_file(const std::vector<png_chunk>& chunks);
+byte_vector png_file(const std::vector<png_chunk_t>& chunks);
 
 /// Samples in filtered rows, each behind its filter byte; the filters are repeated as long as need
 /// be.
@@ -69,7 +69,7 @@ public:
     /// The uncompressed image data, filter bytes included.
     png_maker& rows(const byte_vector& filtered);
     /// zlib's settings; what they give may contain fixed codes.
-    png_maker& compression(const deflate_settings& settings);
+    png_maker& compression(const deflate_settings_t& settings);
     png_maker& deflate_stream(const byte_vector& raw);
     /// All bytes of the IDAT chunks, in place of a zlib stream.
     png_maker& idat_bytes(const byte_vector& bytes);
@@ -81,42 +81,43 @@ public:
     /// One more PLTE chunk behind what is there already.
     png_maker& another_plte(const byte_vector& data);
     png_maker& trns(const byte_vector& data);
-    png_maker& chunk_before_palette(const png_chunk& chunk);
-    png_maker& chunk_before_idat(const png_chunk& chunk);
-    png_maker& chunk_between_idats(const png_chunk& chunk);
-    png_maker& chunk_after_idat(const png_chunk& chunk);
+    png_maker& chunk_before_palette(const png_chunk_t& chunk);
+    png_maker& chunk_before_idat(const png_chunk_t& chunk);
+    png_maker& chunk_between_idats(const png_chunk_t& chunk);
+    png_maker& chunk_after_idat(const png_chunk_t& chunk);
 
     /// The samples in PNG's order, without filters.
-    const byte_vector& samples() const { return mSamples; }
+    const byte_vector& samples() const { return m_samples; }
     /// What the image data decompress to.
     byte_vector filtered() const;
     byte_vector raw_stream() const;
     byte_vector image_header() const;
     /// Bytes of all IDAT chunks.
     byte_vector image_data() const;
-    std::vector<png_chunk> chunks() const;
+    std::vector<png_chunk_t> chunks() const;
     byte_vector bytes() const { return png_file(chunks()); }
 
 private:
-    std::vector<png_chunk> idat_chunks() const;
+    std::vector<png_chunk_t> idat_chunks() const;
 
-    uint8_t mType = kGray;
-    uint32_t mWidth = 1, mHeight = 1;
-    uint8_t mDeclaredType = kGray;
-    uint32_t mDeclaredWidth = 1, mDeclaredHeight = 1;
-    uint8_t mBitDepth = 8, mCompressionMethod = 0, mFilterMethod = 0, mInterlaceMethod = 0;
-    byte_vector mSamples;
-    std::vector<uint8_t> mFilters;
-    std::optional<byte_vector> mRows, mRaw, mIdatBytes;
-    std::optional<deflate_settings> mSettings;
-    std::vector<size_t> mSplits;
-    std::vector<png_chunk> mBeforePalette, mPaletteChunks, mBeforeIdat, mBetweenIdats, mAfterIdat;
+    uint8_t m_type = kGray;
+    uint32_t m_width = 1, m_height = 1;
+    uint8_t m_declared_type = kGray;
+    uint32_t m_declared_width = 1, m_declared_height = 1;
+    uint8_t m_bit_depth = 8, m_compression_method = 0, m_filter_method = 0, m_interlace_method = 0;
+    byte_vector m_samples;
+    std::vector<uint8_t> m_filters;
+    std::optional<byte_vector> m_rows, m_raw, m_idat_bytes;
+    std::optional<deflate_settings_t> m_settings;
+    std::vector<size_t> m_splits;
+    std::vector<png_chunk_t> m_before_palette, m_palette_chunks, m_before_idat, m_between_idats,
+        m_after_idat;
 };
 
 png_maker png();
 
 /// The chunk called `name` of a list.
-png_chunk& chunk_named(std::vector<png_chunk>& chunks, const std::string& name);
+png_chunk_t& chunk_named(std::vector<png_chunk_t>& chunks, const std::string& name);
 
 /// Gives every chunk that a file holds in full the CRC that its bytes call for.
 byte_vector with_mended_crcs(byte_vector file);

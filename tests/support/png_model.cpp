@@ -12,14 +12,14 @@ namespace {
 class row_model {
 public:
     row_model(byte_vector& block, const row_layout& layout, uint64_t source)
-        : mBlock(block)
-        , mLayout(layout)
-        , mPixelBytes(samples_per_pixel(layout.color_type))
-        , mSource(source) {}
+        : m_block(block)
+        , m_layout(layout)
+        , m_pixel_bytes(samples_per_pixel(layout.color_type))
+        , m_source(source) {}
 
     void run() {
-        for (uint64_t row = 0; row < mLayout.height; ++row) {
-            const uint8_t filter = mBlock.at(mSource++);
+        for (uint64_t row = 0; row < m_layout.height; ++row) {
+            const uint8_t filter = m_block.at(m_source++);
             if (filter <= kPaeth) {
                 convert_row(row, filter);
             }
@@ -28,35 +28,35 @@ public:
 
 private:
     void convert_row(uint64_t row, uint8_t filter) {
-        for (uint64_t x = 0; x < mLayout.width; ++x) {
-            const uint64_t target = row * mLayout.stride + x * mPixelBytes;
+        for (uint64_t x = 0; x < m_layout.width; ++x) {
+            const uint64_t target = row * m_layout.stride + x * m_pixel_bytes;
             std::array<uint8_t, 4> pixel{};
-            for (uint32_t channel = 0; channel < mPixelBytes; ++channel) {
+            for (uint32_t channel = 0; channel < m_pixel_bytes; ++channel) {
                 const uint64_t at = target + channel;
-                const uint64_t above = at - mLayout.stride;
-                const int left = x > 0 ? mBlock.at(at - mPixelBytes) : 0;
-                const int up = row > 0 ? mBlock.at(above) : 0;
-                const int up_left = x > 0 && row > 0 ? mBlock.at(above - mPixelBytes) : 0;
-                const uint8_t source = mBlock.at(mSource + sample_of(channel));
+                const uint64_t above = at - m_layout.stride;
+                const int left = x > 0 ? m_block.at(at - m_pixel_bytes) : 0;
+                const int up = row > 0 ? m_block.at(above) : 0;
+                const int up_left = x > 0 && row > 0 ? m_block.at(above - m_pixel_bytes) : 0;
+                const uint8_t source = m_block.at(m_source + sample_of(channel));
                 pixel.at(channel) =
                     static_cast<uint8_t>(source + predict_sample(filter, left, up, up_left));
             }
-            mSource += mPixelBytes;
-            for (uint32_t channel = 0; channel < mPixelBytes; ++channel) {
-                mBlock.at(target + channel) = pixel.at(channel);
+            m_source += m_pixel_bytes;
+            for (uint32_t channel = 0; channel < m_pixel_bytes; ++channel) {
+                m_block.at(target + channel) = pixel.at(channel);
             }
         }
     }
 
     // Red and blue change places.
     uint32_t sample_of(uint32_t channel) const {
-        return mPixelBytes >= 3 && channel < 3 ? 2 - channel : channel;
+        return m_pixel_bytes >= 3 && channel < 3 ? 2 - channel : channel;
     }
 
-    byte_vector& mBlock;
-    row_layout mLayout;
-    uint32_t mPixelBytes;
-    uint64_t mSource;
+    byte_vector& m_block;
+    row_layout m_layout;
+    uint32_t m_pixel_bytes;
+    uint64_t m_source;
 };
 
 } // namespace

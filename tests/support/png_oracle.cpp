@@ -7,13 +7,13 @@
 
 namespace {
 
-struct file_reader {
+struct file_reader_t {
     const byte_vector& file;
     size_t position = 0;
 };
 
 void read_bytes(png_structp context, png_bytep target, size_t count) {
-    auto& reader = *static_cast<file_reader*>(png_get_io_ptr(context));
+    auto& reader = *static_cast<file_reader_t*>(png_get_io_ptr(context));
     if (count > reader.file.size() - reader.position) {
         png_error(context, "end of file");
     }
@@ -50,7 +50,8 @@ void ask_for_8_bits(png_structp context, png_infop info, oracle_reading reading)
 }
 
 // Everything between the two jumps: objects with destructors live in the caller's frame only.
-void read_image(png_structp context, png_infop info, oracle_image& image, oracle_reading reading) {
+void read_image(png_structp context, png_infop info, oracle_image_t& image,
+                oracle_reading reading) {
     png_read_info(context, info);
     image.width = png_get_image_width(context, info);
     image.height = png_get_image_height(context, info);
@@ -71,7 +72,7 @@ void read_image(png_structp context, png_infop info, oracle_image& image, oracle
     read_palette(context, info, image.palette);
 }
 
-bool try_read_image(png_structp context, png_infop info, oracle_image& image,
+bool try_read_image(png_structp context, png_infop info, oracle_image_t& image,
                     oracle_reading reading) {
     if (setjmp(png_jmpbuf(context)) != 0) {
         return false;
@@ -82,13 +83,13 @@ bool try_read_image(png_structp context, png_infop info, oracle_image& image,
 
 } // namespace
 
-std::optional<oracle_image> oracle_decode_png(const byte_vector& file, oracle_reading reading) {
+std::optional<oracle_image_t> oracle_decode_png(const byte_vector& file, oracle_reading reading) {
     png_structp context =
         png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leave_on_error, ignore_warning);
     png_infop info = png_create_info_struct(context);
-    file_reader reader{file};
+    file_reader_t reader{file};
     png_set_read_fn(context, &reader, read_bytes);
-    oracle_image image{};
+    oracle_image_t image{};
     const bool read = try_read_image(context, info, image, reading);
     png_destroy_read_struct(&context, &info, nullptr);
     return read ? std::optional(image) : std::nullopt;

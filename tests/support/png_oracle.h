@@ -5,7 +5,7 @@
 
 #include <optional>
 
-struct oracle_image {
+struct oracle_image_t {
     uint32_t width, height;
     byte_vector pixels;  ///< packed rows: grey or index; blue, green, red; grey, alpha; B, G, R, A
     byte_vector palette; ///< blue, green, red an entry; empty without a PLTE chunk
@@ -19,5 +19,5 @@ enum class oracle_reading {
 };
 
 /// What libpng reads from a file; nothing if it refuses the file.
-std::optional<oracle_image> oracle_decode_png(const byte_vector& file,
-                                              oracle_reading reading = oracle_reading::as_stored);
+std::optional<oracle_image_t> oracle_decode_png(const byte_vector& file,
+                                                oracle_reading reading = oracle_reading::as_stored);

@@ -10,8 +10,8 @@
 
 namespace {
 
-struct exact_file {
-    explicit exact_file(const byte_vector& file)
+struct exact_file_t {
+    explicit exact_file_t(const byte_vector& file)
         : bytes(new uint8_t[file.size()])
         , size(file.size()) {
         std::copy(file.begin(), file.end(), bytes.get());
@@ -24,26 +24,26 @@ struct exact_file {
 class surface_content {
 public:
     explicit surface_content(DsSurface* surface)
-        : mSurface(surface) {
+        : m_surface(surface) {
         if (surface != nullptr && surface->getPixels() != nullptr) {
-            mPixels = pixel_block(*surface);
+            m_pixels = pixel_block(*surface);
         }
         if (surface != nullptr && surface->getPalette() != nullptr) {
-            mPalette = palette_block(*surface);
+            m_palette = palette_block(*surface);
         }
     }
     void restore() const {
-        if (!mPixels.empty()) {
-            std::memcpy(mSurface->getPixels(), mPixels.data(), mPixels.size());
+        if (!m_pixels.empty()) {
+            std::memcpy(m_surface->getPixels(), m_pixels.data(), m_pixels.size());
         }
-        if (!mPalette.empty()) {
-            std::memcpy(mSurface->getPalette(), mPalette.data(), mPalette.size());
+        if (!m_palette.empty()) {
+            std::memcpy(m_surface->getPalette(), m_palette.data(), m_palette.size());
         }
     }
 
 private:
-    DsSurface* mSurface;
-    byte_vector mPixels, mPalette;
+    DsSurface* m_surface;
+    byte_vector m_pixels, m_palette;
 };
 
 png_info_t stale_info() {
@@ -53,8 +53,8 @@ png_info_t stale_info() {
 }
 
 // Every run is made with a record first: fault and result have to agree, whatever the file.
-header_outcome run_pass(const byte_vector& file, DsSurface* surface) {
-    const exact_file exact(file);
+header_outcome_t run_pass(const byte_vector& file, DsSurface* surface) {
+    const exact_file_t exact(file);
     const surface_content before(surface);
     png_info_t info_with_record = stale_info();
     png_detail::fault_record_t record = {};
@@ -62,7 +62,7 @@ header_outcome run_pass(const byte_vector& file, DsSurface* surface) {
         png_detail::decode(exact.bytes.get(), exact.size, &info_with_record, surface, &record);
     before.restore();
 
-    header_outcome outcome{0, stale_info()};
+    header_outcome_t outcome{0, stale_info()};
     outcome.result = png_decode(exact.bytes.get(), exact.size, &outcome.info, surface);
 
     EXPECT_EQ(outcome.result, result_with_record);
@@ -76,11 +76,11 @@ header_outcome run_pass(const byte_vector& file, DsSurface* surface) {
 
 } // namespace
 
-header_outcome header_pass(const byte_vector& file) {
+header_outcome_t header_pass(const byte_vector& file) {
     return run_pass(file, nullptr);
 }
 
-header_outcome full_pass_with_info(const byte_vector& file, DsSurface& surface) {
+header_outcome_t full_pass_with_info(const byte_vector& file, DsSurface& surface) {
     return run_pass(file, &surface);
 }
 
@@ -89,7 +89,7 @@ int32_t full_pass(const byte_vector& file, DsSurface& surface) {
 }
 
 png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface) {
-    const exact_file exact(file);
+    const exact_file_t exact(file);
     png_info_t info = stale_info();
     png_detail::fault_record_t record = {};
     png_detail::decode(exact.bytes.get(), exact.size, &info, surface, &record);
@@ -97,22 +97,22 @@ png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface
 }
 
 decode_outcome decode_png(const byte_vector& file) {
-    const header_outcome header = header_pass(file);
+    const header_outcome_t header = header_pass(file);
     if (header.result != kPngOk) {
         return {header.result, header.result, header.info, nullptr};
     }
     std::unique_ptr<DsSurface> surface(new DsSurface(fenced_surface_for(header.info)));
-    const header_outcome full = full_pass_with_info(file, *surface);
+    const header_outcome_t full = full_pass_with_info(file, *surface);
     return {header.result, full.result, full.info, std::move(surface)};
 }
 
-both_results both_passes(const byte_vector& file) {
+both_results_t both_passes(const byte_vector& file) {
     DsSurface surface = roomy_surface();
     return {header_pass(file).result, full_pass(file, surface)};
 }
 
 std::unique_ptr<DsSurface> convert_png(const byte_vector& file, bool alpha_only, int32_t rotation) {
-    const exact_file exact(file);
+    const exact_file_t exact(file);
     return std::unique_ptr<DsSurface>(
         surface_from_png(exact.bytes.get(), exact.size, alpha_only, rotation));
 }

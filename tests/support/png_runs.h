@@ -13,17 +13,17 @@
 /// What an information record holds before a run.
 inline constexpr uint8_t kStaleByte = 0xEE;
 
-struct header_outcome {
+struct header_outcome_t {
     int32_t result;
     png_info_t info;
 };
 
-header_outcome header_pass(const byte_vector& file);
+header_outcome_t header_pass(const byte_vector& file);
 
 int32_t full_pass(const byte_vector& file, DsSurface& surface);
 
 /// The full pass with a record to look at.
-header_outcome full_pass_with_info(const byte_vector& file, DsSurface& surface);
+header_outcome_t full_pass_with_info(const byte_vector& file, DsSurface& surface);
 
 /// What the decoder notes in a header pass, or with a surface in a full pass.
 png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface = nullptr);
@@ -39,12 +39,12 @@ struct decode_outcome {
 decode_outcome decode_png(const byte_vector& file);
 
 /// Results of the header pass, and of the full pass into a surface with room for anything small.
-struct both_results {
+struct both_results_t {
     int32_t header, full;
-    bool operator==(const both_results&) const = default;
+    bool operator==(const both_results_t&) const = default;
 };
 
-both_results both_passes(const byte_vector& file);
+both_results_t both_passes(const byte_vector& file);
 
 /// surface_from_png.
 std::unique_ptr<DsSurface> convert_png(const byte_vector& file, bool alpha_only = false,

@@ -19,7 +19,7 @@ void flush_nothing(png_structp) {}
     throw std::runtime_error(message);
 }
 
-void write_chunks(png_structp context, png_infop info, const written_image& image) {
+void write_chunks(png_structp context, png_infop info, const written_image_t& image) {
     png_set_IHDR(context, info, image.width, image.height, image.bit_depth, image.color_type,
                  image.interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_BASE, PNG_FILTER_TYPE_BASE);
@@ -39,13 +39,13 @@ void write_chunks(png_structp context, png_infop info, const written_image& imag
 
 } // namespace
 
-size_t packed_row_bytes(const written_image& image) {
+size_t packed_row_bytes(const written_image_t& image) {
     return (size_t{image.width} * samples_per_pixel(image.color_type) * image.bit_depth + 7) / 8;
 }
 
-written_image noise_image(uint8_t color_type, uint8_t bit_depth, bool interlaced, uint32_t width,
-                          uint32_t height) {
-    written_image image = {color_type, bit_depth, interlaced, width, height, {}};
+written_image_t noise_image(uint8_t color_type, uint8_t bit_depth, bool interlaced, uint32_t width,
+                            uint32_t height) {
+    written_image_t image = {color_type, bit_depth, interlaced, width, height, {}};
     image.rows = make_bytes(data_kind::noise, packed_row_bytes(image) * height, 7);
     if (color_type == kIndexed) {
         image.palette = make_bytes(data_kind::noise, size_t{3} << bit_depth, 8);
@@ -53,7 +53,7 @@ written_image noise_image(uint8_t color_type, uint8_t bit_depth, bool interlaced
     return image;
 }
 
-std::vector<uint32_t> samples_of(const written_image& image) {
+std::vector<uint32_t> samples_of(const written_image_t& image) {
     std::vector<uint32_t> samples;
     const size_t row_bytes = packed_row_bytes(image);
     const size_t row_samples = size_t{image.width} * samples_per_pixel(image.color_type);
@@ -69,7 +69,7 @@ std::vector<uint32_t> samples_of(const written_image& image) {
     return samples;
 }
 
-byte_vector libpng_encode(const written_image& image) {
+byte_vector libpng_encode(const written_image_t& image) {
     byte_vector file;
     png_structp context =
         png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, throw_error, nullptr);

@@ -3,7 +3,7 @@
 
 #include "tests/support/test_bytes.h"
 
-struct written_image {
+struct written_image_t {
     uint8_t color_type;
     uint8_t bit_depth;
     bool interlaced;
@@ -14,13 +14,13 @@ struct written_image {
 };
 
 /// Bytes of a row of `image`.
-size_t packed_row_bytes(const written_image& image);
+size_t packed_row_bytes(const written_image_t& image);
 
 /// An image of noise; a palette, if it needs one, has an entry for every index.
-written_image noise_image(uint8_t color_type, uint8_t bit_depth, bool interlaced, uint32_t width,
-                          uint32_t height);
+written_image_t noise_image(uint8_t color_type, uint8_t bit_depth, bool interlaced, uint32_t width,
+                            uint32_t height);
 
 /// The samples of an image, one a number, row by row.
-std::vector<uint32_t> samples_of(const written_image& image);
+std::vector<uint32_t> samples_of(const written_image_t& image);
 
-byte_vector libpng_encode(const written_image& image);
+byte_vector libpng_encode(const written_image_t& image);

@@ -16,13 +16,13 @@
 
 namespace {
 
-struct file_closer {
+struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
-using temporary_file = std::unique_ptr<std::FILE, file_closer>;
+using TemporaryFile = std::unique_ptr<std::FILE, FileCloser>;
 
-temporary_file open_temporary_file() {
-    temporary_file file(std::tmpfile());
+TemporaryFile openTemporaryFile() {
+    TemporaryFile file(std::tmpfile());
     if (file == nullptr) {
         throw std::runtime_error("no temporary file for a program's output");
     }
@@ -39,7 +39,7 @@ std::string content(std::FILE* file) {
     return text;
 }
 
-std::vector<std::string> environment(const program_surroundings& surroundings) {
+std::vector<std::string> environment(const ProgramSurroundings& surroundings) {
     std::vector<std::string> variables = surroundings.variables;
     std::string sanitizer = "ASAN_OPTIONS=abort_on_error=1";
     for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -70,25 +70,25 @@ void limit(__rlimit_resource resource, uint64_t most) {
 }
 
 // In the child, like everything below: only calls that are safe after a fork.
-bool enter(const program_surroundings& surroundings) {
+bool enter(const ProgramSurroundings& surroundings) {
     constexpr uid_t kNobody = 65534;
     limit(RLIMIT_CORE, 0);
-    if (surroundings.address_space) {
-        limit(RLIMIT_AS, *surroundings.address_space);
+    if (surroundings.addressSpace) {
+        limit(RLIMIT_AS, *surroundings.addressSpace);
     }
-    if (surroundings.file_size) {
-        limit(RLIMIT_FSIZE, *surroundings.file_size);
+    if (surroundings.fileSize) {
+        limit(RLIMIT_FSIZE, *surroundings.fileSize);
     }
-    if (surroundings.goes_on_at_file_size) {
+    if (surroundings.goesOnAtFileSize) {
         signal(SIGXFSZ, SIG_IGN);
     }
-    return !surroundings.as_nobody || geteuid() != 0 ||
+    return !surroundings.asNobody || geteuid() != 0 ||
            (setgid(kNobody) == 0 && setuid(kNobody) == 0);
 }
 
 // Takes over the files and becomes the program.
 [[noreturn]] void become(char* const* arguments, char* const* variables, const char* folder,
-                         const program_surroundings& surroundings, int output, int errors) {
+                         const ProgramSurroundings& surroundings, int output, int errors) {
     const int input = open("/dev/null", O_RDONLY);
     // Opened with all rights: a user without any may not reach the folder that it was built in.
     const int program = open(arguments[0], O_RDONLY | O_CLOEXEC);
@@ -100,7 +100,7 @@ bool enter(const program_surroundings& surroundings) {
 }
 
 // The words in front of a program's own arguments.
-std::vector<std::string> words_to_start(const std::string& program) {
+std::vector<std::string> wordsToStart(const std::string& program) {
 #if defined(PNGSLAB_EMULATOR) // programs for another machine
     return {PNGSLAB_EMULATOR, program};
 #else
@@ -109,20 +109,20 @@ std::vector<std::string> words_to_start(const std::string& program) {
 }
 
 // Runs the file that the first word names, with the others as its arguments.
-program_outcome run_words(std::vector<std::string> words, const std::string& folder,
-                          const program_surroundings& surroundings) {
-    const temporary_file output = open_temporary_file();
-    const temporary_file errors = open_temporary_file();
+ProgramOutcome runWords(std::vector<std::string> words, const std::string& folder,
+                        const ProgramSurroundings& surroundings) {
+    const TemporaryFile output = openTemporaryFile();
+    const TemporaryFile errors = openTemporaryFile();
     std::vector<std::string> variables = environment(surroundings);
-    const std::vector<char*> argument_pointers = pointers(words);
-    const std::vector<char*> variable_pointers = pointers(variables);
+    const std::vector<char*> argumentPointers = pointers(words);
+    const std::vector<char*> variablePointers = pointers(variables);
 
     const pid_t child = fork();
     if (child < 0) {
         throw std::runtime_error("no process for a program");
     }
     if (child == 0) {
-        become(argument_pointers.data(), variable_pointers.data(), folder.c_str(), surroundings,
+        become(argumentPointers.data(), variablePointers.data(), folder.c_str(), surroundings,
                fileno(output.get()), fileno(errors.get()));
     }
     int status = 0;
@@ -136,18 +136,18 @@ program_outcome run_words(std::vector<std::string> words, const std::string& fol
 
 } // namespace
 
-program_outcome run_program(const std::string& program, const std::vector<std::string>& arguments,
-                            const std::string& folder, const program_surroundings& surroundings) {
-    std::vector<std::string> words = words_to_start(program);
+ProgramOutcome runProgram(const std::string& program, const std::vector<std::string>& arguments,
+                          const std::string& folder, const ProgramSurroundings& surroundings) {
+    std::vector<std::string> words = wordsToStart(program);
     words.insert(words.end(), arguments.begin(), arguments.end());
-    return run_words(words, folder, surroundings);
+    return runWords(words, folder, surroundings);
 }
 
-program_outcome run_in_shell(const std::string& commands, const std::string& name,
-                             const std::string& program, const std::string& folder) {
+ProgramOutcome runInShell(const std::string& commands, const std::string& name,
+                          const std::string& program, const std::string& folder) {
     std::string function = name + "() {";
-    for (const std::string& word : words_to_start(program)) {
+    for (const std::string& word : wordsToStart(program)) {
         function += " '" + word + "'";
     }
-    return run_words({"/bin/sh", "-c", function + " \"$@\"; }\n" + commands}, folder, {});
+    return runWords({"/bin/sh", "-c", function + " \"$@\"; }\n" + commands}, folder, {});
 }

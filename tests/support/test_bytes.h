@@ -13,11 +13,11 @@ using byte_vector = std::vector<uint8_t>;
 class test_rng {
 public:
     explicit test_rng(uint32_t seed)
-        : mEngine(seed) {}
-    uint32_t operator()() { return static_cast<uint32_t>(mEngine()); }
+        : m_engine(seed) {}
+    uint32_t operator()() { return static_cast<uint32_t>(m_engine()); }
 
 private:
-    std::mt19937 mEngine;
+    std::mt19937 m_engine;
 };
 
 /// Kinds of data that compressors treat differently.

@@ -9,8 +9,8 @@
 
 namespace {
 
-void expectOutcome(const program_outcome& outcome, int exitStatus, const std::string& output) {
-    EXPECT_EQ(exitStatus, outcome.exit_status);
+void expectOutcome(const ProgramOutcome& outcome, int exitStatus, const std::string& output) {
+    EXPECT_EQ(exitStatus, outcome.exitStatus);
     EXPECT_EQ(0, outcome.signal);
     EXPECT_EQ(output, outcome.output);
     EXPECT_EQ("", outcome.errors);
@@ -20,7 +20,7 @@ void expectOutcome(const program_outcome& outcome, int exitStatus, const std::st
 
 const std::string& banner() {
     static const std::string text = [] {
-        const std::string help = run_program(PNGSLAB_PROGRAM, {"--help"}, "/").output;
+        const std::string help = runProgram(PNGSLAB_PROGRAM, {"--help"}, "/").output;
         return help.substr(0, help.find("\n\nUSAGE: "));
     }();
     return text;
@@ -49,9 +49,9 @@ ConverterTest::~ConverterTest() {
     std::filesystem::remove_all(mFolder);
 }
 
-program_outcome ConverterTest::run(const std::vector<std::string>& arguments,
-                                   const program_surroundings& surroundings) const {
-    return run_program(PNGSLAB_PROGRAM, arguments, mFolder, surroundings);
+ProgramOutcome ConverterTest::run(const std::vector<std::string>& arguments,
+                                  const ProgramSurroundings& surroundings) const {
+    return runProgram(PNGSLAB_PROGRAM, arguments, mFolder, surroundings);
 }
 
 void ConverterTest::expectHelp(const std::vector<std::string>& arguments) const {
@@ -76,8 +76,8 @@ void ConverterTest::expectError(const std::vector<std::string>& arguments,
 }
 
 void ConverterTest::expectAbnormalEnd(const std::vector<std::string>& arguments) const {
-    const program_outcome outcome = run(arguments);
-    EXPECT_EQ(SIGABRT, outcome.signal) << "exit status " << outcome.exit_status;
+    const ProgramOutcome outcome = run(arguments);
+    EXPECT_EQ(SIGABRT, outcome.signal) << "exit status " << outcome.exitStatus;
     EXPECT_EQ(std::string::npos, outcome.output.find("ERROR"));
     // Nothing else may speak up than a sanitizer about a block that cannot be had, or an emulator.
     EXPECT_TRUE(outcome.errors.empty() || outcome.errors.starts_with("=====") ||

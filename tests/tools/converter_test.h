@@ -23,8 +23,8 @@ protected:
     ConverterTest();
     ~ConverterTest() override;
 
-    program_outcome run(const std::vector<std::string>& arguments,
-                        const program_surroundings& surroundings = {}) const;
+    ProgramOutcome run(const std::vector<std::string>& arguments,
+                       const ProgramSurroundings& surroundings = {}) const;
 
     /// Runs that end in every way there is; standard output and error are compared to the byte.
     void expectHelp(const std::vector<std::string>& arguments) const;

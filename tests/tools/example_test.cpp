@@ -96,18 +96,18 @@ Counts expectEllipse(const PlainPicture& before, const PlainPicture& after,
 
 class Example : public ConverterTest {
 protected:
-    program_outcome draw(const std::vector<std::string>& names) const {
+    ProgramOutcome draw(const std::vector<std::string>& names) const {
         std::vector<std::string> arguments;
         for (const std::string& name : names) {
             arguments.push_back(path(name).string());
         }
-        return run_program(PNGSLAB_EXAMPLE, arguments, "/");
+        return runProgram(PNGSLAB_EXAMPLE, arguments, "/");
     }
 
     void expectEnd(int exitStatus, const std::string& output,
                    const std::vector<std::string>& names) const {
-        const program_outcome outcome = draw(names);
-        EXPECT_EQ(exitStatus, outcome.exit_status);
+        const ProgramOutcome outcome = draw(names);
+        EXPECT_EQ(exitStatus, outcome.exitStatus);
         EXPECT_EQ(output, outcome.output);
         EXPECT_EQ("", outcome.errors);
     }
@@ -117,7 +117,7 @@ protected:
                         const std::vector<std::string>& options) const {
         std::vector<std::string> arguments = {"--image", image, "--output", output};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        EXPECT_EQ(0, run(arguments).exit_status);
+        EXPECT_EQ(0, run(arguments).exitStatus);
         return read(output);
     }
 

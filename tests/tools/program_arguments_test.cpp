@@ -33,7 +33,7 @@ TEST_F(ProgramArguments, ShowTheHelpScreen) {
 
 TEST_F(ProgramArguments, ShowTheSameProgramNameWhateverTheFileIsCalled) {
     std::filesystem::create_symlink(PNGSLAB_PROGRAM, path("another-name"));
-    const program_outcome outcome = run_program(path("another-name"), {"--help"}, "/");
+    const ProgramOutcome outcome = runProgram(path("another-name"), {"--help"}, "/");
     EXPECT_EQ(banner() + usageScreen() + "\n\n", outcome.output);
 }
 

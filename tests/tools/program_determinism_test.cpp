@@ -24,7 +24,7 @@ png_maker anyImage(test_rng& rng) {
 
 // Damage behind the checksums: a few bytes of some chunk, or a shorter stream of image data.
 byte_vector damaged(const png_maker& maker, test_rng& rng) {
-    std::vector<png_chunk> chunks = maker.chunks();
+    std::vector<png_chunk_t> chunks = maker.chunks();
     byte_vector& data = chunks[random_between(rng, 0, 3) == 0 ? 0 : rng() % chunks.size()].data;
     for (uint32_t i = random_between(rng, 0, 3); i > 0 && !data.empty(); --i) {
         data[rng() % data.size()] = static_cast<uint8_t>(rng());
@@ -45,7 +45,7 @@ protected:
         if (alphaOnly) {
             arguments.push_back("--alphaonly");
         }
-        const program_outcome outcome = run(arguments, {.variables = {"MALLOC_PERTURB_=" + fill}});
+        const ProgramOutcome outcome = run(arguments, {.variables = {"MALLOC_PERTURB_=" + fill}});
         EXPECT_EQ(0, outcome.signal);
         EXPECT_EQ("", outcome.errors);
         return outcome.output;

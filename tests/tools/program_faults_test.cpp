@@ -17,7 +17,7 @@ protected:
         std::filesystem::permissions(path(""), std::filesystem::perms::all);
         write("in.png", png().rgba(100, 100).bytes());
     }
-    program_outcome convert(const program_surroundings& surroundings) const {
+    ProgramOutcome convert(const ProgramSurroundings& surroundings) const {
         return run({"--image", "in.png", "--output", "out"}, surroundings);
     }
     std::string success() const {
@@ -28,8 +28,8 @@ protected:
 
 TEST_F(ProgramFaults, ReportAnInputThatMayNotBeRead) {
     std::filesystem::permissions(path("in.png"), std::filesystem::perms::none);
-    const program_outcome outcome = convert({.as_nobody = true});
-    EXPECT_EQ(1, outcome.exit_status);
+    const ProgramOutcome outcome = convert({.asNobody = true});
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ(banner() + "\n\nERROR: cannot open input file 'in.png'\n\n", outcome.output);
     EXPECT_FALSE(exists("out"));
 }
@@ -37,35 +37,35 @@ TEST_F(ProgramFaults, ReportAnInputThatMayNotBeRead) {
 TEST_F(ProgramFaults, ReportAnOutputThatMayNotBeWritten) {
     write("out", {'o', 'l', 'd'});
     std::filesystem::permissions(path("out"), std::filesystem::perms::owner_read);
-    const program_outcome outcome = convert({.as_nobody = true});
-    EXPECT_EQ(1, outcome.exit_status);
+    const ProgramOutcome outcome = convert({.asNobody = true});
+    EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ(banner() + "\n\nERROR: cannot open input file 'out'\n\n", outcome.output);
     EXPECT_EQ((byte_vector{'o', 'l', 'd'}), read("out"));
 }
 
 // The write is not looked at: what fits is left, and the full size is reported.
 TEST_F(ProgramFaults, ReportSuccessAfterAShortWrite) {
-    const program_outcome outcome = convert({.file_size = 8192, .goes_on_at_file_size = true});
-    EXPECT_EQ(0, outcome.exit_status);
+    const ProgramOutcome outcome = convert({.fileSize = 8192, .goesOnAtFileSize = true});
+    EXPECT_EQ(0, outcome.exitStatus);
     EXPECT_EQ(success(), outcome.output);
     EXPECT_EQ(8192U, read("out").size());
 }
 
 TEST_F(ProgramFaults, EndByTheSignalOfAFileSizeLimit) {
-    EXPECT_EQ(SIGXFSZ, convert({.file_size = 8192}).signal);
+    EXPECT_EQ(SIGXFSZ, convert({.fileSize = 8192}).signal);
     EXPECT_EQ(8192U, read("out").size());
 }
 
 // Messages go nowhere; the surface and the exit status are the same.
 TEST_F(ProgramFaults, ConvertWithStandardOutputClosedOrFull) {
-    EXPECT_EQ(0, convert({}).exit_status);
+    EXPECT_EQ(0, convert({}).exitStatus);
     const byte_vector expected = read("out");
     for (const std::string redirection : {">&-", ">/dev/full", "<&- >&-"}) {
         std::filesystem::remove(path("out"));
         const auto exitStatus = [&](const std::string& arguments) {
-            return run_in_shell("pngslab " + arguments + ' ' + redirection, "pngslab",
-                                PNGSLAB_PROGRAM, path(""))
-                .exit_status;
+            return runInShell("pngslab " + arguments + ' ' + redirection, "pngslab",
+                              PNGSLAB_PROGRAM, path(""))
+                .exitStatus;
         };
         EXPECT_EQ(0, exitStatus("--image in.png --output out")) << redirection;
         EXPECT_EQ(expected, read("out")) << redirection;
@@ -79,15 +79,15 @@ TEST_F(ProgramFaults, ConvertWithStandardOutputClosedOrFull) {
 #if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
 TEST_F(ProgramFaults, EndAbnormallyWithoutMemory) {
     write("in.png", png().rgba(1, 1).declared_size(8192, 8192).bytes());
-    const program_outcome outcome = convert({.address_space = 64 << 20});
+    const ProgramOutcome outcome = convert({.addressSpace = 64 << 20});
     EXPECT_EQ(SIGABRT, outcome.signal);
     EXPECT_EQ("", outcome.errors);
     EXPECT_EQ(byte_vector(), read("out"));
 }
 
 TEST_F(ProgramFaults, GetAlongWithLittleMemory) {
-    const program_outcome outcome = convert({.address_space = 64 << 20});
-    EXPECT_EQ(0, outcome.exit_status);
+    const ProgramOutcome outcome = convert({.addressSpace = 64 << 20});
+    EXPECT_EQ(0, outcome.exitStatus);
     EXPECT_EQ(success(), outcome.output);
 }
 #endif

@@ -166,9 +166,9 @@ TEST_F(ProgramFiles, EndAbnormallyWhenTheInputHasNoSize) {
 // memory.
 TEST_F(ProgramFiles, NeverConvertAFolder) {
     std::filesystem::create_directory(path("in.png"));
-    const program_outcome outcome = run({"--image", "in.png", "--output", "out"});
+    const ProgramOutcome outcome = run({"--image", "in.png", "--output", "out"});
     EXPECT_TRUE(outcome.signal == SIGABRT ||
-                (outcome.exit_status == 1 &&
+                (outcome.exitStatus == 1 &&
                  outcome.output == banner() + "\n\nERROR: cannot read input file 'in.png'\n\n"));
     EXPECT_EQ(byte_vector(), read("out"));
 }
