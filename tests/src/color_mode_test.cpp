@@ -19,8 +19,9 @@ using Mode = DsColorMode;
 void expectColor(const DsColor& expected, const DsColor& actual, uint32_t stored) {
     EXPECT_TRUE(expected.alpha == actual.alpha && expected.red == actual.red &&
                 expected.green == actual.green && expected.blue == actual.blue)
-        << "stored " << stored << " gives " << actual.alpha << ", " << actual.red << ", "
-        << actual.green << ", " << actual.blue;
+        << "stored " << stored << ", expected " << expected.alpha << ", " << expected.red << ", "
+        << expected.green << ", " << expected.blue << ", got " << actual.alpha << ", " << actual.red
+        << ", " << actual.green << ", " << actual.blue;
 }
 
 // Calls `check` with every pair of a channel's 8-bit values beside fixed other channels, so that
@@ -65,6 +66,7 @@ template <Mode mode>
 void expectBytesInMemory(const std::array<uint8_t, 4>& pixel) {
     const uint32_t size = bytesPerPixel(mode);
     uint32_t value = 0;
+    SCOPED_TRACE(testing::Message() << "mode " << static_cast<uint32_t>(mode));
     for (uint32_t i = size; i-- > 0;) {
         value = value * 256 + pixel[i];
     }
@@ -111,13 +113,13 @@ TEST(ColorMode, ReadsTheColorWordFromAlphaInItsLowestByteToBlueInItsHighest) {
 
 TEST(ChannelRules, WidenByTheirFormulas) {
     for (uint32_t c = 0; c < 32; ++c) {
-        EXPECT_EQ((c * 527 + 23) / 64, widen5(c));
+        EXPECT_EQ((c * 527 + 23) / 64, widen5(c)) << c;
     }
     for (uint32_t c = 0; c < 64; ++c) {
-        EXPECT_EQ((c * 259 + 33) / 64, widen6(c));
+        EXPECT_EQ((c * 259 + 33) / 64, widen6(c)) << c;
     }
     for (uint32_t c = 0; c < 16; ++c) {
-        EXPECT_EQ(c * 16 + c, widen4(c));
+        EXPECT_EQ(c * 16 + c, widen4(c)) << c;
     }
 }
 
@@ -132,12 +134,12 @@ TEST(ChannelRules, WidenTheEndsOfTheRangeToItsEnds) {
 
 TEST(ChannelRules, NarrowEvery8BitValueByTheirFormulasIntoTheField) {
     for (uint32_t v = 0; v < 256; ++v) {
-        EXPECT_EQ((v * 249 + 1014) / 2048, narrowTo5(v));
-        EXPECT_EQ((v * 253 + 505) / 1024, narrowTo6(v));
-        EXPECT_EQ((v * 15 + 135) / 256, narrowTo4(v));
-        EXPECT_LT(narrowTo5(v), 32U);
-        EXPECT_LT(narrowTo6(v), 64U);
-        EXPECT_LT(narrowTo4(v), 16U);
+        EXPECT_EQ((v * 249 + 1014) / 2048, narrowTo5(v)) << v;
+        EXPECT_EQ((v * 253 + 505) / 1024, narrowTo6(v)) << v;
+        EXPECT_EQ((v * 15 + 135) / 256, narrowTo4(v)) << v;
+        EXPECT_LT(narrowTo5(v), 32U) << v;
+        EXPECT_LT(narrowTo6(v), 64U) << v;
+        EXPECT_LT(narrowTo4(v), 16U) << v;
     }
 }
 
@@ -277,7 +279,7 @@ TEST(ModeTraits, NameEveryModeOfTheEnumeration) {
     EXPECT_STREQ("ARGB8888", kModeNames[0]);
     EXPECT_STREQ("A8", kModeNames[9]);
     for (uint32_t mode = 0; mode < kColorModeCount; ++mode) {
-        EXPECT_EQ(kPixelBytes[mode], bytesPerPixel(Mode{mode}));
+        EXPECT_EQ(kPixelBytes[mode], bytesPerPixel(Mode{mode})) << mode;
         EXPECT_EQ(mode == 5 || mode == 7, mayHavePalette(Mode{mode})) << mode;
     }
     EXPECT_FALSE(mayHavePalette(Mode{10}));

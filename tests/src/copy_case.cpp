@@ -1,8 +1,8 @@
 // Making and checking kernel calls.
 #include "tests/src/copy_case.h"
 
-#include "tests/src/same_bytes.h"
 #include "tests/support/each_backend.h"
+#include "tests/support/same_bytes.h"
 
 #include <sstream>
 #include <string>
@@ -55,12 +55,18 @@ byte_vector plainResult(const CopyKernel& kernel, const PlainCopy& copy, const P
     return block;
 }
 
-std::string describe(const PlainCopy& copy, uint32_t width, uint32_t height) {
+std::string describe(const CopyKernel& kernel, const PlainCopy& copy, uint32_t width,
+                     uint32_t height) {
     std::ostringstream text;
-    text << "mode " << static_cast<uint32_t>(copy.source) << " into "
-         << static_cast<uint32_t>(copy.target) << ", " << width << " by " << height
-         << ", alpha mode " << copy.alphaMode << ", color " << copy.color;
+    text << modeName(copy.source) << (kernel.run == blendPixels ? " over " : " into ")
+         << modeName(copy.target) << ", " << width << " x " << height << ", alpha mode "
+         << copy.alphaMode << ", color 0x" << std::hex << copy.color;
     return text.str();
+}
+
+pixel_layout_t layoutOf(DsColorMode mode, const PixelRect& rect, uint32_t width, uint32_t height) {
+    const uint64_t size = plainPixelSize(mode);
+    return {width, height, rect.pitch * size, size, rect.start};
 }
 
 } // namespace
@@ -88,9 +94,11 @@ void expectCopy(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect
         kernel.run(block.data() + target.start, target.pitch, copy.target,
                    tightSource.data() + source.start, source.pitch, copy.source, width, height,
                    copy.alphaMode, copy.color);
-        EXPECT_TRUE(sameBytes(expected, block)) << describe(copy, width, height);
+        EXPECT_TRUE(same_pixels(expected, block, layoutOf(copy.target, target, width, height)))
+            << describe(kernel, copy, width, height);
     });
-    EXPECT_EQ(source.block, tightSource);
+    EXPECT_TRUE(same_bytes(source.block, tightSource))
+        << "the source, " << describe(kernel, copy, width, height);
 }
 
 void expectCopiesOfAllModes(const CopyKernel& kernel, uint32_t seed) {
@@ -125,7 +133,8 @@ void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed) {
                     uint8_t* pixels = block.data() + rect.start;
                     kernel.run(pixels, rect.pitch, mode, pixels, rect.pitch, mode, width, 2,
                                alphaMode, copy.color);
-                    EXPECT_TRUE(sameBytes(expected, block)) << describe(copy, width, 2);
+                    EXPECT_TRUE(same_pixels(expected, block, layoutOf(mode, rect, width, 2)))
+                        << "in place, " << describe(kernel, copy, width, 2);
                 });
                 ASSERT_FALSE(testing::Test::HasFailure());
             }

@@ -276,6 +276,7 @@ TEST(Ellipse, IsCopiedByValue) {
 TEST(Ellipse, RecomputesItsCachedValuesWithTheRadii) {
     test_rng random(81);
     for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse plain = randomEllipse(random);
         DsEllipse ellipse({plain.centerX, plain.centerY}, {1, 2});
         ellipse.setRadii({plain.radiusX, plain.radiusY});
@@ -285,6 +286,7 @@ TEST(Ellipse, RecomputesItsCachedValuesWithTheRadii) {
 
 TEST(Ellipse, KeepsWhateverRadiiItIsGiven) {
     for (const float radius : {0.0F, -0.0F, -3.0F, kInf, kNan, 1e30F, 1e-30F}) {
+        SCOPED_TRACE(testing::Message() << "radius " << radius);
         DsEllipse ellipse({1, 2}, {4, 5});
         ellipse.setRadii({radius, 3});
         expectFields({1, 2, radius, 3}, ellipse);
@@ -296,6 +298,7 @@ TEST(Ellipse, KeepsWhateverRadiiItIsGiven) {
 TEST(EllipseFromRect, FormsTheCenterInDoublePrecision) {
     test_rng random(82);
     for (int round = 0; round < 5000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse numbers = randomEllipse(random);
         const float x = numbers.centerX * 100, y = numbers.centerY * 100;
         const float w = numbers.radiusX, h = numbers.radiusY;
@@ -327,6 +330,7 @@ TEST(EllipseBounds, AreCenterLessRadiiAndTwiceTheRadii) {
     expectRectF(DsFRect(0, 0, 10, 6), smallEllipse().bounds());
     test_rng random(83);
     for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse e = randomEllipse(random);
         expectRectF(DsFRect(e.centerX - e.radiusX, e.centerY - e.radiusY, e.radiusX + e.radiusX,
                             e.radiusY + e.radiusY),
@@ -337,6 +341,7 @@ TEST(EllipseBounds, AreCenterLessRadiiAndTwiceTheRadii) {
 TEST(EllipseMoveBy, MovesTheCenterAndReturnsTheBounds) {
     test_rng random(84);
     for (int round = 0; round < 1000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse e = randomEllipse(random);
         const DsFPoint offset = {randomNumber(random, 100), randomNumber(random, 100)};
         DsEllipse ellipse = ellipseOf(e);
@@ -349,6 +354,7 @@ TEST(EllipseMoveBy, MovesTheCenterAndReturnsTheBounds) {
 TEST(EllipseMapping, TurnsTheCenterBetweenPixelsAndExchangesTheRadii) {
     test_rng random(85);
     for (int round = 0; round < 500; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse e = randomEllipse(random);
         const auto width = static_cast<int32_t>(random());
         const auto height = static_cast<int32_t>(random() % 5000);
@@ -397,6 +403,7 @@ TEST(EllipseSpans, HaveTheKnownExamples) {
 TEST(EllipseSpans, FollowTheOrderOfOperationsBitByBit) {
     test_rng random(86);
     for (int round = 0; round < 30000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse plain = randomEllipse(random);
         const DsEllipse ellipse = ellipseOf(plain);
         const float x = plain.centerX + plain.radiusX * randomNumber(random, 1.1F);
@@ -411,6 +418,7 @@ TEST(EllipseSpans, FollowTheOrderOfOperationsBitByBit) {
 TEST(EllipseSpans, LieOnTheTrueEllipseWithinRounding) {
     test_rng random(87);
     for (int round = 0; round < 30000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         PlainEllipse plain = randomEllipse(random);
         plain.centerX = plain.centerY = 0;
         const float x = plain.radiusX * randomNumber(random, 1.0F);
@@ -440,6 +448,7 @@ TEST(EllipseSpans, IncludeBothEndsOfTheRadius) {
 TEST(EllipseSpans, AreEmptyForNanAndInfinity) {
     const DsEllipse ellipse = smallEllipse();
     for (const float number : {kNan, kInf, -kInf}) {
+        SCOPED_TRACE(testing::Message() << "number " << number);
         expectSpan(kInf, -kInf, ellipse.verticalSpanAt(number));
         expectSpan(kInf, -kInf, ellipse.horizontalSpanAt(number));
     }
@@ -482,6 +491,7 @@ TEST(EllipsePolar, HasTheKnownExamples) {
 TEST(EllipsePolar, FollowsTheOrderOfOperationsBitByBit) {
     test_rng random(88);
     for (int round = 0; round < 20000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse plain = randomEllipse(random);
         const DsEllipse ellipse = ellipseOf(plain);
         const float angle = randomAngle(random);
@@ -493,6 +503,7 @@ TEST(EllipsePolar, FollowsTheOrderOfOperationsBitByBit) {
 TEST(EllipsePolar, LiesOnTheTrueEllipseWithinRounding) {
     test_rng random(89);
     for (int round = 0; round < 20000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         PlainEllipse plain = randomEllipse(random);
         plain.radiusX += 0.01F;
         plain.radiusY += 0.01F;
@@ -512,6 +523,7 @@ TEST(EllipsePolar, LiesOnTheTrueEllipseWithinRounding) {
 TEST(EllipsePolar, IsNanForNanAndInfiniteAngles) {
     const DsEllipse ellipse = smallEllipse();
     for (const float angle : {kNan, kInf, -kInf}) {
+        SCOPED_TRACE(testing::Message() << "angle " << angle);
         EXPECT_TRUE(std::isnan(ellipse.radiusAt(angle)));
         expectPoint({kNan, kNan}, ellipse.pointAt(angle));
     }
@@ -551,6 +563,7 @@ TEST(ArcBounds, From0To360AreASinglePoint) {
 TEST(ArcBounds, FollowTheOrderOfOperationsBitByBit) {
     test_rng random(90);
     for (int round = 0; round < 20000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse plain = randomEllipse(random);
         const float start = randomAngle(random), end = randomAngle(random);
         const bool sector = random() % 2 == 0;
@@ -563,6 +576,7 @@ TEST(ArcBounds, FollowTheOrderOfOperationsBitByBit) {
 TEST(ArcBounds, HoldTheTrueArcWithinRounding) {
     test_rng random(91);
     for (int round = 0; round < 5000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const PlainEllipse plain = {randomNumber(random, 50), randomNumber(random, 50),
                                     std::fabs(randomNumber(random, 40)) + 1,
                                     std::fabs(randomNumber(random, 40)) + 1};
@@ -599,6 +613,7 @@ TEST(ArcBounds, EndForNanAndInfiniteAngles) {
     const DsEllipse ellipse = ellipseOf(plain);
     for (const float angle : {kNan, kInf, -kInf}) {
         for (const float other : {0.0F, 45.0F, 100.0F, 200.0F, 300.0F, kNan, kInf}) {
+            SCOPED_TRACE(testing::Message() << "other " << other);
             for (const bool sector : {false, true}) {
                 expectRectF(plain.arcBounds(sector, angle, other),
                             ellipse.arcBounds(sector, angle, other));
@@ -617,6 +632,7 @@ TEST(ArcBounds, WalkFromATinyNegativeStart) {
     const PlainEllipse plain = {5, 3, 5, 3};
     ASSERT_EQ(360.0F, plainNormalized(-0.000001F));
     for (const float end : {10.0F, 100.0F, 200.0F, 300.0F}) {
+        SCOPED_TRACE(testing::Message() << "end " << end);
         expectRectF(plain.arcBounds(false, -0.000001F, end),
                     ellipseOf(plain).arcBounds(false, -0.000001F, end));
     }
@@ -626,6 +642,7 @@ TEST(ArcBounds, WalkFromATinyNegativeStart) {
 TEST(UnitArcExtents, FollowTheOrderOfOperationsBitByBit) {
     test_rng random(92);
     for (int round = 0; round < 20000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const float start = randomAngle(random), end = randomAngle(random);
         for (const bool sector : {false, true}) {
             expectBox(plainUnitArc(sector, start, end), unitArc(sector, start, end));
@@ -662,6 +679,7 @@ TEST(UnitArcExtents, KeepSignedZeros) {
 
 TEST(UnitArcExtents, EndForNanAndInfiniteAngles) {
     for (const float angle : {kNan, kInf, -kInf}) {
+        SCOPED_TRACE(testing::Message() << "angle " << angle);
         expectBox({1, -1, 1, -1}, unitArc(false, angle, angle));
         expectBox({0, 0, 0, 0}, unitArc(true, angle, angle));
         expectBox(plainUnitArc(false, angle, 200), unitArc(false, angle, 200));

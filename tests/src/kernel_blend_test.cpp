@@ -1,8 +1,8 @@
 // The blending kernel against the plain rules: every pair of modes, every triple of bytes that the
 // colour formula can meet on opaque pixels, every pair of alphas.
 #include "tests/src/copy_case.h"
-#include "tests/src/same_bytes.h"
 #include "tests/support/each_backend.h"
+#include "tests/support/same_bytes.h"
 #include "tests/support/sanitized.h"
 
 #include <gtest/gtest.h>
@@ -56,7 +56,9 @@ void expectAllTriples(Mode target) {
             byte_vector pixels = columns;
             blendPixels(pixels.data(), 256, target, lines.data(), 256, Mode::ARGB8888, 256, 256, 0,
                         0);
-            EXPECT_TRUE(sameBytes(expected, pixels)) << "source alpha " << s;
+            const uint64_t size = plainPixelSize(target);
+            EXPECT_TRUE(same_pixels(expected, pixels, {256, 256, 256 * size, size}))
+                << "ARGB8888 over " << modeName(target) << ", source alpha " << s;
         });
         ASSERT_FALSE(testing::Test::HasFailure());
     }
@@ -91,6 +93,7 @@ TEST(BlendPixels, IsExactForAllStoredValuesOfRgb565) {
 TEST(BlendPixels, IsExactForAllPairsOfAlphas) {
     test_rng random(43);
     for (int round = 0; round < 32; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const uint32_t below = round == 0 ? 0xFFFFFF : random() % 0x1000000;
         const uint32_t above = round == 0 ? 0xFFFFFF : random() % 0x1000000;
         const byte_vector columns =
@@ -154,11 +157,12 @@ TEST(BlendPixels, PaintsTheConstantColorThroughEveryMaskOverEveryAlpha) {
 TEST(BlendPixels, LeavesOpaquePixelsUnderATransparentSource) {
     for (uint32_t level = 0; level < 256; ++level) {
         EXPECT_EQ(grey(255, level),
-                  blended(Mode::ARGB8888, Mode::ARGB8888, grey(255, level), 0x00FFFFFF));
+                  blended(Mode::ARGB8888, Mode::ARGB8888, grey(255, level), 0x00FFFFFF))
+            << "level " << level;
     }
     for (const Mode target : {Mode::RGB888, Mode::RGB565, Mode::I8}) {
         const uint32_t stored = 0x00C0FFEE % (1U << (8 * plainPixelSize(target)));
-        EXPECT_EQ(stored, blended(target, Mode::ARGB8888, stored, 0x00FFFFFF));
+        EXPECT_EQ(stored, blended(target, Mode::ARGB8888, stored, 0x00FFFFFF)) << modeName(target);
     }
 }
 
@@ -170,7 +174,8 @@ TEST(BlendPixels, WritesAnOpaqueSourceAsItIs) {
     for (uint32_t level = 0; level < 256; ++level) {
         for (const uint32_t below : {0U, 0x80123456U, 0xFFFFFFFFU}) {
             EXPECT_EQ(grey(255, level),
-                      blended(Mode::ARGB8888, Mode::ARGB8888, below, grey(255, level)));
+                      blended(Mode::ARGB8888, Mode::ARGB8888, below, grey(255, level)))
+                << "level " << level << " over " << below;
         }
     }
 }
@@ -179,15 +184,18 @@ TEST(BlendPixels, MultipliesTheSourceByItsAlphaOverTransparentPixels) {
     for (uint32_t s = 0; s < 256; ++s) {
         for (uint32_t cs = 0; cs < 256; ++cs) {
             ASSERT_EQ(grey(s, cs * s / 255),
-                      blended(Mode::ARGB8888, Mode::ARGB8888, 0x00ABCDEF, grey(s, cs)));
+                      blended(Mode::ARGB8888, Mode::ARGB8888, 0x00ABCDEF, grey(s, cs)))
+                << "level " << cs << ", alpha " << s;
         }
     }
 }
 
 TEST(BlendPixels, LetsNothingOfAnArgb1555TargetTakePart) {
     for (const uint32_t stored : {0U, 0x7FFFU, 0xFFFFU}) {
-        EXPECT_EQ(0U, blended(Mode::ARGB1555, Mode::ARGB8888, stored, 0x00FFFFFF));
-        EXPECT_EQ(24244U, blended(Mode::ARGB1555, Mode::ARGB8888, stored, 0xFFFFFFFF));
+        EXPECT_EQ(0U, blended(Mode::ARGB1555, Mode::ARGB8888, stored, 0x00FFFFFF))
+            << "over " << stored;
+        EXPECT_EQ(24244U, blended(Mode::ARGB1555, Mode::ARGB8888, stored, 0xFFFFFFFF))
+            << "over " << stored;
     }
 }
 
@@ -199,8 +207,10 @@ TEST(BlendPixels, TakesAnArgb1555SourceForTransparent) {
 
 TEST(BlendPixels, TakesModesWithoutPixelsForTransparent) {
     for (const Mode source : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
-        EXPECT_EQ(grey(255, 60), blended(Mode::ARGB8888, source, grey(255, 60), 0, 0, 0xFFFFFFFF));
-        EXPECT_EQ(grey(255, 0), blended(Mode::ARGB8888, source, grey(255, 60), 0, 1, 0xFFFFFFFF));
+        EXPECT_EQ(grey(255, 60), blended(Mode::ARGB8888, source, grey(255, 60), 0, 0, 0xFFFFFFFF))
+            << modeName(source);
+        EXPECT_EQ(grey(255, 0), blended(Mode::ARGB8888, source, grey(255, 60), 0, 1, 0xFFFFFFFF))
+            << modeName(source);
     }
 }
 
@@ -210,7 +220,8 @@ TEST(BlendPixels, WritesNothingIntoModesWithoutPixels) {
             byte_vector block(64, 9);
             const byte_vector pixels(64, 200);
             blendPixels(block.data() + 8, 4, target, pixels.data(), 4, source, 4, 4, 0, 0);
-            EXPECT_EQ(byte_vector(64, 9), block);
+            EXPECT_TRUE(same_bytes(byte_vector(64, 9), block))
+                << modeName(source) << " over " << modeName(target);
         }
     }
 }
@@ -221,7 +232,7 @@ TEST(BlendPixels, DoesNothingWithAnEmptyRectangle) {
             uint8_t byte = 77;
             blendPixels(&byte, 9, target, &byte, 9, source, 0, 5, 1, 255);
             blendPixels(&byte, 9, target, &byte, 9, source, 5, 0, 1, 255);
-            EXPECT_EQ(77, byte);
+            EXPECT_EQ(77, byte) << modeName(source) << " over " << modeName(target);
         }
     }
 }

@@ -1,6 +1,7 @@
 // The converting kernel against the plain rules: every pair of modes, every stored value of the
 // small modes, every alpha.
 #include "tests/src/copy_case.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -63,7 +64,7 @@ TEST(ConvertPixels, TakesEveryConstantAlpha) {
     for (const Mode source : kAllModes) {
         for (uint32_t constant = 0; constant < 256; ++constant) {
             const uint32_t stored = converted(Mode::ARGB8888, source, 0x13572468, 1, constant);
-            EXPECT_EQ(constant, stored >> 24);
+            EXPECT_EQ(constant, stored >> 24) << modeName(source);
         }
     }
 }
@@ -120,9 +121,9 @@ TEST(ConvertPixels, PaintsTheConstantColorThroughAnA8Source) {
 TEST(ConvertPixels, ReadsModesWithoutPixelsAsZeros) {
     const uint32_t color = plainWord({200, 1, 2, 3});
     for (const Mode source : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
-        EXPECT_EQ(0U, converted(Mode::ARGB8888, source, 0, 0, color));
-        EXPECT_EQ(0xC8000000U, converted(Mode::ARGB8888, source, 0, 1, color));
-        EXPECT_EQ(0U, converted(Mode::RGB565, source, 0, 1, color));
+        EXPECT_EQ(0U, converted(Mode::ARGB8888, source, 0, 0, color)) << modeName(source);
+        EXPECT_EQ(0xC8000000U, converted(Mode::ARGB8888, source, 0, 1, color)) << modeName(source);
+        EXPECT_EQ(0U, converted(Mode::RGB565, source, 0, 1, color)) << modeName(source);
     }
 }
 
@@ -132,7 +133,8 @@ TEST(ConvertPixels, WritesNothingIntoModesWithoutPixels) {
             byte_vector block(64, 9);
             const byte_vector pixels(64, 200);
             convertPixels(block.data() + 8, 4, target, pixels.data(), 4, source, 4, 4, 0, 0);
-            EXPECT_EQ(byte_vector(64, 9), block);
+            EXPECT_TRUE(same_bytes(byte_vector(64, 9), block))
+                << modeName(source) << " into " << modeName(target);
         }
     }
 }
@@ -143,7 +145,7 @@ TEST(ConvertPixels, DoesNothingWithAnEmptyRectangle) {
             uint8_t byte = 77;
             convertPixels(&byte, 9, target, &byte, 9, source, 0, 5, 0, 0);
             convertPixels(&byte, 9, target, &byte, 9, source, 5, 0, 0, 0);
-            EXPECT_EQ(77, byte);
+            EXPECT_EQ(77, byte) << modeName(source) << " into " << modeName(target);
         }
     }
 }

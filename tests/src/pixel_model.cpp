@@ -65,6 +65,13 @@ uint32_t plainWord(const PlainColor& color) {
     return color.alpha + (color.red << 8) + (color.green << 16) + (color.blue << 24);
 }
 
+std::string modeName(DsColorMode mode) {
+    constexpr const char* kNames[] = {"ARGB8888", "RGB888",    "RGB565", "ARGB1555",  "ARGB4444",
+                                      "I8",       "Reserved6", "AI88",   "Reserved8", "A8"};
+    const auto number = static_cast<uint32_t>(mode);
+    return number <= 9 ? kNames[number] : "mode " + std::to_string(number);
+}
+
 uint32_t plainPixelSize(DsColorMode mode) {
     constexpr uint32_t kSizes[] = {4, 3, 2, 2, 2, 1, 0, 2, 0, 1};
     const auto number = static_cast<uint32_t>(mode);

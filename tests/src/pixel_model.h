@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 
 /// Every mode, and two that are unknown.
 inline constexpr std::array kAllModes = {
@@ -28,6 +29,9 @@ struct PlainColor {
 /// The channels of a colour word, and back.
 PlainColor plainColor(uint32_t word);
 uint32_t plainWord(const PlainColor& color);
+
+/// "RGB565", or "mode 10" where there is no such mode.
+std::string modeName(DsColorMode mode);
 
 uint32_t plainPixelSize(DsColorMode mode);
 uint32_t plainLoad(DsColorMode mode, const uint8_t* pixel);

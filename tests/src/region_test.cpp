@@ -107,6 +107,7 @@ TEST(Region, NeverCorrectsNegativeSizes) {
 TEST(RectSpans, AnswerTheFullStretchWhereverTheArgumentLies) {
     const DsRect rect(10, 20, 30, 40);
     for (const float at : {0.0F, 5.0F, -1000.0F, 5000.0F, -0.0F, 25.5F}) {
+        SCOPED_TRACE(testing::Message() << "at " << at);
         expectSpan(20, 60, rect.verticalSpanAt(at));
         expectSpan(10, 40, rect.horizontalSpanAt(at));
     }
@@ -115,6 +116,7 @@ TEST(RectSpans, AnswerTheFullStretchWhereverTheArgumentLies) {
 TEST(RectSpans, AreEmptyForAnExtentBelowOne) {
     for (const int32_t extent : {0, -1, -30, kMin}) {
         for (const float at : {0.0F, 15.0F, -1000.0F, 5000.0F}) {
+            SCOPED_TRACE(testing::Message() << "at " << at);
             expectEmpty(DsRect(10, 20, extent, 40).verticalSpanAt(at));
             expectEmpty(DsRect(10, 20, 30, extent).horizontalSpanAt(at));
         }
@@ -138,6 +140,7 @@ TEST(RectSpans, AreEmptyForNan) {
 
 TEST(RectSpans, AreEmptyAtTheInfinities) {
     for (const float at : {kInf, -kInf}) {
+        SCOPED_TRACE(testing::Message() << "at " << at);
         expectEmpty(DsRect(10, 20, 30, 40).verticalSpanAt(at));
         expectEmpty(DsRect(10, 20, 30, 40).horizontalSpanAt(at));
         expectEmpty(DsFRect(10, 20, 30, 40).verticalSpanAt(at));
@@ -248,6 +251,7 @@ TEST(RectMapping, TurnsTheFloatRectangle) {
 TEST(RectMapping, WrapsIntegers) {
     test_rng random(41);
     for (int round = 0; round < 2000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const auto number = [&] { return static_cast<int32_t>(random()); };
         const int32_t W = number(), H = number(), x = number(), y = number(), w = number(),
                       h = number();
@@ -279,6 +283,7 @@ TEST(RectMapping, SubtractsFloatsFromLeftToRightInSinglePrecision) {
 TEST(RectMapping, FollowsTheSinglePrecisionFormulasOnRandomFloats) {
     test_rng random(42);
     for (int round = 0; round < 2000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const auto number = [&] { return static_cast<float>(static_cast<int32_t>(random())) / 7; };
         const auto size = static_cast<int32_t>(random());
         const float S = static_cast<float>(size);
@@ -327,6 +332,7 @@ TEST(RectMoving, ReturnsTheBoundsAfterTheMoveAndStaysMoved) {
 
 TEST(RectMoving, GivesTheLowestIntegerForWhatDoesNotFit) {
     for (const float by : {kNan, -kNan, kInf, -kInf, 3e9F, -3e9F, 2147483648.0F, 1e38F}) {
+        SCOPED_TRACE(testing::Message() << "by " << by);
         DsRect rect(0, 0, 3, 3);
         rect.moveBy({by, 0});
         expectRect(kMin, 0, 3, 3, rect);

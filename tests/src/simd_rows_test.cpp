@@ -3,9 +3,9 @@
 #include "src/internal/pixel_backend.h"
 #include "src/pixel_kernels.h"
 #include "src/simd/cpu.h"
-#include "tests/src/pixel_model.h"
-#include "tests/src/same_bytes.h"
 #include "tests/support/each_backend.h"
+#include "tests/src/pixel_model.h"
+#include "tests/support/same_bytes.h"
 #include "tests/support/sanitized.h"
 
 #include <gtest/gtest.h>
@@ -101,7 +101,7 @@ TEST(SimdRows, DoNotDependOnTheRoundingModeOfFloats) {
         blendPixels(target.data(), 1024, Mode::ARGB8888, source.data(), 1024, Mode::ARGB8888, 1024,
                     1, 0, 0);
         std::fesetround(FE_TONEAREST);
-        EXPECT_TRUE(sameBytes(expected, target));
+        EXPECT_TRUE(same_pixels(expected, target, {1024, 1, 4096, 4})) << "rounding mode " << mode;
     }
 }
 
@@ -111,7 +111,8 @@ TEST(SimdArithmetic, NeedsOnlyOneDivisionBy255OnOpaquePixels) {
         for (uint32_t cd = 0; cd < 256; ++cd) {
             for (const uint32_t cs : {0U, 1U, 100U, 254U, 255U}) {
                 ASSERT_EQ((cd * 255 * (255 - s) + cs * s * 255) / 65025,
-                          (cd * (255 - s) + cs * s) / 255);
+                          (cd * (255 - s) + cs * s) / 255)
+                    << "level " << cs << ", alpha " << s << ", over " << cd;
             }
         }
     }
@@ -156,20 +157,24 @@ TEST(Backends, AreSelectedByName) {
     EXPECT_EQ(before, activeName());
 }
 
+struct ModePair {
+    Mode target, source;
+};
+
+std::string describe(const ModePair& pair) {
+    return modeName(pair.source) + " to " + modeName(pair.target);
+}
+
 TEST(Backends, LeaveModesWithoutPixelsWithoutRows) {
     forEachBackend([] {
         for (const Mode source : kAllModes) {
             for (const Mode target : {Mode::Reserved6, Mode::Reserved8, Mode{10}}) {
-                EXPECT_EQ(nullptr, activeConvertRow(target, source));
-                EXPECT_EQ(nullptr, activeBlendRow(target, source));
+                EXPECT_EQ(nullptr, activeConvertRow(target, source)) << describe({target, source});
+                EXPECT_EQ(nullptr, activeBlendRow(target, source)) << describe({target, source});
             }
         }
     });
 }
-
-struct ModePair {
-    Mode target, source;
-};
 
 constexpr ModePair kConvertPairs[] = {{Mode::ARGB8888, Mode::ARGB8888},
                                       {Mode::ARGB8888, Mode::RGB888},
@@ -209,27 +214,26 @@ TEST(SimdRows, StandBesideThePairsThatDrawingUsesMost) {
     for (size_t i = 0; i < kBackendCount; ++i) {
         SCOPED_TRACE(backends()[i].name);
         for (const ModePair& pair : kConvertPairs) {
-            EXPECT_NE(nullptr, rowOf(pixelRows()[i]->convert, pair));
+            EXPECT_NE(nullptr, rowOf(pixelRows()[i]->convert, pair)) << describe(pair);
         }
         for (const ModePair& pair : kBlendPairs) {
-            EXPECT_NE(nullptr, rowOf(pixelRows()[i]->blend, pair));
+            EXPECT_NE(nullptr, rowOf(pixelRows()[i]->blend, pair)) << describe(pair);
         }
     }
 }
 
 // A row of `count` pixels leaves the bytes behind it alone, and is what the scalar row makes of it.
 void expectWholeRow(PixelRow row, PixelRow scalarRow, const ModePair& pair, uint32_t count) {
+    const uint32_t size = plainPixelSize(pair.target);
     const byte_vector source = make_bytes(data_kind::noise, count * plainPixelSize(pair.source), 1);
-    const byte_vector before =
-        make_bytes(data_kind::noise, count * plainPixelSize(pair.target) + 64, 2);
+    const byte_vector before = make_bytes(data_kind::noise, count * size + 64, 2);
     for (const uint32_t alphaMode : {0U, 2U}) {
         byte_vector expected = before;
         byte_vector target = before;
         scalarRow(expected.data(), source.data(), count, sourceRule(alphaMode, 0x80C0FFEE));
         row(target.data(), source.data(), count, sourceRule(alphaMode, 0x80C0FFEE));
-        ASSERT_TRUE(sameBytes(expected, target))
-            << count << " pixels, mode " << static_cast<uint32_t>(pair.source) << " into "
-            << static_cast<uint32_t>(pair.target) << ", alpha mode " << alphaMode;
+        ASSERT_TRUE(same_pixels(expected, target, {count, 1, count * size, size}))
+            << describe(pair) << ", alpha mode " << alphaMode;
     }
 }
 

@@ -2,9 +2,9 @@
 // their order, with each choice of fast paths, and with coverage that lies in the painted bytes.
 #include "src/span_fill.h"
 #include "tests/src/copy_case.h"
-#include "tests/src/pixel_model.h"
-#include "tests/src/same_bytes.h"
 #include "tests/support/each_backend.h"
+#include "tests/src/pixel_model.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -70,10 +70,11 @@ void expectPlainPainting(const SpanCase& span) {
     forEachBackend([&] {
         byte_vector block = span.block;
         paint(span, block);
-        EXPECT_TRUE(sameBytes(expected, block))
-            << "mode " << static_cast<uint32_t>(gBlendColorMode) << ", " << span.count
-            << " pixels, " << distanceOf(span) << " bytes apart, painted at " << span.destination
-            << ", coverage at " << span.coverage;
+        EXPECT_TRUE(same_bytes(expected, block))
+            << modeName(gBlendColorMode) << ", color 0x" << std::hex << gBlendColor << std::dec
+            << ", " << span.count << " pixels, " << distanceOf(span)
+            << " bytes apart, painted from byte " << span.destination << " on, coverage from byte "
+            << span.coverage << " on";
     });
 }
 
@@ -129,8 +130,9 @@ TEST(FillStateOfSpans, IsZeroAtFirst) {
 
 TEST(FillStateOfSpans, IsSetTogether) {
     for (const Mode mode : kAllModes) {
-        EXPECT_EQ(plainPixelSize(mode), setBlendColor(mode, 0x12345678));
-        EXPECT_EQ((FillState{mode, 0x12345678, plainPixelSize(mode)}), fillState());
+        EXPECT_EQ(plainPixelSize(mode), setBlendColor(mode, 0x12345678)) << modeName(mode);
+        EXPECT_EQ((FillState{mode, 0x12345678, plainPixelSize(mode)}), fillState())
+            << modeName(mode);
     }
 }
 
@@ -140,7 +142,8 @@ TEST(FillStateOfSpans, StaysAsItIsWhilePainting) {
         setBlendColor(mode, 0x40302010);
         SpanCase span = randomSpan(random, 40, 2);
         paint(span, span.block);
-        EXPECT_EQ((FillState{mode, 0x40302010, plainPixelSize(mode)}), fillState());
+        EXPECT_EQ((FillState{mode, 0x40302010, plainPixelSize(mode)}), fillState())
+            << modeName(mode);
     }
 }
 
@@ -226,7 +229,7 @@ TEST(BlendSpan, WritesNothingForACountOfZero) {
         uint8_t byte = 77;
         blendSpan(&byte, nullptr, 0);
         blendSpanStrided(&byte, 5, nullptr, 0);
-        EXPECT_EQ(77, byte);
+        EXPECT_EQ(77, byte) << modeName(mode);
     }
 }
 
@@ -237,7 +240,7 @@ TEST(BlendSpan, WritesNothingInModesWithoutPixels) {
         const byte_vector coverage(70, 255);
         blendSpan(block.data() + 60, coverage.data(), 70);
         blendSpanStrided(block.data() + 60, 1, coverage.data(), 70);
-        EXPECT_EQ(byte_vector(200, 9), block);
+        EXPECT_TRUE(same_bytes(byte_vector(200, 9), block)) << modeName(mode);
     }
 }
 
@@ -255,7 +258,8 @@ TEST(BlendSpan, TouchesNothingBehindItsPixelsAndItsCoverage) {
             });
             if (size != 0) {
                 EXPECT_EQ(slice(adjacent, (count - 1) * size, size),
-                          slice(apart, (count - 1) * 3 * size, size));
+                          slice(apart, (count - 1) * 3 * size, size))
+                    << modeName(mode) << ", the last of " << count << " pixels";
             }
         }
     }

@@ -2,14 +2,16 @@
 // drawing on them is drawing on the parent.
 #include "src/ds_surface.h"
 #include "tests/src/drawing_model.h"
-#include "tests/src/same_bytes.h"
 #include "tests/src/surface_makers.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <sstream>
+#include <string>
 
 namespace {
 
@@ -28,6 +30,18 @@ DsRect randomArea(test_rng& random) {
             randomInt(random, -3, 20)};
 }
 
+std::string describe(const DsRect& rect) {
+    std::ostringstream text;
+    text << rect.mWidth << " x " << rect.mHeight << " at (" << rect.mX << ", " << rect.mY << ")";
+    return text.str();
+}
+
+// An area of a parent, for messages.
+std::string describe(const DsSurface& parent, const DsRect& area) {
+    return describe(area) + " of " + modeName(parent.getColorMode()) + ", rotation " +
+           std::to_string(parent.getRotation()) + ", clip " + describe(parent.getClip());
+}
+
 // How far the sub-surface's pixels lie behind the parent's; a number that may be negative.
 int64_t offsetOf(const DsSurface& part, const DsSurface& parent) {
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(part.getPixels()) -
@@ -44,6 +58,7 @@ DsRect storedClip(const DsSurface& surface) {
 // Compares the clip: what the area, the parent's array and its clip share, seen from the area's
 // corner. Where an empty clip lies does not matter.
 void expectClip(const DsSurface& parent, const DsRect& area) {
+    SCOPED_TRACE(describe(parent, area));
     const DsSurface part(parent, area);
     const PlainPicture picture(parent);
     const PlainArea stored = picture.stored(plainArea(area));
@@ -59,6 +74,7 @@ void expectClip(const DsSurface& parent, const DsRect& area) {
 }
 
 void expectPlace(const DsSurface& parent, const DsRect& area) {
+    SCOPED_TRACE(describe(parent, area));
     const DsSurface part(parent, area);
     const PlainArea stored = PlainPicture(parent).stored(plainArea(area));
     EXPECT_EQ(stored.width, part.getWidth());
@@ -104,7 +120,7 @@ TEST(SubSurface, KeepsNegativeSizesWithAnEmptyClip) {
     EXPECT_EQ(0, part.getClip().mHeight);
     part.fill(0xFFFFFFFF);
     part.invert();
-    EXPECT_EQ(before, pixelBlock(parent));
+    EXPECT_TRUE(same_pixels(before, pixelBlock(parent), layout_of(parent)));
 }
 
 TEST(SubSurface, OfAQuarterTurnExchangesItsSize) {
@@ -160,7 +176,7 @@ TEST(SubSurface, DoesNotWrapAtTheEndsOfTheNumberRange) {
                 expectClip(parent, DsRect(x, x, width, width));
             }
         }
-        ASSERT_FALSE(HasFailure()) << "rotation " << rotation;
+        ASSERT_FALSE(HasFailure());
     }
 }
 
@@ -196,7 +212,8 @@ void expectDrawingOnPart(Mode mode, uint32_t rotation, test_rng& random) {
     if (visible.holds(position) && picture.holds(position)) {
         picture.set(position, stored);
     }
-    EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(parent))) << "rotation " << rotation;
+    EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(parent), layout_of(parent)))
+        << describe(parent, area) << ", drawn at (" << x << ", " << y << ")";
 }
 
 TEST(SubSurface, DrawsOnTheParentInsideItsAreaAndTheParentsClip) {
@@ -204,6 +221,7 @@ TEST(SubSurface, DrawsOnTheParentInsideItsAreaAndTheParentsClip) {
     for (const Mode mode : kModesWithPixels) {
         for (const uint32_t rotation : kRotations) {
             for (int round = 0; round < 40; ++round) {
+                SCOPED_TRACE(testing::Message() << "round " << round);
                 expectDrawingOnPart(mode, rotation, random);
             }
         }
@@ -225,12 +243,14 @@ TEST(SubSurface, InsideTheParentChangesOnlyItsOwnPixelsWhateverItsClip) {
                 picture.set(p, ~picture.get(p));
             }
         }
-        EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(parent)));
+        EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(parent), layout_of(parent)))
+            << "rotation " << rotation;
     }
 }
 
 TEST(SubSurface, OfASubSurfaceAddsUp) {
     for (const uint32_t rotation : kRotations) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         TrackedBlocks blocks;
         const DsSurface parent = makeSurface(30, 20, Mode::AI88, 4, rotation);
         const DsSurface part(parent, DsRect(5, 4, 20, 10));
@@ -261,7 +281,7 @@ TEST(SubSurface, AtTheSamePlaceIsCopiedOntoItsParent) {
     const DsSurface part(parent, DsRect(1, 2, 18, 3));
     copyPlainly(picture, {0, 0, 20, 6}, {1, 2}, part, &PlainCopy::blended, 2, 0x80);
     parent.blend(1, 2, part, 2, 0x80);
-    EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(parent)));
+    EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(parent), layout_of(parent)));
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 #include "src/ds_surface.h"
 #include "tests/src/copy_case.h"
 #include "tests/src/drawing_model.h"
-#include "tests/src/same_bytes.h"
 #include "tests/src/surface_makers.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -88,8 +88,8 @@ TEST(ReplaceColor, FollowsThePlainRuleForAllFlagsInAllModes) {
                 colorInside(picture, random), {flags % 16}, random(), {flags / 16}};
             recolor(surface, r);
             recolorPlainly(picture, r);
-            ASSERT_TRUE(sameBytes(picture.block(), pixelBlock(surface)))
-                << "mode " << static_cast<uint32_t>(mode) << ", flags " << flags;
+            ASSERT_TRUE(same_pixels(picture.block(), pixelBlock(surface), layout_of(surface)))
+                << modeName(mode) << ", flags " << flags;
         }
     }
 }
@@ -107,7 +107,8 @@ TEST(ReplaceColor, FollowsThePlainRuleForEveryStoredValueOfTheSmallModes) {
             const Recoloring r = {plainWord({255, 255, 130, 0}), {matched}, 0x12345678, {9}};
             recolor(surface, r);
             recolorPlainly(picture, r);
-            EXPECT_TRUE(sameBytes(picture.block(), pixelBlock(surface)));
+            EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(surface), layout_of(surface)))
+                << modeName(mode) << ", matched flags " << matched;
         }
     }
 }
@@ -151,7 +152,7 @@ TEST(ReplaceColor, SkipsModesWithoutPixels) {
         append(file, byte_vector(64, 9));
         DsSurface surface(file.data());
         recolor(surface, {0, {0}, 0xFFFFFFFF, {15}});
-        EXPECT_EQ(byte_vector(64, 9), slice(file, 20, 64));
+        EXPECT_TRUE(same_bytes(byte_vector(64, 9), slice(file, 20, 64))) << modeName(mode);
     }
 }
 
@@ -172,9 +173,8 @@ void expectChannelsCopied(DsSurface& target, const DsSurface& source, const Flag
         }
     }
     target.copyChannels(source, flags.alpha(), flags.red(), flags.green(), flags.blue());
-    EXPECT_TRUE(sameBytes(expected, pixelBlock(target)))
-        << "mode " << static_cast<uint32_t>(copy.source) << " into "
-        << static_cast<uint32_t>(copy.target) << ", flags " << flags.bits;
+    EXPECT_TRUE(same_pixels(expected, pixelBlock(target), layout_of(target)))
+        << modeName(copy.source) << " into " << modeName(copy.target) << ", flags " << flags.bits;
 }
 
 // Line goes with line and column with column of the stored arrays, whatever rotations and clips.

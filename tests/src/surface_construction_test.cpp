@@ -1,6 +1,7 @@
 // Surfaces coming and going: the three constructors, what the accessors say afterwards, line
 // layout, and every block that is asked for and given back.
 #include "src/ds_surface.h"
+#include "tests/src/pixel_model.h"
 #include "tests/src/surface_makers.h"
 
 #include <gtest/gtest.h>
@@ -81,6 +82,7 @@ TEST(SurfaceConstruction, LaysItsFieldsOutInTheirOrder) {
 TEST(SurfaceConstruction, ExchangesTheStoredSizeForQuarterTurnsOnly) {
     TrackedBlocks blocks;
     for (const uint32_t rotation : {90U, 270U}) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const DsSurface surface = makeSurface(10, 4, Mode::RGB565, 1, rotation);
         EXPECT_EQ(4, surface.getWidth());
         EXPECT_EQ(10, surface.getHeight());
@@ -93,6 +95,7 @@ TEST(SurfaceConstruction, ExchangesTheStoredSizeForQuarterTurnsOnly) {
         expectRect(0, 0, 10, 4, surface.getClip());
     }
     for (const uint32_t rotation : {0U, 180U}) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const DsSurface surface = makeSurface(10, 4, Mode::RGB565, 1, rotation);
         EXPECT_EQ(10, surface.getWidth());
         EXPECT_EQ(4, surface.getHeight());
@@ -103,6 +106,7 @@ TEST(SurfaceConstruction, ExchangesTheStoredSizeForQuarterTurnsOnly) {
 TEST(SurfaceConstruction, KeepsAnyOtherRotationAndTreatsItAsNone) {
     TrackedBlocks blocks;
     for (const uint32_t rotation : {1U, 45U, 89U, 360U, 450U, 0xFFFFFFFFU}) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const DsSurface surface = makeSurface(10, 4, Mode::A8, 1, rotation);
         EXPECT_EQ(rotation, surface.getRotation());
         EXPECT_EQ(10, surface.getWidth());
@@ -145,7 +149,9 @@ TEST(SurfaceStride, FollowsTheRowUnitForEveryModeAndAlignment) {
                 const uint64_t stride =
                     plainStride(static_cast<uint64_t>(width), bytesPerPixel(mode), alignment);
                 const DsSurface surface = makeSurface(width, 1, mode, alignment);
-                ASSERT_EQ(stride, surface.getStride()) << width << " pixels, by " << alignment;
+                SCOPED_TRACE(testing::Message() << modeName(mode) << ", " << width
+                                                << " pixels, alignment " << alignment);
+                ASSERT_EQ(stride, surface.getStride());
                 ASSERT_EQ(stride / bytesPerPixel(mode), surface.getPitch());
                 ASSERT_EQ(stride, surface.getDataSize());
                 ASSERT_EQ(stride, probe.computeStride(width));
@@ -159,8 +165,10 @@ TEST(SurfaceStride, IsAMultipleOfPixelSizeAndAlignmentForPowersOfTwo) {
     for (const Mode mode : kModesWithPixels) {
         for (uint32_t alignment = 1; alignment <= 4096; alignment *= 2) {
             const uint64_t unit = std::lcm<uint64_t>(alignment, bytesPerPixel(mode));
-            EXPECT_EQ(unit, makeSurface(1, 1, mode, alignment).getStride());
-            EXPECT_EQ(0U, makeSurface(1, 0, mode, alignment).computeStride(0));
+            EXPECT_EQ(unit, makeSurface(1, 1, mode, alignment).getStride())
+                << modeName(mode) << ", alignment " << alignment;
+            EXPECT_EQ(0U, makeSurface(1, 0, mode, alignment).computeStride(0))
+                << modeName(mode) << ", alignment " << alignment;
         }
     }
 }
@@ -188,6 +196,7 @@ TEST(SurfaceStride, HasTheKnownExamples) {
 TEST(SurfaceStride, IsZeroForModesWithoutPixels) {
     TrackedBlocks blocks;
     for (const Mode mode : kModesWithoutPixels) {
+        SCOPED_TRACE(modeName(mode));
         const DsSurface surface = makeSurface(10, 4, mode, 4, 0, 6);
         EXPECT_EQ(0U, surface.getBytesPerPixel());
         EXPECT_EQ(0U, surface.getStride());
@@ -226,6 +235,7 @@ TEST(SurfaceStride, IsComputedIn64Bits) {
 
 TEST(SurfaceBlocks, AskForLinesAndExtraBytesRoundedUpToFour) {
     for (uint64_t extra = 0; extra <= 9; ++extra) {
+        SCOPED_TRACE(testing::Message() << "extra bytes " << extra);
         TrackedBlocks blocks;
         const DsSurface surface = makeSurface(3, 2, Mode::RGB888, 1, 0, extra);
         ASSERT_EQ(1U, blocks.requests.size());
@@ -236,6 +246,7 @@ TEST(SurfaceBlocks, AskForLinesAndExtraBytesRoundedUpToFour) {
 
 TEST(SurfaceBlocks, AskForAPaletteInPaletteModesOnly) {
     for (const Mode mode : kModesWithPixels) {
+        SCOPED_TRACE(modeName(mode));
         TrackedBlocks blocks;
         const DsSurface surface = makePaletteSurface(mode, 0, 256);
         const bool palette = mode == Mode::I8 || mode == Mode::AI88;

@@ -2,8 +2,8 @@
 // against drawing pixel by pixel in the caller's coordinates, and at the ends of the number range.
 #include "src/ds_surface.h"
 #include "tests/src/drawing_model.h"
-#include "tests/src/same_bytes.h"
 #include "tests/src/surface_makers.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -49,7 +49,8 @@ struct Scene {
         }
     }
     testing::AssertionResult isAsExpected() const {
-        return sameBytes(picture.block(), pixelBlock(target));
+        return same_pixels(picture.block(), pixelBlock(target), layout_of(target))
+               << ", " << modeName(target.getColorMode()) << ", rotation " << target.getRotation();
     }
 
     TrackedBlocks blocks;
@@ -85,7 +86,8 @@ TEST(SetPixel, WritesOnePixelInsideTheClipInEveryModeAndRotation) {
                 if (scene.clip.holds({x, y}) && scene.picture.holds({x, y})) {
                     scene.picture.set({x, y}, plainEncode(mode, plainColor(color)));
                 }
-                ASSERT_TRUE(scene.isAsExpected()) << x << ", " << y << ", rotation " << rotation;
+                ASSERT_TRUE(scene.isAsExpected())
+                    << "set (" << x << ", " << y << "), round " << round;
             }
         }
     }
@@ -115,7 +117,7 @@ TEST(SetPixel, WritesNothingAtTheEndsOfTheNumberRange) {
                 scene.target.setPixel(near, far, 0xFFFFFFFF);
             }
         }
-        EXPECT_TRUE(scene.isAsExpected()) << rotation;
+        EXPECT_TRUE(scene.isAsExpected());
     }
 }
 
@@ -144,7 +146,7 @@ TEST(Fill, WritesTheClipInEveryModeAndRotation) {
                         scene.picture.set(p, plainEncode(mode, plainColor(color)));
                     }
                 }
-                ASSERT_TRUE(scene.isAsExpected()) << static_cast<uint32_t>(mode);
+                ASSERT_TRUE(scene.isAsExpected()) << "round " << round;
             }
         }
     }
@@ -160,7 +162,8 @@ TEST(Fill, WritesNothingThroughAnEmptyClip) {
             Scene scene(7, 5, Mode::RGB888, rotation, random);
             scene.setClip(area);
             scene.target.fill(0xFFFFFFFF);
-            EXPECT_TRUE(scene.isAsExpected());
+            EXPECT_TRUE(scene.isAsExpected()) << "clip " << area.mWidth << " x " << area.mHeight
+                                              << " at (" << area.mX << ", " << area.mY << ")";
         }
     }
 }
@@ -186,7 +189,7 @@ TEST(Fill, WritesNothingInModesWithoutPixels) {
         view.fill(0xFFFFFFFF);
         view.setPixel(1, 1, 0xFFFFFFFF);
         view.invert();
-        EXPECT_EQ(byte_vector(64, 9), slice(file, 20, 64));
+        EXPECT_TRUE(same_bytes(byte_vector(64, 9), slice(file, 20, 64))) << modeName(mode);
     }
 }
 
@@ -209,10 +212,10 @@ void expectCopyAt(Scene& scene, const Copying& copying, const PlainPoint& positi
     (scene.target.*copying.run)(static_cast<int32_t>(position.x), static_cast<int32_t>(position.y),
                                 source, alphaMode, color);
     EXPECT_TRUE(scene.isAsExpected())
-        << "mode " << static_cast<uint32_t>(source.getColorMode()) << " into "
-        << static_cast<uint32_t>(scene.target.getColorMode()) << " at " << position.x << ", "
-        << position.y << ", rotations " << source.getRotation() << " and "
-        << scene.target.getRotation();
+        << modeName(source.getColorMode()) << ", rotation " << source.getRotation() << ", "
+        << source.getWidth() << " x " << source.getHeight() << " as stored, drawn at ("
+        << position.x << ", " << position.y << "), alpha mode " << alphaMode << ", color 0x"
+        << std::hex << color;
 }
 
 // One copy of random sizes at a random place.
@@ -264,7 +267,8 @@ TEST(Blit, PutsThePictureThatTheCallerSeesWhereTheCallerAsks) {
                     scene.picture.set({x + p.x, y + p.y}, shown.get(p));
                 }
             }
-            ASSERT_TRUE(scene.isAsExpected()) << "rotation " << rotation;
+            ASSERT_TRUE(scene.isAsExpected())
+                << "drawn at (" << x << ", " << y << "), round " << round;
         }
     }
 }
@@ -302,6 +306,7 @@ TEST(Copies, StayInsideTheSourceWhereRotationsDiffer) {
         for (const uint32_t sourceRotation : {0U, 90U, 180U, 270U, 12U}) {
             for (const Mode mode : {Mode::ARGB8888, Mode::RGB565, Mode::A8}) {
                 for (int round = 0; round < 10; ++round) {
+                    SCOPED_TRACE(testing::Message() << "round " << round);
                     expectRandomCopy(kBlit, Mode::ARGB8888, mode, targetRotation, sourceRotation,
                                      random);
                     expectRandomCopy(kBlendOver, mode, Mode::ARGB8888, targetRotation,
@@ -337,7 +342,7 @@ TEST(Copies, OfEnormousSourcesDoNotWrapIntoThePicture) {
             scene.target.blend(0, far, source.surface, 1, 255);
             scene.target.blit(far, far, source.surface, 0, 0);
         }
-        EXPECT_TRUE(scene.isAsExpected()) << rotation;
+        EXPECT_TRUE(scene.isAsExpected());
     }
 }
 
@@ -400,7 +405,8 @@ TEST(Copies, DoNotLookAtThePaletteOfTheSource) {
         std::copy(palette.begin(), palette.end(), source.getPalette());
         expectCopyAt(scene, kBlit, {1, 1}, source, 0, 0);
         expectCopyAt(scene, kBlendOver, {-1, -1}, source, 0, 0);
-        EXPECT_EQ(palette, byte_vector(source.getPalette(), source.getPalette() + 1024));
+        EXPECT_TRUE(same_bytes(palette, {source.getPalette(), source.getPalette() + 1024}))
+            << "palette of " << modeName(mode);
     }
 }
 
@@ -489,8 +495,11 @@ void expectAligned(Scene& scene, const DsSurface& source, const Placement& place
     scene.target.blendAligned(source, 2, 0x12345680, placement.area, placement.flags, placement.dx,
                               placement.dy);
     copyPlainly(scene.picture, scene.clip, position, source, &PlainCopy::blended, 2, 0x12345680);
+    const DsRect& area = placement.area;
     EXPECT_TRUE(scene.isAsExpected())
-        << "flags " << int{placement.flags} << ", rotation " << scene.target.getRotation();
+        << width << " x " << height << " aligned in " << area.mWidth << " x " << area.mHeight
+        << " at (" << area.mX << ", " << area.mY << "), flags " << int{placement.flags}
+        << ", moved by (" << placement.dx << ", " << placement.dy << ")";
 }
 
 TEST(BlendAligned, PlacesTheSourceByEveryFlag) {
@@ -543,6 +552,7 @@ TEST(BlendAligned, DoesNotWrapAtTheEndsOfTheNumberRange) {
         Scene scene(6, 5, Mode::A8, rotation, random);
         const TightSurface source(4, 3, Mode::A8, rotation, 10);
         for (int round = 0; round < 4000; ++round) {
+            SCOPED_TRACE(testing::Message() << "round " << round);
             const auto extreme = [&] {
                 return static_cast<int32_t>(static_cast<uint32_t>(kExtremes[random() % 9]) +
                                             random() % 3);
@@ -583,7 +593,7 @@ TEST(Invert, ComplementsEveryPixelByteAndNoPadding) {
                 scene.setRandomClip(random, 10); // and no clip limits it
                 scene.target.invert();
                 invertPlainly(scene.picture);
-                ASSERT_TRUE(scene.isAsExpected());
+                ASSERT_TRUE(scene.isAsExpected()) << "round " << round;
             }
         }
     }

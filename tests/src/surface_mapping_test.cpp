@@ -89,13 +89,14 @@ TEST(PointMapping, TurnsPixelPositionsByTheRotation) {
 
 TEST(PointMapping, LeavesPointsAloneUnderUnknownRotations) {
     for (const uint32_t rotation : kUnknownRotations) {
-        EXPECT_EQ(Point(10, 7), mapped(rotation, 100, 50, 10, 7));
-        EXPECT_EQ(PointF(10, 7), mappedF(rotation, 100, 50, 10, 7));
+        EXPECT_EQ(Point(10, 7), mapped(rotation, 100, 50, 10, 7)) << "rotation " << rotation;
+        EXPECT_EQ(PointF(10, 7), mappedF(rotation, 100, 50, 10, 7)) << "rotation " << rotation;
     }
 }
 
 TEST(PointMapping, KeepsEveryPixelInsideTheStoredArrayOnce) {
     for (const uint32_t rotation : kRotations) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const SurfaceShape shape(rotation, 5, 3);
         std::vector<int> hits(15);
         int32_t width = 0, height = 0;
@@ -103,7 +104,7 @@ TEST(PointMapping, KeepsEveryPixelInsideTheStoredArrayOnce) {
         for (int32_t i = 0; i < 15; ++i) {
             int32_t x = i % width, y = i / width;
             shape.surface.mapPoint(x, y);
-            ASSERT_TRUE(x >= 0 && x < 5 && y >= 0 && y < 3);
+            ASSERT_TRUE(x >= 0 && x < 5 && y >= 0 && y < 3) << "pixel " << i;
             ++hits[static_cast<size_t>(y * 5 + x)];
         }
         EXPECT_EQ(std::vector<int>(15, 1), hits);
@@ -114,6 +115,7 @@ TEST(PointMapping, WrapsIntegers) {
     EXPECT_EQ(Point(kMax, kMin + 8), mapped(90, 0, 9, kMin, kMax));
     test_rng random(51);
     for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const auto number = [&] { return static_cast<int32_t>(random()); };
         const int32_t W = number(), H = number(), x = number(), y = number();
         EXPECT_EQ(Point(y, cutTo32Bits(int64_t{H} - 1 - x)), mapped(90, W, H, x, y));
@@ -133,6 +135,7 @@ TEST(PointMapping, AddressesEdgesInFloats) {
 TEST(PointMapping, ComputesFloatsInSinglePrecision) {
     test_rng random(52);
     for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const auto number = [&] { return static_cast<float>(static_cast<int32_t>(random())) / 3; };
         const auto W = static_cast<int32_t>(random()), H = static_cast<int32_t>(random());
         const float width = static_cast<float>(W), height = static_cast<float>(H);
@@ -145,6 +148,7 @@ TEST(PointMapping, ComputesFloatsInSinglePrecision) {
 
 TEST(SizeMapping, SwapsForQuarterTurnsOnly) {
     for (const uint32_t rotation : {0U, 90U, 180U, 270U, 45U, 450U}) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const bool quarter = rotation == 90 || rotation == 270;
         const SurfaceShape shape(rotation, 100, 50);
         int32_t width = 3, height = -4;
@@ -159,6 +163,7 @@ TEST(SizeMapping, SwapsForQuarterTurnsOnly) {
 
 TEST(SizeMapping, ReportsTheSizeThatTheCallerSees) {
     for (const uint32_t rotation : kRotations) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const SurfaceShape shape(rotation, 100, 50);
         int32_t width = 0, height = 0;
         shape.surface.getSize(width, height);
@@ -174,18 +179,22 @@ TEST(RectangleMapping, TurnsRectanglesByTheRotation) {
     expectRect(70, 37, 20, 8, mappedRect(180, 100, 50, {10, 5, 20, 8}));
     expectRect(87, 10, 8, 20, mappedRect(270, 100, 50, {10, 5, 20, 8}));
     for (const uint32_t rotation : kUnknownRotations) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         expectRect(10, 5, 20, 8, mappedRect(rotation, 100, 50, {10, 5, 20, 8}));
     }
 }
 
 TEST(RectangleMapping, CoversThePixelsThatThePointMappingFinds) {
     for (const uint32_t rotation : kRotations) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const DsRect area = mappedRect(rotation, 100, 50, {10, 5, 20, 8});
         for (int32_t y = 5; y < 13; ++y) {
             for (int32_t x = 10; x < 30; ++x) {
                 const Point at = mapped(rotation, 100, 50, x, y);
-                EXPECT_TRUE(at.first >= area.mX && at.first < area.mX + area.mWidth);
-                EXPECT_TRUE(at.second >= area.mY && at.second < area.mY + area.mHeight);
+                EXPECT_TRUE(at.first >= area.mX && at.first < area.mX + area.mWidth)
+                    << "(" << x << ", " << y << ") becomes x " << at.first;
+                EXPECT_TRUE(at.second >= area.mY && at.second < area.mY + area.mHeight)
+                    << "(" << x << ", " << y << ") becomes y " << at.second;
             }
         }
     }
@@ -194,6 +203,7 @@ TEST(RectangleMapping, CoversThePixelsThatThePointMappingFinds) {
 TEST(RectangleMapping, WrapsAndIsUndoneExactlyForEveryRectangle) {
     test_rng random(53);
     for (int round = 0; round < 3000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         // Wild numbers and small ones in turn.
         const auto number = [&] {
             return static_cast<int32_t>(random()) / (round % 2 == 0 ? 1 : 1 << 20);
@@ -201,6 +211,7 @@ TEST(RectangleMapping, WrapsAndIsUndoneExactlyForEveryRectangle) {
         const int32_t W = number(), H = number();
         const DsRect rect(number(), number(), number(), number());
         for (const uint32_t rotation : {0U, 90U, 180U, 270U, 45U}) {
+            SCOPED_TRACE(testing::Message() << "rotation " << rotation);
             const SurfaceShape shape(rotation, W, H);
             DsRect there = rect;
             shape.surface.mapRect(there);
@@ -220,10 +231,12 @@ TEST(RectangleMapping, WrapsAndIsUndoneExactlyForEveryRectangle) {
 TEST(RectangleMapping, TurnsFloatRectanglesAsTheRegionDoes) {
     test_rng random(54);
     for (int round = 0; round < 1000; ++round) {
+        SCOPED_TRACE(testing::Message() << "round " << round);
         const auto number = [&] { return static_cast<float>(static_cast<int32_t>(random())) / 5; };
         const DsFRect rect(number(), number(), number(), number());
         const auto W = static_cast<int32_t>(random()), H = static_cast<int32_t>(random());
         for (const uint32_t rotation : {0U, 90U, 180U, 270U, 45U}) {
+            SCOPED_TRACE(testing::Message() << "rotation " << rotation);
             const SurfaceShape shape(rotation, W, H);
             DsFRect direct = rect, region = rect;
             shape.surface.mapRectF(direct);
@@ -238,6 +251,7 @@ TEST(RectangleMapping, TurnsFloatRectanglesAsTheRegionDoes) {
 
 TEST(Clip, IsTheWholeArrayAtFirstAndAfterAReset) {
     for (const uint32_t rotation : kRotations) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         SurfaceShape shape(rotation, 100, 50);
         const DsRect whole = shape.surface.getBounds();
         expectSame(whole, shape.surface.getClip());
@@ -250,6 +264,7 @@ TEST(Clip, IsTheWholeArrayAtFirstAndAfterAReset) {
 
 TEST(Clip, ComesBackInCallerCoordinates) {
     for (const uint32_t rotation : {0U, 90U, 180U, 270U, 45U}) {
+        SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         SurfaceShape shape(rotation, 100, 100);
         shape.surface.setClip({10, 5, 20, 8});
         expectRect(10, 5, 20, 8, shape.surface.getClip());
@@ -313,9 +328,9 @@ TEST(Clip, FollowsExactArithmeticForAreasOfEverySize) {
             const DsRect clip = clipped(rotation, 100, 50, area);
             ASSERT_TRUE(expected.mX == clip.mX && expected.mY == clip.mY &&
                         expected.mWidth == clip.mWidth && expected.mHeight == clip.mHeight)
-                << rotation << ": " << area.mX << ", " << area.mY << ", " << area.mWidth << ", "
-                << area.mHeight << " gives " << clip.mX << ", " << clip.mY << ", " << clip.mWidth
-                << ", " << clip.mHeight;
+                << "round " << round << ", rotation " << rotation << ": " << area.mX << ", "
+                << area.mY << ", " << area.mWidth << ", " << area.mHeight << " gives " << clip.mX
+                << ", " << clip.mY << ", " << clip.mWidth << ", " << clip.mHeight;
         }
     }
 }

@@ -1,14 +1,17 @@
 // Turning the stored pixels, against a plain pixel-by-pixel model, and everything that must stay as
 // it was when nothing is turned.
 #include "src/ds_surface.h"
-#include "tests/src/surface_makers.h"
 #include "tests/support/each_backend.h"
+#include "tests/src/pixel_model.h"
+#include "tests/src/surface_makers.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <new>
+#include <sstream>
 #include <vector>
 
 namespace {
@@ -43,8 +46,26 @@ struct State {
         , clipHeight(surface.getClip().mHeight)
         , pixels(surface.getPixels())
         , block(pixelBlock(surface)) {}
-    bool operator==(const State&) const = default;
 };
+
+testing::AssertionResult isUnchanged(const State& before, const DsSurface& surface) {
+    const State now(surface);
+    if (before.pixels != now.pixels) {
+        return testing::AssertionFailure() << "other memory for the pixels";
+    }
+    const auto facts = [](const State& state) {
+        std::ostringstream text;
+        text << "rotation " << state.rotation << ", " << state.width << " x " << state.height
+             << ", stride " << state.stride << ", pitch " << state.pitch << ", " << state.dataSize
+             << " bytes, clip " << state.clipWidth << " x " << state.clipHeight;
+        return text.str();
+    };
+    if (facts(before) != facts(now)) {
+        return testing::AssertionFailure()
+               << "before: " << facts(before) << "; now: " << facts(now);
+    }
+    return same_pixels(before.block, now.block, layout_of(surface));
+}
 
 // Turns a surface full of noise, and compares every new line with the old column that it comes
 // from, the rightmost first.
@@ -60,20 +81,20 @@ void expectTurnedByActiveBackend(Mode mode, int32_t width, int32_t height, uint3
     const uint64_t stride = plainStride(columns, size, alignment);
     ASSERT_EQ(stride, surface.getStride());
     ASSERT_EQ(lines * stride, surface.getDataSize());
+    const byte_vector after = pixelBlock(surface);
+    byte_vector expected = after; // the padding may be anything
     for (uint64_t i = 0; i < lines; ++i) {
-        byte_vector expected(columns * size);
         for (uint64_t j = 0; j < columns; ++j) {
             const uint64_t from = j * old.getStride() + (lines - 1 - i) * size;
-            std::copy_n(before.data() + from, size, expected.data() + j * size);
+            std::copy_n(before.data() + from, size, expected.data() + i * stride + j * size);
         }
-        const uint8_t* line = surface.getPixels() + i * stride;
-        ASSERT_TRUE(std::equal(expected.begin(), expected.end(), line)) << "line " << i;
     }
+    ASSERT_TRUE(same_pixels(expected, after, layout_of(surface)));
 }
 
 void expectTurned(Mode mode, int32_t width, int32_t height, uint32_t alignment) {
-    SCOPED_TRACE(testing::Message() << "mode " << static_cast<uint32_t>(mode) << ", " << width
-                                    << " by " << height << ", alignment " << alignment);
+    SCOPED_TRACE(testing::Message() << modeName(mode) << ", " << width << " x " << height
+                                    << " before the turn, alignment " << alignment);
     forEachBackend([&] { expectTurnedByActiveBackend(mode, width, height, alignment); });
 }
 
@@ -203,9 +224,9 @@ TEST(Rotate, Sets90WhateverTheRotationWas) {
         DsSurface surface = makeSurface(3, 2, Mode::A8, 1, rotation);
         const int32_t width = surface.getWidth(), height = surface.getHeight();
         surface.rotate(90);
-        EXPECT_EQ(90U, surface.getRotation());
-        EXPECT_EQ(height, surface.getWidth());
-        EXPECT_EQ(width, surface.getHeight());
+        EXPECT_EQ(90U, surface.getRotation()) << "from " << rotation;
+        EXPECT_EQ(height, surface.getWidth()) << "from " << rotation;
+        EXPECT_EQ(width, surface.getHeight()) << "from " << rotation;
     }
 }
 
@@ -221,7 +242,8 @@ TEST(Rotate, LetsTheCallerFindEveryPixelAtItsOldPoint) {
             for (int32_t x = 0; x < 37; ++x) {
                 int32_t storedX = x, storedY = y;
                 surface.mapPoint(storedX, storedY);
-                ASSERT_EQ(pixelAt(old, before, x, y), pixelAt(surface, after, storedX, storedY));
+                ASSERT_EQ(pixelAt(old, before, x, y), pixelAt(surface, after, storedX, storedY))
+                    << modeName(mode) << ", (" << x << ", " << y << ")";
             }
         }
     }
@@ -235,7 +257,7 @@ TEST(Rotate, IgnoresEveryAngleBut90) {
     const State before(surface);
     for (const int32_t angle : {0, 180, 270, -90, 89, 91, 360, 450, -270, 0x7FFFFFFF}) {
         surface.rotate(angle);
-        EXPECT_EQ(before, State(surface)) << angle;
+        EXPECT_TRUE(isUnchanged(before, surface)) << angle;
     }
     EXPECT_EQ(1U, blocks.requests.size());
 }
@@ -247,8 +269,8 @@ TEST(Rotate, LeavesAnAliasAndItsOwnerAlone) {
     const State before(owner);
     DsSurface alias(owner);
     alias.rotate(90);
-    EXPECT_EQ(before, State(alias));
-    EXPECT_EQ(before, State(owner));
+    EXPECT_TRUE(isUnchanged(before, alias));
+    EXPECT_TRUE(isUnchanged(before, owner));
 }
 
 TEST(Rotate, LeavesAViewAlone) {
@@ -258,8 +280,8 @@ TEST(Rotate, LeavesAViewAlone) {
     DsSurface view(file.data());
     const State before(view);
     view.rotate(90);
-    EXPECT_EQ(before, State(view));
-    EXPECT_EQ(bytes, file);
+    EXPECT_TRUE(isUnchanged(before, view));
+    EXPECT_TRUE(same_bytes(bytes, file));
 }
 
 TEST(Rotate, NeedsBothCallbacks) {
@@ -267,7 +289,7 @@ TEST(Rotate, NeedsBothCallbacks) {
     DsSurface keeping(3, 2, 0, Mode::A8, 0, 0, TrackedBlocks::allocate, nullptr, 1, 0);
     const State before(keeping);
     keeping.rotate(90);
-    EXPECT_EQ(before, State(keeping));
+    EXPECT_TRUE(isUnchanged(before, keeping));
     EXPECT_EQ(1U, blocks.requests.size());
     TrackedBlocks::release(blocks.blocks[0]);
 }
@@ -300,13 +322,14 @@ TEST(Rotate, LeavesTheSurfaceAsItWasWhenThereIsNoMemory) {
         } else {
             surface.rotate(90);
         }
-        EXPECT_EQ(before, State(surface));
+        EXPECT_TRUE(isUnchanged(before, surface));
         EXPECT_TRUE(blocks.released.empty());
     }
 }
 
 TEST(Rotate, TurnsTheSizeOfModesWithoutPixels) {
     for (const Mode mode : kModesWithoutPixels) {
+        SCOPED_TRACE(modeName(mode));
         TrackedBlocks blocks;
         DsSurface surface = makeSurface(5, 3, mode, 4, 0, 8);
         surface.rotate(90);

@@ -1,6 +1,8 @@
 // The recording allocator of the surface tests.
 #include "tests/src/tracked_blocks.h"
 
+#include "tests/support/same_bytes.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,9 +16,9 @@ constexpr uint8_t kGuard = 0xA7;
 
 TrackedBlocks* current = nullptr;
 
-void expectUntouched(const uint8_t* guard) {
-    EXPECT_TRUE(std::all_of(guard, guard + kGuardBytes, [](uint8_t b) { return b == kGuard; }))
-        << "bytes outside a block were written";
+void expectUntouched(const uint8_t* guard, const char* place, size_t blockSize) {
+    EXPECT_TRUE(same_bytes(byte_vector(kGuardBytes, kGuard), {guard, guard + kGuardBytes}))
+        << "the guard " << place << " a block of " << blockSize << " bytes";
 }
 
 } // namespace
@@ -61,7 +63,7 @@ void TrackedBlocks::release(void* block) {
     ASSERT_NE(current->blocks.rend(), found) << "not a block, or not one of these callbacks";
     const size_t size = *(current->requests.rbegin() + (found - current->blocks.rbegin()));
     auto* bytes = static_cast<uint8_t*>(block);
-    expectUntouched(bytes - kGuardBytes);
-    expectUntouched(bytes + size);
+    expectUntouched(bytes - kGuardBytes, "in front of", size);
+    expectUntouched(bytes + size, "behind", size);
     std::free(bytes - kGuardBytes);
 }

@@ -7,12 +7,13 @@
 
 #include <string>
 
-/// A backend is the active one while this lives.
+/// A backend is the active one while this lives, and every failure names it.
 class WithBackend {
 public:
     explicit WithBackend(const char* name)
         : mBefore(ds_detail::backends()[ds_detail::activeBackend()].name)
-        , mIsSupported(ds_detail::selectBackend(name)) {}
+        , mIsSupported(ds_detail::selectBackend(name))
+        , mTrace(__FILE__, __LINE__, testing::Message() << "backend " << name) {}
     ~WithBackend() { ds_detail::selectBackend(mBefore); }
     WithBackend(const WithBackend&) = delete;
     WithBackend& operator=(const WithBackend&) = delete;
@@ -22,6 +23,7 @@ public:
 private:
     std::string mBefore;
     bool mIsSupported;
+    testing::ScopedTrace mTrace;
 };
 
 /// Calls `check` with every backend that this machine supports; once something has failed, no more.
@@ -31,9 +33,6 @@ void forEachBackend(Check check) {
         const WithBackend with(backend.name);
         if (with.isSupported() && !testing::Test::HasFailure()) {
             check();
-            if (testing::Test::HasFailure()) {
-                ADD_FAILURE() << "backend " << backend.name;
-            }
         }
     }
 }

@@ -39,5 +39,12 @@ int main(int argc, char** argv) {
             return kSkipped;
         }
     }
+    const ds_detail::Backend& backend = ds_detail::backends()[ds_detail::activeBackend()];
+    const testing::ScopedTrace trace(__FILE__, __LINE__,
+                                     testing::Message()
+                                         << "run on backend " << backend.name
+                                         << (inflate_entry == inflate_process
+                                                 ? ""
+                                                 : ", inflate by the state machine alone"));
     return RUN_ALL_TESTS();
 }

@@ -2,6 +2,8 @@
 // can be repeated from its seed.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <random>
@@ -9,15 +11,17 @@
 
 using byte_vector = std::vector<uint8_t>;
 
-/// A random generator with the same numbers on every platform.
+/// A random generator with the same numbers on every platform. While it lives, every failure names its seed.
 class test_rng {
 public:
     explicit test_rng(uint32_t seed)
-        : m_engine(seed) {}
+        : m_engine(seed)
+        , m_trace(__FILE__, __LINE__, testing::Message() << "seed " << seed) {}
     uint32_t operator()() { return static_cast<uint32_t>(m_engine()); }
 
 private:
     std::mt19937 m_engine;
+    testing::ScopedTrace m_trace;
 };
 
 /// Kinds of data that compressors treat differently.

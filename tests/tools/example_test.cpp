@@ -2,8 +2,8 @@
 // with the same drawing by plain rules.
 #include "src/ds_surface.h"
 #include "tests/src/drawing_model.h"
-#include "tests/src/same_bytes.h"
 #include "tests/support/png_maker.h"
+#include "tests/support/same_bytes.h"
 #include "tests/tools/converter_test.h"
 
 #include <cmath>
@@ -88,7 +88,9 @@ Counts expectEllipse(const PlainPicture& before, const PlainPicture& after,
     for (const PlainPoint& p : before.pixels()) {
         const double share = ellipse.shareOf(p);
         EXPECT_TRUE(isPainted(before.mode(), before.get(p), after.get(p), share))
-            << p.x << ", " << p.y;
+            << "row " << p.y << ", column " << p.x << ", " << modeName(before.mode())
+            << ": before the ellipse 0x" << std::hex << before.get(p) << ", got 0x" << after.get(p)
+            << ", share of the ellipse " << share;
         ++(share == 0 ? counts.outside : share == 1 ? counts.inside : counts.edge);
     }
     return counts;
@@ -129,7 +131,7 @@ protected:
         byte_vector after = read("picture");
         EXPECT_EQ(before.size(), after.size());
         EXPECT_EQ(slice(before, 0, kHeaderSize), slice(after, 0, kHeaderSize));
-        EXPECT_TRUE(sameBytes(sprite, read("sprite")));
+        EXPECT_TRUE(same_bytes(sprite, read("sprite")));
 
         const DsSurface surface(after.data());
         const DsRect bounds = surface.getBounds();
@@ -155,8 +157,8 @@ protected:
         write("good", good);
         expectEnd(1, "not a surface file\n", {"bad", "good"});
         expectEnd(1, "not a surface file\n", {"good", "bad"});
-        EXPECT_EQ(good, read("good"));
-        EXPECT_EQ(file, read("bad"));
+        EXPECT_TRUE(same_bytes(good, read("good")));
+        EXPECT_TRUE(same_bytes(file, read("bad")));
     }
 
     // 4 by 3 ARGB8888 pixels.
@@ -201,6 +203,7 @@ TEST_F(Example, RunsOnPicturesOfEveryModeAndSize) {
             byte_vector file =
                 makeFileHeader(kRotations[round++ % 4], mode, size, size + 1, stride);
             append(file, byte_vector(size_t{stride} * (size + 1), 200));
+            SCOPED_TRACE(modeName(mode) + ", width " + std::to_string(size));
             write("picture", file);
             expectEnd(0, "", {"picture", "sprite"});
             const byte_vector after = read("picture");
@@ -216,7 +219,7 @@ TEST_F(Example, ExplainsItselfWithoutTwoFiles) {
     expectEnd(2, usage, {});
     expectEnd(2, usage, {"a"});
     expectEnd(2, usage, {"a", "a", "a"});
-    EXPECT_EQ(makeSurfaceFile(), read("a"));
+    EXPECT_TRUE(same_bytes(makeSurfaceFile(), read("a")));
 }
 
 TEST_F(Example, RefusesFilesThatAreNotThere) {
@@ -224,12 +227,13 @@ TEST_F(Example, RefusesFilesThatAreNotThere) {
     expectEnd(1, "not a surface file\n", {"missing", "good"});
     expectEnd(1, "not a surface file\n", {"good", "missing"});
     expectEnd(1, "not a surface file\n", {"", "good"});
-    EXPECT_EQ(makeSurfaceFile(), read("good"));
+    EXPECT_TRUE(same_bytes(makeSurfaceFile(), read("good")));
     EXPECT_FALSE(exists("missing"));
 }
 
 TEST_F(Example, RefusesFilesThatAreTooShort) {
     for (const size_t size : {0U, 1U, 19U, 20U, 21U, 67U}) {
+        SCOPED_TRACE(testing::Message() << size << " bytes");
         expectRefused(slice(makeSurfaceFile(), 0, size));
     }
 }
@@ -239,6 +243,8 @@ TEST_F(Example, RefusesHeadersThatPromiseNoPixels) {
     const auto refuse = [&](Mode mode, uint32_t width, uint32_t height, uint32_t stride) {
         byte_vector file = makeFileHeader(0, mode, width, height, stride);
         append(file, byte_vector(100, 1));
+        SCOPED_TRACE(testing::Message() << modeName(mode) << ", " << width << " x " << height
+                                        << ", stride " << stride);
         expectRefused(file);
     };
     for (const Mode mode : kModesWithoutPixels) {
