@@ -201,8 +201,10 @@ TEST(BitstreamUnread, GivesTheSameBitsAgainFromEveryPosition) {
 
             bitstream_unread(&reader, count);
 
-            ASSERT_EQ(bitstream_remaining(&reader), left + count) << before << ' ' << count;
-            ASSERT_EQ(bitstream_extract(&reader, count), taken) << before << ' ' << count;
+            ASSERT_EQ(bitstream_remaining(&reader), left + count)
+                << count << " bits behind " << before;
+            ASSERT_EQ(bitstream_extract(&reader, count), taken)
+                << count << " bits behind " << before;
         }
     }
 }

@@ -3,6 +3,7 @@
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -30,8 +31,8 @@ TEST_F(FixedCodes, DecodeZlibsFixedBlocks) {
         const inflate_outcome_t outcome =
             inflate_pieces(raw, plain.size(), random_pieces(rng, raw.size()));
 
-        ASSERT_EQ(outcome.result, kInflateDone) << round;
-        ASSERT_EQ(outcome.plain, plain) << round;
+        ASSERT_EQ(outcome.result, kInflateDone) << "round " << round;
+        ASSERT_TRUE(same_bytes(plain, outcome.plain)) << "round " << round;
     }
 }
 
@@ -43,8 +44,8 @@ TEST_F(FixedCodes, DecodeStreamsThatMixTheBlockTypes) {
 
         const inflate_outcome_t outcome = inflate_whole(raw, plain.size());
 
-        ASSERT_EQ(outcome.result, kInflateDone) << round;
-        ASSERT_EQ(outcome.plain, plain) << round;
+        ASSERT_EQ(outcome.result, kInflateDone) << "round " << round;
+        ASSERT_TRUE(same_bytes(plain, outcome.plain)) << "round " << round;
     }
 }
 
@@ -55,8 +56,8 @@ TEST_F(FixedCodes, RefuseTheSymbolsWithoutMeaningInLongBlocks) {
         maker.fixed(block_is::last).literals(byte_vector(300, 'a')).litlen_symbol(symbol);
         maker.dist_symbol(0).literals(byte_vector(300, 'b')).end(); // all well but for the symbol
         const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 1000);
-        EXPECT_EQ(kInflateInvalid, outcome.result);
-        EXPECT_EQ(byte_vector(300, 'a'), outcome.plain);
+        EXPECT_EQ(kInflateInvalid, outcome.result) << symbol;
+        EXPECT_TRUE(same_bytes(byte_vector(300, 'a'), outcome.plain)) << symbol;
     }
 }
 
@@ -71,7 +72,7 @@ TEST_F(FixedCodes, HaveACodeForEveryLiteral) {
     const inflate_outcome_t outcome = inflate_pieces(maker.bytes(), 256, {1, 1, 1, 100, 1, 1});
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, all);
+    EXPECT_TRUE(same_bytes(all, outcome.plain));
 }
 
 TEST_F(FixedCodes, HaveACodeForEveryLengthAndDistance) {
@@ -90,7 +91,7 @@ TEST_F(FixedCodes, HaveACodeForEveryLengthAndDistance) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), expected.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, expected);
+    EXPECT_TRUE(same_bytes(expected, outcome.plain));
 }
 
 // The codes of 286 and 287 exist but stand for no length.
@@ -116,7 +117,7 @@ TEST_F(FixedCodes, LeaveTheDynamicOnesAsTheyAre) {
     test_rng rng(52);
     const made_stream_t stream = random_stream(rng, 32768);
 
-    EXPECT_EQ(inflate_whole(stream.raw, stream.plain.size()).plain, stream.plain);
+    EXPECT_TRUE(same_bytes(stream.plain, inflate_whole(stream.raw, stream.plain.size()).plain));
 }
 
 TEST_F(FixedCodes, MayBeBuiltAgain) {

@@ -101,7 +101,8 @@ TEST(HuffmanBuild, FindsEveryRandomCompleteCodeComplete) {
     test_rng rng(3);
     for (size_t symbols = 2; symbols <= 286; ++symbols) {
         stored_code_t code;
-        ASSERT_EQ(code.build(random_complete_lengths(rng, symbols, 15)), 0) << symbols;
+        ASSERT_EQ(code.build(random_complete_lengths(rng, symbols, 15)), 0)
+            << symbols << " symbols";
     }
 }
 
@@ -119,9 +120,9 @@ TEST(HuffmanDecode, ReadsEverySymbolOfRandomCodes) {
         bitstream_t reader = reader_of(writer.written());
 
         for (int32_t symbol = 0; symbol < static_cast<int32_t>(lengths.size()); ++symbol) {
-            ASSERT_EQ(huffman_decode(&code.huffman, &reader), symbol);
+            ASSERT_EQ(huffman_decode(&code.huffman, &reader), symbol) << "round " << round;
         }
-        EXPECT_LT(bitstream_remaining(&reader), 8U);
+        EXPECT_LT(bitstream_remaining(&reader), 8U) << "round " << round;
     }
 }
 
@@ -189,7 +190,8 @@ TEST(HuffmanDecode, FinishesACodeWhoseFirstPiecesAreGone) {
         if (piece == 0) {
             ASSERT_EQ(bitstream_extract(&reader, 3), 0U);
         }
-        ASSERT_EQ(huffman_decode(&code.huffman, &reader), piece < 2 ? kHuffmanNeedsInput : 15);
+        ASSERT_EQ(huffman_decode(&code.huffman, &reader), piece < 2 ? kHuffmanNeedsInput : 15)
+            << "piece " << piece;
     }
     EXPECT_EQ(bitstream_remaining(&reader), 24U - 3U - 15U);
 }

@@ -5,6 +5,7 @@
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 #include <set>
@@ -171,8 +172,8 @@ TEST(InflateFault, AgreesWithTheResultOnDamagedStreams) {
         const fault_t fault = fault_of(with_fault, stream.raw);
         const int32_t result = without_fault.feed(stream.raw);
 
-        ASSERT_EQ(result == kInflateInvalid, fault != fault_t::none) << "seed " << seed;
-        ASSERT_EQ(with_fault.plain(), without_fault.plain()) << "seed " << seed;
+        ASSERT_EQ(result == kInflateInvalid, fault != fault_t::none) << "byte " << damaged;
+        ASSERT_TRUE(same_bytes(without_fault.plain(), with_fault.plain())) << "byte " << damaged;
         seen.insert(fault);
     }
     EXPECT_GT(seen.size(), 10U);

@@ -3,6 +3,7 @@
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -22,7 +23,7 @@ made_stream_t mixed_stream() {
 void expect_plain(const inflate_outcome_t& outcome, const byte_vector& plain,
                   const std::string& where) {
     EXPECT_EQ(outcome.result, kInflateDone) << where;
-    EXPECT_EQ(outcome.plain, plain) << where;
+    EXPECT_TRUE(same_bytes(plain, outcome.plain)) << where;
 }
 
 TEST(InflatePieces, DecodeTheSameInOnePiece) {
@@ -44,7 +45,8 @@ TEST(InflatePieces, DecodeTheSameWithAShortPieceAnywhere) {
     for (size_t split = 0; split < stream.raw.size(); ++split) {
         for (const size_t length : {1U, 2U, 3U}) {
             expect_plain(inflate_pieces(stream.raw, stream.plain.size(), {split, length}),
-                         stream.plain, "short piece at " + std::to_string(split));
+                         stream.plain,
+                         "piece of " + std::to_string(length) + " at " + std::to_string(split));
         }
     }
 }
@@ -87,10 +89,11 @@ TEST(InflatePieces, EmptyOnesAskForMoreInEveryState) {
     const made_stream_t stream = mixed_stream();
     for (size_t split = 0; split < stream.raw.size(); ++split) {
         inflate_session session(stream.plain.size());
-        ASSERT_EQ(session.feed(slice(stream.raw, 0, split)), kInflateNeedsInput) << split;
+        ASSERT_EQ(session.feed(slice(stream.raw, 0, split)), kInflateNeedsInput)
+            << "split at " << split;
         const uint32_t before = session.state.totalOut;
-        ASSERT_EQ(session.feed({}), kInflateNeedsInput) << split;
-        ASSERT_EQ(session.state.totalOut, before) << split;
+        ASSERT_EQ(session.feed({}), kInflateNeedsInput) << "split at " << split;
+        ASSERT_EQ(session.state.totalOut, before) << "split at " << split;
     }
 }
 
@@ -110,8 +113,8 @@ TEST(InflatePieces, RandomStreamsAreWhatZlibTakesThemFor) {
     for (int round = 0; round < 200; ++round) {
         const made_stream_t stream = random_stream(rng, 32768);
         const oracle_result_t oracle = oracle_inflate(stream.raw);
-        ASSERT_TRUE(oracle.complete) << oracle.message;
-        ASSERT_EQ(oracle.plain, stream.plain);
+        ASSERT_TRUE(oracle.complete) << "round " << round << ": " << oracle.message;
+        ASSERT_TRUE(same_bytes(stream.plain, oracle.plain)) << "round " << round;
     }
 }
 
@@ -124,8 +127,8 @@ TEST(InflatePieces, RefusalsComeNoEarlierInPieces) {
         const inflate_outcome_t whole = inflate_whole(stream.raw, room);
         const inflate_outcome_t pieces =
             inflate_pieces(stream.raw, room, std::vector<size_t>(stream.raw.size(), 1));
-        ASSERT_EQ(pieces.result, whole.result) << round;
-        ASSERT_EQ(pieces.plain, whole.plain) << round;
+        ASSERT_EQ(pieces.result, whole.result) << "round " << round;
+        ASSERT_TRUE(same_bytes(whole.plain, pieces.plain)) << "round " << round;
     }
 }
 

@@ -1,6 +1,7 @@
 // The decoder's results, refusals and record, on hand-made streams.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/inflate_session.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -68,7 +69,7 @@ TEST(Inflate, DecodesAStoredBlockOfTheGreatestLength) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), data.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, data);
+    EXPECT_TRUE(same_bytes(data, outcome.plain));
 }
 
 TEST(Inflate, GoesOnBehindAnEmptyStoredBlock) {
@@ -147,7 +148,7 @@ TEST(Inflate, DecodesEveryLengthAndDistanceSymbol) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), expected.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, expected);
+    EXPECT_TRUE(same_bytes(expected, outcome.plain));
 }
 
 TEST(Inflate, TakesTheOtherSpellingOfLength258) {
@@ -156,7 +157,7 @@ TEST(Inflate, TakesTheOtherSpellingOfLength258) {
     maker.dynamic(plain_header(litlen, {1}), block_is::last);
     maker.literals(text("a")).litlen_symbol(284).bits(31, 5).dist_symbol(0).end();
 
-    EXPECT_EQ(inflate_whole(maker.bytes(), 1000).plain, byte_vector(259, 'a'));
+    EXPECT_TRUE(same_bytes(byte_vector(259, 'a'), inflate_whole(maker.bytes(), 1000).plain));
 }
 
 TEST(Inflate, UsesRepeatsOfCodeLengthsAcrossTheTwoCodes) {
@@ -301,7 +302,8 @@ TEST(Inflate, KeepsTheLastCodeLengthSymbol) {
         if (session.state.state == kReadsCodeLengths &&
             session.state.lengthCursor > session.state.lengths) {
             // Each length of this header is a symbol of its own.
-            ASSERT_EQ(session.state.lengthCursor[-1], session.state.symbol);
+            ASSERT_EQ(session.state.lengthCursor[-1], session.state.symbol)
+                << "length " << session.state.lengthCursor - session.state.lengths - 1;
             ++seen;
         }
     }
@@ -554,7 +556,7 @@ TEST(InflateEnd, ReturnsDoneAgainForEveryFurtherPiece) {
     ASSERT_EQ(session.feed(maker.bytes()), kInflateDone);
 
     for (const byte_vector& more : {byte_vector{}, byte_vector{0xFF}, maker.bytes()}) {
-        EXPECT_EQ(session.feed(more), kInflateDone);
+        EXPECT_EQ(session.feed(more), kInflateDone) << more.size() << " bytes";
         EXPECT_EQ(session.reader.available, more.size());
     }
     EXPECT_EQ(session.plain(), text("ab"));

@@ -81,7 +81,9 @@ TEST(InflateRehearsal, AgreesWithDirectModeOnStreamsLongerThanTheWindow) {
         const byte_vector plain = make_bytes(kind, 200000, 5);
         const byte_vector raw = raw_deflate(plain, {});
         for (const size_t room : {plain.size() - 1, plain.size(), plain.size() + 1}) {
-            expect_agreement(raw, room, {}, "room " + std::to_string(room));
+            expect_agreement(raw, room, {},
+                             "kind " + std::to_string(static_cast<int>(kind)) + ", room " +
+                                 std::to_string(room));
         }
     }
 }
@@ -97,7 +99,8 @@ TEST(InflateRehearsal, AgreesWithDirectModeOnMatchesThatReachBeyondTheRoom) {
             if (goes_on) {
                 maker.match(3, 1);
             }
-            expect_agreement(maker.end().bytes(), room, {}, "room " + std::to_string(room));
+            expect_agreement(maker.end().bytes(), room, {},
+                             "room " + std::to_string(room) + (goes_on ? ", two matches" : ""));
         }
     }
 }
@@ -122,9 +125,9 @@ TEST(InflateRehearsal, FindsFixedBlocksWhereverZlibPutsThem) {
 void expect_fixed_block(const deflate_maker& maker, uint64_t count, uint64_t first, uint64_t last) {
     for (const std::vector<size_t>& pieces : {std::vector<size_t>{}, {1, 1, 1, 1, 1, 1, 1, 1}}) {
         const rehearsal_outcome_t outcome = rehearse(maker.bytes(), 1000, pieces);
-        EXPECT_EQ(outcome.fixed_blocks, count);
-        EXPECT_EQ(outcome.first_byte, first);
-        EXPECT_EQ(outcome.last_byte, last);
+        EXPECT_EQ(outcome.fixed_blocks, count) << pieces.size() << " short pieces";
+        EXPECT_EQ(outcome.first_byte, first) << pieces.size() << " short pieces";
+        EXPECT_EQ(outcome.last_byte, last) << pieces.size() << " short pieces";
     }
 }
 

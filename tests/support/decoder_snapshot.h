@@ -1,0 +1,26 @@
+// What a run of the DEFLATE decoder leaves, to compare the fast loop with the state machine.
+#pragma once
+
+#include "inflate/src/streams.h"
+#include "tests/support/test_bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+/// What of a decoder can be compared: positions as distances, tables as which of them.
+struct decoder_snapshot_t {
+    int32_t result;
+    std::array<int64_t, 12> record;
+    std::array<int64_t, 4> reader;
+    byte_vector output;
+};
+
+/// @param input where the reader began
+/// @param output the whole block of `size` bytes that the decoder may write to, and what lies behind it
+decoder_snapshot_t snapshot_of(int32_t result, const inflate_t& inflate, const bitstream_t& reader,
+                               const uint8_t* input, const uint8_t* output, size_t size);
+
+/// Whether two snapshots are equal; if not, the first field or byte of output that differs.
+testing::AssertionResult same_snapshot(const decoder_snapshot_t& expected,
+                                       const decoder_snapshot_t& got);
