@@ -250,6 +250,7 @@ TEST(PngFault, NamesInvalidImageDataWithTheInflateFaultAndTheByte) {
         expect_full_fault(fault_t::image_data_invalid, file);
         DsSurface surface = roomy_surface();
         const fault_record_t record = record_of(file, &surface);
+        SCOPED_TRACE(testing::Message() << splits.size() << " splits");
         EXPECT_EQ(record.inflateFault, inflate_detail::fault_t::block_type);
         EXPECT_EQ(record.imageDataOffset, 10U);
         EXPECT_EQ(record.chunkIndex, 2 + splits.size());
@@ -333,10 +334,12 @@ TEST(PngFault, AgreesWithTheResultInEveryRow) {
 // png_decode().
 TEST(PngFault, AgreesWithTheResultOfEveryDamagedFile) {
     std::set<fault_t> seen;
+    size_t image = 0;
     for (const png_maker& maker :
          {png().gray(5, 4), png().rgb(3, 3).trns(byte_vector(6, 2)),
           png().indexed(6, 3).palette(4).trns({1, 2, 3}).chunk_before_idat({"tEXt", {'a', 0, 'b'}}),
           png().gray_alpha(4, 4).idat_split_at({2, 4, 6}), png().rgba(3, 4).palette(3)}) {
+        SCOPED_TRACE(testing::Message() << "image " << image++);
         const byte_vector sound = maker.bytes();
         const auto look = [&](const byte_vector& file) {
             both_passes(file);

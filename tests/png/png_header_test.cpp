@@ -40,7 +40,7 @@ TEST(PngSignature, RefusesAnyOtherByte) {
         for (uint32_t bit = 0; bit < 8; ++bit) {
             byte_vector file = small_file();
             file[position] ^= static_cast<uint8_t>(1U << bit);
-            EXPECT_EQ(both_passes(file), kBothMalformed) << position << ' ' << bit;
+            EXPECT_EQ(both_passes(file), kBothMalformed) << "byte " << position << ", bit " << bit;
         }
     }
 }
@@ -73,8 +73,8 @@ TEST(PngHeader, RefusesEveryFlippedBit) {
             byte_vector file = small_file();
             file[position] ^= static_cast<uint8_t>(1U << bit);
             const header_outcome_t outcome = header_pass(file);
-            EXPECT_EQ(outcome.result, kPngMalformed) << position << ' ' << bit;
-            EXPECT_TRUE(is_untouched(outcome.info)) << position << ' ' << bit;
+            EXPECT_EQ(outcome.result, kPngMalformed) << "byte " << position << ", bit " << bit;
+            EXPECT_TRUE(is_untouched(outcome.info)) << "byte " << position << ", bit " << bit;
         }
     }
 }
@@ -115,8 +115,8 @@ TEST(PngHeader, PassesTheGreatestSizesInTheHeaderPass) {
         const header_outcome_t outcome =
             header_pass(png().gray(4, 4).declared_size(size, size).bytes());
         EXPECT_EQ(outcome.result, kPngOk) << size;
-        EXPECT_EQ(outcome.info.width, size);
-        EXPECT_EQ(outcome.info.height, size);
+        EXPECT_EQ(outcome.info.width, size) << size;
+        EXPECT_EQ(outcome.info.height, size) << size;
     }
 }
 
@@ -139,7 +139,8 @@ TEST(PngHeader, JudgesEveryTypeAndDepth) {
         for (const uint8_t depth : std::vector<uint8_t>{0, 1, 2, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17,
                                                         24, 32, 64, 128, 136, 255}) {
             png_maker maker = png().image(color_type, 2, 2).bit_depth(depth);
-            EXPECT_EQ(both_passes(maker.bytes()), expected(type, depth)) << type << ' ' << +depth;
+            EXPECT_EQ(both_passes(maker.bytes()), expected(type, depth))
+                << "type " << type << ", depth " << +depth;
         }
     }
 }
@@ -147,8 +148,10 @@ TEST(PngHeader, JudgesEveryTypeAndDepth) {
 TEST(PngHeader, RefusesOtherCompressionAndFilterMethods) {
     for (uint32_t method = 1; method < 256; ++method) {
         const uint8_t byte = static_cast<uint8_t>(method);
-        EXPECT_EQ(both_passes(png().gray(4, 4).compression_method(byte).bytes()), kBothMalformed);
-        EXPECT_EQ(both_passes(png().gray(4, 4).filter_method(byte).bytes()), kBothMalformed);
+        EXPECT_EQ(both_passes(png().gray(4, 4).compression_method(byte).bytes()), kBothMalformed)
+            << method;
+        EXPECT_EQ(both_passes(png().gray(4, 4).filter_method(byte).bytes()), kBothMalformed)
+            << method;
     }
 }
 
@@ -159,7 +162,8 @@ TEST(PngHeader, KnowsInterlacingButDoesNotSupportIt) {
 TEST(PngHeader, RefusesUnknownInterlaceMethods) {
     for (uint32_t method = 2; method < 256; ++method) {
         const uint8_t byte = static_cast<uint8_t>(method);
-        EXPECT_EQ(both_passes(png().gray(4, 4).interlace_method(byte).bytes()), kBothMalformed);
+        EXPECT_EQ(both_passes(png().gray(4, 4).interlace_method(byte).bytes()), kBothMalformed)
+            << method;
     }
 }
 
@@ -270,6 +274,7 @@ TEST(PngInfo, AsksForTheModeAndPaletteOfTheColorType) {
           type_rule_t{kIndexed, DsColorMode::I8, 7},
           type_rule_t{kGrayAlpha, DsColorMode::AI88, 256},
           type_rule_t{kRgba, DsColorMode::ARGB8888, 0}}) {
+        SCOPED_TRACE(testing::Message() << "type " << +rule.color_type);
         png_maker maker = png().image(rule.color_type, 4, 4);
         if (rule.color_type == kIndexed) {
             maker.palette(7);

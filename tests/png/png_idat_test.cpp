@@ -3,6 +3,7 @@
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_runs.h"
+#include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -17,10 +18,16 @@ png_maker sample() {
     return png().gray(9, 7).pixels(data_kind::text, 3);
 }
 
+constexpr pixel_layout_t kSampleLayout{9, 7, 9, 1};
+
 byte_vector decoded_block(const byte_vector& file) {
     const decode_outcome outcome = decode_png(file);
     EXPECT_EQ(outcome.result, kPngOk);
     return outcome.surface ? pixel_block(*outcome.surface) : byte_vector{};
+}
+
+testing::AssertionResult decodes_as_the_sample(const byte_vector& file) {
+    return same_pixels(decoded_block(sample().bytes()), decoded_block(file), kSampleLayout);
 }
 
 // An IDAT chunk for the image data `raw`, which need not be what the sample's rows compress to.
@@ -36,10 +43,9 @@ TEST(PngIdat, MustBeThere) {
 }
 
 TEST(PngIdat, DecodesTheSameSplitAnywhere) {
-    const byte_vector expected = decoded_block(sample().bytes());
     const size_t size = sample().image_data().size();
     for (size_t split = 2; split + 2 <= size; ++split) {
-        EXPECT_EQ(decoded_block(sample().idat_split_at({split}).bytes()), expected) << split;
+        EXPECT_TRUE(decodes_as_the_sample(sample().idat_split_at({split}).bytes())) << split;
     }
 }
 
@@ -50,15 +56,14 @@ TEST(PngIdat, DecodesTheSameInChunksOfTwoBytes) {
         splits.push_back(split);
     }
 
-    EXPECT_EQ(decoded_block(sample().idat_split_at(splits).bytes()),
-              decoded_block(sample().bytes()));
+    EXPECT_TRUE(decodes_as_the_sample(sample().idat_split_at(splits).bytes()));
 }
 
 TEST(PngIdat, MayHaveOtherChunksBetween) {
     png_maker maker = sample().idat_split_at({2, 5, 20});
     maker.chunk_between_idats({"tEXt", {1, 2, 3}});
 
-    EXPECT_EQ(decoded_block(maker.bytes()), decoded_block(sample().bytes()));
+    EXPECT_TRUE(decodes_as_the_sample(maker.bytes()));
 }
 
 TEST(PngIdat, IsRefusedShorterThanTwoBytes) {
@@ -71,22 +76,21 @@ TEST(PngIdat, IsRefusedShorterThanTwoBytes) {
 TEST(PngIdat, IsRefusedShorterThanTwoBytesEvenBehindTheEndOfTheStream) {
     for (const byte_vector& data : {byte_vector{}, byte_vector{0}}) {
         const byte_vector file = sample().chunk_after_idat({"IDAT", data}).bytes();
-        EXPECT_EQ(both_passes(file), kBothMalformed);
+        EXPECT_EQ(both_passes(file), kBothMalformed) << data.size();
     }
 }
 
 TEST(PngIdat, IsIgnoredBehindTheEndOfTheStream) {
     const byte_vector file = sample().chunk_after_idat({"IDAT", byte_vector(50, 0xFF)}).bytes();
 
-    EXPECT_EQ(decoded_block(file), decoded_block(sample().bytes()));
+    EXPECT_TRUE(decodes_as_the_sample(file));
 }
 
 TEST(PngIdat, SkipsTheZlibHeaderUnseen) {
-    const byte_vector expected = decoded_block(sample().bytes());
     for (const byte_vector& header : {byte_vector{0, 0}, byte_vector{0xFF, 0xFF}}) {
         std::vector<png_chunk_t> chunks = sample().chunks();
         std::copy(header.begin(), header.end(), chunks[1].data.begin());
-        EXPECT_EQ(decoded_block(png_file(chunks)), expected);
+        EXPECT_TRUE(decodes_as_the_sample(png_file(chunks))) << "header bytes " << +header[0];
     }
 }
 
@@ -94,18 +98,16 @@ TEST(PngIdat, SkipsTwoBytesOfTheFirstChunkOnly) {
     byte_vector data{0x78, 0x9C};
     append(data, sample().raw_stream());
 
-    EXPECT_EQ(decoded_block(sample().idat_bytes(data).idat_split_at({2, 4}).bytes()),
-              decoded_block(sample().bytes()));
+    EXPECT_TRUE(decodes_as_the_sample(sample().idat_bytes(data).idat_split_at({2, 4}).bytes()));
 }
 
 TEST(PngIdat, NeedsNoChecksumAndIgnoresAWrongOne) {
-    const byte_vector expected = decoded_block(sample().bytes());
     byte_vector data{0x78, 0x9C};
     append(data, sample().raw_stream());
-    EXPECT_EQ(decoded_block(sample().idat_bytes(data).bytes()), expected);
+    EXPECT_TRUE(decodes_as_the_sample(sample().idat_bytes(data).bytes()));
 
     append(data, {1, 2, 3, 4});
-    EXPECT_EQ(decoded_block(sample().idat_bytes(data).bytes()), expected);
+    EXPECT_TRUE(decodes_as_the_sample(sample().idat_bytes(data).bytes()));
 }
 
 TEST(PngIdat, FailsTheFullPassWithAStreamThatDoesNotEnd) {
@@ -190,7 +192,9 @@ TEST(PngIdat, KeepsBitsOfOneChunkForTheNext) {
         for (size_t at = 2; at + 2 <= size; at += random_between(rng, 2, 5)) {
             splits.push_back(at);
         }
-        ASSERT_EQ(decoded_block(maker.idat_split_at(splits).bytes()), expected);
+        ASSERT_TRUE(same_pixels(expected, decoded_block(maker.idat_split_at(splits).bytes()),
+                                {5, height, 20, 4}))
+            << "round " << round;
     }
 }
 

@@ -1,7 +1,8 @@
 // Fenced blocks, and surfaces made of them.
 #include "tests/support/fenced_surface.h"
 
-#include <algorithm>
+#include "tests/support/same_bytes.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -17,8 +18,9 @@ uint8_t* front_of(void* block) {
     return static_cast<uint8_t*>(block) - kFenceSize;
 }
 
-bool is_untouched(const uint8_t* begin, const uint8_t* end) {
-    return std::all_of(begin, end, [](uint8_t byte) { return byte == kFenceByte; });
+testing::AssertionResult is_untouched(const uint8_t* begin, const uint8_t* end) {
+    const byte_vector fence(begin, end);
+    return same_bytes(byte_vector(fence.size(), kFenceByte), fence);
 }
 
 } // namespace
@@ -42,8 +44,10 @@ void fenced_free(void* block) {
     std::memcpy(&byte_count, front, sizeof byte_count);
     uint8_t* back = front + kFenceSize + byte_count;
     ASAN_UNPOISON_MEMORY_REGION(back, kFenceSize);
-    EXPECT_TRUE(is_untouched(front + sizeof byte_count, front + kFenceSize));
-    EXPECT_TRUE(is_untouched(back, back + kFenceSize));
+    EXPECT_TRUE(is_untouched(front + sizeof byte_count, front + kFenceSize))
+        << "in front of a block of " << byte_count << " bytes";
+    EXPECT_TRUE(is_untouched(back, back + kFenceSize))
+        << "behind a block of " << byte_count << " bytes";
     std::free(front);
 }
 

@@ -83,6 +83,11 @@ bool try_read_image(png_structp context, png_infop info, oracle_image_t& image,
 
 } // namespace
 
+pixel_layout_t layout_of(const oracle_image_t& image) {
+    const uint64_t row_bytes = image.pixels.size() / image.height;
+    return {image.width, image.height, row_bytes, row_bytes / image.width};
+}
+
 std::optional<oracle_image_t> oracle_decode_png(const byte_vector& file, oracle_reading reading) {
     png_structp context =
         png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leave_on_error, ignore_warning);

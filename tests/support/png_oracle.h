@@ -1,6 +1,7 @@
 // libpng as the other party of the tests.
 #pragma once
 
+#include "tests/support/same_bytes.h"
 #include "tests/support/test_bytes.h"
 
 #include <optional>
@@ -10,6 +11,8 @@ struct oracle_image_t {
     byte_vector pixels;  ///< packed rows: grey or index; blue, green, red; grey, alpha; B, G, R, A
     byte_vector palette; ///< blue, green, red an entry; empty without a PLTE chunk
 };
+
+pixel_layout_t layout_of(const oracle_image_t& image);
 
 /// What becomes of other samples than those of 8 bits, and of key colours.
 enum class oracle_reading {

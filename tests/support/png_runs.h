@@ -9,6 +9,7 @@
 #include "tests/support/test_bytes.h"
 
 #include <memory>
+#include <ostream>
 
 /// What an information record holds before a run.
 inline constexpr uint8_t kStaleByte = 0xEE;
@@ -43,6 +44,8 @@ struct both_results_t {
     int32_t header, full;
     bool operator==(const both_results_t&) const = default;
 };
+
+std::ostream& operator<<(std::ostream& stream, const both_results_t& results);
 
 both_results_t both_passes(const byte_vector& file);
 
