@@ -3,6 +3,7 @@
 #include "tests/support/deflate_maker.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_writer.h"
+#include "tests/support/same_bytes.h"
 
 #include <algorithm>
 #include <zlib.h>
@@ -290,7 +291,7 @@ TEST_F(Check, NamesNoCommandThatOverwritesAnotherImage) {
     write("a.png", png().gray(3, 3).bytes());
     const std::string output = tool({"check", "a.PNG"}).output;
     shell("exec < /dev/null; " + output.substr(output.find("mv ")));
-    EXPECT_EQ(png().gray(3, 3).bytes(), read("a.png"));
+    EXPECT_TRUE(same_bytes(png().gray(3, 3).bytes(), read("a.png")));
 }
 
 TEST_F(Check, NamesNoCommandForALineBreakAtTheEnd) {
@@ -330,7 +331,8 @@ TEST_F(Check, AgreesWithTheConverterOnDamagedFiles) {
             static_cast<uint8_t>(1U << rng() % 8);
         damaged = i % 2 == 0 ? damaged : with_mended_crcs(damaged);
         write("a.png", damaged);
-        EXPECT_EQ(converterTakes(damaged), tool({"check", "a.png"}).exitStatus == 0) << i;
+        EXPECT_EQ(converterTakes(damaged), tool({"check", "a.png"}).exitStatus == 0)
+            << "round " << i;
     }
 }
 

@@ -26,6 +26,7 @@ byte_vector surfaceOf(uint32_t rotation, DsColorMode mode, uint32_t width, uint3
 
 TEST_F(Compare, FindsEveryFileOfTheConverterEqualToItself) {
     for (const uint8_t type : kColorTypes) {
+        SCOPED_TRACE(testing::Message() << "color type " << int{type});
         const byte_vector file = makeSurface("a.surface", png().image(type, 6, 5).bytes());
         expectComparison(0, "equal\n", file, file);
     }
@@ -33,6 +34,7 @@ TEST_F(Compare, FindsEveryFileOfTheConverterEqualToItself) {
 
 TEST_F(Compare, FindsEveryChangedPixel) {
     for (const DsColorMode mode : kModesWithPixels) {
+        SCOPED_TRACE(testing::Message() << "mode " << static_cast<uint32_t>(mode));
         const uint32_t pixel = bytesPerPixel(mode);
         byte_vector lines(size_t{12} * pixel);
         const byte_vector before = surfaceOf(0, mode, 4, 3, lines);

@@ -137,8 +137,8 @@ TEST_F(Faults, OfALimitedFileSizeAreReportedAndLeaveNothingBehind) {
     write("old.png", {7});
     for (const char* name : {"new.png", "old.png"}) {
         const ProgramOutcome outcome = tool({"view", "a.surface", name}, {.fileSize = 1000});
-        EXPECT_EQ(0, outcome.signal);
-        EXPECT_EQ(1, outcome.exitStatus);
+        EXPECT_EQ(0, outcome.signal) << name;
+        EXPECT_EQ(1, outcome.exitStatus) << name;
         EXPECT_EQ(std::string("slabtool: ") + name + ": cannot be written: File too large\n",
                   outcome.errors);
     }
@@ -159,7 +159,7 @@ TEST_F(Faults, KeepPicturesFromTerminals) {
         const std::string message =
             "slabtool: " + output +
             ": standard output is a terminal, which shows no PNG: name a file, or redirect it\n";
-        EXPECT_EQ(1, outcome.exitStatus);
+        EXPECT_EQ(1, outcome.exitStatus) << output;
         EXPECT_EQ(message + message, outcome.errors);
         char shown = 0;
         EXPECT_GT(1, ::read(terminal, &shown, 1));
@@ -178,7 +178,7 @@ TEST_F(PartialFilesDeathTest, AreRemovedBySignals) {
             raise(file.stream() != nullptr ? signal : SIGABRT);
         };
         EXPECT_EXIT(endWhileWriting(), testing::KilledBySignal(signal), "");
-        EXPECT_EQ(Names{}, newFiles());
+        EXPECT_EQ(Names{}, newFiles()) << "signal " << signal;
     }
 }
 

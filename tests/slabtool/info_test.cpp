@@ -37,7 +37,7 @@ TEST_F(Info, FindsEveryFileOfTheConverterConsistent) {
     for (const byte_vector& image : images) {
         for (const char* rotation : {"90", "180"}) {
             makeSurface("a.surface", image, {"--rotation", rotation});
-            EXPECT_EQ(0, tool({"info", "a.surface"}).exitStatus);
+            EXPECT_EQ(0, tool({"info", "a.surface"}).exitStatus) << "rotation " << rotation;
         }
     }
     makeSurface("a.surface", images[0], {"--alphaonly"});
@@ -134,7 +134,7 @@ TEST_F(Info, ReadsStandardInput) {
     write("a.surface", surfaceOfMode(5));
     for (const char* command : {"slabtool info - < a.surface", "cat a.surface | slabtool info -"}) {
         const ProgramOutcome outcome = shell(command);
-        EXPECT_EQ(0, outcome.exitStatus);
+        EXPECT_EQ(0, outcome.exitStatus) << command;
         EXPECT_TRUE(outcome.output.starts_with("-: consistent\n")) << outcome.output;
     }
 }
@@ -158,7 +158,8 @@ TEST_F(Info, ReadsNoFurtherThanTheHeader) {
 
 TEST(SurfaceHeaders, OfEveryModeWithPixelsAreSound) {
     for (const DsColorMode mode : kModesWithPixels) {
-        EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(static_cast<uint32_t>(mode))));
+        EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(static_cast<uint32_t>(mode))))
+            << "mode " << static_cast<uint32_t>(mode);
     }
 }
 
@@ -182,7 +183,8 @@ TEST(SurfaceHeaders, HaveNamesForAllModes) {
 TEST(SurfaceHeaders, NeedTwentyBytes) {
     for (size_t size = 0; size < 20; ++size) {
         EXPECT_EQ(Problems{"shorter than the header of 20 bytes"},
-                  problemsOf(slice(surfaceOfMode(0), 0, size)));
+                  problemsOf(slice(surfaceOfMode(0), 0, size)))
+            << size << " bytes";
     }
 }
 
@@ -204,7 +206,7 @@ TEST(SurfaceHeaders, SayHowLongTheFileIs) {
 
 TEST(SurfaceHeaders, MayHaveFourRotations) {
     for (const uint32_t rotation : {0U, 90U, 180U, 270U}) {
-        EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(0, rotation)));
+        EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(0, rotation))) << rotation;
     }
     for (const uint32_t rotation : {1U, 360U, 0xFFFFFFFFU}) {
         EXPECT_EQ(

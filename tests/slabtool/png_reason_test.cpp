@@ -47,7 +47,9 @@ std::vector<png_maker> smallImages() {
 }
 
 TEST(PngReason, AgreesWithTheDecoderOnEveryTruncation) {
+    size_t number = 0;
     for (const png_maker& image : smallImages()) {
+        SCOPED_TRACE(testing::Message() << "image " << number++);
         const byte_vector file = image.bytes();
         for (size_t size = 0; size <= file.size(); ++size) {
             expectAgreement(slice(file, 0, size), "size " + std::to_string(size));
@@ -56,7 +58,9 @@ TEST(PngReason, AgreesWithTheDecoderOnEveryTruncation) {
 }
 
 TEST(PngReason, AgreesWithTheDecoderOnChangedBytes) {
+    size_t number = 0;
     for (const png_maker& image : smallImages()) {
+        SCOPED_TRACE(testing::Message() << "image " << number++);
         const byte_vector file = image.bytes();
         for (size_t at = 0; at < file.size(); ++at) {
             for (const uint8_t flips : byte_vector{1, 2, 4, 0x20, 0x80, 0xFF}) {
@@ -64,7 +68,9 @@ TEST(PngReason, AgreesWithTheDecoderOnChangedBytes) {
                 changed[at] ^= flips;
                 // Huge declared sizes have a test of their own.
                 if (at < kSizesBegin || at >= kSizesEnd) {
-                    expectAgreement(with_mended_crcs(changed), "byte " + std::to_string(at));
+                    expectAgreement(with_mended_crcs(changed), "byte " + std::to_string(at) +
+                                                                   ", flips " +
+                                                                   std::to_string(flips));
                 }
             }
         }

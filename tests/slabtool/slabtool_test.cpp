@@ -19,6 +19,7 @@ ProgramOutcome SlabtoolTest::tool(const std::vector<std::string>& arguments,
 
 void SlabtoolTest::expectErrorsWithin(uint64_t addressSpace, const std::string& errors,
                                       const std::vector<std::string>& arguments) const {
+    SCOPED_TRACE(commandLineOf("slabtool", arguments));
     const ProgramOutcome outcome = tool(arguments, {.addressSpace = addressSpace});
     EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ(errors, outcome.errors);
@@ -30,6 +31,7 @@ ProgramOutcome SlabtoolTest::shell(const std::string& commands) const {
 
 void SlabtoolTest::expectTool(int exitStatus, const std::string& output, const std::string& errors,
                               const std::vector<std::string>& arguments) const {
+    SCOPED_TRACE(commandLineOf("slabtool", arguments));
     const ProgramOutcome outcome = tool(arguments);
     EXPECT_EQ(exitStatus, outcome.exitStatus);
     EXPECT_EQ(0, outcome.signal);

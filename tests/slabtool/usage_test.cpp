@@ -13,12 +13,14 @@ TEST_F(Usage, HelpNamesEverySubCommand) {
     EXPECT_EQ(0, outcome.exitStatus);
     EXPECT_EQ("", outcome.errors);
     for (const char* command : kCommands) {
-        EXPECT_NE(std::string::npos, outcome.output.find(std::string("\n  ") + command + " "));
+        EXPECT_NE(std::string::npos, outcome.output.find(std::string("\n  ") + command + " "))
+            << command;
     }
 }
 
 TEST_F(Usage, EverySubCommandHasHelp) {
     for (const char* command : kCommands) {
+        SCOPED_TRACE(command);
         const ProgramOutcome outcome = tool({command, "--help"});
         EXPECT_EQ(0, outcome.exitStatus);
         EXPECT_EQ("", outcome.errors);
@@ -38,6 +40,7 @@ TEST_F(Usage, WrongUseIsStatusTwo) {
                                               {"prepare", "a"},
                                               {"compare", "a", "b", "c"}};
     for (const std::vector<std::string>& arguments : wrong) {
+        SCOPED_TRACE(commandLineOf("slabtool", arguments));
         const ProgramOutcome outcome = tool(arguments);
         EXPECT_EQ(2, outcome.exitStatus);
         EXPECT_EQ("", outcome.output);

@@ -54,12 +54,13 @@ TEST_F(View, DrawsWhatTheConverterWasGivenUprightAgain) {
                           {png().rgba(7, 4).bytes(), ""}};
     for (const auto& [image, note] : cases) {
         for (const char* rotation : {"90", "180"}) {
+            SCOPED_TRACE(std::string("rotation ") + rotation);
             makeSurface("a.surface", image, {"--rotation", rotation});
             const oracle_image_t drawn = draw(note);
             const oracle_image_t given = *oracle_decode_png(image);
             EXPECT_EQ(given.width, drawn.width);
             EXPECT_EQ(given.height, drawn.height);
-            EXPECT_EQ(given.pixels, drawn.pixels);
+            EXPECT_TRUE(same_pixels(given.pixels, drawn.pixels, layout_of(given)));
         }
     }
 }
@@ -67,7 +68,8 @@ TEST_F(View, DrawsWhatTheConverterWasGivenUprightAgain) {
 TEST_F(View, DrawsAlphaOnlySurfacesAsGrey) {
     const byte_vector image = png().gray(5, 6).bytes();
     makeSurface("a.surface", image, {"--alphaonly", "--rotation", "90"});
-    EXPECT_EQ(oracle_decode_png(image)->pixels, draw(kAlphaNote).pixels);
+    const oracle_image_t given = *oracle_decode_png(image);
+    EXPECT_TRUE(same_pixels(given.pixels, draw(kAlphaNote).pixels, layout_of(given)));
 }
 
 TEST_F(View, WidensPixelsOfTwoBytes) {
@@ -133,7 +135,7 @@ TEST_F(View, EndsOnEveryTruncation) {
     const byte_vector file = makeSurface("whole.surface", png().rgba(2, 2).bytes());
     for (size_t size = 0; size < file.size(); ++size) {
         write("a.surface", slice(file, 0, size));
-        EXPECT_EQ(1, tool({"view", "a.surface", "a.png"}).exitStatus);
+        EXPECT_EQ(1, tool({"view", "a.surface", "a.png"}).exitStatus) << size << " bytes";
     }
     EXPECT_FALSE(exists("a.png"));
 }

@@ -269,8 +269,9 @@ TEST(StringArgumentParser, MissesAValueThatBeginsWithAMinusSign) {
         std::string value = "before";
         StringArgumentParser parser(&value);
         EXPECT_EQ((Mistake{std::nullopt, "missing value"}),
-                  mistakeOf([&] { parser.parse(tokens.begin(), tokens); }));
-        EXPECT_EQ("before", value);
+                  mistakeOf([&] { parser.parse(tokens.begin(), tokens); }))
+            << token;
+        EXPECT_EQ("before", value) << token;
         EXPECT_EQ(Tokens{token}, tokens);
     }
 }

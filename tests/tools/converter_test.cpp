@@ -7,17 +7,6 @@
 #include <iterator>
 #include <stdexcept>
 
-namespace {
-
-void expectOutcome(const ProgramOutcome& outcome, int exitStatus, const std::string& output) {
-    EXPECT_EQ(exitStatus, outcome.exitStatus);
-    EXPECT_EQ(0, outcome.signal);
-    EXPECT_EQ(output, outcome.output);
-    EXPECT_EQ("", outcome.errors);
-}
-
-} // namespace
-
 const std::string& banner() {
     static const std::string text = [] {
         const std::string help = runProgram(PNGSLAB_PROGRAM, {"--help"}, "/").output;
@@ -37,6 +26,14 @@ std::string usageScreen() {
            "\n --output <output file>            -  Output surface file\n";
 }
 
+std::string commandLineOf(const std::string& program, const std::vector<std::string>& arguments) {
+    std::string line = program;
+    for (const std::string& argument : arguments) {
+        line += " '" + argument + "'";
+    }
+    return line;
+}
+
 ConverterTest::ConverterTest() {
     std::string name = testing::TempDir() + "/pngslab-test-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) {
@@ -54,28 +51,40 @@ ProgramOutcome ConverterTest::run(const std::vector<std::string>& arguments,
     return runProgram(PNGSLAB_PROGRAM, arguments, mFolder, surroundings);
 }
 
+void ConverterTest::expectOutcome(int exitStatus, const std::string& output,
+                                  const std::vector<std::string>& arguments) const {
+    SCOPED_TRACE(commandLineOf("pngslab", arguments));
+    const ProgramOutcome outcome = run(arguments);
+    EXPECT_EQ(exitStatus, outcome.exitStatus);
+    EXPECT_EQ(0, outcome.signal);
+    EXPECT_EQ(output, outcome.output);
+    EXPECT_EQ("", outcome.errors);
+}
+
 void ConverterTest::expectHelp(const std::vector<std::string>& arguments) const {
-    expectOutcome(run(arguments), 0, banner() + usageScreen() + "\n\n");
+    expectOutcome(0, banner() + usageScreen() + "\n\n", arguments);
 }
 
 void ConverterTest::expectSuccess(const std::vector<std::string>& arguments,
                                   const std::string& imagePath, size_t size) const {
-    expectOutcome(run(arguments), 0,
+    expectOutcome(0,
                   banner() + "\nGenerated surface for '" + imagePath + "', size " +
-                      std::to_string(size) + " bytes\n\n");
+                      std::to_string(size) + " bytes\n\n",
+                  arguments);
 }
 
 void ConverterTest::expectUsageError(const std::vector<std::string>& arguments,
                                      const std::string& message) const {
-    expectOutcome(run(arguments), 1, banner() + usageScreen() + "\n\nERROR: " + message + "\n\n");
+    expectOutcome(1, banner() + usageScreen() + "\n\nERROR: " + message + "\n\n", arguments);
 }
 
 void ConverterTest::expectError(const std::vector<std::string>& arguments,
                                 const std::string& message) const {
-    expectOutcome(run(arguments), 1, banner() + "\n\nERROR: " + message + "\n\n");
+    expectOutcome(1, banner() + "\n\nERROR: " + message + "\n\n", arguments);
 }
 
 void ConverterTest::expectAbnormalEnd(const std::vector<std::string>& arguments) const {
+    SCOPED_TRACE(commandLineOf("pngslab", arguments));
     const ProgramOutcome outcome = run(arguments);
     EXPECT_EQ(SIGABRT, outcome.signal) << "exit status " << outcome.exitStatus;
     EXPECT_EQ(std::string::npos, outcome.output.find("ERROR"));

@@ -17,6 +17,9 @@ const std::string& banner();
 /// What a run prints about its options.
 std::string usageScreen();
 
+/// A command line for messages.
+std::string commandLineOf(const std::string& program, const std::vector<std::string>& arguments);
+
 /// Runs of the converter in an empty folder that goes with the test. Names are relative to it.
 class ConverterTest : public testing::Test {
 protected:
@@ -41,5 +44,8 @@ protected:
     bool exists(const std::string& name) const;
 
 private:
+    void expectOutcome(int exitStatus, const std::string& output,
+                       const std::vector<std::string>& arguments) const;
+
     std::filesystem::path mFolder;
 };

@@ -2,6 +2,7 @@
 // turned and unturned.
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
+#include "tests/support/same_bytes.h"
 #include "tests/tools/converter_test.h"
 
 #include <algorithm>
@@ -30,6 +31,14 @@ byte_vector surfaceFile(const Picture& picture) {
     append(file, picture.pixels);
     file.resize((file.size() + 3) / 4 * 4, 0);
     return file;
+}
+
+constexpr uint64_t kHeaderSize = 20;
+
+// The rows in that file.
+pixel_layout_t layoutOf(const Picture& picture) {
+    const uint64_t stride = uint64_t{picture.width} * picture.pixelSize;
+    return {picture.width, picture.height, stride, picture.pixelSize, kHeaderSize};
 }
 
 // The picture after a turn by 90 degrees counter-clockwise: its rightmost column becomes line 0.
@@ -65,8 +74,10 @@ protected:
         write("in.png", image);
         std::vector<std::string> arguments = {"--image", "in.png", "--output", "out"};
         arguments.insert(arguments.end(), options.begin(), options.end());
+        SCOPED_TRACE(commandLineOf("pngslab", arguments));
         expectSuccess(arguments, "in.png", expected.size());
-        EXPECT_EQ(expected, read("out"));
+        EXPECT_TRUE(same_pixels(expected, read("out"), layoutOf(picture)))
+            << "mode " << picture.mode;
     }
 
     // Unturned, turned, and with the two angles that turn nothing.
@@ -103,7 +114,7 @@ TEST_F(ProgramConversion, OfTheSmallestExampleIsKnownToTheByte) {
         90, 0, 0, 0,  1,  0,  0, 0,               // turned, blue green red
         2,  0, 0, 0,  3,  0,  0, 0, 6, 0,  0,  0, // 2 wide, 3 high, 6 bytes a line
         9,  8, 7, 19, 18, 17, 6, 5, 4, 16, 15, 14, 3, 2, 1, 13, 12, 11, 0, 0};
-    EXPECT_EQ(expected, read("out"));
+    EXPECT_TRUE(same_bytes(expected, read("out")));
 }
 
 TEST_F(ProgramConversion, OfGreyGivesIndices) {
@@ -188,7 +199,7 @@ TEST_F(ProgramConversion, OfTheSampleEqualsWhatLibpngReads) {
 
     const byte_vector expected = surfaceFile(picture);
     expectSuccess({"--image", sample, "--output", "quill"}, sample, expected.size());
-    EXPECT_EQ(expected, read("quill"));
+    EXPECT_TRUE(same_pixels(expected, read("quill"), layoutOf(picture)));
 }
 
 } // namespace

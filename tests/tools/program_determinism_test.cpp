@@ -1,6 +1,7 @@
 // The same input gives the same file and the same words, whatever the memory held before: damaged
 // images are converted twice, with allocators that fill fresh and released blocks differently.
 #include "tests/support/png_maker.h"
+#include "tests/support/same_bytes.h"
 #include "tests/tools/converter_test.h"
 
 #include <cstdlib>
@@ -56,11 +57,12 @@ TEST_F(ProgramDeterminism, DamagedImagesGiveTheSameFilesAndWordsWhateverTheMemor
     test_rng rng(1);
     uint32_t converted = 0;
     for (uint32_t i = 0; i < inputCount(); ++i) {
+        SCOPED_TRACE(testing::Message() << "input " << i);
         write("in.png", damaged(anyImage(rng), rng));
         const bool alphaOnly = i % 8 == 0;
         const std::string words = convertWithFill("first", "1", alphaOnly);
-        ASSERT_EQ(words, convertWithFill("second", "254", alphaOnly)) << "input " << i;
-        ASSERT_EQ(read("first"), read("second")) << "input " << i;
+        ASSERT_EQ(words, convertWithFill("second", "254", alphaOnly));
+        ASSERT_TRUE(same_bytes(read("first"), read("second")));
         converted += read("first").empty() ? 0 : 1;
     }
     EXPECT_GT(converted, inputCount() / 10);
