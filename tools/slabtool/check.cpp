@@ -1,5 +1,5 @@
-// One line a file, and nothing that one file could do to the lines of the others.
-#include "tools/slabtool/check.h"
+// slabtool check: one line a file, and nothing that one file could do to the lines of the others.
+#include "tools/slabtool/commands.h"
 
 #include "tools/slabtool/png_image.h"
 #include "tools/slabtool/png_verdict.h"

@@ -1,5 +1,5 @@
-// Header words first, then the pixels of the upright pictures; padding does not count.
-#include "tools/slabtool/compare.h"
+// slabtool compare: header words first, then the pixels of the upright pictures; padding does not count.
+#include "tools/slabtool/commands.h"
 
 #include "tools/slabtool/surface_file.h"
 

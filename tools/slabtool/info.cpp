@@ -1,5 +1,5 @@
-// Two ways to print the same facts.
-#include "tools/slabtool/info.h"
+// slabtool info: two ways to print the same facts.
+#include "tools/slabtool/commands.h"
 
 #include "tools/slabtool/json_text.h"
 #include "tools/slabtool/surface_file.h"

@@ -1,10 +1,6 @@
 // slabtool, the companion of pngslab: the command line of its sub-commands, and how a run ends.
-#include "tools/slabtool/check.h"
-#include "tools/slabtool/compare.h"
+#include "tools/slabtool/commands.h"
 #include "tools/slabtool/files.h"
-#include "tools/slabtool/info.h"
-#include "tools/slabtool/prepare.h"
-#include "tools/slabtool/view.h"
 
 #include <CLI/CLI.hpp>
 

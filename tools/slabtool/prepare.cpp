@@ -1,6 +1,6 @@
-// libpng reads and writes; which way of writing gives something that the product's decoder takes is tried
-// out, since zlib cannot be kept from fixed-code blocks.
-#include "tools/slabtool/prepare.h"
+// slabtool prepare: libpng reads and writes. zlib cannot be kept from fixed-code blocks, so several ways of
+// writing are tried, and the product's decoder decides.
+#include "tools/slabtool/commands.h"
 
 #include "tools/slabtool/png_verdict.h"
 

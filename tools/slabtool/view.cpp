@@ -1,5 +1,5 @@
-// Pixels of every mode as PNG samples. Indexes and lone alpha values are drawn as grey.
-#include "tools/slabtool/view.h"
+// slabtool view: pixels of every mode as PNG samples. Indexes and lone alpha values are drawn as grey.
+#include "tools/slabtool/commands.h"
 
 #include "src/internal/mode_traits.h"
 #include "tools/slabtool/png_image.h"

@@ -1,0 +1,49 @@
+// The sub-commands of slabtool: what each is asked for, and its run. Apart from main.cpp, so that only the
+// command line depends on CLI11.
+#pragma once
+
+#include "tools/slabtool/png_image.h"
+
+#include <string>
+#include <vector>
+
+struct InfoRequest {
+    std::vector<std::string> paths;
+    bool json = false;
+};
+
+/// Prints what surface files say about themselves, and whether that fits together.
+/// @return the exit status: 0 if every file is consistent
+int runInfo(const InfoRequest& request);
+
+struct ViewRequest {
+    std::string surfacePath, pngPath;
+};
+
+/// Draws a surface file as a PNG to look at. @return the exit status. @throws Refusal
+int runView(const ViewRequest& request);
+
+struct CheckRequest {
+    std::vector<std::string> paths;
+    bool alphaOnly = false; ///< for surfaces of alpha only
+};
+
+/// Prints a line for each image: whether pngslab accepts it; if not, why, and how to fix it.
+/// @return the exit status: 0 if every image is accepted
+int runCheck(const CheckRequest& request);
+
+struct PrepareRequest {
+    std::string input, output; ///< paths
+    PngChanges changes;
+};
+
+/// Writes an image that pngslab accepts, with the same pixels. @return the exit status. @throws Refusal
+int runPrepare(const PrepareRequest& request);
+
+struct CompareRequest {
+    std::string first, second; ///< paths
+};
+
+/// Prints whether two surface files hold the same picture in the same way.
+/// @return the exit status: 0 if they are equal. @throws Refusal
+int runCompare(const CompareRequest& request);
