@@ -88,8 +88,8 @@ std::string reason_for_refusal(const byte_vector& file) {
     return "UNEXPLAINED";
 }
 
-// Pixels as packed rows. Rows of images with a key colour are written in the narrower layout of
-// their colour type, at the front of each surface row.
+// Pixels as packed rows. Rows of images with a key color are written in the narrower layout of
+// their color type, at the front of each surface row.
 byte_vector packed_pixels(const DsSurface& surface, size_t row_bytes) {
     byte_vector pixels;
     for (int32_t y = 0; y < surface.getHeight(); ++y) {

@@ -94,7 +94,7 @@ private:
         return {"prepared, equal, taken", false};
     }
 
-    // Truecolour images lose theirs.
+    // Truecolor images lose theirs.
     static byte_vector palette_of(const oracle_image_t& image) {
         const bool is_indexed = image.pixels.size() == size_t{image.width} * image.height;
         return is_indexed ? image.palette : byte_vector();

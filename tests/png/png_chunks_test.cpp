@@ -255,7 +255,7 @@ TEST(PngPlte, IsJudgedByItsLengthBeforeTheSurfaceIsLookedAt) {
     EXPECT_EQ(full_pass(file, surface), kPngMalformed);
 }
 
-// Kept on purpose: a suggested palette has no place in a surface of a truecolour image.
+// Kept on purpose: a suggested palette has no place in a surface of a truecolor image.
 TEST(PngPlte, OfATruecolourImageFailsTheFullPass) {
     for (png_maker maker : {png().rgb(4, 4), png().rgba(4, 4)}) {
         const decode_outcome outcome = decode_png(maker.plte(byte_vector(30, 1)).bytes());
@@ -272,7 +272,7 @@ TEST(PngPlte, OfATruecolourImageFailsTheFullPassEvenEmpty) {
     EXPECT_EQ(outcome.result, kPngDoesNotFit);
 }
 
-// --- The grey ramp
+// --- The gray ramp
 
 TEST(PngGreyRamp, FillsThePaletteOfGreyImages) {
     for (png_maker maker : {png().gray(4, 4), png().gray_alpha(4, 4)}) {

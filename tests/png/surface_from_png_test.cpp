@@ -117,14 +117,14 @@ TEST(SurfaceFromPng, MakesAnA8SurfaceOfAGreyImageWithAKeyColour) {
     EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_block(*surface), 0, 24), {6, 4, 6, 1}));
 }
 
-// Kept on purpose: only plain greyscale becomes alpha.
+// Kept on purpose: only plain grayscale becomes alpha.
 TEST(SurfaceFromPng, RefusesOtherTypesAsAlphaOnly) {
     for (const uint8_t type : {kRgb, kIndexed, kGrayAlpha, kRgba}) {
         EXPECT_EQ(convert_png(png().image(type, 4, 4).bytes(), true), nullptr) << +type;
     }
 }
 
-// --- Key colours
+// --- Key colors
 
 TEST(SurfaceFromPng, KeepsZerosAndInflatedBytesBehindTheRowsOfAKeyedImage) {
     for (const uint8_t type : {kGray, kRgb}) {

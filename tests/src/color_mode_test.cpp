@@ -25,7 +25,7 @@ void expectColor(const DsColor& expected, const DsColor& actual, uint32_t stored
 }
 
 // Calls `check` with every pair of a channel's 8-bit values beside fixed other channels, so that
-// every value of every channel and every pair of neighbours meets.
+// every value of every channel and every pair of neighbors meets.
 template <typename Check>
 void forColors(Check check) {
     for (uint32_t a = 0; a < 256; ++a) {
@@ -173,7 +173,7 @@ TEST(PixelEncoding, NarrowsIntoRgb565) {
     });
 }
 
-// The colour channels take the rule that widens, and nothing masks what it gives.
+// The color channels take the rule that widens, and nothing masks what it gives.
 TEST(PixelEncoding, SpillsArgb1555ChannelsIntoTheirNeighbours) {
     expectEncoding<Mode::ARGB1555>([](const DsColor& c) {
         const uint32_t sum = (c.alpha >= 128 ? 32768 : 0) + ((c.red * 527 + 23) >> 6) * 1024 +

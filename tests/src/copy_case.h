@@ -1,5 +1,5 @@
 // One call of a copying kernel on rectangles inside larger blocks, compared with the plain rules
-// byte by byte, whatever lies around the rectangles included, with each choice of fast paths.
+// byte by byte, on each backend. What lies around the rectangles is compared too.
 #pragma once
 
 #include "src/pixel_kernels.h"
@@ -17,7 +17,7 @@ struct CopyKernel {
 inline constexpr CopyKernel kConvert = {convertPixels, &PlainCopy::converted};
 inline constexpr CopyKernel kBlend = {blendPixels, &PlainCopy::blended};
 
-/// A rectangle of pixels in a block: where it starts, and pixels from line to line.
+/// A rectangle of pixels in a block: where it starts, and pixels from row to row.
 struct PixelRect {
     byte_vector block;
     size_t start;
@@ -43,7 +43,7 @@ void expectCopiesOfAllModes(const CopyKernel& kernel, uint32_t seed);
 /// The same with source and target one and the same rectangle.
 void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed);
 
-/// Runs the kernel on whole blocks of `height` lines of 256 pixels, and compares.
+/// Runs the kernel on whole blocks of `height` rows of 256 pixels, and compares.
 void expectCopyOfBlocks(const CopyKernel& kernel, const PlainCopy& copy, const byte_vector& target,
                         const byte_vector& source, uint32_t height);
 

@@ -181,7 +181,7 @@ DsEllipse ellipseOf(const PlainEllipse& plain) {
     return DsEllipse({plain.centerX, plain.centerY}, {plain.radiusX, plain.radiusY});
 }
 
-// The documented ellipse: centre (5, 3), radii (5, 3).
+// The documented ellipse: center (5, 3), radii (5, 3).
 DsEllipse smallEllipse() {
     DsEllipse ellipse({0, 0}, {1, 1});
     ellipse.setFromRect(DsFRect(0, 0, 10, 6));
@@ -219,7 +219,7 @@ PlainEllipse randomEllipse(test_rng& random) {
             std::fabs(randomNumber(random, size)), std::fabs(randomNumber(random, size))};
 }
 
-// Angles of every kind, but none that normalises to exactly 360: an arc's walk never ends there.
+// Angles of every kind, but none that normalizes to exactly 360: an arc's walk never ends there.
 float randomAngle(test_rng& random) {
     switch (random() % 4) {
     case 0:
@@ -311,7 +311,7 @@ TEST(EllipseFromRect, FormsTheCenterInDoublePrecision) {
     }
 }
 
-// Half of the smallest float is nothing in single precision, but enough for a centre in double to
+// Half of the smallest float is nothing in single precision, but enough for a center in double to
 // round another way.
 TEST(EllipseFromRect, DiffersFromSinglePrecisionAtTinySizes) {
     constexpr float kTiny = std::numeric_limits<float>::denorm_min();
@@ -622,12 +622,12 @@ TEST(ArcBounds, EndForNanAndInfiniteAngles) {
             }
         }
     }
-    // Nothing extends the box, which stays inside out, or the centre.
+    // Nothing extends the box, which stays inside out, or the center.
     expectRectF(DsFRect(10, 6, -10, -6), ellipse.arcBounds(false, kNan, kNan));
     expectRectF(DsFRect(5, 3, 0, 0), ellipse.arcBounds(true, kInf, kNan));
 }
 
-// A start angle may normalise to 360; its walk passes all axes up to the end's.
+// A start angle may normalize to 360; its walk passes all axes up to the end's.
 TEST(ArcBounds, WalkFromATinyNegativeStart) {
     const PlainEllipse plain = {5, 3, 5, 3};
     ASSERT_EQ(360.0F, plainNormalized(-0.000001F));

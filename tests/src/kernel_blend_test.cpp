@@ -1,5 +1,5 @@
 // The blending kernel against the plain rules: every pair of modes, every triple of bytes that the
-// colour formula can meet on opaque pixels, every pair of alphas.
+// color formula can meet on opaque pixels, every pair of alphas.
 #include "tests/src/copy_case.h"
 #include "tests/support/each_backend.h"
 #include "tests/support/same_bytes.h"
@@ -26,24 +26,24 @@ constexpr uint32_t grey(uint32_t alpha, uint32_t level) {
     return alpha << 24 | level << 16 | level << 8 | level;
 }
 
-// The colour formula on an opaque target, as it stands.
+// The color formula on an opaque target, as it stands.
 uint32_t formula(uint32_t cd, uint32_t cs, uint32_t s) {
     return (cd * 255 * (255 - s) + cs * s * 255) / 65025;
 }
 
-// 256 by 256 opaque grey pixels: the level is the column.
+// 256 by 256 opaque gray pixels: the level is the column.
 byte_vector greyColumns(Mode mode) {
     return makePixels(mode, 65536, [mode](uint32_t i) {
         return plainEncode(mode, {255, i % 256, i % 256, i % 256});
     });
 }
 
-// 256 by 256 ARGB8888 pixels of one alpha: the grey level is the line.
+// 256 by 256 ARGB8888 pixels of one alpha: the gray level is the line.
 byte_vector greyLines(uint32_t alpha) {
     return makePixels(Mode::ARGB8888, 65536, [alpha](uint32_t i) { return grey(alpha, i / 256); });
 }
 
-// Blends every grey level of every alpha over every opaque grey level.
+// Blends every gray level of every alpha over every opaque gray level.
 void expectAllTriples(Mode target) {
     const byte_vector columns = greyColumns(target);
     for (uint32_t s = 0; s < 256; s += kAlphaStep) {
@@ -76,7 +76,7 @@ TEST(BlendPixels, IsExactForAllByteTriplesOnRgb888) {
     expectAllTriples(Mode::RGB888);
 }
 
-// All stored values, so all that a channel can decode to, under every grey level of an alpha.
+// All stored values, so all that a channel can decode to, under every gray level of an alpha.
 TEST(BlendPixels, IsExactForAllStoredValuesOfRgb565) {
     const byte_vector values = allStoredValues(Mode::RGB565);
     for (uint32_t s = 0; s < 256; s += 15) {
@@ -89,7 +89,7 @@ TEST(BlendPixels, IsExactForAllStoredValuesOfRgb565) {
     }
 }
 
-// Columns of target alphas under lines of source alphas, for colours of all kinds.
+// Columns of target alphas under lines of source alphas, for colors of all kinds.
 TEST(BlendPixels, IsExactForAllPairsOfAlphas) {
     test_rng random(43);
     for (int round = 0; round < 32; ++round) {
@@ -140,7 +140,7 @@ TEST(BlendPixels, ComposesEveryPairOfBytes) {
     }
 }
 
-// A mask over every alpha of a target, for constant alphas and colours of all kinds.
+// A mask over every alpha of a target, for constant alphas and colors of all kinds.
 TEST(BlendPixels, PaintsTheConstantColorThroughEveryMaskOverEveryAlpha) {
     const byte_vector mask = makePixels(Mode::A8, 65536, [](uint32_t i) { return i / 256; });
     for (const uint32_t color : {0U, 0xFFFFFFFFU, 0x0080FF80U, 0x1234567FU, 0xC0FFEEFEU}) {

@@ -27,7 +27,7 @@ uint32_t field(uint32_t word, uint32_t lowestBit, uint32_t bitCount) {
     return (word >> lowestBit) % (1U << bitCount);
 }
 
-// What the target weighs in a painted pixel, each term multiplied by what the colour leaves.
+// What the target weighs in a painted pixel, each term multiplied by what the color leaves.
 PlainColor targetTerms(DsColorMode mode, uint32_t p, uint32_t rest) {
     const auto terms = [rest](uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
         return PlainColor{alpha * rest, red * alpha * rest, green * alpha * rest,

@@ -26,7 +26,7 @@ struct PlainColor {
     bool operator==(const PlainColor&) const = default;
 };
 
-/// The channels of a colour word, and back.
+/// The channels of a color word, and back.
 PlainColor plainColor(uint32_t word);
 uint32_t plainWord(const PlainColor& color);
 
@@ -37,7 +37,7 @@ uint32_t plainPixelSize(DsColorMode mode);
 uint32_t plainLoad(DsColorMode mode, const uint8_t* pixel);
 void plainStore(DsColorMode mode, uint8_t* pixel, uint32_t stored);
 
-/// A stored value as a colour; A8 takes its colour from `constant`.
+/// A stored value as a color; A8 takes its color from `constant`.
 PlainColor plainDecode(DsColorMode mode, uint32_t stored, const PlainColor& constant = {});
 uint32_t plainEncode(DsColorMode mode, const PlainColor& color);
 
@@ -54,7 +54,7 @@ struct PlainCopy {
     uint32_t blended(uint32_t targetStored, uint32_t sourceStored) const;
 };
 
-/// The stored value after painting a colour word through a coverage byte.
+/// The stored value after painting a color word through a coverage byte.
 uint32_t plainPainted(DsColorMode mode, uint32_t stored, uint32_t coverage, uint32_t color);
 
 /// A value for every bit pattern of a pixel of one or two bytes, 256 a line.

@@ -1,5 +1,5 @@
 // Painting through coverage: both routines in every mode against the plain rule, pixel by pixel in
-// their order, with each choice of fast paths, and with coverage that lies in the painted bytes.
+// their order, on each backend, and with coverage that lies in the painted bytes.
 #include "src/span_fill.h"
 #include "tests/src/copy_case.h"
 #include "tests/support/each_backend.h"
@@ -89,7 +89,7 @@ SpanCase randomSpan(test_rng& random, uint32_t count, std::optional<uint32_t> st
     return span;
 }
 
-// A random colour; every other one is opaque.
+// A random color; every other one is opaque.
 uint32_t randomColor(test_rng& random) {
     return random() % 2 == 0 ? random() : random() | 255U;
 }

@@ -1,4 +1,4 @@
-// Recolouring and copying of channels: for every combination of flags, every mode and pair of
+// Recoloring and copying of channels: for every combination of flags, every mode and pair of
 // modes, against the plain rules, with clips and rotations that must not matter.
 #include "src/ds_surface.h"
 #include "tests/src/copy_case.h"
@@ -59,7 +59,7 @@ void recolorPlainly(PlainPicture& picture, const Recoloring& r) {
     }
 }
 
-// One stored value of `mode`, recoloured.
+// One stored value of `mode`, recolored.
 uint32_t recoloredPixel(Mode mode, uint32_t stored, const Recoloring& r) {
     byte_vector file = makeFileHeader(0, mode, 1, 1, plainPixelSize(mode));
     file.resize(24);
@@ -69,7 +69,7 @@ uint32_t recoloredPixel(Mode mode, uint32_t stored, const Recoloring& r) {
     return plainLoad(mode, &file[20]);
 }
 
-// The colour of a random pixel, so that something matches.
+// The color of a random pixel, so that something matches.
 uint32_t colorInside(const PlainPicture& picture, test_rng& random) {
     const PlainPoint& p = picture.pixels()[random() % picture.pixels().size()];
     return plainWord(plainDecode(picture.mode(), picture.get(p)));

@@ -1,4 +1,4 @@
-// Surface files: what serialising writes, byte by byte, and the view that reads it back.
+// Surface files: what serializing writes, byte by byte, and the view that reads it back.
 #include "src/ds_surface.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/surface_makers.h"

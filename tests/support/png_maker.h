@@ -6,14 +6,14 @@
 
 #include <string>
 
-/// PNG's colour types.
+/// PNG's color types.
 inline constexpr uint8_t kGray = 0, kRgb = 2, kIndexed = 3, kGrayAlpha = 4, kRgba = 6;
 inline constexpr uint8_t kColorTypes[] = {kGray, kRgb, kIndexed, kGrayAlpha, kRgba};
 
 /// PNG's row filters.
 inline constexpr uint8_t kNone = 0, kSub = 1, kUp = 2, kAverage = 3, kPaeth = 4;
 
-/// What the filters 0 to 4 take a sample for, from its neighbours.
+/// What the filters 0 to 4 take a sample for, from its neighbors.
 int predict_sample(uint8_t filter, int left, int up, int up_left);
 
 /// Bytes of a pixel of `color_type` at 8 bits a sample.

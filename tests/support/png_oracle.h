@@ -8,17 +8,17 @@
 
 struct oracle_image_t {
     uint32_t width, height;
-    byte_vector pixels;  ///< packed rows: grey or index; blue, green, red; grey, alpha; B, G, R, A
+    byte_vector pixels;  ///< packed rows: gray or index; blue, green, red; gray, alpha; B, G, R, A
     byte_vector palette; ///< blue, green, red an entry; empty without a PLTE chunk
 };
 
 pixel_layout_t layout_of(const oracle_image_t& image);
 
-/// What becomes of other samples than those of 8 bits, and of key colours.
+/// What becomes of other samples than those of 8 bits, and of key colors.
 enum class oracle_reading {
     as_stored,      ///< no conversion but the order of the channels
     as_8_bits,      ///< widened or narrowed, indices unpacked
-    with_key_alpha, ///< as 8 bits, and key colours as alpha
+    with_key_alpha, ///< as 8 bits, and key colors as alpha
 };
 
 /// What libpng reads from a file; nothing if it refuses the file.

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-/// What a run prints first; its last words are the maker's own, learnt from the program.
+/// What a run prints first; its last words are the maker's own, learned from the program.
 const std::string& banner();
 
 /// What a run prints about its options.

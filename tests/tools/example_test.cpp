@@ -62,7 +62,7 @@ PlainPicture withBandAndSprite(byte_vector& pictureFile, byte_vector& spriteFile
     return picture;
 }
 
-// Whether `after` is `before` with the ring's colour painted through a coverage near to `share`.
+// Whether `after` is `before` with the ring's color painted through a coverage near to `share`.
 bool isPainted(DsColorMode mode, uint32_t before, uint32_t after, double share) {
     // The example looks at eight lines a row, which tells inside and outside nearly exactly.
     const double tolerance = share == 0 || share == 1 ? 0.005 : 0.07;

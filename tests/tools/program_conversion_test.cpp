@@ -181,7 +181,7 @@ TEST_F(ProgramConversion, ToAlphaOnlyIsRefusedForEverythingButGrey) {
     expectNoAlphaOnlySurface(png().rgba(3, 3).bytes());
 }
 
-// A key colour changes the surface's format, but rows are still written in the narrower layout;
+// A key color changes the surface's format, but rows are still written in the narrower layout;
 // what they leave of a line is what the block held, here zeros.
 TEST_F(ProgramConversion, OfGreyWithAKeyColorWritesNarrowRowsIntoWiderLines) {
     const png_maker image = png().gray(2, 1).pixels({0x11, 0x22}).filter(kNone).trns({0, 7});

@@ -17,7 +17,7 @@ const byte_vector kOldContent = {'o', 'l', 'd'};
 
 class ProgramFiles : public ConverterTest {
 protected:
-    // A grey picture of one pixel, whose file takes 24 bytes.
+    // A gray picture of one pixel, whose file takes 24 bytes.
     void writeTinyImage(const std::string& name) const {
         write(name, png().gray(1, 1).pixels({0x5A}).bytes());
     }
