@@ -1,10 +1,10 @@
 // The fast loop against the state machine that it stands beside: after every piece of input both must
 // have left the same record, the same reader and the same output block, to the last byte.
-#include "inflate/src/deflate_tables.h"
-#include "inflate/src/fast_codes.h"
-#include "inflate/src/inflate_fast.h"
+#include "inflate/src/internal/deflate_tables.h"
+#include "inflate/src/internal/fast_codes.h"
+#include "inflate/src/internal/inflate_fast.h"
 #include "inflate/src/internal/inflate_steps.h"
-#include "inflate/src/match_copy.h"
+#include "inflate/src/internal/match_copy.h"
 #include "tests/support/decoder_snapshot.h"
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
@@ -16,6 +16,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+
+using namespace inflate_detail;
 
 namespace {
 
@@ -41,7 +43,7 @@ public:
             m_reader.bitCount += 8;
             --m_reader.available;
         }
-        const int32_t result = m_is_plain ? inflate_detail::process_states_only(&m_state, &m_reader)
+        const int32_t result = m_is_plain ? process_states_only(&m_state, &m_reader)
                                           : inflate_process(&m_state, &m_reader);
         return snapshot_of(result, m_state, m_reader, piece.data(), m_block.data(), m_block.size());
     }

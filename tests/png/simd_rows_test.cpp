@@ -4,6 +4,7 @@
 #include "png/internal/row_backend.h"
 #include "png/internal/scalar_rows.h"
 #include "tests/support/each_backend.h"
+#include "tests/support/same_bytes.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/test_bytes.h"
 
@@ -63,20 +64,20 @@ TEST(SimdFilters, AverageAllBytes) {
 }
 #endif
 
-struct image {
+struct image_t {
     uint32_t pixel_bytes, width, height;
     uint64_t stride;
     uint64_t room; // bytes in front of the filtered rows
     uint32_t seed;
 };
 
-uint64_t row_bytes(const image& image) {
+uint64_t row_bytes(const image_t& image) {
     return uint64_t{image.width} * image.pixel_bytes;
 }
 
 // A block of noise whose rows have filters chosen by `filter_of`.
 template <typename filter_of_t>
-byte_vector filtered_block(const image& image, filter_of_t filter_of) {
+byte_vector filtered_block(const image_t& image, filter_of_t filter_of) {
     const uint64_t filtered = row_bytes(image) + 1;
     byte_vector block =
         make_bytes(data_kind::noise, image.room + filtered * image.height, image.seed);
@@ -86,12 +87,12 @@ byte_vector filtered_block(const image& image, filter_of_t filter_of) {
     return block;
 }
 
-struct conversion {
+struct conversion_t {
     fault_t fault;
     byte_vector block;
 };
 
-conversion convert(const image& image, byte_vector block) {
+conversion_t convert(const image_t& image, byte_vector block) {
     const fault_t fault = png_convert_rows({.block = block.data(),
                                             .blockSize = block.size(),
                                             .sourceOffset = image.room,
@@ -104,33 +105,19 @@ conversion convert(const image& image, byte_vector block) {
     return {fault, std::move(block)};
 }
 
-// Where the first byte differs.
-testing::AssertionResult is_same(const image& image, const conversion& got,
-                                 const conversion& expected) {
-    if (got.fault != expected.fault) {
-        return testing::AssertionFailure() << "fault " << static_cast<int>(got.fault) << ", not "
-                                           << static_cast<int>(expected.fault);
-    }
-    const auto [differs, other] =
-        std::mismatch(got.block.begin(), got.block.end(), expected.block.begin());
-    if (differs == got.block.end()) {
-        return testing::AssertionSuccess();
-    }
-    const auto at = static_cast<uint64_t>(differs - got.block.begin());
-    const uint64_t stride = std::max<uint64_t>(image.stride, 1);
-    return testing::AssertionFailure() << "row " << at / stride << ", byte " << at % stride << ": "
-                                       << int{*differs} << ", not " << int{*other};
-}
-
-void expect_same_from_each_backend(const image& image, const byte_vector& block) {
-    const conversion expected = [&] {
+void expect_same_from_each_backend(const image_t& image, const byte_vector& block) {
+    const conversion_t expected = [&] {
         const WithBackend scalar("scalar");
         return convert(image, block);
     }();
     forEachBackend([&] {
-        EXPECT_TRUE(is_same(image, convert(image, block), expected))
-            << image.pixel_bytes << " bytes a pixel, " << image.width << " x " << image.height
-            << ", stride " << image.stride << ", room " << image.room << ", seed " << image.seed;
+        SCOPED_TRACE(testing::Message()
+                     << image.pixel_bytes << " bytes a pixel, stride " << image.stride << ", room "
+                     << image.room << ", seed " << image.seed);
+        const conversion_t got = convert(image, block);
+        EXPECT_EQ(got.fault, expected.fault);
+        EXPECT_TRUE(same_pixels(expected.block, got.block,
+                                {image.width, image.height, image.stride, image.pixel_bytes}));
     });
 }
 
@@ -142,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(EveryPixelSize, PngRowsOnBackends, testing::Values(1, 2
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFilterAndWidth) {
     for (uint32_t filter = 0; filter < kFilterCount; ++filter) {
         for (uint32_t width = 1; width <= 40; ++width) {
-            const image image{GetParam(), width, 9, uint64_t{width} * GetParam(), 0, width};
+            const image_t image{GetParam(), width, 9, uint64_t{width} * GetParam(), 0, width};
             expect_same_from_each_backend(image,
                                           filtered_block(image, [=](uint32_t) { return filter; }));
         }
@@ -152,7 +139,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFilterAndWidth) {
 // 5^4 groups, each behind a row of its own.
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFourFilters) {
     for (uint32_t group = 0; group < 625; ++group) {
-        const image image{GetParam(), 7, 5, uint64_t{7} * GetParam(), 0, group};
+        const image_t image{GetParam(), 7, 5, uint64_t{7} * GetParam(), 0, group};
         const uint32_t filters[] = {1, group % 5, group / 5 % 5, group / 25 % 5, group / 125};
         expect_same_from_each_backend(
             image, filtered_block(image, [&](uint32_t row) { return filters[row]; }));
@@ -161,7 +148,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFourFilters) {
 
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForManyPaethPixels) {
     for (uint32_t seed = 41; seed < 45; ++seed) {
-        const image image{GetParam(), 4096, 5, uint64_t{4096} * GetParam(), 0, seed};
+        const image_t image{GetParam(), 4096, 5, uint64_t{4096} * GetParam(), 0, seed};
         expect_same_from_each_backend(image, filtered_block(image, [](uint32_t row) {
                                           return row == 0 ? kFilterNone : kFilterPaeth;
                                       }));
@@ -171,7 +158,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForManyPaethPixels) {
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesWhereRowsAreAtTheLimitOfAWavefront) {
     const auto limit = static_cast<uint32_t>(kWavefrontRowBytes / GetParam());
     for (const uint32_t width : {limit - 1, limit, limit + 1}) {
-        const image image{GetParam(), width, 6, uint64_t{width} * GetParam(), 0, width};
+        const image_t image{GetParam(), width, 6, uint64_t{width} * GetParam(), 0, width};
         expect_same_from_each_backend(
             image, filtered_block(image, [](uint32_t row) { return 4 - row % 2; }));
     }
@@ -182,8 +169,8 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesWhereRowsAreAtTheLimitOfAWavefront) 
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesInBlocksOfAnyShape) {
     test_rng rng(42);
     for (int round = 0; round < 4000; ++round) {
-        image image{GetParam(), random_between(rng, 1, 12), random_between(rng, 1, 14),
-                    0,          random_between(rng, 0, 40), rng()};
+        image_t image{GetParam(), random_between(rng, 1, 12), random_between(rng, 1, 14),
+                      0,          random_between(rng, 0, 40), rng()};
         image.stride =
             random_between(rng, 0, 2) == 0 ? random_between(rng, 0, 60) : row_bytes(image);
         const uint32_t unknown = random_between(rng, 0, 1);
@@ -196,7 +183,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesInBlocksOfAnyShape) {
 // A decoder never hands over such a block; the walk rejects it all the same.
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesWhereTheBlockEndsInsideARow) {
     for (const uint32_t filter : {kFilterUp, kFilterPaeth}) {
-        const image image{GetParam(), 9, 7, uint64_t{9} * GetParam(), 200, filter};
+        const image_t image{GetParam(), 9, 7, uint64_t{9} * GetParam(), 200, filter};
         byte_vector block = filtered_block(image, [=](uint32_t) { return filter; });
         for (; block.size() >= image.room; block.pop_back()) {
             expect_same_from_each_backend(image, byte_vector(block));
@@ -209,7 +196,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForStridesWhoseMultiplesWrap) {
     for (const uint64_t stride : {uint64_t{1} << 62, uint64_t{1} << 63, ~uint64_t{0} / 3 + 1,
                                   ~uint64_t{0} / 4 + 3, ~uint64_t{0} - 20, ~uint64_t{0}}) {
         for (uint32_t unknown = 0; unknown < 7; ++unknown) {
-            image image{GetParam(), 8, 12, stride, 100, unknown};
+            image_t image{GetParam(), 8, 12, stride, 100, unknown};
             byte_vector block = filtered_block(image, [](uint32_t) { return 4; });
             image.room -= unknown; // each of these rows is its filter alone
             std::fill_n(block.begin() + static_cast<ptrdiff_t>(image.room), unknown, kFilterCount);

@@ -1,8 +1,8 @@
 // The fill kernel and the byte fill: every pixel size at every width, with bytes all around that
 // must stay.
 #include "src/pixel_kernels.h"
-#include "tests/support/each_backend.h"
 #include "tests/src/pixel_model.h"
+#include "tests/support/each_backend.h"
 #include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>

@@ -3,8 +3,8 @@
 #include "src/internal/pixel_backend.h"
 #include "src/pixel_kernels.h"
 #include "src/simd/cpu.h"
-#include "tests/support/each_backend.h"
 #include "tests/src/pixel_model.h"
+#include "tests/support/each_backend.h"
 #include "tests/support/same_bytes.h"
 #include "tests/support/sanitized.h"
 

@@ -2,8 +2,8 @@
 // their order, on each backend, and with coverage that lies in the painted bytes.
 #include "src/span_fill.h"
 #include "tests/src/copy_case.h"
-#include "tests/support/each_backend.h"
 #include "tests/src/pixel_model.h"
+#include "tests/support/each_backend.h"
 #include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // Turning the stored pixels, against a plain pixel-by-pixel model, and everything that must stay as
 // it was when nothing is turned.
 #include "src/ds_surface.h"
-#include "tests/support/each_backend.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/surface_makers.h"
+#include "tests/support/each_backend.h"
 #include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>

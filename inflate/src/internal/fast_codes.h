@@ -1,5 +1,24 @@
-// Canonical codes in the form that the fast loop reads: limits that tell a code's length without
-// search or branch, and payloads beside the sorted symbols.
+// Canonical codes in the form that the fast loop reads: limits that give a code's length without a search or a
+// branch, and payloads beside the sorted symbols.
+//
+// Canonical codes of one length are consecutive numbers, and each length goes on where the shorter one ended. So with
+// the first bit of the input highest, the inputs that begin with a code of one length are a range of numbers, and the
+// ranges ascend with the length. For codes of 2, 3, 3, 4 and 4 bits:
+//
+//     input  0                                                                     2^64 - 1
+//            |------ 00 ------|- 010 --|- 011 --|1000|1001|-------- no code --------|
+//                             ^                 ^         ^
+//                      last of 2 bits    last of 3 bits   last of 4 bits
+//
+//     length(input) = firstLength + (input > lasts[0]) + (input > lasts[1]) + ...
+//     index(input)  = base[length] + the first `length` bits of the input
+//
+// where base[length] is the number of shorter codes less the first code of the length. The index is that of the
+// symbol among the sorted ones. The first four comparisons are taken together; longer codes, which are rare, take a
+// branch, mostly predicted right. Correctness does not rest on how rare they are.
+//
+// Tried and rejected: six comparisons (some 3 % longer), two (up to 15 %), a window of lengths moved to where most
+// codes are, and comparing by vector instructions (docs/performance.md).
 #pragma once
 
 #include "inflate/src/internal/deflate_tables.h"
@@ -12,8 +31,7 @@ namespace inflate_detail {
 /// Codes stand left-justified: the first bit of the input is the highest.
 inline constexpr uint32_t kCodeBits = 64;
 
-/// Lengths beside the shortest that are told apart without a branch. Compressors give longer codes to
-/// rare symbols, so the branch for them is mostly predicted right; correctness does not rest on it.
+/// Lengths beside the shortest that are told apart without a branch.
 inline constexpr uint32_t kCommonLengths = 4;
 
 /// One code, by what follows from its counts per length.
