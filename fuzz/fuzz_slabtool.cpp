@@ -5,11 +5,11 @@
 #include "png/png_decode.h"
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
-#include "tools/slabtool/json_text.h"
-#include "tools/slabtool/png_image.h"
-#include "tools/slabtool/png_reason.h"
-#include "tools/slabtool/png_verdict.h"
-#include "tools/slabtool/surface_file.h"
+#include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/images/png_reason.h"
+#include "tools/slabtool/images/png_verdict.h"
+#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/surfaces/surface_file.h"
 
 #include <algorithm>
 #include <new>

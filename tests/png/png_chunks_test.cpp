@@ -258,7 +258,7 @@ TEST(PngPlte, IsJudgedByItsLengthBeforeTheSurfaceIsLookedAt) {
 // Kept on purpose: a suggested palette has no place in a surface of a truecolor image.
 TEST(PngPlte, OfATruecolourImageFailsTheFullPass) {
     for (png_maker maker : {png().rgb(4, 4), png().rgba(4, 4)}) {
-        const decode_outcome outcome = decode_png(maker.plte(byte_vector(30, 1)).bytes());
+        const decode_outcome_t outcome = decode_png(maker.plte(byte_vector(30, 1)).bytes());
         EXPECT_EQ(outcome.header_result, kPngOk);
         EXPECT_EQ(outcome.info.paletteSize, 10);
         EXPECT_EQ(outcome.result, kPngDoesNotFit);
@@ -266,7 +266,7 @@ TEST(PngPlte, OfATruecolourImageFailsTheFullPass) {
 }
 
 TEST(PngPlte, OfATruecolourImageFailsTheFullPassEvenEmpty) {
-    const decode_outcome outcome = decode_png(png().rgb(4, 4).plte({}).bytes());
+    const decode_outcome_t outcome = decode_png(png().rgb(4, 4).plte({}).bytes());
 
     EXPECT_EQ(outcome.header_result, kPngOk);
     EXPECT_EQ(outcome.result, kPngDoesNotFit);
@@ -276,7 +276,7 @@ TEST(PngPlte, OfATruecolourImageFailsTheFullPassEvenEmpty) {
 
 TEST(PngGreyRamp, FillsThePaletteOfGreyImages) {
     for (png_maker maker : {png().gray(4, 4), png().gray_alpha(4, 4)}) {
-        const decode_outcome outcome = decode_png(maker.bytes());
+        const decode_outcome_t outcome = decode_png(maker.bytes());
         ASSERT_EQ(outcome.result, kPngOk);
         const byte_vector palette = palette_block(*outcome.surface);
         ASSERT_EQ(palette.size(), 768U);
@@ -393,7 +393,7 @@ TEST(PngTrns, GivesThePaletteAlpha) {
 TEST(PngTrns, IsWrittenAsTheFourthByteOfItsEntriesOnly) {
     const byte_vector file = png().indexed(4, 4).plte({1, 2, 3, 4, 5, 6}).trns({9}).bytes();
 
-    const decode_outcome outcome = decode_png(file);
+    const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
     EXPECT_EQ(palette_block(*outcome.surface), (byte_vector{3, 2, 1, 9, 6, 5, 4, kFreshByte}));
@@ -403,7 +403,7 @@ TEST(PngTrns, IsOverwrittenByALaterOne) {
     const byte_vector file =
         png().indexed(4, 4).plte({1, 2, 3, 4, 5, 6}).trns({9, 8}).trns({7}).bytes();
 
-    const decode_outcome outcome = decode_png(file);
+    const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
     EXPECT_EQ(palette_block(*outcome.surface), (byte_vector{3, 2, 1, 7, 6, 5, 4, 8}));

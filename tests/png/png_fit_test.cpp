@@ -119,7 +119,7 @@ TEST(PngFit, FollowsTheModelInSurfacesOfAnyShape) {
             ASSERT_EQ(full_pass(file, surface), kPngDoesNotFit);
             continue;
         }
-        const model_block expected =
+        const model_block_t expected =
             model_rows(pixel_block(surface), {type, width, height, surface.getStride()}, filtered);
         const int32_t result = full_pass(file, surface);
         if (expected.stays_inside) {

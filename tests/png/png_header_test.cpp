@@ -279,7 +279,7 @@ TEST(PngInfo, AsksForTheModeAndPaletteOfTheColorType) {
         if (rule.color_type == kIndexed) {
             maker.palette(7);
         }
-        const decode_outcome outcome = decode_png(maker.bytes());
+        const decode_outcome_t outcome = decode_png(maker.bytes());
         EXPECT_EQ(outcome.result, kPngOk);
         EXPECT_EQ(outcome.info.colorMode, rule.mode);
         EXPECT_EQ(outcome.info.paletteSize, rule.palette_size);

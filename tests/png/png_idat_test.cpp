@@ -21,7 +21,7 @@ png_maker sample() {
 constexpr pixel_layout_t kSampleLayout{9, 7, 9, 1};
 
 byte_vector decoded_block(const byte_vector& file) {
-    const decode_outcome outcome = decode_png(file);
+    const decode_outcome_t outcome = decode_png(file);
     EXPECT_EQ(outcome.result, kPngOk);
     return outcome.surface ? pixel_block(*outcome.surface) : byte_vector{};
 }
@@ -172,7 +172,7 @@ TEST(PngIdat, MayEndInAMatchThatGoesBeyondTheLastRow) {
     maker.match(258, 4).end();
     const byte_vector file = png().gray(3, 5).deflate_stream(maker.bytes()).bytes();
 
-    const decode_outcome outcome = decode_png(file);
+    const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
     EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 15),

@@ -77,7 +77,7 @@ TEST_P(PngAgainstLibpng, DecodesTheSamePixelsUnlessFixedCodesAreUsed) {
         SCOPED_TRACE(testing::Message() << "round " << round << ", type " << +GetParam());
         ASSERT_TRUE(expected);
 
-        const decode_outcome outcome = decode_png(file);
+        const decode_outcome_t outcome = decode_png(file);
 
         ASSERT_EQ(outcome.header_result, kPngOk);
         if (contains_fixed_block(maker.raw_stream())) {
@@ -108,7 +108,7 @@ TEST_P(PngAgainstLibpng, DecodesTheSamePixelsOfLongAndFlatImages) {
         const byte_vector file =
             png().image(GetParam(), size.width, size.height).pixels(data_kind::gradient, 7).bytes();
         const std::optional<oracle_image_t> expected = oracle_decode_png(file);
-        const decode_outcome outcome = decode_png(file);
+        const decode_outcome_t outcome = decode_png(file);
         ASSERT_TRUE(expected) << size.width << " x " << size.height;
         ASSERT_EQ(outcome.result, kPngOk) << size.width << " x " << size.height;
         ASSERT_TRUE(same_pixels(expected->pixels,

@@ -37,8 +37,8 @@ void expect_as_modelled(const png_maker& maker) {
     DsSurface surface = fenced_surface_for(info);
     const byte_vector before = make_bytes(data_kind::noise, surface.getDataSize(), 80);
     fill_block(surface, before);
-    const row_layout layout{info.colorType, info.width, info.height, surface.getStride()};
-    const model_block expected = model_rows(before, layout, maker.filtered());
+    const row_layout_t layout{info.colorType, info.width, info.height, surface.getStride()};
+    const model_block_t expected = model_rows(before, layout, maker.filtered());
     ASSERT_TRUE(expected.stays_inside);
 
     ASSERT_EQ(full_pass(file, surface), kPngOk);
@@ -57,7 +57,7 @@ TEST_P(PngRowsOfType, UndoEveryFilterInPlaceAtEveryHeight) {
         for (const uint32_t height : kHeights) {
             for (const uint32_t width : {1U, 2U, 3U, 4U, 5U, 8U, 17U, 33U}) {
                 png_maker maker = png().image(GetParam(), width, height).filter(filter);
-                const decode_outcome outcome = decode_png(maker.bytes());
+                const decode_outcome_t outcome = decode_png(maker.bytes());
                 ASSERT_EQ(outcome.result, kPngOk);
                 ASSERT_EQ(slice(pixel_block(*outcome.surface), 0, maker.samples().size()),
                           surface_order(maker.samples(), GetParam()))
@@ -134,7 +134,7 @@ TEST_P(PngRowsOfType, ReverseTheFiltersOnExtremeSamples) {
             sample = kExtremes[rng() % std::size(kExtremes)];
         }
         maker.pixels(samples).filter(filter);
-        const decode_outcome outcome = decode_png(maker.bytes());
+        const decode_outcome_t outcome = decode_png(maker.bytes());
         ASSERT_EQ(outcome.result, kPngOk);
         ASSERT_EQ(slice(pixel_block(*outcome.surface), 0, samples.size()),
                   surface_order(samples, GetParam()));
@@ -145,7 +145,7 @@ TEST(PngRows, AddWithoutOverflowInAverage) {
     const byte_vector filtered{0, 255, 255, 3, 255, 1};
     const byte_vector file = png().gray(2, 2).rows(filtered).bytes();
 
-    const decode_outcome outcome = decode_png(file);
+    const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
     // 255 + 255 / 2 is 126 modulo 256; 1 + (126 + 255) / 2 is 191.
@@ -156,7 +156,7 @@ TEST(PngRows, PreferLeftToUpLeftInPaeth) {
     // Left 14, up 8, up-left 10: the estimate 12 is as near to left as to up-left.
     const byte_vector file = png().gray(2, 2).rows({0, 10, 8, 4, 4, 1}).bytes();
 
-    const decode_outcome outcome = decode_png(file);
+    const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
     EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 4), (byte_vector{10, 8, 14, 15}));
@@ -166,7 +166,7 @@ TEST(PngRows, PreferUpToUpLeftInPaeth) {
     // Left 8, up 14, up-left 10: the estimate 12 is as near to up as to up-left.
     const byte_vector file = png().gray(2, 2).rows({0, 10, 14, 4, 254, 1}).bytes();
 
-    const decode_outcome outcome = decode_png(file);
+    const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
     EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 4), (byte_vector{10, 14, 8, 15}));
@@ -218,8 +218,8 @@ TEST(PngRows, WithAKeyColourLeaveInflatedBytesBehindThem) {
 TEST(PngRows, IgnoreTheValueOfTheKeyColour) {
     png_maker first = png().rgb(4, 4);
     png_maker second = first;
-    const decode_outcome one = decode_png(first.trns({0, 0, 0, 0, 0, 0}).bytes());
-    const decode_outcome other = decode_png(second.trns({0, 255, 0, 255, 0, 255}).bytes());
+    const decode_outcome_t one = decode_png(first.trns({0, 0, 0, 0, 0, 0}).bytes());
+    const decode_outcome_t other = decode_png(second.trns({0, 255, 0, 255, 0, 255}).bytes());
 
     EXPECT_EQ(pixel_block(*one.surface), pixel_block(*other.surface));
 }

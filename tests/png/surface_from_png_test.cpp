@@ -135,7 +135,7 @@ TEST(SurfaceFromPng, KeepsZerosAndInflatedBytesBehindTheRowsOfAKeyedImage) {
             ASSERT_NE(surface, nullptr) << "type " << +type << ", " << height << " rows";
             ASSERT_EQ(surface->getColorMode(),
                       type == kGray ? DsColorMode::AI88 : DsColorMode::ARGB8888);
-            const model_block expected =
+            const model_block_t expected =
                 model_rows(byte_vector(surface->getDataSize(), 0),
                            {type, 7, height, surface->getStride()}, maker.filtered());
             ASSERT_TRUE(same_pixels(expected.bytes, pixel_block(*surface), layout_of(*surface)))

@@ -4,8 +4,8 @@
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
 #include "tests/support/sanitized.h"
-#include "tools/slabtool/files.h"
-#include "tools/slabtool/partial_file.h"
+#include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/runs/partial_file.h"
 
 #include <csignal>
 #include <cstdlib>

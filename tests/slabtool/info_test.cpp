@@ -2,8 +2,8 @@
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
-#include "tools/slabtool/json_text.h"
-#include "tools/slabtool/surface_file.h"
+#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/surfaces/surface_file.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/png_maker.h"
-#include "tools/slabtool/png_reason.h"
-#include "tools/slabtool/png_verdict.h"
+#include "tools/slabtool/images/png_reason.h"
+#include "tools/slabtool/images/png_verdict.h"
 
 #include <gtest/gtest.h>
 

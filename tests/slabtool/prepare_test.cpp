@@ -3,8 +3,8 @@
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
 #include "tests/support/png_writer.h"
-#include "tools/slabtool/png_image.h"
-#include "tools/slabtool/png_verdict.h"
+#include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/images/png_verdict.h"
 
 #include <algorithm>
 #include <zlib.h>

@@ -11,7 +11,7 @@ namespace {
 
 class row_model {
 public:
-    row_model(byte_vector& block, const row_layout& layout, uint64_t source)
+    row_model(byte_vector& block, const row_layout_t& layout, uint64_t source)
         : m_block(block)
         , m_layout(layout)
         , m_pixel_bytes(samples_per_pixel(layout.color_type))
@@ -54,20 +54,20 @@ private:
     }
 
     byte_vector& m_block;
-    row_layout m_layout;
+    row_layout_t m_layout;
     uint32_t m_pixel_bytes;
     uint64_t m_source;
 };
 
 } // namespace
 
-model_block model_rows(const byte_vector& block, const row_layout& layout,
-                       const byte_vector& filtered) {
+model_block_t model_rows(const byte_vector& block, const row_layout_t& layout,
+                         const byte_vector& filtered) {
     const uint64_t row_bytes =
         static_cast<uint64_t>(layout.width) * samples_per_pixel(layout.color_type) + 1;
     // The room for the decompressed rows is a 32-bit number, and so wraps.
     const uint64_t room = static_cast<uint32_t>(row_bytes * layout.height);
-    model_block result{true, block};
+    model_block_t result{true, block};
     const uint64_t source = block.size() - room;
     std::copy_n(filtered.begin(), std::min<uint64_t>(filtered.size(), room),
                 result.bytes.begin() + static_cast<ptrdiff_t>(source));

@@ -104,7 +104,7 @@ png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface
     return record;
 }
 
-decode_outcome decode_png(const byte_vector& file) {
+decode_outcome_t decode_png(const byte_vector& file) {
     const header_outcome_t header = header_pass(file);
     if (header.result != kPngOk) {
         return {header.result, header.result, header.info, nullptr};

@@ -30,14 +30,14 @@ header_outcome_t full_pass_with_info(const byte_vector& file, DsSurface& surface
 png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface = nullptr);
 
 /// Header pass, a fenced surface as it asks for, full pass.
-struct decode_outcome {
+struct decode_outcome_t {
     int32_t header_result;
     int32_t result; ///< of the full pass, or of the header pass if that failed
     png_info_t info;
     std::unique_ptr<DsSurface> surface; ///< null if the header pass failed
 };
 
-decode_outcome decode_png(const byte_vector& file);
+decode_outcome_t decode_png(const byte_vector& file);
 
 /// Results of the header pass, and of the full pass into a surface with room for anything small.
 struct both_results_t {

@@ -1,6 +1,6 @@
 // slabtool, the companion of pngslab: the command line of its sub-commands, and how a run ends.
-#include "tools/slabtool/commands.h"
-#include "tools/slabtool/files.h"
+#include "tools/slabtool/commands/commands.h"
+#include "tools/slabtool/runs/files.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,8 +1,9 @@
 // slabtool info: two ways to print the same facts.
-#include "tools/slabtool/commands.h"
+#include "tools/slabtool/commands/commands.h"
 
-#include "tools/slabtool/json_text.h"
-#include "tools/slabtool/surface_file.h"
+#include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/surfaces/surface_file.h"
 
 #include <cinttypes>
 #include <cstdio>

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "src/ds_color_mode.h"
-#include "tools/slabtool/files.h"
+#include "tools/slabtool/refusal.h"
 
 #include <cstdint>
 #include <optional>
@@ -56,6 +56,3 @@ private:
     uint32_t mWidth, mHeight;
     int64_t mOrigin, mStepX, mStepY; // bytes
 };
-
-/// The picture in the surface file at `path`. @throws Refusal that names the file
-SurfacePicture readPicture(const std::string& path);

@@ -2,7 +2,7 @@
 // command line depends on CLI11.
 #pragma once
 
-#include "tools/slabtool/png_image.h"
+#include "tools/slabtool/images/png_image.h"
 
 #include <string>
 #include <vector>

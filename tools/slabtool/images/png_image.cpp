@@ -1,6 +1,6 @@
 // Between setjmp and the end of its call nothing has a destructor that a jump would skip: the images and
 // the message live in the caller's frame.
-#include "tools/slabtool/png_image.h"
+#include "tools/slabtool/images/png_image.h"
 
 #include <algorithm>
 #include <csetjmp>

@@ -1,5 +1,5 @@
 // A page in front of each buffer holds the size of the mapping, which its release needs.
-#include "tools/slabtool/sparse_block.h"
+#include "tools/slabtool/images/sparse_block.h"
 
 #include <cstdint>
 #include <cstring>

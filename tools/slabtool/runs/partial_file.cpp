@@ -1,6 +1,6 @@
 // The name of the one partial file is a global, since a signal handler has nothing else to go by. Signals
 // are held back wherever the file and that name do not match.
-#include "tools/slabtool/partial_file.h"
+#include "tools/slabtool/runs/partial_file.h"
 
 #include <atomic>
 #include <cerrno>

@@ -1,14 +1,14 @@
 // The product's decoder decides. Where a surface would be out of all proportion, it decides without one.
-#include "tools/slabtool/png_verdict.h"
+#include "tools/slabtool/images/png_verdict.h"
 
 #include "png/internal/png_decoder.h"
 #include "png/png_decode.h"
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
-#include "tools/slabtool/png_image.h"
-#include "tools/slabtool/png_reason.h"
-#include "tools/slabtool/sparse_block.h"
-#include "tools/slabtool/surface_file.h"
+#include "src/internal/mode_traits.h"
+#include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/images/png_reason.h"
+#include "tools/slabtool/images/sparse_block.h"
 
 #include <algorithm>
 #include <memory>
@@ -31,7 +31,8 @@ PngVerdict refused(ByteView file) {
 
 PngVerdict taken(const png_info_t& info, bool alphaOnly) {
     const DsColorMode mode = alphaOnly ? DsColorMode::A8 : info.colorMode;
-    return {true, std::string(colorModeName(static_cast<uint32_t>(mode))) + ", " + sizeOf(info)};
+    return {true,
+            std::string(ds_detail::kModeNames[static_cast<uint32_t>(mode)]) + ", " + sizeOf(info)};
 }
 
 PngVerdict takenWith(const png_info_t& info, bool alphaOnly, uint64_t surfaceBytes) {

@@ -2,7 +2,7 @@
 // libpng.
 #pragma once
 
-#include "tools/slabtool/files.h"
+#include "tools/slabtool/refusal.h"
 
 #include <array>
 #include <cstdint>

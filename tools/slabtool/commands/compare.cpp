@@ -1,7 +1,8 @@
 // slabtool compare: header words first, then the pixels of the upright pictures; padding does not count.
-#include "tools/slabtool/commands.h"
+#include "tools/slabtool/commands/commands.h"
 
-#include "tools/slabtool/surface_file.h"
+#include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/surfaces/surface_file.h"
 
 #include <cinttypes>
 #include <cstdio>

@@ -1,8 +1,9 @@
 // slabtool check: one line a file, and nothing that one file could do to the lines of the others.
-#include "tools/slabtool/commands.h"
+#include "tools/slabtool/commands/commands.h"
 
-#include "tools/slabtool/png_image.h"
-#include "tools/slabtool/png_verdict.h"
+#include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/images/png_verdict.h"
+#include "tools/slabtool/runs/files.h"
 
 #include <cstdio>
 #include <new>

@@ -1,7 +1,7 @@
 // Why pngslab rejects a PNG file, in words.
 #pragma once
 
-#include "tools/slabtool/files.h"
+#include "tools/slabtool/refusal.h"
 
 #include <optional>
 #include <string>

@@ -1,9 +1,10 @@
 // slabtool view: pixels of every mode as PNG samples. Indexes and lone alpha values are drawn as grey.
-#include "tools/slabtool/commands.h"
+#include "tools/slabtool/commands/commands.h"
 
 #include "src/internal/mode_traits.h"
-#include "tools/slabtool/png_image.h"
-#include "tools/slabtool/surface_file.h"
+#include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/surfaces/surface_file.h"
 
 #include <cstdio>
 

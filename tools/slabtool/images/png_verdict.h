@@ -1,7 +1,7 @@
 // Whether pngslab takes a PNG file, and why it does not.
 #pragma once
 
-#include "tools/slabtool/files.h"
+#include "tools/slabtool/refusal.h"
 
 #include <string>
 

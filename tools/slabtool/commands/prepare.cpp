@@ -1,8 +1,9 @@
 // slabtool prepare: libpng reads and writes. zlib cannot be kept from fixed-code blocks, so several ways of
 // writing are tried, and the product's decoder decides.
-#include "tools/slabtool/commands.h"
+#include "tools/slabtool/commands/commands.h"
 
-#include "tools/slabtool/png_verdict.h"
+#include "tools/slabtool/images/png_verdict.h"
+#include "tools/slabtool/runs/files.h"
 
 #include <cstdio>
 #include <optional>

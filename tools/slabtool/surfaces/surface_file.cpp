@@ -1,5 +1,5 @@
 // The checks in the order in which each can rely on those before it.
-#include "tools/slabtool/surface_file.h"
+#include "tools/slabtool/surfaces/surface_file.h"
 
 #include "src/ds_surface.h"
 #include "src/internal/little_endian.h"
@@ -117,8 +117,4 @@ SurfacePicture::SurfacePicture(Bytes file)
     mOrigin = offsetOf(0, 0);
     mStepX = offsetOf(1, 0) - mOrigin;
     mStepY = offsetOf(0, 1) - mOrigin;
-}
-
-SurfacePicture readPicture(const std::string& path) {
-    return about(path, [&] { return SurfacePicture(readFile(path)); });
 }

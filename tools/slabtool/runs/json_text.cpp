@@ -1,5 +1,5 @@
 // Escapes, and a strict reading of UTF-8.
-#include "tools/slabtool/json_text.h"
+#include "tools/slabtool/runs/json_text.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,10 +1,10 @@
 // The decoder names each fault, its chunk, and its place; here are only the words.
-#include "tools/slabtool/png_reason.h"
+#include "tools/slabtool/images/png_reason.h"
 
 #include "inflate/src/internal/inflate_rehearsal.h"
 #include "png/internal/png_decoder.h"
 #include "src/ds_surface.h"
-#include "tools/slabtool/sparse_block.h"
+#include "tools/slabtool/images/sparse_block.h"
 
 #include <algorithm>
 #include <cctype>

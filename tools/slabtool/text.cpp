@@ -1,0 +1,49 @@
+// Control characters never reach a terminal or a command.
+#include "tools/slabtool/text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+
+namespace {
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+std::string inQuotes(char c) {
+    return c == '\'' ? "'\\''" : std::string(1, c);
+}
+
+std::string asOctal(char c) {
+    char code[5];
+    std::snprintf(code, sizeof code, "\\%03o", static_cast<unsigned>(static_cast<uint8_t>(c)));
+    return code;
+}
+
+} // namespace
+
+std::string printable(const std::string& text) {
+    std::string result = text;
+    std::replace_if(result.begin(), result.end(), isControl, '?');
+    return result;
+}
+
+std::string shellWord(const std::string& path) {
+    const std::string plain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@-";
+    if ((path.starts_with('-') && path != kStandardStream) || path == "++") {
+        return shellWord("./" + path);
+    }
+    if (!path.empty() && path.find_first_not_of(plain) == std::string::npos) {
+        return path;
+    }
+    // Control characters stand in no quotes that every shell knows; printf knows their numbers.
+    const bool isPrinted = std::any_of(path.begin(), path.end(), isControl);
+    std::string word = isPrinted ? "\"$(printf '" : "'";
+    for (const char c : path) {
+        const bool isNumber = isPrinted && plain.find(c) == std::string::npos;
+        word += isNumber ? asOctal(c) : inQuotes(c);
+    }
+    return word + (isPrinted ? "')\"" : "'");
+}
