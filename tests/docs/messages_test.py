@@ -31,8 +31,8 @@ def converter_messages():
 
 def companion_messages():
     """Every literal that is a phrase; formats of the command line and of results are not."""
-    sources = set((TREE / "tools/slabtool").glob("*.cpp"))
-    sources -= {TREE / "tools/slabtool" / name for name in ("main.cpp", "info.cpp", "compare.cpp")}
+    sources = set((TREE / "tools/slabtool").rglob("*.cpp"))
+    sources -= {TREE / "tools/slabtool" / name for name in ("main.cpp", "commands/info.cpp", "commands/compare.cpp")}
     return {text for text in literals(sources) if text.count(" ") >= 2 and "%" not in text}
 
 
