@@ -11,8 +11,8 @@
 //     row 2    . . . s                  its upper left one what row 0 gave three steps ago
 //     row 3    . s
 //
-// With a lag of one pixel, the move of row 0's result into the word of row 1 would be part of the chain from step
-// to step. With two, the chain is the prediction alone. Tried and rejected: docs/performance.md.
+// With a lag of two pixels, the chain from step to step is the prediction alone. Tried and rejected: a lag of one, with
+// which the move of row 0's result into the word of row 1 is part of the chain (10 to 25 % longer).
 
 constexpr uint64_t kLag = 2;
 constexpr uint64_t kPadding = 4; // pixels of three bytes are read as four
