@@ -32,7 +32,7 @@ std::unique_ptr<DsSurface> make_surface(const png_info_t& info, bool alphaOnly) 
     const uint64_t paletteSize = alphaOnly ? 0 : info.paletteSize;
     constexpr uint32_t kUnturned = 0;
     constexpr uint32_t kRowAlignment = 1;
-    // The filtered lines, which pass through the pixel block, take a byte a line more than the
+    // The filtered rows, which pass through the pixel block, take a byte a row more than the
     // pixels.
     const uint64_t filterBytes = info.height;
     // Sizes beyond 31 bits turn negative here, for which no block can be had.

@@ -1,4 +1,4 @@
-// Row reconstruction: from the inflated, filtered lines of a PNG image to the pixel lines of a
+// Row reconstruction: from the inflated, filtered rows of a PNG image to the rows of pixels of a
 // surface, in place inside one block.
 #pragma once
 
@@ -8,22 +8,22 @@
 
 namespace png_detail {
 
-/// Filtered lines at the tail of a block, and where their pixels go at its front.
+/// Filtered rows at the tail of a block, and where their pixels go at its front.
 struct png_rows_t {
     uint8_t* block;
     uint64_t blockSize;    ///< bytes
-    uint64_t sourceOffset; ///< byte of the first line's filter type
-    uint64_t stride;       ///< bytes from one pixel line to the next, the first being at the front
-    uint32_t width;        ///< pixels
-    uint32_t height;       ///< lines
+    uint64_t sourceOffset; ///< byte of the first row's filter type
+    uint64_t stride; ///< bytes from one row of pixels to the next, the first being at the front
+    uint32_t width;  ///< pixels
+    uint32_t height; ///< rows
     uint32_t samplesPerPixel; ///< 1 or 2; 3 or 4 if red and blue are exchanged
     uint32_t bytesPerPixel;   ///< as many, since samples have 8 bits
     bool exchangesRedAndBlue; ///< between the source's pixels and the target's
 };
 
-/// Converts all lines, first to last, strictly pixel by pixel: a pixel's source bytes are all read
-/// before any byte of it is written. That holds even where the pixels overtake their own source,
-/// since a line with a filter type above 4 takes one byte and leaves its pixel line as it is.
+/// Converts all rows, first to last, with the result of going strictly pixel by pixel: a pixel's source
+/// bytes are all read before any byte of it is written. That holds even where the pixels overtake their
+/// own source, since a row with a filter type above 4 takes one byte and leaves its pixels as they are.
 /// @return fault_t::none; rows_truncated where the source would run out of the block; rows_do_not_fit
 ///         where the pixels would.
 fault_t png_convert_rows(const png_rows_t& rows);

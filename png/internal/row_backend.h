@@ -16,7 +16,7 @@ template <uint32_t pixelBytes>
 inline constexpr bool kExchangesRedAndBlue = pixelBytes >= 3;
 
 /// Converts a row. Each byte of the source is read before a byte of the target is written over it, if the target
-/// does not start behind the source.
+/// starts at least a byte before the source. A scalar row takes any target: it reads a pixel before it writes it.
 /// @param above the finished row before it, not read for the first row
 /// @param rowBytes whole pixels
 using filter_row_t = void (*)(uint8_t* target, const uint8_t* source, const uint8_t* above,
