@@ -9,11 +9,13 @@ namespace {
 
 constexpr auto kConvertRows =
     makeModePairTable<PixelRow>([]<DsColorMode target, DsColorMode source>() -> PixelRow {
-        return convertLine<target, source>;
+        return scalarConvertRow<target, source>;
     });
 
-constexpr auto kBlendRows = makeModePairTable<PixelRow>(
-    []<DsColorMode target, DsColorMode source>() -> PixelRow { return blendLine<target, source>; });
+constexpr auto kBlendRows =
+    makeModePairTable<PixelRow>([]<DsColorMode target, DsColorMode source>() -> PixelRow {
+        return scalarBlendRow<target, source>;
+    });
 
 // By twelve bytes, the smallest number that holds whole pixels of one to four bytes.
 void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {

@@ -69,7 +69,8 @@ inline void blendPixel(uint8_t* target, const uint8_t* source, const SourceRule&
 }
 
 template <DsColorMode targetMode, DsColorMode sourceMode>
-void convertLine(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
+void scalarConvertRow(uint8_t* target, const uint8_t* source, uint32_t count,
+                      const SourceRule& rule) {
     for (uint32_t i = 0; i < count; ++i) {
         convertPixel<targetMode, sourceMode>(target, source, rule);
         target += ModeTraits<targetMode>::kBytes;
@@ -78,7 +79,8 @@ void convertLine(uint8_t* target, const uint8_t* source, uint32_t count, const S
 }
 
 template <DsColorMode targetMode, DsColorMode sourceMode>
-void blendLine(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
+void scalarBlendRow(uint8_t* target, const uint8_t* source, uint32_t count,
+                    const SourceRule& rule) {
     for (uint32_t i = 0; i < count; ++i) {
         blendPixel<targetMode, sourceMode>(target, source, rule);
         target += ModeTraits<targetMode>::kBytes;

@@ -238,7 +238,7 @@ template <Mode targetMode, Mode sourceMode>
 
 template <Mode target, Mode source>
 constexpr PixelRow kConvertRow = finishRow<target, source, convertBlocks<target, source>,
-                                           convertLine<target, source>, kMinConvertedTail>;
+                                           scalarConvertRow<target, source>, kMinConvertedTail>;
 
 /// Pixels of the same mode are a copy where the rule leaves their alpha alone. (Not those of ARGB1555, whose
 /// channels do not come back from widening and narrowing.)
@@ -256,7 +256,7 @@ void convertSameMode(uint8_t* target, const uint8_t* source, uint32_t count,
     } else if constexpr (mode == Mode::ARGB8888) {
         kConvertRow<mode, mode>(target, source, count, rule);
     } else {
-        convertLine<mode, mode>(target, source, count, rule);
+        scalarConvertRow<mode, mode>(target, source, count, rule);
     }
 }
 
@@ -442,7 +442,7 @@ template <Mode targetMode, Mode sourceMode, bool keepsAlpha>
 
 template <Mode target, Mode source, bool keepsAlpha>
 constexpr PixelRow kBlendRow = finishRow<target, source, blendBlocks<target, source, keepsAlpha>,
-                                         blendLine<target, source>, kMinBlendedTail>;
+                                         scalarBlendRow<target, source>, kMinBlendedTail>;
 
 template <Mode targetMode, Mode sourceMode>
 void blendRow(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
