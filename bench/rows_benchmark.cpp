@@ -1,4 +1,4 @@
-// Each filter by bytes a pixel: 1080p images of lines with that filter alone, converted in place as
+// Each filter by bytes a pixel: 1080p images of rows with that filter alone, converted in place as
 // the decoder does it.
 #include "bench/sample_data.h"
 #include "png/internal/png_rows.h"
@@ -16,12 +16,12 @@ namespace {
 constexpr uint32_t kWidth = 1920;
 constexpr uint32_t kHeight = 1080;
 
-// Filtered lines that fill a block, so that the pixels follow closely behind them.
+// Filtered rows that fill a block, so that the pixels follow closely behind them.
 std::vector<uint8_t> filtered_block(uint32_t channels, uint8_t filter) {
-    const uint32_t lineBytes = kWidth * channels + 1;
-    std::vector<uint8_t> block = photograph_lines(lineBytes * kHeight);
+    const uint32_t rowBytes = kWidth * channels + 1;
+    std::vector<uint8_t> block = photograph_lines(rowBytes * kHeight);
     for (uint32_t y = 0; y < kHeight; ++y) {
-        block[size_t{y} * lineBytes] = filter;
+        block[size_t{y} * rowBytes] = filter;
     }
     return block;
 }

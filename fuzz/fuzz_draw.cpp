@@ -1,6 +1,5 @@
 // A sequence of drawing operations on small surfaces, decoded from the input, after which the target
-// is turned. Every sequence runs with the plain loops and with each width of the wide ones, which
-// must leave the same bytes.
+// is turned. Every sequence runs on each backend, which must leave the same bytes as the scalar one.
 #include "fuzz/fuzz_input.h"
 #include "src/ds_ellipse.h"
 #include "src/ds_surface.h"

@@ -46,8 +46,8 @@ Outcome decodeWhole(const std::vector<uint8_t>& data, uint32_t capacity,
 // A decoder in direct mode that is fed piece by piece.
 class PieceDecoder {
 public:
-    PieceDecoder(uint32_t capacity, bool isPlain)
-        : mIsPlain(isPlain)
+    PieceDecoder(uint32_t capacity, bool statesOnly)
+        : mStatesOnly(statesOnly)
         , mBytes(capacity)
         , mInflate(freshDecoder(nullptr, 0)) {
         mInflate->out = mBytes.data();
@@ -57,8 +57,8 @@ public:
     int32_t feed(const std::vector<uint8_t>& piece) {
         mStream.data = piece.data();
         mStream.available = static_cast<uint32_t>(piece.size());
-        return mIsPlain ? inflate_detail::process_states_only(mInflate.get(), &mStream)
-                        : inflate_process(mInflate.get(), &mStream);
+        return mStatesOnly ? inflate_detail::process_states_only(mInflate.get(), &mStream)
+                           : inflate_process(mInflate.get(), &mStream);
     }
 
     // Whether both stand at the same place in the same state, having been fed the same piece.
@@ -82,7 +82,7 @@ public:
     }
 
 private:
-    bool mIsPlain;
+    bool mStatesOnly;
     std::vector<uint8_t> mBytes;
     std::unique_ptr<inflate_t> mInflate;
     bitstream_t mStream{};
@@ -90,7 +90,7 @@ private:
 
 Outcome decodeInPieces(const std::vector<uint8_t>& data, uint32_t capacity, uint32_t seed) {
     PieceDecoder fast(capacity, false);
-    PieceDecoder plain(capacity, true);
+    PieceDecoder states(capacity, true);
     int32_t result = kInflateNeedsInput;
     for (size_t at = 0; result == kInflateNeedsInput && at <= data.size();) {
         seed = seed * 1664525 + 1013904223;
@@ -99,8 +99,8 @@ Outcome decodeInPieces(const std::vector<uint8_t>& data, uint32_t capacity, uint
         const auto first = data.begin() + static_cast<ptrdiff_t>(at);
         const std::vector<uint8_t> piece(first, first + static_cast<ptrdiff_t>(size));
         result = fast.feed(piece);
-        require(plain.feed(piece) == result);
-        require(fast == plain);
+        require(states.feed(piece) == result);
+        require(fast == states);
         if (at == data.size()) {
             break;
         }

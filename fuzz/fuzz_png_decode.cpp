@@ -1,5 +1,6 @@
 // png_decode on any bytes: the header pass, and the full pass into surfaces of the right size and
-// of any other. Pixel and palette blocks lie in heap memory of exactly their size.
+// of any other, on a backend that the input chooses and on the scalar one, which must leave the same
+// bytes. Pixel and palette blocks lie in heap memory of exactly their size.
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"

@@ -24,8 +24,8 @@ namespace {
 // A decoder whose output block, with bytes beyond what may be written, is there to be looked at.
 class watched_decoder {
 public:
-    watched_decoder(size_t room, bool is_plain)
-        : m_is_plain(is_plain)
+    watched_decoder(size_t room, bool states_only)
+        : m_states_only(states_only)
         , m_block(room + 64, 0xA5) {
         inflate_process(&m_state, nullptr);
         m_state.out = m_block.data();
@@ -43,13 +43,13 @@ public:
             m_reader.bitCount += 8;
             --m_reader.available;
         }
-        const int32_t result = m_is_plain ? process_states_only(&m_state, &m_reader)
-                                          : inflate_process(&m_state, &m_reader);
+        const int32_t result = m_states_only ? process_states_only(&m_state, &m_reader)
+                                             : inflate_process(&m_state, &m_reader);
         return snapshot_of(result, m_state, m_reader, piece.data(), m_block.data(), m_block.size());
     }
 
 private:
-    bool m_is_plain;
+    bool m_states_only;
     byte_vector m_block;
     inflate_t m_state{};
     bitstream_t m_reader{};
@@ -58,11 +58,11 @@ private:
 // Feeds both decoders the same pieces until one of them is through.
 void expect_same_steps(const byte_vector& raw, size_t room, const std::vector<size_t>& sizes) {
     watched_decoder fast(room, false);
-    watched_decoder plain(room, true);
+    watched_decoder states(room, true);
     size_t at = 0;
     for (const size_t size : sizes) {
         const byte_vector piece = slice(raw, at, size);
-        const decoder_snapshot_t expected = plain.feed(piece);
+        const decoder_snapshot_t expected = states.feed(piece);
         ASSERT_TRUE(same_snapshot(expected, fast.feed(piece)))
             << "piece of " << size << " bytes at " << at << " of " << raw.size() << ", room for "
             << room;
@@ -117,14 +117,14 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfBitsThatTheReaderHolds) {
         const size_t first = rng() % raw.size();
         const uint32_t held = random_between(rng, 1, 4);
         watched_decoder fast(size, false);
-        watched_decoder plain(size, true);
+        watched_decoder states(size, true);
         const byte_vector begin = slice(raw, 0, first);
-        const decoder_snapshot_t expected = plain.feed(begin);
+        const decoder_snapshot_t expected = states.feed(begin);
         ASSERT_TRUE(same_snapshot(expected, fast.feed(begin))) << "the first " << first << " bytes";
         // Stored bytes are taken from the input alone.
         if (expected.result == kInflateNeedsInput && expected.record[0] != kStoredCopy) {
             const byte_vector rest = slice(raw, first, raw.size() - first);
-            ASSERT_TRUE(same_snapshot(plain.feed(rest, held), fast.feed(rest, held)))
+            ASSERT_TRUE(same_snapshot(states.feed(rest, held), fast.feed(rest, held)))
                 << "the rest from " << first << " on, of which the reader holds " << held;
         }
     }

@@ -59,7 +59,7 @@ struct Scene {
     PlainArea clip = {kMin, kMin, int64_t{1} << 32, int64_t{1} << 32};
 };
 
-// Sizes of up to 20 by 20, or long lines that reach the wide loops.
+// Sizes of up to 20 by 20, or long rows that reach the SIMD loops.
 struct Size {
     int32_t width, height;
 };
