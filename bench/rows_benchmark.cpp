@@ -36,9 +36,7 @@ void rows(benchmark::State& state, uint8_t filter) {
                               .stride = uint64_t{kWidth} * channels,
                               .width = kWidth,
                               .height = kHeight,
-                              .samplesPerPixel = channels,
-                              .bytesPerPixel = channels,
-                              .exchangesRedAndBlue = channels >= 3};
+                              .bytesPerPixel = channels};
     for (auto _ : state) {
         // Converting destroys its source, so that this copy is part of every measurement; the
         // benchmark of the same name shows what it takes.

@@ -100,7 +100,6 @@ struct color_rules_t {
     DsColorMode colorMode;
     uint32_t samplesPerPixel;
     uint16_t paletteSize;
-    bool exchangesRedAndBlue; // between a PNG pixel and a surface's
 };
 
 // Of the one depth that is supported.
@@ -108,13 +107,13 @@ constexpr uint8_t kBitDepth = 8;
 constexpr uint32_t kBytesPerSample = kBitDepth / 8;
 
 constexpr color_rules_t kColorRules[] = {
-    {1 + 2 + 4 + 8 + 16, DsColorMode::I8, 1, kMaxPaletteSize, false},
+    {1 + 2 + 4 + 8 + 16, DsColorMode::I8, 1, kMaxPaletteSize},
     {},
-    {8 + 16, DsColorMode::RGB888, 3, 0, true},
-    {1 + 2 + 4 + 8, DsColorMode::I8, 1, 0, false}, // PLTE sets the palette size
-    {8 + 16, DsColorMode::AI88, 2, kMaxPaletteSize, false},
+    {8 + 16, DsColorMode::RGB888, 3, 0},
+    {1 + 2 + 4 + 8, DsColorMode::I8, 1, 0}, // PLTE sets the palette size
+    {8 + 16, DsColorMode::AI88, 2, kMaxPaletteSize},
     {},
-    {8 + 16, DsColorMode::ARGB8888, 4, 0, true},
+    {8 + 16, DsColorMode::ARGB8888, 4, 0},
 };
 
 uint32_t bytes_per_pixel(const png_info_t& info) {
@@ -402,16 +401,13 @@ fault_t convert_pixels(const decoder_t& decoder) {
             return fault;
         }
     }
-    const color_rules_t& rules = kColorRules[info.colorType];
     return png_convert_rows({.block = surface.getPixels(),
                              .blockSize = surface.getDataSize(),
                              .sourceOffset = raw_offset(decoder),
                              .stride = surface.getStride(),
                              .width = info.width,
                              .height = info.height,
-                             .samplesPerPixel = rules.samplesPerPixel,
-                             .bytesPerPixel = bytes_per_pixel(info),
-                             .exchangesRedAndBlue = rules.exchangesRedAndBlue});
+                             .bytesPerPixel = bytes_per_pixel(info)});
 }
 
 // Every check in its order.
@@ -477,8 +473,12 @@ int32_t finish(decoder_t* decoder, const uint8_t* file, uint64_t size, fault_rec
 
 namespace png_detail {
 
+uint64_t uncut_filtered_size(const png_info_t& info) {
+    return (uint64_t{info.width} * bytes_per_pixel(info) + 1) * info.height;
+}
+
 uint32_t filtered_size(const png_info_t& info) {
-    return (info.width * bytes_per_pixel(info) + 1) * info.height;
+    return static_cast<uint32_t>(uncut_filtered_size(info));
 }
 
 int32_t decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,

@@ -8,8 +8,6 @@
 
 #include "png/internal/row_backend.h"
 
-#include <cassert>
-
 namespace png_detail {
 namespace {
 
@@ -66,9 +64,6 @@ filter_row_t row_function(const row_functions_t& active, const row_functions_t& 
 } // namespace
 
 fault_t png_convert_rows(const png_rows_t& rows) {
-    // Samples have 8 bits, and the row functions exchange red and blue wherever there are both.
-    assert(rows.bytesPerPixel == rows.samplesPerPixel);
-    assert(rows.exchangesRedAndBlue == (rows.samplesPerPixel >= 3));
     const row_functions_t active = active_rows(rows.bytesPerPixel);
     const row_functions_t& scalar = kScalarRows[rows.bytesPerPixel];
     const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;

@@ -61,6 +61,7 @@ constexpr uint32_t kMaxMatch = 258;
 constexpr uint32_t kCopyReadsBeyond = 7; // see copy_match
 // An iteration writes fewer literals than that and one match, or the literals alone.
 constexpr uint32_t kOutputMargin = kLiteralsPerRefill + kMaxMatch + kCopyReadsBeyond;
+static_assert(kLiteralsPerRefill - 1 + kMaxMatch + kCopyReadsBeyond <= kOutputMargin);
 
 // After a refill the buffer holds at least this many bits.
 constexpr uint32_t kBitsAfterRefill = 56;

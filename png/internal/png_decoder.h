@@ -16,6 +16,9 @@ inline constexpr uint32_t kZlibHeaderSize = 2;
 /// Bytes of the filtered rows, cut to 32 bits as the inflate record counts.
 uint32_t filtered_size(const png_info_t& info);
 
+/// The same, not counted in 32 bits.
+uint64_t uncut_filtered_size(const png_info_t& info);
+
 /// png_decode(), which also fills `*record` unless that is null.
 int32_t decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,
                fault_record_t* record);

@@ -16,9 +16,7 @@ struct png_rows_t {
     uint64_t stride; ///< bytes from one row of pixels to the next, the first being at the front
     uint32_t width;  ///< pixels
     uint32_t height; ///< rows
-    uint32_t samplesPerPixel; ///< 1 or 2; 3 or 4 if red and blue are exchanged
-    uint32_t bytesPerPixel;   ///< as many, since samples have 8 bits
-    bool exchangesRedAndBlue; ///< between the source's pixels and the target's
+    uint32_t bytesPerPixel; ///< 1 to 4, a byte a sample
 };
 
 /// Converts all rows, first to last, with the result of going strictly pixel by pixel: a pixel's source

@@ -99,9 +99,7 @@ conversion_t convert(const image_t& image, byte_vector block) {
                                             .stride = image.stride,
                                             .width = image.width,
                                             .height = image.height,
-                                            .samplesPerPixel = image.pixel_bytes,
-                                            .bytesPerPixel = image.pixel_bytes,
-                                            .exchangesRedAndBlue = image.pixel_bytes >= 3});
+                                            .bytesPerPixel = image.pixel_bytes});
     return {fault, std::move(block)};
 }
 

@@ -19,7 +19,6 @@ namespace {
 constexpr uint64_t kFreeSurfaceBytes = 16 << 20;
 constexpr uint64_t kMostSurfaceBytes = 1 << 30;
 constexpr uint64_t kLeastTooManyPixels = 0x80000000; // each way: sizes are signed there
-constexpr uint64_t kLeastTooManyLineBytes = uint64_t{1} << 32;
 
 std::string sizeOf(const png_info_t& info) {
     return std::to_string(info.width) + " x " + std::to_string(info.height);
@@ -69,14 +68,13 @@ PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
 // could be a surface at all.
 PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alphaOnly,
                                uint64_t surfaceBytes) {
-    const uint64_t lineBytes = uint64_t{info.width} * channelsOf(info.colorType) + 1;
     if (info.width >= kLeastTooManyPixels || info.height >= kLeastTooManyPixels) {
         return {false, "more pixels than pngslab can count: " + sizeOf(info)};
     }
     if (const auto reason = whyRejected(file)) {
         return {false, *reason};
     }
-    if (lineBytes > (kLeastTooManyLineBytes - 1) / info.height) {
+    if (png_detail::uncut_filtered_size(info) != png_detail::filtered_size(info)) {
         return judgeWrapped(file, info, alphaOnly, surfaceBytes);
     }
     return takenWith(info, alphaOnly, surfaceBytes);
