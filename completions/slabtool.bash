@@ -8,7 +8,7 @@ _slabtool() {
     fi
     case $command in
     info) options+=' --json' ;;
-    check) options+=' --alphaonly' ;;
+    check) options+=' --alphaonly --strict' ;;
     prepare) options+=' --key-to-alpha --expand-palette' ;;
     esac
     if [[ $word == -* ]]; then

@@ -9,6 +9,7 @@ complete -c slabtool -n __fish_use_subcommand -a compare -d 'Tell whether two su
 complete -c slabtool -n '__fish_seen_subcommand_from check prepare' -kfa '(__fish_complete_suffix .png)'
 complete -c slabtool -l help -d 'Print what can be asked for'
 complete -c slabtool -n '__fish_seen_subcommand_from info' -l json -d 'Print a JSON array'
-complete -c slabtool -n '__fish_seen_subcommand_from check' -l alphaonly -d 'As pngslab --alphaonly would take it'
+complete -c slabtool -n '__fish_seen_subcommand_from check' -l alphaonly -d 'Judge as pngslab --alphaonly does'
+complete -c slabtool -n '__fish_seen_subcommand_from check' -l strict -d 'Exit with 1 also if an image is accepted with loss'
 complete -c slabtool -n '__fish_seen_subcommand_from prepare' -l key-to-alpha -d 'Turn a transparent colour into alpha'
 complete -c slabtool -n '__fish_seen_subcommand_from prepare' -l expand-palette -d 'Turn palette indices into colours'

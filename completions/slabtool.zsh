@@ -19,7 +19,7 @@ argument)
     case $words[1] in
     info) _arguments $options '--json[print a JSON array]' '*:surface file:_files' ;;
     view) _arguments $options '1:surface file:_files' '2:PNG to write:_files' ;;
-    check) _arguments $options '--alphaonly[as pngslab --alphaonly would take it]' '*:image:_files -g "*.png"' ;;
+    check) _arguments $options '--alphaonly[judge as pngslab --alphaonly does]' '--strict[exit with 1 also if an image is accepted with loss]' '*:image:_files -g "*.png"' ;;
     prepare)
         _arguments $options '--key-to-alpha[turn a transparent colour into an alpha channel]' \
             '--expand-palette[turn palette indices into their colours]' \

@@ -10,27 +10,33 @@
 
 namespace {
 
+const std::string kNarrowing = "; with loss: 16 bits a sample become 8 [16-bit]";
+
 class Check : public SlabtoolTest {
 protected:
-    // Expects these words behind "a.png: ", and the converter to be of the same opinion.
+    // Expects these words behind "a.png: ", and the converter to decide alike.
     void expectVerdict(const std::string& words, const byte_vector& image,
                        const std::vector<std::string>& options = {}) const {
-        const bool isTaken = words.starts_with("taken");
+        const bool isAccepted = words.starts_with("accepted");
         write("a.png", image);
         std::vector<std::string> arguments = {"check", "a.png"};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        expectTool(isTaken ? 0 : 1, "a.png: " + words + "\n", "", arguments);
-        EXPECT_EQ(isTaken, converterTakes(image, options)) << words;
+        expectTool(isAccepted ? 0 : 1, "a.png: " + words + "\n", "", arguments);
+        EXPECT_EQ(isAccepted, converterTakes(image, options)) << words;
     }
 
-    void expectMendable(const std::string& reason, const byte_vector& image) const {
-        expectVerdict("refused: " + reason + "; mend it by: slabtool prepare a.png a-prepared.png",
+    // Expects a rejection with a command that fixes the image.
+    void expectFixable(const std::string& code, const std::string& reason, const byte_vector& image,
+                       const std::string& losses = "", const std::string& options = "") const {
+        expectVerdict("rejected: " + reason + " [" + code + "]" + losses +
+                          "; fix: slabtool prepare " + options + "a.png a-prepared.png",
                       image);
     }
 
-    void expectBroken(const std::string& reason, const byte_vector& image,
+    void expectBroken(const std::string& code, const std::string& reason, const byte_vector& image,
                       const std::string& libpng) const {
-        expectVerdict("refused: " + reason + "; it cannot be mended, since libpng says: " + libpng,
+        expectVerdict("rejected: " + reason + " [" + code +
+                          "]; it cannot be fixed, since libpng says: " + libpng,
                       image);
     }
 };
@@ -43,59 +49,100 @@ byte_vector withHeader(size_t at, uint8_t value) {
 }
 
 TEST_F(Check, TakesEveryKindOfImageThatTheConverterTakes) {
-    expectVerdict("taken: I8, 3 x 2", png().gray(3, 2).bytes());
-    expectVerdict("taken: AI88, 3 x 2", png().gray(3, 2).trns({0, 1}).bytes());
-    expectVerdict("taken: RGB888, 3 x 2", png().rgb(3, 2).bytes());
-    expectVerdict("taken: ARGB8888, 3 x 2", png().rgb(3, 2).trns(byte_vector(6, 1)).bytes());
-    expectVerdict("taken: I8, 3 x 2", png().indexed(3, 2).bytes());
-    expectVerdict("taken: AI88, 3 x 2", png().gray_alpha(3, 2).bytes());
-    expectVerdict("taken: ARGB8888, 3 x 2", png().rgba(3, 2).bytes());
-    expectVerdict("taken: A8, 3 x 2", png().gray(3, 2).bytes(), {"--alphaonly"});
+    expectVerdict("accepted: I8, 3 x 2", png().gray(3, 2).bytes());
+    expectVerdict("accepted: RGB888, 3 x 2", png().rgb(3, 2).bytes());
+    expectVerdict("accepted: AI88, 3 x 2", png().gray_alpha(3, 2).bytes());
+    expectVerdict("accepted: ARGB8888, 3 x 2", png().rgba(3, 2).bytes());
+    expectVerdict("accepted: A8, 3 x 2", png().gray(3, 2).bytes(), {"--alphaonly"});
+}
+
+TEST_F(Check, NamesKeyColorsAndPalettesThatAreLost) {
+    const std::string key =
+        "; the color that means \"transparent\" is not applied [key-color]; fix: "
+        "slabtool prepare --key-to-alpha a.png a-prepared.png";
+    expectVerdict("accepted with loss: AI88, 3 x 2" + key, png().gray(3, 2).trns({0, 1}).bytes());
+    expectVerdict("accepted with loss: ARGB8888, 3 x 2" + key,
+                  png().rgb(3, 2).trns(byte_vector(6, 1)).bytes());
+    expectVerdict(
+        "accepted with loss: I8, 3 x 2; the palette is not in the surface file [palette]; "
+        "fix: slabtool prepare --expand-palette a.png a-prepared.png",
+        png().indexed(3, 2).bytes());
+}
+
+// What no option keeps has no fix.
+TEST_F(Check, NamesWhatTheSurfaceIgnores) {
+    const auto with = [](const char* type, const byte_vector& data) {
+        return png().rgb(3, 2).chunk_before_idat({type, data}).bytes();
+    };
+    const std::string verdict = "accepted with loss: RGB888, 3 x 2; ";
+    expectVerdict(verdict + "the ICC profile is ignored [icc-profile]", with("iCCP", {1, 0, 0}));
+    expectVerdict(verdict + "the gamma value is ignored [gamma]", with("gAMA", {0, 1, 0x86, 0xA0}));
+    expectVerdict("accepted: RGB888, 3 x 2", with("gAMA", {0, 0, 0xB1, 0x8F}));
+    expectVerdict(
+        verdict + "the Exif orientation 6 is ignored [orientation]",
+        with("eXIf", {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0x12, 0, 3, 0, 0, 0, 1, 0, 6, 0, 0}));
+    expectVerdict("accepted: RGB888, 3 x 2", with("eXIf", {'I', 'I', 42, 0, 8, 0, 0, 0}));
+    expectVerdict(verdict + "one frame of the animation is used [animation]",
+                  with("acTL", {0, 0, 0, 2, 0, 0, 0, 0}));
+}
+
+TEST_F(Check, ExitsWith1ForALossIfStrict) {
+    write("lossy.png", png().indexed(3, 2).bytes());
+    write("good.png", png().rgb(3, 2).bytes());
+    EXPECT_EQ(0, tool({"check", "lossy.png"}).exitStatus);
+    EXPECT_EQ(1, tool({"check", "--strict", "good.png", "lossy.png"}).exitStatus);
+    EXPECT_EQ(0, tool({"check", "--strict", "good.png"}).exitStatus);
 }
 
 TEST_F(Check, NamesOtherDepthsAndInterlacing) {
-    expectMendable("1 bit a sample instead of 8",
-                   libpng_encode(noise_image(kGray, 1, false, 9, 9)));
-    expectMendable("2 bits a sample instead of 8",
-                   libpng_encode(noise_image(kGray, 2, false, 9, 9)));
-    expectMendable("4 bits a sample instead of 8",
-                   libpng_encode(noise_image(kIndexed, 4, false, 9, 9)));
-    expectMendable("16 bits a sample instead of 8",
-                   libpng_encode(noise_image(kRgb, 16, false, 9, 9)));
-    expectMendable("interlaced", libpng_encode(noise_image(kRgb, 8, true, 9, 9)));
-    expectMendable("16 bits a sample instead of 8, and interlaced",
-                   libpng_encode(noise_image(kRgba, 16, true, 9, 9)));
+    expectFixable("bit-depth", "1 bit a sample instead of 8",
+                  libpng_encode(noise_image(kGray, 1, false, 9, 9)));
+    expectFixable("bit-depth", "2 bits a sample instead of 8",
+                  libpng_encode(noise_image(kGray, 2, false, 9, 9)));
+    expectFixable("bit-depth", "4 bits a sample instead of 8",
+                  libpng_encode(noise_image(kIndexed, 4, false, 9, 9)), "", "--expand-palette ");
+    expectFixable("bit-depth", "16 bits a sample instead of 8",
+                  libpng_encode(noise_image(kRgb, 16, false, 9, 9)), kNarrowing);
+    expectFixable("interlaced", "interlaced", libpng_encode(noise_image(kRgb, 8, true, 9, 9)));
+    expectFixable("bit-depth", "16 bits a sample instead of 8, and interlaced",
+                  libpng_encode(noise_image(kRgba, 16, true, 9, 9)), kNarrowing);
 }
 
 TEST_F(Check, NamesFixedCodeBlocks) {
     const byte_vector rows = {0, 1, 0, 1}; // two lines of one pixel
     const byte_vector raw = deflate_maker().fixed(block_is::last).literals(rows).end().bytes();
     png_maker image = png().gray(1, 2).filter(kNone).pixels({1, 1}).deflate_stream(raw);
-    expectMendable("a fixed-code DEFLATE block in bytes 2 to 7 of the image data", image.bytes());
+    expectFixable("fixed-code-block",
+                  "a fixed-code DEFLATE block in bytes 2 to 7 of the image data", image.bytes());
     // The range counts on over the chunks.
-    expectMendable("a fixed-code DEFLATE block in bytes 2 to 7 of the image data",
-                   image.idat_split_at({3, 5}).bytes());
+    expectFixable("fixed-code-block",
+                  "a fixed-code DEFLATE block in bytes 2 to 7 of the image data",
+                  image.idat_split_at({3, 5}).bytes());
 }
 
 TEST_F(Check, NamesSuggestedPalettes) {
-    expectMendable("a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
-                   png().rgb(2, 2).palette(3).bytes());
-    expectMendable("a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
-                   png().rgba(2, 2).palette(3).bytes());
+    expectFixable("suggested-palette",
+                  "a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
+                  png().rgb(2, 2).palette(3).bytes());
+    expectFixable("suggested-palette",
+                  "a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
+                  png().rgba(2, 2).palette(3).bytes());
 }
 
 TEST_F(Check, NamesPalettesThatShouldNotBe) {
-    expectMendable("a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
-                   png().gray(2, 2).plte({1, 2, 3}).bytes());
-    expectMendable("a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
-                   png().gray_alpha(2, 2).plte({1, 2, 3}).bytes());
-    expectBroken("a palette of 771 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 "
+    expectFixable("bad-palette", "a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
+                  png().gray(2, 2).plte({1, 2, 3}).bytes());
+    expectFixable("bad-palette", "a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
+                  png().gray_alpha(2, 2).plte({1, 2, 3}).bytes());
+    expectBroken("bad-palette",
+                 "a palette of 771 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 "
                  "to 815)",
                  png().indexed(2, 2).plte(byte_vector(771)).bytes(), "PLTE: invalid");
-    expectBroken("a second palette: chunk 3 (PLTE, bytes 48 to 62)",
+    expectBroken("bad-palette", "a second palette: chunk 3 (PLTE, bytes 48 to 62)",
                  png().indexed(2, 2).plte({1, 2, 3}).another_plte({1, 2, 3}).bytes(),
                  "PLTE: duplicate");
     expectBroken(
+        "bad-palette",
         "a palette of 4 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 to "
         "48)",
         png().indexed(2, 2).plte({1, 2, 3, 4}).bytes(), "PLTE: invalid");
@@ -106,28 +153,32 @@ TEST_F(Check, NamesMissingAndLatePalettes) {
     std::rotate(chunks.begin() + 1, chunks.begin() + 2, chunks.begin() + 4); // image data first
     const byte_vector late = png_file(chunks);
     chunks.erase(chunks.begin() + 3);
-    expectBroken("an indexed image without a palette", png_file(chunks),
+    expectBroken("bad-palette", "an indexed image without a palette", png_file(chunks),
                  "IDAT: Missing PLTE before IDAT");
     write("a.png", late);
     EXPECT_TRUE(tool({"check", "a.png"})
-                    .output.starts_with("a.png: refused: image data in front of the palette: "
+                    .output.starts_with("a.png: rejected: image data in front of the palette: "
                                         "chunk 2 (IDAT, bytes 33 to "));
     EXPECT_FALSE(converterTakes(late));
 }
 
 TEST_F(Check, NamesTransparencyThatDoesNotFit) {
-    expectMendable("transparency of 3 bytes, which does not fit the palette of 2 entries: chunk 3 "
-                   "(tRNS, bytes 51 to 65)",
-                   png().indexed(2, 2).palette(2).trns({1, 2, 3}).pixels({0, 1, 0, 1}).bytes());
-    expectMendable("transparency of 1 bytes, which does not fit the colour type: chunk 2 (tRNS, "
-                   "bytes 33 to 45)",
-                   png().gray(2, 2).trns({1}).bytes());
-    expectMendable("transparency in an image that has alpha: chunk 2 (tRNS, bytes 33 to 46)",
-                   png().gray_alpha(2, 2).trns({1, 2}).bytes());
+    expectFixable("bad-transparency",
+                  "transparency of 3 bytes, which does not fit the palette of 2 entries: chunk 3 "
+                  "(tRNS, bytes 51 to 65)",
+                  png().indexed(2, 2).palette(2).trns({1, 2, 3}).pixels({0, 1, 0, 1}).bytes(), "",
+                  "--expand-palette ");
+    expectFixable("bad-transparency",
+                  "transparency of 1 bytes, which does not fit the colour type: chunk 2 (tRNS, "
+                  "bytes 33 to 45)",
+                  png().gray(2, 2).trns({1}).bytes(), "", "--key-to-alpha ");
+    expectFixable("bad-transparency",
+                  "transparency in an image that has alpha: chunk 2 (tRNS, bytes 33 to 46)",
+                  png().gray_alpha(2, 2).trns({1, 2}).bytes());
     write("a.png", png().gray(2, 2).chunk_after_idat({"tRNS", {0, 1}}).bytes());
     EXPECT_TRUE(
         tool({"check", "a.png"})
-            .output.starts_with("a.png: refused: transparency behind image data: chunk 3 "));
+            .output.starts_with("a.png: rejected: transparency behind image data: chunk 3 "));
     EXPECT_FALSE(converterTakes(read("a.png")));
 }
 
@@ -139,9 +190,9 @@ TEST_F(Check, NamesFailingChecksums) {
         return tool({"check", "a.png"});
     }();
     EXPECT_TRUE(outcome.output.starts_with(
-        "a.png: refused: the checksum of chunk 2 (tEXt, bytes 33 to 47) is "))
+        "a.png: rejected: the checksum of chunk 2 (tEXt, bytes 33 to 47) is "))
         << outcome.output;
-    EXPECT_TRUE(outcome.output.ends_with("; mend it by: slabtool prepare a.png a-prepared.png\n"));
+    EXPECT_TRUE(outcome.output.ends_with("; fix: slabtool prepare a.png a-prepared.png\n"));
     EXPECT_FALSE(converterTakes(png_file(chunks)));
 }
 
@@ -149,59 +200,66 @@ TEST_F(Check, NamesCutFiles) {
     const byte_vector file = png().gray(2, 2).bytes();
     const size_t end = file.size();
     for (const size_t missing : {1U, 11U}) {
-        expectBroken("the file ends inside the frame of chunk 3", slice(file, 0, end - missing),
-                     "the file ends too early");
+        expectBroken("truncated", "the file ends inside the frame of chunk 3",
+                     slice(file, 0, end - missing), "the file ends too early");
     }
-    expectBroken("the file ends inside chunk 2 (IDAT, bytes 33 to " + std::to_string(end - 13) +
+    expectBroken("truncated",
+                 "the file ends inside chunk 2 (IDAT, bytes 33 to " + std::to_string(end - 13) +
                      "), 1 bytes too early",
                  slice(file, 0, end - 13), "the file ends too early");
-    expectBroken("the file ends behind chunk 2, without an IEND chunk", slice(file, 0, end - 12),
-                 "the file ends too early");
-    expectBroken("the file ends inside chunk 1 (IHDR, bytes 8 to 32), 1 bytes too early",
+    expectBroken("truncated", "the file ends behind chunk 2, without an IEND chunk",
+                 slice(file, 0, end - 12), "the file ends too early");
+    expectBroken("truncated",
+                 "the file ends inside chunk 1 (IHDR, bytes 8 to 32), 1 bytes too early",
                  slice(file, 0, 32), "the file ends too early");
 }
 
 TEST_F(Check, NamesFilesThatAreNoPng) {
-    expectBroken("not a PNG file: its first 8 bytes are others", {'G', 'I', 'F', '8', '9'},
-                 "the file ends too early");
-    expectBroken("not a PNG file: its first 8 bytes are others", byte_vector(100, 'x'),
+    expectBroken("not-png", "not a PNG file: its first 8 bytes are others",
+                 {'G', 'I', 'F', '8', '9'}, "the file ends too early");
+    expectBroken("not-png", "not a PNG file: its first 8 bytes are others", byte_vector(100, 'x'),
                  "Not a PNG file");
-    expectVerdict("refused: the file is empty", {});
+    expectVerdict("rejected: the file is empty [not-png]", {});
 }
 
 TEST_F(Check, NamesHeadersThatAreWrong) {
-    expectBroken("the file does not begin with an IHDR chunk of 13 bytes, but with chunk 1 (tEXt, "
+    expectBroken("header",
+                 "the file does not begin with an IHDR chunk of 13 bytes, but with chunk 1 (tEXt, "
                  "bytes 8 to 20)",
                  png_file({{"tEXt", {1}}, {"IEND", {}}}), "tEXt: missing IHDR");
-    expectBroken("the header declares no pixels: 0 x 2",
+    expectBroken("header", "the header declares no pixels: 0 x 2",
                  png().gray(2, 2).declared_size(0, 2).bytes(), "Invalid IHDR data");
-    expectBroken("the header declares no pixels: 2 x 0",
+    expectBroken("header", "the header declares no pixels: 2 x 0",
                  png().gray(2, 2).declared_size(2, 0).bytes(), "Invalid IHDR data");
-    expectBroken("the header has colour type 5, which does not exist", withHeader(9, 5),
+    expectBroken("header", "the header has colour type 5, which does not exist", withHeader(9, 5),
                  "Invalid IHDR data");
-    expectBroken("the header has 3 bits a sample, which colour type 0 cannot have",
+    expectBroken("header", "the header has 3 bits a sample, which colour type 0 cannot have",
                  withHeader(8, 3), "Invalid IHDR data");
     for (const uint8_t depth : byte_vector{1, 2, 4}) {
-        expectBroken("the header has " + std::to_string(depth) + (depth == 1 ? " bit" : " bits") +
+        expectBroken("header",
+                     "the header has " + std::to_string(depth) + (depth == 1 ? " bit" : " bits") +
                          " a sample, which colour type 2 cannot have",
                      png().rgb(2, 2).bit_depth(depth).bytes(), "Invalid IHDR data");
     }
-    expectBroken("the header has 16 bits a sample, which colour type 3 cannot have",
+    expectBroken("header", "the header has 16 bits a sample, which colour type 3 cannot have",
                  png().indexed(2, 2).bit_depth(16).bytes(), "Invalid IHDR data");
-    expectBroken("the header has compression, filter and interlace method 1, 0 and 0, which do not "
+    expectBroken("header",
+                 "the header has compression, filter and interlace method 1, 0 and 0, which do not "
                  "all exist",
                  withHeader(10, 1), "Invalid IHDR data");
-    expectBroken("the header has compression, filter and interlace method 0, 0 and 2, which do not "
+    expectBroken("header",
+                 "the header has compression, filter and interlace method 0, 0 and 2, which do not "
                  "all exist",
                  withHeader(12, 2), "Invalid IHDR data");
 }
 
 TEST_F(Check, NamesUnknownChunksAndSecondHeaders) {
-    expectBroken("a critical chunk of unknown meaning: chunk 2 (ABCD, bytes 33 to 45)",
+    expectBroken("critical-chunk",
+                 "a critical chunk of unknown meaning: chunk 2 (ABCD, bytes 33 to 45)",
                  png().gray(2, 2).chunk_before_idat({"ABCD", {1}}).bytes(),
                  "ABCD: unhandled critical chunk");
     const png_chunk_t header = {"IHDR", png().gray(2, 2).image_header()};
-    expectBroken("a second header: chunk 2 (IHDR, bytes 33 to 57)",
+    expectBroken("header", "a second header: chunk 2 (IHDR, bytes 33 to 57)",
                  png().gray(2, 2).chunk_before_idat(header).bytes(), "IHDR: out of place");
 }
 
@@ -209,56 +267,65 @@ TEST_F(Check, NamesImageDataThatAreMissingOrBroken) {
     std::vector<png_chunk_t> chunks = png().gray(2, 2).chunks();
     chunks.erase(chunks.begin() + 1);
     write("a.png", png_file(chunks));
-    EXPECT_TRUE(
-        tool({"check", "a.png"}).output.starts_with("a.png: refused: there are no image data; "));
+    EXPECT_TRUE(tool({"check", "a.png"})
+                    .output.starts_with("a.png: rejected: there are no image data [truncated]; "));
     EXPECT_FALSE(converterTakes(png_file(chunks)));
-    expectMendable("image data of fewer than 2 bytes: chunk 2 (IDAT, bytes 33 to 45)",
-                   png().gray(2, 2).idat_split_at({1}).bytes());
-    expectBroken("the image data end before their last DEFLATE block does",
+    expectFixable("short-image-data",
+                  "image data of fewer than 2 bytes: chunk 2 (IDAT, bytes 33 to 45)",
+                  png().gray(2, 2).idat_split_at({1}).bytes());
+    expectBroken("truncated", "the image data end before their last DEFLATE block does",
                  png().gray(2, 2).idat_bytes({0x78, 0x9C}).bytes(), "Not enough image data");
     const byte_vector invalid = deflate_maker().block_header(3, block_is::last).bits(0, 30).bytes();
-    expectBroken("the image data are broken at byte 2: a block of a type that does not exist",
+    expectBroken("bad-image-data",
+                 "the image data are broken at byte 2: a block of a type that does not exist",
                  png().gray(2, 2).deflate_stream(invalid).bytes(), "IDAT: invalid block type");
-    expectMendable("the image data hold more lines than the header declares",
-                   png().gray(9, 9).declared_size(9, 5).bytes());
+    expectFixable("too-many-rows", "the image data hold more lines than the header declares",
+                  png().gray(9, 9).declared_size(9, 5).bytes());
 }
 
 TEST_F(Check, NamesImagesThatAreNotGreyForAlphaOnly) {
-    expectVerdict("refused: not plain greyscale, which alpha-only surfaces are made of; pngslab "
-                  "takes it without --alphaonly",
-                  png().rgb(2, 2).bytes(), {"--alphaonly"});
-    expectVerdict("refused: not plain greyscale, which alpha-only surfaces are made of; pngslab "
-                  "takes it without --alphaonly",
-                  png().gray_alpha(2, 2).bytes(), {"--alphaonly"});
+    expectVerdict(
+        "rejected: not plain grayscale, which alpha-only surfaces are made of [not-grayscale]; "
+        "pngslab accepts it without --alphaonly",
+        png().rgb(2, 2).bytes(), {"--alphaonly"});
+    expectVerdict(
+        "rejected: not plain grayscale, which alpha-only surfaces are made of [not-grayscale]; "
+        "pngslab accepts it without --alphaonly",
+        png().gray_alpha(2, 2).bytes(), {"--alphaonly"});
 }
 
 TEST_F(Check, NamesWhatElseIsWrongForAlphaOnly) {
-    expectVerdict("refused: 16 bits a sample instead of 8; mend it by: slabtool prepare a.png "
-                  "a-prepared.png",
+    expectVerdict("rejected: 16 bits a sample instead of 8 [bit-depth]" + kNarrowing +
+                      "; fix: slabtool prepare a.png "
+                      "a-prepared.png",
                   libpng_encode(noise_image(kGray, 16, false, 9, 9)), {"--alphaonly"});
 }
 
 TEST_F(Check, OffersNoMendingThatAlphaOnlyWouldNotTake) {
-    expectVerdict("refused: 16 bits a sample instead of 8; it cannot be mended for --alphaonly, "
-                  "since it is not greyscale",
-                  libpng_encode(noise_image(kRgb, 16, false, 9, 9)), {"--alphaonly"});
-    expectVerdict("refused: not plain greyscale, which alpha-only surfaces are made of; it cannot "
-                  "be mended for --alphaonly, since it is not greyscale",
+    expectVerdict(
+        "rejected: 16 bits a sample instead of 8 [bit-depth]; it cannot be fixed for --alphaonly, "
+        "since it is not grayscale",
+        libpng_encode(noise_image(kRgb, 16, false, 9, 9)), {"--alphaonly"});
+    expectVerdict("rejected: not plain grayscale, which alpha-only surfaces are made of "
+                  "[not-grayscale]; it cannot "
+                  "be fixed for --alphaonly, since it is not grayscale",
                   png().rgb(2, 2).plte(byte_vector(6, 1)).bytes(), {"--alphaonly"});
 }
 
 TEST_F(Check, NamesOtherSuffixes) {
     write("it's.PNG", png().gray(2, 2).bytes());
-    expectTool(1,
-               "it's.PNG: refused: its name does not end in .png; mend it by: mv -i 'it'\\''s.PNG' "
-               "'it'\\''s.png'\n",
-               "", {"check", "it's.PNG"});
+    expectTool(
+        1,
+        "it's.PNG: rejected: its name does not end in .png [file-name]; fix: mv -i 'it'\\''s.PNG' "
+        "'it'\\''s.png'\n",
+        "", {"check", "it's.PNG"});
     write("name", png().gray(2, 2).bytes());
-    expectTool(1, "name: refused: its name does not end in .png; mend it by: mv -i name name.png\n",
-               "", {"check", "name"});
+    expectTool(
+        1, "name: rejected: its name does not end in .png [file-name]; fix: mv -i name name.png\n",
+        "", {"check", "name"});
     write(".hidden", png().gray(2, 2).bytes());
     expectTool(1,
-               ".hidden: refused: its name does not end in .png; mend it by: mv -i .hidden "
+               ".hidden: rejected: its name does not end in .png [file-name]; fix: mv -i .hidden "
                ".hidden.png\n",
                "", {"check", ".hidden"});
     EXPECT_EQ(1, run({"--image", "it's.PNG", "--output", "a.surface"}).exitStatus);
@@ -268,11 +335,14 @@ TEST_F(Check, NamesCommandsThatWork) {
     const byte_vector image = libpng_encode(noise_image(kGray, 16, false, 2, 2));
     write("a.png", image);
     write("-a b.png", image);
-    EXPECT_EQ("-: refused: 16 bits a sample instead of 8; mend it by: slabtool prepare - "
-              "image-prepared.png\n",
+    EXPECT_EQ("-: rejected: 16 bits a sample instead of 8 [bit-depth]" + kNarrowing +
+                  "; fix: slabtool prepare - "
+                  "image-prepared.png\n",
               shell("slabtool check - < a.png").output);
     const std::string command = "slabtool prepare './-a b.png' './-a b-prepared.png'";
-    expectTool(1, "-a b.png: refused: 16 bits a sample instead of 8; mend it by: " + command + "\n",
+    expectTool(1,
+               "-a b.png: rejected: 16 bits a sample instead of 8 [bit-depth]" + kNarrowing +
+                   "; fix: " + command + "\n",
                "", {"check", "--", "-a b.png"});
     EXPECT_EQ(0, shell(command).exitStatus);
     EXPECT_TRUE(exists("-a b-prepared.png"));
@@ -281,7 +351,7 @@ TEST_F(Check, NamesCommandsThatWork) {
 TEST_F(Check, NamesCommandsThatWorkForControlCharacters) {
     write("a\n\t%s\x7F.png", libpng_encode(noise_image(kGray, 16, false, 2, 2)));
     const std::string output = tool({"check", "a\n\t%s\x7F.png"}).output;
-    const std::string announcement = "mend it by: ";
+    const std::string announcement = "fix: ";
     EXPECT_EQ(0, shell(output.substr(output.find(announcement) + announcement.size())).exitStatus);
     EXPECT_TRUE(exists("a\n\t%s\x7F-prepared.png"));
 }
@@ -297,7 +367,8 @@ TEST_F(Check, NamesNoCommandThatOverwritesAnotherImage) {
 TEST_F(Check, NamesNoCommandForALineBreakAtTheEnd) {
     write("a\n", png().gray(2, 2).bytes());
     expectTool(1,
-               "a?: refused: its name does not end in .png; rename it, since no command names a "
+               "a?: rejected: its name does not end in .png [file-name]; rename it, since no "
+               "command names a "
                "line break at the end\n",
                "", {"check", "a\n"});
 }
@@ -306,20 +377,22 @@ TEST_F(Check, PrintsOneLineForEveryOneOfThousands) {
     write("good.png", png().gray(2, 2).bytes());
     write("bad.png", {1});
     std::vector<std::string> arguments = {"check", "missing.png", "."};
-    std::string lines = "missing.png: refused: cannot be opened: No such file or directory\n"
-                        ".: refused: cannot be read: Is a directory\n";
+    std::string lines =
+        "missing.png: rejected: cannot be opened: No such file or directory [unreadable]\n"
+        ".: rejected: cannot be read: Is a directory [unreadable]\n";
     for (int i = 0; i < 2000; ++i) {
         arguments.insert(arguments.end(), {"good.png", "bad.png"});
-        lines += "good.png: taken: I8, 2 x 2\n"
-                 "bad.png: refused: not a PNG file: its first 8 bytes are others; it cannot be "
-                 "mended, since libpng says: the file ends too early\n";
+        lines += "good.png: accepted: I8, 2 x 2\n"
+                 "bad.png: rejected: not a PNG file: its first 8 bytes are others [not-png]; it "
+                 "cannot be "
+                 "fixed, since libpng says: the file ends too early\n";
     }
     expectTool(1, lines, "", arguments);
 }
 
 TEST_F(Check, ShowsNoControlCharacters) {
-    expectTool(1, "a?b.png: refused: cannot be opened: No such file or directory\n", "",
-               {"check", "a\nb.png"});
+    expectTool(1, "a?b.png: rejected: cannot be opened: No such file or directory [unreadable]\n",
+               "", {"check", "a\nb.png"});
 }
 
 TEST_F(Check, AgreesWithTheConverterOnDamagedFiles) {

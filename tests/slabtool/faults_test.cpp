@@ -102,7 +102,7 @@ TEST_F(Faults, DoNotComeFromLongPipes) {
 
 TEST_F(Faults, DoNotComeFromFilesThatAreLongerThanTheySay) {
     const ProgramOutcome outcome = tool({"check", "/proc/version"}); // which says 0
-    EXPECT_TRUE(outcome.output.starts_with("/proc/version: refused: not a PNG file"))
+    EXPECT_TRUE(outcome.output.starts_with("/proc/version: rejected: not a PNG file"))
         << outcome.output;
 }
 
@@ -224,7 +224,8 @@ TEST_F(Faults, OfMemoryAreAnImagesOwn) {
     const ProgramOutcome outcome =
         tool({"check", "huge.png", "good.png"}, {.addressSpace = 64 * kMegabyte});
     EXPECT_EQ(1, outcome.exitStatus);
-    EXPECT_EQ("huge.png: refused: not enough memory to decode it\ngood.png: taken: I8, 2 x 2\n",
+    EXPECT_EQ("huge.png: rejected: not enough memory to decode it [memory]\ngood.png: accepted: "
+              "I8, 2 x 2\n",
               outcome.output);
 }
 
@@ -254,7 +255,7 @@ TEST_F(Faults, OfMemoryDoNotComeFromPixelsThatNobodyAskedFor) {
                           .rows(byte_vector((kSide / 8 + 1) * kSide))
                           .bytes());
     const ProgramOutcome outcome = tool({"check", "flat.png"}, {.addressSpace = 64 * kMegabyte});
-    EXPECT_EQ("flat.png: refused: 1 bit a sample instead of 8; mend it by: slabtool prepare "
+    EXPECT_EQ("flat.png: rejected: 1 bit a sample instead of 8 [bit-depth]; fix: slabtool prepare "
               "flat.png flat-prepared.png\n",
               outcome.output);
 }

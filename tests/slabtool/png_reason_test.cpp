@@ -26,8 +26,9 @@ bool decoderTakes(const byte_vector& file) {
 void expectAgreement(const byte_vector& file, const std::string& what) {
     const bool isTaken = decoderTakes(file);
     const auto reason = whyRejected(file);
-    EXPECT_EQ(isTaken, !reason.has_value()) << what << ": " << reason.value_or("no reason");
-    EXPECT_EQ(isTaken, judgePng(file, false).isTaken) << what;
+    EXPECT_EQ(isTaken, !reason.has_value())
+        << what << ": " << (reason ? reason->words : "no reason");
+    EXPECT_EQ(isTaken, judgePng(file, false).isAccepted) << what;
 }
 
 // Images of every type, with every kind of block and of chunk.
@@ -136,16 +137,17 @@ TEST(PngReason, FindsFixedBlocksWhereverZlibPutsThem) {
         EXPECT_EQ(contains_fixed_block(raw), reason.has_value()) << seed;
         if (reason) {
             ++fixed;
-            EXPECT_TRUE(reason->starts_with("a fixed-code DEFLATE block in bytes ") ||
-                        reason->starts_with("fixed-code DEFLATE blocks, the first of "))
-                << *reason;
+            EXPECT_TRUE(reason->words.starts_with("a fixed-code DEFLATE block in bytes ") ||
+                        reason->words.starts_with("fixed-code DEFLATE blocks, the first of "))
+                << reason->words;
         }
     }
     EXPECT_GT(fixed, 50U);
 }
 
 std::string refusalOf(const deflate_maker& stream, uint32_t room = 1000) {
-    return whyRejected(imageOf(stream.bytes(), room)).value_or("taken");
+    const auto reason = whyRejected(imageOf(stream.bytes(), room));
+    return reason ? reason->words : "accepted";
 }
 
 TEST(PngReason, NamesTheBytesOfAFixedBlock) {
@@ -203,7 +205,7 @@ TEST(PngReason, NamesOtherViolations) {
     const code_lengths litlen = lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}});
     const code_lengths dist = lengths_of(30, {{0, 1}});
     const dynamic_header_t header = plain_header(litlen, dist);
-    EXPECT_EQ("taken", refusalOf(deflate_maker().stored({1, 2}, block_is::last)));
+    EXPECT_EQ("accepted", refusalOf(deflate_maker().stored({1, 2}, block_is::last)));
     EXPECT_EQ("the image data are broken at byte 2: a block of a type that does not exist",
               refusalOf(deflate_maker().block_header(3, block_is::last)));
     EXPECT_EQ(
@@ -238,22 +240,23 @@ TEST(PngReason, NamesOtherViolations) {
 std::string verdictOn(uint8_t type, uint32_t width, uint32_t height) {
     const PngVerdict verdict =
         judgePng(png().image(type, 2, 2).declared_size(width, height).bytes(), false);
-    return (verdict.isTaken ? "taken: " : "refused: ") + verdict.words;
+    return verdict.isAccepted ? "accepted: " + verdict.surface
+                              : "rejected: " + verdict.reason.words;
 }
 
 TEST(PngVerdict, AllocatesNothingThatTheFileCannotFill) {
-    EXPECT_EQ("taken: I8, 1000000000 x 4, if pngslab can have 4000000004 bytes",
+    EXPECT_EQ("accepted: I8, 1000000000 x 4, if pngslab can have 4000000004 bytes",
               verdictOn(kGray, 1000000000, 4));
-    EXPECT_EQ("taken: I8, 1 x 2147483647, if pngslab can have 4294967294 bytes",
+    EXPECT_EQ("accepted: I8, 1 x 2147483647, if pngslab can have 4294967294 bytes",
               verdictOn(kGray, 1, 0x7FFFFFFF));
-    EXPECT_EQ("taken: ARGB8888, 20000 x 20000, if pngslab can have 1600020000 bytes",
+    EXPECT_EQ("accepted: ARGB8888, 20000 x 20000, if pngslab can have 1600020000 bytes",
               verdictOn(kRgba, 20000, 20000));
 }
 
 TEST(PngVerdict, MakesSurfacesUpToALimit) {
     constexpr uint32_t kFree = 16 << 20, kMost = 1 << 30; // bytes
-    EXPECT_EQ("taken: I8, 16777215 x 1", verdictOn(kGray, kFree - 1, 1));
-    EXPECT_EQ("taken: I8, 16777216 x 1, if pngslab can have 16777217 bytes",
+    EXPECT_EQ("accepted: I8, 16777215 x 1", verdictOn(kGray, kFree - 1, 1));
+    EXPECT_EQ("accepted: I8, 16777216 x 1, if pngslab can have 16777217 bytes",
               verdictOn(kGray, kFree, 1));
     const byte_vector large = png()
                                   .gray(2, 2)
@@ -261,19 +264,19 @@ TEST(PngVerdict, MakesSurfacesUpToALimit) {
                                   .chunk_before_idat({"tEXt", byte_vector(kMost / 1000, 'a')})
                                   .bytes();
     EXPECT_EQ("I8, 1073741824 x 1, if pngslab can have 1073741825 bytes",
-              judgePng(large, false).words);
+              judgePng(large, false).surface);
 }
 
 TEST(PngVerdict, RefusesMorePixelsThanCanBeCounted) {
-    EXPECT_EQ("refused: more pixels than pngslab can count: 2147483648 x 1",
+    EXPECT_EQ("rejected: more pixels than pngslab can count: 2147483648 x 1",
               verdictOn(kGray, 0x80000000, 1));
-    EXPECT_EQ("refused: more pixels than pngslab can count: 1 x 2147483648",
+    EXPECT_EQ("rejected: more pixels than pngslab can count: 1 x 2147483648",
               verdictOn(kGray, 1, 0x80000000));
-    EXPECT_EQ("refused: more pixels than pngslab can count: 65536 x 65536",
+    EXPECT_EQ("rejected: more pixels than pngslab can count: 65536 x 65536",
               verdictOn(kGray, 65536, 65536));
-    EXPECT_EQ("refused: more pixels than slabtool tries out: 65535 x 131071",
+    EXPECT_EQ("rejected: more pixels than slabtool tries out: 65535 x 131071",
               verdictOn(kGray, 65535, 131071));
-    EXPECT_EQ("refused: more pixels than pngslab can count: 4294967295 x 4294967295",
+    EXPECT_EQ("rejected: more pixels than pngslab can count: 4294967295 x 4294967295",
               verdictOn(kRgba, 0xFFFFFFFF, 0xFFFFFFFF));
 }
 
@@ -287,23 +290,23 @@ TEST(PngVerdict, AcceptsHugeImagesWhoseRowsAreSkipped) {
             false);
     };
     const PngVerdict skipped = verdictOnRows(65536, 65536, byte_vector(65536, kUnknown));
-    EXPECT_TRUE(skipped.isTaken);
-    EXPECT_EQ("I8, 65536 x 65536, if pngslab can have 4295032832 bytes", skipped.words);
+    EXPECT_TRUE(skipped.isAccepted);
+    EXPECT_EQ("I8, 65536 x 65536, if pngslab can have 4295032832 bytes", skipped.surface);
 
     byte_vector oneRow(2 * 65537, kUnknown);
     oneRow[7] = 0; // and the 65537 bytes behind it
-    EXPECT_TRUE(verdictOnRows(65537, 65537, oneRow).isTaken);
+    EXPECT_TRUE(verdictOnRows(65537, 65537, oneRow).isAccepted);
     oneRow[65537 + 7 + 1] = 0; // one more row, for which no bytes are left
     EXPECT_EQ("more pixels than pngslab can count: 65537 x 65537",
-              verdictOnRows(65537, 65537, oneRow).words);
+              verdictOnRows(65537, 65537, oneRow).reason.words);
 }
 
 TEST(PngVerdict, FindsRefusalsInHugeImagesToo) {
     const byte_vector file =
         png().gray(2, 2).declared_size(1000000, 1000).compression({9, Z_FIXED, 15, 8}).bytes();
     const PngVerdict verdict = judgePng(file, false);
-    EXPECT_FALSE(verdict.isTaken);
-    EXPECT_TRUE(verdict.words.starts_with("a fixed-code DEFLATE block in bytes 2 to "));
+    EXPECT_FALSE(verdict.isAccepted);
+    EXPECT_TRUE(verdict.reason.words.starts_with("a fixed-code DEFLATE block in bytes 2 to "));
 }
 
 } // namespace

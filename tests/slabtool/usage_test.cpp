@@ -83,8 +83,9 @@ TEST_F(Usage, TakesNamesAsTheyAreWhateverTheyLookLike) {
         expectTool(1, "", missing, {"info", name});
         expectTool(1, "", missing + missing, {"info", name, name});
         expectTool(1, "", missing, {"view", name, "out.png"});
-        expectTool(1, name + ": refused: cannot be opened: No such file or directory\n", "",
-                   {"check", name});
+        expectTool(1,
+                   name + ": rejected: cannot be opened: No such file or directory [unreadable]\n",
+                   "", {"check", name});
     }
     makeSurface("[a,b].surface]", png().rgb(3, 3).bytes());
     expectTool(0, "", "", {"view", "[a,b].surface]", "[a,b].png]"});

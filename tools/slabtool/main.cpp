@@ -64,15 +64,17 @@ void declareView(CLI::App& app, ViewRequest& request, int& status) {
 
 void declareCheck(CLI::App& app, CheckRequest& request, int& status) {
     CLI::App* const command = app.add_subcommand(
-        "check", "Tell of every image whether pngslab takes it, why not, and what mends it");
+        "check", "Report whether pngslab accepts each image; if not, why, and how to fix it");
     addPaths(command, "IMAGE", request.paths, "PNG files; - is standard input");
-    command->add_flag("--alphaonly", request.alphaOnly, "As pngslab --alphaonly would take it");
+    command->add_flag("--alphaonly", request.alphaOnly, "Judge as pngslab --alphaonly does");
+    command->add_flag("--strict", request.strict,
+                      "Exit with 1 also if an image is accepted with loss");
     command->callback([&] { status = runCheck(request); });
 }
 
 void declarePrepare(CLI::App& app, PrepareRequest& request, int& status) {
     CLI::App* const command =
-        app.add_subcommand("prepare", "Make a PNG that pngslab takes, with the same pixels");
+        app.add_subcommand("prepare", "Write a PNG that pngslab accepts, with the same pixels");
     addPaths(command, "IN", request.input, "Any PNG; - is standard input");
     addPaths(command, "OUT", request.output, "The PNG to write; - is standard output");
     command->add_flag("--key-to-alpha", request.changes.keyToAlpha,

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <new>
+#include <vector>
 
 namespace {
 
@@ -23,48 +24,87 @@ std::string command(const std::string& words, const std::string& from, const std
     if (from.ends_with('\n')) {
         return "; rename it, since no command names a line break at the end";
     }
-    return "; mend it by: " + words + " " + shellWord(from) + " " + shellWord(to);
+    return "; fix: " + words + " " + shellWord(from) + " " + shellWord(to);
 }
 
-std::string mending(const std::string& path, ByteView file, bool alphaOnly) {
-    if (alphaOnly && judgePng(file, false).isTaken) {
-        return "; pngslab takes it without --alphaonly";
+// The command that writes an image with as much of the picture as can be kept.
+std::string prepareCommand(const std::string& path, const std::vector<Finding>& losses) {
+    std::string words = "slabtool prepare";
+    for (const Finding& loss : losses) {
+        const char* const option = optionAgainst(loss);
+        words += option != nullptr ? std::string(" ") + option : "";
+    }
+    const std::string stem = path == kStandardStream ? "image" : stemOf(path);
+    return command(words, path, stem + "-prepared.png");
+}
+
+std::string fixFor(const std::string& path, ByteView file, bool alphaOnly) {
+    if (alphaOnly && judgePng(file, false).isAccepted) {
+        return "; pngslab accepts it without --alphaonly";
     }
     try {
         testPng(file);
     } catch (const Refusal& refusal) {
-        return "; it cannot be mended, since libpng says: " + std::string(refusal.what());
+        return "; it cannot be fixed, since libpng says: " + std::string(refusal.what());
     }
     if (alphaOnly && file[kColorTypeAt] != kGreyType) {
-        return "; it cannot be mended for --alphaonly, since it is not greyscale";
+        return "; it cannot be fixed for --alphaonly, since it is not grayscale";
     }
-    const std::string stem = path == kStandardStream ? "image" : stemOf(path);
-    return command("slabtool prepare", path, stem + "-prepared.png");
+    const std::vector<Finding> losses = lossesOf(file);
+    std::string words;
+    for (const Finding& loss : losses) {
+        words += optionAgainst(loss) == nullptr ? "; with loss: " + textOf(loss) : "";
+    }
+    return words + prepareCommand(path, losses);
 }
 
-// The verdict on one file, behind its name.
-PngVerdict look(const std::string& path, bool alphaOnly) {
+// One image's line, behind its name.
+struct Line {
+    int severity; // 0: accepted, 1: with loss, 2: rejected
+    std::string words;
+};
+
+Line rejectedLine(const Finding& reason, const std::string& fix) {
+    return {2, "rejected: " + textOf(reason) + fix};
+}
+
+Line acceptedLine(const std::string& path, const PngVerdict& verdict) {
+    if (verdict.losses.empty()) {
+        return {0, "accepted: " + verdict.surface};
+    }
+    Line line = {1, "accepted with loss: " + verdict.surface};
+    bool canKeep = false;
+    for (const Finding& loss : verdict.losses) {
+        line.words += "; " + textOf(loss);
+        canKeep |= optionAgainst(loss) != nullptr;
+    }
+    line.words += canKeep ? prepareCommand(path, verdict.losses) : "";
+    return line;
+}
+
+Line judge(const std::string& path, bool alphaOnly) {
     const Bytes file = readFile(path);
     if (file.empty()) {
-        return {false, "the file is empty"};
+        return rejectedLine({"not-png", "the file is empty"}, "");
     }
-    PngVerdict verdict = judgePng(file, alphaOnly);
-    if (!verdict.isTaken) {
-        verdict.words += mending(path, file, alphaOnly);
-    } else if (path != kStandardStream && !path.ends_with(kSuffix)) {
-        return {false,
-                "its name does not end in .png" + command("mv -i", path, stemOf(path) + kSuffix)};
+    const PngVerdict verdict = judgePng(file, alphaOnly);
+    if (!verdict.isAccepted) {
+        return rejectedLine(verdict.reason, fixFor(path, file, alphaOnly));
     }
-    return verdict;
+    if (path != kStandardStream && !path.ends_with(kSuffix)) {
+        return rejectedLine({"file-name", "its name does not end in .png"},
+                            command("mv -i", path, stemOf(path) + kSuffix));
+    }
+    return acceptedLine(path, verdict);
 }
 
-PngVerdict lookSafely(const std::string& path, bool alphaOnly) {
+Line judgeSafely(const std::string& path, bool alphaOnly) {
     try {
-        return look(path, alphaOnly);
+        return judge(path, alphaOnly);
     } catch (const Refusal& refusal) {
-        return {false, refusal.what()};
+        return rejectedLine({"unreadable", refusal.what()}, "");
     } catch (const std::bad_alloc&) {
-        return {false, "not enough memory to decode it"};
+        return rejectedLine({"memory", "not enough memory to decode it"}, "");
     }
 }
 
@@ -72,11 +112,11 @@ PngVerdict lookSafely(const std::string& path, bool alphaOnly) {
 
 int runCheck(const CheckRequest& request) {
     int status = 0;
+    const int worstAllowed = request.strict ? 0 : 1;
     for (const std::string& path : request.paths) {
-        const PngVerdict verdict = lookSafely(path, request.alphaOnly);
-        std::printf("%s: %s: %s\n", printable(path).c_str(), verdict.isTaken ? "taken" : "refused",
-                    printable(verdict.words).c_str());
-        status = verdict.isTaken ? status : 1;
+        const Line line = judgeSafely(path, request.alphaOnly);
+        std::printf("%s: %s\n", printable(path).c_str(), printable(line.words).c_str());
+        status = line.severity > worstAllowed ? 1 : status;
     }
     return status;
 }

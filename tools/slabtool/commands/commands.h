@@ -26,10 +26,11 @@ int runView(const ViewRequest& request);
 struct CheckRequest {
     std::vector<std::string> paths;
     bool alphaOnly = false; ///< for surfaces of alpha only
+    bool strict = false;    ///< a loss counts as a rejection in the exit status
 };
 
-/// Prints a line for each image: whether pngslab accepts it; if not, why, and how to fix it.
-/// @return the exit status: 0 if every image is accepted
+/// Prints a line for each image: whether pngslab accepts it, and what the surface loses; if not, why; and how to fix
+/// it. @return the exit status: 0 if every image is accepted
 int runCheck(const CheckRequest& request);
 
 struct PrepareRequest {

@@ -12,7 +12,7 @@
 namespace {
 
 void keepSmaller(std::optional<Bytes>& best, Bytes file) {
-    if ((!best || file.size() < best->size()) && judgePng(file, false).isTaken) {
+    if ((!best || file.size() < best->size()) && judgePng(file, false).isAccepted) {
         best = std::move(file);
     }
 }
@@ -22,27 +22,35 @@ Bytes encodeForConverter(const PngImage& image) {
     for (const PngEffort& effort : kEfforts) {
         keepSmaller(best, encodePng(image, effort));
     }
-    return best ? *std::move(best) : encodePng(image, kStored); // which is always taken
+    return best ? *std::move(best) : encodePng(image, kStored); // which is always accepted
 }
 
-void note(const std::string& path, const char* words) {
-    std::fprintf(stderr, "slabtool: %s: %s\n", printable(path).c_str(), words);
+bool isKept(const Finding& loss, const PngChanges& changes) {
+    return (loss.code == kKeyColorLoss && changes.keyToAlpha) ||
+           (loss.code == kPaletteLoss && changes.expandPalette);
+}
+
+// Says what pngslab will lose of the new file, and what could be done about it.
+void reportLosses(const std::string& path, ByteView original, const PngChanges& changes) {
+    for (const Finding& loss : lossesOf(original)) {
+        if (isKept(loss, changes)) {
+            continue;
+        }
+        const char* const option = optionAgainst(loss);
+        const std::string fix = option != nullptr ? std::string("; ") + option + " keeps it" : "";
+        std::fprintf(stderr, "slabtool: %s: with loss: %s%s\n", printable(path).c_str(),
+                     textOf(loss).c_str(), fix.c_str());
+    }
 }
 
 } // namespace
 
 int runPrepare(const PrepareRequest& request) {
+    const Bytes original = about(request.input, [&] { return readFile(request.input); });
     const PngImage image =
-        about(request.input, [&] { return decodePng(readFile(request.input), request.changes); });
+        about(request.input, [&] { return decodePng(original, request.changes); });
     const Bytes file = about(request.input, [&] { return encodeForConverter(image); });
     about(request.output, [&] { writeFile(request.output, file); });
-    if (image.keyColor) {
-        note(request.input,
-             "the colour that means \"transparent\" is kept, but pngslab does not apply "
-             "it; --key-to-alpha turns it into alpha");
-    } else if (image.colorType == kIndexedType) {
-        note(request.input, "the indices are kept, but surface files carry no palette; "
-                            "--expand-palette turns them into colours");
-    }
+    reportLosses(request.input, original, request.changes);
     return 0;
 }

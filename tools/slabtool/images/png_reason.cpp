@@ -18,6 +18,7 @@ using png_detail::fault_t;
 
 constexpr uint64_t kChunkFrame = 12; // length, type, and checksum
 constexpr const char* kUnknown = "for a reason that slabtool does not know";
+constexpr const char* kUnknownCode = "unknown";
 
 std::string number(uint64_t value) {
     return std::to_string(value);
@@ -116,6 +117,68 @@ std::string wordsOf(inflate_detail::fault_t fault) {
         break; // no fault, none of a stream, or the one that has words of its own
     }
     return kUnknown;
+}
+
+// The code of each fault.
+const char* codeOf(fault_t fault) {
+    switch (fault) {
+    case fault_t::signature:
+        return "not-png";
+    case fault_t::end_chunk_missing:
+    case fault_t::chunk_frame_truncated:
+    case fault_t::chunk_truncated:
+    case fault_t::image_data_missing:
+    case fault_t::image_data_truncated:
+        return "truncated";
+    case fault_t::chunk_crc:
+        return "checksum";
+    case fault_t::header_missing:
+    case fault_t::header_length:
+    case fault_t::header_repeated:
+    case fault_t::size_zero:
+    case fault_t::color_type:
+    case fault_t::bit_depth:
+    case fault_t::compression_method:
+    case fault_t::filter_method:
+    case fault_t::interlace_method:
+        return "header";
+    case fault_t::bit_depth_unsupported:
+        return "bit-depth";
+    case fault_t::interlace_unsupported:
+        return "interlaced";
+    case fault_t::palette_in_gray_image:
+    case fault_t::palette_repeated:
+    case fault_t::palette_length:
+    case fault_t::palette_missing:
+    case fault_t::image_data_before_palette:
+        return "bad-palette";
+    case fault_t::palette_too_large:
+    case fault_t::palette_block_missing:
+        return "suggested-palette";
+    case fault_t::transparency_after_image_data:
+    case fault_t::transparency_beside_alpha:
+    case fault_t::key_color_length:
+    case fault_t::transparency_length:
+        return "bad-transparency";
+    case fault_t::image_data_length:
+        return "short-image-data";
+    case fault_t::image_data_overflow:
+        return "too-many-rows";
+    case fault_t::image_data_invalid:
+        return "bad-image-data";
+    case fault_t::critical_chunk_unknown:
+        return "critical-chunk";
+    case fault_t::none:
+    case fault_t::pixel_block_missing:
+    case fault_t::pixel_block_too_small:
+    case fault_t::palette_without_alpha:
+    case fault_t::gray_ramp_block_missing:
+    case fault_t::rows_truncated:
+    case fault_t::rows_do_not_fit:
+    case fault_t::count:
+        break;
+    }
+    return kUnknownCode;
 }
 
 class Words {
@@ -237,11 +300,11 @@ private:
 
 } // namespace
 
-std::optional<std::string> whyRejected(ByteView file) {
+std::optional<Finding> whyRejected(ByteView file) {
     png_info_t info = {};
     fault_record_t record = {};
     if (png_detail::decode(file.data(), file.size(), &info, nullptr, &record) != kPngOk) {
-        return Words(record, info, file.size()).text(0);
+        return Finding{codeOf(record.fault), Words(record, info, file.size()).text(0)};
     }
     ImageDataRun run(info);
     DsSurface standIn = standInFor(info);
@@ -249,10 +312,10 @@ std::optional<std::string> whyRejected(ByteView file) {
                                                         run.sink(), &record);
     // The decoder stops at the first fixed-code block, so nothing behind it counts.
     if (auto fixedBlocks = run.fixedBlocks()) {
-        return fixedBlocks;
+        return Finding{"fixed-code-block", *fixedBlocks};
     }
     if (result != kPngOk) {
-        return Words(record, info, file.size()).text(run.position());
+        return Finding{codeOf(record.fault), Words(record, info, file.size()).text(run.position())};
     }
     return std::nullopt;
 }

@@ -24,19 +24,27 @@ std::string sizeOf(const png_info_t& info) {
     return std::to_string(info.width) + " x " + std::to_string(info.height);
 }
 
-PngVerdict refused(ByteView file) {
-    return {false, whyRejected(file).value_or("for a reason that slabtool does not know")};
+PngVerdict tooLarge(const char* words, const png_info_t& info) {
+    return rejected("too-large", std::string(words) + ": " + sizeOf(info));
 }
 
-PngVerdict taken(const png_info_t& info, bool alphaOnly) {
+PngVerdict rejectedFor(ByteView file) {
+    const Finding unknown = {"unknown", "for a reason that slabtool does not know"};
+    return {false, "", whyRejected(file).value_or(unknown), {}};
+}
+
+PngVerdict accepted(ByteView file, const png_info_t& info, bool alphaOnly) {
     const DsColorMode mode = alphaOnly ? DsColorMode::A8 : info.colorMode;
     return {true,
-            std::string(ds_detail::kModeNames[static_cast<uint32_t>(mode)]) + ", " + sizeOf(info)};
+            std::string(ds_detail::kModeNames[static_cast<uint32_t>(mode)]) + ", " + sizeOf(info),
+            {},
+            lossesOf(file)};
 }
 
-PngVerdict takenWith(const png_info_t& info, bool alphaOnly, uint64_t surfaceBytes) {
-    PngVerdict verdict = taken(info, alphaOnly);
-    verdict.words += ", if pngslab can have " + std::to_string(surfaceBytes) + " bytes";
+PngVerdict acceptedWith(ByteView file, const png_info_t& info, bool alphaOnly,
+                        uint64_t surfaceBytes) {
+    PngVerdict verdict = accepted(file, info, alphaOnly);
+    verdict.surface += ", if pngslab can have " + std::to_string(surfaceBytes) + " bytes";
     return verdict;
 }
 
@@ -57,11 +65,11 @@ bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
 PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                         uint64_t surfaceBytes) {
     if (png_detail::filtered_size(info) > kFreeSurfaceBytes) {
-        return {false, "more pixels than slabtool tries out: " + sizeOf(info)};
+        return tooLarge("more pixels than slabtool tries out", info);
     }
     return decodesSparsely(file, info, alphaOnly)
-               ? takenWith(info, alphaOnly, surfaceBytes)
-               : PngVerdict{false, "more pixels than pngslab can count: " + sizeOf(info)};
+               ? acceptedWith(file, info, alphaOnly, surfaceBytes)
+               : tooLarge("more pixels than pngslab can count", info);
 }
 
 // Without a surface of ordinary memory: what the decoder finds before it converts the rows, and whether there
@@ -69,26 +77,31 @@ PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
 PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alphaOnly,
                                uint64_t surfaceBytes) {
     if (info.width >= kLeastTooManyPixels || info.height >= kLeastTooManyPixels) {
-        return {false, "more pixels than pngslab can count: " + sizeOf(info)};
+        return tooLarge("more pixels than pngslab can count", info);
     }
     if (const auto reason = whyRejected(file)) {
-        return {false, *reason};
+        return {false, "", *reason, {}};
     }
     if (png_detail::uncut_filtered_size(info) != png_detail::filtered_size(info)) {
         return judgeWrapped(file, info, alphaOnly, surfaceBytes);
     }
-    return takenWith(info, alphaOnly, surfaceBytes);
+    return acceptedWith(file, info, alphaOnly, surfaceBytes);
 }
 
 } // namespace
 
+PngVerdict rejected(const std::string& code, const std::string& words) {
+    return {false, "", {code, words}, {}};
+}
+
 PngVerdict judgePng(ByteView file, bool alphaOnly) {
     png_info_t info = {};
     if (png_decode(file.data(), file.size(), &info, nullptr) != kPngOk) {
-        return refused(file);
+        return rejectedFor(file);
     }
     if (alphaOnly && info.colorType != kGreyType) {
-        return {false, "not plain greyscale, which alpha-only surfaces are made of"};
+        return rejected("not-grayscale",
+                        "not plain grayscale, which alpha-only surfaces are made of");
     }
     const uint64_t surfaceLine = uint64_t{info.width} * bytesPerPixel(info.colorMode) + 1;
     const uint64_t most = std::min(
@@ -98,5 +111,5 @@ PngVerdict judgePng(ByteView file, bool alphaOnly) {
     }
     const std::unique_ptr<DsSurface> surface(
         surface_from_png(file.data(), file.size(), alphaOnly, 0));
-    return surface == nullptr ? refused(file) : taken(info, alphaOnly);
+    return surface == nullptr ? rejectedFor(file) : accepted(file, info, alphaOnly);
 }
