@@ -64,11 +64,6 @@ constexpr uint32_t kMaxThreshold = 253;
 
 using Thresholds = std::array<uint8_t, kRun>;
 
-// floor(sum / 255) without a division. Exact below 65535, since 1/255 = 1/256 + 1/256^2 + ...
-constexpr uint32_t dividedBy255(uint32_t sum) {
-    return (sum + 1 + (sum >> 8)) >> 8;
-}
-
 constexpr bool isDivisionExact() {
     for (uint32_t sum = 0; sum <= 255 * kMax6 + kMaxThreshold; ++sum) {
         if (dividedBy255(sum) != sum / 255) {
@@ -112,7 +107,7 @@ consteval Thresholds nearestThresholds() {
 constexpr Thresholds kNearestThresholds = nearestThresholds();
 
 template <DsColorMode mode>
-void packRun(const Bgra* colors, uint32_t count, const Thresholds& thresholds, uint8_t* pixels) {
+void packRun(const Rgba* colors, uint32_t count, const Thresholds& thresholds, uint8_t* pixels) {
     using L = Levels<mode>;
     for (uint32_t i = 0; i < count; ++i) {
         const uint32_t threshold = thresholds[i];
@@ -125,7 +120,7 @@ void packRun(const Bgra* colors, uint32_t count, const Thresholds& thresholds, u
 }
 
 template <DsColorMode mode>
-void packByThresholds(std::span<const Bgra> colors, const Thresholds& thresholds, uint8_t* pixels) {
+void packByThresholds(std::span<const Rgba> colors, const Thresholds& thresholds, uint8_t* pixels) {
     while (!colors.empty()) {
         const auto run = colors.first(std::min<size_t>(colors.size(), kRun));
         packRun<mode>(run.data(), static_cast<uint32_t>(run.size()), thresholds, pixels);
@@ -136,7 +131,7 @@ void packByThresholds(std::span<const Bgra> colors, const Thresholds& thresholds
 
 class NearestPacker1555 : public RowPacker {
 public:
-    void pack(std::span<const Bgra> colors, uint8_t* pixels) override {
+    void pack(std::span<const Rgba> colors, uint8_t* pixels) override {
         packByThresholds<DsColorMode::ARGB1555>(colors, kNearestThresholds, pixels);
     }
 };
@@ -144,7 +139,7 @@ public:
 template <DsColorMode mode>
 class OrderedPacker : public RowPacker {
 public:
-    void pack(std::span<const Bgra> colors, uint8_t* pixels) override {
+    void pack(std::span<const Rgba> colors, uint8_t* pixels) override {
         packByThresholds<mode>(colors, kOrderedThresholds[mRow], pixels);
         mRow = (mRow + 1) % kBayerSide;
     }
@@ -195,7 +190,7 @@ public:
         : mHere(width + size_t{2})
         , mBelow(width + size_t{2}) {}
 
-    void pack(std::span<const Bgra> colors, uint8_t* pixels) override {
+    void pack(std::span<const Rgba> colors, uint8_t* pixels) override {
         const auto count = static_cast<int64_t>(colors.size());
         std::fill(mBelow.begin(), mBelow.end(), Shares());
         mAhead = Shares();
@@ -214,7 +209,7 @@ public:
 
 private:
     template <int32_t step>
-    void packPixel(const Bgra* color, int64_t x, uint8_t* pixels) {
+    void packPixel(const Rgba* color, int64_t x, uint8_t* pixels) {
         const Shares* const here = mHere.data() + x + 1;
         Shares* const below = mBelow.data() + x + 1;
         const auto level = [&]<uint32_t max>(uint8_t value, int32_t Shares::*channel) {
@@ -240,18 +235,24 @@ private:
 
 class ConvertingPacker : public RowPacker {
 public:
-    explicit ConvertingPacker(DsColorMode mode)
-        : mMode(mode) {}
+    ConvertingPacker(DsColorMode mode, uint32_t width)
+        : mMode(mode)
+        , mExchanged(width) {}
 
-    void pack(std::span<const Bgra> colors, uint8_t* pixels) override {
-        static_assert(sizeof(Bgra) == ModeTraits<DsColorMode::ARGB8888>::kBytes);
+    void pack(std::span<const Rgba> colors, uint8_t* pixels) override {
+        static_assert(sizeof(Rgba) == ModeTraits<DsColorMode::ARGB8888>::kBytes);
+        // ARGB8888 has blue first.
+        std::transform(colors.begin(), colors.end(), mExchanged.begin(), [](const Rgba& color) {
+            return Rgba{color.blue, color.green, color.red, color.alpha};
+        });
         const auto count = static_cast<uint32_t>(colors.size());
-        convertPixels(pixels, count, mMode, reinterpret_cast<const uint8_t*>(colors.data()), count,
-                      DsColorMode::ARGB8888, count, 1, 0, 0);
+        convertPixels(pixels, count, mMode, reinterpret_cast<const uint8_t*>(mExchanged.data()),
+                      count, DsColorMode::ARGB8888, count, 1, 0, 0);
     }
 
 private:
     DsColorMode mMode;
+    std::vector<Rgba> mExchanged;
 };
 
 template <DsColorMode mode>
@@ -278,5 +279,5 @@ std::unique_ptr<RowPacker> makeRowPacker(DsColorMode mode, Dither dither, uint32
     if (mode == DsColorMode::ARGB1555) {
         return std::make_unique<NearestPacker1555>();
     }
-    return std::make_unique<ConvertingPacker>(mode);
+    return std::make_unique<ConvertingPacker>(mode, width);
 }

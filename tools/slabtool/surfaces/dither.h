@@ -2,6 +2,7 @@
 #pragma once
 
 #include "src/ds_color_mode.h"
+#include "tools/slabtool/surfaces/samples.h"
 
 #include <cstdint>
 #include <memory>
@@ -28,16 +29,11 @@ enum class Dither {
     FloydSteinberg
 };
 
-/// A color in the byte order of an ARGB8888 pixel.
-struct Bgra {
-    uint8_t blue, green, red, alpha;
-};
-
 /// Packs the rows of a picture, one call a row, from top to bottom.
 class RowPacker {
 public:
     virtual ~RowPacker() = default;
-    virtual void pack(std::span<const Bgra> colors, uint8_t* pixels) = 0;
+    virtual void pack(std::span<const Rgba> colors, uint8_t* pixels) = 0;
 };
 
 /// The packer of a mode with pixels.

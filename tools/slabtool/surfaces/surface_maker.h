@@ -4,22 +4,12 @@
 #include "src/ds_color_mode.h"
 #include "tools/slabtool/refusal.h"
 #include "tools/slabtool/surfaces/dither.h"
+#include "tools/slabtool/surfaces/samples.h"
 
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
-
-/// An image of 8 bits a sample as a PNG has it, without gaps between rows: gray; gray, alpha; red, green,
-/// blue; red, green, blue, alpha; or palette indices.
-struct Samples {
-    enum class Kind { Gray, GrayAlpha, Rgb, Rgba, Indexed };
-
-    uint32_t width, height; ///< 1 to 2^31 - 1
-    Kind kind;
-    ByteView bytes;
-    ByteView paletteAlpha = {}; ///< of indexed images; entries beyond it are opaque
-};
 
 /// What becomes of an image:
 ///
@@ -35,9 +25,8 @@ struct SurfaceRequest {
     DsColorMode mode; ///< one with pixels
 
     /// 0xRRGGBB, under the pixels of modes without alpha (RGB888, RGB565, I8, and A8 from gray values); other
-    /// modes ignore it. Channel v over background b becomes floor((v * alpha + b * (255 - alpha) + 127) / 255),
-    /// the nearest integer, before dithering. Opaque pixels stay as they are.
-    std::optional<uint32_t> background;
+    /// modes ignore it. See `flatten`, which comes before dithering. Opaque pixels stay as they are.
+    std::optional<uint32_t> background = {};
 
     Dither dither = Dither::None; ///< works on the upright picture
     bool alphaOnly = false;       ///< A8 takes gray values instead of alpha; other modes ignore it
