@@ -70,9 +70,7 @@ std::vector<uint32_t> diffusedLevels(const Picture& picture, size_t channel, uin
                 ++level;
             }
             levels[at] = static_cast<uint32_t>(level);
-            const int64_t limited =
-                std::min<int64_t>(std::max<int64_t>(want, -2040), max * int64_t{4080} + 2039);
-            const int64_t error = limited - level * 4080;
+            const int64_t error = want - level * 4080;
             const int64_t next = error * 7 / 16, behind = error * 3 / 16, under = error * 5 / 16;
             give(x + ahead, y, next);
             give(x - ahead, y + 1, behind);

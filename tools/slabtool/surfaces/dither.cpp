@@ -111,7 +111,7 @@ void packRun(const Rgba* colors, uint32_t count, const Thresholds& thresholds, u
     using L = Levels<mode>;
     for (uint32_t i = 0; i < count; ++i) {
         const uint32_t threshold = thresholds[i];
-        storePixel<mode>(pixels + 2 * i,
+        storePixel<mode>(pixels + size_t{2} * i,
                          L::pixel(dividedBy255(colors[i].red * L::kMaxRed + threshold),
                                   dividedBy255(colors[i].green * L::kMaxGreen + threshold),
                                   dividedBy255(colors[i].blue * L::kMaxBlue + threshold),
@@ -159,27 +159,46 @@ struct Shares {
     int32_t red = 0, green = 0, blue = 0;
 };
 
+/// An error, split among those that receive it. Nothing is lost.
+struct SplitError {
+    int32_t next, belowBehind, below, belowAhead;
+};
+
+constexpr SplitError split(int32_t error) {
+    const int32_t next = error * 7 / 16;
+    const int32_t belowBehind = error * 3 / 16;
+    const int32_t below = error * 5 / 16;
+    return {next, belowBehind, below, error - next - belowBehind - below};
+}
+
+// If no error exceeds half a level, the shares that one pixel receives do not either, though four errors
+// are rounded there. So no error ever does, and want + kHalfLevel is never negative.
+constexpr bool areErrorsBounded() {
+    SplitError max = {};
+    for (int32_t error = 0; error <= kHalfLevel; ++error) {
+        const SplitError shares = split(error);
+        max = {std::max(max.next, shares.next), std::max(max.belowBehind, shares.belowBehind),
+               std::max(max.below, shares.below), std::max(max.belowAhead, shares.belowAhead)};
+    }
+    return max.next + max.belowBehind + max.below + max.belowAhead <= kHalfLevel;
+}
+static_assert(areErrorsBounded());
+
 /// Where the error of a channel goes.
 struct Receivers {
     int32_t &next, &belowBehind, &below, &belowAhead;
 };
 
-// The level of one channel. `received` is spent, and is the next pixel's afterwards.
+// The level of one channel.
 template <uint32_t max>
 uint32_t diffuse(uint32_t value, int32_t received, const Receivers& to) {
-    constexpr auto kWhite = static_cast<int32_t>(max) * kLevelUnits;
-    // The limits cut rounding only. They bound every error by half a level, whatever the picture.
-    const int32_t want = std::clamp(static_cast<int32_t>(value * max) * kScale + received,
-                                    -kHalfLevel, kWhite + kHalfLevel - 1);
-    const int32_t level = (want + kHalfLevel) / kLevelUnits;
-    const int32_t error = want - level * kLevelUnits;
-    const int32_t next = error * 7 / 16;
-    const int32_t belowBehind = error * 3 / 16;
-    const int32_t below = error * 5 / 16;
-    to.next = next;
-    to.belowBehind += belowBehind;
-    to.below += below;
-    to.belowAhead += error - next - belowBehind - below;
+    const int32_t want = static_cast<int32_t>(value * max) * kScale + received;
+    const int32_t level = std::min((want + kHalfLevel) / kLevelUnits, static_cast<int32_t>(max));
+    const SplitError shares = split(want - level * kLevelUnits);
+    to.next = shares.next;
+    to.belowBehind += shares.belowBehind;
+    to.below += shares.below;
+    to.belowAhead += shares.belowAhead;
     return static_cast<uint32_t>(level);
 }
 

@@ -19,8 +19,8 @@ enum class Dither {
     /// Floyd-Steinberg. Rows 0, 2, 4, ... run from left to right, the others from right to left. All numbers
     /// are integers in units of 1/4080 level:
     ///
-    ///     want  = v * max * 16 + shares received, limited to half a level beyond 0 and max
-    ///     level = floor((want + 2040) / 4080)
+    ///     want  = v * max * 16 + shares received
+    ///     level = floor((want + 2040) / 4080), at most max
     ///     error = want - level * 4080
     ///
     /// The next pixel of the row receives error * 7 / 16. In the row below, the pixel behind receives
