@@ -340,7 +340,7 @@ TEST(SurfaceMaker, RejectsBackgroundsUnderTranslucentIndices) {
 
 TEST(SurfaceMaker, RejectsStridesBeyondTheHeader) {
     for (const uint32_t rotation : {0U, 90U}) {
-        expectRejection("a row of 6442450944 bytes is more than a surface file can say; choose a "
+        expectRejection("a row of 6442450944 bytes is too long for a surface file; choose a "
                         "smaller row alignment",
                         noisePicture(1, 1, Kind::Rgb),
                         {.mode = Mode::RGB888, .rotation = rotation, .rowAlignment = 0x80000000});

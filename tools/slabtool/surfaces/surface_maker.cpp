@@ -89,7 +89,7 @@ void checkStride(const Samples& samples, const SurfaceRequest& request) {
     const uint64_t stride = shape.computeStride(static_cast<int32_t>(storedWidth));
     if (stride > UINT32_MAX) {
         throw Refusal("a row of " + std::to_string(stride) +
-                      " bytes is more than a surface file can say; choose a smaller row alignment");
+                      " bytes is too long for a surface file; choose a smaller row alignment");
     }
 }
 
