@@ -58,7 +58,7 @@ declare -A evidence=(
     [libbenchmark-dev]=benchmark/benchmark.h [libcli11-dev]=CLI/CLI.hpp [libdeflate-dev]=libdeflate.h
     [libgtest-dev]=gtest/gtest.h [liblodepng-dev]=lodepng.h [libpixman-1-dev]=pixman-1/pixman.h
     [libpng-dev]=png.h [libspng-dev]=spng.h [libstb-dev]=stb/stb_image.h [libyuv-dev]=libyuv.h
-    [zlib1g-dev]=zlib.h
+    [libxxhash-dev]=xxhash.h [nlohmann-json3-dev]=nlohmann/json.hpp [zlib1g-dev]=zlib.h
 )
 
 # The compiler that CMake chooses, as words: CXX may hold options or a launcher.

@@ -5,7 +5,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
 
-install_missing g++ cmake make dpkg-dev file libpng-dev libcli11-dev
+install_missing g++ cmake make dpkg-dev file libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
 configure package
 build package
 cd "$tree/build/package"

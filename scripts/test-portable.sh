@@ -16,7 +16,7 @@ declare -A variants=(
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++"
 )
 
-install_missing g++ clang libclang-rt-dev cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing g++ clang libclang-rt-dev cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
 
 [ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64 clang-aarch64
 for variant in "$@"; do

@@ -6,7 +6,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
 
-install_missing g++ cmake make valgrind python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev
+install_missing g++ cmake make valgrind python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
 
 folder="$tree/build/valgrind"
 # Linked statically, a program keeps its allocations to itself.
