@@ -54,12 +54,12 @@ TEST_F(Faults, DoNotKeepTheLongestNamesFromBeingWritten) {
 
 TEST_F(Faults, DoNotComeFromFilesOfOtherRuns) {
     write("victim", {7});
-    fs::create_symlink("victim", path(".slabtool-0.part"));
-    write(".slabtool-1.part", {8});
+    fs::create_symlink("victim", path(".slabtool-0.partial"));
+    write(".slabtool-1.partial", {8});
     expectTool(0, "", "", {"view", "a.surface", "a.png"});
     EXPECT_TRUE(oracle_decode_png(read("a.png")).has_value());
     EXPECT_EQ(byte_vector{7}, read("victim"));
-    EXPECT_EQ(byte_vector{8}, read(".slabtool-1.part"));
+    EXPECT_EQ(byte_vector{8}, read(".slabtool-1.partial"));
     EXPECT_EQ(4U, newFiles().size());
 }
 
@@ -174,7 +174,7 @@ using PartialFilesDeathTest = Faults;
 TEST_F(PartialFilesDeathTest, AreRemovedBySignals) {
     for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
         const auto endWhileWriting = [&] {
-            const PartialFile file(path(""));
+            const PartialFile file(path(""), PartialFile::Writer::Command);
             raise(file.stream() != nullptr ? signal : SIGABRT);
         };
         EXPECT_EXIT(endWhileWriting(), testing::KilledBySignal(signal), "");
@@ -185,7 +185,7 @@ TEST_F(PartialFilesDeathTest, AreRemovedBySignals) {
 TEST_F(PartialFilesDeathTest, LeaveIgnoredSignalsIgnored) {
     const auto goOn = [&] {
         std::signal(SIGHUP, SIG_IGN);
-        PartialFile file(path(""));
+        PartialFile file(path(""), PartialFile::Writer::Command);
         raise(SIGHUP);
         std::fclose(file.stream());
         std::_Exit(file.moveTo(path("place")) ? 0 : 1);
@@ -196,7 +196,7 @@ TEST_F(PartialFilesDeathTest, LeaveIgnoredSignalsIgnored) {
 
 TEST_F(PartialFilesDeathTest, LeaveTheirPlaceAloneOnceTheyAreThere) {
     const auto endAfterwards = [&] {
-        PartialFile file(path(""));
+        PartialFile file(path(""), PartialFile::Writer::Command);
         std::fclose(file.stream());
         raise(file.moveTo(path("place")) ? SIGTERM : SIGABRT);
     };

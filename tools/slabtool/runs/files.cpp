@@ -1,8 +1,6 @@
 // Files by the C library's streams: pipes and devices work too.
 #include "tools/slabtool/runs/files.h"
 
-#include "tools/slabtool/runs/partial_file.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -26,14 +24,10 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-[[noreturn]] void refuse(const char* what) {
-    throw Refusal(std::string(what) + ": " + std::strerror(errno));
-}
-
 File openToRead(const std::string& path) {
     File file(path == kStandardStream ? stdin : std::fopen(path.c_str(), "rb"));
     if (file == nullptr) {
-        refuse("cannot be opened");
+        refuseBySystem("cannot be opened");
     }
     return file;
 }
@@ -42,7 +36,7 @@ File openToRead(const std::string& path) {
 size_t readPiece(std::FILE* file, uint8_t* target, size_t count) {
     const size_t read = std::fread(target, 1, count, file);
     if (std::ferror(file) != 0) {
-        refuse("cannot be read");
+        refuseBySystem("cannot be read");
     }
     return read;
 }
@@ -75,7 +69,7 @@ uint64_t countRest(std::FILE* file) {
 std::FILE* openToWrite(const std::string& path) {
     std::FILE* const file = std::fopen(path.c_str(), "wb");
     if (file == nullptr) {
-        refuse("cannot be opened for writing");
+        refuseBySystem("cannot be opened for writing");
     }
     return file;
 }
@@ -92,28 +86,15 @@ void rejectTerminal(std::FILE* file) {
 void writeAll(std::FILE* file, ByteView bytes, int (*finish)(std::FILE*)) {
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
     if (finish(file) != 0 || !written) {
-        refuse("cannot be written");
-    }
-}
-
-// Writes beside the file and moves the result to its place; who may read the old one may read the new.
-void replaceFile(const std::filesystem::path& path, std::filesystem::file_status old,
-                 ByteView bytes) {
-    PartialFile fresh(path.parent_path());
-    if (fresh.stream() == nullptr) {
-        refuse("cannot be opened for writing");
-    }
-    writeAll(fresh.stream(), bytes, std::fclose);
-    if (std::filesystem::exists(old)) {
-        std::error_code unknown;
-        std::filesystem::permissions(fresh.path(), old.permissions(), unknown);
-    }
-    if (!fresh.moveTo(path)) {
-        refuse("cannot be replaced");
+        refuseBySystem("cannot be written");
     }
 }
 
 } // namespace
+
+void refuseBySystem(const char* what) {
+    throw Refusal(std::string(what) + ": " + std::strerror(errno));
+}
 
 Bytes readFile(const std::string& path) {
     const File file = openToRead(path);
@@ -157,11 +138,28 @@ void writeFile(const std::string& path, ByteView bytes) {
         // A link to a file stays one. Nothing is followed where the file is new, or where the folders
         // above it may not be looked at.
         const std::filesystem::path target = std::filesystem::canonical(path, unknown);
-        replaceFile(target.empty() ? std::filesystem::path(path) : target, old, bytes);
+        const std::filesystem::path place = target.empty() ? std::filesystem::path(path) : target;
+        PartialFile fresh(place.parent_path(), PartialFile::Writer::Command);
+        finishFile(fresh, place, bytes);
     } else {
         File device(openToWrite(path)); // devices and pipes stay too
         rejectTerminal(device.get());
         writeAll(device.release(), bytes, std::fclose);
+    }
+}
+
+void finishFile(PartialFile& fresh, const std::filesystem::path& place, ByteView bytes) {
+    if (fresh.stream() == nullptr) {
+        refuseBySystem("cannot be opened for writing");
+    }
+    writeAll(fresh.stream(), bytes, std::fclose);
+    std::error_code unknown;
+    const std::filesystem::file_status old = std::filesystem::symlink_status(place, unknown);
+    if (old.type() == std::filesystem::file_type::regular) {
+        std::filesystem::permissions(fresh.path(), old.permissions(), unknown);
+    }
+    if (!fresh.moveTo(place)) {
+        refuseBySystem("cannot be replaced");
     }
 }
 

@@ -31,12 +31,16 @@ public:
     void close();
 
 private:
+    class Writing;
+
     std::filesystem::path realFolder(const std::filesystem::path& relative);
+    void requireInside(const std::filesystem::path& real) const;
     void lock();
     void removePartialFiles() const;
 
     std::filesystem::path mRoot; // without links
+    std::mutex mMutex;           // guards the rest
     int mLock = -1;              // the lock file's descriptor; -1 once closed
-    std::mutex mMutex;
+    size_t mWriting = 0;         // temporary files
     std::map<std::filesystem::path, std::filesystem::path> mFolders; // those inside, without links
 };

@@ -1,5 +1,5 @@
-// The name of the one partial file is a global, since a signal handler has nothing else to go by. Signals
-// are held back wherever the file and that name do not match.
+// The name of a command's only partial file is a global, since a signal handler has nothing else to go by.
+// Signals are held back wherever the file and that name do not match.
 #include "tools/slabtool/runs/partial_file.h"
 
 #include <atomic>
@@ -8,6 +8,10 @@
 #include <unistd.h>
 
 namespace {
+
+constexpr const char* kCommandPrefix = ".slabtool-";
+constexpr const char* kBatchPrefix = ".surfaces-";
+constexpr const char* kSuffix = ".partial";
 
 std::atomic<const char*> gPartialPath = nullptr;
 static_assert(std::atomic<const char*>::is_always_lock_free); // since a signal handler reads it
@@ -25,11 +29,11 @@ public:
     SignalPause() {
         sigset_t all;
         sigfillset(&all);
-        sigprocmask(SIG_SETMASK, &all, &mOld);
+        pthread_sigmask(SIG_SETMASK, &all, &mOld);
     }
     ~SignalPause() {
         const int error = errno;
-        sigprocmask(SIG_SETMASK, &mOld, nullptr);
+        pthread_sigmask(SIG_SETMASK, &mOld, nullptr);
         errno = error;
     }
     SignalPause(const SignalPause&) = delete;
@@ -41,17 +45,18 @@ private:
 
 } // namespace
 
-PartialFile::PartialFile(const std::filesystem::path& folder) {
+PartialFile::PartialFile(const std::filesystem::path& folder, Writer writer)
+    : mWriter(writer) {
     const SignalPause pause;
+    const std::string prefix = writer == Writer::Batch ? kBatchPrefix : kCommandPrefix;
     for (uint64_t number = 0; mStream == nullptr; ++number) {
-        mPath = folder / (".slabtool-" + std::to_string(number) + ".part");
+        mPath = folder / (prefix + std::to_string(number) + kSuffix);
         mStream = std::fopen(mPath.c_str(), "wbx");
         if (mStream == nullptr && errno != EEXIST) {
             mPath.clear();
             return;
         }
     }
-    gPartialPath = mPath.c_str();
     watchSignals();
 }
 
@@ -74,7 +79,15 @@ bool PartialFile::moveTo(const std::filesystem::path& place) {
     return true;
 }
 
+bool PartialFile::isBatchName(const std::string& name) {
+    return name.starts_with(kBatchPrefix) && name.ends_with(kSuffix);
+}
+
 void PartialFile::watchSignals() {
+    if (mWriter == Writer::Batch) {
+        return;
+    }
+    gPartialPath = mPath.c_str();
     for (size_t i = 0; i < kEndingSignalCount; ++i) {
         sigaction(kEndingSignals[i], nullptr, &mOldActions[i]);
         if (mOldActions[i].sa_handler != SIG_DFL) {
@@ -88,6 +101,9 @@ void PartialFile::watchSignals() {
 }
 
 void PartialFile::forgetSignals() {
+    if (mWriter == Writer::Batch) {
+        return;
+    }
     for (size_t i = 0; i < kEndingSignalCount; ++i) {
         sigaction(kEndingSignals[i], &mOldActions[i], nullptr);
     }

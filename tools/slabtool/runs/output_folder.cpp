@@ -1,0 +1,202 @@
+// The lock file stands while a run is under way. One that is found was left by a run that was killed, and only
+// then is the folder searched for its temporary files: that takes time in a large folder.
+#include "tools/slabtool/runs/output_folder.h"
+
+#include "tools/slabtool/runs/files.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <optional>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kLockName = ".surfaces.lock";
+
+bool isSameFile(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+// An open lock file; -1 if it vanished while it was opened.
+struct LockFile {
+    int descriptor;
+    bool wasThere;
+};
+
+LockFile openLock(const fs::path& path) {
+    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW;
+    LockFile file = {::open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0666), false};
+    if (file.descriptor < 0 && errno == EEXIST) {
+        file = {::open(path.c_str(), kFlags), true};
+    }
+    if (file.descriptor < 0 && errno != ENOENT) {
+        refuseBySystem("cannot be locked");
+    }
+    return file;
+}
+
+// Whether the descriptor is that of the file at `path`: the run before may have removed the one that was
+// opened.
+bool isStillAt(const fs::path& path, int descriptor) {
+    struct stat opened = {}, present = {};
+    return fstat(descriptor, &opened) == 0 && lstat(path.c_str(), &present) == 0 &&
+           isSameFile(opened, present);
+}
+
+void takeLock(int descriptor) {
+    if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
+        return;
+    }
+    const int error = errno;
+    ::close(descriptor);
+    if (error == EWOULDBLOCK) {
+        throw Refusal("another run is writing into this folder");
+    }
+    errno = error;
+    refuseBySystem("cannot be locked");
+}
+
+} // namespace
+
+// A temporary file under way.
+class OutputFolder::Writing {
+public:
+    Writing(OutputFolder& folder, const fs::path& place)
+        : mFolder(folder) {
+        const std::lock_guard guard(folder.mMutex);
+        if (folder.mLock < 0) {
+            throw Refusal("the run has ended");
+        }
+        const fs::path parent = folder.realFolder(place.parent_path());
+        mPlace = parent / place.filename();
+        mFile.emplace(parent, PartialFile::Writer::Batch);
+        ++folder.mWriting;
+    }
+    ~Writing() {
+        const std::lock_guard guard(mFolder.mMutex);
+        mFile.reset();
+        --mFolder.mWriting;
+    }
+    Writing(const Writing&) = delete;
+    Writing& operator=(const Writing&) = delete;
+
+    void finish(ByteView bytes) { finishFile(*mFile, mPlace, bytes); }
+
+private:
+    OutputFolder& mFolder;
+    fs::path mPlace;
+    std::optional<PartialFile> mFile;
+};
+
+OutputFolder::OutputFolder(const std::string& path) {
+    about(path, [&] {
+        std::error_code error;
+        fs::create_directories(path, error);
+        mRoot = fs::canonical(path, error);
+        if (error) {
+            errno = error.value();
+            refuseBySystem("cannot be created");
+        }
+        lock();
+    });
+}
+
+void OutputFolder::lock() {
+    const fs::path path = mRoot / kLockName;
+    for (;;) {
+        const LockFile file = openLock(path);
+        if (file.descriptor < 0) {
+            continue;
+        }
+        takeLock(file.descriptor);
+        if (isStillAt(path, file.descriptor)) {
+            mLock = file.descriptor;
+            if (file.wasThere) {
+                removePartialFiles();
+            }
+            return;
+        }
+        ::close(file.descriptor);
+    }
+}
+
+void OutputFolder::removePartialFiles() const {
+    std::error_code error;
+    constexpr auto kOptions = fs::directory_options::skip_permission_denied;
+    for (fs::recursive_directory_iterator file(mRoot, kOptions, error), end; !error && file != end;
+         file.increment(error)) {
+        std::error_code gone;
+        if (PartialFile::isBatchName(file->path().filename()) &&
+            file->symlink_status(gone).type() == fs::file_type::regular) {
+            fs::remove(file->path(), gone);
+        }
+    }
+}
+
+void OutputFolder::write(const std::string& place, ByteView bytes) {
+    Writing(*this, place).finish(bytes);
+}
+
+void OutputFolder::remove(const std::string& place) {
+    const fs::path path = mRoot / place;
+    std::error_code error;
+    const fs::path parent = fs::canonical(path.parent_path(), error);
+    if (error) {
+        return; // nor is there a file
+    }
+    requireInside(parent);
+    if (unlink((parent / path.filename()).c_str()) != 0 && errno != ENOENT) {
+        refuseBySystem("cannot be removed");
+    }
+}
+
+void OutputFolder::close() {
+    const std::lock_guard guard(mMutex);
+    if (mLock < 0) {
+        return;
+    }
+    if (mWriting > 0) {
+        removePartialFiles();
+    }
+    unlink((mRoot / kLockName).c_str());
+    ::close(mLock);
+    mLock = -1;
+}
+
+// The folder at `relative`, created if need be, without links. Each level is checked before the next one is
+// created, so that nothing is created outside.
+fs::path OutputFolder::realFolder(const fs::path& relative) {
+    if (relative.empty()) {
+        return mRoot;
+    }
+    const auto known = mFolders.find(relative);
+    if (known != mFolders.end()) {
+        return known->second;
+    }
+    const fs::path folder = realFolder(relative.parent_path()) / relative.filename();
+    if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) {
+        refuseBySystem("its folder cannot be created");
+    }
+    std::error_code error;
+    const fs::path real = fs::canonical(folder, error);
+    if (error) {
+        errno = error.value();
+        refuseBySystem("its folder cannot be created");
+    }
+    requireInside(real);
+    mFolders.emplace(relative, real);
+    return real;
+}
+
+void OutputFolder::requireInside(const fs::path& real) const {
+    const auto end = std::mismatch(mRoot.begin(), mRoot.end(), real.begin(), real.end());
+    if (end.first != mRoot.end()) {
+        throw Refusal("a link leads out of the output folder");
+    }
+}
