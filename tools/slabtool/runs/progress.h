@@ -31,7 +31,7 @@ private:
 
     int mDescriptor;
     size_t mTotal;
-    bool mIsTerminal;
+    bool mIsShown;
     bool mIsDrawn = false;
     Clock mClock;
     Time mStart, mNext; // mNext: when the line may be drawn again
