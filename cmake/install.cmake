@@ -63,7 +63,7 @@ pngslab_pkg_config(quillory-png png_surface "Turns PNG images into surfaces"
 set(quillory_pages ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillory)
 install(FILES README.md SECURITY.md DESTINATION ${quillory_pages} COMPONENT development)
 install(DIRECTORY docs DESTINATION ${quillory_pages} COMPONENT development
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.json" PATTERN man EXCLUDE)
 install(FILES bench/README.md DESTINATION ${quillory_pages}/bench COMPONENT development)
 install(DIRECTORY samples DESTINATION ${quillory_pages} COMPONENT development
         FILES_MATCHING PATTERN "*.png")

@@ -3,13 +3,14 @@
 _slabtool() {
     local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} options=--help
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare --help' -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert --help' -- "$word")
         return
     fi
     case $command in
     info) options+=' --json' ;;
     check) options+=' --alphaonly --strict' ;;
     prepare) options+=' --key-to-alpha --expand-palette' ;;
+    convert) options+=' --alphaonly --background --dither --jobs --json --keep-colors --max-pixels --mode --no-manifest --palette --prune --quiet --rotation --row-alignment --update' ;;
     esac
     if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
@@ -17,7 +18,7 @@ _slabtool() {
     fi
     compopt -o filenames
     case $command in
-    check | prepare)
+    check | prepare | convert)
         mapfile -t COMPREPLY < <(compgen -f -X '!*.png' -- "$word"; compgen -d -- "$word")
         ;;
     *)

@@ -1,6 +1,7 @@
 // slabtool, the companion of pngslab: the command line of its sub-commands, and how a run ends.
 #include "tools/slabtool/commands/commands.h"
 #include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/surfaces/color_words.h"
 
 #include <CLI/CLI.hpp>
 
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,8 +44,8 @@ std::string explainWrongUse(const CLI::App* app, const CLI::Error& error) {
 
 // Declares the path or the paths that a sub-command wants.
 template <typename Paths>
-void addPaths(CLI::App* command, const char* name, Paths& paths, const char* description) {
-    command->add_option(name, paths, description)->required()->transform(showBrackets);
+CLI::Option* addPaths(CLI::App* command, const char* name, Paths& paths, const char* description) {
+    return command->add_option(name, paths, description)->required()->transform(showBrackets);
 }
 
 void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
@@ -90,6 +92,76 @@ void declareCompare(CLI::App& app, CompareRequest& request, int& status) {
     addPaths(command, "SURFACE1", request.first, "A surface file");
     addPaths(command, "SURFACE2", request.second, "Another one");
     command->callback([&] { status = runCompare(request); });
+}
+
+// A word that an option takes, read by `read`, which gives nothing for a wrong one.
+template <typename Value, typename Read>
+void addWord(CLI::App* command, const char* name, Value& value, const Read& read,
+             const char* wanted, const char* description) {
+    command->add_option_function<std::string>(
+        name,
+        [&value, read, name, wanted](const std::string& word) {
+            const auto meaning = read(word);
+            if (!meaning) {
+                throw CLI::ValidationError(name, printable(word) + " is not " + wanted);
+            }
+            value = *meaning;
+        },
+        description);
+}
+
+std::optional<Dither> ditherNamed(const std::string& word) {
+    if (word == "none") {
+        return Dither::None;
+    }
+    if (word == "ordered") {
+        return Dither::Ordered;
+    }
+    return word == "floyd-steinberg" ? std::optional(Dither::FloydSteinberg) : std::nullopt;
+}
+
+void declareConversion(CLI::App* command, ConversionRequest& request) {
+    addWord(command, "--mode", request.mode, modeNamed, "a color mode with pixels",
+            "ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88 or A8");
+    addWord(command, "--background", request.background, colorNamed, "a color like #RRGGBB",
+            "The color under translucent pixels, for modes without alpha");
+    addWord(command, "--dither", request.dither, ditherNamed,
+            "one of none, ordered, floyd-steinberg",
+            "none, ordered or floyd-steinberg, for modes of fewer than 8 bits a channel");
+    command->add_flag("--keep-colors", request.keepColors,
+                      "Apply palettes, key colors and Exif orientation");
+    command->add_flag("--alphaonly", request.alphaOnly,
+                      "Make alpha-only surfaces of grayscale images");
+    command->add_flag("--palette", request.palette, "Write NAME.palette beside indexed surfaces");
+    command->add_option("--rotation", request.rotation, "Store the surface turned, as pngslab does")
+        ->check(CLI::IsMember({90, 180, 270}));
+    command
+        ->add_option("--row-alignment", request.rowAlignment,
+                     "Start every row at a multiple of this many bytes")
+        ->check(CLI::Range(1, 1 << 20));
+    command->add_option("--max-pixels", request.maxPixels,
+                        "Reject images that declare more pixels (268435456)");
+}
+
+void declareConvert(CLI::App& app, ConvertRequest& request, int& status) {
+    CLI::App* const command =
+        app.add_subcommand("convert", "Convert images and folders of images into surface files");
+    // One list, because CLI11 would give all paths to the first of two.
+    addPaths(command, "PATH", request.inputs,
+             "PNG files and folders, and last the output: a surface file or a folder")
+        ->expected(2, CLI::detail::expected_max_vector_size);
+    declareConversion(command, request.conversion);
+    command->add_option("--jobs", request.jobs, "Threads; one for each processor if not given");
+    command->add_flag("--update", request.update, "Leave alone what is up to date");
+    command->add_flag("--prune", request.prune, "Remove surfaces whose image is gone");
+    command->add_flag("--no-manifest", request.noManifest, "Write no surfaces.json");
+    command->add_flag("--quiet", request.quiet, "Print rejections only");
+    command->add_flag("--json", request.json, "Print a JSON object for each image as it finishes");
+    command->callback([&] {
+        request.output = request.inputs.back();
+        request.inputs.pop_back();
+        status = runConvert(request);
+    });
 }
 
 // The number of letters to insert, remove or exchange that turn one word into the other.
@@ -159,11 +231,13 @@ int run(int argc, char** argv) {
     CheckRequest check;
     PrepareRequest prepare;
     CompareRequest compare;
+    ConvertRequest convert;
     declareInfo(app, info, status);
     declareView(app, view, status);
     declareCheck(app, check, status);
     declarePrepare(app, prepare, status);
     declareCompare(app, compare, status);
+    declareConvert(app, convert, status);
     if (argc > 1 && namesNoCommand(app, argv[1])) {
         reportUnknownCommand(app, argv[1]);
         return kWrongUse;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/runs/image_to_surface.h"
 
 #include <string>
 #include <vector>
@@ -48,3 +49,15 @@ struct CompareRequest {
 /// Prints whether two surface files hold the same picture in the same way.
 /// @return the exit status: 0 if they are equal. @throws Refusal
 int runCompare(const CompareRequest& request);
+
+struct ConvertRequest {
+    std::vector<std::string> inputs; ///< images and folders
+    std::string output;              ///< a file or a folder
+    ConversionRequest conversion;
+    unsigned jobs = 0; ///< threads; 0: one for each processor
+    bool update = false, prune = false, noManifest = false, quiet = false, json = false;
+};
+
+/// Converts images into surface files. @return the exit status: 0 if every image has a surface, 1 if some are
+/// rejected, 128 and its number after a signal. @throws Refusal before anything is written
+int runConvert(const ConvertRequest& request);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kSignatureBytes = 8;
 constexpr size_t kLengthBytes = 4, kTypeBytes = 4, kCrcBytes = 4;
-constexpr size_t kHeaderBytes = 13, kDepthAt = 8, kColorTypeAt = 9;
+constexpr size_t kHeaderBytes = 13, kHeightAt = 4, kDepthAt = 8, kColorTypeAt = 9;
 constexpr int64_t kUsualGamma = 45455; // of sRGB, times 100,000
 constexpr int64_t kGammaTolerance = kUsualGamma / 20;
 
@@ -23,6 +23,7 @@ uint32_t bigEndian(ByteView bytes) {
 
 // What stands in a file beside its pixels.
 struct Facts {
+    uint32_t width = 0, height = 0;
     uint8_t bitDepth = 0, colorType = 0;
     bool hasTransparency = false, hasProfile = false, isSrgb = false, isAnimated = false;
     std::optional<uint32_t> gamma;
@@ -31,6 +32,8 @@ struct Facts {
 
 void note(Facts& facts, std::string_view type, ByteView data) {
     if (type == "IHDR" && data.size() == kHeaderBytes) {
+        facts.width = bigEndian(data);
+        facts.height = bigEndian(data.subspan(kHeightAt));
         facts.bitDepth = data[kDepthAt];
         facts.colorType = data[kColorTypeAt];
     } else if (type == "tRNS") {
@@ -106,11 +109,24 @@ std::vector<Finding> lossesOf(ByteView file) {
         losses.push_back({"gamma", "the gamma value is ignored"});
     }
     if (facts.orientation != kUpright) {
-        losses.push_back({"orientation", "the Exif orientation " +
-                                             std::to_string(facts.orientation) + " is ignored"});
+        losses.push_back({kOrientationLoss, "the Exif orientation " +
+                                                std::to_string(facts.orientation) + " is ignored"});
     }
     if (facts.isAnimated) {
         losses.push_back({"animation", "one frame of the animation is used"});
     }
     return losses;
+}
+
+uint32_t orientationOf(ByteView file) {
+    return factsOf(file).orientation;
+}
+
+uint64_t declaredPixels(ByteView file) {
+    const Facts facts = factsOf(file);
+    return uint64_t{facts.width} * facts.height;
+}
+
+uint8_t declaredColorType(ByteView file) {
+    return factsOf(file).colorType;
 }

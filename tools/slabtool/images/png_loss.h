@@ -17,6 +17,7 @@ struct Finding {
 // The codes of what options of slabtool prepare keep.
 inline constexpr const char* kKeyColorLoss = "key-color";
 inline constexpr const char* kPaletteLoss = "palette";
+inline constexpr const char* kOrientationLoss = "orientation";
 
 /// "words [code]"
 std::string textOf(const Finding& finding);
@@ -38,3 +39,10 @@ const char* optionAgainst(const Finding& loss);
 ///
 /// Reads the chunks one after the other as far as their frames hold together, whatever stands in them.
 std::vector<Finding> lossesOf(ByteView file);
+
+/// The orientation that Exif data of an image state, 1 to 8; 1 without any.
+uint32_t orientationOf(ByteView file);
+
+/// What the header declares; 0 if the file does not start with a header.
+uint64_t declaredPixels(ByteView file);
+uint8_t declaredColorType(ByteView file);

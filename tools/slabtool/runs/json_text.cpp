@@ -38,3 +38,17 @@ std::string jsonText(const std::string& text) {
     }
     return result + "\"";
 }
+
+std::string jsonMember(const std::string& name, const std::string& text) {
+    std::string member = "\"" + name + "\": " + jsonText(text);
+    if (!isUtf8(text)) {
+        member += ", \"" + name + "_hex\": \"";
+        for (const char c : text) {
+            char digits[3];
+            std::snprintf(digits, sizeof digits, "%02x", unsigned{static_cast<uint8_t>(c)});
+            member += digits;
+        }
+        member += '"';
+    }
+    return member;
+}

@@ -1,0 +1,203 @@
+// slabtool convert as a whole program: beside pngslab, over folders, and through everything that may go wrong.
+#include "tests/slabtool/slabtool_test.h"
+#include "tests/support/png_maker.h"
+#include "tests/support/png_writer.h"
+#include "tests/support/same_bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+class Convert : public SlabtoolTest {
+protected:
+    // The surface that slabtool makes of an image.
+    byte_vector convert(const byte_vector& image,
+                        const std::vector<std::string>& options = {}) const {
+        write("in.png", image);
+        std::vector<std::string> arguments = {"convert", "in.png", "out.surface", "--quiet"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        expectTool(0, "", "", arguments);
+        return read("out.surface");
+    }
+
+    void write(const std::string& name, const byte_vector& bytes) const {
+        std::filesystem::create_directories(path(name).parent_path());
+        SlabtoolTest::write(name, bytes);
+    }
+
+    std::string summaryOf(const std::vector<std::string>& arguments) const {
+        const std::string output = tool(arguments).output;
+        return output.substr(output.find("converted "));
+    }
+};
+
+TEST_F(Convert, WritesWhatPngslabWrites) {
+    for (const auto& options : std::vector<std::vector<std::string>>{{}, {"--rotation", "90"}}) {
+        for (const png_maker& image : {png().gray(5, 3), png().rgb(5, 3), png().rgba(5, 3),
+                                       png().gray_alpha(5, 3), png().indexed(5, 3)}) {
+            const byte_vector file = image.bytes();
+            EXPECT_TRUE(
+                same_bytes(makeSurface("expected.surface", file, options), convert(file, options)));
+        }
+    }
+    const byte_vector gray = png().gray(7, 2).bytes();
+    EXPECT_TRUE(same_bytes(makeSurface("expected.surface", gray, {"--alphaonly"}),
+                           convert(gray, {"--alphaonly"})));
+}
+
+TEST_F(Convert, WritesWhatPngslabWritesAfterTheFix) {
+    for (const uint8_t type : {kGray, kRgb, kIndexed, kGrayAlpha, kRgba}) {
+        for (const bool isInterlaced : {false, true}) {
+            const uint8_t depth = type == kIndexed ? 4 : 16;
+            const byte_vector image = libpng_encode(noise_image(type, depth, isInterlaced, 9, 7));
+            write("in.png", image);
+            ASSERT_EQ(0, tool({"prepare", "in.png", "fixed.png"}).exitStatus);
+            EXPECT_TRUE(
+                same_bytes(makeSurface("expected.surface", read("fixed.png")), convert(image)))
+                << "type " << int{type};
+        }
+    }
+}
+
+TEST_F(Convert, ConvertsToAnyMode) {
+    const byte_vector image =
+        png().rgba(3, 1).pixels({255, 0, 0, 255, 0, 255, 0, 0, 9, 9, 9, 128}).bytes();
+    EXPECT_EQ((byte_vector{0x00, 0xF8, 0xE0, 0x07}),
+              slice(convert(image, {"--mode", "rgb565"}), 20, 4));
+    EXPECT_EQ((byte_vector{255, 0, 128, 0}), slice(convert(image, {"--mode", "A8"}), 20, 4));
+    EXPECT_EQ((byte_vector{0, 0, 255, 255, 255, 255}),
+              slice(convert(image, {"--mode", "RGB888", "--background", "#ffffff"}), 20, 6));
+    write("in.png", image);
+    expectTool(
+        1,
+        "in.png: rejected: I8 holds gray values or palette indices, and this image has colors; "
+        "choose a mode with colors, such as RGB565 [mode]\n",
+        "", {"convert", "--quiet", "--mode", "I8", "in.png", "out2.surface"});
+    EXPECT_FALSE(exists("out2.surface"));
+}
+
+TEST_F(Convert, KeepsColors) {
+    const byte_vector image =
+        png().indexed(2, 1).plte({1, 2, 3, 4, 5, 6}).trns({7}).pixels({0, 1}).bytes();
+    EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}),
+              slice(convert(image, {"--keep-colors"}), 20, 8));
+    const byte_vector turned =
+        png()
+            .gray(2, 1)
+            .pixels({1, 2})
+            .chunk_before_idat({"eXIf", {'M',  'M', 0, 42, 0, 0, 0, 8, 0, 1, 1,
+                                         0x12, 0,   3, 0,  0, 0, 1, 0, 6, 0, 0}})
+            .bytes();
+    const byte_vector surface = convert(turned, {"--keep-colors"});
+    EXPECT_EQ((byte_vector{1, 0, 0, 0, 2, 0, 0, 0}), slice(surface, 8, 8)) << "width and height";
+    EXPECT_EQ((byte_vector{1, 2}), slice(surface, 20, 2));
+}
+
+TEST_F(Convert, WritesPalettes) {
+    const byte_vector image =
+        png().indexed(2, 1).plte({1, 2, 3, 4, 5, 6}).trns({7}).pixels({0, 1}).bytes();
+    convert(image, {"--palette"});
+    EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}), read("out.palette"));
+}
+
+TEST_F(Convert, AlignsRows) {
+    const byte_vector surface = convert(png().rgb(3, 2).bytes(), {"--row-alignment", "4"});
+    EXPECT_EQ((byte_vector{12, 0, 0, 0}), slice(surface, 16, 4)) << "the stride";
+    EXPECT_EQ(20U + 24U, surface.size());
+}
+
+TEST_F(Convert, MirrorsFolders) {
+    write("images/a.png", png().rgb(4, 4).bytes());
+    write("images/deep/er/b.PNG", png().gray(4, 4).bytes());
+    write("images/notes.txt", {'x'});
+    EXPECT_EQ("converted 2, up to date 0, fixed on the way 0, with loss 0, rejected 0\n",
+              summaryOf({"convert", "images", "surfaces"}));
+    EXPECT_TRUE(exists("surfaces/a.surface"));
+    EXPECT_TRUE(exists("surfaces/deep/er/b.surface"));
+    EXPECT_TRUE(exists("surfaces/surfaces.json"));
+    EXPECT_FALSE(exists("surfaces/notes.surface"));
+}
+
+TEST_F(Convert, GoesOnAfterRejectionsAndExitsWith1) {
+    write("images/a.png", png().rgb(4, 4).bytes());
+    write("images/b.png", {'x'});
+    write("images/c.png", png().indexed(4, 4).bytes());
+    const ProgramOutcome outcome = tool({"convert", "images", "surfaces"});
+    EXPECT_EQ(1, outcome.exitStatus);
+    EXPECT_EQ("images/b.png: rejected: not a PNG file: its first 8 bytes are others [not-png]\n"
+              "images/c.png: with loss: the palette is not in the surface file [palette]\n"
+              "converted 2, up to date 0, fixed on the way 0, with loss 1, rejected 1\n"
+              "note: --keep-colors keeps palettes, key colors and orientation\n",
+              outcome.output);
+    EXPECT_TRUE(exists("surfaces/c.surface"));
+}
+
+TEST_F(Convert, UpdatesOnlyWhatHasChanged) {
+    write("images/a.png", png().rgb(4, 4).bytes());
+    write("images/b.png", png().rgb(4, 4).bytes());
+    EXPECT_EQ(0, tool({"convert", "images", "surfaces"}).exitStatus);
+    EXPECT_EQ("converted 0, up to date 2, fixed on the way 0, with loss 0, rejected 0\n",
+              summaryOf({"convert", "--update", "images", "surfaces"}));
+    write("images/b.png", png().rgb(5, 5).bytes());
+    EXPECT_EQ("converted 1, up to date 1, fixed on the way 0, with loss 0, rejected 0\n",
+              summaryOf({"convert", "--update", "images", "surfaces"}));
+    EXPECT_EQ("converted 2, up to date 0, fixed on the way 0, with loss 0, rejected 0\n",
+              summaryOf({"convert", "--update", "--mode", "RGB565", "images", "surfaces"}));
+    std::filesystem::remove(path("images/a.png"));
+    EXPECT_EQ(
+        "converted 0, up to date 1, fixed on the way 0, with loss 0, rejected 0, pruned 1\n",
+        summaryOf({"convert", "--update", "--prune", "--mode", "RGB565", "images", "surfaces"}));
+    EXPECT_FALSE(exists("surfaces/a.surface"));
+}
+
+TEST_F(Convert, KeepsAnOlderSurfaceOfAnImageThatIsRejectedNow) {
+    write("images/a.png", png().rgb(4, 4).bytes());
+    EXPECT_EQ(0, tool({"convert", "images", "surfaces"}).exitStatus);
+    const byte_vector older = read("surfaces/a.surface");
+    write("images/a.png", {'x'});
+    EXPECT_EQ(1, tool({"convert", "images", "surfaces"}).exitStatus);
+    EXPECT_TRUE(same_bytes(older, read("surfaces/a.surface")));
+}
+
+TEST_F(Convert, RejectsTwoImagesForOneSurface) {
+    write("x/a.png", png().rgb(4, 4).bytes());
+    write("y/a.png", png().rgb(4, 4).bytes());
+    EXPECT_EQ(1, tool({"convert", "x/a.png", "y/a.png", "surfaces"}).exitStatus);
+    EXPECT_FALSE(exists("surfaces/a.surface"));
+}
+
+TEST_F(Convert, GivesTheSameBytesForAnyNumberOfJobs) {
+    for (uint32_t i = 1; i < 30; ++i) {
+        write("images/" + std::to_string(i) + ".png",
+              png().rgba(i, i).pixels(data_kind::noise, i).bytes());
+    }
+    for (const char* jobs : {"1", "7"}) {
+        EXPECT_EQ(0, tool({"convert", "--jobs", jobs, "--mode", "RGB565", "--dither",
+                           "floyd-steinberg", "images", std::string("out") + jobs})
+                         .exitStatus);
+    }
+    for (uint32_t i = 1; i < 30; ++i) {
+        const std::string name = std::to_string(i) + ".surface";
+        EXPECT_TRUE(same_bytes(read("out1/" + name), read("out7/" + name))) << i;
+    }
+}
+
+TEST_F(Convert, RejectsMorePixelsThanAllowed) {
+    write("in.png", png().gray(2, 2).declared_size(60000, 60000).bytes());
+    expectTool(1,
+               "in.png: rejected: more pixels than --max-pixels allows: 3600000000 [too-large]\n",
+               "", {"convert", "--quiet", "in.png", "out.surface"});
+}
+
+TEST_F(Convert, PrintsAnObjectForEachImage) {
+    write("images/b.png", {'x'});
+    EXPECT_EQ(
+        "{\"input\": \"images/b.png\", \"output\": \"b.surface\", \"outcome\": \"rejected\", "
+        "\"reason\": {\"code\": \"not-png\", \"words\": \"not a PNG file: its first 8 bytes are "
+        "others\"}, \"losses\": []}\n",
+        tool({"convert", "--json", "images", "surfaces"}).output);
+}
+
+} // namespace

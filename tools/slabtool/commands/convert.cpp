@@ -1,0 +1,233 @@
+// slabtool convert: images become surface files, on several threads. Every surface is written beside its place and
+// moved there, so that an older one survives every failure.
+#include "tools/slabtool/commands/commands.h"
+
+#include "tools/slabtool/commands/convert_report.h"
+#include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/runs/inputs.h"
+#include "tools/slabtool/runs/jobs.h"
+#include "tools/slabtool/runs/manifest.h"
+#include "tools/slabtool/runs/output_folder.h"
+#include "tools/slabtool/runs/progress.h"
+#include "tools/slabtool/runs/stop_signals.h"
+#include "tools/slabtool/runs/update.h"
+#include "tools/slabtool/surfaces/surface_file.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <unistd.h>
+#include <utility>
+
+namespace {
+
+constexpr const char* kSurfaceSuffix = ".surface";
+constexpr const char* kPaletteSuffix = ".palette";
+constexpr const char* kVersion = "1.0.0";
+constexpr std::chrono::seconds kSaveInterval(2);
+constexpr int kRejectedStatus = 1, kSignalStatus = 128;
+
+std::string withoutSuffix(const std::string& path) {
+    return path.substr(0, path.size() - std::string(kSurfaceSuffix).size());
+}
+
+ManifestEntry entryOf(const Job& job, const ImageSource& source, const SurfaceMaker& maker,
+                      const ConvertedImage& converted) {
+    const SurfaceHeader header =
+        *inspectSurface(converted.surface, converted.surface.size()).header;
+    ManifestEntry entry;
+    entry.name = withoutSuffix(job.output);
+    entry.file = job.output;
+    entry.mode = colorModeName(header.mode);
+    entry.width = header.width;
+    entry.height = header.height;
+    entry.stride = header.stride;
+    entry.rotation = header.rotation;
+    entry.bytes = converted.surface.size();
+    if (!converted.palette.empty()) {
+        entry.palette = entry.name + kPaletteSuffix;
+    }
+    entry.source = source;
+    entry.verdict = verdictWord(converted.wasFixed, !converted.losses.empty());
+    entry.options = maker.options;
+    entry.tool = maker.tool;
+    return entry;
+}
+
+// A run into a folder.
+class FolderRun {
+public:
+    FolderRun(const ConvertRequest& request, const JobPlan& plan)
+        : mRequest(request)
+        , mPlan(plan)
+        , mFolder(plan.folder)
+        , mMaker{optionsText(request.conversion), kVersion}
+        , mResults(plan.jobs.size())
+        , mReport(request.json, request.quiet) {
+        if (!request.noManifest) {
+            mManifest = Manifest::load(plan.folder + "/" + kManifestName);
+            mOld = mManifest;
+        }
+    }
+
+    int run() {
+        const StopSignals signals;
+        Progress progress(STDERR_FILENO, mPlan.jobs.size(), mRequest.quiet || mRequest.json);
+        size_t finished = 0;
+        const bool hasEnded =
+            runJobs(mPlan.jobs.size(), mRequest.jobs != 0 ? mRequest.jobs : defaultJobs(),
+                    {.work = [&](size_t job) { mResults[job] = convert(mPlan.jobs[job]); },
+                     .done =
+                         [&](size_t job, const JobFailure& failure) {
+                             progress.clear();
+                             take(job, failure);
+                             progress.show(++finished, mPlan.jobs[job].input);
+                             saveNowAndThen();
+                         },
+                     .tick = [&](size_t job) { progress.show(finished, mPlan.jobs[job].input); }});
+        progress.clear();
+        if (mRequest.prune && !stopRequested()) {
+            prune();
+        }
+        save();
+        mReport.printSummary(mPlan.jobs.size());
+        if (stopRequested()) {
+            mFolder.close();
+            std::fflush(stdout);
+            if (!hasEnded) {
+                std::_Exit(kSignalStatus + stopSignal()); // threads are still at work
+            }
+            return kSignalStatus + stopSignal();
+        }
+        return mReport.hasRejections() ? kRejectedStatus : 0;
+    }
+
+private:
+    struct Result {
+        ImageReport report;
+        std::optional<ManifestEntry> entry;
+    };
+
+    // On a worker thread; the manifest of the run before is only read.
+    Result convert(const Job& job) {
+        Result result;
+        result.report.input = job.input;
+        result.report.output = job.output;
+        try {
+            if (mRequest.update) {
+                result.entry = upToDateEntry(mOld.find(job.output), job, mMaker, mPlan.folder);
+                result.report.isUpToDate = result.entry.has_value();
+            }
+            if (!result.report.isUpToDate) {
+                result.entry = convertAnew(job, result.report);
+            }
+        } catch (const RejectedImage& rejection) {
+            result.report.rejection = rejection.reason();
+        } catch (const Refusal& refusal) {
+            result.report.rejection = Finding{"file", refusal.what()};
+        } catch (const std::bad_alloc&) {
+            result.report.rejection = Finding{"memory", "not enough memory to convert it"};
+        }
+        return result;
+    }
+
+    ManifestEntry convertAnew(const Job& job, ImageReport& report) {
+        ImageSource source = describeImage(job);
+        const Bytes file = readFile(job.input);
+        source.hash = contentHash(file);
+        const ConvertedImage converted = convertImage(file, mRequest.conversion);
+        if (!converted.palette.empty()) {
+            mFolder.write(withoutSuffix(job.output) + kPaletteSuffix, converted.palette);
+        }
+        mFolder.write(job.output, converted.surface);
+        report.wasFixed = converted.wasFixed;
+        report.losses = converted.losses;
+        return entryOf(job, source, mMaker, converted);
+    }
+
+    // On the calling thread.
+    void take(size_t job, const JobFailure& failure) {
+        Result& result = mResults[job];
+        if (failure) {
+            result.report = {.input = mPlan.jobs[job].input,
+                             .output = mPlan.jobs[job].output,
+                             .rejection = Finding{"file", *failure}};
+        }
+        if (result.entry && !mRequest.noManifest) {
+            mManifest.put(*std::exchange(result.entry, std::nullopt));
+        }
+        mReport.add(std::exchange(result.report, {}));
+    }
+
+    void prune() {
+        for (const ManifestEntry& entry : entriesWithoutImage(mManifest, mPlan.folder)) {
+            mFolder.remove(entry.file);
+            if (entry.palette) {
+                mFolder.remove(*entry.palette);
+            }
+            mManifest.remove(entry.file);
+            mReport.addPruned();
+        }
+    }
+
+    void saveNowAndThen() {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - mSaved > kSaveInterval) {
+            save();
+            mSaved = std::chrono::steady_clock::now();
+        }
+    }
+
+    void save() {
+        if (mRequest.noManifest || !mManifest.isChanged()) {
+            return;
+        }
+        const std::string text = mManifest.text();
+        mFolder.write(kManifestName, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    }
+
+    const ConvertRequest& mRequest;
+    const JobPlan& mPlan;
+    OutputFolder mFolder;
+    SurfaceMaker mMaker;
+    Manifest mOld, mManifest;
+    std::vector<Result> mResults;
+    ConvertReport mReport;
+    std::chrono::steady_clock::time_point mSaved = std::chrono::steady_clock::now();
+};
+
+int convertOne(const ConvertRequest& request, const Job& job) {
+    ConvertReport report(request.json, request.quiet);
+    ImageReport image = {.input = job.input, .output = job.output};
+    try {
+        const Bytes file = readFile(job.input);
+        const ConvertedImage converted = convertImage(file, request.conversion);
+        if (!converted.palette.empty()) {
+            about(job.output, [&] {
+                writeFile(std::filesystem::path(job.output).replace_extension(kPaletteSuffix),
+                          converted.palette);
+            });
+        }
+        about(job.output, [&] { writeFile(job.output, converted.surface); });
+        image.wasFixed = converted.wasFixed;
+        image.losses = converted.losses;
+    } catch (const RejectedImage& rejection) {
+        image.rejection = rejection.reason();
+    } catch (const Refusal& refusal) {
+        image.rejection = Finding{"file", refusal.what()};
+    }
+    report.add(image);
+    report.printSummary(1);
+    return report.hasRejections() ? kRejectedStatus : 0;
+}
+
+} // namespace
+
+int runConvert(const ConvertRequest& request) {
+    const JobPlan plan = planJobs(request.inputs, request.output, kSurfaceSuffix);
+    if (plan.folder.empty()) {
+        return convertOne(request, plan.jobs.front());
+    }
+    return std::make_unique<FolderRun>(request, plan)->run();
+}

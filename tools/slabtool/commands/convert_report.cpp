@@ -1,0 +1,105 @@
+// The summary counts; images appear in it by name only where the user may have to act.
+#include "tools/slabtool/commands/convert_report.h"
+
+#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace {
+
+void printFinding(const Finding& finding) {
+    std::printf("{%s, %s}", jsonMember("code", finding.code).c_str(),
+                jsonMember("words", finding.words).c_str());
+}
+
+std::string outcomeOf(const ImageReport& image) {
+    if (image.rejection) {
+        return "rejected";
+    }
+    return image.isUpToDate ? "up-to-date" : verdictWord(image.wasFixed, !image.losses.empty());
+}
+
+void printJson(const ImageReport& image) {
+    std::printf("{%s, %s, %s", jsonMember("input", image.input).c_str(),
+                jsonMember("output", image.output).c_str(),
+                jsonMember("outcome", outcomeOf(image)).c_str());
+    if (image.rejection) {
+        std::fputs(", \"reason\": ", stdout);
+        printFinding(*image.rejection);
+    }
+    std::fputs(", \"losses\": [", stdout);
+    const char* separator = "";
+    for (const Finding& loss : image.losses) {
+        std::fputs(std::exchange(separator, ", "), stdout);
+        printFinding(loss);
+    }
+    std::puts("]}");
+}
+
+void printLine(const ImageReport& image) {
+    std::string words = image.rejection ? "rejected: " + textOf(*image.rejection) : "with loss: ";
+    const char* separator = "";
+    for (const Finding& loss : image.losses) {
+        words += separator + textOf(loss);
+        separator = "; ";
+    }
+    std::printf("%s: %s\n", printable(image.input).c_str(), printable(words).c_str());
+}
+
+bool isKeptByColors(const ImageReport& image) {
+    return std::any_of(image.losses.begin(), image.losses.end(), [](const Finding& loss) {
+        return optionAgainst(loss) != nullptr || loss.code == kOrientationLoss;
+    });
+}
+
+} // namespace
+
+std::string verdictWord(bool wasFixed, bool hasLoss) {
+    return std::string(wasFixed ? "fixed" : "accepted") + (hasLoss ? "-with-loss" : "");
+}
+
+void ConvertReport::add(ImageReport image) {
+    if (mJson) {
+        printJson(image);
+    }
+    mConverted += !image.rejection && !image.isUpToDate ? 1 : 0;
+    mUpToDate += image.isUpToDate ? 1 : 0;
+    mFixed += image.wasFixed ? 1 : 0;
+    mWithLoss += image.losses.empty() ? 0 : 1;
+    mRejected += image.rejection ? 1 : 0;
+    if (image.rejection || !image.losses.empty()) {
+        mNotable.push_back(std::move(image));
+    }
+}
+
+void ConvertReport::printSummary(size_t total) const {
+    if (mJson) {
+        return;
+    }
+    bool canKeepColors = false;
+    for (const ImageReport& image : mNotable) {
+        if (image.rejection || !mQuiet) {
+            printLine(image);
+        }
+        canKeepColors |= isKeptByColors(image);
+    }
+    if (mQuiet) {
+        return;
+    }
+    std::printf("converted %zu, up to date %zu, fixed on the way %zu, with loss %zu, rejected %zu",
+                mConverted, mUpToDate, mFixed, mWithLoss, mRejected);
+    if (mPruned != 0) {
+        std::printf(", pruned %zu", mPruned);
+    }
+    const size_t finished = mConverted + mUpToDate + mRejected;
+    if (finished < total) {
+        std::printf(", not started %zu", total - finished);
+    }
+    std::puts("");
+    if (canKeepColors) {
+        std::puts("note: --keep-colors keeps palettes, key colors and orientation");
+    }
+}

@@ -1,0 +1,187 @@
+// Two ways: as pngslab makes surfaces, by its own decoder; and by samples, where colors, mode or orientation differ
+// from what pngslab makes of the image.
+#include "tools/slabtool/runs/image_to_surface.h"
+
+#include "png/surface_from_png.h"
+#include "src/ds_surface.h"
+#include "tools/slabtool/images/orientation.h"
+#include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/images/png_verdict.h"
+#include "tools/slabtool/surfaces/surface_file.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+namespace {
+
+[[noreturn]] void reject(const char* code, const std::string& words) {
+    throw RejectedImage({code, words});
+}
+
+// What libpng reads of an image that pngslab rejects, too.
+PngImage decodeAny(ByteView file, const PngChanges& changes) {
+    try {
+        return decodePng(file, changes);
+    } catch (const RejectedImage&) {
+        throw;
+    } catch (const Refusal& refusal) {
+        const PngVerdict verdict = judgePng(file, false);
+        const Finding reason =
+            verdict.isAccepted ? Finding{"libpng", std::string("libpng says: ") + refusal.what()}
+                               : verdict.reason;
+        throw RejectedImage(reason);
+    }
+}
+
+Bytes serialized(const DsSurface& surface) {
+    Bytes file(surface.serialize(nullptr));
+    surface.serialize(file.data());
+    return file;
+}
+
+// The same surface with rows at multiples of `alignment` bytes.
+Bytes withRowAlignment(const DsSurface& surface, uint32_t alignment) {
+    const auto allocate = [](size_t count) -> void* { return new uint8_t[count](); };
+    const auto release = [](void* block) { delete[] static_cast<uint8_t*>(block); };
+    DsSurface aligned(surface.getWidth(), surface.getHeight(), surface.getRotation(),
+                      surface.getColorMode(), 0, 0, allocate, release, alignment, 0);
+    const auto width = static_cast<uint64_t>(surface.getWidth());
+    for (uint64_t y = 0; y < static_cast<uint64_t>(surface.getHeight()); ++y) {
+        std::copy_n(surface.getPixels() + y * surface.getStride(),
+                    width * surface.getBytesPerPixel(),
+                    aligned.getPixels() + y * aligned.getStride());
+    }
+    return serialized(aligned);
+}
+
+Bytes paletteOf(const PngImage& image) {
+    return paletteBlock(image.palette, image.paletteAlpha);
+}
+
+// As pngslab makes it.
+ConvertedImage convertPlainly(ByteView file, const ConversionRequest& request) {
+    ConvertedImage converted = {};
+    converted.losses = lossesOf(file);
+    const auto rotation = static_cast<int32_t>(request.rotation);
+    std::unique_ptr<DsSurface> surface(
+        surface_from_png(file.data(), file.size(), request.alphaOnly, rotation));
+    if (surface == nullptr) {
+        const PngImage image = decodeAny(file, {});
+        if (request.alphaOnly && image.colorType != kGreyType) {
+            reject("not-grayscale", "not plain grayscale, which alpha-only surfaces are made of");
+        }
+        const Bytes fixed = encodePng(image, kStored); // which is always accepted
+        surface.reset(surface_from_png(fixed.data(), fixed.size(), request.alphaOnly, rotation));
+        converted.wasFixed = true;
+    }
+    converted.surface = request.rowAlignment <= 1
+                            ? serialized(*surface)
+                            : withRowAlignment(*surface, request.rowAlignment);
+    return converted;
+}
+
+Samples::Kind kindOf(uint8_t colorType) {
+    switch (colorType) {
+    case kRgbType:
+        return Samples::Kind::Rgb;
+    case kIndexedType:
+        return Samples::Kind::Indexed;
+    case kGreyAlphaType:
+        return Samples::Kind::GrayAlpha;
+    case kRgbaType:
+        return Samples::Kind::Rgba;
+    default:
+        return Samples::Kind::Gray;
+    }
+}
+
+DsColorMode ownModeOf(const PngImage& image) {
+    switch (image.colorType) {
+    case kRgbType:
+        return DsColorMode::RGB888;
+    case kGreyAlphaType:
+        return DsColorMode::AI88;
+    case kRgbaType:
+        return DsColorMode::ARGB8888;
+    default:
+        return DsColorMode::I8;
+    }
+}
+
+bool isIndexMode(DsColorMode mode) {
+    return mode == DsColorMode::I8 || mode == DsColorMode::AI88;
+}
+
+void removeLoss(std::vector<Finding>& losses, const char* code) {
+    std::erase_if(losses, [=](const Finding& loss) { return loss.code == code; });
+}
+
+// By samples, with palettes and key colors applied where the mode has room for colors.
+ConvertedImage convertSamples(ByteView file, const ConversionRequest& request) {
+    ConvertedImage converted = {};
+    converted.losses = lossesOf(file);
+    const bool keepsIndices = request.mode && isIndexMode(*request.mode);
+    PngImage image = decodeAny(file, {.keyToAlpha = true, .expandPalette = !keepsIndices});
+    removeLoss(converted.losses, kKeyColorLoss);
+    if (!keepsIndices) {
+        removeLoss(converted.losses, kPaletteLoss);
+    }
+    if (request.keepColors) {
+        applyOrientation(image, orientationOf(file));
+        removeLoss(converted.losses, kOrientationLoss);
+    }
+    const Samples samples = {image.width, image.height, kindOf(image.colorType), image.samples,
+                             image.paletteAlpha};
+    const MadeSurface made = makeSurface(samples, {.mode = request.mode.value_or(ownModeOf(image)),
+                                                   .background = request.background,
+                                                   .dither = request.dither,
+                                                   .alphaOnly = request.alphaOnly,
+                                                   .rotation = request.rotation,
+                                                   .rowAlignment = request.rowAlignment});
+    if (made.lostAlpha) {
+        converted.losses.push_back({"alpha", "translucent pixels became opaque"});
+    }
+    converted.surface = made.file;
+    return converted;
+}
+
+ConvertedImage convertChecked(ByteView file, const ConversionRequest& request) {
+    const bool isPlain = !request.mode && !request.keepColors;
+    ConvertedImage converted =
+        isPlain ? convertPlainly(file, request) : convertSamples(file, request);
+    if (request.palette && declaredColorType(file) == kIndexedType) {
+        converted.palette = paletteOf(decodeAny(file, {}));
+        removeLoss(converted.losses, kPaletteLoss);
+    }
+    return converted;
+}
+
+} // namespace
+
+std::string optionsText(const ConversionRequest& request) {
+    const auto number = [](uint64_t value) { return std::to_string(value); };
+    return "mode " + (request.mode ? number(static_cast<uint32_t>(*request.mode)) : "-") +
+           ", background " + (request.background ? number(*request.background) : "-") +
+           ", dither " + number(static_cast<uint32_t>(request.dither)) + ", alphaonly " +
+           number(request.alphaOnly) + ", keep-colors " + number(request.keepColors) +
+           ", palette " + number(request.palette) + ", rotation " + number(request.rotation) +
+           ", row-alignment " + number(request.rowAlignment);
+}
+
+ConvertedImage convertImage(ByteView file, const ConversionRequest& request) {
+    if (file.empty()) {
+        reject("not-png", "the file is empty");
+    }
+    if (declaredPixels(file) > request.maxPixels) {
+        reject("too-large",
+               "more pixels than --max-pixels allows: " + std::to_string(declaredPixels(file)));
+    }
+    try {
+        return convertChecked(file, request);
+    } catch (const RejectedImage&) {
+        throw;
+    } catch (const Refusal& refusal) {
+        reject("mode", refusal.what());
+    }
+}
