@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
+#include <dirent.h>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
 #include <sys/stat.h>
 #include <system_error>
@@ -52,14 +55,54 @@ std::string withSuffix(const std::string& name, const std::string& suffix) {
     return (isPngName(name) ? name.substr(0, name.size() - 4) : name) + suffix;
 }
 
-// Whether a folder's entry is an image to convert. A link that leads nowhere counts, so that it is reported.
-bool isImage(const fs::directory_entry& entry, const std::string& name) {
-    if (!isPngName(name)) {
-        return false;
+// The type of a folder's entry. A link has that of its target, unless this is a folder.
+fs::file_type typeOf(const std::string& path, const dirent& entry) {
+    if (entry.d_type == DT_REG) {
+        return fs::file_type::regular;
+    }
+    if (entry.d_type == DT_DIR) {
+        return fs::file_type::directory;
     }
     std::error_code unknown;
-    const fs::file_type type = entry.status(unknown).type();
-    return type == fs::file_type::regular || type == fs::file_type::not_found;
+    const fs::file_type own = fs::symlink_status(path, unknown).type();
+    if (own != fs::file_type::symlink) {
+        return own;
+    }
+    const fs::file_type target = fs::status(path, unknown).type();
+    return target == fs::file_type::directory ? own : target;
+}
+
+// A link that leads nowhere counts as an image, so that it is reported.
+bool isImage(const std::string& name, fs::file_type type) {
+    return isPngName(name) && (type == fs::file_type::regular || type == fs::file_type::not_found);
+}
+
+struct FolderCloser {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
+// The system's own calls: std::filesystem takes several times as long to put its paths together.
+std::vector<std::pair<std::string, fs::file_type>> entriesOf(const std::string& path) {
+    const std::unique_ptr<DIR, FolderCloser> folder(opendir(path.c_str()));
+    if (folder == nullptr) {
+        refuse(path, {errno, std::generic_category()});
+    }
+    std::vector<std::pair<std::string, fs::file_type>> entries;
+    for (;;) {
+        errno = 0;
+        const dirent* const entry = readdir(folder.get());
+        if (entry == nullptr) {
+            break;
+        }
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") {
+            entries.emplace_back(name, typeOf(path + name, *entry));
+        }
+    }
+    if (errno != 0) {
+        refuse(path, {errno, std::generic_category()});
+    }
+    return entries;
 }
 
 // Collects the jobs of a run into a folder.
@@ -116,21 +159,14 @@ private:
 
     // `relative` is empty or ends in '/', and follows `stem` in the path to open and `source` in the manifest.
     void walk(const std::string& stem, const std::string& relative, const std::string& source) {
-        std::error_code error;
         std::vector<std::string> folders;
-        fs::directory_iterator entry(stem + relative, error);
-        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-            const std::string name = entry->path().filename();
-            std::error_code unknown;
-            if (entry->symlink_status(unknown).type() == fs::file_type::directory) {
-                folders.push_back(relative + name + "/");
-            } else if (isImage(*entry, name)) {
-                const std::string place = relative + name;
+        for (const auto& [name, type] : entriesOf(stem + relative)) {
+            const std::string place = relative + name;
+            if (type == fs::file_type::directory) {
+                folders.push_back(place + "/");
+            } else if (isImage(name, type)) {
                 mJobs.push_back({stem + place, withSuffix(place, mSuffix), source + place});
             }
-        }
-        if (error) {
-            refuse(stem + relative, error);
         }
         // The folder above is closed by now: deep trees do not use up the descriptors.
         for (const std::string& folder : folders) {

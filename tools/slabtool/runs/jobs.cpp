@@ -20,6 +20,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kTick = std::chrono::milliseconds(100);
+// Finished jobs are reported in groups: waking the calling thread for each costs more than many jobs do.
+constexpr auto kReportPeriod = std::chrono::milliseconds(10);
 // A run that was interrupted ends within a second, its summary included.
 constexpr auto kPatience = std::chrono::milliseconds(500);
 
@@ -30,10 +32,10 @@ struct Shared {
 
     const std::function<void(size_t)> work;
     const size_t count;
-    std::mutex mutex; // guards the rest
-    std::condition_variable changed;
-    size_t next = 0;    // the first job that nobody has taken
-    size_t working = 0; // threads
+    std::mutex mutex;              // guards the rest
+    std::condition_variable ended; // a thread
+    size_t next = 0;               // the first job that nobody has taken
+    size_t working = 0;            // threads
     std::vector<std::pair<size_t, JobFailure>> finished;
 };
 
@@ -56,10 +58,9 @@ void runWorker(Shared& shared) {
         JobFailure failure = attempt(shared.work, job);
         lock.lock();
         shared.finished.emplace_back(job, std::move(failure));
-        shared.changed.notify_one();
     }
     --shared.working;
-    shared.changed.notify_one();
+    shared.ended.notify_one();
 }
 
 // The threads of one call.
@@ -127,7 +128,7 @@ bool runJobs(size_t count, unsigned threads, const JobCalls& calls) {
         size_t latest = 0;
         {
             std::unique_lock lock(shared->mutex);
-            shared->changed.wait_until(
+            shared->ended.wait_until(
                 lock, nextTick, [&] { return !shared->finished.empty() || shared->working == 0; });
             finished.swap(shared->finished);
             isOver = shared->working == 0;
