@@ -10,6 +10,7 @@
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <algorithm>
+#include <cassert>
 #include <memory>
 #include <utility>
 
@@ -71,8 +72,9 @@ ConvertedImage convertPlainly(ByteView file, const ConversionRequest& request) {
         if (request.alphaOnly && image.colorType != kGreyType) {
             reject("not-grayscale", "not plain grayscale, which alpha-only surfaces are made of");
         }
-        const Bytes fixed = encodePng(image, kStored); // which is always accepted
+        const Bytes fixed = encodePng(image, kStored);
         surface.reset(surface_from_png(fixed.data(), fixed.size(), request.alphaOnly, rotation));
+        assert(surface != nullptr); // images of stored blocks are always accepted
         converted.wasFixed = true;
     }
     converted.surface = request.rowAlignment <= 1

@@ -1,0 +1,73 @@
+// What a surface does not show of an image, on any bytes; and Exif orientations.
+#include "tests/support/png_maker.h"
+#include "tests/support/test_bytes.h"
+#include "tools/slabtool/images/exif_orientation.h"
+#include "tools/slabtool/images/orientation.h"
+#include "tools/slabtool/images/png_loss.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const byte_vector kTurned = {'M',  'M', 0, 42, 0, 0, 0, 8, 0, 1, 1,
+                             0x12, 0,   3, 0,  0, 0, 1, 0, 6, 0, 0};
+
+TEST(ExifOrientation, ReadsBothByteOrders) {
+    EXPECT_EQ(6U, exifOrientation(kTurned));
+    EXPECT_EQ(8U, exifOrientation(byte_vector{'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 0x12,
+                                              1,   3,   0,  1, 0, 0, 0, 8, 0, 0, 0}));
+}
+
+TEST(ExifOrientation, IsUprightWhereDataMakeNoSense) {
+    for (size_t size = 0; size < 20; ++size) {
+        EXPECT_EQ(kUpright, exifOrientation(slice(kTurned, 0, size))) << size << " bytes";
+    }
+    byte_vector far = kTurned;
+    far[4] = 0xFF; // the directory's offset
+    EXPECT_EQ(kUpright, exifOrientation(far));
+    for (const uint8_t value : byte_vector{0, 9}) {
+        byte_vector wrong = kTurned;
+        wrong[19] = value;
+        EXPECT_EQ(kUpright, exifOrientation(wrong)) << int{value};
+    }
+}
+
+TEST(PngLoss, ReadsNothingBeyondDamagedFrames) {
+    const byte_vector file = png()
+                                 .indexed(4, 4)
+                                 .chunk_before_idat({"eXIf", kTurned})
+                                 .chunk_before_idat({"acTL", {1}})
+                                 .bytes();
+    for (size_t size = 0; size <= file.size(); ++size) {
+        const byte_vector cut = slice(file, 0, size);
+        EXPECT_LE(lossesOf(cut).size(), 3U) << size;
+    }
+    test_rng rng(7);
+    for (int i = 0; i < 5000; ++i) {
+        byte_vector damaged = file;
+        damaged[random_between(rng, 8, static_cast<uint32_t>(file.size() - 1))] =
+            static_cast<uint8_t>(rng());
+        EXPECT_LE(lossesOf(damaged).size(), 6U);
+        EXPECT_LE(orientationOf(damaged), 8U);
+    }
+}
+
+// Row 0 and column 0 of the stored image where the Exif standard has them. The stored image is
+//     1 2 3
+//     4 5 6
+TEST(Orientation, PutsRowsAndColumnsWhereTheyBelong) {
+    const byte_vector pictures[] = {{1, 2, 3, 4, 5, 6}, {3, 2, 1, 6, 5, 4}, {6, 5, 4, 3, 2, 1},
+                                    {4, 5, 6, 1, 2, 3}, {1, 4, 2, 5, 3, 6}, {4, 1, 5, 2, 6, 3},
+                                    {6, 3, 5, 2, 4, 1}, {3, 6, 2, 5, 1, 4}};
+    for (uint32_t orientation = 1; orientation <= 8; ++orientation) {
+        PngImage image = {};
+        image.width = 3;
+        image.height = 2;
+        image.samples = {1, 2, 3, 4, 5, 6};
+        applyOrientation(image, orientation);
+        EXPECT_EQ(pictures[orientation - 1], image.samples) << orientation;
+        EXPECT_EQ(orientation < 5 ? 3U : 2U, image.width) << orientation;
+    }
+}
+
+} // namespace
