@@ -1,4 +1,4 @@
-// Entries are taken out of the JSON as they are read, so that a hundred thousand of them never stand in memory
+// Entries are taken from the parser as it reads them, so that a hundred thousand of them never stand in memory
 // as a tree of values.
 #include "tools/slabtool/runs/manifest.h"
 
@@ -8,7 +8,11 @@
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
+#include <iterator>
+#include <string_view>
+#include <type_traits>
 #include <utility>
+#include <variant>
 
 namespace {
 
@@ -85,80 +89,212 @@ std::string bytesOf(const std::string& hex) {
     return text;
 }
 
-std::string textAt(const Json& object, const std::string& key) {
-    const auto bytes = object.find(key + "_hex");
-    return bytes != object.end() ? bytesOf(bytes->get<std::string>())
-                                 : object.at(key).get<std::string>();
-}
-
-// A number that fits into its type: neither negative nor too large.
-template <typename Number>
-Number numberAt(const Json& object, const std::string& key) {
-    const Json& value = object.at(key);
-    const bool fits =
-        std::is_signed_v<Number>
-            ? value.is_number_integer() &&
-                  (!value.is_number_unsigned() || std::in_range<Number>(value.get<uint64_t>()))
-            : value.is_number_unsigned() && std::in_range<Number>(value.get<uint64_t>());
-    if (!fits) {
-        throw Refusal(kBroken);
-    }
-    return value.get<Number>();
-}
-
 // A file in the folder or below it.
-std::string placeAt(const Json& object, const std::string& key) {
-    const std::string place = textAt(object, key);
+void checkPlace(const std::string& place) {
     const bool climbs = ("/" + place + "/").find("/../") != std::string::npos;
     if (place.empty() || place.front() == '/' || place.back() == '/' || climbs ||
         place.find('\0') != std::string::npos) {
         throw Refusal("names a file outside of its folder");
     }
-    return place;
-}
-
-ManifestEntry fromJson(const Json& object) {
-    const Json& source = object.at("source");
-    ManifestEntry entry;
-    entry.name = textAt(object, "name");
-    entry.file = placeAt(object, "file");
-    entry.mode = object.at("mode").get<std::string>();
-    entry.width = numberAt<uint32_t>(object, "width");
-    entry.height = numberAt<uint32_t>(object, "height");
-    entry.stride = numberAt<uint32_t>(object, "stride");
-    entry.rotation = numberAt<uint32_t>(object, "rotation");
-    entry.bytes = numberAt<uint64_t>(object, "bytes");
-    if (!object.at("palette").is_null()) {
-        entry.palette = placeAt(object, "palette");
-    }
-    entry.source = {textAt(source, "path"), numberAt<uint64_t>(source, "size"),
-                    numberAt<int64_t>(source, "time"), source.at("hash").get<std::string>()};
-    entry.verdict = object.at("verdict").get<std::string>();
-    entry.options = object.at("options").get<std::string>();
-    entry.tool = object.at("tool").get<std::string>();
-    return entry;
 }
 
 using Entries = std::map<std::string, ManifestEntry>;
 
-Entries parse(const Bytes& text) {
-    constexpr int kEntryDepth = 2; // an object in an array in an object
-    Entries entries;
-    const auto takeEntry = [&](int depth, Json::parse_event_t event, Json& value) {
-        if (event != Json::parse_event_t::object_end || depth != kEntryDepth) {
+// Takes entries from the parser member by member: trees of values cost three times as much.
+class EntryReader : public nlohmann::json_sax<Json> {
+public:
+    Entries take() {
+        if (mFormat != kFormat || !mHasList) {
+            throw Refusal(kBroken);
+        }
+        return std::move(mEntries);
+    }
+
+    bool null() override {
+        // Only a palette may be missing.
+        return isIgnored() || std::holds_alternative<std::optional<std::string>*>(mTarget);
+    }
+    bool boolean(bool) override { return isIgnored(); }
+    bool number_float(double, const std::string&) override { return isIgnored(); }
+    bool binary(Json::binary_t&) override { return isIgnored(); }
+    bool number_integer(int64_t value) override { return putNumber(value); }
+    bool number_unsigned(uint64_t value) override { return putNumber(value); }
+
+    bool string(std::string& value) override {
+        if (isIgnored()) {
             return true;
         }
-        ManifestEntry entry = fromJson(value);
-        std::string file = entry.file;
-        // The last one, if the file is sorted as it should be.
-        entries.insert_or_assign(entries.end(), std::move(file), std::move(entry));
-        return false; // nobody needs the value any more
+        std::string text = mIsHex ? bytesOf(value) : std::move(value);
+        if (std::string* const* const target = std::get_if<std::string*>(&mTarget)) {
+            **target = std::move(text);
+            return true;
+        }
+        if (std::optional<std::string>* const* const target =
+                std::get_if<std::optional<std::string>*>(&mTarget)) {
+            **target = std::move(text);
+            return true;
+        }
+        return false;
+    }
+
+    bool start_object(size_t) override {
+        const bool isEntry = mLevel == Level::List;
+        const bool isSource = mLevel == Level::Entry && mIsSource;
+        if (mSkipped != 0 || (mLevel != Level::Outside && !isEntry && !isSource)) {
+            return skip();
+        }
+        if (isEntry) {
+            mEntry = {};
+            mSeen = 0;
+        }
+        mLevel = isEntry ? Level::Entry : isSource ? Level::Source : Level::Top;
+        return true;
+    }
+
+    bool end_object() override {
+        if (mSkipped != 0) {
+            --mSkipped;
+        } else if (mLevel == Level::Source) {
+            mLevel = Level::Entry;
+        } else if (mLevel == Level::Entry) {
+            finishEntry();
+            mLevel = Level::List;
+        }
+        return true;
+    }
+
+    bool start_array(size_t) override {
+        if (mSkipped == 0 && mLevel == Level::Top && mIsList) {
+            mLevel = Level::List;
+            mHasList = true;
+            return true;
+        }
+        return mLevel != Level::Outside && skip();
+    }
+
+    bool end_array() override {
+        if (mSkipped != 0) {
+            --mSkipped;
+        } else {
+            mLevel = Level::Top;
+        }
+        return true;
+    }
+
+    bool key(std::string& name) override {
+        if (mSkipped != 0) {
+            return true;
+        }
+        constexpr std::string_view kHex = "_hex";
+        mIsHex = name.ends_with(kHex);
+        if (mIsHex) {
+            name.resize(name.size() - kHex.size());
+        }
+        mIsSource = mIsList = false;
+        mTarget = std::monostate();
+        if (mLevel == Level::Top) {
+            mIsList = name == "surfaces";
+            mTarget = name == "format" ? Target(&mFormat) : Target();
+        } else if (mLevel == Level::Entry) {
+            mIsSource = name == "source";
+            find(name, 0, kSourceMembers);
+        } else {
+            find(name, kSourceMembers, std::size(mMembers));
+        }
+        return true;
+    }
+
+    bool parse_error(size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
+    }
+
+private:
+    enum class Level { Outside, Top, List, Entry, Source };
+    using Target = std::variant<std::monostate, std::string*, std::optional<std::string>*,
+                                uint32_t*, uint64_t*, int64_t*>;
+    struct Member {
+        std::string_view name;
+        Target target;
     };
-    const Json json = Json::parse(text.begin(), text.end(), takeEntry);
-    if (!json.at("surfaces").is_array() || numberAt<uint32_t>(json, "format") != kFormat) {
+
+    // Values of members that nobody asked for.
+    bool isIgnored() const {
+        return mSkipped != 0 ||
+               (std::holds_alternative<std::monostate>(mTarget) && mLevel != Level::List);
+    }
+
+    bool skip() {
+        if (!isIgnored()) {
+            return false;
+        }
+        ++mSkipped;
+        return true;
+    }
+
+    // A number must fit into its type: neither negative nor too large.
+    template <typename Value>
+    bool putNumber(Value value) {
+        return isIgnored() || std::visit(
+                                  [&](auto target) {
+                                      using Number = std::remove_pointer_t<decltype(target)>;
+                                      if constexpr (std::is_integral_v<Number>) {
+                                          *target = static_cast<Number>(value);
+                                          return std::in_range<Number>(value);
+                                      }
+                                      return false;
+                                  },
+                                  mTarget);
+    }
+
+    void find(const std::string& name, size_t first, size_t end) {
+        for (size_t i = first; i < end; ++i) {
+            if (mMembers[i].name == name) {
+                mTarget = mMembers[i].target;
+                mSeen |= 1U << i;
+                return;
+            }
+        }
+    }
+
+    void finishEntry() {
+        if (mSeen != (1U << std::size(mMembers)) - 1) {
+            throw Refusal(kBroken);
+        }
+        checkPlace(mEntry.file);
+        if (mEntry.palette) {
+            checkPlace(*mEntry.palette);
+        }
+        std::string file = mEntry.file;
+        // The last one, if the manifest is sorted as it should be.
+        mEntries.insert_or_assign(mEntries.end(), std::move(file), std::move(mEntry));
+    }
+
+    Entries mEntries;
+    ManifestEntry mEntry;
+    uint32_t mSeen = 0; // members of the entry, a bit each
+    uint32_t mFormat = 0;
+    Level mLevel = Level::Outside;
+    size_t mSkipped = 0; // depth in a value that nobody asked for
+    bool mHasList = false;
+    bool mIsHex = false, mIsList = false, mIsSource = false; // what the key says
+    Target mTarget;                                          // of the next value
+    static constexpr size_t kSourceMembers = 12;             // those behind are the source's
+    const Member mMembers[16] = {{"name", &mEntry.name},         {"file", &mEntry.file},
+                                 {"mode", &mEntry.mode},         {"width", &mEntry.width},
+                                 {"height", &mEntry.height},     {"stride", &mEntry.stride},
+                                 {"rotation", &mEntry.rotation}, {"bytes", &mEntry.bytes},
+                                 {"palette", &mEntry.palette},   {"verdict", &mEntry.verdict},
+                                 {"options", &mEntry.options},   {"tool", &mEntry.tool},
+                                 {"path", &mEntry.source.path},  {"size", &mEntry.source.size},
+                                 {"time", &mEntry.source.time},  {"hash", &mEntry.source.hash}};
+};
+
+Entries parse(const Bytes& text) {
+    EntryReader reader;
+    if (!Json::sax_parse(text.begin(), text.end(), &reader)) {
         throw Refusal(kBroken);
     }
-    return entries;
+    return reader.take();
 }
 
 } // namespace
@@ -169,13 +305,9 @@ Manifest Manifest::load(const std::string& path) {
         return {};
     }
     return about(path, [&] {
-        try {
-            Manifest manifest;
-            manifest.mEntries = parse(readFile(path));
-            return manifest;
-        } catch (const Json::exception&) {
-            throw Refusal(kBroken);
-        }
+        Manifest manifest;
+        manifest.mEntries = parse(readFile(path));
+        return manifest;
     });
 }
 
