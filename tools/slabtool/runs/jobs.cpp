@@ -128,8 +128,7 @@ bool runJobs(size_t count, unsigned threads, const JobCalls& calls) {
         size_t latest = 0;
         {
             std::unique_lock lock(shared->mutex);
-            shared->ended.wait_until(
-                lock, nextTick, [&] { return !shared->finished.empty() || shared->working == 0; });
+            shared->ended.wait_for(lock, kReportPeriod, [&] { return shared->working == 0; });
             finished.swap(shared->finished);
             isOver = shared->working == 0;
             latest = std::max<size_t>(shared->next, 1) - 1;
