@@ -36,6 +36,8 @@ foreach(target ds_graphics inflate png_surface)
     install(FILES ${header} DESTINATION ${quillory_includes}/${folder} COMPONENT development)
   endforeach()
 endforeach()
+install(TARGETS surface_reader EXPORT Quillory COMPONENT development)
+install(FILES include/quillory_surface.h DESTINATION ${quillory_includes} COMPONENT development)
 
 # The CMake package.
 include(CMakePackageConfigHelpers)

@@ -1,5 +1,6 @@
 /* Reads a surface file from anywhere: checks it, maps it into memory, and prints what it holds or some of
- * its pixels. Made to be copied: it needs a C compiler and a system with mmap, and nothing of this project.
+ * its pixels. Made to be copied: it needs a C compiler, a system with mmap, and of this project one header, which does
+ * all that has to do with the format.
  *
  *     read_surface FILE             prints the image's size, the colour mode and the rotation
  *     read_surface FILE X Y ...     prints the pixels at these places of the image, a line each
@@ -9,10 +10,11 @@
 #define _POSIX_C_SOURCE 200809L
 #define _FILE_OFFSET_BITS 64 /* files of 2 GiB and more on 32-bit systems too */
 
+#include "quillory_surface.h"
+
 #include <errno.h>
 #include <fcntl.h>
 #include <inttypes.h>
-#include <stdbool.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -22,72 +24,29 @@
 #include <unistd.h>
 
 enum { FINE = 0, REFUSED = 1, WRONG_USE = 2 };
-enum { ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88 = 7, A8 = 9, MODE_COUNT };
-enum { HEADER_BYTES = 20, WORD_BYTES = 4 };
 
-static const char* const mode_names[MODE_COUNT] = {
-    [ARGB8888] = "ARGB8888", [RGB888] = "RGB888", [RGB565] = "RGB565", [ARGB1555] = "ARGB1555",
-    [ARGB4444] = "ARGB4444", [I8] = "I8",         [AI88] = "AI88",     [A8] = "A8"};
+static const char* const mode_names[] = {
+    [QUILLORY_ARGB8888] = "ARGB8888", [QUILLORY_RGB888] = "RGB888",
+    [QUILLORY_RGB565] = "RGB565",     [QUILLORY_ARGB1555] = "ARGB1555",
+    [QUILLORY_ARGB4444] = "ARGB4444", [QUILLORY_I8] = "I8",
+    [QUILLORY_AI88] = "AI88",         [QUILLORY_A8] = "A8"};
 
-/* Bytes a pixel; 0 for the two modes without pixels. */
-static const uint32_t pixel_bytes[MODE_COUNT] = {
-    [ARGB8888] = 4, [RGB888] = 3, [RGB565] = 2, [ARGB1555] = 2,
-    [ARGB4444] = 2, [I8] = 1,     [AI88] = 2,   [A8] = 1};
-
-struct surface {
-    uint32_t rotation, mode;
-    uint32_t width, height; /* of the stored array, which may be turned */
-    uint32_t stride;
-    const uint8_t* lines;
-};
-
-/* Byte by byte, so that it works at any address and on machines of either byte order. */
-static uint32_t little_endian(const uint8_t* bytes, uint32_t count) {
-    uint32_t word = 0;
-    while (count > 0) {
-        word = word << 8 | bytes[--count];
-    }
-    return word;
-}
+/* What is wrong with a file that is rejected. */
+static const char* const reasons[] = {
+    [QUILLORY_ACCEPTED] = NULL,
+    [QUILLORY_SHORT_HEADER] = "it is shorter than the header of 20 bytes",
+    [QUILLORY_BAD_MODE] = "its colour mode has no pixels",
+    [QUILLORY_BAD_WIDTH] = "its width is not between 1 and 2147483647",
+    [QUILLORY_BAD_HEIGHT] = "its height is not between 1 and 2147483647",
+    [QUILLORY_BAD_STRIDE] = "its stride is less than the pixels of a line",
+    [QUILLORY_SHORT_ROWS] = "it ends before its last line does"};
 
 /* ---- Opening a file */
 
-/* Fills in the surface that lies in `size` bytes, at least a header. Returns what is wrong with it, or
- * null; only what has been checked may be read later. */
-static const char* read_header(const uint8_t* file, uint64_t size, struct surface* surface) {
-    uint32_t header[HEADER_BYTES / WORD_BYTES];
-    for (size_t i = 0; i < HEADER_BYTES / WORD_BYTES; ++i) {
-        header[i] = little_endian(file + WORD_BYTES * i, WORD_BYTES);
-    }
-    *surface = (struct surface){.rotation = header[0],
-                                .mode = header[1],
-                                .width = header[2],
-                                .height = header[3],
-                                .stride = header[4],
-                                .lines = file + HEADER_BYTES};
-    if (surface->mode >= MODE_COUNT || pixel_bytes[surface->mode] == 0) {
-        return "its colour mode has no pixels";
-    }
-    if (surface->width < 1 || surface->width > INT32_MAX) {
-        return "its width is not between 1 and 2147483647";
-    }
-    if (surface->height < 1 || surface->height > INT32_MAX) {
-        return "its height is not between 1 and 2147483647";
-    }
-    /* Products of two header words need 64 bits, and fit. */
-    if (surface->stride < (uint64_t)surface->width * pixel_bytes[surface->mode]) {
-        return "its stride is less than the pixels of a line";
-    }
-    if ((uint64_t)surface->height * surface->stride > size - HEADER_BYTES) {
-        return "it ends before its last line does";
-    }
-    return NULL;
-}
-
-/* Maps an open file and reads its header. Returns what is wrong, or null. The mapping stays until the
+/* Maps an open file and checks it. Returns what is wrong, or null. The mapping stays until the
  * program ends. Should somebody make the file shorter meanwhile, the system ends the program (SIGBUS) where
  * it reads beyond the new end; who has to survive that reads the file into memory of his own. */
-static const char* map_surface(int file, struct surface* surface) {
+static const char* map_surface(int file, struct quillory_surface* surface) {
     struct stat status;
     if (fstat(file, &status) != 0) {
         return strerror(errno);
@@ -95,8 +54,8 @@ static const char* map_surface(int file, struct surface* surface) {
     if (!S_ISREG(status.st_mode)) {
         return "it is not a regular file";
     }
-    if (status.st_size < HEADER_BYTES) { /* an empty file could not even be mapped */
-        return "it is shorter than the header of 20 bytes";
+    if (status.st_size == 0) { /* such a file could not even be mapped */
+        return reasons[QUILLORY_SHORT_HEADER];
     }
     const uint64_t size = (uint64_t)status.st_size;
     if (size > SIZE_MAX) {
@@ -106,10 +65,10 @@ static const char* map_surface(int file, struct surface* surface) {
     if (bytes == MAP_FAILED) {
         return strerror(errno);
     }
-    return read_header(bytes, size, surface);
+    return reasons[quillory_surface_open(surface, bytes, (size_t)size)];
 }
 
-static const char* open_surface(const char* path, struct surface* surface) {
+static const char* open_surface(const char* path, struct quillory_surface* surface) {
     /* Without O_NONBLOCK a pipe would keep us waiting for somebody to write. */
     const int file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (file < 0) {
@@ -120,98 +79,35 @@ static const char* open_surface(const char* path, struct surface* surface) {
     return fault;
 }
 
-/* ---- Pixels of the image, which is upright whatever the rotation of the stored array */
+/* ---- Printing */
 
-static bool is_on_its_side(const struct surface* surface) {
-    return surface->rotation == 90 || surface->rotation == 270;
-}
-
-static uint32_t image_width(const struct surface* surface) {
-    return is_on_its_side(surface) ? surface->height : surface->width;
-}
-
-static uint32_t image_height(const struct surface* surface) {
-    return is_on_its_side(surface) ? surface->width : surface->height;
-}
-
-/* The stored bytes of the image's pixel (x, y), which must be inside. */
-static const uint8_t* pixel_at(const struct surface* surface, uint32_t x, uint32_t y) {
-    uint32_t column = x;
-    uint32_t line = y;
-    switch (surface->rotation) {
-    case 90:
-        column = y;
-        line = surface->height - 1 - x;
+static void print_pixel(const struct quillory_surface* surface, uint32_t x, uint32_t y) {
+    const uint32_t argb = quillory_surface_pixel(surface, x, y);
+    const uint32_t alpha = argb >> 24;
+    const uint32_t blue = argb & 255;
+    switch (quillory_surface_mode(surface)) {
+    case QUILLORY_I8: /* grey or an index: the file does not say which, and has no palette */
+        printf("value %" PRIu32 "\n", blue);
         break;
-    case 180:
-        column = surface->width - 1 - x;
-        line = surface->height - 1 - y;
+    case QUILLORY_AI88:
+        printf("value %" PRIu32 " alpha %" PRIu32 "\n", blue, alpha);
         break;
-    case 270:
-        column = surface->width - 1 - y;
-        line = x;
+    case QUILLORY_A8:
+        printf("alpha %" PRIu32 "\n", alpha);
         break;
-    default: /* 0, and any other value means the same */
-        break;
-    }
-    return surface->lines + (size_t)line * surface->stride +
-           (size_t)column * pixel_bytes[surface->mode];
-}
-
-/* Fields of fewer bits become 8 bits wide, to the nearest value: all zeros become 0, all ones 255. */
-static uint32_t widen_4(uint32_t field) {
-    return field * 17;
-}
-
-static uint32_t widen_5(uint32_t field) {
-    return (field * 527 + 23) >> 6;
-}
-
-static uint32_t widen_6(uint32_t field) {
-    return (field * 259 + 33) >> 6;
-}
-
-static void print_color(uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
-    printf("alpha %" PRIu32 " red %" PRIu32 " green %" PRIu32 " blue %" PRIu32 "\n", alpha, red,
-           green, blue);
-}
-
-static void print_pixel(const struct surface* surface, uint32_t x, uint32_t y) {
-    const uint32_t word = little_endian(pixel_at(surface, x, y), pixel_bytes[surface->mode]);
-    switch (surface->mode) {
-    case ARGB8888:
-        print_color(word >> 24, word >> 16 & 255, word >> 8 & 255, word & 255);
-        break;
-    case RGB888:
-        print_color(255, word >> 16, word >> 8 & 255, word & 255);
-        break;
-    case RGB565:
-        print_color(255, widen_5(word >> 11), widen_6(word >> 5 & 63), widen_5(word & 31));
-        break;
-    case ARGB1555:
-        print_color((word >> 15) * 255, widen_5(word >> 10 & 31), widen_5(word >> 5 & 31),
-                    widen_5(word & 31));
-        break;
-    case ARGB4444:
-        print_color(widen_4(word >> 12), widen_4(word >> 8 & 15), widen_4(word >> 4 & 15),
-                    widen_4(word & 15));
-        break;
-    case I8: /* grey or an index: the file does not say which, and has no palette */
-        printf("value %" PRIu32 "\n", word);
-        break;
-    case AI88:
-        printf("value %" PRIu32 " alpha %" PRIu32 "\n", word & 255, word >> 8);
-        break;
-    default: /* A8, since all others have been refused */
-        printf("alpha %" PRIu32 "\n", word);
+    default:
+        printf("alpha %" PRIu32 " red %" PRIu32 " green %" PRIu32 " blue %" PRIu32 "\n", alpha,
+               argb >> 16 & 255, argb >> 8 & 255, blue);
         break;
     }
 }
 
-static void print_facts(const struct surface* surface) {
-    printf("size %" PRIu32 " x %" PRIu32 "\n", image_width(surface), image_height(surface));
-    printf("mode %" PRIu32 " %s\n", surface->mode, mode_names[surface->mode]);
-    printf("rotation %" PRIu32 "\n", surface->rotation);
+static void print_facts(const struct quillory_surface* surface) {
+    const uint32_t mode = quillory_surface_mode(surface);
+    printf("size %" PRIu32 " x %" PRIu32 "\n", quillory_surface_width(surface),
+           quillory_surface_height(surface));
+    printf("mode %" PRIu32 " %s\n", mode, mode_names[mode]);
+    printf("rotation %" PRIu32 "\n", quillory_surface_rotation(surface));
 }
 
 /* ---- The command line */
@@ -225,11 +121,11 @@ static uint64_t number_in(const char* word) {
     return strtoull(word, NULL, 10);
 }
 
-static int print_pixels(const struct surface* surface, char** words, int count) {
+static int print_pixels(const struct quillory_surface* surface, char** words, int count) {
     for (int i = 0; i < count; i += 2) {
         const uint64_t x = number_in(words[i]);
         const uint64_t y = number_in(words[i + 1]);
-        if (x >= image_width(surface) || y >= image_height(surface)) {
+        if (x >= quillory_surface_width(surface) || y >= quillory_surface_height(surface)) {
             fprintf(stderr, "read_surface: no pixel of the image: %s %s\n", words[i], words[i + 1]);
             return WRONG_USE;
         }
@@ -243,7 +139,7 @@ int main(int argc, char** argv) {
         fputs("usage: read_surface FILE [X Y]...\n", stderr);
         return WRONG_USE;
     }
-    struct surface surface = {0};
+    struct quillory_surface surface = {0};
     const char* const fault = open_surface(argv[1], &surface);
     if (fault != NULL) {
         fprintf(stderr, "read_surface: %s: %s\n", argv[1], fault);

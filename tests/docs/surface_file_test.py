@@ -95,7 +95,8 @@ class Example(InScratchFolder):
 
 class Commands(InScratchFolder):
     def test_print_what_the_page_says(self):
-        (self.folder / "examples").symlink_to(TREE / "examples")
+        for folder in ("examples", "include"):
+            (self.folder / folder).symlink_to(TREE / folder)
         convert(self, TREE / "samples/quill.png", self.folder / "quill.surface")
         transcript = re.search(r"```\n(\$ .*?)```", section("Readers to start from"), re.DOTALL)[1]
         runs = [part.split("\n", 1) for part in re.split(r"^\$ ", transcript, flags=re.MULTILINE)[1:]]

@@ -16,10 +16,11 @@ BUILD = Path(os.environ["PNGSLAB_BUILD_DIR"])
 CONSUMER = TREE / "tests/package/consumer"
 SAMPLE = TREE / "samples/quill.png"
 HEADERS = [
-    "inflate/src/streams.h", "png/png_crc32.h", "png/png_decode.h", "png/surface_from_png.h",
+    "inflate/src/streams.h", "png/png_crc32.h", "png/png_decode.h", "png/surface_from_png.h", "quillory_surface.h",
     "src/ds_color_mode.h", "src/ds_ellipse.h", "src/ds_region.h", "src/ds_surface.h",
     "src/pixel_kernels.h", "src/span_fill.h",
 ]
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wconversion", "-Werror"]
 # What the libraries define for other programs: functions, variables, classes, and a constant, which builds
 # without optimization define, too.
 PUBLIC_NAMES = {
@@ -77,6 +78,7 @@ class Package(unittest.TestCase):
         built = self.build(CONSUMER, f"-DIMAGES={SAMPLE}", *options)
         self.assertEqual(what_the_consumer_prints(), run(built / "consumer", SAMPLE))
         self.assertEqual(92948, (built / "quill.surface").stat().st_size)
+        self.assertEqual("176 x 132\n", run(built / "c_consumer", built / "quill.surface"))
 
 
 class Installation(Package):
@@ -122,6 +124,7 @@ class Installation(Package):
             with self.subTest(header=header):
                 run("g++", "-std=c++20", "-fsyntax-only", "-x", "c++", "-I", includes,
                     includes / header)
+        run("gcc", "-std=c99", "-fsyntax-only", *WARNINGS, includes / "quillory_surface.h")
 
     def test_holds_libraries_that_define_public_names_alone(self):
         libraries = sorted(self.install().rglob("*.a"))
@@ -156,7 +159,9 @@ class Installation(Package):
         surface = self.folder / "quill.surface"
         run(prefix / "bin/pngslab", "--image", pages / "samples/quill.png", "--output", surface)
         reader = self.folder / "read_surface"
-        run("gcc", "-std=c11", pages / "examples/read_surface.c", "-o", reader)
+        flags = run("pkg-config", "--cflags", "quillory-graphics",
+                    env={**os.environ, "PKG_CONFIG_PATH": str(next(prefix.rglob("pkgconfig")))}).split()
+        run("gcc", "-std=c99", pages / "examples/read_surface.c", "-o", reader, *flags)
         for command in ([reader], [sys.executable, "-B", pages / "examples/read_surface.py"]):
             self.assertIn("size 176 x 132\n", run(*command, surface))
         flags = run("pkg-config", "--cflags", "--libs", "quillory-graphics",
