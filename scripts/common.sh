@@ -54,6 +54,7 @@ as_root() {
 # are not listed bring a command of their own name.
 declare -A evidence=(
     [dpkg-dev]=dpkg-shlibdeps [llvm]=llvm-profdata
+    [gcc-arm-linux-gnueabihf]=arm-linux-gnueabihf-gcc [gcc-s390x-linux-gnu]=s390x-linux-gnu-gcc
     [groff-base]=groff [ninja-build]=ninja [openssh-client]=ssh [openssh-server]=/usr/sbin/sshd
     [libbenchmark-dev]=benchmark/benchmark.h [libcli11-dev]=CLI/CLI.hpp [libdeflate-dev]=libdeflate.h
     [libgtest-dev]=gtest/gtest.h [liblodepng-dev]=lodepng.h [libpixman-1-dev]=pixman-1/pixman.h

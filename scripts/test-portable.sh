@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs the suite where the everyday builds do not look: both compilers, without and with all
-# optimization, and 64-bit ARM under an emulator.
+# optimization, and 64-bit ARM under an emulator. The variants c-arm and c-s390x run the test of the header for C
+# alone, on emulated machines of 32 bits and of the other byte order.
 #
 #     scripts/test-portable.sh [variant ...]     all of them without arguments
 set -euo pipefail
@@ -15,12 +16,33 @@ declare -A variants=(
     [clang-aarch64]="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake -DCMAKE_CXX_FLAGS_RELEASE=-O2
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++"
 )
+# The compiler, the emulator and the package of the C library for each machine that only the header for C is tested on.
+declare -A c_machines=(
+    [c-arm]="arm-linux-gnueabihf-gcc qemu-arm libc6-dev-armhf-cross"
+    [c-s390x]="s390x-linux-gnu-gcc qemu-s390x libc6-dev-s390x-cross"
+)
+
+# Builds and runs the test of the header for C on machine $1.
+test_c_header() {
+    local compiler emulator c_library
+    read -r compiler emulator c_library <<<"${c_machines[$1]}"
+    install_missing "gcc-${compiler%-gcc}" "$c_library" qemu-user
+    mkdir -p "$tree/build"
+    "$compiler" -std=c99 -O2 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror -static -I "$tree/include" \
+        "$tree/tests/include/quillory_surface_test.c" -o "$tree/build/portable-$1"
+    "$emulator" "$tree/build/portable-$1"
+    echo "The header for C works on $1"
+}
 
 install_missing g++ clang libclang-rt-dev cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
 
-[ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64 clang-aarch64
+[ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64 clang-aarch64 c-arm c-s390x
 for variant in "$@"; do
-    [ -n "${variants[$variant]:-}" ] || fail "unknown variant '$variant'; known are: ${!variants[*]}"
+    if [ -n "${c_machines[$variant]:-}" ]; then
+        test_c_header "$variant"
+        continue
+    fi
+    [ -n "${variants[$variant]:-}" ] || fail "unknown variant '$variant'; known are: ${!variants[*]} ${!c_machines[*]}"
     if [[ $variant == *aarch64 ]]; then
         require_root
         if ! dpkg --print-foreign-architectures | grep -qx arm64; then
