@@ -1,10 +1,12 @@
 // What slabtool reads: its words agree with the decoder's verdict, images that it prepares are
-// taken with their pixels, and no surface file leads it outside of the file.
+// taken with their pixels, and no surface file leads it, or the header for C, outside of the file.
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"
 #include "png/surface_from_png.h"
+#include "quillory_surface.h"
 #include "src/ds_surface.h"
+#include "src/internal/mode_traits.h"
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_reason.h"
 #include "tools/slabtool/images/png_verdict.h"
@@ -48,13 +50,14 @@ std::optional<PngVerdict> judge(ByteView png, bool alphaOnly) {
 
 void checkVerdicts(ByteView png) {
     const auto reason = whyRejected(png);
-    require(!reason || (!reason->empty() && reason->find("does not know") == std::string::npos));
+    require(!reason ||
+            (!reason->words.empty() && reason->words.find("does not know") == std::string::npos));
     const auto verdict = judge(png, false);
     const auto alphaVerdict = judge(png, true);
     if (isAffordable(png)) {
         require(verdict && alphaVerdict);
-        require(decoderTakes(png, false) == !reason && verdict->isTaken == !reason);
-        require(decoderTakes(png, true) == alphaVerdict->isTaken);
+        require(decoderTakes(png, false) == !reason && verdict->isAccepted == !reason);
+        require(decoderTakes(png, true) == alphaVerdict->isAccepted);
     }
 }
 
@@ -115,14 +118,33 @@ void checkPreparation(ByteView png, const PngChanges& changes) {
     }
 }
 
-// ---- info, view and compare
+// ---- info, view and compare, and the header for C
 
-void checkPixels(const SurfacePicture& picture) {
+template <DsColorMode mode>
+uint32_t argb(const uint8_t* pixel) {
+    const uint32_t stored = ds_detail::loadPixel<mode>(pixel);
+    ds_detail::DsColor color = ds_detail::ModeTraits<mode>::decode(stored, {});
+    if constexpr (mode == DsColorMode::ARGB1555) {
+        color.alpha = (stored >> 15) * 255; // which drawing operations do not read
+    }
+    return color.alpha << 24 | color.red << 16 | color.green << 8 | color.blue;
+}
+
+using ArgbOf = uint32_t (*)(const uint8_t* pixel);
+constexpr auto kArgbOf =
+    ds_detail::makePixelModeTable<ArgbOf>([]<DsColorMode mode>() -> ArgbOf { return argb<mode>; });
+
+void checkPixels(const SurfacePicture& picture, const quillory_surface& surface) {
     const uint32_t size = bytesPerPixel(picture.header().colorMode());
+    require(quillory_surface_mode(&surface) == picture.header().mode);
+    require(quillory_surface_rotation(&surface) == picture.header().rotation);
+    require(quillory_surface_width(&surface) == picture.width());
+    require(quillory_surface_height(&surface) == picture.height());
     for (const uint32_t x : {0U, picture.width() / 2, picture.width() - 1}) {
         for (const uint32_t y : {0U, picture.height() / 2, picture.height() - 1}) {
-            const Bytes pixel(picture.pixel(x, y), picture.pixel(x, y) + size); // read, that is all
-            require(pixel.size() == size);
+            const Bytes pixel(picture.pixel(x, y), picture.pixel(x, y) + size);
+            require(quillory_surface_pixel(&surface, x, y) ==
+                    kArgbOf.at(picture.header().mode)(pixel.data()));
         }
     }
 }
@@ -132,13 +154,16 @@ void checkSurfaceFile(const Bytes& file) {
     for (const auto* problems : {&facts.faults, &facts.oddities}) {
         require(std::find(problems->begin(), problems->end(), "") == problems->end());
     }
+    quillory_surface surface;
+    const quillory_verdict verdict = quillory_surface_open(&surface, file.data(), file.size());
     bool isRefused = false;
     try {
-        checkPixels(SurfacePicture(file));
+        checkPixels(SurfacePicture(file), surface);
     } catch (const Refusal&) {
         isRefused = true;
     }
     require(isRefused == !facts.faults.empty());
+    require(isRefused == (verdict != QUILLORY_ACCEPTED));
 }
 
 // A path can be any bytes.
