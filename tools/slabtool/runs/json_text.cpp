@@ -39,16 +39,17 @@ std::string jsonText(const std::string& text) {
     return result + "\"";
 }
 
-std::string jsonMember(const std::string& name, const std::string& text) {
-    std::string member = "\"" + name + "\": " + jsonText(text);
-    if (!isUtf8(text)) {
-        member += ", \"" + name + "_hex\": \"";
-        for (const char c : text) {
-            char digits[3];
-            std::snprintf(digits, sizeof digits, "%02x", unsigned{static_cast<uint8_t>(c)});
-            member += digits;
-        }
-        member += '"';
+std::string hexOf(const std::string& text) {
+    constexpr const char* kDigits = "0123456789abcdef";
+    std::string hex;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        hex += {kDigits[byte >> 4], kDigits[byte & 15]};
     }
-    return member;
+    return hex;
+}
+
+std::string jsonMember(const std::string& name, const std::string& text) {
+    const std::string member = '"' + name + "\": " + jsonText(text);
+    return isUtf8(text) ? member : member + ", \"" + name + "_hex\": \"" + hexOf(text) + '"';
 }

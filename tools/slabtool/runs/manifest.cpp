@@ -3,6 +3,7 @@
 #include "tools/slabtool/runs/manifest.h"
 
 #include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/runs/json_text.h"
 #include "tools/slabtool/runs/utf8.h"
 
 #include <nlohmann/json.hpp>
@@ -23,16 +24,6 @@ constexpr const char* kBroken =
     "is no manifest that slabtool can read: remove it to convert every image again";
 
 // ---- Writing
-
-std::string hexOf(const std::string& text) {
-    constexpr const char* kDigits = "0123456789abcdef";
-    std::string hex;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        hex += {kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-    return hex;
-}
 
 // Adds a member, and its bytes beside it if JSON cannot hold them.
 void putText(Json& object, const std::string& key, const std::string& text) {
