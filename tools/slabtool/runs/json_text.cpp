@@ -50,6 +50,7 @@ std::string hexOf(const std::string& text) {
 }
 
 std::string jsonMember(const std::string& name, const std::string& text) {
-    const std::string member = '"' + name + "\": " + jsonText(text);
-    return isUtf8(text) ? member : member + ", \"" + name + "_hex\": \"" + hexOf(text) + '"';
+    const std::string member = jsonText(name) + ": " + jsonText(text);
+    return isUtf8(text) ? member
+                        : member + ", " + jsonText(name + "_hex") + ": " + jsonText(hexOf(text));
 }
