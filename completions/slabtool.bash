@@ -3,7 +3,7 @@
 _slabtool() {
     local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} options=--help
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert --help' -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert embed --help' -- "$word")
         return
     fi
     case $command in
@@ -11,6 +11,13 @@ _slabtool() {
     check) options+=' --alphaonly --strict' ;;
     prepare) options+=' --key-to-alpha --expand-palette' ;;
     convert) options+=' --alphaonly --background --dither --jobs --json --keep-colors --max-pixels --mode --no-manifest --palette --prune --quiet --rotation --row-alignment --update' ;;
+    embed)
+        options+=' -o --format'
+        if [[ ${COMP_WORDS[COMP_CWORD - 1]} == --format ]]; then
+            mapfile -t COMPREPLY < <(compgen -W 'c asm' -- "$word")
+            return
+        fi
+        ;;
     esac
     if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")

@@ -7,6 +7,7 @@ complete -c slabtool -n __fish_use_subcommand -a check -d 'Report whether pngsla
 complete -c slabtool -n __fish_use_subcommand -a prepare -d 'Write a PNG that pngslab accepts'
 complete -c slabtool -n __fish_use_subcommand -a compare -d 'Tell whether two surface files are the same'
 complete -c slabtool -n __fish_use_subcommand -a convert -d 'Convert images and folders into surface files'
+complete -c slabtool -n __fish_use_subcommand -a embed -d 'Write surface files as arrays for C and C++'
 complete -c slabtool -n '__fish_seen_subcommand_from check prepare' -kfa '(__fish_complete_suffix .png)'
 complete -c slabtool -l help -d 'Print what can be asked for'
 complete -c slabtool -n '__fish_seen_subcommand_from info' -l json -d 'Print a JSON array'
@@ -29,3 +30,5 @@ complete -c slabtool -n '__fish_seen_subcommand_from convert' -l quiet -d 'Print
 complete -c slabtool -n '__fish_seen_subcommand_from convert' -l rotation -xa '90 180 270' -d 'Store the surface turned'
 complete -c slabtool -n '__fish_seen_subcommand_from convert' -l row-alignment -x -d 'Start rows at multiples of bytes'
 complete -c slabtool -n '__fish_seen_subcommand_from convert' -l update -d 'Leave alone what is up to date'
+complete -c slabtool -n '__fish_seen_subcommand_from embed' -s o -r -d 'The files to write, without ending'
+complete -c slabtool -n '__fish_seen_subcommand_from embed' -l format -xa 'c asm' -d 'How the bytes are kept'

@@ -8,6 +8,7 @@ local -a subcommands=(
     'prepare:write a PNG that pngslab accepts, with the same pixels'
     'compare:tell whether two surface files hold the same pixels'
     'convert:convert images and folders of images into surface files'
+    'embed:write surface files as arrays for C and C++'
 )
 
 _arguments -C '(- *)--help[print what can be asked for]' '1:command:->command' '*::argument:->argument'
@@ -45,6 +46,11 @@ argument)
             '*:image or folder:_files'
         ;;
     compare) _arguments $options '1:surface file:_files' '2:surface file:_files' ;;
+    embed)
+        _arguments $options '-o[the files to write]:name without ending:_files' \
+            '--format[how the bytes are kept]:format:((c\:"in the C source" asm\:"read by an assembler"))' \
+            '*:surface file:_files'
+        ;;
     esac
     ;;
 esac

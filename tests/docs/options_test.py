@@ -11,7 +11,7 @@ from pathlib import Path
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 PROGRAMS = {"pngslab": os.environ["PNGSLAB_PROGRAM"], "slabtool": os.environ["PNGSLAB_SLABTOOL"]}
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
-COMMANDS = ["info", "view", "check", "prepare", "compare", "convert"]
+COMMANDS = ["info", "view", "check", "prepare", "compare", "convert", "embed"]
 
 BASH = """source "$1"
 COMP_WORDS=("${@:2}") COMP_CWORD=$(($# - 2))

@@ -6,7 +6,7 @@ namespace {
 
 class Usage : public SlabtoolTest {};
 
-const char* const kCommands[] = {"info", "view", "check", "prepare", "compare"};
+const char* const kCommands[] = {"info", "view", "check", "prepare", "compare", "embed"};
 
 TEST_F(Usage, HelpNamesEverySubCommand) {
     const ProgramOutcome outcome = tool({"--help"});

@@ -164,6 +164,19 @@ void declareConvert(CLI::App& app, ConvertRequest& request, int& status) {
     });
 }
 
+void declareEmbed(CLI::App& app, EmbedRequest& request, int& status) {
+    CLI::App* const command =
+        app.add_subcommand("embed", "Write surface files as arrays for C and C++");
+    addPaths(command, "-o", request.name, "The files to write: NAME.h and NAME.c");
+    addPaths(command, "SURFACE", request.paths, "Surface files");
+    command
+        ->add_option(
+            "--format", request.format,
+            "c, or asm for large sets: an assembler reads the surface files from NAME_data.s")
+        ->check(CLI::IsMember({kCFormat, kAssemblyFormat}));
+    command->callback([&] { status = runEmbed(request); });
+}
+
 // The number of letters to insert, remove or exchange that turn one word into the other.
 size_t editDistance(const std::string& from, const std::string& to) {
     // The distances of the letters so far to each beginning of `to`.
@@ -232,12 +245,14 @@ int run(int argc, char** argv) {
     PrepareRequest prepare;
     CompareRequest compare;
     ConvertRequest convert;
+    EmbedRequest embed;
     declareInfo(app, info, status);
     declareView(app, view, status);
     declareCheck(app, check, status);
     declarePrepare(app, prepare, status);
     declareCompare(app, compare, status);
     declareConvert(app, convert, status);
+    declareEmbed(app, embed, status);
     if (argc > 1 && namesNoCommand(app, argv[1])) {
         reportUnknownCommand(app, argv[1]);
         return kWrongUse;

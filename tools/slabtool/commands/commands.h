@@ -61,3 +61,14 @@ struct ConvertRequest {
 /// Converts images into surface files. @return the exit status: 0 if every image has a surface, 1 if some are
 /// rejected, 128 and its number after a signal. @throws Refusal before anything is written
 int runConvert(const ConvertRequest& request);
+
+inline constexpr const char *kCFormat = "c", *kAssemblyFormat = "asm";
+
+struct EmbedRequest {
+    std::string name;               ///< path of the files to write, without their endings
+    std::vector<std::string> paths; ///< of surface files
+    std::string format = kCFormat;
+};
+
+/// Writes surface files as arrays for C and C++. @return the exit status. @throws Refusal
+int runEmbed(const EmbedRequest& request);
