@@ -42,7 +42,8 @@ for variant in "$@"; do
         test_c_header "$variant"
         continue
     fi
-    [ -n "${variants[$variant]:-}" ] || fail "unknown variant '$variant'; known are: ${!variants[*]} ${!c_machines[*]}"
+    [ -n "${variants[$variant]:-}" ] ||
+        fail "unknown variant '$variant'; known are: ${!variants[*]} ${!c_machines[*]}"
     if [[ $variant == *aarch64 ]]; then
         require_root
         if ! dpkg --print-foreign-architectures | grep -qx arm64; then
