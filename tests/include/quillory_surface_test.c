@@ -50,8 +50,11 @@ static uint8_t* make_file(const uint32_t* header, size_t size) {
         exit(1);
     }
     for (i = 0; i < size; ++i) {
-        file[i] = i < HEADER_BYTES ? (uint8_t)(header[i / 4] >> 8 * (i % 4))
-                                   : (uint8_t)(i - HEADER_BYTES + 1);
+        if (i < HEADER_BYTES) {
+            file[i] = (uint8_t)(header[i / 4] >> 8 * (i % 4));
+        } else {
+            file[i] = (uint8_t)(i - HEADER_BYTES + 1);
+        }
     }
     return file;
 }
