@@ -1,5 +1,5 @@
 // The fast loop: it decodes the symbols of one block without going through the states of the state machine.
-// Photographs take a quarter of the time of the states, graphics less than a third (docs/performance.md).
+// Photographs take less than a quarter of the time of the states, graphics a fifth (docs/performance.md).
 //
 // Input. DEFLATE packs bits from the lowest of each byte upwards. A code comes with its first bit first, so that its
 // bits must be reversed before they compare as a number; the extra bits of a match come as they are. A stretch of
