@@ -84,7 +84,9 @@ void rejectTerminal(std::FILE* file) {
 // `finish` is what tells whether all bytes have left the stream: fflush, or fclose, to which some file
 // systems keep their refusals.
 void writeAll(std::FILE* file, ByteView bytes, int (*finish)(std::FILE*)) {
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    // No bytes may come without an address, which std::fwrite forbids.
+    const bool written =
+        bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
     if (finish(file) != 0 || !written) {
         refuseBySystem("cannot be written");
     }
