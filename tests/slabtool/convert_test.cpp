@@ -99,7 +99,8 @@ TEST_F(Convert, WritesPalettes) {
     const byte_vector image =
         png().indexed(2, 1).plte({1, 2, 3, 4, 5, 6}).trns({7}).pixels({0, 1}).bytes();
     convert(image, {"--palette"});
-    EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}), read("out.palette"));
+    EXPECT_EQ(1024U, read("out.palette").size());
+    EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}), slice(read("out.palette"), 0, 8));
 }
 
 TEST_F(Convert, AlignsRows) {

@@ -40,15 +40,15 @@ TEST(PngLoss, ReadsNothingBeyondDamagedFrames) {
                                  .bytes();
     for (size_t size = 0; size <= file.size(); ++size) {
         const byte_vector cut = slice(file, 0, size);
-        EXPECT_LE(lossesOf(cut).size(), 3U) << size;
+        EXPECT_LE(lossesOf(factsOf(cut)).size(), 3U) << size;
     }
     test_rng rng(7);
     for (int i = 0; i < 5000; ++i) {
         byte_vector damaged = file;
         damaged[random_between(rng, 8, static_cast<uint32_t>(file.size() - 1))] =
             static_cast<uint8_t>(rng());
-        EXPECT_LE(lossesOf(damaged).size(), 6U);
-        EXPECT_LE(orientationOf(damaged), 8U);
+        EXPECT_LE(lossesOf(factsOf(damaged)).size(), 6U);
+        EXPECT_LE(factsOf(damaged).orientation, 8U);
     }
 }
 

@@ -351,10 +351,13 @@ TEST(SurfaceMaker, RejectsStridesBeyondTheHeader) {
 
 TEST(PaletteBlock, HoldsBlueGreenRedAndAlphaIfThereIsAny) {
     const std::array<uint8_t, 3> colors[] = {{1, 2, 3}, {4, 5, 6}};
-    EXPECT_TRUE(same_bytes({3, 2, 1, 6, 5, 4}, paletteBlock(colors, {})));
+    const byte_vector opaque = paletteBlock(colors, {});
+    EXPECT_EQ(768U, opaque.size());
+    EXPECT_TRUE(same_bytes({3, 2, 1, 6, 5, 4, 0, 0, 0}, slice(opaque, 0, 9)));
     const byte_vector alpha = {9};
-    EXPECT_TRUE(same_bytes({3, 2, 1, 9, 6, 5, 4, 255}, paletteBlock(colors, alpha)));
-    EXPECT_TRUE(paletteBlock({}, {}).empty());
+    const byte_vector translucent = paletteBlock(colors, alpha);
+    EXPECT_EQ(1024U, translucent.size());
+    EXPECT_TRUE(same_bytes({3, 2, 1, 9, 6, 5, 4, 255, 0, 0, 0, 255}, slice(translucent, 0, 12)));
 }
 
 } // namespace

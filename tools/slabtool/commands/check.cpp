@@ -50,7 +50,7 @@ std::string fixFor(const std::string& path, ByteView file, bool alphaOnly) {
     if (alphaOnly && file[kColorTypeAt] != kGreyType) {
         return "; it cannot be fixed for --alphaonly, since it is not grayscale";
     }
-    const std::vector<Finding> losses = lossesOf(file);
+    const std::vector<Finding> losses = lossesOf(factsOf(file));
     std::string words;
     for (const Finding& loss : losses) {
         words += optionAgainst(loss) == nullptr ? "; with loss: " + textOf(loss) : "";

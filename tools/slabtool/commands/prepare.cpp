@@ -32,7 +32,7 @@ bool isKept(const Finding& loss, const PngChanges& changes) {
 
 // Says what pngslab will lose of the new file, and what could be done about it.
 void reportLosses(const std::string& path, ByteView original, const PngChanges& changes) {
-    for (const Finding& loss : lossesOf(original)) {
+    for (const Finding& loss : lossesOf(factsOf(original))) {
         if (isKept(loss, changes)) {
             continue;
         }

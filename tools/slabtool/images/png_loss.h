@@ -1,7 +1,7 @@
 // What of a PNG image a surface file does not show.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/images/png_facts.h"
 
 #include <string>
 #include <vector>
@@ -36,13 +36,4 @@ const char* optionAgainst(const Finding& loss);
 /// | orientation | the orientation that Exif data state is ignored                   |
 /// | animation   | one frame is used                                                 |
 /// | 16-bit      | samples of 16 bits are narrowed to 8                              |
-///
-/// Reads the chunks one after the other as far as their frames hold together, whatever stands in them.
-std::vector<Finding> lossesOf(ByteView file);
-
-/// The orientation that Exif data of an image state, 1 to 8; 1 without any.
-uint32_t orientationOf(ByteView file);
-
-/// What the header declares; 0 if the file does not start with a header.
-uint64_t declaredPixels(ByteView file);
-uint8_t declaredColorType(ByteView file);
+std::vector<Finding> lossesOf(const PngFacts& facts);

@@ -38,7 +38,7 @@ PngVerdict accepted(ByteView file, const png_info_t& info, bool alphaOnly) {
     return {true,
             std::string(ds_detail::kModeNames[static_cast<uint32_t>(mode)]) + ", " + sizeOf(info),
             {},
-            lossesOf(file)};
+            lossesOf(factsOf(file))};
 }
 
 PngVerdict acceptedWith(ByteView file, const png_info_t& info, bool alphaOnly,

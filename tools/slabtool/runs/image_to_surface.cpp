@@ -4,6 +4,7 @@
 
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
+#include "tools/slabtool/images/accepted_image.h"
 #include "tools/slabtool/images/orientation.h"
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_verdict.h"
@@ -20,8 +21,8 @@ namespace {
     throw RejectedImage({code, words});
 }
 
-// What libpng reads of an image that pngslab rejects, too.
-PngImage decodeAny(ByteView file, const PngChanges& changes) {
+// An image that the product's decoder does not accept, as far as libpng does.
+PngImage decodeByLibpng(ByteView file, const PngChanges& changes) {
     try {
         return decodePng(file, changes);
     } catch (const RejectedImage&) {
@@ -33,6 +34,11 @@ PngImage decodeAny(ByteView file, const PngChanges& changes) {
                                : verdict.reason;
         throw RejectedImage(reason);
     }
+}
+
+PngImage decodeImage(ByteView file, const PngChanges& changes) {
+    std::optional<PngImage> image = decodeAccepted(file, changes);
+    return image ? *std::move(image) : decodeByLibpng(file, changes);
 }
 
 Bytes serialized(const DsSurface& surface) {
@@ -56,19 +62,16 @@ Bytes withRowAlignment(const DsSurface& surface, uint32_t alignment) {
     return serialized(aligned);
 }
 
-Bytes paletteOf(const PngImage& image) {
-    return paletteBlock(image.palette, image.paletteAlpha);
-}
-
 // As pngslab makes it.
-ConvertedImage convertPlainly(ByteView file, const ConversionRequest& request) {
+ConvertedImage convertPlainly(ByteView file, const PngFacts& facts,
+                              const ConversionRequest& request) {
     ConvertedImage converted = {};
-    converted.losses = lossesOf(file);
+    converted.losses = lossesOf(facts);
     const auto rotation = static_cast<int32_t>(request.rotation);
     std::unique_ptr<DsSurface> surface(
         surface_from_png(file.data(), file.size(), request.alphaOnly, rotation));
     if (surface == nullptr) {
-        const PngImage image = decodeAny(file, {});
+        const PngImage image = decodeByLibpng(file, {});
         if (request.alphaOnly && image.colorType != kGreyType) {
             reject("not-grayscale", "not plain grayscale, which alpha-only surfaces are made of");
         }
@@ -120,17 +123,18 @@ void removeLoss(std::vector<Finding>& losses, const char* code) {
 }
 
 // By samples, with palettes and key colors applied where the mode has room for colors.
-ConvertedImage convertSamples(ByteView file, const ConversionRequest& request) {
+ConvertedImage convertSamples(ByteView file, const PngFacts& facts,
+                              const ConversionRequest& request) {
     ConvertedImage converted = {};
-    converted.losses = lossesOf(file);
+    converted.losses = lossesOf(facts);
     const bool keepsIndices = request.mode && isIndexMode(*request.mode);
-    PngImage image = decodeAny(file, {.keyToAlpha = true, .expandPalette = !keepsIndices});
+    PngImage image = decodeImage(file, {.keyToAlpha = true, .expandPalette = !keepsIndices});
     removeLoss(converted.losses, kKeyColorLoss);
     if (!keepsIndices) {
         removeLoss(converted.losses, kPaletteLoss);
     }
     if (request.keepColors) {
-        applyOrientation(image, orientationOf(file));
+        applyOrientation(image, facts.orientation);
         removeLoss(converted.losses, kOrientationLoss);
     }
     const Samples samples = {image.width, image.height, kindOf(image.colorType), image.samples,
@@ -148,12 +152,13 @@ ConvertedImage convertSamples(ByteView file, const ConversionRequest& request) {
     return converted;
 }
 
-ConvertedImage convertChecked(ByteView file, const ConversionRequest& request) {
+ConvertedImage convertChecked(ByteView file, const PngFacts& facts,
+                              const ConversionRequest& request) {
     const bool isPlain = !request.mode && !request.keepColors;
     ConvertedImage converted =
-        isPlain ? convertPlainly(file, request) : convertSamples(file, request);
-    if (request.palette && declaredColorType(file) == kIndexedType) {
-        converted.palette = paletteOf(decodeAny(file, {}));
+        isPlain ? convertPlainly(file, facts, request) : convertSamples(file, facts, request);
+    if (request.palette && facts.colorType == kIndexedType) {
+        converted.palette = paletteBlock(facts.palette, facts.transparency);
         removeLoss(converted.losses, kPaletteLoss);
     }
     return converted;
@@ -175,12 +180,13 @@ ConvertedImage convertImage(ByteView file, const ConversionRequest& request) {
     if (file.empty()) {
         reject("not-png", "the file is empty");
     }
-    if (declaredPixels(file) > request.maxPixels) {
+    const PngFacts facts = factsOf(file);
+    if (facts.pixels() > request.maxPixels) {
         reject("too-large",
-               "more pixels than --max-pixels allows: " + std::to_string(declaredPixels(file)));
+               "more pixels than --max-pixels allows: " + std::to_string(facts.pixels()));
     }
     try {
-        return convertChecked(file, request);
+        return convertChecked(file, facts, request);
     } catch (const RejectedImage&) {
         throw;
     } catch (const Refusal& refusal) {

@@ -129,9 +129,9 @@ MadeSurface makeSurface(const Samples& samples, const SurfaceRequest& request) {
 
 Bytes paletteBlock(std::span<const std::array<uint8_t, 3>> colors, ByteView alpha) {
     Bytes block;
-    block.reserve(colors.size() * (alpha.empty() ? 3 : 4));
-    for (size_t i = 0; i < colors.size(); ++i) {
-        const auto& [red, green, blue] = colors[i];
+    block.reserve(kPaletteEntries * (alpha.empty() ? 3 : 4));
+    for (size_t i = 0; i < kPaletteEntries; ++i) {
+        const auto [red, green, blue] = i < colors.size() ? colors[i] : std::array<uint8_t, 3>{};
         block.insert(block.end(), {blue, green, red});
         if (!alpha.empty()) {
             block.push_back(entryAlpha(alpha, i));

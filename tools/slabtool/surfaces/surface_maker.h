@@ -54,6 +54,9 @@ struct MadeSurface {
 ///         palette indices, where a pixel is translucent; for a stride beyond 32 bits
 MadeSurface makeSurface(const Samples& samples, const SurfaceRequest& request);
 
+/// Entries of a palette block: one for each value of an index, so that no index leads out of it.
+inline constexpr size_t kPaletteEntries = 256;
+
 /// The palette block of a surface: blue, green, red of every entry, and its alpha if `alpha` is not empty.
-/// Entries beyond `alpha` are opaque.
+/// Entries beyond `colors` are black, entries beyond `alpha` are opaque.
 Bytes paletteBlock(std::span<const std::array<uint8_t, 3>> colors, ByteView alpha);

@@ -1,0 +1,76 @@
+// Chunks are read one by one; what does not fit its frame ends the walk.
+#include "tools/slabtool/images/png_facts.h"
+
+#include "tools/slabtool/images/exif_orientation.h"
+#include "tools/slabtool/images/png_image.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace {
+
+constexpr size_t kSignatureBytes = 8;
+constexpr size_t kLengthBytes = 4, kTypeBytes = 4, kCrcBytes = 4;
+constexpr size_t kHeaderBytes = 13, kHeightAt = 4, kDepthAt = 8, kColorTypeAt = 9;
+constexpr size_t kMaxPaletteBytes = 3 * size_t{256};
+
+uint32_t bigEndian(ByteView bytes) {
+    return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 |
+           uint32_t{bytes[3]};
+}
+
+std::vector<std::array<uint8_t, 3>> paletteIn(ByteView data) {
+    std::vector<std::array<uint8_t, 3>> colors;
+    for (size_t at = 0; at + 3 <= std::min(data.size(), kMaxPaletteBytes); at += 3) {
+        colors.push_back({data[at], data[at + 1], data[at + 2]});
+    }
+    return colors;
+}
+
+void note(PngFacts& facts, std::string_view type, ByteView data) {
+    if (type == "IHDR" && data.size() == kHeaderBytes) {
+        facts.width = bigEndian(data);
+        facts.height = bigEndian(data.subspan(kHeightAt));
+        facts.bitDepth = data[kDepthAt];
+        facts.colorType = data[kColorTypeAt];
+    } else if (type == "tRNS") {
+        facts.hasTransparency = true;
+        if (facts.colorType == kIndexedType) {
+            facts.transparency.assign(data.begin(), data.end());
+        }
+    } else if (type == "PLTE") {
+        facts.palette = paletteIn(data);
+    } else if (type == "iCCP") {
+        facts.hasProfile = true;
+    } else if (type == "sRGB") {
+        facts.isSrgb = true;
+    } else if (type == "acTL") {
+        facts.isAnimated = true;
+    } else if (type == "gAMA" && data.size() == sizeof(uint32_t)) {
+        facts.gamma = bigEndian(data);
+    } else if (type == "eXIf") {
+        facts.orientation = exifOrientation(data);
+    }
+}
+
+} // namespace
+
+PngFacts factsOf(ByteView file) {
+    PngFacts facts;
+    size_t at = kSignatureBytes;
+    while (at <= file.size() && file.size() - at >= kLengthBytes + kTypeBytes) {
+        const size_t length = bigEndian(file.subspan(at));
+        const ByteView rest = file.subspan(at + kLengthBytes + kTypeBytes);
+        if (length + kCrcBytes > rest.size()) {
+            break;
+        }
+        const std::string_view type(reinterpret_cast<const char*>(file.data()) + at + kLengthBytes,
+                                    kTypeBytes);
+        if (type == "IEND") {
+            break;
+        }
+        note(facts, type, rest.first(length));
+        at += kLengthBytes + kTypeBytes + length + kCrcBytes;
+    }
+    return facts;
+}
