@@ -7,9 +7,10 @@ _slabtool() {
         return
     fi
     case $command in
-    info) options+=' --json' ;;
-    check) options+=' --alphaonly --strict' ;;
-    prepare) options+=' --key-to-alpha --expand-palette' ;;
+    info | compare) options+=' --jobs --json --quiet' ;;
+    view) options+=' --palette' ;;
+    check) options+=' --alphaonly --jobs --json --quiet --strict' ;;
+    prepare) options+=' --expand-palette --jobs --json --key-to-alpha --output-dir --quiet --small' ;;
     convert) options+=' --alphaonly --background --dither --jobs --json --keep-colors --max-pixels --mode --no-manifest --palette --prune --quiet --rotation --row-alignment --update' ;;
     embed)
         options+=' -o --format'

@@ -10,7 +10,7 @@
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_reason.h"
 #include "tools/slabtool/images/png_verdict.h"
-#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/runs/json_line.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <algorithm>
@@ -170,7 +170,9 @@ void checkSurfaceFile(const Bytes& file) {
 void checkTexts(const Bytes& bytes) {
     const auto isControl = [](char c) { return static_cast<uint8_t>(c) < 0x20; };
     const std::string text(bytes.begin(), bytes.end());
-    for (const std::string& shown : {jsonText(text), printable(text)}) {
+    Json object;
+    addText(object, "text", text);
+    for (const std::string& shown : {jsonLine(object), printable(text)}) {
         require(std::none_of(shown.begin(), shown.end(), isControl));
     }
     require(shellWord(text).size() >= text.size());

@@ -376,10 +376,9 @@ TEST_F(Check, NamesNoCommandForALineBreakAtTheEnd) {
 TEST_F(Check, PrintsOneLineForEveryOneOfThousands) {
     write("good.png", png().gray(2, 2).bytes());
     write("bad.png", {1});
-    std::vector<std::string> arguments = {"check", "missing.png", "."};
+    std::vector<std::string> arguments = {"check", "missing.png"};
     std::string lines =
-        "missing.png: rejected: cannot be opened: No such file or directory [unreadable]\n"
-        ".: rejected: cannot be read: Is a directory [unreadable]\n";
+        "missing.png: rejected: cannot be opened: No such file or directory [unreadable]\n";
     for (int i = 0; i < 2000; ++i) {
         arguments.insert(arguments.end(), {"good.png", "bad.png"});
         lines += "good.png: accepted: I8, 2 x 2\n"
@@ -388,6 +387,45 @@ TEST_F(Check, PrintsOneLineForEveryOneOfThousands) {
                  "fixed, since libpng says: the file ends too early\n";
     }
     expectTool(1, lines, "", arguments);
+}
+
+TEST_F(Check, GoesThroughFolders) {
+    std::filesystem::create_directories(path("in/b"));
+    write("in/b/good.PNG", png().gray(2, 2).bytes());
+    write("in/c.png", png().gray(3, 3).bytes());
+    write("in/lossy.png", png().indexed(2, 2).bytes());
+    write("in/readme.txt", {1});
+    const std::string rejection =
+        "in/b/good.PNG: rejected: its name does not end in .png [file-name]; fix: mv -i "
+        "in/b/good.PNG in/b/good.png\n";
+    const std::string loss = "in/lossy.png: accepted with loss: I8, 2 x 2; the palette is not in "
+                             "the surface file [palette]; fix: slabtool prepare --expand-palette "
+                             "in/lossy.png in/lossy-prepared.png\n";
+    for (const char* jobs : {"1", "3"}) {
+        expectTool(1,
+                   rejection + "in/c.png: accepted: I8, 3 x 3\n" + loss +
+                       "accepted 1, with loss 1, rejected 1\n",
+                   "", {"check", "--jobs", jobs, "in"});
+    }
+    expectTool(1, rejection, "", {"check", "--quiet", "in"});
+    expectTool(1, rejection + loss, "", {"check", "--quiet", "--strict", "in"});
+}
+
+TEST_F(Check, PrintsJson) {
+    write("a\xE4.png", png().indexed(2, 2).bytes());
+    write("b.png", {1});
+    expectTool(
+        1,
+        "{\"input\":\"a\xEF\xBF\xBD.png\",\"input_hex\":\"61e42e706e67\",\"outcome\":"
+        "\"accepted-with-loss\",\"surface\":\"I8, 2 x 2\",\"losses\":[{\"code\":\"palette\","
+        "\"words\":\"the palette is not in the surface file\"}],\"fix\":\"slabtool prepare "
+        "--expand-palette 'a\xEF\xBF\xBD.png' 'a\xEF\xBF\xBD-prepared.png'\",\"fix_hex\":"
+        "\"736c6162746f6f6c2070726570617265202d2d657870616e642d70616c65747465202761e42e706e67272"
+        "02761e42d70726570617265642e706e6727\"}\n"
+        "{\"input\":\"b.png\",\"outcome\":\"rejected\",\"reason\":{\"code\":\"not-png\","
+        "\"words\":\"not a PNG file: its first 8 bytes are others\"},\"losses\":[],\"note\":\"it "
+        "cannot be fixed, since libpng says: the file ends too early\"}\n",
+        "", {"check", "--json", "a\xE4.png", "b.png"});
 }
 
 TEST_F(Check, ShowsNoControlCharacters) {

@@ -120,4 +120,40 @@ TEST_F(Compare, RefusesBrokenFiles) {
                {"compare", "c.surface", "a.surface"});
 }
 
+TEST_F(Compare, PairsTheFilesOfFolders) {
+    for (const char* folder : {"old/b", "new/b"}) {
+        std::filesystem::create_directories(path(folder));
+    }
+    makeSurface("old/a.surface", png().gray(2, 1).pixels({1, 2}).bytes());
+    makeSurface("new/a.surface", png().gray(2, 1).pixels({1, 3}).bytes());
+    makeSurface("old/b/same.surface", png().rgb(2, 2).bytes());
+    makeSurface("new/b/same.surface", png().rgb(2, 2).bytes());
+    makeSurface("old/gone.surface", png().rgb(2, 2).bytes());
+    write("new/z.surface", {1});
+    const std::string differences =
+        "a.surface: 1 of 2 pixels differ, the first at x 1, y 0: 02 and 03\n"
+        "gone.surface: only in old\n"
+        "z.surface: only in new\n";
+    expectTool(1, differences + "equal 1, different 3\n", "", {"compare", "old", "new"});
+    expectTool(1, differences, "", {"compare", "--quiet", "--jobs", "2", "old", "new"});
+    expectTool(0, "equal 3, different 0\n", "", {"compare", "old", "old"});
+    write("old/z.surface", {1});
+    EXPECT_NE(std::string::npos,
+              tool({"compare", "old", "new"})
+                  .output.find("z.surface: old/z.surface: shorter than the header"));
+    expectTool(1, "", "slabtool: a file and a folder cannot be compared\n",
+               {"compare", "old", "old/a.surface"});
+}
+
+TEST_F(Compare, PrintsJson) {
+    makeSurface("a.surface", png().gray(2, 1).pixels({1, 2}).bytes());
+    makeSurface("b.surface", png().gray(2, 1).pixels({1, 3}).bytes());
+    expectTool(
+        1,
+        "{\"first\":\"a.surface\",\"second\":\"b.surface\",\"equal\":false,\"words\":[\"1 of "
+        "2 pixels differ, the first at x 1, y 0: 02 and 03\"]}\n",
+        "", {"compare", "--json", "a.surface", "b.surface"});
+    expectTool(0, "", "", {"compare", "--quiet", "a.surface", "a.surface"});
+}
+
 } // namespace

@@ -194,11 +194,10 @@ TEST_F(Convert, RejectsMorePixelsThanAllowed) {
 
 TEST_F(Convert, PrintsAnObjectForEachImage) {
     write("images/b.png", {'x'});
-    EXPECT_EQ(
-        "{\"input\": \"images/b.png\", \"output\": \"b.surface\", \"outcome\": \"rejected\", "
-        "\"reason\": {\"code\": \"not-png\", \"words\": \"not a PNG file: its first 8 bytes are "
-        "others\"}, \"losses\": []}\n",
-        tool({"convert", "--json", "images", "surfaces"}).output);
+    EXPECT_EQ("{\"input\":\"images/b.png\",\"output\":\"b.surface\",\"outcome\":\"rejected\","
+              "\"reason\":{\"code\":\"not-png\",\"words\":\"not a PNG file: its first 8 bytes are "
+              "others\"},\"losses\":[]}\n",
+              tool({"convert", "--json", "images", "surfaces"}).output);
 }
 
 } // namespace

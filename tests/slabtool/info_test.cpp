@@ -2,7 +2,7 @@
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
-#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/runs/json_line.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 namespace {
@@ -73,9 +73,9 @@ TEST_F(Info, PrintsEveryProblem) {
                "", {"info", "a.surface"});
     const ProgramOutcome json = tool({"info", "--json", "a.surface"});
     EXPECT_NE(std::string::npos,
-              json.output.find("\"problems\": [\"colour mode 77 is unknown\", \"width 0 is not "
-                               "between 1 and 2147483647\", \"rotation 45 is none of 0, 90, 180 "
-                               "and 270\"]}"))
+              json.output.find("\"problems\":[\"colour mode 77 is unknown\",\"width 0 is not "
+                               "between 1 and 2147483647\",\"rotation 45 is none of 0, 90, 180 "
+                               "and 270\"]"))
         << json.output;
 }
 
@@ -94,10 +94,11 @@ TEST_F(Info, NamesPngImagesAsSuch) {
         "this is a PNG image, not a surface file: slabtool check tells whether pngslab accepts it";
     expectTool(1, "a.png: not consistent\n  problem: " + problem + "\n", "", {"info", "a.png"});
     expectTool(1, "", "slabtool: a.png: " + problem + "\n", {"view", "a.png", "b.png"});
-    expectTool(1,
-               "[\n{\"file\": \"a.png\", \"consistent\": false, \"bytes\": " +
-                   std::to_string(image.size()) + ", \"problems\": [\"" + problem + "\"]}\n]\n",
-               "", {"info", "--json", "a.png"});
+    expectTool(
+        1,
+        "[\n{\"file\":\"a.png\",\"consistent\":false,\"bytes\":" + std::to_string(image.size()) +
+            ",\"problems\":[\"" + problem + "\"],\"notes\":[]}\n]\n",
+        "", {"info", "--json", "a.png"});
     EXPECT_EQ(Problems{problem}, problemsOf(slice(image, 0, 8)));
     EXPECT_EQ(Problems{"shorter than the header of 20 bytes"}, problemsOf(slice(image, 0, 7)));
 }
@@ -107,14 +108,14 @@ TEST_F(Info, PrintsJson) {
     write("b \"b\"", {1, 2, 3});
     expectTool(1,
                "[\n"
-               "{\"file\": \"a.surface\", \"consistent\": true, \"bytes\": 32, \"rotation\": 0, "
-               "\"mode\": 9, \"modeName\": \"A8\", \"bytesPerPixel\": 1, \"width\": 4, "
-               "\"height\": 3, \"stride\": 4, \"linePadding\": 0, \"endPadding\": 0, "
-               "\"problems\": []},\n"
-               "{\"file\": \"b \\\"b\\\"\", \"consistent\": false, \"bytes\": 3, \"problems\": "
-               "[\"shorter than the header of 20 bytes\"]},\n"
-               "{\"file\": \"missing\", \"consistent\": false, \"problems\": "
-               "[\"cannot be opened: No such file or directory\"]}\n"
+               "{\"file\":\"a.surface\",\"consistent\":true,\"bytes\":32,\"rotation\":0,"
+               "\"mode\":9,\"modeName\":\"A8\",\"bytesPerPixel\":1,\"width\":4,\"height\":3,"
+               "\"stride\":4,\"linePadding\":0,\"endPadding\":0,\"problems\":[],\"notes\":"
+               "[{\"code\":\"alpha-only\",\"words\":\"alpha values, without colors\"}]},\n"
+               "{\"file\":\"b \\\"b\\\"\",\"consistent\":false,\"bytes\":3,\"problems\":"
+               "[\"shorter than the header of 20 bytes\"],\"notes\":[]},\n"
+               "{\"file\":\"missing\",\"consistent\":false,\"problems\":"
+               "[\"cannot be opened: No such file or directory\"],\"notes\":[]}\n"
                "]\n",
                "slabtool: missing: cannot be opened: No such file or directory\n",
                {"info", "--json", "a.surface", "b \"b\"", "missing"});
@@ -122,12 +123,30 @@ TEST_F(Info, PrintsJson) {
 
 TEST_F(Info, GoesOnBehindFilesThatCannotBeRead) {
     write("a.surface", surfaceOfMode(5));
-    const ProgramOutcome outcome = tool({"info", "missing", ".", "a.surface"});
+    const ProgramOutcome outcome = tool({"info", "missing", "/dev/fd/0/", "a.surface"});
     EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_TRUE(outcome.output.starts_with("a.surface: consistent\n")) << outcome.output;
     EXPECT_EQ("slabtool: missing: cannot be opened: No such file or directory\n"
-              "slabtool: .: cannot be read: Is a directory\n",
+              "slabtool: /dev/fd/0/: cannot be opened: Not a directory\n",
               outcome.errors);
+}
+
+TEST_F(Info, GoesThroughFolders) {
+    std::filesystem::create_directories(path("in/b"));
+    write("in/b/c.surface", surfaceOfMode(5));
+    write("in/a.surface", {1, 2});
+    write("in/readme.txt", {1});
+    const std::string problem =
+        "in/a.surface: not consistent\n  problem: shorter than the header of 20 bytes\n";
+    for (const char* jobs : {"1", "4"}) {
+        const ProgramOutcome outcome = tool({"info", "--jobs", jobs, "in"});
+        EXPECT_EQ(1, outcome.exitStatus);
+        EXPECT_TRUE(outcome.output.starts_with(problem + "in/b/c.surface: consistent\n"))
+            << outcome.output;
+    }
+    expectTool(1, problem, "", {"info", "--quiet", "in"});
+    std::filesystem::create_directory(path("empty"));
+    expectTool(0, "[\n]\n", "", {"info", "--json", "empty"});
 }
 
 TEST_F(Info, ReadsStandardInput) {
@@ -229,24 +248,15 @@ TEST(SurfaceHeaders, NeedPixelsAndStridesThatHoldThem) {
               problems(0x40000001, 1, 4).front());
 }
 
-TEST(JsonText, EscapesWhatItMust) {
-    EXPECT_EQ("\"a\\\"b\\\\c\\u000Ad\"", jsonText("a\"b\\c\nd"));
-}
-
-TEST(JsonText, KeepsUtf8AndReplacesAnythingElse) {
-    EXPECT_EQ("\"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\"",
-              jsonText("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"));
-    EXPECT_EQ("\"\xE1\x80\x80\"", jsonText("\xE1\x80\x80"));
-    EXPECT_EQ("\"\xF1\x80\x80\x80\"", jsonText("\xF1\x80\x80\x80"));
-    EXPECT_EQ("\"\\u0000\"", jsonText(std::string(1, '\0')));
-    EXPECT_EQ("\"a\\uFFFDb\"", jsonText("a\xE4"
-                                        "b"));
-    EXPECT_EQ("\"\\uFFFD\\uFFFD\"", jsonText("\xC0\x80"));            // overlong
-    EXPECT_EQ("\"\\uFFFD\\uFFFD\\uFFFD\"", jsonText("\xED\xA0\x80")); // a surrogate
-    EXPECT_EQ("\"\\uFFFDbc\"", jsonText("\xE4"
-                                        "bc"));
-    EXPECT_EQ("\"\\uFFFD\"", jsonText("\xC3")); // cut short
-    EXPECT_EQ("\"\\uFFFD\\uFFFD\\uFFFD\\uFFFD\"", jsonText("\xF4\x90\x80\x80"));
+TEST(JsonLine, KeepsTheBytesOfNamesThatAreNotUtf8) {
+    Json object;
+    addText(object, "plain", "a\"b\n\xC3\xA4");
+    addText(object, "cut",
+            "a\xE4"
+            "b\xC3");
+    EXPECT_EQ("{\"plain\":\"a\\\"b\\n\xC3\xA4\",\"cut\":\"a\xEF\xBF\xBD"
+              "b\xEF\xBF\xBD\",\"cut_hex\":\"61e462c3\"}",
+              jsonLine(object));
 }
 
 } // namespace

@@ -160,7 +160,7 @@ TEST_F(Inputs, FromStandardInputGiveNoName) {
         planJobs({"-", "-"}, path("out"), ".surface");
         ADD_FAILURE() << "not refused";
     } catch (const Refusal& refusal) {
-        EXPECT_STREQ("-: standard input gives no name to a surface in a folder", refusal.what());
+        EXPECT_STREQ("-: standard input gives no name to a file in a folder", refusal.what());
     }
 }
 

@@ -326,4 +326,58 @@ TEST_F(Prepare, EndsOnEveryDamagedFile) {
     }
 }
 
+// ---- Folders
+
+TEST_F(Prepare, MirrorsTheTreesOfFolders) {
+    std::filesystem::create_directories(path("in/b"));
+    write("in/a.png", libpng_encode(noise_image(kGray, 16, false, 4, 4)));
+    write("in/b/c.PNG", png().rgb(2, 2).bytes());
+    write("in/broken.png", {1, 2, 3});
+    write("in/readme.txt", {1});
+    const std::string rejection = "in/broken.png: rejected: the file ends too early [unreadable]\n";
+    for (const char* jobs : {"1", "3"}) {
+        const ProgramOutcome outcome =
+            tool({"prepare", "--jobs", jobs, "--output-dir", "out", "in"});
+        EXPECT_EQ(1, outcome.exitStatus);
+        EXPECT_TRUE(outcome.output.ends_with("prepared 2, with loss 1, rejected 1\n"))
+            << outcome.output;
+        EXPECT_NE(std::string::npos, outcome.output.find(rejection)) << outcome.output;
+        EXPECT_TRUE(converterTakes(read("out/a.png")));
+        EXPECT_TRUE(converterTakes(read("out/b/c.png")));
+        EXPECT_FALSE(exists("out/broken.png"));
+    }
+    expectTool(1, rejection, "", {"prepare", "--quiet", "--output-dir", "out", "in"});
+    expectTool(0,
+               "{\"input\":\"in/a.png\",\"output\":\"a.png\",\"outcome\":\"prepared-with-loss\","
+               "\"losses\":[{\"code\":\"16-bit\",\"words\":\"16 bits a sample become 8\"}]}\n",
+               "", {"prepare", "--json", "--output-dir", "out", "in/a.png"});
+}
+
+TEST_F(Prepare, LeavesTheSourcesOfAFolderAlone) {
+    std::filesystem::create_directories(path("in"));
+    const byte_vector image = libpng_encode(noise_image(kGray, 16, false, 4, 4));
+    write("in/a.png", image);
+    expectTool(1, "",
+               "slabtool: in/a.png: the prepared image would take its place; choose another "
+               "folder\n",
+               {"prepare", "--output-dir", "in", "in"});
+    EXPECT_TRUE(same_bytes(image, read("in/a.png")));
+}
+
+TEST_F(Prepare, TakesOneImageOrAFolder) {
+    const std::string words =
+        "PATH: name an image and the PNG to write, or a folder with --output-dir\n"
+        "Run with --help for more information.\n";
+    expectTool(2, "", words, {"prepare", "a.png"});
+    expectTool(2, "", words, {"prepare", "a.png", "b.png", "c.png"});
+}
+
+TEST_F(Prepare, IsNoLargerIfSmall) {
+    const byte_vector image = libpng_encode(noise_image(kGray, 16, false, 40, 40));
+    const byte_vector quick = prepare(image, kNarrowingNote);
+    const byte_vector small = prepare(image, kNarrowingNote, {"--small"});
+    EXPECT_LE(small.size(), quick.size());
+    EXPECT_TRUE(samePicture(quick, small));
+}
+
 } // namespace

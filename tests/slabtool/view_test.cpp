@@ -7,10 +7,11 @@
 
 namespace {
 
-const std::string kIndexNote = "slabtool: a.surface: palette indices (or grey values) are drawn as "
-                               "grey: surface files carry no palette\n";
+const std::string kIndexNote =
+    "slabtool: a.surface: note: gray values, or indices whose palette is not in the surface file "
+    "[palette]; drawn as gray\n";
 const std::string kAlphaNote =
-    "slabtool: a.surface: alpha values are drawn as grey: the surface has no colours\n";
+    "slabtool: a.surface: note: alpha values, without colors [alpha-only]; drawn as gray\n";
 
 class View : public SlabtoolTest {
 protected:
@@ -105,6 +106,31 @@ TEST_F(View, LeavesPaddingOut) {
     byte_vector file = makeFileHeader(0, DsColorMode::RGB888, 1, 2, 5);
     append(file, {1, 2, 3, 99, 99, 4, 5, 6, 99, 99});
     EXPECT_EQ((byte_vector{1, 2, 3, 4, 5, 6}), drawFile(file).pixels);
+}
+
+TEST_F(View, DrawsIndicesInTheColorsOfAPaletteFile) {
+    const byte_vector image =
+        png().indexed(3, 1).plte({1, 2, 3, 4, 5, 6}).trns({7}).pixels({0, 1, 9}).bytes();
+    write("in.png", image);
+    ASSERT_EQ(0, tool({"convert", "--palette", "in.png", "a.surface"}).exitStatus);
+    expectTool(0, "", "", {"view", "--palette", "a.palette", "a.surface", "a.png"});
+    EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255, 0, 0, 0, 255}),
+              oracle_decode_png(read("a.png"), oracle_reading::as_stored)->pixels);
+    ASSERT_EQ(0, tool({"convert", "--mode", "AI88", "in.png", "b.surface"}).exitStatus);
+    expectTool(0, "", "", {"view", "--palette", "a.palette", "b.surface", "b.png"});
+    EXPECT_TRUE(same_bytes(read("a.png"), read("b.png")));
+}
+
+TEST_F(View, RejectsPalettesThatDoNotFit) {
+    makeSurface("a.surface", png().rgb(2, 2).bytes());
+    makeSurface("b.surface", png().gray(2, 2).bytes());
+    write("short.palette", byte_vector(767));
+    write("a.palette", byte_vector(768));
+    expectTool(1, "", "slabtool: short.palette: is no palette file, which has 768 or 1024 bytes\n",
+               {"view", "--palette", "short.palette", "b.surface", "a.png"});
+    expectTool(1, "", "slabtool: a.surface: RGB888 has no palette indices: leave --palette out\n",
+               {"view", "--palette", "a.palette", "a.surface", "a.png"});
+    EXPECT_FALSE(exists("a.png"));
 }
 
 TEST_F(View, WritesToStandardOutput) {

@@ -48,11 +48,20 @@ CLI::Option* addPaths(CLI::App* command, const char* name, Paths& paths, const c
     return command->add_option(name, paths, description)->required()->transform(showBrackets);
 }
 
+// What every sub-command for many files takes.
+void declareBatch(CLI::App* command, BatchOptions& batch, const char* quiet, const char* json) {
+    command->add_option("--jobs", batch.jobs, "Threads; one for each processor if not given");
+    command->add_flag("--quiet", batch.quiet, quiet);
+    command->add_flag("--json", batch.json, json);
+}
+
 void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
     CLI::App* const command =
         app.add_subcommand("info", "Print what surface files say and whether it fits together");
-    addPaths(command, "SURFACE", request.paths, "Surface files; - is standard input");
-    command->add_flag("--json", request.json, "Print a JSON array, one object a file");
+    addPaths(command, "SURFACE", request.paths,
+             "Surface files and folders of them; - is standard input");
+    declareBatch(command, request.batch, "Print inconsistent files only",
+                 "Print a JSON array, one object a file");
     command->callback([&] { status = runInfo(request); });
 }
 
@@ -61,36 +70,61 @@ void declareView(CLI::App& app, ViewRequest& request, int& status) {
         app.add_subcommand("view", "Draw a surface file as a PNG, upright again");
     addPaths(command, "SURFACE", request.surfacePath, "The surface file; - is standard input");
     addPaths(command, "PNG", request.pngPath, "The PNG to write; - is standard output");
+    command->add_option("--palette", request.palettePath,
+                        "Draw palette indices in the colors of this file, NAME.palette");
     command->callback([&] { status = runView(request); });
 }
 
 void declareCheck(CLI::App& app, CheckRequest& request, int& status) {
     CLI::App* const command = app.add_subcommand(
         "check", "Report whether pngslab accepts each image; if not, why, and how to fix it");
-    addPaths(command, "IMAGE", request.paths, "PNG files; - is standard input");
+    addPaths(command, "IMAGE", request.paths, "PNG files and folders of them; - is standard input");
     command->add_flag("--alphaonly", request.alphaOnly, "Judge as pngslab --alphaonly does");
     command->add_flag("--strict", request.strict,
                       "Exit with 1 also if an image is accepted with loss");
+    declareBatch(command, request.batch, "Print what the exit status counts only",
+                 "Print a JSON object for each image");
     command->callback([&] { status = runCheck(request); });
 }
 
 void declarePrepare(CLI::App& app, PrepareRequest& request, int& status) {
-    CLI::App* const command =
-        app.add_subcommand("prepare", "Write a PNG that pngslab accepts, with the same pixels");
-    addPaths(command, "IN", request.input, "Any PNG; - is standard input");
-    addPaths(command, "OUT", request.output, "The PNG to write; - is standard output");
+    CLI::App* const command = app.add_subcommand(
+        "prepare", "Write PNG images that pngslab accepts, with the same pixels");
+    addPaths(command, "PATH", request.inputs,
+             "Any PNG, and the PNG to write (- is standard input or output); with --output-dir, "
+             "PNG files and folders")
+        ->expected(1, CLI::detail::expected_max_vector_size);
+    CLI::Option* const folder = command->add_option(
+        "--output-dir", request.output, "Write into this folder, the trees of folders mirrored");
     command->add_flag("--key-to-alpha", request.changes.keyToAlpha,
-                      "Turn a colour that means \"transparent\" into an alpha channel");
+                      "Turn a color that means \"transparent\" into an alpha channel");
     command->add_flag("--expand-palette", request.changes.expandPalette,
-                      "Turn palette indices into their colours, with alpha if there is any");
-    command->callback([&] { status = runPrepare(request); });
+                      "Turn palette indices into their colors, with alpha if there is any");
+    command->add_flag("--small", request.small,
+                      "Try every setting of the encoder, and keep the smallest file");
+    declareBatch(command, request.batch, "Print rejections only",
+                 "Print a JSON object for each image");
+    command->callback([&, folder] {
+        request.isIntoFolder = folder->count() != 0;
+        if (!request.isIntoFolder) {
+            if (request.inputs.size() != 2) {
+                throw CLI::ValidationError("PATH", "name an image and the PNG to write, or a "
+                                                   "folder with --output-dir");
+            }
+            request.output = request.inputs.back();
+            request.inputs.pop_back();
+        }
+        status = runPrepare(request);
+    });
 }
 
 void declareCompare(CLI::App& app, CompareRequest& request, int& status) {
     CLI::App* const command =
-        app.add_subcommand("compare", "Tell whether two surface files hold the same pixels");
-    addPaths(command, "SURFACE1", request.first, "A surface file");
+        app.add_subcommand("compare", "Report whether two surface files hold the same pixels");
+    addPaths(command, "SURFACE1", request.first, "A surface file, or a folder of them");
     addPaths(command, "SURFACE2", request.second, "Another one");
+    declareBatch(command, request.batch, "Print differences only",
+                 "Print a JSON object for each pair");
     command->callback([&] { status = runCompare(request); });
 }
 
@@ -151,12 +185,11 @@ void declareConvert(CLI::App& app, ConvertRequest& request, int& status) {
              "PNG files and folders, and last the output: a surface file or a folder")
         ->expected(2, CLI::detail::expected_max_vector_size);
     declareConversion(command, request.conversion);
-    command->add_option("--jobs", request.jobs, "Threads; one for each processor if not given");
     command->add_flag("--update", request.update, "Leave alone what is up to date");
     command->add_flag("--prune", request.prune, "Remove surfaces whose image is gone");
     command->add_flag("--no-manifest", request.noManifest, "Write no surfaces.json");
-    command->add_flag("--quiet", request.quiet, "Print rejections only");
-    command->add_flag("--json", request.json, "Print a JSON object for each image as it finishes");
+    declareBatch(command, request.batch, "Print rejections only",
+                 "Print a JSON object for each image as it finishes");
     command->callback([&] {
         request.output = request.inputs.back();
         request.inputs.pop_back();

@@ -3,14 +3,15 @@
 #pragma once
 
 #include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/runs/batch.h"
 #include "tools/slabtool/runs/image_to_surface.h"
 
 #include <string>
 #include <vector>
 
 struct InfoRequest {
-    std::vector<std::string> paths;
-    bool json = false;
+    std::vector<std::string> paths; ///< surface files and folders
+    BatchOptions batch;
 };
 
 /// Prints what surface files say about themselves, and whether that fits together.
@@ -19,15 +20,17 @@ int runInfo(const InfoRequest& request);
 
 struct ViewRequest {
     std::string surfacePath, pngPath;
+    std::string palettePath; ///< of a palette file; empty without one
 };
 
 /// Draws a surface file as a PNG to look at. @return the exit status. @throws Refusal
 int runView(const ViewRequest& request);
 
 struct CheckRequest {
-    std::vector<std::string> paths;
-    bool alphaOnly = false; ///< for surfaces of alpha only
-    bool strict = false;    ///< a loss counts as a rejection in the exit status
+    std::vector<std::string> paths; ///< images and folders
+    bool alphaOnly = false;         ///< for surfaces of alpha only
+    bool strict = false;            ///< a loss counts as a rejection in the exit status
+    BatchOptions batch;
 };
 
 /// Prints a line for each image: whether pngslab accepts it, and what the surface loses; if not, why; and how to fix
@@ -35,27 +38,34 @@ struct CheckRequest {
 int runCheck(const CheckRequest& request);
 
 struct PrepareRequest {
-    std::string input, output; ///< paths
+    std::vector<std::string> inputs; ///< images and folders
+    std::string output;              ///< a file, or a folder
+    bool isIntoFolder = false;       ///< otherwise one image becomes one file
     PngChanges changes;
+    bool small = false; ///< try every setting, and keep the smallest file
+    BatchOptions batch;
 };
 
-/// Writes an image that pngslab accepts, with the same pixels. @return the exit status. @throws Refusal
+/// Writes images that pngslab accepts, with the same pixels. @return the exit status: 1 if some are rejected, 128 and
+/// its number after a signal. @throws Refusal before anything is written
 int runPrepare(const PrepareRequest& request);
 
 struct CompareRequest {
-    std::string first, second; ///< paths
+    std::string first, second; ///< two surface files or two folders of them
+    BatchOptions batch;
 };
 
-/// Prints whether two surface files hold the same picture in the same way.
+/// Prints whether surface files hold the same pictures in the same way; those of folders go by their places there.
 /// @return the exit status: 0 if they are equal. @throws Refusal
 int runCompare(const CompareRequest& request);
 
 struct ConvertRequest {
     std::vector<std::string> inputs; ///< images and folders
-    std::string output;              ///< a file or a folder
+    std::string output;              ///< a file, or a folder
+    bool isIntoFolder = false;       ///< otherwise one image becomes one file
     ConversionRequest conversion;
-    unsigned jobs = 0; ///< threads; 0: one for each processor
-    bool update = false, prune = false, noManifest = false, quiet = false, json = false;
+    bool update = false, prune = false, noManifest = false;
+    BatchOptions batch;
 };
 
 /// Converts images into surface files. @return the exit status: 0 if every image has a surface, 1 if some are

@@ -2,11 +2,15 @@
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/runs/folder_walk.h"
+#include "tools/slabtool/runs/json_line.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <new>
+#include <utility>
 
 namespace {
 
@@ -30,56 +34,165 @@ Difference differenceOf(const SurfacePicture& first, const SurfacePicture& secon
     return difference;
 }
 
-void printBytes(const SurfacePicture& picture, const Difference& difference) {
+std::string bytesOf(const SurfacePicture& picture, const Difference& difference) {
     const uint8_t* const pixel = picture.pixel(difference.x, difference.y);
+    std::string text;
     for (uint32_t i = 0; i < bytesPerPixel(picture.header().colorMode()); ++i) {
-        std::printf("%s%02x", i == 0 ? "" : " ", pixel[i]);
+        char byte[4];
+        std::snprintf(byte, sizeof byte, "%s%02x", i == 0 ? "" : " ", pixel[i]);
+        text += byte;
     }
+    return text;
 }
 
-// Whether the pixels can be compared at all.
-bool printHeaderDifferences(const SurfacePicture& first, const SurfacePicture& second) {
+std::string sizeOf(const SurfacePicture& picture) {
+    return std::to_string(picture.width()) + " x " + std::to_string(picture.height());
+}
+
+// What is said of two surface files.
+struct Comparison {
+    bool isEqual = false;
+    std::vector<std::string> words = {};
+};
+
+// @return whether the pixels can be compared at all
+bool compareHeaders(const SurfacePicture& first, const SurfacePicture& second,
+                    Comparison& comparison) {
     const SurfaceHeader& a = first.header();
     const SurfaceHeader& b = second.header();
     if (a.mode != b.mode) {
-        std::printf("different colour modes: %s and %s\n", colorModeName(a.mode),
-                    colorModeName(b.mode));
+        comparison.words.push_back(std::string("different colour modes: ") + colorModeName(a.mode) +
+                                   " and " + colorModeName(b.mode));
     }
     if (first.width() != second.width() || first.height() != second.height()) {
-        std::printf("different sizes: %" PRIu32 " x %" PRIu32 " and %" PRIu32 " x %" PRIu32 "\n",
-                    first.width(), first.height(), second.width(), second.height());
+        comparison.words.push_back("different sizes: " + sizeOf(first) + " and " + sizeOf(second));
         return false;
     }
     if (a.rotation != b.rotation) {
-        std::printf("different rotations: %" PRIu32 " and %" PRIu32 "\n", a.rotation, b.rotation);
+        comparison.words.push_back("different rotations: " + std::to_string(a.rotation) + " and " +
+                                   std::to_string(b.rotation));
     }
     return a.mode == b.mode;
 }
 
-bool printPixelDifferences(const SurfacePicture& first, const SurfacePicture& second) {
+// @return whether the pixels are the same
+bool comparePixels(const SurfacePicture& first, const SurfacePicture& second,
+                   Comparison& comparison) {
     const Difference difference = differenceOf(first, second);
     if (difference.pixels == 0) {
-        return false;
+        return true;
     }
-    std::printf(
-        "%" PRIu64 " of %" PRIu64 " pixels differ, the first at x %" PRIu32 ", y %" PRIu32 ": ",
-        difference.pixels, uint64_t{first.width()} * first.height(), difference.x, difference.y);
-    printBytes(first, difference);
-    std::printf(" and ");
-    printBytes(second, difference);
-    std::printf("\n");
-    return true;
+    comparison.words.push_back(std::to_string(difference.pixels) + " of " +
+                               std::to_string(uint64_t{first.width()} * first.height()) +
+                               " pixels differ, the first at x " + std::to_string(difference.x) +
+                               ", y " + std::to_string(difference.y) + ": " +
+                               bytesOf(first, difference) + " and " + bytesOf(second, difference));
+    return false;
+}
+
+Comparison compareFiles(const std::string& firstPath, const std::string& secondPath) {
+    const SurfacePicture first = readPicture(firstPath);
+    const SurfacePicture second = readPicture(secondPath);
+    Comparison comparison;
+    if (compareHeaders(first, second, comparison) && comparePixels(first, second, comparison)) {
+        comparison.isEqual = comparison.words.empty();
+        comparison.words.emplace_back(comparison.isEqual ? "equal"
+                                                         : "the same pixels once both are upright");
+    }
+    return comparison;
+}
+
+// Two files of the same place; one path is empty where only the other folder has one.
+struct Pair {
+    std::string place, first, second;
+};
+
+Comparison comparePair(const Pair& pair, const CompareRequest& request) {
+    if (pair.first.empty() || pair.second.empty()) {
+        return {false, {"only in " + (pair.first.empty() ? request.second : request.first)}};
+    }
+    try {
+        return compareFiles(pair.first, pair.second);
+    } catch (const Refusal& refusal) {
+        return {false, {refusal.what()}};
+    } catch (const std::bad_alloc&) {
+        return {false, {"not enough memory to compare them"}};
+    }
+}
+
+std::vector<Pair> pairsOf(const CompareRequest& request) {
+    std::map<std::string, Pair> pairs;
+    for (const FoundFile& file : findFiles({request.first}, kSurfaceSuffix)) {
+        pairs[file.place].first = file.path;
+    }
+    for (const FoundFile& file : findFiles({request.second}, kSurfaceSuffix)) {
+        pairs[file.place].second = file.path;
+    }
+    std::vector<Pair> list;
+    for (auto& [place, pair] : pairs) {
+        pair.place = place;
+        list.push_back(std::move(pair));
+    }
+    return list;
+}
+
+void printJson(const Pair& pair, const Comparison& comparison) {
+    Json object;
+    addText(object, "first", pair.first);
+    addText(object, "second", pair.second);
+    object["equal"] = comparison.isEqual;
+    object["words"] = Json::array();
+    for (const std::string& words : comparison.words) {
+        object["words"].push_back(words);
+    }
+    std::puts(jsonLine(object).c_str());
+}
+
+void printText(const Pair& pair, const Comparison& comparison) {
+    for (const std::string& words : comparison.words) {
+        std::printf("%s: %s\n", printable(pair.place).c_str(), printable(words).c_str());
+    }
+}
+
+int compareFolders(const CompareRequest& request) {
+    const std::vector<Pair> pairs = pairsOf(request);
+    std::vector<std::string> names;
+    for (const Pair& pair : pairs) {
+        names.push_back(pair.place);
+    }
+    size_t different = 0;
+    runInOrder<Comparison>(
+        names, request.batch, [&](size_t file) { return comparePair(pairs[file], request); },
+        [&](size_t file, const Comparison& comparison) {
+            different += comparison.isEqual ? 0 : 1;
+            if (request.batch.json) {
+                printJson(pairs[file], comparison);
+            } else if (!comparison.isEqual) {
+                printText(pairs[file], comparison);
+            }
+        });
+    if (!request.batch.json && !request.batch.quiet) {
+        std::printf("equal %zu, different %zu\n", pairs.size() - different, different);
+    }
+    return different == 0 ? 0 : 1;
 }
 
 } // namespace
 
 int runCompare(const CompareRequest& request) {
-    const SurfacePicture first = readPicture(request.first);
-    const SurfacePicture second = readPicture(request.second);
-    if (!printHeaderDifferences(first, second) || printPixelDifferences(first, second)) {
-        return 1;
+    if (isFolder(request.first) != isFolder(request.second)) {
+        throw Refusal("a file and a folder cannot be compared");
     }
-    const bool sameRotation = first.header().rotation == second.header().rotation;
-    std::puts(sameRotation ? "equal" : "the same pixels once both are upright");
-    return sameRotation ? 0 : 1;
+    if (isFolder(request.first)) {
+        return compareFolders(request);
+    }
+    const Comparison comparison = compareFiles(request.first, request.second);
+    if (request.batch.json) {
+        printJson({"", request.first, request.second}, comparison);
+    } else if (!comparison.isEqual || !request.batch.quiet) {
+        for (const std::string& words : comparison.words) {
+            std::puts(words.c_str());
+        }
+    }
+    return comparison.isEqual ? 0 : 1;
 }

@@ -5,28 +5,23 @@
 #include "tools/slabtool/commands/convert_report.h"
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/runs/inputs.h"
-#include "tools/slabtool/runs/jobs.h"
 #include "tools/slabtool/runs/manifest.h"
 #include "tools/slabtool/runs/output_folder.h"
-#include "tools/slabtool/runs/progress.h"
 #include "tools/slabtool/runs/stop_signals.h"
 #include "tools/slabtool/runs/update.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <memory>
 #include <optional>
-#include <unistd.h>
 #include <utility>
 
 namespace {
 
-constexpr const char* kSurfaceSuffix = ".surface";
 constexpr const char* kPaletteSuffix = ".palette";
 constexpr const char* kVersion = "1.0.0";
 constexpr std::chrono::seconds kSaveInterval(2);
-constexpr int kRejectedStatus = 1, kSignalStatus = 128;
+constexpr int kRejectedStatus = 1;
 
 std::string withoutSuffix(const std::string& path) {
     return path.substr(0, path.size() - std::string(kSurfaceSuffix).size());
@@ -64,7 +59,7 @@ public:
         , mFolder(plan.folder)
         , mMaker{optionsText(request.conversion), kVersion}
         , mResults(plan.jobs.size())
-        , mReport(request.json, request.quiet) {
+        , mReport(request.batch) {
         if (!request.noManifest) {
             mManifest = Manifest::load(plan.folder + "/" + kManifestName);
             mOld = mManifest;
@@ -73,34 +68,20 @@ public:
 
     int run() {
         const StopSignals signals;
-        Progress progress(STDERR_FILENO, mPlan.jobs.size(), mRequest.quiet || mRequest.json);
-        size_t finished = 0;
         const bool hasEnded =
-            runJobs(mPlan.jobs.size(), mRequest.jobs != 0 ? mRequest.jobs : defaultJobs(),
-                    {.work = [&](size_t job) { mResults[job] = convert(mPlan.jobs[job]); },
-                     .done =
-                         [&](size_t job, const JobFailure& failure) {
-                             progress.clear();
-                             take(job, failure);
-                             progress.show(++finished, mPlan.jobs[job].input);
-                             saveNowAndThen();
-                         },
-                     .tick = [&](size_t job) { progress.show(finished, mPlan.jobs[job].input); }});
-        progress.clear();
+            runBatch(mPlan.inputs(), mRequest.batch,
+                     {.work = [&](size_t job) { mResults[job] = convert(mPlan.jobs[job]); },
+                      .done =
+                          [&](size_t job, const JobFailure& failure) {
+                              take(job, failure);
+                              saveNowAndThen();
+                          }});
         if (mRequest.prune && !stopRequested()) {
             prune();
         }
         save();
         mReport.printSummary(mPlan.jobs.size());
-        if (stopRequested()) {
-            mFolder.close();
-            std::fflush(stdout);
-            if (!hasEnded) {
-                std::_Exit(kSignalStatus + stopSignal()); // threads are still at work
-            }
-            return kSignalStatus + stopSignal();
-        }
-        return mReport.hasRejections() ? kRejectedStatus : 0;
+        return endOfRun(hasEnded, mFolder, mReport.hasRejections());
     }
 
 private:
@@ -198,7 +179,7 @@ private:
 };
 
 int convertOne(const ConvertRequest& request, const Job& job) {
-    ConvertReport report(request.json, request.quiet);
+    ConvertReport report(request.batch);
     ImageReport image = {.input = job.input, .output = job.output};
     try {
         const Bytes file = readFile(job.input);

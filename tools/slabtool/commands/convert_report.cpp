@@ -1,7 +1,7 @@
 // The summary counts; images appear in it by name only where the user may have to act.
 #include "tools/slabtool/commands/convert_report.h"
 
-#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/runs/json_line.h"
 #include "tools/slabtool/text.h"
 
 #include <algorithm>
@@ -9,11 +9,6 @@
 #include <utility>
 
 namespace {
-
-void printFinding(const Finding& finding) {
-    std::printf("{%s, %s}", jsonMember("code", finding.code).c_str(),
-                jsonMember("words", finding.words).c_str());
-}
 
 std::string outcomeOf(const ImageReport& image) {
     if (image.rejection) {
@@ -23,20 +18,15 @@ std::string outcomeOf(const ImageReport& image) {
 }
 
 void printJson(const ImageReport& image) {
-    std::printf("{%s, %s, %s", jsonMember("input", image.input).c_str(),
-                jsonMember("output", image.output).c_str(),
-                jsonMember("outcome", outcomeOf(image)).c_str());
+    Json object;
+    addText(object, "input", image.input);
+    addText(object, "output", image.output);
+    object["outcome"] = outcomeOf(image);
     if (image.rejection) {
-        std::fputs(", \"reason\": ", stdout);
-        printFinding(*image.rejection);
+        object["reason"] = toJson(*image.rejection);
     }
-    std::fputs(", \"losses\": [", stdout);
-    const char* separator = "";
-    for (const Finding& loss : image.losses) {
-        std::fputs(std::exchange(separator, ", "), stdout);
-        printFinding(loss);
-    }
-    std::puts("]}");
+    object["losses"] = toJson(image.losses);
+    std::puts(jsonLine(object).c_str());
 }
 
 void printLine(const ImageReport& image) {

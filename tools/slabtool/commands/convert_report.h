@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/slabtool/images/png_loss.h"
+#include "tools/slabtool/runs/batch.h"
 
 #include <cstddef>
 #include <optional>
@@ -22,11 +23,11 @@ std::string verdictWord(bool wasFixed, bool hasLoss);
 
 class ConvertReport {
 public:
-    /// @param json print an object a file to standard output, and no summary
-    /// @param quiet print what was rejected, and nothing else
-    ConvertReport(bool json, bool quiet)
-        : mJson(json)
-        , mQuiet(quiet) {}
+    /// With `json`, prints an object a file to standard output, and no summary; with `quiet`, what was rejected and
+    /// nothing else.
+    explicit ConvertReport(const BatchOptions& options)
+        : mJson(options.json)
+        , mQuiet(options.quiet) {}
 
     void add(ImageReport image);
     void addPruned() { ++mPruned; }

@@ -2,12 +2,14 @@
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/runs/files.h"
-#include "tools/slabtool/runs/json_text.h"
+#include "tools/slabtool/runs/folder_walk.h"
+#include "tools/slabtool/runs/json_line.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <cinttypes>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -34,6 +36,13 @@ std::vector<std::string> problemsOf(const Entry& entry) {
     std::vector<std::string> problems = entry.facts->faults;
     problems.insert(problems.end(), entry.facts->oddities.begin(), entry.facts->oddities.end());
     return problems;
+}
+
+std::vector<Finding> notesOf(const Entry& entry) {
+    const bool hasHeader = entry.facts && entry.facts->header;
+    const std::optional<Finding> note =
+        hasHeader ? noteOn(entry.facts->header->mode) : std::nullopt;
+    return note ? std::vector{*note} : std::vector<Finding>();
 }
 
 uint64_t linePadding(const SurfaceHeader& header) {
@@ -70,59 +79,77 @@ void printText(const Entry& entry) {
     for (const std::string& problem : problems) {
         std::printf("  problem: %s\n", problem.c_str());
     }
+    for (const Finding& note : notesOf(entry)) {
+        std::printf("  note     %s\n", textOf(note).c_str());
+    }
 }
 
-void printHeaderJson(const SurfaceFacts& facts) {
+void addHeader(Json& object, const SurfaceFacts& facts) {
     const SurfaceHeader& header = *facts.header;
-    std::printf(", \"rotation\": %" PRIu32 ", \"mode\": %" PRIu32 ", \"modeName\": %s",
-                header.rotation, header.mode, jsonText(colorModeName(header.mode)).c_str());
-    std::printf(", \"bytesPerPixel\": %" PRIu32 ", \"width\": %" PRIu32 ", \"height\": %" PRIu32,
-                bytesPerPixel(header.colorMode()), header.width, header.height);
-    std::printf(", \"stride\": %" PRIu32 ", \"linePadding\": %" PRIu64 ", \"endPadding\": %" PRIu64,
-                header.stride, linePadding(header), endPadding(facts));
+    object["rotation"] = header.rotation;
+    object["mode"] = header.mode;
+    object["modeName"] = colorModeName(header.mode);
+    object["bytesPerPixel"] = bytesPerPixel(header.colorMode());
+    object["width"] = header.width;
+    object["height"] = header.height;
+    object["stride"] = header.stride;
+    object["linePadding"] = linePadding(header);
+    object["endPadding"] = endPadding(facts);
 }
 
-void printJson(const Entry& entry) {
+std::string jsonOf(const Entry& entry) {
     const std::vector<std::string> problems = problemsOf(entry);
-    std::printf("{\"file\": %s, \"consistent\": %s", jsonText(entry.path).c_str(),
-                problems.empty() ? "true" : "false");
+    Json object;
+    addText(object, "file", entry.path);
+    object["consistent"] = problems.empty();
     if (entry.facts) {
-        std::printf(", \"bytes\": %" PRIu64, entry.facts->fileSize);
+        object["bytes"] = entry.facts->fileSize;
         if (entry.facts->header) {
-            printHeaderJson(*entry.facts);
+            addHeader(object, *entry.facts);
         }
     }
-    std::printf(", \"problems\": [");
-    for (size_t i = 0; i < problems.size(); ++i) {
-        std::printf("%s%s", i == 0 ? "" : ", ", jsonText(problems[i]).c_str());
-    }
-    std::printf("]}");
+    object["problems"] = problems;
+    object["notes"] = toJson(notesOf(entry));
+    return jsonLine(object);
 }
+
+// Gives one array, so that its lines need a separator.
+class JsonArray {
+public:
+    ~JsonArray() { std::fputs(mIsEmpty ? "[\n]\n" : "\n]\n", stdout); }
+    void print(const std::string& element) {
+        std::printf("%s%s", std::exchange(mIsEmpty, false) ? "[\n" : ",\n", element.c_str());
+    }
+
+private:
+    bool mIsEmpty = true;
+};
 
 } // namespace
 
 int runInfo(const InfoRequest& request) {
+    std::vector<std::string> paths;
+    for (const FoundFile& file : findFiles(request.paths, kSurfaceSuffix)) {
+        paths.push_back(file.path);
+    }
     int status = 0;
-    const char* separator = "[\n";
-    for (const std::string& path : request.paths) {
-        const Entry entry = look(path);
-        if (!problemsOf(entry).empty()) {
-            status = 1;
-        }
-        if (!entry.facts) {
-            std::fprintf(stderr, "slabtool: %s: %s\n", printable(path).c_str(),
-                         entry.error.c_str());
-        }
-        if (request.json) {
-            std::printf("%s", separator);
-            printJson(entry);
-            separator = ",\n";
-        } else if (entry.facts) {
-            printText(entry);
-        }
+    std::optional<JsonArray> array;
+    if (request.batch.json) {
+        array.emplace();
     }
-    if (request.json) {
-        std::printf("\n]\n");
-    }
+    runInOrder<Entry>(
+        paths, request.batch, [&](size_t file) { return look(paths[file]); },
+        [&](size_t, const Entry& entry) {
+            status = problemsOf(entry).empty() ? status : 1;
+            if (!entry.facts) {
+                std::fprintf(stderr, "slabtool: %s: %s\n", printable(entry.path).c_str(),
+                             entry.error.c_str());
+            }
+            if (array) {
+                array->print(jsonOf(entry));
+            } else if (entry.facts && (!request.batch.quiet || !problemsOf(entry).empty())) {
+                printText(entry);
+            }
+        });
     return status;
 }

@@ -1,28 +1,42 @@
-// slabtool prepare: libpng reads and writes. zlib cannot be kept from fixed-code blocks, so several ways of
-// writing are tried, and the product's decoder decides.
+// slabtool prepare: libpng reads and writes. zlib cannot be kept from fixed-code blocks, so the product's decoder
+// decides, and other ways of writing are tried.
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/images/png_verdict.h"
 #include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/runs/inputs.h"
+#include "tools/slabtool/runs/json_line.h"
+#include "tools/slabtool/runs/output_folder.h"
+#include "tools/slabtool/runs/stop_signals.h"
 
 #include <cstdio>
+#include <filesystem>
+#include <memory>
 #include <optional>
 #include <utility>
 
 namespace {
 
-void keepSmaller(std::optional<Bytes>& best, Bytes file) {
-    if ((!best || file.size() < best->size()) && judgePng(file, false).isAccepted) {
-        best = std::move(file);
+// The first file that pngslab accepts.
+Bytes encodeQuickly(const PngImage& image) {
+    for (const PngEffort& effort : kEfforts) {
+        Bytes file = encodePng(image, effort);
+        if (judgePng(file, false).isAccepted) {
+            return file;
+        }
     }
+    return encodePng(image, kStored); // which is always accepted
 }
 
-Bytes encodeForConverter(const PngImage& image) {
+Bytes encodeSmall(const PngImage& image) {
     std::optional<Bytes> best;
     for (const PngEffort& effort : kEfforts) {
-        keepSmaller(best, encodePng(image, effort));
+        Bytes file = encodePng(image, effort);
+        if ((!best || file.size() < best->size()) && judgePng(file, false).isAccepted) {
+            best = std::move(file);
+        }
     }
-    return best ? *std::move(best) : encodePng(image, kStored); // which is always accepted
+    return best ? *std::move(best) : encodePng(image, kStored);
 }
 
 bool isKept(const Finding& loss, const PngChanges& changes) {
@@ -30,27 +44,154 @@ bool isKept(const Finding& loss, const PngChanges& changes) {
            (loss.code == kPaletteLoss && changes.expandPalette);
 }
 
-// Says what pngslab will lose of the new file, and what could be done about it.
-void reportLosses(const std::string& path, ByteView original, const PngChanges& changes) {
-    for (const Finding& loss : lossesOf(factsOf(original))) {
-        if (isKept(loss, changes)) {
-            continue;
-        }
+// What became of one image.
+struct Preparation {
+    Bytes file = {};
+    std::vector<Finding> losses = {}; // that pngslab makes of the new file
+    std::optional<Finding> rejection = {};
+};
+
+Preparation prepareImage(ByteView original, const PrepareRequest& request) {
+    Preparation preparation;
+    const PngImage image = decodePng(original, request.changes);
+    preparation.file = request.small ? encodeSmall(image) : encodeQuickly(image);
+    preparation.losses = lossesOf(factsOf(original));
+    std::erase_if(preparation.losses,
+                  [&](const Finding& loss) { return isKept(loss, request.changes); });
+    return preparation;
+}
+
+// A line for each thing to say.
+std::vector<std::string> wordsOf(const Preparation& preparation) {
+    if (preparation.rejection) {
+        return {"rejected: " + textOf(*preparation.rejection)};
+    }
+    std::vector<std::string> lines;
+    for (const Finding& loss : preparation.losses) {
         const char* const option = optionAgainst(loss);
         const std::string fix = option != nullptr ? std::string("; ") + option + " keeps it" : "";
-        std::fprintf(stderr, "slabtool: %s: with loss: %s%s\n", printable(path).c_str(),
-                     textOf(loss).c_str(), fix.c_str());
+        lines.push_back("with loss: " + textOf(loss) + fix);
     }
+    return lines;
+}
+
+void printJson(const Job& job, const Preparation& preparation) {
+    Json object;
+    addText(object, "input", job.input);
+    addText(object, "output", job.output);
+    object["outcome"] = preparation.losses.empty() ? "prepared" : "prepared-with-loss";
+    if (preparation.rejection) {
+        object["outcome"] = "rejected";
+        object["reason"] = toJson(*preparation.rejection);
+    }
+    object["losses"] = toJson(preparation.losses);
+    std::puts(jsonLine(object).c_str());
+}
+
+// A run into a folder. It is on the heap, since threads may be at work on it when it is left.
+class PrepareRun {
+public:
+    PrepareRun(const PrepareRequest& request, JobPlan plan)
+        : mRequest(request)
+        , mPlan(std::move(plan))
+        , mFolder(mPlan.folder)
+        , mResults(mPlan.jobs.size()) {}
+
+    int run() {
+        const StopSignals signals;
+        const bool hasEnded =
+            runBatch(mPlan.inputs(), mRequest.batch,
+                     {.work = [&](size_t job) { prepare(mPlan.jobs[job], mResults[job]); },
+                      .done = [&](size_t job, const JobFailure& failure) { take(job, failure); }});
+        if (!mRequest.batch.json) {
+            printSummary();
+        }
+        return endOfRun(hasEnded, mFolder, mRejected != 0);
+    }
+
+private:
+    // On a worker thread.
+    void prepare(const Job& job, Preparation& result) {
+        try {
+            result = prepareImage(readFile(job.input), mRequest);
+            mFolder.write(job.output, result.file);
+        } catch (const Refusal& refusal) {
+            result = {.rejection = Finding{"unreadable", refusal.what()}};
+        } catch (const std::bad_alloc&) {
+            result = {.rejection = Finding{"memory", "not enough memory to prepare it"}};
+        }
+        result.file = {};
+    }
+
+    void take(size_t job, const JobFailure& failure) {
+        Preparation& result = mResults[job];
+        if (failure) {
+            result = {.rejection = Finding{"unreadable", *failure}};
+        }
+        ++mFinished;
+        mRejected += result.rejection ? 1 : 0;
+        mWithLoss += result.losses.empty() ? 0 : 1;
+        if (mRequest.batch.json) {
+            printJson(mPlan.jobs[job], result);
+        } else if (result.rejection || !mRequest.batch.quiet) {
+            for (const std::string& line : wordsOf(result)) {
+                std::printf("%s: %s\n", printable(mPlan.jobs[job].input).c_str(),
+                            printable(line).c_str());
+            }
+        }
+    }
+
+    void printSummary() const {
+        if (mRequest.batch.quiet) {
+            return;
+        }
+        std::printf("prepared %zu, with loss %zu, rejected %zu", mFinished - mRejected, mWithLoss,
+                    mRejected);
+        if (mFinished < mPlan.jobs.size()) {
+            std::printf(", not started %zu", mPlan.jobs.size() - mFinished);
+        }
+        std::puts("");
+    }
+
+    const PrepareRequest& mRequest;
+    const JobPlan mPlan;
+    OutputFolder mFolder;
+    std::vector<Preparation> mResults;
+    size_t mFinished = 0, mRejected = 0, mWithLoss = 0;
+};
+
+// A folder's images never take the place of their own sources.
+void requireOtherFiles(const JobPlan& plan) {
+    for (const Job& job : plan.jobs) {
+        std::error_code unknown;
+        if (std::filesystem::equivalent(job.input, plan.folder + "/" + job.output, unknown)) {
+            throw Refusal(printable(job.input) +
+                          ": the prepared image would take its place; choose another folder");
+        }
+    }
+}
+
+int prepareOne(const PrepareRequest& request, const std::string& input) {
+    const Bytes original = about(input, [&] { return readFile(input); });
+    const Preparation preparation = about(input, [&] { return prepareImage(original, request); });
+    about(request.output, [&] { writeFile(request.output, preparation.file); });
+    if (request.batch.json) {
+        printJson({input, request.output, ""}, preparation);
+    } else if (!request.batch.quiet) {
+        for (const std::string& line : wordsOf(preparation)) {
+            std::fprintf(stderr, "slabtool: %s: %s\n", printable(input).c_str(), line.c_str());
+        }
+    }
+    return 0;
 }
 
 } // namespace
 
 int runPrepare(const PrepareRequest& request) {
-    const Bytes original = about(request.input, [&] { return readFile(request.input); });
-    const PngImage image =
-        about(request.input, [&] { return decodePng(original, request.changes); });
-    const Bytes file = about(request.input, [&] { return encodeForConverter(image); });
-    about(request.output, [&] { writeFile(request.output, file); });
-    reportLosses(request.input, original, request.changes);
-    return 0;
+    if (!request.isIntoFolder) {
+        return prepareOne(request, request.inputs.front());
+    }
+    const JobPlan plan = planJobs(request.inputs, request.output + "/", ".png");
+    requireOtherFiles(plan);
+    return std::make_unique<PrepareRun>(request, plan)->run();
 }

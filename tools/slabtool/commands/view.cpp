@@ -1,10 +1,11 @@
-// slabtool view: pixels of every mode as PNG samples. Indexes and lone alpha values are drawn as grey.
+// slabtool view: pixels of every mode as PNG samples. Indices without a palette and alpha values are drawn as gray.
 #include "tools/slabtool/commands/commands.h"
 
 #include "src/internal/mode_traits.h"
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/surfaces/surface_file.h"
+#include "tools/slabtool/surfaces/surface_maker.h"
 
 #include <cstdio>
 
@@ -17,8 +18,7 @@ using Mode = DsColorMode;
 // How one mode is drawn.
 struct Drawing {
     uint8_t colorType;
-    void (*line)(const SurfacePicture& picture, uint32_t y, uint8_t* samples);
-    const char* note; // what the user is to know, or null
+    void (*row)(const SurfacePicture& picture, uint32_t y, uint8_t* samples);
 };
 
 template <Mode mode>
@@ -32,7 +32,7 @@ DsColor colorOf(const uint8_t* pixel) {
 }
 
 template <Mode mode, uint8_t colorType>
-void drawLine(const SurfacePicture& picture, uint32_t y, uint8_t* samples) {
+void drawRow(const SurfacePicture& picture, uint32_t y, uint8_t* samples) {
     for (uint32_t x = 0; x < picture.width(); ++x) {
         const DsColor color = colorOf<mode>(picture.pixel(x, y));
         if constexpr (colorType == kRgbType || colorType == kRgbaType) {
@@ -46,22 +46,21 @@ void drawLine(const SurfacePicture& picture, uint32_t y, uint8_t* samples) {
     }
 }
 
-constexpr const char* kIndexNote = "palette indices (or grey values) are drawn as grey: surface "
-                                   "files carry no palette";
-constexpr const char* kAlphaNote = "alpha values are drawn as grey: the surface has no colours";
+template <Mode mode>
+constexpr uint8_t colorTypeOf() {
+    using Traits = ModeTraits<mode>;
+    if constexpr (mode == Mode::A8) {
+        return kGreyType;
+    } else if constexpr (Traits::kHasPalette) {
+        return Traits::kHasAlpha ? kGreyAlphaType : kGreyType;
+    } else {
+        return Traits::kHasAlpha ? kRgbaType : kRgbType;
+    }
+}
 
 template <Mode mode>
 constexpr Drawing drawingOf() {
-    using Traits = ModeTraits<mode>;
-    if constexpr (mode == Mode::A8) {
-        return {kGreyType, drawLine<mode, kGreyType>, kAlphaNote};
-    } else if constexpr (Traits::kHasPalette) {
-        constexpr uint8_t kType = Traits::kHasAlpha ? kGreyAlphaType : kGreyType;
-        return {kType, drawLine<mode, kType>, kIndexNote};
-    } else {
-        constexpr uint8_t kType = Traits::kHasAlpha ? kRgbaType : kRgbType;
-        return {kType, drawLine<mode, kType>, nullptr};
-    }
+    return {colorTypeOf<mode>(), drawRow<mode, colorTypeOf<mode>()>};
 }
 
 // Empty for modes without pixels, of which there are no pictures.
@@ -75,7 +74,52 @@ PngImage draw(const SurfacePicture& picture, const Drawing& drawing) {
     image.colorType = drawing.colorType;
     image.samples.resize(image.lineBytes() * image.height);
     for (uint32_t y = 0; y < image.height; ++y) {
-        drawing.line(picture, y, image.samples.data() + y * image.lineBytes());
+        drawing.row(picture, y, image.samples.data() + y * image.lineBytes());
+    }
+    return image;
+}
+
+// Every index of a surface has an entry.
+struct Palette {
+    Bytes entries;
+    size_t entryBytes;
+};
+
+Palette readPalette(const std::string& path) {
+    Palette palette = {readFile(path), 0};
+    palette.entryBytes = palette.entries.size() / kPaletteEntries;
+    if (palette.entries.size() != kPaletteEntries * 3 &&
+        palette.entries.size() != kPaletteEntries * 4) {
+        throw Refusal("is no palette file, which has 768 or 1024 bytes");
+    }
+    return palette;
+}
+
+// The surface's own alpha, where it has one, holds that of the palette already.
+uint8_t alphaOf(const uint8_t* pixel, bool hasOwnAlpha, const uint8_t* entry, size_t entryBytes) {
+    constexpr uint8_t kOpaque = 255;
+    if (hasOwnAlpha) {
+        return pixel[1];
+    }
+    return entryBytes == 4 ? entry[3] : kOpaque;
+}
+
+PngImage drawWithPalette(const SurfacePicture& picture, const Palette& palette) {
+    const bool hasOwnAlpha = picture.header().colorMode() == Mode::AI88;
+    if (!hasOwnAlpha && picture.header().colorMode() != Mode::I8) {
+        throw Refusal(std::string(colorModeName(picture.header().mode)) +
+                      " has no palette indices: leave --palette out");
+    }
+    PngImage image = {picture.width(), picture.height(), kRgbaType, {}, {}, {}, {}};
+    image.samples.reserve(image.lineBytes() * image.height);
+    for (uint32_t y = 0; y < image.height; ++y) {
+        for (uint32_t x = 0; x < image.width; ++x) {
+            const uint8_t* const pixel = picture.pixel(x, y);
+            const uint8_t* const entry = palette.entries.data() + pixel[0] * palette.entryBytes;
+            image.samples.insert(image.samples.end(),
+                                 {entry[2], entry[1], entry[0],
+                                  alphaOf(pixel, hasOwnAlpha, entry, palette.entryBytes)});
+        }
     }
     return image;
 }
@@ -84,13 +128,21 @@ PngImage draw(const SurfacePicture& picture, const Drawing& drawing) {
 
 int runView(const ViewRequest& request) {
     const SurfacePicture picture = readPicture(request.surfacePath);
-    const Drawing& drawing = kDrawings.at(picture.header().mode);
-    const Bytes png = about(request.surfacePath,
-                            [&] { return encodePng(draw(picture, drawing), kEfforts.front()); });
+    const bool hasPalette = !request.palettePath.empty();
+    Palette palette = {};
+    if (hasPalette) {
+        palette = about(request.palettePath, [&] { return readPalette(request.palettePath); });
+    }
+    const Bytes png = about(request.surfacePath, [&] {
+        const PngImage image = hasPalette ? drawWithPalette(picture, palette)
+                                          : draw(picture, kDrawings.at(picture.header().mode));
+        return encodePng(image, kEfforts.front());
+    });
     about(request.pngPath, [&] { writeFile(request.pngPath, png); });
-    if (drawing.note != nullptr) {
-        std::fprintf(stderr, "slabtool: %s: %s\n", printable(request.surfacePath).c_str(),
-                     drawing.note);
+    const std::optional<Finding> note = noteOn(picture.header().mode);
+    if (note && !hasPalette) {
+        std::fprintf(stderr, "slabtool: %s: note: %s; drawn as gray\n",
+                     printable(request.surfacePath).c_str(), textOf(*note).c_str());
     }
     return 0;
 }

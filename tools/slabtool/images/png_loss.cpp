@@ -21,10 +21,6 @@ bool isUnusual(uint32_t gamma) {
 
 } // namespace
 
-std::string textOf(const Finding& finding) {
-    return finding.words + " [" + finding.code + "]";
-}
-
 const char* optionAgainst(const Finding& loss) {
     if (loss.code == kKeyColorLoss) {
         return "--key-to-alpha";

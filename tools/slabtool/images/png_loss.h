@@ -1,26 +1,16 @@
 // What of a PNG image a surface file does not show.
 #pragma once
 
+#include "tools/slabtool/finding.h"
 #include "tools/slabtool/images/png_facts.h"
 
 #include <string>
 #include <vector>
 
-/// Something to tell about an image: a code that stays the same from version to version, and words for people.
-struct Finding {
-    std::string code;
-    std::string words;
-
-    bool operator==(const Finding&) const = default;
-};
-
 // The codes of what options of slabtool prepare keep.
 inline constexpr const char* kKeyColorLoss = "key-color";
 inline constexpr const char* kPaletteLoss = "palette";
 inline constexpr const char* kOrientationLoss = "orientation";
-
-/// "words [code]"
-std::string textOf(const Finding& finding);
 
 /// The option of slabtool prepare that keeps what would be lost; null if there is none.
 const char* optionAgainst(const Finding& loss);

@@ -17,6 +17,8 @@ struct Job {
 struct JobPlan {
     std::string folder;    ///< the output folder without links; empty for a file to a file
     std::vector<Job> jobs; ///< sorted by output
+
+    std::vector<std::string> inputs() const;
 };
 
 /// Lists the images of files and folders. A single file goes to the file `output`. If `output` is a folder

@@ -3,10 +3,7 @@
 #include "tools/slabtool/runs/manifest.h"
 
 #include "tools/slabtool/runs/files.h"
-#include "tools/slabtool/runs/json_text.h"
-#include "tools/slabtool/runs/utf8.h"
-
-#include <nlohmann/json.hpp>
+#include "tools/slabtool/runs/json_line.h"
 
 #include <filesystem>
 #include <iterator>
@@ -17,26 +14,16 @@
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 constexpr int kFormat = 1;
 constexpr const char* kBroken =
     "is no manifest that slabtool can read: remove it to convert every image again";
 
 // ---- Writing
 
-// Adds a member, and its bytes beside it if JSON cannot hold them.
-void putText(Json& object, const std::string& key, const std::string& text) {
-    object[key] = text;
-    if (!isUtf8(text)) {
-        object[key + "_hex"] = hexOf(text);
-    }
-}
-
 Json toJson(const ManifestEntry& entry) {
     Json object;
-    putText(object, "name", entry.name);
-    putText(object, "file", entry.file);
+    addText(object, "name", entry.name);
+    addText(object, "file", entry.file);
     object["mode"] = entry.mode;
     object["width"] = entry.width;
     object["height"] = entry.height;
@@ -45,10 +32,10 @@ Json toJson(const ManifestEntry& entry) {
     object["bytes"] = entry.bytes;
     object["palette"] = nullptr;
     if (entry.palette) {
-        putText(object, "palette", *entry.palette);
+        addText(object, "palette", *entry.palette);
     }
     Json& source = object["source"];
-    putText(source, "path", entry.source.path);
+    addText(source, "path", entry.source.path);
     source["size"] = entry.source.size;
     source["time"] = entry.source.time;
     source["hash"] = entry.source.hash;
@@ -323,7 +310,7 @@ std::string Manifest::text() const {
     std::string text = "{\n\"format\": " + std::to_string(kFormat) + ",\n\"surfaces\": [";
     const char* separator = "\n";
     for (const auto& [file, entry] : mEntries) {
-        text += separator + toJson(entry).dump(-1, ' ', false, Json::error_handler_t::replace);
+        text += separator + jsonLine(toJson(entry));
         separator = ",\n";
     }
     return text + "\n]\n}\n";

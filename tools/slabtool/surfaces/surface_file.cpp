@@ -81,6 +81,19 @@ const char* colorModeName(uint32_t mode) {
     return mode < ds_detail::kColorModeCount ? ds_detail::kModeNames[mode] : "unknown";
 }
 
+std::optional<Finding> noteOn(uint32_t mode) {
+    switch (static_cast<DsColorMode>(mode)) {
+    case DsColorMode::I8:
+    case DsColorMode::AI88:
+        return Finding{"palette",
+                       "gray values, or indices whose palette is not in the surface file"};
+    case DsColorMode::A8:
+        return Finding{"alpha-only", "alpha values, without colors"};
+    default:
+        return std::nullopt;
+    }
+}
+
 SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize) {
     SurfaceFacts facts = {fileSize, {}, {}, {}};
     if (isPng(head)) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "src/ds_color_mode.h"
+#include "tools/slabtool/finding.h"
 #include "tools/slabtool/refusal.h"
 
 #include <cstdint>
@@ -11,6 +12,9 @@
 #include <vector>
 
 inline constexpr size_t kSurfaceHeaderBytes = 20;
+
+/// What names of surface files end in.
+inline constexpr const char* kSurfaceSuffix = ".surface";
 
 /// The five words at the front of a surface file.
 struct SurfaceHeader {
@@ -25,6 +29,9 @@ struct SurfaceHeader {
 
 /// "RGB888", or "unknown" above 9.
 const char* colorModeName(uint32_t mode);
+
+/// What is to know about the pixels of a color mode: indices have no palette, alpha values no color.
+std::optional<Finding> noteOn(uint32_t mode);
 
 /// What a surface file's first bytes and its size say.
 struct SurfaceFacts {
