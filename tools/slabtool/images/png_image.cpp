@@ -275,12 +275,13 @@ bool tryEncode(png_structp png, png_infop info, Transfer& transfer, const PngIma
 
 } // namespace
 
-// The highest level takes up to twenty times as long as this one, for a tenth of the size.
+// Runs instead of matches take a fifth of the time of the second setting, for 3 to 4 % more bytes on photographs and
+// wallpapers. The highest level takes up to twenty times as long as the sixth, for a tenth of the size.
 const std::array<PngEffort, 4> kEfforts = {{
+    {6, Z_RLE, PNG_ALL_FILTERS},
     {6, Z_FILTERED, PNG_ALL_FILTERS},
     {6, Z_DEFAULT_STRATEGY, PNG_FILTER_NONE},
     {6, Z_DEFAULT_STRATEGY, PNG_ALL_FILTERS},
-    {6, Z_RLE, PNG_ALL_FILTERS},
 }};
 const PngEffort kStored = {Z_NO_COMPRESSION, Z_DEFAULT_STRATEGY, PNG_FILTER_NONE};
 

@@ -50,7 +50,7 @@ struct PngEffort {
     int filters;         ///< libpng's choice of them
 };
 
-/// What suits most images, first, and others that some images are smaller with.
+/// The quickest for files of a good size, first, and others that images may be smaller with.
 extern const std::array<PngEffort, 4> kEfforts;
 
 /// Nothing is compressed.
