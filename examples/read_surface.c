@@ -5,6 +5,8 @@
  *     read_surface FILE             prints the image's size, the colour mode and the rotation
  *     read_surface FILE X Y ...     prints the pixels at these places of the image, a line each
  *
+ * --palette NAME.palette in front of FILE gives palette indices their colors.
+ *
  * Exit status: 0, or 1 if the file cannot be used, or 2 if the command line is wrong.
  */
 #define _POSIX_C_SOURCE 200809L
@@ -79,14 +81,63 @@ static const char* open_surface(const char* path, struct quillory_surface* surfa
     return fault;
 }
 
+/* ---- Palettes */
+
+/* The content of a palette file: 256 entries of blue, green, red and perhaps alpha. */
+struct palette {
+    uint8_t entries[256 * 4 + 1]; /* one byte more shows that a file is too long */
+    size_t entry_bytes;           /* 0 without a palette */
+};
+
+static const char* read_palette(const char* path, struct palette* palette) {
+    FILE* const file = fopen(path, "rb");
+    if (file == NULL) {
+        return strerror(errno);
+    }
+    const size_t size = fread(palette->entries, 1, sizeof palette->entries, file);
+    const int is_broken = ferror(file);
+    fclose(file);
+    if (is_broken || (size != 256 * 3 && size != 256 * 4)) {
+        return "it is no palette file, which has 768 or 1024 bytes";
+    }
+    palette->entry_bytes = size / 256;
+    return NULL;
+}
+
+static int has_indices(const struct quillory_surface* surface) {
+    const uint32_t mode = quillory_surface_mode(surface);
+    return mode == QUILLORY_I8 || mode == QUILLORY_AI88;
+}
+
+/* The color of an index. AI88 keeps the alpha beside the index. */
+static uint32_t color_of(const struct palette* palette, uint32_t mode, uint32_t value) {
+    const uint8_t* const entry = palette->entries + (value & 255) * palette->entry_bytes;
+    uint32_t alpha = palette->entry_bytes == 4 ? entry[3] : 255;
+    if (mode == QUILLORY_AI88) {
+        alpha = value >> 24;
+    }
+    return alpha << 24 | (uint32_t)entry[2] << 16 | (uint32_t)entry[1] << 8 | entry[0];
+}
+
 /* ---- Printing */
 
-static void print_pixel(const struct quillory_surface* surface, uint32_t x, uint32_t y) {
+static void print_color(uint32_t argb) {
+    printf("alpha %" PRIu32 " red %" PRIu32 " green %" PRIu32 " blue %" PRIu32 "\n", argb >> 24,
+           argb >> 16 & 255, argb >> 8 & 255, argb & 255);
+}
+
+static void print_pixel(const struct quillory_surface* surface, const struct palette* palette,
+                        uint32_t x, uint32_t y) {
     const uint32_t argb = quillory_surface_pixel(surface, x, y);
+    const uint32_t mode = quillory_surface_mode(surface);
     const uint32_t alpha = argb >> 24;
     const uint32_t blue = argb & 255;
-    switch (quillory_surface_mode(surface)) {
-    case QUILLORY_I8: /* grey or an index: the file does not say which, and has no palette */
+    if (palette->entry_bytes != 0) {
+        print_color(color_of(palette, mode, argb));
+        return;
+    }
+    switch (mode) {
+    case QUILLORY_I8: /* gray or an index: the file does not say which, and has no palette */
         printf("value %" PRIu32 "\n", blue);
         break;
     case QUILLORY_AI88:
@@ -96,8 +147,7 @@ static void print_pixel(const struct quillory_surface* surface, uint32_t x, uint
         printf("alpha %" PRIu32 "\n", alpha);
         break;
     default:
-        printf("alpha %" PRIu32 " red %" PRIu32 " green %" PRIu32 " blue %" PRIu32 "\n", alpha,
-               argb >> 16 & 255, argb >> 8 & 255, blue);
+        print_color(argb);
         break;
     }
 }
@@ -121,7 +171,8 @@ static uint64_t number_in(const char* word) {
     return strtoull(word, NULL, 10);
 }
 
-static int print_pixels(const struct quillory_surface* surface, char** words, int count) {
+static int print_pixels(const struct quillory_surface* surface, const struct palette* palette,
+                        char** words, int count) {
     for (int i = 0; i < count; i += 2) {
         const uint64_t x = number_in(words[i]);
         const uint64_t y = number_in(words[i + 1]);
@@ -129,28 +180,46 @@ static int print_pixels(const struct quillory_surface* surface, char** words, in
             fprintf(stderr, "read_surface: no pixel of the image: %s %s\n", words[i], words[i + 1]);
             return WRONG_USE;
         }
-        print_pixel(surface, (uint32_t)x, (uint32_t)y);
+        print_pixel(surface, palette, (uint32_t)x, (uint32_t)y);
     }
     return FINE;
 }
 
+static int refuse(const char* path, const char* fault) {
+    fprintf(stderr, "read_surface: %s: %s\n", path, fault);
+    return REFUSED;
+}
+
+/* Looks at the surface in the file words[0]; places follow it. */
+static int read_surface(const struct palette* palette, char** words, int count) {
+    struct quillory_surface surface = {0};
+    const char* const fault = open_surface(words[0], &surface);
+    if (fault != NULL) {
+        return refuse(words[0], fault);
+    }
+    if (palette->entry_bytes != 0 && !has_indices(&surface)) {
+        return refuse(words[0], "its colour mode has no palette indices");
+    }
+    if (count > 1) {
+        return print_pixels(&surface, palette, words + 1, count - 1);
+    }
+    print_facts(&surface);
+    return FINE;
+}
+
 int main(int argc, char** argv) {
-    if (argc < 2 || argc % 2 != 0) {
-        fputs("usage: read_surface FILE [X Y]...\n", stderr);
+    const int has_palette = argc > 1 && strcmp(argv[1], "--palette") == 0;
+    const int first = has_palette ? 3 : 1; /* the surface file */
+    if (argc <= first || (argc - first) % 2 == 0) {
+        fputs("usage: read_surface [--palette FILE] FILE [X Y]...\n", stderr);
         return WRONG_USE;
     }
-    struct quillory_surface surface = {0};
-    const char* const fault = open_surface(argv[1], &surface);
+    struct palette palette = {{0}, 0};
+    const char* const fault = has_palette ? read_palette(argv[2], &palette) : NULL;
     if (fault != NULL) {
-        fprintf(stderr, "read_surface: %s: %s\n", argv[1], fault);
-        return REFUSED;
+        return refuse(argv[2], fault);
     }
-    int status = FINE;
-    if (argc == 2) {
-        print_facts(&surface);
-    } else {
-        status = print_pixels(&surface, argv + 2, argc - 2);
-    }
+    const int status = read_surface(&palette, argv + first, argc - first);
     if (fflush(stdout) != 0) { /* a full disk, for example */
         perror("read_surface: standard output");
         return REFUSED;

@@ -5,6 +5,8 @@ copied: it needs nothing but struct. Its words are those of read_surface.c.
     read_surface.py FILE             prints the image's size, the colour mode and the rotation
     read_surface.py FILE X Y ...     prints the pixels at these places of the image, a line each
 
+--palette NAME.palette in front of FILE gives palette indices their colors.
+
 Exit status: 0, or 1 if the file cannot be used, or 2 if the command line is wrong.
 """
 
@@ -112,8 +114,26 @@ def color_of(mode, pixel):
             widen_4(word & 15))
 
 
-def pixel_words(mode, pixel):
-    if mode == I8:  # grey or an index: the file does not say which, and has no palette
+def read_palette(path):
+    """The 256 entries of a palette file as blue, green, red and alpha."""
+    try:
+        with open(path, "rb") as file:
+            content = file.read(256 * 4 + 1)
+    except OSError as fault:
+        raise Refusal(fault.strerror or fault) from fault
+    if len(content) not in (256 * 3, 256 * 4):
+        raise Refusal("it is no palette file, which has 768 or 1024 bytes")
+    size = len(content) // 256
+    return [(content[i * size:(i + 1) * size] + b"\xff")[:4] for i in range(256)]
+
+
+def pixel_words(mode, pixel, palette):
+    if palette:
+        blue, green, red, alpha = palette[pixel[0]]
+        if mode == AI88:  # keeps the alpha beside the index
+            alpha = pixel[1]
+        return "alpha %d red %d green %d blue %d" % (alpha, red, green, blue)
+    if mode == I8:  # gray or an index: the file does not say which, and has no palette
         return "value %d" % pixel[0]
     if mode == AI88:
         return "value %d alpha %d" % (pixel[0], pixel[1])
@@ -133,28 +153,39 @@ def number_in(word):
     return int(word) if word.isascii() and word.isdigit() and len(word) <= 10 else 2**64
 
 
-def print_pixels(surface, words):
+def print_pixels(surface, palette, words):
     width, height = surface.image_size()
     for x, y in zip(words[::2], words[1::2]):
         if number_in(x) >= width or number_in(y) >= height:
             print("read_surface: no pixel of the image: %s %s" % (x, y), file=sys.stderr)
             return WRONG_USE
-        print(pixel_words(surface.mode, surface.pixel(number_in(x), number_in(y))))
+        print(pixel_words(surface.mode, surface.pixel(number_in(x), number_in(y)), palette))
+    return FINE
+
+
+def read_surface(palette, words):
+    """Looks at the surface in the file words[0]; places follow it."""
+    surface = open_surface(words[0])
+    if palette and surface.mode not in (I8, AI88):
+        raise Refusal("its colour mode has no palette indices")
+    if len(words) > 1:
+        return print_pixels(surface, palette, words[1:])
+    print_facts(surface)
     return FINE
 
 
 def main(words):
-    if len(words) % 2 != 1:
-        print("usage: read_surface FILE [X Y]...", file=sys.stderr)
+    first = 2 if words[:1] == ["--palette"] else 0  # the surface file
+    if (len(words) - first) % 2 != 1 or len(words) <= first:
+        print("usage: read_surface [--palette FILE] FILE [X Y]...", file=sys.stderr)
         return WRONG_USE
+    path = words[1 if first else 0]
     try:
-        surface = open_surface(words[0])
-        if len(words) > 1:
-            return print_pixels(surface, words[1:])
-        print_facts(surface)
-        return FINE
+        palette = read_palette(path) if first else None
+        path = words[first]
+        return read_surface(palette, words[first:])
     except Refusal as reason:
-        print("read_surface: %s: %s" % (words[0], reason), file=sys.stderr)
+        print("read_surface: %s: %s" % (path, reason), file=sys.stderr)
         return REFUSED
 
 

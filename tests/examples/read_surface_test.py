@@ -196,6 +196,43 @@ class Rotations(Reading):
             self.assertEqual(4, len(set(upright)))
 
 
+class Palettes(Reading):
+    BGR = b"".join(bytes((i, 255 - i, i ^ 5)) for i in range(256))
+    BGRA = b"".join(bytes((i, 255 - i, i ^ 5, 200 - i & 255)) for i in range(256))
+
+    def expect(self, mode, pixels, palette, colors):
+        surface = self.write("a.surface", surface_bytes(mode, 2, [pixels]))
+        palette = self.write("a.palette", palette)
+        self.assertEqual(["alpha %d red %d green %d blue %d" % color for color in colors],
+                         read_with_both(self, "--palette", palette, surface, 0, 0, 1, 0))
+
+    def test_give_indices_their_colors(self):
+        self.expect(I8, b"\0\xff", self.BGR, [(255, 5, 255, 0), (255, 250, 0, 255)])
+        self.expect(I8, b"\x02\xff", self.BGRA, [(198, 7, 253, 2), (201, 250, 0, 255)])
+
+    def test_leave_alpha_that_is_beside_the_index(self):
+        self.expect(AI88, b"\x02\x09\x03\xff", self.BGRA, [(9, 7, 253, 2), (255, 6, 252, 3)])
+
+    def expect_refusal(self, named, reason, *words):
+        for name, program in READERS.items():
+            with self.subTest(reader=name):
+                self.assertEqual((1, "", "read_surface: %s: %s\n" % (named, reason)),
+                                 run(program, *words))
+
+    def test_have_one_of_two_sizes(self):
+        surface = self.write("a.surface", surface_bytes(I8, 1, [b"\0"]))
+        for size in (0, 767, 769, 1023, 1025, 5000):
+            palette = self.write("a.palette", bytes(size))
+            self.expect_refusal(palette, "it is no palette file, which has 768 or 1024 bytes",
+                                "--palette", palette, surface)
+        self.expect_refusal("none", "No such file or directory", "--palette", "none", surface)
+
+    def test_are_for_indices_only(self):
+        surface = self.write("a.surface", surface_bytes(A8, 1, [b"\0"]))
+        palette = self.write("a.palette", self.BGR)
+        self.expect_refusal(surface, "its colour mode has no palette indices", "--palette", palette, surface)
+
+
 class Sizes(Reading):
     def test_may_be_exact_or_more(self):
         file = surface_bytes(I8, 1, [b"\7"])
@@ -305,7 +342,10 @@ class WrongUse(Reading):
                 self.assertEqual((2, "", "%s\n" % reason), run(program, *words))
 
     def test_is_a_lone_number_or_no_file(self):
-        usage = "usage: read_surface FILE [X Y]..."
+        usage = "usage: read_surface [--palette FILE] FILE [X Y]..."
+        self.expect(usage, "--palette")
+        self.expect(usage, "--palette", "file")
+        self.expect(usage, "--palette", "file", "file", 1)
         self.expect(usage)
         self.expect(usage, "file", 1)
         self.expect(usage, "file", 1, 2, 3)
