@@ -263,6 +263,13 @@ TEST_F(Faults, OfMemoryDoNotComeFromPixelsThatNobodyAskedFor) {
 
 // ---- Names in a shell's command line
 
+TEST(Printable, HidesControlCharactersAndKeepsTheRest) {
+    EXPECT_EQ("a?b?c??", printable("a\nb\x7F"
+                                   "c\x1B\x9B"));
+    EXPECT_EQ("?[31m", printable("\xC2\x9B[31m"));
+    EXPECT_EQ("\xC3\xA4\xE2\x82\xAC\xE4", printable("\xC3\xA4\xE2\x82\xAC\xE4"));
+}
+
 TEST(ShellWord, LeavesPlainNamesAlone) {
     EXPECT_EQ("a-b/c_D.9", shellWord("a-b/c_D.9"));
     EXPECT_EQ("-", shellWord("-"));

@@ -1,6 +1,8 @@
 // Control characters never reach a terminal or a command.
 #include "tools/slabtool/text.h"
 
+#include "tools/slabtool/utf8.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -9,6 +11,11 @@ namespace {
 
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+// U+0080 to U+009F, in Latin-1 or as the second byte in UTF-8.
+bool isLateControl(char c) {
+    return static_cast<unsigned char>(c) >= 0x80 && static_cast<unsigned char>(c) < 0xA0;
 }
 
 std::string inQuotes(char c) {
@@ -24,8 +31,15 @@ std::string asOctal(char c) {
 } // namespace
 
 std::string printable(const std::string& text) {
-    std::string result = text;
-    std::replace_if(result.begin(), result.end(), isControl, '?');
+    std::string result;
+    for (size_t at = 0; at < text.size();) {
+        const size_t length = std::max<size_t>(utf8Length(text, at), 1);
+        const bool isHidden =
+            length == 1 ? isControl(text[at]) || isLateControl(text[at])
+                        : length == 2 && text[at] == '\xC2' && isLateControl(text[at + 1]);
+        result += isHidden ? "?" : text.substr(at, length);
+        at += length;
+    }
     return result;
 }
 

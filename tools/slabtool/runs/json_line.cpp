@@ -1,7 +1,7 @@
 // The library replaces what is not UTF-8.
 #include "tools/slabtool/runs/json_line.h"
 
-#include "tools/slabtool/runs/utf8.h"
+#include "tools/slabtool/utf8.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // The line is cut to the terminal's width: a longer one would wrap, and could not be overwritten.
 #include "tools/slabtool/runs/progress.h"
 
-#include "tools/slabtool/runs/utf8.h"
 #include "tools/slabtool/text.h"
+#include "tools/slabtool/utf8.h"
 
 #include <cmath>
 #include <cstdint>
@@ -59,14 +59,6 @@ std::string rateText(double rate) {
     return text;
 }
 
-// A character of UTF-8 as a terminal may get it: neither bytes that are no character nor U+0080 to U+009F,
-// which are control characters too.
-std::string shownCharacter(const std::string& text, size_t at, size_t length) {
-    const bool isControl =
-        length == 2 && text[at] == '\xC2' && static_cast<unsigned char>(text[at + 1]) < 0xA0;
-    return length == 0 || isControl ? "?" : text.substr(at, length);
-}
-
 // Characters of three bytes or more may be two columns wide.
 std::string cut(const std::string& text, size_t columns) {
     std::string result;
@@ -77,7 +69,7 @@ std::string cut(const std::string& text, size_t columns) {
             break;
         }
         columns -= width;
-        result += shownCharacter(text, at, length);
+        result += length == 0 ? "?" : text.substr(at, length);
         at += length == 0 ? 1 : length;
     }
     return result;

@@ -1,5 +1,5 @@
 // The lead byte tells the length, and each length has a min value.
-#include "tools/slabtool/runs/utf8.h"
+#include "tools/slabtool/utf8.h"
 
 #include <cstdint>
 #include <iterator>
