@@ -26,9 +26,10 @@ TEST(ProgressLine, TellsBarCountRateTimeAndFile) {
     EXPECT_EQ("[----------] 1/20000  1.0/s  5:33:19 left  a", progressLine(1, 20000, 1s, "a", 80));
 }
 
-TEST(ProgressLine, TellsNoRateBeforeAFileIsDone) {
-    EXPECT_EQ("[----------] 0/2  a", progressLine(0, 2, 5s, "a", 80));
-    EXPECT_EQ("[----------] 0/0  a", progressLine(0, 0, 5s, "a", 80));
+TEST(ProgressLine, TellsThePassedTimeBeforeAFileIsDone) {
+    EXPECT_EQ("[----------] 0/2  a", progressLine(0, 2, 999ms, "a", 80));
+    EXPECT_EQ("[----------] 0/2  0:05  a", progressLine(0, 2, 5s, "a", 80));
+    EXPECT_EQ("[----------] 0/0  0:05  a", progressLine(0, 0, 5s, "a", 80));
 }
 
 TEST(ProgressLine, FitsIntoAnyWidth) {

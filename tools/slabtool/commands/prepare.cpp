@@ -171,10 +171,8 @@ void requireOtherFiles(const JobPlan& plan) {
     }
 }
 
-int prepareOne(const PrepareRequest& request, const std::string& input) {
-    const Bytes original = about(input, [&] { return readFile(input); });
-    const Preparation preparation = about(input, [&] { return prepareImage(original, request); });
-    about(request.output, [&] { writeFile(request.output, preparation.file); });
+void reportOne(const PrepareRequest& request, const std::string& input,
+               const Preparation& preparation) {
     if (request.batch.json) {
         printJson({input, request.output, ""}, preparation);
     } else if (!request.batch.quiet) {
@@ -182,14 +180,26 @@ int prepareOne(const PrepareRequest& request, const std::string& input) {
             std::fprintf(stderr, "slabtool: %s: %s\n", printable(input).c_str(), line.c_str());
         }
     }
-    return 0;
+}
+
+Preparation prepareOne(const PrepareRequest& request, const std::string& input) {
+    const Bytes original = about(input, [&] { return readFile(input); });
+    Preparation preparation = about(input, [&] { return prepareImage(original, request); });
+    about(request.output, [&] { writeFile(request.output, preparation.file); });
+    return preparation;
 }
 
 } // namespace
 
 int runPrepare(const PrepareRequest& request) {
     if (!request.isIntoFolder) {
-        return prepareOne(request, request.inputs.front());
+        const std::string& input = request.inputs.front();
+        runInOrder<Preparation>(
+            {input}, request.batch, [&](size_t) { return prepareOne(request, input); },
+            [&](size_t, const Preparation& preparation) {
+                reportOne(request, input, preparation);
+            });
+        return 0;
     }
     const JobPlan plan = planJobs(request.inputs, request.output + "/", ".png");
     requireOtherFiles(plan);

@@ -39,7 +39,7 @@ int endOfRun(bool hasEnded, OutputFolder& folder, bool hasRejections);
 /// Works on files as `runBatch` does, for sub-commands that leave nothing behind and so end at a signal.
 /// @param work gives a file's result, on a worker thread
 /// @param report gets the results on the calling thread, in the order of the files
-/// @throws Refusal if `work` has thrown
+/// @throws Refusal with the words of what `work` has thrown
 template <typename Result>
 void runInOrder(const std::vector<std::string>& names, const BatchOptions& options,
                 const std::function<Result(size_t file)>& work,
@@ -49,7 +49,7 @@ void runInOrder(const std::vector<std::string>& names, const BatchOptions& optio
     size_t next = 0;
     const auto reportInOrder = [&](size_t file, const JobFailure& failure) {
         if (failure) {
-            throw Refusal(printable(names[file]) + ": " + *failure);
+            throw Refusal(*failure);
         }
         isDone[file] = true;
         for (; next < names.size() && isDone[next]; ++next) {

@@ -85,6 +85,8 @@ std::string progressLine(size_t done, size_t total, std::chrono::duration<double
         const double rate = static_cast<double>(done) / elapsed.count();
         line += "  " + rateText(rate) + "  " + timeText(static_cast<double>(total - done) / rate) +
                 " left";
+    } else if (elapsed.count() >= 1) {
+        line += "  " + timeText(elapsed.count()); // a sign of life
     }
     return cut(line + "  " + printable(file), columns);
 }

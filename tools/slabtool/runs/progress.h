@@ -37,6 +37,6 @@ private:
     Time mStart, mNext; // mNext: when the line may be drawn again
 };
 
-/// The line, cut to `columns`: bar, count, rate, time left, file.
+/// The line, cut to `columns`: bar, count, rate, time left, file. The time that has passed, until one is finished.
 std::string progressLine(size_t done, size_t total, std::chrono::duration<double> elapsed,
                          const std::string& file, size_t columns);
