@@ -1,5 +1,5 @@
 // slabtool convert as a whole program: beside pngslab, over folders, and through everything that may go wrong.
-#include "tests/slabtool/slabtool_test.h"
+#include "tests/slabtool/convert_test.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_writer.h"
 #include "tests/support/same_bytes.h"
@@ -10,28 +10,7 @@
 
 namespace {
 
-class Convert : public SlabtoolTest {
-protected:
-    // The surface that slabtool makes of an image.
-    byte_vector convert(const byte_vector& image,
-                        const std::vector<std::string>& options = {}) const {
-        write("in.png", image);
-        std::vector<std::string> arguments = {"convert", "in.png", "out.surface", "--quiet"};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        expectTool(0, "", "", arguments);
-        return read("out.surface");
-    }
-
-    void write(const std::string& name, const byte_vector& bytes) const {
-        std::filesystem::create_directories(path(name).parent_path());
-        SlabtoolTest::write(name, bytes);
-    }
-
-    std::string summaryOf(const std::vector<std::string>& arguments) const {
-        const std::string output = tool(arguments).output;
-        return output.substr(output.find("converted "));
-    }
-};
+using Convert = ConvertTest;
 
 TEST_F(Convert, WritesWhatPngslabWrites) {
     for (const auto& options : std::vector<std::vector<std::string>>{{}, {"--rotation", "90"}}) {

@@ -79,9 +79,12 @@ public:
         if (mRequest.prune && !stopRequested()) {
             prune();
         }
-        save();
+        attempt(kManifestName, [&] { save(); });
         mReport.printSummary(mPlan.jobs.size());
-        return endOfRun(hasEnded, mFolder, mReport.hasRejections());
+        for (const std::string& failure : mFailures) {
+            std::fprintf(stderr, "slabtool: %s\n", failure.c_str());
+        }
+        return endOfRun(hasEnded, mFolder, mReport.hasRejections() || !mFailures.empty());
     }
 
 private:
@@ -141,21 +144,37 @@ private:
         mReport.add(std::exchange(result.report, {}));
     }
 
+    // A failure of a file that is no image's: it is told behind the summary.
+    template <typename Work>
+    void attempt(const std::string& file, const Work& work) {
+        try {
+            about(file, work);
+        } catch (const Refusal& refusal) {
+            mFailures.emplace_back(refusal.what());
+        }
+    }
+
     void prune() {
         for (const ManifestEntry& entry : entriesWithoutImage(mManifest, mPlan.folder)) {
-            mFolder.remove(entry.file);
-            if (entry.palette) {
-                mFolder.remove(*entry.palette);
-            }
-            mManifest.remove(entry.file);
-            mReport.addPruned();
+            attempt(entry.file, [&] {
+                mFolder.remove(entry.file);
+                if (entry.palette) {
+                    mFolder.remove(*entry.palette);
+                }
+                mManifest.remove(entry.file);
+                mReport.addPruned();
+            });
         }
     }
 
     void saveNowAndThen() {
         const auto now = std::chrono::steady_clock::now();
         if (now - mSaved > kSaveInterval) {
-            save();
+            try {
+                save();
+            } catch (const Refusal&) {
+                // The last one tells it, if it fails too.
+            }
             mSaved = std::chrono::steady_clock::now();
         }
     }
@@ -175,6 +194,7 @@ private:
     Manifest mOld, mManifest;
     std::vector<Result> mResults;
     ConvertReport mReport;
+    std::vector<std::string> mFailures;
     std::chrono::steady_clock::time_point mSaved = std::chrono::steady_clock::now();
 };
 
