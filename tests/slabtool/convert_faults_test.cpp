@@ -1,7 +1,10 @@
 // slabtool convert where the machine lets it down, where others meddle with its folders, and where it runs again.
 #include "tests/slabtool/convert_test.h"
+#include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/same_bytes.h"
+#include "tests/support/sanitized.h"
+#include "tools/slabtool/runs/image_to_surface.h"
 
 #include <algorithm>
 
@@ -122,6 +125,145 @@ TEST_F(ConvertFaults, OfRightsToTheOutputFolderEndTheRun) {
     EXPECT_EQ("slabtool: " + realPath("surfaces") + ": cannot be locked: Permission denied\n",
               outcome.errors);
 }
+
+// ---- Declared sizes: what convert and the other commands allocate. Sanitizers and emulators need more addresses
+// than that for themselves.
+
+constexpr uint32_t kMostSide = 0x7FFFFFFF;
+
+Finding rejectionOf(const byte_vector& image, const ConversionRequest& request) {
+    try {
+        convertImage(image, request);
+        return {"", "not rejected"};
+    } catch (const RejectedImage& rejection) {
+        return rejection.reason();
+    }
+}
+
+TEST(ConvertBounds, RejectMorePixelsThanAllowed) {
+    const byte_vector image = png().gray(3, 2).bytes();
+    EXPECT_EQ("too-large", rejectionOf(image, {.maxPixels = 5}).code);
+    EXPECT_EQ("not rejected", rejectionOf(image, {.maxPixels = 6}).words);
+}
+
+// A second header, which decoders reject only once they have come that far.
+TEST(ConvertBounds, GoByTheFirstHeader) {
+    const byte_vector small = png().gray(1, 1).image_header();
+    const byte_vector image =
+        png().gray(2, 2).declared_size(600, 600).chunk_after_idat({"IHDR", small}).bytes();
+    EXPECT_EQ("too-large", rejectionOf(image, {.maxPixels = 1000}).code);
+}
+
+// Padding counts too: an image of one column can become as many times its size.
+TEST(ConvertBounds, RejectRowsThatAlignmentMakesTooLong) {
+    const byte_vector image = png().gray(1, 100).bytes();
+    for (const std::optional<DsColorMode> mode :
+         {std::optional<DsColorMode>(), std::optional(DsColorMode::RGB565)}) {
+        EXPECT_EQ("too-large",
+                  rejectionOf(image, {.mode = mode, .rowAlignment = 41, .maxPixels = 1000}).code);
+        EXPECT_EQ("not rejected",
+                  rejectionOf(image, {.mode = mode, .rowAlignment = 40, .maxPixels = 1000}).words);
+        EXPECT_EQ(
+            "not rejected",
+            rejectionOf(image,
+                        {.mode = mode, .rotation = 90, .rowAlignment = 4000, .maxPixels = 1000})
+                .words);
+    }
+}
+
+#if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
+constexpr uint64_t kLittleMemory = 64 << 20;
+
+TEST_F(ConvertFaults, DoNotComeFromDeclaredSizes) {
+    const std::pair<uint32_t, uint32_t> sizes[] = {{kMostSide, 1}, {1, kMostSide}, {60000, 60000}};
+    size_t number = 0;
+    for (const uint8_t type : kColorTypes) {
+        for (const auto& [width, height] : sizes) {
+            for (const bool isInterlaced : {false, true}) { // libpng's part
+                write("images/" + std::to_string(number++) + ".png",
+                      png()
+                          .image(type, 2, 2)
+                          .declared_size(width, height)
+                          .interlace_method(isInterlaced ? 1 : 0)
+                          .bytes());
+            }
+        }
+    }
+    write("images/good.png", grayImage(4));
+    for (const Names& options : {Names{}, Names{"--mode", "A8"}, Names{"--keep-colors"}}) {
+        Names arguments = {"convert", "--quiet", "--jobs", "1", "images", "surfaces"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const ProgramOutcome outcome = tool(arguments, {.addressSpace = kLittleMemory});
+        EXPECT_EQ(1, outcome.exitStatus);
+        EXPECT_EQ("", outcome.errors);
+        EXPECT_EQ(static_cast<ptrdiff_t>(number),
+                  std::count(outcome.output.begin(), outcome.output.end(), '\n'));
+        EXPECT_EQ(std::string::npos, outcome.output.find("[memory]")) << outcome.output;
+        EXPECT_EQ((Names{"good.surface", "surfaces.json"}), filesIn("surfaces"));
+    }
+}
+
+// What the limit lets pass may still not be had: that is the image's own failure.
+TEST_F(ConvertFaults, OfMemoryAreAnImagesOwn) {
+    write("images/good.png", grayImage(4));
+    write("images/huge.png", png().gray(2, 2).declared_size(kMostSide, 1).bytes());
+    const ProgramOutcome outcome =
+        tool({"convert", "--jobs", "1", "--max-pixels", "4000000000", "images", "surfaces"},
+             {.addressSpace = kLittleMemory});
+    EXPECT_EQ(1, outcome.exitStatus);
+    EXPECT_EQ("images/huge.png: rejected: not enough memory to convert it [memory]\n"
+              "converted 1, up to date 0, fixed on the way 0, with loss 0, rejected 1\n",
+              outcome.output);
+}
+
+TEST_F(ConvertFaults, OfMemoryAreASingleImagesOwn) {
+    write("huge.png", png().gray(2, 2).declared_size(kMostSide, 1).bytes());
+    const ProgramOutcome outcome =
+        tool({"convert", "--quiet", "--max-pixels", "4000000000", "huge.png", "out.surface"},
+             {.addressSpace = kLittleMemory});
+    EXPECT_EQ(1, outcome.exitStatus);
+    EXPECT_EQ("huge.png: rejected: not enough memory to convert it [memory]\n", outcome.output);
+    EXPECT_EQ("", outcome.errors);
+}
+
+// 100 MiB of profile in 100 kB.
+TEST_F(ConvertFaults, DoNotComeFromProfilesThatExplode) {
+    const byte_vector zeros(100 << 20);
+    byte_vector profile = {'n', 0, 0};
+    append(profile, zlib_wrapped(deflate_without_fixed_codes(zeros, {}), zeros));
+    for (const char* kind : {"iCCP", "zTXt"}) {
+        write("images/a.png",
+              png().gray(8, 8).interlace_method(1).chunk_before_idat({kind, profile}).bytes());
+        write("images/b.png", png().gray(8, 8).chunk_before_idat({kind, profile}).bytes());
+        for (const Names& arguments :
+             {Names{"convert", "--jobs", "1", "--quiet", "--keep-colors", "images", "surfaces"},
+              Names{"check", "images/a.png", "images/b.png"},
+              Names{"prepare", "images/b.png", "b.png"}}) {
+            const ProgramOutcome outcome = tool(arguments, {.addressSpace = kLittleMemory});
+            EXPECT_EQ(0, outcome.signal);
+            EXPECT_EQ(std::string::npos, (outcome.output + outcome.errors).find("memory"))
+                << outcome.output + outcome.errors;
+        }
+    }
+}
+
+TEST_F(ConvertFaults, DoNotComeFromWhatOtherCommandsReadOfSizes) {
+    write("huge.png", png().rgba(2, 2).declared_size(kMostSide, 1).bytes());
+    byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMostSide, 1, 0x80000000);
+    append(surface, byte_vector(44));
+    write("huge.surface", surface);
+    for (const Names& arguments :
+         {Names{"check", "huge.png"}, Names{"prepare", "huge.png", "out.png"},
+          Names{"view", "huge.surface", "out.png"}, Names{"info", "huge.surface", "huge.png"},
+          Names{"compare", "huge.surface", "huge.surface"}}) {
+        const ProgramOutcome outcome = tool(arguments, {.addressSpace = kLittleMemory});
+        EXPECT_EQ(1, outcome.exitStatus) << arguments.front();
+        EXPECT_EQ(std::string::npos, (outcome.output + outcome.errors).find("not enough memory"))
+            << outcome.output + outcome.errors;
+    }
+    EXPECT_FALSE(exists("out.png"));
+}
+#endif
 
 // ---- Links
 

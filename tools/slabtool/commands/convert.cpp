@@ -21,6 +21,7 @@ namespace {
 constexpr const char* kPaletteSuffix = ".palette";
 constexpr const char* kVersion = "1.0.0";
 constexpr std::chrono::seconds kSaveInterval(2);
+const Finding kNoMemory = {"memory", "not enough memory to convert it"};
 constexpr int kRejectedStatus = 1;
 
 std::string withoutSuffix(const std::string& path) {
@@ -111,7 +112,7 @@ private:
         } catch (const Refusal& refusal) {
             result.report.rejection = Finding{"file", refusal.what()};
         } catch (const std::bad_alloc&) {
-            result.report.rejection = Finding{"memory", "not enough memory to convert it"};
+            result.report.rejection = kNoMemory;
         }
         return result;
     }
@@ -217,6 +218,8 @@ int convertOne(const ConvertRequest& request, const Job& job) {
         image.rejection = rejection.reason();
     } catch (const Refusal& refusal) {
         image.rejection = Finding{"file", refusal.what()};
+    } catch (const std::bad_alloc&) {
+        image.rejection = kNoMemory;
     }
     report.add(image);
     report.printSummary(1);

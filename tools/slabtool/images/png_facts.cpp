@@ -28,7 +28,8 @@ std::vector<std::array<uint8_t, 3>> paletteIn(ByteView data) {
 }
 
 void note(PngFacts& facts, std::string_view type, ByteView data) {
-    if (type == "IHDR" && data.size() == kHeaderBytes) {
+    // The first header alone: a decoder has allocated its pixels when it meets another one.
+    if (type == "IHDR" && data.size() == kHeaderBytes && facts.pixels() == 0) {
         facts.width = bigEndian(data);
         facts.height = bigEndian(data.subspan(kHeightAt));
         facts.bitDepth = data[kDepthAt];

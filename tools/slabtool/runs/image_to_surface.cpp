@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr uint32_t kQuarterTurn = 90;
+
 [[noreturn]] void reject(const char* code, const std::string& words) {
     throw RejectedImage({code, words});
 }
@@ -45,6 +47,16 @@ Bytes serialized(const DsSurface& surface) {
     Bytes file(surface.serialize(nullptr));
     surface.serialize(file.data());
     return file;
+}
+
+// Rows of few pixels can become as many times as long by their padding.
+void checkPadding(uint64_t rows, const ConversionRequest& request) {
+    constexpr uint64_t kMostPixelBytes = 4;
+    const uint64_t bytes = rows * request.rowAlignment;
+    if (bytes / kMostPixelBytes > request.maxPixels) {
+        reject("too-large", "its rows take at least " + std::to_string(bytes) +
+                                " bytes by --row-alignment, more than --max-pixels allows");
+    }
 }
 
 // The same surface with rows at multiples of `alignment` bytes.
@@ -80,6 +92,7 @@ ConvertedImage convertPlainly(ByteView file, const PngFacts& facts,
         assert(surface != nullptr); // images of stored blocks are always accepted
         converted.wasFixed = true;
     }
+    checkPadding(static_cast<uint64_t>(surface->getHeight()), request);
     converted.surface = request.rowAlignment <= 1
                             ? serialized(*surface)
                             : withRowAlignment(*surface, request.rowAlignment);
@@ -137,6 +150,7 @@ ConvertedImage convertSamples(ByteView file, const PngFacts& facts,
         applyOrientation(image, facts.orientation);
         removeLoss(converted.losses, kOrientationLoss);
     }
+    checkPadding(request.rotation == kQuarterTurn ? image.width : image.height, request);
     const Samples samples = {image.width, image.height, kindOf(image.colorType), image.samples,
                              image.paletteAlpha};
     const MadeSurface made = makeSurface(samples, {.mode = request.mode.value_or(ownModeOf(image)),

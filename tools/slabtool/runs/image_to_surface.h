@@ -12,8 +12,8 @@
 
 /// How images become surfaces. By default as pngslab makes them.
 struct ConversionRequest {
-    std::optional<DsColorMode> mode; ///< another mode than the image calls for
-    std::optional<uint32_t> background;
+    std::optional<DsColorMode> mode = {}; ///< another mode than the image calls for
+    std::optional<uint32_t> background = {};
     Dither dither = Dither::None;
     bool alphaOnly = false;
     bool keepColors =
