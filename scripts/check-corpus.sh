@@ -2,15 +2,21 @@
 # Converts thousands of icons and wallpapers of four Debian packages, and the conformance images of
 # libpng's source package, and holds every pixel against libpng's; then holds slabtool against both. Needs
 # apt's access to the packages and, for the conformance images, to their sources.
+#
+#     scripts/check-corpus.sh [--installed]
+#
+# --installed fetches nothing and checks the images below /usr/share instead.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
+[ "$*" = --installed ] || reject_arguments "$@"
 install_missing g++ cmake make python3 dpkg-dev libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
 folder="$tree/build/corpus"
 
 packages=(tango-icon-theme oxygen-icon-theme mate-backgrounds desktop-base)
 
-if [ ! -e "$folder/complete" ]; then
+# Downloads the images into $folder.
+fetch() {
     echo "Fetching ${packages[*]}"
     rm -rf "$folder"
     mkdir -p "$folder"/{fetched,icons,conformance}
@@ -29,13 +35,20 @@ if [ ! -e "$folder/complete" ]; then
         tar --extract --wildcards --file libpng1.6_*.orig.tar.* '*/contrib/pngsuite/*.png' '*/contrib/testpngs/*.png')
     rm -rf "$folder"/{sources,lists,cache}
     touch "$folder/complete"
+}
+
+folders=("$folder"/{icons,conformance})
+if [ "$*" = --installed ]; then
+    folders=(/usr/share)
+elif [ ! -e "$folder/complete" ]; then
+    fetch
 fi
 
 configure dev
 build dev
-for images in icons conformance; do
+for images in "${folders[@]}"; do
     for check in check_corpus check_slabtool; do
         echo "$check $images"
-        "$tree/build/dev/bin/$check" "$folder/$images"
+        "$tree/build/dev/bin/$check" "$images"
     done
 done

@@ -1,11 +1,13 @@
 // Holds slabtool against pngslab and libpng on every PNG file below a folder: `check` must be of
-// pngslab's opinion, and `prepare` must make of every image that libpng reads one that pngslab takes,
-// with the same pixels. Not a part of the suite, since the images come from elsewhere.
+// pngslab's opinion, `prepare` must make of every image that libpng reads one that pngslab takes, with the
+// same pixels, and `convert` must write what pngslab writes, after `prepare` where that is needed. Not a part of the suite, since the images come from elsewhere.
 //
 //     check_slabtool FOLDER
 #include "tests/corpus/corpus_run.h"
 #include "tests/support/png_oracle.h"
 #include "tests/support/run_program.h"
+#include "tools/slabtool/images/png_facts.h"
+#include "tools/slabtool/runs/image_to_surface.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +16,8 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr uint64_t kMaxPixels = ConversionRequest().maxPixels;
 
 // A folder for what the programs write, gone with the run.
 class scratch_folder {
@@ -53,6 +57,9 @@ public:
             return {"check and pngslab DISAGREE", true};
         }
         const std::string before = is_taken ? "taken before" : "refused before";
+        if (!is_converted_alike(path, is_taken)) {
+            return {before + ", and convert and pngslab DISAGREE", true};
+        }
         for (const bool with_alpha : {false, true}) {
             const corpus_verdict_t verdict = prepare(path, with_alpha);
             if (verdict.is_failure || with_alpha) {
@@ -63,6 +70,23 @@ public:
     }
 
 private:
+    // Images beyond --max-pixels are left out: convert rejects them.
+    bool is_converted_alike(const std::string& path, bool is_taken) const {
+        const std::string ours = m_scratch.file("converted.surface");
+        fs::remove(ours);
+        if (factsOf(read_file(path)).pixels() > kMaxPixels) {
+            return true;
+        }
+        const bool is_converted = succeeds(PNGSLAB_SLABTOOL, {"convert", "--quiet", path, ours});
+        bool is_expected = is_taken;
+        if (!is_taken) {
+            const std::string fixed = m_scratch.file("fixed.png");
+            is_expected = succeeds(PNGSLAB_SLABTOOL, {"prepare", path, fixed}) && converts(fixed);
+        }
+        return is_converted == is_expected &&
+               (!is_expected || read_file(ours) == read_file(m_scratch.file("image.surface")));
+    }
+
     bool converts(const std::string& path) const {
         return succeeds(PNGSLAB_PROGRAM,
                         {"--image", path, "--output", m_scratch.file("image.surface")});
