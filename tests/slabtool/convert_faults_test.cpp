@@ -174,7 +174,7 @@ TEST(ConvertBounds, RejectRowsThatAlignmentMakesTooLong) {
 #if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
 constexpr uint64_t kLittleMemory = 64 << 20;
 
-TEST_F(ConvertFaults, DoNotComeFromDeclaredSizes) {
+TEST_F(ConvertFaults, OfMemoryDoNotComeFromDeclaredSizes) {
     const std::pair<uint32_t, uint32_t> sizes[] = {{kMostSide, 1}, {1, kMostSide}, {60000, 60000}};
     size_t number = 0;
     for (const uint8_t type : kColorTypes) {
@@ -227,7 +227,7 @@ TEST_F(ConvertFaults, OfMemoryAreASingleImagesOwn) {
 }
 
 // 100 MiB of profile in 100 kB.
-TEST_F(ConvertFaults, DoNotComeFromProfilesThatExplode) {
+TEST_F(ConvertFaults, OfMemoryDoNotComeFromProfilesThatExplode) {
     const byte_vector zeros(100 << 20);
     byte_vector profile = {'n', 0, 0};
     append(profile, zlib_wrapped(deflate_without_fixed_codes(zeros, {}), zeros));
@@ -247,7 +247,7 @@ TEST_F(ConvertFaults, DoNotComeFromProfilesThatExplode) {
     }
 }
 
-TEST_F(ConvertFaults, DoNotComeFromWhatOtherCommandsReadOfSizes) {
+TEST_F(ConvertFaults, OfMemoryDoNotComeFromSizesInOtherCommands) {
     write("huge.png", png().rgba(2, 2).declared_size(kMostSide, 1).bytes());
     byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMostSide, 1, 0x80000000);
     append(surface, byte_vector(44));
