@@ -39,6 +39,15 @@ TEST(AcceptedImage, AppliesPalettes) {
     expectSameAsLibpng(png().indexed(4, 1).palette(4).trns({9}).pixels({0, 1, 2, 3}));
 }
 
+TEST(AcceptedImage, HasTheFirstOfTwoTransparencies) {
+    expectSameAsLibpng(png()
+                           .indexed(4, 1)
+                           .palette(4)
+                           .trns({1, 2, 3})
+                           .pixels({0, 1, 2, 3})
+                           .chunk_before_idat({"tRNS", {9, 8}}));
+}
+
 TEST(AcceptedImage, MakesIndicesBeyondThePaletteBlack) {
     const byte_vector file = png().indexed(2, 1).plte({1, 2, 3}).trns({4}).pixels({0, 7}).bytes();
     EXPECT_EQ((byte_vector{1, 2, 3, 4, 0, 0, 0, 255}),

@@ -27,6 +27,16 @@ std::vector<std::array<uint8_t, 3>> paletteIn(ByteView data) {
     return colors;
 }
 
+// Where palettes and their alpha are out of place, or there for a second time, libpng ignores them.
+void notePalette(PngFacts& facts, std::string_view type, ByteView data) {
+    if (type == "PLTE" && facts.palette.empty()) {
+        facts.palette = paletteIn(data);
+    } else if (type == "tRNS" && facts.colorType == kIndexedType && facts.transparency.empty() &&
+               data.size() <= facts.palette.size()) {
+        facts.transparency.assign(data.begin(), data.end());
+    }
+}
+
 void note(PngFacts& facts, std::string_view type, ByteView data) {
     // The first header alone: a decoder has allocated its pixels when it meets another one.
     if (type == "IHDR" && data.size() == kHeaderBytes && facts.pixels() == 0) {
@@ -36,11 +46,6 @@ void note(PngFacts& facts, std::string_view type, ByteView data) {
         facts.colorType = data[kColorTypeAt];
     } else if (type == "tRNS") {
         facts.hasTransparency = true;
-        if (facts.colorType == kIndexedType) {
-            facts.transparency.assign(data.begin(), data.end());
-        }
-    } else if (type == "PLTE") {
-        facts.palette = paletteIn(data);
     } else if (type == "iCCP") {
         facts.hasProfile = true;
     } else if (type == "sRGB") {
@@ -59,6 +64,7 @@ void note(PngFacts& facts, std::string_view type, ByteView data) {
 PngFacts factsOf(ByteView file) {
     PngFacts facts;
     size_t at = kSignatureBytes;
+    bool isBeforeImage = true;
     while (at <= file.size() && file.size() - at >= kLengthBytes + kTypeBytes) {
         const size_t length = bigEndian(file.subspan(at));
         const ByteView rest = file.subspan(at + kLengthBytes + kTypeBytes);
@@ -69,6 +75,10 @@ PngFacts factsOf(ByteView file) {
                                     kTypeBytes);
         if (type == "IEND") {
             break;
+        }
+        isBeforeImage = isBeforeImage && type != "IDAT";
+        if (isBeforeImage) {
+            notePalette(facts, type, rest.first(length));
         }
         note(facts, type, rest.first(length));
         at += kLengthBytes + kTypeBytes + length + kCrcBytes;
