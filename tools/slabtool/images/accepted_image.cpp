@@ -6,6 +6,7 @@
 #include "src/ds_surface.h"
 #include "src/internal/huge_pages.h"
 #include "tools/slabtool/images/png_facts.h"
+#include "tools/slabtool/large_bytes.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -50,7 +51,7 @@ void copySamples(const uint8_t* row, size_t count, size_t pixelBytes, uint8_t* s
 Bytes samplesOf(const DsSurface& surface) {
     const size_t pixelBytes = surface.getBytesPerPixel();
     const size_t rowBytes = static_cast<size_t>(surface.getWidth()) * pixelBytes;
-    Bytes samples(rowBytes * static_cast<size_t>(surface.getHeight()));
+    Bytes samples = largeBytes(rowBytes * static_cast<size_t>(surface.getHeight()));
     for (size_t y = 0; y < static_cast<size_t>(surface.getHeight()); ++y) {
         copySamples(surface.getPixels() + y * surface.getStride(), rowBytes, pixelBytes,
                     samples.data() + y * rowBytes);

@@ -1,6 +1,8 @@
 // Files by the C library's streams: pipes and devices work too.
 #include "tools/slabtool/runs/files.h"
 
+#include "tools/slabtool/large_bytes.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -103,7 +105,7 @@ Bytes readFile(const std::string& path) {
     const uint64_t told = toldSize(file.get()).value_or(kPieceBytes);
     checkSize(told);
     // One more, to see the end; a file may grow or shrink while it is read.
-    Bytes bytes(told + 1);
+    Bytes bytes = largeBytes(told + 1);
     size_t used = 0;
     for (;;) {
         const size_t count = readPiece(file.get(), bytes.data() + used, bytes.size() - used);

@@ -8,6 +8,7 @@
 #include "tools/slabtool/images/orientation.h"
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_verdict.h"
+#include "tools/slabtool/large_bytes.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <algorithm>
@@ -44,7 +45,7 @@ PngImage decodeImage(ByteView file, const PngChanges& changes) {
 }
 
 Bytes serialized(const DsSurface& surface) {
-    Bytes file(surface.serialize(nullptr));
+    Bytes file = largeBytes(surface.serialize(nullptr));
     surface.serialize(file.data());
     return file;
 }

@@ -23,23 +23,29 @@ void removeAndEnd(int signal) {
     raise(signal);
 }
 
-// Holds all signals back while it lives.
+// Holds all signals back while it lives; a batch run only notes them, so that they may come at any time.
 class SignalPause {
 public:
-    SignalPause() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &mOld);
+    explicit SignalPause(PartialFile::Writer writer)
+        : mIsNeeded(writer == PartialFile::Writer::Command) {
+        if (mIsNeeded) {
+            sigset_t all;
+            sigfillset(&all);
+            pthread_sigmask(SIG_SETMASK, &all, &mOld);
+        }
     }
     ~SignalPause() {
-        const int error = errno;
-        pthread_sigmask(SIG_SETMASK, &mOld, nullptr);
-        errno = error;
+        if (mIsNeeded) {
+            const int error = errno;
+            pthread_sigmask(SIG_SETMASK, &mOld, nullptr);
+            errno = error;
+        }
     }
     SignalPause(const SignalPause&) = delete;
     SignalPause& operator=(const SignalPause&) = delete;
 
 private:
+    bool mIsNeeded;
     sigset_t mOld;
 };
 
@@ -47,7 +53,7 @@ private:
 
 PartialFile::PartialFile(const std::filesystem::path& folder, Writer writer)
     : mWriter(writer) {
-    const SignalPause pause;
+    const SignalPause pause(mWriter);
     const std::string prefix = writer == Writer::Batch ? kBatchPrefix : kCommandPrefix;
     for (uint64_t number = 0; mStream == nullptr; ++number) {
         mPath = folder / (prefix + std::to_string(number) + kSuffix);
@@ -64,13 +70,13 @@ PartialFile::~PartialFile() {
     if (mPath.empty()) {
         return;
     }
-    const SignalPause pause;
+    const SignalPause pause(mWriter);
     unlink(mPath.c_str());
     forgetSignals();
 }
 
 bool PartialFile::moveTo(const std::filesystem::path& place) {
-    const SignalPause pause;
+    const SignalPause pause(mWriter);
     if (std::rename(mPath.c_str(), place.c_str()) != 0) {
         return false;
     }

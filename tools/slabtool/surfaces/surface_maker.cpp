@@ -4,6 +4,7 @@
 
 #include "src/ds_surface.h"
 #include "src/internal/mode_traits.h"
+#include "tools/slabtool/large_bytes.h"
 
 #include <cassert>
 #include <cstdlib>
@@ -94,7 +95,7 @@ void checkStride(const Samples& samples, const SurfaceRequest& request) {
 }
 
 Bytes fileOf(const DsSurface& surface) {
-    Bytes file(surface.serialize(nullptr));
+    Bytes file = largeBytes(surface.serialize(nullptr));
     surface.serialize(file.data());
     return file;
 }
