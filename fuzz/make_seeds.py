@@ -56,6 +56,20 @@ def surfaces():
             yield header + bytes(2 * stride - missing)
 
 
+def requests():
+    """Decisions in front of images to convert: flags, mode, dither, turn, background, alignment, most pixels."""
+    for number, image in enumerate(pngs()):
+        yield struct.pack("<5BIHH", 8, number * 11 % 64, number, number, number % 2, 0xFFFFFF, 4, 1000) + image
+
+
+def samples():
+    """In each mode of two bytes a pixel, with each kind of dithering."""
+    rng = random.Random(3)
+    for mode in range(3):
+        for dither in range(3):
+            yield struct.pack("<B3I", 16, mode, dither, 6) + bytes(rng.randrange(256) for _ in range(200))
+
+
 def streams():
     rng = random.Random(7)
     plain = [b"", b"a" * 300, bytes(rng.randrange(256) for _ in range(400)),
@@ -80,7 +94,7 @@ def main():
         "fuzz_png_against_libpng": list(pngs()),
         "fuzz_surface_from_png": [bytes((i & 1, i)) + p for i, p in enumerate(pngs())],
         "fuzz_slabtool": [bytes((i % 4 * 2,)) + p for i, p in enumerate(pngs())] +
-                         [b"\1" + s for s in surfaces()],
+                         [b"\1" + s for s in surfaces()] + list(requests()) + list(samples()),
         "fuzz_draw": noise,
         "fuzz_command_line": noise[:2],
     }
