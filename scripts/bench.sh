@@ -6,13 +6,13 @@
 #
 # FOLDER holds PNG files of any kinds, which are sorted into sets; without it images come from Debian's
 # packages. --quick takes fewer of them and fewer rounds, about two minutes in all instead of 18. The
-# steps are deflate, decode, backends, process, instructions, micro and pixels; all without --steps.
+# steps are deflate, decode, backends, process, batch, instructions, micro and pixels; all without --steps.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 quick=0
 rounds=""
-steps="deflate decode backends process instructions micro pixels"
+steps="deflate decode backends process batch instructions micro pixels"
 folder=""
 while [ $# -gt 0 ]; do
     case $1 in
@@ -39,7 +39,8 @@ fi
 sets=(photographs graphics palette_and_grey icons)
 
 install_missing g++ cmake make pkg-config valgrind zlib1g-dev libpng-dev libspng-dev liblodepng-dev \
-    libstb-dev libdeflate-dev libbenchmark-dev libpixman-1-dev libyuv-dev
+    libstb-dev libdeflate-dev libbenchmark-dev libpixman-1-dev libyuv-dev \
+    libcli11-dev nlohmann-json3-dev libxxhash-dev python3 python3-pil
 configure bench
 build bench
 built="$tree/build/bench"
@@ -120,6 +121,13 @@ measure_process() {
             "$bin/run_interleaved" --rounds "$set_rounds" "$target" "${commands[@]}" -- "${files[@]}"
         fi
     done
+}
+
+measure_batch() {
+    echo "### Many images: slabtool convert in one run"
+    # Debian's Python, which Debian's Pillow belongs to.
+    /usr/bin/python3 "$tree/bench/compare_batch.py" --rounds "$rounds" --most "$icon_processes" \
+        "$bin/slabtool" "$bin/pngslab" "$lists/icons.txt" "$lists/photographs.txt"
 }
 
 # Millions of instructions that the program $1 takes in its contender $2's work on the file $3.

@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""One run of slabtool convert beside one pngslab a file and beside Pillow in a pool of processes.
+
+    bench/compare_batch.py [--rounds N] [--most N] SLABTOOL PNGSLAB ICONS.txt PHOTOGRAPHS.txt
+
+Both lists name PNG files, one a line. All work is done in memory (/dev/shm) if there is room. What is compared takes
+turns, round after round; processor time is user and system time of a program and all that it starts. The Python that
+runs this needs Pillow (Debian's package python3-pil).
+"""
+
+import argparse
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+UP_TO_DATE_IMAGES = 100_000
+IMAGES_A_FOLDER = 1000
+
+# The same bytes as pngslab's, by a library: decoded, in the order of a surface's channels, behind a header.
+PILLOW = """
+import multiprocessing, os, struct, sys
+from PIL import Image
+
+MODES = {"RGBA": ("BGRA", 0), "RGB": ("BGR", 1), "LA": ("LA", 7)}
+
+def convert(path):
+    with Image.open(path) as image:
+        order, mode = MODES.get(image.mode, (image.mode, 5))
+        pixels = image.tobytes("raw", order)
+        width, height = image.size
+    with open(os.path.join(sys.argv[2], os.path.basename(path) + ".surface"), "wb") as file:
+        file.write(struct.pack("<5I", 0, mode, width, height, len(pixels) // height) + pixels)
+
+if __name__ == "__main__":
+    paths = [entry.path for entry in os.scandir(sys.argv[1])]
+    with multiprocessing.Pool() as pool:
+        pool.map(convert, paths, chunksize=16)
+"""
+
+
+class Usage:
+    """Seconds of a program and of what it has started."""
+
+    def __init__(self, command):
+        begin = time.monotonic()
+        child = subprocess.Popen(command, stdout=subprocess.DEVNULL)
+        _, status, used = os.wait4(child.pid, 0)
+        child.returncode = os.waitstatus_to_exitcode(status)
+        if child.returncode != 0:
+            sys.exit(f"{command[0]} failed")
+        self.wall = time.monotonic() - begin
+        self.processor = used.ru_utime + used.ru_stime
+
+
+def chosen(path, most):
+    """At most so many of a list's files, evenly spread."""
+    lines = pathlib.Path(path).read_text().split("\n")[:-1]
+    count = min(most, len(lines))
+    return [lines[i * len(lines) // count] for i in range(count)]
+
+
+class Bench:
+    def __init__(self, options, folder):
+        self.slabtool = options.slabtool
+        self.pngslab = options.pngslab
+        self.rounds = options.rounds
+        self.folder = folder
+
+    def fill(self, name, files):
+        """A folder with copies of the files."""
+        images = self.folder / name
+        images.mkdir()
+        for number, file in enumerate(files):
+            shutil.copy(file, images / f"{number:06}.png")
+        return images
+
+    def batch(self, images, *options):
+        return Usage([self.slabtool, "convert", "--quiet", *options, str(images), self.fresh()])
+
+    def singles(self, images):
+        """Processor seconds of a pngslab for each image."""
+        output = self.fresh()
+        os.mkdir(output)
+        return sum(Usage([self.pngslab, "--image", str(image), "--output", f"{output}/{image.name}.surface"]).processor
+                   for image in images.iterdir())
+
+    def pool(self, images):
+        output = self.fresh()
+        os.mkdir(output)
+        return Usage([sys.executable, "-c", PILLOW, str(images), output]).processor
+
+    def fresh(self):
+        output = self.folder / "output"
+        shutil.rmtree(output, ignore_errors=True)
+        return str(output)
+
+    def medians(self, *contenders):
+        samples = [[] for _ in contenders]
+        for number in range(self.rounds):
+            order = range(len(contenders)) if number % 2 == 0 else reversed(range(len(contenders)))
+            for i in order:
+                samples[i].append(contenders[i]())
+        return [statistics.median(times) for times in samples]
+
+
+def show(what, ours, theirs):
+    print(f"| {what:<58} | {ours:9.3f} | {theirs:9.3f} | {theirs / ours:6.2f} |")
+
+
+def compare(bench, icons, photographs):
+    print("\n| batch                                                      |    ours s |   other s |  ratio |")
+    print("|---|---|---|---|")
+    # Two threads on the halves of one core take longer each: beside what runs alone, there is one.
+    count = len(list(icons.iterdir()))
+    batch, singles = bench.medians(lambda: bench.batch(icons, "--jobs", "1").processor, lambda: bench.singles(icons))
+    show(f"{count} icons, one run, beside a pngslab each, CPU", batch, singles)
+    batch, pool = bench.medians(lambda: bench.batch(icons).processor, lambda: bench.pool(icons))
+    show(f"{count} icons, one run, beside Pillow in a pool, CPU", batch, pool)
+    batch, singles = bench.medians(lambda: bench.batch(photographs, "--jobs", "1").processor,
+                                   lambda: bench.singles(photographs))
+    show("photographs, one run, beside a pngslab each, CPU", batch, singles)
+    two, one = bench.medians(lambda: bench.batch(photographs, "--jobs", "2").wall,
+                             lambda: bench.batch(photographs, "--jobs", "1").wall)
+    show("photographs, two threads beside one, wall", two, one)
+    two, one = bench.medians(lambda: bench.batch(icons, "--jobs", "2").wall,
+                             lambda: bench.batch(icons, "--jobs", "1").wall)
+    show(f"{count} icons, two threads beside one, wall", two, one)
+
+
+def update(bench, icon):
+    """What a run costs that has nothing to do: links are images as good as copies."""
+    images = bench.folder / "many"
+    for number in range(UP_TO_DATE_IMAGES):
+        if number % IMAGES_A_FOLDER == 0:
+            (images / str(number)).mkdir(parents=True)
+            first = images / str(number) / "0.png"
+            shutil.copy(icon, first)
+            os.utime(first, (0, 0)) # long ago: what is fresh is read again
+        else:
+            os.link(first, first.with_name(f"{number}.png"))
+    command = [bench.slabtool, "convert", "--quiet", "--update", str(images), bench.fresh()]
+    Usage(command)
+    runs = [Usage(command) for _ in range(bench.rounds)]
+    print(f"\n{UP_TO_DATE_IMAGES} images that are up to date: {statistics.median(run.wall for run in runs):.2f} s, "
+          f"of processor time {statistics.median(run.processor for run in runs):.2f} s")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--most", type=int, default=2000, help="icons")
+    for name in ("slabtool", "pngslab", "icons", "photographs"):
+        parser.add_argument(name)
+    options = parser.parse_args()
+    memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+    with tempfile.TemporaryDirectory(dir=memory) as name:
+        bench = Bench(options, pathlib.Path(name))
+        icons = chosen(options.icons, options.most)
+        compare(bench, bench.fill("icons", icons), bench.fill("photographs", chosen(options.photographs, 5)))
+        update(bench, icons[0])
+
+
+if __name__ == "__main__":
+    main()
