@@ -3,7 +3,7 @@
 _slabtool() {
     local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} options=--help
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert embed --help' -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert embed manifest --help' -- "$word")
         return
     fi
     case $command in
@@ -19,6 +19,7 @@ _slabtool() {
             return
         fi
         ;;
+    manifest) options+=' -o --merge' ;;
     esac
     if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
@@ -28,6 +29,9 @@ _slabtool() {
     case $command in
     check | prepare | convert)
         mapfile -t COMPREPLY < <(compgen -f -X '!*.png' -- "$word"; compgen -d -- "$word")
+        ;;
+    manifest)
+        mapfile -t COMPREPLY < <(compgen -f -X '!*.json' -- "$word"; compgen -d -- "$word")
         ;;
     *)
         mapfile -t COMPREPLY < <(compgen -f -- "$word")

@@ -8,6 +8,7 @@ complete -c slabtool -n __fish_use_subcommand -a prepare -d 'Write a PNG that pn
 complete -c slabtool -n __fish_use_subcommand -a compare -d 'Report whether two surface files are the same'
 complete -c slabtool -n __fish_use_subcommand -a convert -d 'Convert images and folders into surface files'
 complete -c slabtool -n __fish_use_subcommand -a embed -d 'Write surface files as arrays for C and C++'
+complete -c slabtool -n __fish_use_subcommand -a manifest -d 'Write one manifest of several'
 complete -c slabtool -n '__fish_seen_subcommand_from check prepare' -kfa '(__fish_complete_suffix .png)'
 complete -c slabtool -l help -d 'Print what can be asked for'
 complete -c slabtool -n '__fish_seen_subcommand_from info check prepare compare convert' -l jobs -x -d 'Number of threads'
@@ -34,3 +35,5 @@ complete -c slabtool -n '__fish_seen_subcommand_from convert' -l row-alignment -
 complete -c slabtool -n '__fish_seen_subcommand_from convert' -l update -d 'Leave alone what is up to date'
 complete -c slabtool -n '__fish_seen_subcommand_from embed' -s o -r -d 'The files to write, without ending'
 complete -c slabtool -n '__fish_seen_subcommand_from embed' -l format -xa 'c asm' -d 'How the bytes are kept'
+complete -c slabtool -n '__fish_seen_subcommand_from manifest' -s o -r -d 'The manifest to write'
+complete -c slabtool -n '__fish_seen_subcommand_from manifest' -l merge -r -d 'The manifests to merge'

@@ -9,6 +9,7 @@ local -a subcommands=(
     'compare:report whether two surface files hold the same pixels'
     'convert:convert images and folders of images into surface files'
     'embed:write surface files as arrays for C and C++'
+    'manifest:write one manifest of several'
 )
 
 _arguments -C '(- *)--help[print what can be asked for]' '1:command:->command' '*::argument:->argument'
@@ -51,6 +52,10 @@ argument)
         _arguments $options '-o[the files to write]:name without ending:_files' \
             '--format[how the bytes are kept]:format:((c\:"in the C source" asm\:"read by an assembler"))' \
             '*:surface file:_files'
+        ;;
+    manifest)
+        _arguments $options '-o[the manifest to write]:manifest:_files -g "*.json"' \
+            '*--merge[the manifests to merge]:*-o:manifest:_files -g "*.json"'
         ;;
     esac
     ;;

@@ -11,7 +11,7 @@ from pathlib import Path
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 PROGRAMS = {"pngslab": os.environ["PNGSLAB_PROGRAM"], "slabtool": os.environ["PNGSLAB_SLABTOOL"]}
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
-COMMANDS = ["info", "view", "check", "prepare", "compare", "convert", "embed"]
+COMMANDS = ["info", "view", "check", "prepare", "compare", "convert", "embed", "manifest"]
 
 BASH = """source "$1"
 COMP_WORDS=("${@:2}") COMP_CWORD=$(($# - 2))
@@ -84,7 +84,7 @@ class Options(unittest.TestCase):
     def test_of_the_companion_are_the_same_everywhere(self):
         described = dict(re.findall(r"^\.It Cm (\w+)(.*)", manual("slabtool"), re.M))
         synopsis = manual("slabtool").split(".Sh DESCRIPTION")[0]
-        synopsis = dict(re.findall(r"^\.Cm (\w+)\n((?:\.Op .*\n)*)", synopsis, re.M))
+        synopsis = dict(re.findall(r"^\.Cm (\w+)\n((?:\.(?:Op |--).*\n)*)", synopsis, re.M))
         self.assertEqual(COMMANDS, list(described))
         self.assertEqual(COMMANDS, list(synopsis))
         for command in COMMANDS:

@@ -35,6 +35,25 @@ protected:
         return Manifest::load(path("surfaces.json"));
     }
 
+    Manifest merged(const std::vector<std::string>& names,
+                    const std::string& output = "out.json") const {
+        std::vector<std::string> paths;
+        for (const std::string& name : names) {
+            paths.push_back(path(name));
+        }
+        return mergeManifests(paths, path(output));
+    }
+
+    void expectNoMerging(const std::string& message, const std::vector<std::string>& names,
+                         const std::string& output) const {
+        try {
+            merged(names, output);
+            ADD_FAILURE() << "merged";
+        } catch (const Refusal& refusal) {
+            EXPECT_EQ(message, refusal.what());
+        }
+    }
+
     void expectRefusal(const std::string& message, const std::string& text) const {
         try {
             load(text);
@@ -235,21 +254,67 @@ TEST_F(Manifests, AreMerged) {
     second.put(entryOf("b"));
     second.put(entryOf("a"));
     writeText("2.json", second.text());
-    EXPECT_EQ(second.text(), mergeManifests({path("1.json"), path("2.json")}).text());
+    EXPECT_EQ(second.text(), merged({"1.json", "2.json"}).text());
+}
+
+TEST_F(Manifests, AreMergedIntoAFolderAbove) {
+    fs::create_directories(path("x/y"));
+    ManifestEntry entry = entryOf("a");
+    entry.palette = "a.palette";
+    writeText("x/y/surfaces.json", textOf(entry));
+    ManifestEntry deep = entryOf("deep/a");
+    deep.source.path = "/elsewhere/a.png";
+    writeText("x/surfaces.json", textOf(deep));
+
+    const Manifest all = merged({"x/y/surfaces.json", "x/surfaces.json"});
+
+    entry.name = "x/y/a";
+    entry.file = "x/y/a.surface";
+    entry.palette = "x/y/a.palette";
+    entry.source.path = "x/in/a.png"; // "x/y/../in/a.png" without the detour
+    ASSERT_NE(nullptr, all.find("x/y/a.surface"));
+    EXPECT_EQ(entry, *all.find("x/y/a.surface"));
+    ASSERT_NE(nullptr, all.find("x/deep/a.surface"));
+    EXPECT_EQ("/elsewhere/a.png", all.find("x/deep/a.surface")->source.path);
+}
+
+TEST_F(Manifests, AreMergedByTheirFoldersBehindLinks) {
+    fs::create_directories(path("real"));
+    fs::create_directory_symlink("real", path("link"));
+    writeText("real/surfaces.json", textOf(entryOf("a")));
+    EXPECT_NE(nullptr, merged({"link/surfaces.json"}).find("real/a.surface"));
 }
 
 TEST_F(Manifests, AreNotMergedWhereTheyDiffer) {
-    writeText("1.json", textOf(entryOf("a")));
-    ManifestEntry other = entryOf("a");
+    fs::create_directories(path("x"));
+    writeText("x/1.json", textOf(entryOf("a")));
+    ManifestEntry other = entryOf("x/a");
+    other.source.path = "in/a.png";
+    writeText("2.json", textOf(other));
+    EXPECT_EQ(1U, merged({"x/1.json", "2.json"}).entries().size()); // both name it alike
     other.options = "";
     writeText("2.json", textOf(other));
-    const std::string first = path("1.json"), second = path("2.json");
-    try {
-        mergeManifests({first, second});
-        ADD_FAILURE() << "merged";
-    } catch (const Refusal& refusal) {
-        EXPECT_EQ(first + " and " + second + " differ about a.surface", refusal.what());
-    }
+    expectNoMerging(path("x/1.json").string() + " and " + path("2.json").string() +
+                        " differ about x/a.surface",
+                    {"x/1.json", "2.json"}, "out.json");
+}
+
+TEST_F(Manifests, AreNotMergedIntoAFolderBelowOrBeside) {
+    fs::create_directories(path("x"));
+    fs::create_directories(path("y"));
+    writeText("x/1.json", textOf(entryOf("a")));
+    writeText("2.json", textOf(entryOf("b")));
+    const std::string reason = ": its surfaces are outside of the folder of the merged manifest";
+    expectNoMerging(path("x/1.json").string() + reason, {"x/1.json"}, "y/out.json");
+    expectNoMerging(path("2.json").string() + reason, {"2.json"}, "y/out.json");
+}
+
+TEST_F(Manifests, AreNotMergedIfOneIsMissing) {
+    const std::string reason = ": cannot be opened: No such file or directory";
+    writeText("1.json", textOf(entryOf("a")));
+    expectNoMerging(path("2.json").string() + reason, {"1.json", "2.json"}, "out.json");
+    expectNoMerging(path("x/2.json").string() + reason, {"1.json", "x/2.json"}, "out.json");
+    expectNoMerging(path("x/out.json").string() + reason, {"1.json"}, "x/out.json");
 }
 
 } // namespace

@@ -6,7 +6,8 @@ namespace {
 
 class Usage : public SlabtoolTest {};
 
-const char* const kCommands[] = {"info", "view", "check", "prepare", "compare", "embed"};
+const char* const kCommands[] = {"info",    "view",  "check",   "prepare",
+                                 "compare", "embed", "manifest"};
 
 TEST_F(Usage, HelpNamesEverySubCommand) {
     const ProgramOutcome outcome = tool({"--help"});
@@ -38,7 +39,10 @@ TEST_F(Usage, WrongUseIsStatusTwo) {
                                               {"view", "a", "b", "c"},
                                               {"check"},
                                               {"prepare", "a"},
-                                              {"compare", "a", "b", "c"}};
+                                              {"compare", "a", "b", "c"},
+                                              {"manifest", "--merge", "a"},
+                                              {"manifest", "--merge", "-o", "a"},
+                                              {"manifest", "-o", "a", "b"}};
     for (const std::vector<std::string>& arguments : wrong) {
         SCOPED_TRACE(commandLineOf("slabtool", arguments));
         const ProgramOutcome outcome = tool(arguments);

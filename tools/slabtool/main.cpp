@@ -210,6 +210,15 @@ void declareEmbed(CLI::App& app, EmbedRequest& request, int& status) {
     command->callback([&] { status = runEmbed(request); });
 }
 
+void declareManifest(CLI::App& app, ManifestRequest& request, int& status) {
+    CLI::App* const command =
+        app.add_subcommand("manifest", "Write one manifest of several, one a folder for example");
+    addPaths(command, "--merge", request.paths, "Manifests that slabtool convert has written");
+    addPaths(command, "-o", request.output,
+             "The manifest to write, in a folder that holds all surfaces");
+    command->callback([&] { status = runManifest(request); });
+}
+
 // The number of letters to insert, remove or exchange that turn one word into the other.
 size_t editDistance(const std::string& from, const std::string& to) {
     // The distances of the letters so far to each beginning of `to`.
@@ -279,6 +288,7 @@ int run(int argc, char** argv) {
     CompareRequest compare;
     ConvertRequest convert;
     EmbedRequest embed;
+    ManifestRequest manifest;
     declareInfo(app, info, status);
     declareView(app, view, status);
     declareCheck(app, check, status);
@@ -286,6 +296,7 @@ int run(int argc, char** argv) {
     declareCompare(app, compare, status);
     declareConvert(app, convert, status);
     declareEmbed(app, embed, status);
+    declareManifest(app, manifest, status);
     if (argc > 1 && namesNoCommand(app, argv[1])) {
         reportUnknownCommand(app, argv[1]);
         return kWrongUse;

@@ -82,3 +82,11 @@ struct EmbedRequest {
 
 /// Writes surface files as arrays for C and C++. @return the exit status. @throws Refusal
 int runEmbed(const EmbedRequest& request);
+
+struct ManifestRequest {
+    std::vector<std::string> paths; ///< of manifests to merge
+    std::string output;             ///< path
+};
+
+/// Writes the union of manifests. @return the exit status. @throws Refusal
+int runManifest(const ManifestRequest& request);

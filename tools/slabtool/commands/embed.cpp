@@ -75,12 +75,6 @@ void rejectCollisions(const std::vector<EmbeddedSurface>& surfaces) {
     }
 }
 
-void writeText(const std::string& path, const std::string& text) {
-    about(path, [&] {
-        writeFile(path, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
-    });
-}
-
 } // namespace
 
 int runEmbed(const EmbedRequest& request) {

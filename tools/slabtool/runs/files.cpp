@@ -152,6 +152,12 @@ void writeFile(const std::string& path, ByteView bytes) {
     }
 }
 
+void writeText(const std::string& path, const std::string& text) {
+    about(path, [&] {
+        writeFile(path, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    });
+}
+
 void finishFile(PartialFile& fresh, const std::filesystem::path& place, ByteView bytes) {
     if (fresh.stream() == nullptr) {
         refuseBySystem("cannot be opened for writing");

@@ -31,6 +31,9 @@ FileHead readHead(const std::string& path, size_t count);
 /// leaves it as it was. @throws Refusal
 void writeFile(const std::string& path, ByteView bytes);
 
+/// Writes a file of text. @throws Refusal that names the file
+void writeText(const std::string& path, const std::string& text);
+
 /// Writes all bytes to a new file, checks them, and moves it to `place`. Who may read the old file there may
 /// read the new one. @throws Refusal
 void finishFile(PartialFile& fresh, const std::filesystem::path& place, ByteView bytes);

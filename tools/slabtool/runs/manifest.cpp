@@ -5,6 +5,7 @@
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/runs/json_line.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <iterator>
 #include <string_view>
@@ -275,13 +276,55 @@ Entries parse(const Bytes& text) {
     return reader.take();
 }
 
+// ---- Merging
+
+namespace fs = std::filesystem;
+
+// The folder of a file, without links.
+fs::path realFolderOf(const std::string& file) {
+    const fs::path folder = fs::path(file).parent_path();
+    std::error_code error;
+    const fs::path real = fs::canonical(folder.empty() ? "." : folder, error);
+    if (error) {
+        errno = error.value();
+        refuseBySystem("cannot be opened");
+    }
+    return real;
+}
+
+// What leads from `outer` to `inner`, with '/' behind; empty if both are the same.
+std::string pathBetween(const fs::path& outer, const fs::path& inner) {
+    const fs::path path = inner.lexically_relative(outer);
+    if (*path.begin() == "..") {
+        throw Refusal("its surfaces are outside of the folder of the merged manifest");
+    }
+    return path == "." ? "" : path.string() + "/";
+}
+
+// The entry as a manifest further up names it; `folder` leads from there to the entry's own.
+ManifestEntry movedUp(ManifestEntry entry, const std::string& folder) {
+    if (!folder.empty()) {
+        entry.name = folder + entry.name;
+        entry.file = folder + entry.file;
+        if (entry.palette) {
+            entry.palette = folder + *entry.palette;
+        }
+        entry.source.path = (fs::path(folder) / entry.source.path).lexically_normal();
+    }
+    return entry;
+}
+
 } // namespace
 
 Manifest Manifest::load(const std::string& path) {
     std::error_code unknown;
-    if (!std::filesystem::exists(std::filesystem::symlink_status(path, unknown))) {
+    if (!fs::exists(fs::symlink_status(path, unknown))) {
         return {};
     }
+    return read(path);
+}
+
+Manifest Manifest::read(const std::string& path) {
     return about(path, [&] {
         Manifest manifest;
         manifest.mEntries = parse(readFile(path));
@@ -316,18 +359,22 @@ std::string Manifest::text() const {
     return text + "\n]\n}\n";
 }
 
-Manifest mergeManifests(const std::vector<std::string>& paths) {
+Manifest mergeManifests(const std::vector<std::string>& paths, const std::string& output) {
+    const fs::path outer = about(output, [&] { return realFolderOf(output); });
     Manifest merged;
     std::map<std::string, std::string> origins; // manifests by surface files
     for (const std::string& path : paths) {
-        const Manifest manifest = Manifest::load(path);
+        const std::string folder =
+            about(path, [&] { return pathBetween(outer, realFolderOf(path)); });
+        const Manifest manifest = Manifest::read(path);
         for (const auto& [file, entry] : manifest.entries()) {
-            const auto [origin, isNew] = origins.emplace(file, path);
-            if (!isNew && entry != *merged.find(file)) {
+            ManifestEntry moved = movedUp(entry, folder);
+            const auto [origin, isNew] = origins.emplace(moved.file, path);
+            if (!isNew && moved != *merged.find(moved.file)) {
                 throw Refusal(printable(origin->second) + " and " + printable(path) +
-                              " differ about " + printable(file));
+                              " differ about " + printable(moved.file));
             }
-            merged.put(entry);
+            merged.put(std::move(moved));
         }
     }
     return merged;

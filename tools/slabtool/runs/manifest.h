@@ -49,6 +49,9 @@ public:
     /// @throws Refusal that names the file
     static Manifest load(const std::string& path);
 
+    /// Likewise, but a missing manifest is refused.
+    static Manifest read(const std::string& path);
+
     /// The entry of a file, or null. It stays valid until that entry is removed.
     const ManifestEntry* find(const std::string& file) const;
 
@@ -70,6 +73,7 @@ private:
     bool mIsChanged = false;
 };
 
-/// The union of manifests, of several machines for example.
-/// @throws Refusal that names two manifests that differ about one surface
-Manifest mergeManifests(const std::vector<std::string>& paths);
+/// The union of manifests, of several machines for example, as the manifest `output` would name the surfaces: each lies
+/// in the folder of `output` or below it. A run into that folder finds them up to date.
+/// @throws Refusal that names the manifest that cannot be merged, or two that differ about one surface
+Manifest mergeManifests(const std::vector<std::string>& paths, const std::string& output);
