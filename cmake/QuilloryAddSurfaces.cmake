@@ -1,29 +1,50 @@
 # Surface files as part of a build.
 
 # quillory_add_surfaces(TARGET name IMAGES image.png ... [ROTATION 90|180|270] [ALPHA_ONLY]
-#                       [OUTPUT_DIRECTORY folder])
+#                       [OUTPUT_DIRECTORY folder]
+#                       [MODE mode] [DITHER kind] [BACKGROUND #RRGGBB] [PALETTE] [EMBED])
 #
 # Adds the target `name`, part of the default build, which makes a surface file of every image and makes it
-# again when the image or the converter changes. Relative images lie in the current source directory, and
-# an image icons/a.png becomes icons/a.surface in the output directory (by default, and if it is relative,
+# again when the image, the options or the converter change. Relative images lie in the current source directory,
+# and an image icons/a.png becomes icons/a.surface in the output directory (by default, and if it is relative,
 # in the current binary directory); images from elsewhere lose their folder. The target's property
-# QUILLORY_SURFACES lists the files. A build for another machine sets QUILLORY_PNGSLAB to the path of a
-# converter that runs on this one.
+# QUILLORY_SURFACES lists the files.
+#
+# The options of the last line are those of `slabtool convert`, which makes the surfaces if one of them is given;
+# pngslab does otherwise. EMBED makes the target a library to link, with the surfaces as arrays: its header is
+# name.h. A build for another machine sets QUILLORY_PNGSLAB and QUILLORY_SLABTOOL to the paths of programs that
+# run on this one.
 function(quillory_add_surfaces)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "ALPHA_ONLY" "TARGET;ROTATION;OUTPUT_DIRECTORY" "IMAGES")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "ALPHA_ONLY;PALETTE;EMBED"
+                        "TARGET;ROTATION;OUTPUT_DIRECTORY;MODE;DITHER;BACKGROUND" "IMAGES")
   if(arg_UNPARSED_ARGUMENTS OR arg_KEYWORDS_MISSING_VALUES OR NOT arg_TARGET OR NOT arg_IMAGES)
     message(FATAL_ERROR "quillory_add_surfaces(TARGET name IMAGES image.png ... [ROTATION 90|180|270] "
-                        "[ALPHA_ONLY] [OUTPUT_DIRECTORY folder])")
+                        "[ALPHA_ONLY] [OUTPUT_DIRECTORY folder] [MODE mode] [DITHER kind] "
+                        "[BACKGROUND #RRGGBB] [PALETTE] [EMBED])")
   endif()
   set(options "")
-  if(DEFINED arg_ROTATION)
-    list(APPEND options --rotation ${arg_ROTATION})
-  endif()
+  foreach(word IN ITEMS MODE DITHER BACKGROUND ROTATION)
+    if(DEFINED arg_${word})
+      string(TOLOWER "${word}" option)
+      list(APPEND options --${option} "${arg_${word}}")
+    endif()
+  endforeach()
   if(arg_ALPHA_ONLY)
     list(APPEND options --alphaonly)
   endif()
+  if(arg_PALETTE)
+    list(APPEND options --palette)
+  endif()
+  set(program pngslab)
+  if(DEFINED arg_MODE OR DEFINED arg_DITHER OR DEFINED arg_BACKGROUND OR arg_PALETTE OR arg_EMBED)
+    set(program slabtool)
+  endif()
+  _quillory_program(command dependency ${program})
   set(output_directory "${arg_OUTPUT_DIRECTORY}")
   cmake_path(ABSOLUTE_PATH output_directory BASE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}" NORMALIZE)
+  # Written only if it changes: make does not notice other options by itself.
+  set(options_file "${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/${arg_TARGET}.surface_options")
+  file(CONFIGURE OUTPUT "${options_file}" CONTENT "${options}\n" @ONLY)
 
   set(surfaces "")
   foreach(image IN LISTS arg_IMAGES)
@@ -37,10 +58,32 @@ function(quillory_add_surfaces)
     endif()
     set_property(GLOBAL PROPERTY "quillory_add_surfaces ${surface}" ON)
     list(APPEND surfaces "${surface}")
-    _quillory_add_surface("${image}" "${surface}" "${options}")
+    cmake_language(CALL _quillory_add_surface_by_${program} "${image}" "${surface}" "${options}"
+                   "${command}" "${dependency};${options_file}")
   endforeach()
-  add_custom_target(${arg_TARGET} ALL DEPENDS ${surfaces})
+  if(arg_EMBED)
+    _quillory_embed(${arg_TARGET} "${surfaces}" "${command}" "${dependency}")
+  else()
+    add_custom_target(${arg_TARGET} ALL DEPENDS ${surfaces})
+  endif()
   set_target_properties(${arg_TARGET} PROPERTIES QUILLORY_SURFACES "${surfaces}")
+endfunction()
+
+# How a program is called, and what changes when it does.
+function(_quillory_program command dependency program)
+  string(TOUPPER "QUILLORY_${program}" path)
+  if(${path})
+    set(${command} "${${path}}" PARENT_SCOPE)
+    set(${dependency} "${${path}}" PARENT_SCOPE)
+    return()
+  endif()
+  if(NOT TARGET Quillory::${program})
+    message(FATAL_ERROR "quillory_add_surfaces: MODE, DITHER, BACKGROUND, PALETTE and EMBED need slabtool. "
+                        "Install it beside the libraries, or build the tree with PNGSLAB_TOOL, or set "
+                        "${path} to its path.")
+  endif()
+  set(${command} "$<TARGET_FILE:Quillory::${program}>" PARENT_SCOPE)
+  set(${dependency} Quillory::${program} PARENT_SCOPE)
 endfunction()
 
 # Where an image's surface lies below the output directory.
@@ -62,18 +105,56 @@ function(_quillory_surface_name name image)
 endfunction()
 
 # One command that makes one surface.
-function(_quillory_add_surface image surface options)
-  set(converter "$<TARGET_FILE:Quillory::pngslab>")
-  set(converter_target Quillory::pngslab)
-  if(QUILLORY_PNGSLAB)
-    set(converter "${QUILLORY_PNGSLAB}")
-    set(converter_target "${QUILLORY_PNGSLAB}")
-  endif()
+function(_quillory_add_surface_by_pngslab image surface options command dependencies)
   set(script "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/quillory_convert.cmake")
   add_custom_command(
     OUTPUT "${surface}"
-    COMMAND "${CMAKE_COMMAND}" -P "${script}" -- "${converter}" "${image}" "${surface}" ${options}
-    DEPENDS "${image}" "${script}" "${converter_target}"
+    COMMAND "${CMAKE_COMMAND}" -P "${script}" -- "${command}" "${image}" "${surface}" ${options}
+    DEPENDS "${image}" "${script}" ${dependencies}
     COMMENT "Making ${surface}"
     VERBATIM)
+endfunction()
+
+# Likewise. One command for all images is quicker where all are made: 0.5 s instead of 5 s (ninja) or 13 s (make)
+# for 500 images of 32 x 32 pixels; after a change of one image, both ways take 0.1 s to 0.3 s. But it would fail
+# where another call writes into the same output directory, and its command line would exceed the system's limit
+# of 128 KiB at about a thousand images. mkdir takes a third of what `cmake -E make_directory` does.
+function(_quillory_add_surface_by_slabtool image surface options command dependencies)
+  cmake_path(GET surface PARENT_PATH folder)
+  cmake_path(REPLACE_EXTENSION surface LAST_ONLY palette OUTPUT_VARIABLE palette)
+  add_custom_command(
+    OUTPUT "${surface}"
+    COMMAND mkdir -p "${folder}"
+    COMMAND "${command}" convert --quiet ${options} "${image}" "${surface}"
+    DEPENDS "${image}" ${dependencies}
+    COMMENT "Making ${surface}"
+    VERBATIM)
+  # Only an indexed image has one.
+  if("--palette" IN_LIST options)
+    set_property(DIRECTORY APPEND PROPERTY ADDITIONAL_CLEAN_FILES "${palette}")
+  endif()
+endfunction()
+
+# A library of the surfaces. The source compiles as C and as C++.
+function(_quillory_embed target surfaces command dependency)
+  get_property(languages GLOBAL PROPERTY ENABLED_LANGUAGES)
+  if("C" IN_LIST languages)
+    set(language C)
+  elseif("CXX" IN_LIST languages)
+    set(language CXX)
+  else()
+    message(FATAL_ERROR "quillory_add_surfaces: EMBED needs the language C or CXX")
+  endif()
+  set(folder "${CMAKE_CURRENT_BINARY_DIR}/${target}_embedded")
+  set(files "${folder}/${target}.h" "${folder}/${target}.c")
+  add_custom_command(
+    OUTPUT ${files}
+    COMMAND mkdir -p "${folder}"
+    COMMAND "${command}" embed -o "${folder}/${target}" ${surfaces}
+    DEPENDS ${surfaces} "${dependency}"
+    COMMENT "Embedding the surfaces of ${target}"
+    VERBATIM)
+  set_source_files_properties(${files} PROPERTIES LANGUAGE ${language})
+  add_library(${target} STATIC ${files})
+  target_include_directories(${target} INTERFACE "${folder}")
 endfunction()

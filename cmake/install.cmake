@@ -22,7 +22,10 @@ endfunction()
 install(TARGETS pngslab EXPORT Quillory COMPONENT pngslab)
 pngslab_install_page_and_completions(pngslab)
 if(PNGSLAB_TOOL)
-  install(TARGETS slabtool COMPONENT slabtool)
+  # A list of targets of its own: the libraries can be installed without the companion.
+  install(TARGETS slabtool EXPORT QuillorySlabtool COMPONENT slabtool)
+  install(EXPORT QuillorySlabtool NAMESPACE Quillory:: FILE QuillorySlabtoolTargets.cmake
+          DESTINATION ${quillory_package} COMPONENT slabtool)
   pngslab_install_page_and_completions(slabtool)
 endif()
 

@@ -31,6 +31,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libquillory-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 # The CMake package names the converter as one of its targets.
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "pngslab (= ${PROJECT_VERSION})")
+# Some options of quillory_add_surfaces() need it.
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS slabtool)
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Surfaces, PNG and DEFLATE decoders for C++ programs
 Headers, static libraries, and files for CMake and pkg-config. Builds can
 make surfaces of images with them.")

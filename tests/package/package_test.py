@@ -74,10 +74,10 @@ class Package(unittest.TestCase):
         run("cmake", "--build", folder)
         return folder
 
-    def expect_consumer(self, *options):
+    def expect_consumer(self, *options, surface_bytes=92948):
         built = self.build(CONSUMER, f"-DIMAGES={SAMPLE}", *options)
         self.assertEqual(what_the_consumer_prints(), run(built / "consumer", SAMPLE))
-        self.assertEqual(92948, (built / "quill.surface").stat().st_size)
+        self.assertEqual(surface_bytes, (built / "quill.surface").stat().st_size)
         self.assertEqual("176 x 132\n", run(built / "c_consumer", built / "quill.surface"))
 
 
@@ -195,6 +195,10 @@ class Tree(Package):
         run("cmake", "--install", self.folder / "build", "--prefix", self.folder / "installed")
         self.assertFalse((self.folder / "installed").exists())
 
+    def test_brings_the_companion_to_another_project(self):
+        run("cmake", "-S", CONSUMER, "-B", self.folder / "build", f"-DQUILLORY_TREE={TREE}", f"-DIMAGES={SAMPLE}",
+            "-DPNGSLAB_TOOL=ON", "-DSURFACE_OPTIONS=MODE;RGB565")
+
 
 class DebianPackages(Package):
     @classmethod
@@ -217,6 +221,7 @@ class DebianPackages(Package):
         self.assertEqual("", self.field("pngslab", "Depends"))
         self.assertIn("libpng16-16", self.field("slabtool", "Depends"))
         self.assertEqual("pngslab (= 1.0)", self.field("libquillory-dev", "Depends"))
+        self.assertEqual("slabtool", self.field("libquillory-dev", "Suggests"))
 
     def test_describe_what_each_of_them_brings(self):
         for package, words in [("pngslab", "Turns PNG images"), ("slabtool", "Looks at surface files"),
@@ -242,6 +247,13 @@ class DebianPackages(Package):
     def test_hold_the_cmake_package(self):
         for file in self.files:
             run("dpkg-deb", "--extract", file, self.folder)
+        self.expect_consumer(f"-DCMAKE_PREFIX_PATH={self.folder}/usr", "-DSURFACE_OPTIONS=MODE;RGB565",
+                             surface_bytes=46484)
+
+    def test_hold_a_cmake_package_that_does_without_the_companion(self):
+        for file in self.files:
+            if not file.name.startswith("slabtool_"):
+                run("dpkg-deb", "--extract", file, self.folder)
         self.expect_consumer(f"-DCMAKE_PREFIX_PATH={self.folder}/usr")
 
 

@@ -3,21 +3,45 @@ images that change, that are refused, or whose names are awkward."""
 
 import os
 import shutil
+import struct
 import subprocess
 import tempfile
 import time
 import unittest
+import zlib
 from pathlib import Path
 
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 BUILD = Path(os.environ["PNGSLAB_BUILD_DIR"])
 PROGRAM = os.environ["PNGSLAB_PROGRAM"]
+SLABTOOL = os.environ["PNGSLAB_SLABTOOL"]
 QUILL, SEAL = TREE / "samples/quill.png", TREE / "samples/seal.png"
 POSTMARK = TREE / "examples/postcard/postmark.png"
+PROGRAM_IN_C = """#include "icons.h"
+#include <stdio.h>
+int main(void) {
+    for (int i = 0; i < icons_count; ++i) {
+        printf("%s %u x %u mode %u\\n", icons_index[i].name, icons_index[i].width, icons_index[i].height,
+               icons_index[i].mode);
+    }
+    return 0;
+}
+"""
 PROJECT = """cmake_minimum_required(VERSION 3.21)
 project(assets LANGUAGES NONE)
 find_package(Quillory REQUIRED)
 """
+
+
+def chunk(name, data):
+    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+
+
+def indexed_image(red, green, blue):
+    """One pixel, and a palette of one entry."""
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">2I5B", 1, 1, 8, 3, 0, 0, 0)) +
+            chunk(b"PLTE", bytes([red, green, blue])) + chunk(b"IDAT", zlib.compress(bytes(2), 0)) +
+            chunk(b"IEND", b""))
 
 
 def run(*command):
@@ -25,7 +49,9 @@ def run(*command):
                           stderr=subprocess.STDOUT, text=True)
 
 
-class Surfaces(unittest.TestCase):
+class SurfaceBuilds(unittest.TestCase):
+    """Builds with what is installed."""
+
     @classmethod
     def setUpClass(cls):
         scratch = tempfile.TemporaryDirectory()
@@ -39,17 +65,22 @@ class Surfaces(unittest.TestCase):
         self.source, self.built = Path(scratch.name) / "source", Path(scratch.name) / "built"
         self.source.mkdir()
 
-    def configure(self, call, source=None, project=PROJECT):
+    def configure(self, call, *options, source=None, project=PROJECT):
         if call:
             (self.source / "CMakeLists.txt").write_text(project + f"quillory_add_surfaces({call})\n")
         return run("cmake", "-S", source or self.source, "-B", self.built,
-                   f"-DCMAKE_PREFIX_PATH={self.installed}")
+                   f"-DCMAKE_PREFIX_PATH={self.installed}", *options)
+
+    def touch(self, name):
+        """Makes a source newer than all that the build has made."""
+        later = time.time() + 10
+        os.utime(self.source / name, (later, later))
 
     def make(self, *options):
         return run("cmake", "--build", self.built, *options)
 
-    def expect_made(self, call):
-        configured = self.configure(call)
+    def expect_made(self, call, *options, **project):
+        configured = self.configure(call, *options, **project)
         self.assertEqual(0, configured.returncode, configured.stdout)
         made = self.make()
         self.assertEqual(0, made.returncode, made.stdout)
@@ -60,14 +91,22 @@ class Surfaces(unittest.TestCase):
         self.assertNotEqual(0, configured.returncode)
         self.assertIn(words, " ".join(configured.stdout.split()))
 
+    def expect_converted(self, name, image, *options):
+        """The build's surface is what the companion makes of the image."""
+        direct = self.built / "direct.surface"
+        run(SLABTOOL, "convert", *options, image, direct).check_returncode()
+        self.assertEqual(direct.read_bytes(), (self.built / name).read_bytes())
+
     def expect_surface(self, name, image, *options):
         """The build's surface is what the converter makes of the image."""
         direct = self.built / "direct.surface"
         run(PROGRAM, "--image", image, "--output", direct, *options).check_returncode()
         self.assertEqual(direct.read_bytes(), (self.built / name).read_bytes())
 
+
+class Surfaces(SurfaceBuilds):
     def test_are_made_and_drawn_on_by_the_example(self):
-        configured = self.configure(None, TREE / "examples/postcard")
+        configured = self.configure(None, source=TREE / "examples/postcard")
         self.assertEqual(0, configured.returncode, configured.stdout)
         made = self.make()
         self.assertEqual(0, made.returncode, made.stdout)
@@ -102,10 +141,14 @@ class Surfaces(unittest.TestCase):
         self.assertIn("Making", self.expect_made("TARGET icons IMAGES picture.png"))
         self.assertNotIn("Making", self.make().stdout)
         shutil.copy(QUILL, self.source / "picture.png")
-        later = time.time() + 10
-        os.utime(self.source / "picture.png", (later, later))
+        self.touch("picture.png")
         self.assertIn("Making", self.make().stdout)
         self.expect_surface("picture.surface", QUILL)
+
+    def test_are_made_again_if_the_options_change(self):
+        self.expect_made(f"TARGET icons IMAGES {SEAL}")
+        self.assertIn("Making", self.expect_made(f"TARGET icons IMAGES {SEAL} ROTATION 90"))
+        self.expect_surface("seal.surface", SEAL, "--rotation", "90")
 
     def test_of_refused_images_do_not_come_to_be(self):
         (self.source / "broken.png").write_bytes(SEAL.read_bytes()[:200])
@@ -121,8 +164,7 @@ class Surfaces(unittest.TestCase):
         self.expect_made("TARGET icons IMAGES picture.png")
         before = (self.built / "picture.surface").read_bytes()
         (self.source / "picture.png").write_bytes(b"no image")
-        later = time.time() + 10
-        os.utime(self.source / "picture.png", (later, later))
+        self.touch("picture.png")
         self.assertNotEqual(0, self.make().returncode)
         self.assertEqual(before, (self.built / "picture.surface").read_bytes())
 
@@ -184,6 +226,123 @@ class Surfaces(unittest.TestCase):
 
     def test_need_images_whose_names_end_in_png(self):
         self.expect_refused_call("TARGET icons IMAGES picture.jpg", "does not end in .png")
+
+
+class SurfacesBySlabtool(SurfaceBuilds):
+    """Those that pngslab has no options for."""
+
+    def test_have_the_mode_dithering_and_background_that_are_asked_for(self):
+        for generator in ("Unix Makefiles", "Ninja"):
+            with self.subTest(generator=generator):
+                shutil.rmtree(self.built, ignore_errors=True)
+                self.expect_made(f"TARGET icons IMAGES {QUILL} {SEAL} MODE RGB565 DITHER ordered "
+                                 'BACKGROUND "#112233" ROTATION 90 OUTPUT_DIRECTORY out', "-G", generator)
+                for name, image in (("quill", QUILL), ("seal", SEAL)):
+                    self.expect_converted(f"out/{name}.surface", image, "--mode", "RGB565", "--dither", "ordered",
+                                          "--background", "#112233", "--rotation", "90")
+
+    def test_of_grayscale_may_be_alpha_only(self):
+        self.expect_made(f"TARGET masks IMAGES {POSTMARK} ALPHA_ONLY MODE A8")
+        self.expect_converted("postmark.surface", POSTMARK, "--mode", "A8", "--alphaonly")
+
+    def test_may_have_palettes_which_go_with_them(self):
+        (self.source / "picture.png").write_bytes(indexed_image(red=1, green=2, blue=3))
+        self.expect_made("TARGET icons IMAGES picture.png PALETTE")
+        palette = self.built / "picture.palette"
+        self.assertEqual(bytes([3, 2, 1]), palette.read_bytes())
+        self.assertEqual(0, self.make("--target", "clean").returncode)
+        self.assertFalse(palette.exists() or (self.built / "picture.surface").exists())
+
+    def test_are_made_again_one_by_one(self):
+        shutil.copy(SEAL, self.source / "one.png")
+        shutil.copy(SEAL, self.source / "two.png")
+        self.expect_made("TARGET icons IMAGES one.png two.png MODE RGB565")
+        self.assertNotIn("Making", self.make().stdout)
+        shutil.copy(QUILL, self.source / "two.png")
+        self.touch("two.png")
+        made = self.make().stdout
+        self.assertIn("two.surface", made)
+        self.assertNotIn("one.surface", made)
+        self.expect_converted("two.surface", QUILL, "--mode", "RGB565")
+
+    def test_are_made_again_in_a_folder_that_was_removed(self):
+        self.expect_made(f"TARGET icons IMAGES {SEAL} MODE RGB565 OUTPUT_DIRECTORY out")
+        shutil.rmtree(self.built / "out")
+        self.assertEqual(0, self.make().returncode)
+        self.expect_converted("out/seal.surface", SEAL, "--mode", "RGB565")
+
+    def test_that_are_good_outlive_an_image_that_became_bad(self):
+        shutil.copy(SEAL, self.source / "picture.png")
+        self.expect_made("TARGET icons IMAGES picture.png MODE RGB565")
+        before = (self.built / "picture.surface").read_bytes()
+        (self.source / "picture.png").write_bytes(b"no image")
+        self.touch("picture.png")
+        made = self.make()
+        self.assertNotEqual(0, made.returncode)
+        self.assertIn("picture.png: rejected: ", made.stdout)
+        self.assertEqual(before, (self.built / "picture.surface").read_bytes())
+
+    def test_are_made_by_another_program_where_one_is_named(self):
+        program = self.source / "program"
+        program.write_text(f'#!/bin/sh\necho "$@" >"{self.source}/words"\nexec "{SLABTOOL}" "$@"\n')
+        program.chmod(0o755)
+        self.configure(f"TARGET icons IMAGES {SEAL} MODE RGB565")
+        run("cmake", f"-DQUILLORY_SLABTOOL={program}", self.built).check_returncode()
+        self.assertEqual(0, self.make().returncode)
+        self.assertIn("--mode RGB565", (self.source / "words").read_text())
+
+    def test_need_slabtool(self):
+        installed = self.source / "installed"
+        for component in ("pngslab", "development"):
+            run("cmake", "--install", BUILD, "--prefix", installed, "--component", component).check_returncode()
+        options = (f"-DCMAKE_PREFIX_PATH={installed}",)
+        for option in ("MODE RGB565", "DITHER none", 'BACKGROUND "#000000"', "PALETTE", "EMBED"):
+            with self.subTest(option=option):
+                configured = self.configure(f"TARGET icons IMAGES {SEAL} {option}", *options)
+                self.assertNotEqual(0, configured.returncode)
+                self.assertIn("EMBED need slabtool", " ".join(configured.stdout.split()))
+        configured = self.configure(f"TARGET icons IMAGES {SEAL}", *options)
+        self.assertEqual(0, configured.returncode, configured.stdout)
+
+    def test_need_values_of_options(self):
+        for option in ("MODE", "DITHER", "BACKGROUND"):
+            self.expect_refused_call(f"TARGET icons IMAGES {SEAL} {option}", "quillory_add_surfaces(TARGET name")
+
+
+class EmbeddedSurfaces(SurfaceBuilds):
+    def expect_program(self, languages, source, call):
+        (self.source / source).write_text(PROGRAM_IN_C)
+        self.expect_made(f"{call})\nadd_executable(program {source})\n"
+                         "target_link_libraries(program PRIVATE icons",
+                         project=PROJECT.replace("NONE", languages))
+        return run(self.built / "program").stdout
+
+    def test_are_linked_by_programs_in_c_and_in_cpp(self):
+        call = f"TARGET icons IMAGES {QUILL} {SEAL} MODE RGB565 DITHER ordered ROTATION 90 EMBED"
+        for languages, source in (("C", "main.c"), ("CXX", "main.cpp"), ("C CXX", "main.cpp")):
+            with self.subTest(languages=languages):
+                shutil.rmtree(self.built, ignore_errors=True)
+                self.assertEqual("quill 176 x 132 mode 2\nseal 44 x 44 mode 2\n",
+                                 self.expect_program(languages, source, call))
+
+    def test_of_a_changed_image_alone_are_converted_again(self):
+        for name in ("one.png", "two.png"):
+            shutil.copy(SEAL, self.source / name)
+        self.expect_program("C", "main.c", "TARGET icons IMAGES one.png two.png EMBED")
+        self.assertNotIn("Making", self.make().stdout)
+        shutil.copy(QUILL, self.source / "two.png")
+        self.touch("two.png")
+        made = self.make().stdout
+        self.assertNotIn("one.surface", made)
+        self.assertIn("Embedding", made)
+        self.assertEqual("one 44 x 44 mode 0\ntwo 176 x 132 mode 0\n", run(self.built / "program").stdout)
+
+    def test_are_a_part_of_the_default_build(self):
+        self.expect_made(f"TARGET icons IMAGES {SEAL} EMBED", project=PROJECT.replace("NONE", "C"))
+        self.assertTrue((self.built / "libicons.a").exists())
+
+    def test_need_a_compiler(self):
+        self.expect_refused_call(f"TARGET icons IMAGES {SEAL} EMBED", "EMBED needs the language C or CXX")
 
 
 if __name__ == "__main__":
