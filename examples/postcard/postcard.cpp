@@ -1,7 +1,9 @@
 // Puts a seal and a postmark on a picture: three surface files that this program's build made, so they are
 // read and drawn on as they are.
 //
-//     postcard FOLDER POSTCARD.surface
+//     postcard FOLDER POSTCARD.surface [PICTURE]
+//
+// The picture is FOLDER/quill.surface or, with the third word, FOLDER/PICTURE.surface; it may have any color mode.
 #include "src/ds_surface.h"
 
 #include <cstdint>
@@ -35,12 +37,13 @@ void stamp(DsSurface& picture, const DsSurface& seal, const DsSurface& postmark)
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::puts("usage: postcard FOLDER POSTCARD.surface");
+    if (argc != 3 && argc != 4) {
+        std::puts("usage: postcard FOLDER POSTCARD.surface [PICTURE]");
         return 2;
     }
     const std::string folder = argv[1];
-    std::vector<char> pictureFile = readFile(folder + "/quill.surface");
+    const std::string name = argc == 4 ? argv[3] : "quill";
+    std::vector<char> pictureFile = readFile(folder + "/" + name + ".surface");
     std::vector<char> sealFile = readFile(folder + "/seal.surface");
     std::vector<char> postmarkFile = readFile(folder + "/postmark.surface");
     if (pictureFile.empty() || sealFile.empty() || postmarkFile.empty()) {

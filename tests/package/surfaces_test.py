@@ -122,6 +122,13 @@ class Surfaces(SurfaceBuilds):
         self.assertNotEqual(before[20:], after[20:])
         # The picture of it in the documents is this one.
         self.expect_surface("postcard.surface", TREE / "docs/postcard.png", "--rotation", "90")
+        # For the second display.
+        self.expect_converted("pictures/rgb565/quill.surface", QUILL, "--rotation", "90", "--mode", "RGB565",
+                              "--dither", "ordered", "--background", "#F4ECD8")
+        drawn = run(self.built / "postcard", self.built / "pictures", self.built / "small.surface", "rgb565/quill")
+        self.assertEqual(0, drawn.returncode, drawn.stdout)
+        self.expect_converted("small.surface", TREE / "docs/postcard-rgb565.png", "--rotation", "90",
+                              "--mode", "RGB565")
 
     def test_keep_the_folders_of_images_in_the_source(self):
         (self.source / "icons/small").mkdir(parents=True)
