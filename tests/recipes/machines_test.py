@@ -1,4 +1,4 @@
-"""The recipe of docs/recipes.md for several machines, which are two ssh daemons on this one, each with a
+"""The recipes of docs/recipes.md for several machines by ssh, which are two ssh daemons on this one, each with a
 home of its own. They listen on loopback only, know one key, and end with the test."""
 
 import os
@@ -9,7 +9,7 @@ import sys
 import time
 import unittest
 
-from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section
+from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section, surface_path
 
 # What ctest takes for a test that was left out.
 SKIPPED = 77
@@ -79,10 +79,11 @@ class Machine:
         return sorted(str(path.relative_to(self.home)) for path in self.home.glob("**/*"))
 
 
-class Machines(Workshop):
+class MachineWorkshop(Workshop):
+    """Two machines, alpha and beta."""
+
     def setUp(self):
         super().setUp()
-        self.command, self.list_missing, self.clean_up = section("Several machines")[1]
         if os.getuid() == 0:
             os.makedirs("/run/sshd", mode=0o755, exist_ok=True)
         for key in ("host-key", "client-key"):
@@ -107,6 +108,21 @@ class Machines(Workshop):
                 UserKnownHostsFile /dev/null
                 LogLevel ERROR
             """)
+
+    def hosts(self, log):
+        """The machines that the log names, without its heading."""
+        lines = (self.folder / log).read_text().splitlines()[1:]
+        return {line.split("\t")[1] for line in lines}
+
+    def assert_machines_clean(self):
+        for machine in self.machines:
+            self.assertEqual(machine.files(), [], machine.name)
+
+
+class Machines(MachineWorkshop):
+    def setUp(self):
+        super().setUp()
+        self.command, self.list_missing, self.clean_up = section("Several machines")[1]
         self.add_images(NAMES)
 
     def make_surfaces_here(self):
@@ -114,19 +130,10 @@ class Machines(Workshop):
         self.age_all()
         self.asked()
 
-    def hosts(self):
-        """The machines that the log names, without its heading."""
-        lines = (self.folder / "machines.log").read_text().splitlines()[1:]
-        return {line.split("\t")[1] for line in lines}
-
-    def assert_machines_clean(self):
-        for machine in self.machines:
-            self.assertEqual(machine.files(), [], machine.name)
-
     def test_share_the_work_and_keep_nothing(self):
         self.assert_runs(self.command)
         self.assert_surfaces(NAMES)
-        self.assertEqual(self.hosts(), {"alpha", "beta"})
+        self.assertEqual(self.hosts("machines.log"), {"alpha", "beta"})
         self.assert_machines_clean()
 
     def test_do_only_what_is_to_be_done(self):
@@ -153,7 +160,7 @@ class Machines(Workshop):
         self.machines[1].stop()
         self.assert_runs(self.command)
         self.assert_surfaces(NAMES)
-        self.assertEqual(self.hosts(), {"alpha"})
+        self.assertEqual(self.hosts("machines.log"), {"alpha"})
 
     def test_are_rid_of_what_an_interrupted_run_left(self):
         for machine in self.machines:
@@ -161,6 +168,52 @@ class Machines(Workshop):
             (machine.home / "pngslab-work/images/left.png").touch()
         self.assert_runs(self.clean_up)
         self.assert_machines_clean()
+
+
+class Folders(MachineWorkshop):
+    """Each image folder is a job of slabtool."""
+
+    FOLDERS = ["one", "two  words", "it's $HOME & \"four\""]
+
+    def setUp(self):
+        super().setUp()
+        self.command, self.clean_up = section("Folders by ssh")[1]
+        self.merge = section("Folders on several machines")[1][0]
+        os.symlink(os.environ["PNGSLAB_SLABTOOL"], self.folder / "bin/slabtool")
+        self.images = [f"{folder}/{name}" for folder in self.FOLDERS for name in ("a.png", "below/b.png")]
+        self.add_images(self.images)
+
+    def assert_merged(self):
+        """One manifest names every surface, and a run over all of them finds nothing to do."""
+        self.assert_runs(self.merge)
+        updated = self.assert_runs("slabtool convert --update images surfaces").stdout
+        self.assertIn(f"converted 0, up to date {len(self.images)},", updated)
+        for image in self.images:
+            self.assertEqual(self.surface(image), self.converted(image), image)
+
+    def test_are_shared_out_and_their_manifests_merged(self):
+        self.assert_runs(self.command)
+        self.assertEqual(self.hosts("folders.log"), {"alpha", "beta"})
+        self.assert_runs(self.clean_up)
+        self.assert_machines_clean()
+        self.assert_merged()
+
+    def test_of_a_machine_that_does_not_answer_are_done_by_others(self):
+        self.machines[1].stop()
+        self.assert_runs(self.command)
+        self.assertEqual(self.hosts("folders.log"), {"alpha"})
+        self.assert_merged()
+
+    def test_that_failed_are_done_by_the_next_run(self):
+        self.add_image("one/a.png", b"no image")
+        self.assertIn("rejected", self.assert_runs(self.command, status=1).stdout)
+        self.assertEqual(self.surface("one/below/b.png"), self.converted("one/below/b.png"))
+        made = {image: os.stat(self.folder / surface_path(image)).st_ino for image in self.images[2:]}
+        self.add_image("one/a.png", make_png(7))
+        self.assert_runs(self.command)
+        for image, inode in made.items():
+            self.assertEqual(inode, os.stat(self.folder / surface_path(image)).st_ino)
+        self.assert_merged()
 
 
 if __name__ == "__main__":
