@@ -284,7 +284,7 @@ namespace fs = std::filesystem;
 fs::path realFolderOf(const std::string& file) {
     const fs::path folder = fs::path(file).parent_path();
     std::error_code error;
-    const fs::path real = fs::canonical(folder.empty() ? "." : folder, error);
+    fs::path real = fs::canonical(folder.empty() ? "." : folder, error);
     if (error) {
         errno = error.value();
         refuseBySystem("cannot be opened");
