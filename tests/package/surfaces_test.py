@@ -256,7 +256,7 @@ class SurfacesBySlabtool(SurfaceBuilds):
         (self.source / "picture.png").write_bytes(indexed_image(red=1, green=2, blue=3))
         self.expect_made("TARGET icons IMAGES picture.png PALETTE")
         palette = self.built / "picture.palette"
-        self.assertEqual(bytes([3, 2, 1]), palette.read_bytes())
+        self.assertEqual(bytes([3, 2, 1]) + bytes(255 * 3), palette.read_bytes())
         self.assertEqual(0, self.make("--target", "clean").returncode)
         self.assertFalse(palette.exists() or (self.built / "picture.surface").exists())
 

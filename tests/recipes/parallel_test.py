@@ -74,10 +74,10 @@ class Afterwards(Slabtool):
         (self.folder / "surfaces").mkdir()
         self.add_image("good.png", make_png(1))
         self.assert_runs("./convert-one.sh images/good.png 'surfaces/good one.surface'")
-        self.assertEqual(self.assert_runs(check, status=1).stdout, "")
+        self.assertEqual(self.assert_runs(check).stdout, "")
 
         (self.folder / "surfaces/empty.surface").touch()
-        self.assertIn("surfaces/empty.surface", self.assert_runs(check).stdout)
+        self.assertIn("surfaces/empty.surface", self.assert_runs(check, status=1).stdout)
 
 
 if __name__ == "__main__":
