@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <string_view>
+
 namespace {
 
 const byte_vector kTurned = {'M',  'M', 0, 42, 0, 0, 0, 8, 0, 1, 1,
@@ -29,6 +32,22 @@ TEST(ExifOrientation, IsUprightWhereDataMakeNoSense) {
         byte_vector wrong = kTurned;
         wrong[19] = value;
         EXPECT_EQ(kUpright, exifOrientation(wrong)) << int{value};
+    }
+}
+
+TEST(PngFacts, IgnoreTheCaseOfChunkTypesAsTheDecoderDoes) {
+    byte_vector file = png().gray(3, 2).trns({0, 1}).bytes();
+    const auto expectFacts = [&] {
+        const PngFacts facts = factsOf(file);
+        EXPECT_EQ(6U, facts.pixels());
+        EXPECT_TRUE(facts.hasTransparency);
+    };
+    expectFacts();
+    for (const char* const name : {"IHDR", "tRNS"}) {
+        const std::string_view type = name;
+        const auto place = std::search(file.begin(), file.end(), type.begin(), type.end());
+        place[2] ^= 0x20;
+        expectFacts();
     }
 }
 

@@ -183,10 +183,7 @@ void reportOne(const PrepareRequest& request, const std::string& input,
 }
 
 Preparation prepareOne(const PrepareRequest& request, const std::string& input) {
-    const Bytes original = about(input, [&] { return readFile(input); });
-    Preparation preparation = about(input, [&] { return prepareImage(original, request); });
-    about(request.output, [&] { writeFile(request.output, preparation.file); });
-    return preparation;
+    return about(input, [&] { return prepareImage(readFile(input), request); });
 }
 
 } // namespace
@@ -197,6 +194,7 @@ int runPrepare(const PrepareRequest& request) {
         runInOrder<Preparation>(
             {input}, request.batch, [&](size_t) { return prepareOne(request, input); },
             [&](size_t, const Preparation& preparation) {
+                about(request.output, [&] { writeFile(request.output, preparation.file); });
                 reportOne(request, input, preparation);
             });
         return 0;

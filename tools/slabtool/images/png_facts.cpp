@@ -5,6 +5,7 @@
 #include "tools/slabtool/images/png_image.h"
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -27,11 +28,21 @@ std::vector<std::array<uint8_t, 3>> paletteIn(ByteView data) {
     return colors;
 }
 
+// A chunk's type in capital letters: the product's decoder ignores their case.
+std::string typeOf(ByteView bytes) {
+    std::string type;
+    for (const uint8_t byte : bytes.first(kTypeBytes)) {
+        constexpr uint8_t kLetterCaseBit = 0x20;
+        type += static_cast<char>(byte & ~kLetterCaseBit);
+    }
+    return type;
+}
+
 // Where palettes and their alpha are out of place, or there for a second time, libpng ignores them.
 void notePalette(PngFacts& facts, std::string_view type, ByteView data) {
     if (type == "PLTE" && facts.palette.empty()) {
         facts.palette = paletteIn(data);
-    } else if (type == "tRNS" && facts.colorType == kIndexedType && facts.transparency.empty() &&
+    } else if (type == "TRNS" && facts.colorType == kIndexedType && facts.transparency.empty() &&
                data.size() <= facts.palette.size()) {
         facts.transparency.assign(data.begin(), data.end());
     }
@@ -44,17 +55,17 @@ void note(PngFacts& facts, std::string_view type, ByteView data) {
         facts.height = bigEndian(data.subspan(kHeightAt));
         facts.bitDepth = data[kDepthAt];
         facts.colorType = data[kColorTypeAt];
-    } else if (type == "tRNS") {
+    } else if (type == "TRNS") {
         facts.hasTransparency = true;
-    } else if (type == "iCCP") {
+    } else if (type == "ICCP") {
         facts.hasProfile = true;
-    } else if (type == "sRGB") {
+    } else if (type == "SRGB") {
         facts.isSrgb = true;
-    } else if (type == "acTL") {
+    } else if (type == "ACTL") {
         facts.isAnimated = true;
-    } else if (type == "gAMA" && data.size() == sizeof(uint32_t)) {
+    } else if (type == "GAMA" && data.size() == sizeof(uint32_t)) {
         facts.gamma = bigEndian(data);
-    } else if (type == "eXIf") {
+    } else if (type == "EXIF") {
         facts.orientation = exifOrientation(data);
     }
 }
@@ -71,8 +82,7 @@ PngFacts factsOf(ByteView file) {
         if (length + kCrcBytes > rest.size()) {
             break;
         }
-        const std::string_view type(reinterpret_cast<const char*>(file.data()) + at + kLengthBytes,
-                                    kTypeBytes);
+        const std::string type = typeOf(file.subspan(at + kLengthBytes));
         if (type == "IEND") {
             break;
         }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <exception>
 #include <memory>
 #include <mutex>
@@ -50,7 +51,18 @@ JobFailure attempt(const std::function<void(size_t)>& work, size_t job) {
     }
 }
 
+// The calling thread gets the signals: what it holds back while it moves a file stays held back.
+void leaveSignalsToCaller() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        sigaddset(&signals, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 void runWorker(Shared& shared) {
+    leaveSignalsToCaller();
     std::unique_lock lock(shared.mutex);
     while (shared.next < shared.count && !stopRequested()) {
         const size_t job = shared.next++;
