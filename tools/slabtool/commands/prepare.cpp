@@ -2,6 +2,7 @@
 // decides, and other ways of writing are tried.
 #include "tools/slabtool/commands/commands.h"
 
+#include "tools/slabtool/images/accepted_png.h"
 #include "tools/slabtool/images/png_verdict.h"
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/runs/inputs.h"
@@ -16,17 +17,6 @@
 #include <utility>
 
 namespace {
-
-// The first file that pngslab accepts.
-Bytes encodeQuickly(const PngImage& image) {
-    for (const PngEffort& effort : kEfforts) {
-        Bytes file = encodePng(image, effort);
-        if (judgePng(file, false).isAccepted) {
-            return file;
-        }
-    }
-    return encodePng(image, kStored); // which is always accepted
-}
 
 Bytes encodeSmall(const PngImage& image) {
     std::optional<Bytes> best;
@@ -54,7 +44,7 @@ struct Preparation {
 Preparation prepareImage(ByteView original, const PrepareRequest& request) {
     Preparation preparation;
     const PngImage image = decodePng(original, request.changes);
-    preparation.file = request.small ? encodeSmall(image) : encodeQuickly(image);
+    preparation.file = request.small ? encodeSmall(image) : encodeAccepted(image);
     preparation.losses = lossesOf(factsOf(original));
     std::erase_if(preparation.losses,
                   [&](const Finding& loss) { return isKept(loss, request.changes); });

@@ -5,6 +5,7 @@
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
 #include "tools/slabtool/images/accepted_image.h"
+#include "tools/slabtool/images/accepted_png.h"
 #include "tools/slabtool/images/orientation.h"
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_verdict.h"
@@ -88,9 +89,10 @@ ConvertedImage convertPlainly(ByteView file, const PngFacts& facts,
         if (request.alphaOnly && image.colorType != kGreyType) {
             reject("not-grayscale", "not plain grayscale, which alpha-only surfaces are made of");
         }
-        const Bytes fixed = encodePng(image, kStored);
+        // With a key color the filtered rows, which depend on how the file is written, show in the surface.
+        const Bytes fixed = image.keyColor ? encodeAccepted(image) : encodePng(image, kStored);
         surface.reset(surface_from_png(fixed.data(), fixed.size(), request.alphaOnly, rotation));
-        assert(surface != nullptr); // images of stored blocks are always accepted
+        assert(surface != nullptr); // such files are always accepted
         converted.wasFixed = true;
     }
     checkPadding(static_cast<uint64_t>(surface->getHeight()), request);
