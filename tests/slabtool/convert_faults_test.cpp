@@ -126,6 +126,26 @@ TEST_F(ConvertFaults, OfRightsToTheOutputFolderEndTheRun) {
               outcome.errors);
 }
 
+// The numbers of closed streams are the first that files get.
+TEST_F(ConvertFaults, OfClosedStreamsPutNoMessagesIntoSurfaces) {
+    const std::string longName(200, 'n'); // so that messages fill many buffers
+    for (int i = 0; i < 300; ++i) {
+        write("images/" + longName + std::to_string(i) + ".png", grayImage(4));
+    }
+    expectConverted({"convert", "--quiet", "images", "expected"});
+    const ProgramOutcome outcome =
+        shell("slabtool convert --json --jobs 2 images surfaces <&- >&-");
+    EXPECT_EQ(1, outcome.exitStatus);
+    EXPECT_EQ("slabtool: standard output: Bad file descriptor\n", outcome.errors);
+    EXPECT_EQ(filesIn("expected"), filesIn("surfaces"));
+    for (const std::string& name : filesIn("expected")) {
+        if (name == "surfaces.json") {
+            continue; // which tells times
+        }
+        EXPECT_TRUE(same_bytes(read("expected/" + name), read("surfaces/" + name))) << name;
+    }
+}
+
 // ---- Declared sizes: what convert and the other commands allocate. Sanitizers and emulators need more addresses
 // than that for themselves.
 

@@ -10,9 +10,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <exception>
+#include <fcntl.h>
 #include <new>
 #include <optional>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -273,6 +275,17 @@ void reportUnknownCommand(const CLI::App& app, const std::string& word) {
                  isOption ? "option" : "sub-command", printable(word).c_str(), question.c_str());
 }
 
+// A closed standard stream would give its number to the next file that is opened, and messages would go into a
+// surface. What takes the number instead fails like a closed stream.
+void occupyClosedStreams() {
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            open("/dev/null",
+                 stream == STDIN_FILENO ? O_WRONLY : O_RDONLY); // the lowest free number
+        }
+    }
+}
+
 // Runs the sub-command that the words name.
 int run(int argc, char** argv) {
     CLI::App app("Looks at surface files, and makes PNG images fit for pngslab.", "slabtool");
@@ -312,6 +325,7 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+    occupyClosedStreams();
     // A write beyond the limit of a file's size then fails like one to a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
