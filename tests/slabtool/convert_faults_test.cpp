@@ -267,6 +267,21 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromProfilesThatExplode) {
     }
 }
 
+// Each text is short enough for libpng; together they would leave no room for the pixels.
+TEST_F(ConvertFaults, OfMemoryDoNotComeFromManyTextsThatExplode) {
+    const byte_vector zeros(4'000'000);
+    byte_vector text = {'n', 0, 0};
+    append(text, zlib_wrapped(deflate_without_fixed_codes(zeros, {}), zeros));
+    png_maker image = png().rgb(3000, 3000).plte({1, 2, 3}); // libpng's part
+    for (int i = 0; i < 50; ++i) {
+        image.chunk_before_idat({"zTXt", text});
+    }
+    write("a.png", image.bytes());
+    const ProgramOutcome outcome =
+        tool({"convert", "a.png", "a.surface"}, {.addressSpace = 150 << 20});
+    EXPECT_EQ(0, outcome.exitStatus) << outcome.output + outcome.errors;
+}
+
 TEST_F(ConvertFaults, OfMemoryDoNotComeFromSizesInOtherCommands) {
     write("huge.png", png().rgba(2, 2).declared_size(kMostSide, 1).bytes());
     byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMostSide, 1, 0x80000000);

@@ -16,6 +16,10 @@ constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way: PNG's own limit
 // Of all lines, each with its filter type: the product's decoder counts no further.
 constexpr uint64_t kMostFilteredBytes = 0xFFFFFFFF;
 
+// Texts and suggested palettes may come any number of times, and libpng unpacks each to up to 8 MB. Of those, it keeps
+// two fewer than this.
+constexpr uint32_t kChunkCache = 3;
+
 uint64_t filteredBytes(const PngImage& image) {
     return uint64_t{image.lineBytes() + 1} * image.height;
 }
@@ -190,6 +194,7 @@ bool tryDecode(png_structp png, png_infop info, Transfer& transfer, const PngCha
     }
     png_set_read_fn(png, &transfer, readBytes);
     png_set_user_limits(png, kMostPixels, kMostPixels);
+    png_set_chunk_cache_max(png, kChunkCache);
     png_read_info(png, info);
     checkDeclaredSize(png, info, transfer);
     image.width = png_get_image_width(png, info);
