@@ -282,6 +282,15 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromManyTextsThatExplode) {
     EXPECT_EQ(0, outcome.exitStatus) << outcome.output + outcome.errors;
 }
 
+// The file, the pixels twice, and the surface; 36 MB each but for the file.
+TEST_F(ConvertFaults, OfMemoryDoNotComeFromFixesOnTheWay) {
+    write("a.png", png().rgb(4000, 3000).plte({1, 2, 3}).pixels(data_kind::runs, 1).bytes());
+    expectConverted({"convert", "a.png", "a.surface"});
+    const ProgramOutcome outcome =
+        tool({"convert", "a.png", "b.surface"}, {.addressSpace = 150 << 20});
+    EXPECT_EQ(0, outcome.exitStatus) << outcome.output + outcome.errors;
+}
+
 TEST_F(ConvertFaults, OfMemoryDoNotComeFromSizesInOtherCommands) {
     write("huge.png", png().rgba(2, 2).declared_size(kMostSide, 1).bytes());
     byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMostSide, 1, 0x80000000);

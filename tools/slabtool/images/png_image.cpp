@@ -314,7 +314,9 @@ void testPng(ByteView file) {
 }
 
 Bytes encodePng(const PngImage& image, const PngEffort& effort) {
+    constexpr size_t kOtherChunks = 4096; // and more than there are
     Bytes file;
+    file.reserve(chunkBytes(image) + kOtherChunks); // the last chunk would double it otherwise
     Transfer transfer = {.output = &file};
     const Writer writer(transfer);
     if (writer.info == nullptr) {
