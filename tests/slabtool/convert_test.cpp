@@ -97,6 +97,20 @@ TEST_F(Convert, WritesPalettes) {
     EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}), slice(read("out.palette"), 0, 8));
 }
 
+TEST_F(Convert, LeavesStandardOutputToTheSurface) {
+    const byte_vector image = png().rgb(5, 3).bytes();
+    const byte_vector surface = convert(image);
+    for (const std::vector<std::string>& options :
+         std::vector<std::vector<std::string>>{{}, {"--json"}}) {
+        std::vector<std::string> arguments = {"convert", "in.png", "-"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const ProgramOutcome outcome = tool(arguments);
+        EXPECT_EQ(0, outcome.exitStatus);
+        EXPECT_TRUE(same_bytes(surface, {outcome.output.begin(), outcome.output.end()}));
+        EXPECT_NE("", outcome.errors);
+    }
+}
+
 TEST_F(Convert, AlignsRows) {
     const byte_vector surface = convert(png().rgb(3, 2).bytes(), {"--row-alignment", "4"});
     EXPECT_EQ((byte_vector{12, 0, 0, 0}), slice(surface, 16, 4)) << "the stride";

@@ -12,6 +12,7 @@
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <chrono>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -60,7 +61,7 @@ public:
         , mFolder(plan.folder)
         , mMaker{optionsText(request.conversion), kVersion}
         , mResults(plan.jobs.size())
-        , mReport(request.batch) {
+        , mReport(request.batch, stdout) {
         if (!request.noManifest) {
             mManifest = Manifest::load(plan.folder + "/" + kManifestName);
             mOld = mManifest;
@@ -200,7 +201,8 @@ private:
 };
 
 int convertOne(const ConvertRequest& request, const Job& job) {
-    ConvertReport report(request.batch);
+    // The surface has standard output to itself.
+    ConvertReport report(request.batch, job.output == kStandardStream ? stderr : stdout);
     ImageReport image = {.input = job.input, .output = job.output};
     try {
         const Bytes file = readFile(job.input);

@@ -17,7 +17,7 @@ std::string outcomeOf(const ImageReport& image) {
     return image.isUpToDate ? "up-to-date" : verdictWord(image.wasFixed, !image.losses.empty());
 }
 
-void printJson(const ImageReport& image) {
+void printJson(const ImageReport& image, std::FILE* stream) {
     Json object;
     addText(object, "input", image.input);
     addText(object, "output", image.output);
@@ -26,17 +26,17 @@ void printJson(const ImageReport& image) {
         object["reason"] = toJson(*image.rejection);
     }
     object["losses"] = toJson(image.losses);
-    std::puts(jsonLine(object).c_str());
+    std::fprintf(stream, "%s\n", jsonLine(object).c_str());
 }
 
-void printLine(const ImageReport& image) {
+void printLine(const ImageReport& image, std::FILE* stream) {
     std::string words = image.rejection ? "rejected: " + textOf(*image.rejection) : "with loss: ";
     const char* separator = "";
     for (const Finding& loss : image.losses) {
         words += separator + textOf(loss);
         separator = "; ";
     }
-    std::printf("%s: %s\n", printable(image.input).c_str(), printable(words).c_str());
+    std::fprintf(stream, "%s: %s\n", printable(image.input).c_str(), printable(words).c_str());
 }
 
 bool isKeptByColors(const ImageReport& image) {
@@ -53,7 +53,7 @@ std::string verdictWord(bool wasFixed, bool hasLoss) {
 
 void ConvertReport::add(ImageReport image) {
     if (mJson) {
-        printJson(image);
+        printJson(image, mStream);
     }
     mConverted += !image.rejection && !image.isUpToDate ? 1 : 0;
     mUpToDate += image.isUpToDate ? 1 : 0;
@@ -72,24 +72,25 @@ void ConvertReport::printSummary(size_t total) const {
     bool canKeepColors = false;
     for (const ImageReport& image : mNotable) {
         if (image.rejection || !mQuiet) {
-            printLine(image);
+            printLine(image, mStream);
         }
         canKeepColors |= isKeptByColors(image);
     }
     if (mQuiet) {
         return;
     }
-    std::printf("converted %zu, up to date %zu, fixed on the way %zu, with loss %zu, rejected %zu",
-                mConverted, mUpToDate, mFixed, mWithLoss, mRejected);
+    std::fprintf(mStream,
+                 "converted %zu, up to date %zu, fixed on the way %zu, with loss %zu, rejected %zu",
+                 mConverted, mUpToDate, mFixed, mWithLoss, mRejected);
     if (mPruned != 0) {
-        std::printf(", pruned %zu", mPruned);
+        std::fprintf(mStream, ", pruned %zu", mPruned);
     }
     const size_t finished = mConverted + mUpToDate + mRejected;
     if (finished < total) {
-        std::printf(", not started %zu", total - finished);
+        std::fprintf(mStream, ", not started %zu", total - finished);
     }
-    std::puts("");
+    std::fputs("\n", mStream);
     if (canKeepColors) {
-        std::puts("note: --keep-colors keeps palettes, key colors and orientation");
+        std::fputs("note: --keep-colors keeps palettes, key colors and orientation\n", mStream);
     }
 }

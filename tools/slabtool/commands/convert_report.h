@@ -5,6 +5,7 @@
 #include "tools/slabtool/runs/batch.h"
 
 #include <cstddef>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,11 +24,11 @@ std::string verdictWord(bool wasFixed, bool hasLoss);
 
 class ConvertReport {
 public:
-    /// With `json`, prints an object a file to standard output, and no summary; with `quiet`, what was rejected and
-    /// nothing else.
-    explicit ConvertReport(const BatchOptions& options)
+    /// With `json`, prints an object a file, and no summary; with `quiet`, what was rejected and nothing else.
+    ConvertReport(const BatchOptions& options, std::FILE* stream)
         : mJson(options.json)
-        , mQuiet(options.quiet) {}
+        , mQuiet(options.quiet)
+        , mStream(stream) {}
 
     void add(ImageReport image);
     void addPruned() { ++mPruned; }
@@ -38,6 +39,7 @@ public:
 
 private:
     bool mJson, mQuiet;
+    std::FILE* mStream;
     std::vector<ImageReport> mNotable; // rejected, or with loss
     size_t mConverted = 0, mUpToDate = 0, mFixed = 0, mWithLoss = 0, mRejected = 0, mPruned = 0;
 };
