@@ -10,6 +10,8 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
 using Convert = ConvertTest;
 
 TEST_F(Convert, WritesWhatPngslabWrites) {
@@ -95,6 +97,22 @@ TEST_F(Convert, WritesPalettes) {
     convert(image, {"--palette"});
     EXPECT_EQ(1024U, read("out.palette").size());
     EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}), slice(read("out.palette"), 0, 8));
+}
+
+TEST_F(Convert, WritesPalettesOverNothingElse) {
+    const byte_vector image = png().indexed(2, 1).plte({1, 2, 3}).pixels({0, 0}).bytes();
+    write("a.palette", image);
+    fs::create_symlink("a.palette", path("linked.palette"));
+    expectTool(1, "", "slabtool: a.palette: the palette would overwrite it\n",
+               {"convert", "--palette", "a.palette", "a.surface"});
+    expectTool(1, "", "slabtool: a.palette: the palette would overwrite it\n",
+               {"convert", "--palette", "a.palette", "linked.surface"});
+    expectTool(1, "", "slabtool: b.palette: the palette would overwrite it\n",
+               {"convert", "--palette", "a.palette", "b.palette"});
+    expectTool(1, "", "slabtool: -: standard output gives no name to a palette file\n",
+               {"convert", "--palette", "a.palette", "-"});
+    EXPECT_TRUE(same_bytes(image, read("a.palette")));
+    EXPECT_FALSE(exists("a.surface") || exists("b.palette") || exists("-.palette"));
 }
 
 TEST_F(Convert, LeavesStandardOutputToTheSurface) {

@@ -13,6 +13,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -200,18 +201,32 @@ private:
     std::chrono::steady_clock::time_point mSaved = std::chrono::steady_clock::now();
 };
 
+// Where the palette of a single surface goes.
+std::string palettePathOf(const Job& job) {
+    if (job.output == kStandardStream) {
+        throw Refusal(std::string(kStandardStream) +
+                      ": standard output gives no name to a palette file");
+    }
+    const std::string palette = std::filesystem::path(job.output).replace_extension(kPaletteSuffix);
+    std::error_code unknown;
+    for (const std::string& other : {job.input, job.output}) {
+        if (palette == other || std::filesystem::equivalent(palette, other, unknown)) {
+            throw Refusal(printable(other) + ": the palette would overwrite it");
+        }
+    }
+    return palette;
+}
+
 int convertOne(const ConvertRequest& request, const Job& job) {
     // The surface has standard output to itself.
     ConvertReport report(request.batch, job.output == kStandardStream ? stderr : stdout);
+    const std::string palettePath = request.conversion.palette ? palettePathOf(job) : "";
     ImageReport image = {.input = job.input, .output = job.output};
     try {
         const Bytes file = readFile(job.input);
         const ConvertedImage converted = convertImage(file, request.conversion);
         if (!converted.palette.empty()) {
-            about(job.output, [&] {
-                writeFile(std::filesystem::path(job.output).replace_extension(kPaletteSuffix),
-                          converted.palette);
-            });
+            about(palettePath, [&] { writeFile(palettePath, converted.palette); });
         }
         about(job.output, [&] { writeFile(job.output, converted.surface); });
         image.wasFixed = converted.wasFixed;
