@@ -465,6 +465,17 @@ TEST_F(ConvertUpdates, PruneNothingButWhatTheManifestNames) {
               filesIn("surfaces"));
 }
 
+// view --palette would draw it in wrong colors.
+TEST_F(ConvertUpdates, RemoveThePaletteOfAnImageThatHasNoneNow) {
+    write("images/b.png", png().indexed(4, 4).bytes());
+    expectConverted({"convert", "--palette", "images", "surfaces"});
+    EXPECT_TRUE(exists("surfaces/b.palette"));
+    write("images/b.png", grayImage(4));
+    EXPECT_EQ("converted 1, up to date 1, fixed on the way 0, with loss 0, rejected 0\n",
+              update({"--palette"}));
+    EXPECT_EQ((Names{"a.surface", "b.surface", "surfaces.json"}), filesIn("surfaces"));
+}
+
 TEST_F(ConvertUpdates, PruneNothingOutsideOfTheFolder) {
     write("victim", {7});
     replaceInManifest("../images/a.png", "../images/gone.png");

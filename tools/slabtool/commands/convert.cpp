@@ -128,9 +128,21 @@ private:
             mFolder.write(withoutSuffix(job.output) + kPaletteSuffix, converted.palette);
         }
         mFolder.write(job.output, converted.surface);
+        if (converted.palette.empty()) {
+            removeOldPalette(job);
+        }
         report.wasFixed = converted.wasFixed;
         report.losses = converted.losses;
         return entryOf(job, source, mMaker, converted);
+    }
+
+    // A palette of the surface before would give the new one wrong colors.
+    void removeOldPalette(const Job& job) {
+        const ManifestEntry* const old = mOld.find(job.output);
+        const std::string palette = withoutSuffix(job.output) + kPaletteSuffix;
+        if (old != nullptr && old->palette == palette) {
+            mFolder.remove(palette);
+        }
     }
 
     // On the calling thread.
