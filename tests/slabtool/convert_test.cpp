@@ -129,6 +129,16 @@ TEST_F(Convert, LeavesStandardOutputToTheSurface) {
     }
 }
 
+TEST_F(Convert, WritesIntoNoFolderWithoutAName) {
+    write("images/a.png", png().gray(4, 4).bytes());
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"convert", "images", ""},
+                                               {"convert", "images/a.png", ""},
+                                               {"prepare", "--output-dir", "", "images"}}) {
+        expectTool(1, "", "slabtool: the name of the output is empty\n", arguments);
+    }
+}
+
 TEST_F(Convert, AlignsRows) {
     const byte_vector surface = convert(png().rgb(3, 2).bytes(), {"--row-alignment", "4"});
     EXPECT_EQ((byte_vector{12, 0, 0, 0}), slice(surface, 16, 4)) << "the stride";

@@ -189,7 +189,8 @@ int runPrepare(const PrepareRequest& request) {
             });
         return 0;
     }
-    const JobPlan plan = planJobs(request.inputs, request.output + "/", ".png");
+    const JobPlan plan =
+        planJobs(request.inputs, std::filesystem::path(request.output) / "", ".png");
     requireOtherFiles(plan);
     return std::make_unique<PrepareRun>(request, plan)->run();
 }

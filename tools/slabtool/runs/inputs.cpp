@@ -121,6 +121,9 @@ std::vector<std::string> JobPlan::inputs() const {
 
 JobPlan planJobs(const std::vector<std::string>& inputs, const std::string& output,
                  const std::string& suffix) {
+    if (output.empty()) {
+        throw Refusal("the name of the output is empty");
+    }
     const bool isIntoFolder =
         inputs.size() != 1 || output.ends_with('/') || isFolder(output) || isFolder(inputs.front());
     if (!isIntoFolder) {
