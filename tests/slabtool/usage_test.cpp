@@ -6,8 +6,8 @@ namespace {
 
 class Usage : public SlabtoolTest {};
 
-const char* const kCommands[] = {"info",    "view",  "check",   "prepare",
-                                 "compare", "embed", "manifest"};
+const char* const kCommands[] = {"info",    "view",    "check", "prepare",
+                                 "compare", "convert", "embed", "manifest"};
 
 TEST_F(Usage, HelpNamesEverySubCommand) {
     const ProgramOutcome outcome = tool({"--help"});
@@ -31,18 +31,23 @@ TEST_F(Usage, EverySubCommandHasHelp) {
 }
 
 TEST_F(Usage, WrongUseIsStatusTwo) {
-    const std::vector<std::string> wrong[] = {{},
-                                              {"frobnicate"},
-                                              {"info"},
-                                              {"info", "--frobnicate", "a"},
-                                              {"view", "a"},
-                                              {"view", "a", "b", "c"},
-                                              {"check"},
-                                              {"prepare", "a"},
-                                              {"compare", "a", "b", "c"},
-                                              {"manifest", "--merge", "a"},
-                                              {"manifest", "--merge", "-o", "a"},
-                                              {"manifest", "-o", "a", "b"}};
+    const std::vector<std::string> wrong[] = {
+        {},
+        {"frobnicate"},
+        {"info"},
+        {"info", "--frobnicate", "a"},
+        {"view", "a"},
+        {"view", "a", "b", "c"},
+        {"check"},
+        {"prepare", "a"},
+        {"convert", "a"},
+        {"convert", "--max-pixels", "-1", "a", "b"},
+        {"convert", "--max-pixels", "18446744073709551616", "a", "b"},
+        {"convert", "--jobs", "-1", "a", "b"},
+        {"compare", "a", "b", "c"},
+        {"manifest", "--merge", "a"},
+        {"manifest", "--merge", "-o", "a"},
+        {"manifest", "-o", "a", "b"}};
     for (const std::vector<std::string>& arguments : wrong) {
         SCOPED_TRACE(commandLineOf("slabtool", arguments));
         const ProgramOutcome outcome = tool(arguments);

@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -146,6 +148,14 @@ void addWord(CLI::App* command, const char* name, Value& value, const Read& read
         description);
 }
 
+// The library takes -1 for the largest number.
+std::optional<uint64_t> countNamed(const std::string& word) {
+    uint64_t count = 0;
+    const char* const end = word.data() + word.size();
+    const auto [parsed, error] = std::from_chars(word.data(), end, count);
+    return parsed == end && error == std::errc() ? std::optional(count) : std::nullopt;
+}
+
 std::optional<Dither> ditherNamed(const std::string& word) {
     if (word == "none") {
         return Dither::None;
@@ -175,8 +185,8 @@ void declareConversion(CLI::App* command, ConversionRequest& request) {
         ->add_option("--row-alignment", request.rowAlignment,
                      "Start every row at a multiple of this many bytes")
         ->check(CLI::Range(1, 1 << 20));
-    command->add_option("--max-pixels", request.maxPixels,
-                        "Reject images that declare more pixels (268435456)");
+    addWord(command, "--max-pixels", request.maxPixels, countNamed, "a number of pixels",
+            "Reject images that declare more pixels (268435456)");
 }
 
 void declareConvert(CLI::App& app, ConvertRequest& request, int& status) {
