@@ -129,6 +129,17 @@ TEST_F(Convert, LeavesStandardOutputToTheSurface) {
     }
 }
 
+TEST_F(Convert, StoresGrayValuesAsAlphaWhateverElseIsAskedFor) {
+    const byte_vector image = png().gray(2, 1).pixels({1, 2}).bytes();
+    const byte_vector expected = convert(image, {"--alphaonly"});
+    EXPECT_TRUE(same_bytes(expected, convert(image, {"--alphaonly", "--keep-colors"})));
+    EXPECT_TRUE(same_bytes(expected, convert(image, {"--alphaonly", "--mode", "A8"})));
+    expectTool(2, "",
+               "--alphaonly: makes surfaces of mode A8 and no other\n"
+               "Run with --help for more information.\n",
+               {"convert", "--alphaonly", "--mode", "RGB565", "in.png", "out.surface"});
+}
+
 TEST_F(Convert, WritesIntoNoFolderWithoutAName) {
     write("images/a.png", png().gray(4, 4).bytes());
     for (const std::vector<std::string>& arguments :

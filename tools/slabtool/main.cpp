@@ -203,6 +203,10 @@ void declareConvert(CLI::App& app, ConvertRequest& request, int& status) {
     declareBatch(command, request.batch, "Print rejections only",
                  "Print a JSON object for each image as it finishes");
     command->callback([&] {
+        const ConversionRequest& conversion = request.conversion;
+        if (conversion.alphaOnly && conversion.mode && conversion.mode != DsColorMode::A8) {
+            throw CLI::ValidationError("--alphaonly", "makes surfaces of mode A8 and no other");
+        }
         request.output = request.inputs.back();
         request.inputs.pop_back();
         status = runConvert(request);

@@ -117,7 +117,11 @@ Samples::Kind kindOf(uint8_t colorType) {
     }
 }
 
-DsColorMode ownModeOf(const PngImage& image) {
+// The mode where none is asked for.
+DsColorMode ownModeOf(const PngImage& image, bool alphaOnly) {
+    if (alphaOnly) {
+        return DsColorMode::A8;
+    }
     switch (image.colorType) {
     case kRgbType:
         return DsColorMode::RGB888;
@@ -156,12 +160,13 @@ ConvertedImage convertSamples(ByteView file, const PngFacts& facts,
     checkPadding(request.rotation == kQuarterTurn ? image.width : image.height, request);
     const Samples samples = {image.width, image.height, kindOf(image.colorType), image.samples,
                              image.paletteAlpha};
-    const MadeSurface made = makeSurface(samples, {.mode = request.mode.value_or(ownModeOf(image)),
-                                                   .background = request.background,
-                                                   .dither = request.dither,
-                                                   .alphaOnly = request.alphaOnly,
-                                                   .rotation = request.rotation,
-                                                   .rowAlignment = request.rowAlignment});
+    const MadeSurface made =
+        makeSurface(samples, {.mode = request.mode.value_or(ownModeOf(image, request.alphaOnly)),
+                              .background = request.background,
+                              .dither = request.dither,
+                              .alphaOnly = request.alphaOnly,
+                              .rotation = request.rotation,
+                              .rowAlignment = request.rowAlignment});
     if (made.lostAlpha) {
         converted.losses.push_back({"alpha", "translucent pixels became opaque"});
     }
