@@ -87,6 +87,18 @@ TEST_F(OutputFolders, LoseTheTemporaryFilesOfAKilledRun) {
     EXPECT_EQ((Names{"out/b/.slabtool-0.partial", "out/link"}), files());
 }
 
+// A run into a folder below may be under way.
+TEST_F(OutputFolders, KeepTheTemporaryFilesOfLockedFoldersBelow) {
+    fs::create_directories(path("out/b"));
+    for (const char* name : {"out/.surfaces.lock", "out/.surfaces-0.partial"}) {
+        write(name, {});
+    }
+    OutputFolder below(path("out/b"));
+    write("out/b/.surfaces-0.partial", {});
+    { const OutputFolder folder(path("out")); }
+    EXPECT_EQ((Names{"out/b/.surfaces-0.partial", "out/b/.surfaces.lock"}), files());
+}
+
 TEST_F(OutputFolders, DoNotCreateWhatLinksPutOutside) {
     fs::create_directories(path("out"));
     fs::create_directories(path("elsewhere"));

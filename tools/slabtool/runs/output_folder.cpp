@@ -132,6 +132,10 @@ void OutputFolder::removePartialFiles() const {
     for (fs::recursive_directory_iterator file(mRoot, kOptions, error), end; !error && file != end;
          file.increment(error)) {
         std::error_code gone;
+        // Another run may be writing there; if it was killed, the next one there cleans up.
+        if (file->is_directory(gone) && fs::exists(file->path() / kLockName, gone)) {
+            file.disable_recursion_pending();
+        }
         if (PartialFile::isBatchName(file->path().filename()) &&
             file->symlink_status(gone).type() == fs::file_type::regular) {
             fs::remove(file->path(), gone);
