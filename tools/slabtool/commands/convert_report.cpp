@@ -91,6 +91,7 @@ void ConvertReport::printSummary(size_t total) const {
     }
     std::fputs("\n", mStream);
     if (canKeepColors) {
-        std::fputs("note: --keep-colors keeps palettes, key colors and orientation\n", mStream);
+        std::fprintf(mStream, "%s\n",
+                     "note: --keep-colors keeps palettes, key colors and orientation");
     }
 }
