@@ -239,6 +239,16 @@ TEST_F(Convert, RejectsMorePixelsThanAllowed) {
                "", {"convert", "--quiet", "in.png", "out.surface"});
 }
 
+// The small image is done long before the large one.
+TEST_F(Convert, ListsImagesInTheirOrder) {
+    write("images/a.png", png().indexed(2000, 2000).pixels(data_kind::noise, 1).bytes());
+    write("images/b.png", {1});
+    for (int i = 0; i < 5; ++i) {
+        const std::string output = tool({"convert", "--jobs", "2", "images", "surfaces"}).output;
+        EXPECT_LT(output.find("images/a.png: "), output.find("images/b.png: ")) << output;
+    }
+}
+
 TEST_F(Convert, PrintsAnObjectForEachImage) {
     write("images/b.png", {'x'});
     EXPECT_EQ("{\"input\":\"images/b.png\",\"output\":\"b.surface\",\"outcome\":\"rejected\","

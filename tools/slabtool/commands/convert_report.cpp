@@ -65,10 +65,13 @@ void ConvertReport::add(ImageReport image) {
     }
 }
 
-void ConvertReport::printSummary(size_t total) const {
+void ConvertReport::printSummary(size_t total) {
     if (mJson) {
         return;
     }
+    // The same words every time, in whatever order the threads were done.
+    std::sort(mNotable.begin(), mNotable.end(),
+              [](const ImageReport& a, const ImageReport& b) { return a.output < b.output; });
     bool canKeepColors = false;
     for (const ImageReport& image : mNotable) {
         if (image.rejection || !mQuiet) {

@@ -35,7 +35,7 @@ public:
     bool hasRejections() const { return mRejected != 0; }
 
     /// @param total images that the run was for; those that are missing were not started
-    void printSummary(size_t total) const;
+    void printSummary(size_t total);
 
 private:
     bool mJson, mQuiet;
