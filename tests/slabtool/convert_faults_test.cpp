@@ -96,7 +96,9 @@ TEST_F(ConvertFaults, OfRightsAreAnImagesOwn) {
     write("images/open.png", grayImage(4));
     fs::create_directories(path("surfaces/closed"));
     write("images/closed/a.png", grayImage(4));
+    write("images/unreadable/a.png", grayImage(4));
     fs::permissions(path("images/closed.png"), fs::perms::none);
+    fs::permissions(path("images/unreadable"), fs::perms::none);
     fs::permissions(path(""), fs::perms::all);
     fs::permissions(path("surfaces"), fs::perms::all);
     fs::permissions(path("surfaces/closed"), fs::perms::owner_read | fs::perms::owner_exec |
@@ -107,8 +109,10 @@ TEST_F(ConvertFaults, OfRightsAreAnImagesOwn) {
     EXPECT_EQ(
         "images/closed.png: rejected: cannot be opened: Permission denied [file]\n"
         "images/closed/a.png: rejected: cannot be opened for writing: Permission denied [file]\n"
-        "converted 1, up to date 0, fixed on the way 0, with loss 0, rejected 2\n",
+        "images/unreadable/: rejected: cannot be opened: Permission denied [file]\n"
+        "converted 1, up to date 0, fixed on the way 0, with loss 0, rejected 3\n",
         outcome.output);
+    fs::permissions(path("images/unreadable"), fs::perms::all);
     EXPECT_EQ((Names{"open.surface", "surfaces.json"}), filesIn("surfaces"));
 }
 

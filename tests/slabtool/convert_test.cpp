@@ -150,6 +150,18 @@ TEST_F(Convert, WritesIntoNoFolderWithoutAName) {
     }
 }
 
+TEST_F(Convert, WritesPalettesOfIndicesOnly) {
+    write("images/a.png", png().indexed(2, 1).plte({1, 2, 3}).trns({7}).pixels({0, 0}).bytes());
+    for (const char* option : {"--mode=RGB565", "--keep-colors"}) {
+        tool({"convert", "--palette", option, "images", "colors"});
+        EXPECT_TRUE(exists("colors/a.surface") && !exists("colors/a.palette")) << option;
+    }
+    EXPECT_EQ("converted 1, up to date 0, fixed on the way 0, with loss 0, rejected 0\n",
+              summaryOf({"convert", "--palette", "--mode", "I8", "images", "indices"}))
+        << "the palette has the alpha";
+    EXPECT_TRUE(exists("indices/a.palette"));
+}
+
 TEST_F(Convert, AlignsRows) {
     const byte_vector surface = convert(png().rgb(3, 2).bytes(), {"--row-alignment", "4"});
     EXPECT_EQ((byte_vector{12, 0, 0, 0}), slice(surface, 16, 4)) << "the stride";

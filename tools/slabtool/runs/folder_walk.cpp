@@ -9,6 +9,7 @@
 #include <memory>
 #include <sys/stat.h>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -40,13 +41,16 @@ struct FolderCloser {
     void operator()(DIR* folder) const { closedir(folder); }
 };
 
-// The system's own calls: std::filesystem takes several times as long to put its paths together.
-std::vector<std::pair<std::string, fs::file_type>> entriesOf(const std::string& path) {
+using Entries = std::vector<std::pair<std::string, fs::file_type>>;
+
+// The system's own calls: std::filesystem takes several times as long to put its paths together. Nothing, and the
+// reason in errno, if the folder cannot be read.
+std::optional<Entries> entriesOf(const std::string& path) {
     const std::unique_ptr<DIR, FolderCloser> folder(opendir(path.c_str()));
     if (folder == nullptr) {
-        refuseToOpen(path, {errno, std::generic_category()});
+        return std::nullopt;
     }
-    std::vector<std::pair<std::string, fs::file_type>> entries;
+    Entries entries;
     for (;;) {
         errno = 0;
         const dirent* const entry = readdir(folder.get());
@@ -58,10 +62,7 @@ std::vector<std::pair<std::string, fs::file_type>> entriesOf(const std::string& 
             entries.emplace_back(name, typeOf(path + name, *entry));
         }
     }
-    if (errno != 0) {
-        refuseToOpen(path, {errno, std::generic_category()});
-    }
-    return entries;
+    return errno == 0 ? std::optional(std::move(entries)) : std::nullopt;
 }
 
 // One folder after the other. `relative` is empty or ends in '/'.
@@ -75,8 +76,13 @@ public:
         , mTake(take) {}
 
     void enter(const std::string& relative) const {
+        const std::optional<Entries> entries = entriesOf(mStem + relative);
+        if (!entries) {
+            rejectFolder(relative);
+            return;
+        }
         std::vector<std::string> folders;
-        for (const auto& [name, type] : entriesOf(mStem + relative)) {
+        for (const auto& [name, type] : *entries) {
             if (type == fs::file_type::directory) {
                 folders.push_back(relative + name + "/");
             } else if (hasSuffix(name, mSuffix) && isFile(type)) {
@@ -92,6 +98,13 @@ public:
     }
 
 private:
+    void rejectFolder(const std::string& relative) const {
+        if (relative.empty()) {
+            refuseToOpen(mStem, {errno, std::generic_category()});
+        }
+        mTake(relative);
+    }
+
     const std::string &mStem, &mSuffix;
     const std::optional<FolderId>& mLeftOut;
     const std::function<void(const std::string&)>& mTake;

@@ -26,8 +26,9 @@ bool isFolder(const std::string& path);
 bool hasSuffix(const std::string& name, const std::string& suffix);
 
 /// Calls `take` with the path of each file below `folder`, relative to it, whose name has the suffix. Links to files
-/// are followed, links to folders are not, and the folder `leftOut` is left out. `folder` ends in '/'.
-/// @throws Refusal if a folder cannot be read
+/// are followed, links to folders are not, and the folder `leftOut` is left out. `folder` ends in '/'. A folder below
+/// that cannot be read counts as a file, so that work on it fails and is reported.
+/// @throws Refusal if `folder` itself cannot be read
 void walkFolder(const std::string& folder, const std::string& suffix,
                 const std::optional<FolderId>& leftOut,
                 const std::function<void(const std::string& place)>& take);
@@ -39,5 +40,5 @@ struct FoundFile {
 
 /// The files that a command line names, in its order: files themselves, whatever their names are and whether or not
 /// they are there, and for each folder the files with the suffix below it, sorted by place.
-/// @throws Refusal if a folder cannot be read
+/// @throws Refusal if a folder that is named cannot be read
 std::vector<FoundFile> findFiles(const std::vector<std::string>& inputs, const std::string& suffix);

@@ -20,6 +20,7 @@
 namespace {
 
 constexpr uint32_t kQuarterTurn = 90;
+constexpr const char* kAlphaLoss = "alpha";
 
 [[noreturn]] void reject(const char* code, const std::string& words) {
     throw RejectedImage({code, words});
@@ -168,7 +169,7 @@ ConvertedImage convertSamples(ByteView file, const PngFacts& facts,
                               .rotation = request.rotation,
                               .rowAlignment = request.rowAlignment});
     if (made.lostAlpha) {
-        converted.losses.push_back({"alpha", "translucent pixels became opaque"});
+        converted.losses.push_back({kAlphaLoss, "translucent pixels became opaque"});
     }
     converted.surface = made.file;
     return converted;
@@ -179,9 +180,11 @@ ConvertedImage convertChecked(ByteView file, const PngFacts& facts,
     const bool isPlain = !request.mode && !request.keepColors;
     ConvertedImage converted =
         isPlain ? convertPlainly(file, facts, request) : convertSamples(file, facts, request);
-    if (request.palette && facts.colorType == kIndexedType) {
+    const bool hasIndices = isPlain || (request.mode && isIndexMode(*request.mode));
+    if (request.palette && hasIndices && facts.colorType == kIndexedType) {
         converted.palette = paletteBlock(facts.palette, facts.transparency);
         removeLoss(converted.losses, kPaletteLoss);
+        removeLoss(converted.losses, kAlphaLoss); // the entries have it
     }
     return converted;
 }
