@@ -1,31 +1,15 @@
 // Header pass, a surface made to fit, full pass, rotation.
 #include "png/surface_from_png.h"
 
+#include "png/internal/surface_buffer.h"
 #include "png/png_decode.h"
 #include "src/ds_surface.h"
-#include "src/internal/huge_pages.h"
 
-#include <cstdlib>
 #include <memory>
-#include <new>
 
 namespace {
 
 constexpr uint8_t kPlainGray = 0; // the PNG colour type
-
-// Zeroed, so that bytes which no input byte reaches are the same in every run.
-void* allocate_zeroed(size_t byteCount) {
-    void* const block = std::calloc(1, byteCount);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    ds_detail::askForHugePages(block, byteCount);
-    return block;
-}
-
-void release(void* block) {
-    std::free(block);
-}
 
 std::unique_ptr<DsSurface> make_surface(const png_info_t& info, bool alphaOnly) {
     const DsColorMode colorMode = alphaOnly ? DsColorMode::A8 : info.colorMode;
@@ -38,7 +22,8 @@ std::unique_ptr<DsSurface> make_surface(const png_info_t& info, bool alphaOnly) 
     // Sizes beyond 31 bits turn negative here, for which no block can be had.
     return std::make_unique<DsSurface>(
         static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), kUnturned, colorMode,
-        info.paletteHasAlpha, paletteSize, allocate_zeroed, release, kRowAlignment, filterBytes);
+        info.paletteHasAlpha, paletteSize, png_detail::allocate_zeroed, png_detail::release,
+        kRowAlignment, filterBytes);
 }
 
 } // namespace

@@ -481,22 +481,23 @@ TEST_F(ConvertUpdates, RemoveThePaletteOfAnImageThatHasNoneNow) {
 }
 
 TEST_F(ConvertUpdates, PruneNothingOutsideOfTheFolder) {
-    write("victim", {7});
+    write("victim.surface", {7});
     replaceInManifest("../images/a.png", "../images/gone.png");
-    replaceInManifest("\"file\":\"a.surface\"", "\"file\":\"../victim\"");
+    replaceInManifest("\"file\":\"a.surface\"", "\"file\":\"../victim.surface\"");
     expectTool(1, "",
                "slabtool: " + realPath("surfaces/surfaces.json") +
                    ": names a file outside of its folder\n",
                {"convert", "--prune", "images", "surfaces"});
-    EXPECT_TRUE(exists("victim"));
+    EXPECT_TRUE(exists("victim.surface"));
 
     fs::create_directory_symlink("..", path("surfaces/out"));
-    replaceInManifest("\"file\":\"../victim\"", "\"file\":\"out/victim\"");
+    replaceInManifest("\"file\":\"../victim.surface\"", "\"file\":\"out/victim.surface\"");
     const ProgramOutcome outcome = tool({"convert", "--prune", "images", "surfaces"});
     EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ(kOneConverted, outcome.output);
-    EXPECT_EQ("slabtool: out/victim: a link leads out of the output folder\n", outcome.errors);
-    EXPECT_TRUE(exists("victim"));
+    EXPECT_EQ("slabtool: out/victim.surface: a link leads out of the output folder\n",
+              outcome.errors);
+    EXPECT_TRUE(exists("victim.surface"));
 }
 
 } // namespace

@@ -177,6 +177,20 @@ TEST_F(Manifests, NameNothingOutsideTheirFolder) {
     }
 }
 
+TEST_F(Manifests, NameNoFilesButSurfacesAndPalettes) {
+    const std::string good = textOf(entryOf("a"));
+    for (const char* file : {"a.png", "a.palette", "surface", "a.surface.bak", "a.SURFACE"}) {
+        expectRefusal(
+            "is no manifest that slabtool can read: remove it to convert every image again",
+            replaced(good, "\"a.surface\"", std::string("\"") + file + "\""));
+    }
+    for (const char* file : {"a.png", "a.surface", "palette"}) {
+        expectRefusal(
+            "is no manifest that slabtool can read: remove it to convert every image again",
+            replaced(good, "\"palette\":null", std::string("\"palette\":\"") + file + "\""));
+    }
+}
+
 TEST_F(Manifests, AreReadWithMembersThatTheyDoNotKnow) {
     const std::string good = textOf(entryOf("a"));
     for (const auto& [from, to] : std::map<std::string, std::string>{

@@ -20,7 +20,6 @@
 
 namespace {
 
-constexpr const char* kPaletteSuffix = ".palette";
 constexpr const char* kVersion = "1.0.0";
 constexpr std::chrono::seconds kSaveInterval(2);
 const Finding kNoMemory = {"memory", "not enough memory to convert it"};

@@ -2,30 +2,15 @@
 #include "tools/slabtool/images/accepted_image.h"
 
 #include "png/internal/png_decoder.h"
+#include "png/internal/surface_buffer.h"
 #include "png/png_decode.h"
 #include "src/ds_surface.h"
-#include "src/internal/huge_pages.h"
 #include "tools/slabtool/images/png_facts.h"
 #include "tools/slabtool/large_bytes.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <new>
 
 namespace {
-
-void* allocateZeroed(size_t count) {
-    void* const buffer = std::calloc(1, count);
-    if (buffer == nullptr) {
-        throw std::bad_alloc();
-    }
-    ds_detail::askForHugePages(buffer, count);
-    return buffer;
-}
-
-void release(void* buffer) {
-    std::free(buffer);
-}
 
 bool hasKeyColor(const png_info_t& info) {
     return (info.colorType == kGreyType && info.colorMode == DsColorMode::AI88) ||
@@ -90,8 +75,8 @@ std::optional<PngImage> decodeAccepted(ByteView file, const PngChanges& changes)
         return std::nullopt;
     }
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
-                      info.colorMode, info.paletteHasAlpha, info.paletteSize, allocateZeroed,
-                      release, 1, info.height);
+                      info.colorMode, info.paletteHasAlpha, info.paletteSize,
+                      png_detail::allocate_zeroed, png_detail::release, 1, info.height);
     if (png_decode(file.data(), file.size(), &info, &surface) != kPngOk) {
         return std::nullopt;
     }

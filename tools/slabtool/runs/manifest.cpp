@@ -4,6 +4,7 @@
 
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/runs/json_line.h"
+#include "tools/slabtool/surfaces/surface_file.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -68,12 +69,15 @@ std::string bytesOf(const std::string& hex) {
     return text;
 }
 
-// A file in the folder or below it.
-void checkPlace(const std::string& place) {
+// A file in the folder or below it, of the kind that `suffix` says: others must survive --prune.
+void checkPlace(const std::string& place, const char* suffix) {
     const bool climbs = ("/" + place + "/").find("/../") != std::string::npos;
     if (place.empty() || place.front() == '/' || place.back() == '/' || climbs ||
         place.find('\0') != std::string::npos) {
         throw Refusal("names a file outside of its folder");
+    }
+    if (!place.ends_with(suffix)) {
+        throw Refusal(kBroken);
     }
 }
 
@@ -239,9 +243,9 @@ private:
         if (mSeen != (1U << std::size(mMembers)) - 1) {
             throw Refusal(kBroken);
         }
-        checkPlace(mEntry.file);
+        checkPlace(mEntry.file, kSurfaceSuffix);
         if (mEntry.palette) {
-            checkPlace(*mEntry.palette);
+            checkPlace(*mEntry.palette, kPaletteSuffix);
         }
         std::string file = mEntry.file;
         // The last one, if the manifest is sorted as it should be.

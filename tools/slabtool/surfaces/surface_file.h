@@ -16,6 +16,9 @@ inline constexpr size_t kSurfaceHeaderBytes = 20;
 /// What names of surface files end in.
 inline constexpr const char* kSurfaceSuffix = ".surface";
 
+/// What names of palette files end in.
+inline constexpr const char* kPaletteSuffix = ".palette";
+
 /// The five words at the front of a surface file.
 struct SurfaceHeader {
     uint32_t rotation, mode, width, height, stride;
