@@ -124,7 +124,7 @@ Bytes argbPixels(uint64_t count, Alpha alpha, uint32_t seed) {
         } else if (alpha == Alpha::MostlyClearOrOpaque) {
             pixel[3] = alphaInRuns(i);
         }
-        // Pixman's colours are multiplied by alpha, and never above it.
+        // Pixman's colors are multiplied by alpha, and never above it.
         for (int channel = 0; channel < 3; ++channel) {
             pixel[channel] = std::min(pixel[channel], pixel[3]);
         }
@@ -172,8 +172,8 @@ void composite(pixman_op_t operation, const Image& source, pixman_image_t* mask,
                              static_cast<int>(size.width), static_cast<int>(size.height));
 }
 
-// The format with the same bytes in memory. I8, read as grey, has none that is not a palette, and
-// AI88 none at all: they are compared with libyuv's grey, or with pixman's g8 by way of a palette.
+// The format with the same bytes in memory. I8, read as gray, has none that is not a palette, and
+// AI88 none at all: they are compared with libyuv's gray, or with pixman's g8 by way of a palette.
 pixman_format_code_t pixmanFormat(Mode mode) {
     switch (mode) {
     case Mode::ARGB8888:
@@ -193,17 +193,17 @@ pixman_format_code_t pixmanFormat(Mode mode) {
     }
 }
 
-// Grey levels as a palette, with the way back that pixman asks for.
-pixman_indexed_t* greyPalette() {
+// Gray levels as a palette, with the way back that pixman asks for.
+pixman_indexed_t* grayPalette() {
     static pixman_indexed_t palette = [] {
-        pixman_indexed_t grey = {};
+        pixman_indexed_t gray = {};
         for (uint32_t i = 0; i < 256; ++i) {
-            grey.rgba[i] = 0xFF000000U | i * 0x010101U;
+            gray.rgba[i] = 0xFF000000U | i * 0x010101U;
         }
         for (uint32_t i = 0; i < 32768; ++i) {
-            grey.ent[i] = static_cast<pixman_index_type>(i >> 7);
+            gray.ent[i] = static_cast<pixman_index_type>(i >> 7);
         }
-        return grey;
+        return gray;
     }();
     return &palette;
 }
@@ -242,7 +242,7 @@ void compareFills(const Size& size) {
 using YuvCopy = int (*)(const uint8_t* source, int sourceStride, uint8_t* target, int targetStride,
                         int width, int height);
 
-// libyuv's loop for a pair, or null. To I8 it would weigh colours into grey, so none stands there.
+// libyuv's loop for a pair, or null. To I8 it would weigh colors into gray, so none stands there.
 YuvCopy yuvCopy(Mode target, Mode source) {
     if (target == Mode::ARGB8888) {
         switch (source) {
@@ -298,7 +298,7 @@ void compareConversion(const Size& size, Mode target, Mode source) {
         for (const auto& [mode, image] :
              {std::pair{target, toImage.get()}, std::pair{source, fromImage.get()}}) {
             if (mode == Mode::I8) {
-                pixman_image_set_indexed(image, greyPalette());
+                pixman_image_set_indexed(image, grayPalette());
             }
         }
         row.contenders.push_back(
@@ -357,7 +357,7 @@ void compareBlends(const Size& size) {
     }
 }
 
-// A colour through coverage, by way of an A8 source and by spans, a line each.
+// A color through coverage, by way of an A8 source and by spans, a line each.
 void compareMasks(const Size& size) {
     for (const uint32_t colorAlpha : {255U, 100U}) {
         for (const Alpha targetAlpha : {Alpha::Opaque, Alpha::Random}) {

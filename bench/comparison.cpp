@@ -28,14 +28,14 @@ double time_of(const std::function<void(size_t)>& job, size_t contender, uint32_
 
 // Enough for the clock's own cost, about half a microsecond, not to matter.
 uint32_t repeats_for(double seconds) {
-    constexpr double kLeastSample = 300e-6;
-    constexpr double kMostRepeats = 100;
-    return static_cast<uint32_t>(std::ceil(std::min(kLeastSample / seconds, kMostRepeats)));
+    constexpr double kMinSample = 300e-6;
+    constexpr double kMaxRepeats = 100;
+    return static_cast<uint32_t>(std::ceil(std::min(kMinSample / seconds, kMaxRepeats)));
 }
 
 } // namespace
 
-timing_t summarise(std::vector<double> samples) {
+timing_t summarize(std::vector<double> samples) {
     std::sort(samples.begin(), samples.end());
     const size_t middle = samples.size() / 2;
     const double median =
@@ -68,13 +68,13 @@ void comparison_t::measure(const std::function<void(size_t)>& job) {
     std::vector<std::vector<double>> samples(names.size());
     for (uint32_t round = 0; round < rounds; ++round) {
         for (size_t turn = 0; turn < names.size(); ++turn) {
-            // Nobody always follows the same neighbour's traces in the caches.
+            // Nobody always follows the same neighbor's traces in the caches.
             const size_t contender = round % 2 == 0 ? turn : names.size() - 1 - turn;
             samples[contender].push_back(time_of(job, contender, repeats));
         }
     }
     for (size_t contender = 0; contender < names.size(); ++contender) {
-        last[contender] = summarise(samples[contender]);
+        last[contender] = summarize(samples[contender]);
         sums[contender].median += last[contender].median;
         sums[contender].minimum += last[contender].minimum;
         ratioLogarithms[contender] += std::log(last[contender].median / last[0].median);

@@ -15,7 +15,7 @@ struct timing_t {
 };
 
 /// Median and minimum of at least one sample.
-timing_t summarise(std::vector<double> samples);
+timing_t summarize(std::vector<double> samples);
 
 /// Keeps this process, and those that it starts, on one of the cores that it may use.
 void pin_to_one_core();

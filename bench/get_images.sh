@@ -5,7 +5,7 @@
 #
 # Drawings, screenshots and icons are the packages' own PNG files. Photographs come as JPEG in every
 # package, so they are decoded by djpeg and stored without loss by pnmtopng with its usual settings;
-# large palette and grey images are rare too, so some are made by pnmquant and ppmtopgm.
+# large palette and gray images are rare too, so some are made by pnmquant and ppmtopgm.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../scripts/common.sh"
 
@@ -21,7 +21,7 @@ photographs=(sunset_by_Aitzol_Berasategi Dragonfly_by_Bolly picosdeeuropa_by_Ait
 
 unpacked="$folder/unpacked"
 rm -rf "$folder"/*
-mkdir -p "$unpacked" "$folder"/{photographs,graphics,palette_and_grey,icons}
+mkdir -p "$unpacked" "$folder"/{photographs,graphics,palette_and_gray,icons}
 echo "Fetching images: ${packages[*]}"
 (cd "$unpacked" && quietly apt-get download "${packages[@]}")
 for package in "$unpacked"/*.deb; do
@@ -38,23 +38,23 @@ take() {
     done
 }
 
-# Adds grey and palette versions of the PNG file $1, by the name $2.
-add_few_coloured() {
-    pngtopnm -quiet "$1" | ppmtopgm -quiet | pnmtopng -quiet >"$folder/palette_and_grey/$2-grey.png"
+# Adds gray and palette versions of the PNG file $1, by the name $2.
+add_few_colored() {
+    pngtopnm -quiet "$1" | ppmtopgm -quiet | pnmtopng -quiet >"$folder/palette_and_gray/$2-gray.png"
     pngtopnm -quiet "$1" | pnmquant -quiet 256 | pnmtopng -quiet \
-        >"$folder/palette_and_grey/$2-palette.png"
+        >"$folder/palette_and_gray/$2-palette.png"
 }
 
-echo "Making photographs, palette and grey images"
+echo "Making photographs, palette and gray images"
 for name in "${photographs[@]}"; do
     djpeg "backgrounds/$name.jpg" | pnmtopng -quiet >"$folder/photographs/$name.png"
 done
 {
-    add_few_coloured "$folder/photographs/aitzgorri_by_Aitzol_Berasategi.png" photograph
-    add_few_coloured backgrounds/goldfish.png goldfish
-    add_few_coloured backgrounds/mate/abstract/Flow.png flow
-    add_few_coloured backgrounds/mate/desktop/Float-into-MATE.png float
-} 2>/dev/null # libpng's warnings about the images' colour profiles
+    add_few_colored "$folder/photographs/aitzgorri_by_Aitzol_Berasategi.png" photograph
+    add_few_colored backgrounds/goldfish.png goldfish
+    add_few_colored backgrounds/mate/abstract/Flow.png flow
+    add_few_colored backgrounds/mate/desktop/Float-into-MATE.png float
+} 2>/dev/null # libpng's warnings about the images' color profiles
 take graphics backgrounds desktop-base plymouth -size +99k
 take graphics doc/debian-handbook/html/en-US/images -size +19k
 take graphics icons/oxygen -path '*/256x256/apps/preferences-desktop-*'

@@ -75,7 +75,7 @@ def inputs():
     rng = random.Random(1)
     rows = b"".join(b"\1" + bytes((x * y // 64 + rng.randrange(8)) & 255 for x in range(2000))
                     for y in range(1000))
-    yield "ordinary image, 2 MPix grey", png(2000, 1000, 0, idat(zlib.compress(rows, 6)[2:]))
+    yield "ordinary image, 2 MPix gray", png(2000, 1000, 0, idat(zlib.compress(rows, 6)[2:]))
 
     for name, width, height, kind in (("raw bytes wrap at 32 bits", 65536, 65536, 0),
                                       ("raw bytes wrap to 0", 65535, 65536, 0),

@@ -154,9 +154,9 @@ void measure(request_t& request, char* image) {
     }
     for (size_t i = 0; i < count; ++i) {
         command_t& command = request.commands[i];
-        command.processorSeconds += summarise(processor[i]).median;
-        command.wallSeconds += summarise(wall[i]).median;
-        command.peakMemory = std::max(command.peakMemory, summarise(memory[i]).median);
+        command.processorSeconds += summarize(processor[i]).median;
+        command.wallSeconds += summarize(wall[i]).median;
+        command.peakMemory = std::max(command.peakMemory, summarize(memory[i]).median);
     }
 }
 

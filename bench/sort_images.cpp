@@ -20,9 +20,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kSets[] = {"photographs", "graphics", "palette_and_grey", "icons"};
+constexpr const char* kSets[] = {"photographs", "graphics", "palette_and_gray", "icons"};
 // Icons that not every peer can convert to the same file.
-constexpr const char* kNoSet = "palette and grey icons, which take no part";
+constexpr const char* kNoSet = "palette and gray icons, which take no part";
 
 bool lies_in(const char* folder, const fs::path& path) {
     return std::find(path.begin(), path.end(), folder) != path.end();
@@ -30,22 +30,22 @@ bool lies_in(const char* folder, const fs::path& path) {
 
 // Photographs resist compression; drawings and screenshots of that kind shrink to less than a fifth.
 bool is_photograph(const fs::path& path, const png_info_t& info, uint64_t fileSize) {
-    constexpr uint8_t kTruecolour = 2;
+    constexpr uint8_t kTruecolor = 2;
     const bool likely =
-        info.colorType == kTruecolour && fileSize * 5 >= uint64_t{3} * info.width * info.height;
+        info.colorType == kTruecolor && fileSize * 5 >= uint64_t{3} * info.width * info.height;
     return lies_in("photographs", path) || (likely && !lies_in("graphics", path));
 }
 
 const char* set_of(const fs::path& path, const png_info_t& info, uint64_t fileSize) {
-    constexpr uint8_t kTruecolourBit = 2;
+    constexpr uint8_t kTruecolorBit = 2;
     constexpr uint8_t kIndexed = 3;
     constexpr uint32_t kLargestIcon = 128;
-    const bool truecolour = (info.colorType & kTruecolourBit) != 0 && info.colorType != kIndexed;
+    const bool truecolor = (info.colorType & kTruecolorBit) != 0 && info.colorType != kIndexed;
     if (info.width <= kLargestIcon && info.height <= kLargestIcon) {
-        return truecolour ? "icons" : kNoSet;
+        return truecolor ? "icons" : kNoSet;
     }
-    if (!truecolour) {
-        return "palette_and_grey";
+    if (!truecolor) {
+        return "palette_and_gray";
     }
     return is_photograph(path, info, fileSize) ? "photographs" : "graphics";
 }
@@ -61,7 +61,7 @@ std::vector<std::string> png_files(const std::string& folder) {
     return paths;
 }
 
-// The set that the file belongs to, or null if ours refuses it. A key colour would come out as other
+// The set that the file belongs to, or null if ours refuses it. A key color would come out as other
 // pixels than those of any peer, so that such files are no common ground.
 const char* classify(const std::string& path) {
     const std::vector<uint8_t> file = read_file(path);
@@ -70,9 +70,9 @@ const char* classify(const std::string& path) {
     if (surface == nullptr || png_decode(file.data(), file.size(), &info, nullptr) != kPngOk) {
         return nullptr;
     }
-    constexpr uint32_t kChannels[] = {1, 0, 3, 1, 2, 0, 4}; // by colour type
-    const bool keyColour = bytesPerPixel(info.colorMode) != kChannels[info.colorType];
-    return keyColour ? nullptr : set_of(path, info, file.size());
+    constexpr uint32_t kChannels[] = {1, 0, 3, 1, 2, 0, 4}; // by color type
+    const bool keyColor = bytesPerPixel(info.colorMode) != kChannels[info.colorType];
+    return keyColor ? nullptr : set_of(path, info, file.size());
 }
 
 } // namespace
@@ -99,6 +99,6 @@ int main(int argc, char** argv) {
         }
         std::printf("%s: %zu, ", set, sets[set].size());
     }
-    std::printf("%s: %zu, refused by pngslab or with a key colour: %zu\n", kNoSet,
+    std::printf("%s: %zu, refused by pngslab or with a key color: %zu\n", kNoSet,
                 sets[kNoSet].size(), refused);
 }

@@ -59,7 +59,7 @@ function(pngslab_pkg_config name target description requires)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
           DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endfunction()
-pngslab_pkg_config(quillory-graphics ds_graphics "Surfaces in ten colour modes, and drawing on them" "")
+pngslab_pkg_config(quillory-graphics ds_graphics "Surfaces in ten color modes, and drawing on them" "")
 pngslab_pkg_config(quillory-inflate inflate "A resumable DEFLATE decoder" "")
 pngslab_pkg_config(quillory-png png_surface "Turns PNG images into surfaces"
                    "quillory-graphics quillory-inflate")

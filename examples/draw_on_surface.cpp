@@ -20,7 +20,7 @@
 
 namespace {
 
-// A colour word: alpha, red, green and blue from the least significant byte.
+// A color word: alpha, red, green and blue from the least significant byte.
 constexpr uint32_t colorWord(uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
     return alpha | red << 8 | green << 16 | blue << 24;
 }

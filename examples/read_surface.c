@@ -2,7 +2,7 @@
  * its pixels. Made to be copied: it needs a C compiler, a system with mmap, and of this project one header, which does
  * all that has to do with the format.
  *
- *     read_surface FILE             prints the image's size, the colour mode and the rotation
+ *     read_surface FILE             prints the image's size, the color mode and the rotation
  *     read_surface FILE X Y ...     prints the pixels at these places of the image, a line each
  *
  * --palette NAME.palette in front of FILE gives palette indices their colors.
@@ -37,7 +37,7 @@ static const char* const mode_names[] = {
 static const char* const reasons[] = {
     [QUILLORY_ACCEPTED] = NULL,
     [QUILLORY_SHORT_HEADER] = "it is shorter than the header of 20 bytes",
-    [QUILLORY_BAD_MODE] = "its colour mode has no pixels",
+    [QUILLORY_BAD_MODE] = "its color mode has no pixels",
     [QUILLORY_BAD_WIDTH] = "its width is not between 1 and 2147483647",
     [QUILLORY_BAD_HEIGHT] = "its height is not between 1 and 2147483647",
     [QUILLORY_BAD_STRIDE] = "its stride is less than the pixels of a line",
@@ -198,7 +198,7 @@ static int read_surface(const struct palette* palette, char** words, int count) 
         return refuse(words[0], fault);
     }
     if (palette->entry_bytes != 0 && !has_indices(&surface)) {
-        return refuse(words[0], "its colour mode has no palette indices");
+        return refuse(words[0], "its color mode has no palette indices");
     }
     if (count > 1) {
         return print_pixels(&surface, palette, words + 1, count - 1);

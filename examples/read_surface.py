@@ -2,7 +2,7 @@
 """Reads a surface file from anywhere: checks it, and prints what it holds or some of its pixels. Made to be
 copied: it needs nothing but struct. Its words are those of read_surface.c.
 
-    read_surface.py FILE             prints the image's size, the colour mode and the rotation
+    read_surface.py FILE             prints the image's size, the color mode and the rotation
     read_surface.py FILE X Y ...     prints the pixels at these places of the image, a line each
 
 --palette NAME.palette in front of FILE gives palette indices their colors.
@@ -48,7 +48,7 @@ class Surface:
 
     def check(self, size):
         if self.mode not in PIXEL_BYTES:
-            raise Refusal("its colour mode has no pixels")
+            raise Refusal("its color mode has no pixels")
         if not 1 <= self.width <= MOST_PIXELS:
             raise Refusal("its width is not between 1 and 2147483647")
         if not 1 <= self.height <= MOST_PIXELS:
@@ -167,7 +167,7 @@ def read_surface(palette, words):
     """Looks at the surface in the file words[0]; places follow it."""
     surface = open_surface(words[0])
     if palette and surface.mode not in (I8, AI88):
-        raise Refusal("its colour mode has no palette indices")
+        raise Refusal("its color mode has no palette indices")
     if len(words) > 1:
         return print_pixels(surface, palette, words[1:])
     print_facts(surface)

@@ -12,7 +12,7 @@ class DsSurface;
 struct png_info_t {
     uint32_t width, height;    ///< pixels
     uint8_t bitDepth;          ///< bits a sample
-    uint8_t colorType;         ///< 0 grey, 2 RGB, 3 indexed, 4 grey + alpha, 6 RGBA
+    uint8_t colorType;         ///< 0 gray, 2 RGB, 3 indexed, 4 gray + alpha, 6 RGBA
     uint8_t compressionMethod; ///< always 0
     uint8_t filterMethod;      ///< always 0
     uint8_t interlaceMethod;   ///< 0 none, 1 Adam7
@@ -35,8 +35,8 @@ inline constexpr int32_t kPngDoesNotFit = 3; ///< the surface cannot take the im
 /// failure can leave its blocks partly written; a sub-surface will not do. Nothing is allocated; the
 /// caller owns everything.
 ///
-/// Pixels are the file's samples unchanged, in the byte order of the colour mode: grey or index;
-/// blue, green, red; grey, alpha; or blue, green, red, alpha. Kept on purpose: the key colour of a
-/// tRNS chunk in an image of type 0 or 2 changes the colour mode but no pixel, and rows are still
-/// written in the narrower layout of the colour type, from the start of each surface row.
+/// Pixels are the file's samples unchanged, in the byte order of the color mode: gray or index;
+/// blue, green, red; gray, alpha; or blue, green, red, alpha. Kept on purpose: the key color of a
+/// tRNS chunk in an image of type 0 or 2 changes the color mode but no pixel, and rows are still
+/// written in the narrower layout of the color type, from the start of each surface row.
 int32_t png_decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface);

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr uint8_t kPlainGray = 0; // the PNG colour type
+constexpr uint8_t kGrayType = 0; // the PNG color type
 
 std::unique_ptr<DsSurface> make_surface(const png_info_t& info, bool alphaOnly) {
     const DsColorMode colorMode = alphaOnly ? DsColorMode::A8 : info.colorMode;
@@ -33,7 +33,7 @@ DsSurface* surface_from_png(const uint8_t* data, uint64_t size, bool alphaOnly, 
     if (png_decode(data, size, &info, nullptr) != kPngOk) {
         return nullptr;
     }
-    if (alphaOnly && info.colorType != kPlainGray) {
+    if (alphaOnly && info.colorType != kGrayType) {
         return nullptr;
     }
     std::unique_ptr<DsSurface> surface = make_surface(info, alphaOnly);

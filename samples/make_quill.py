@@ -13,7 +13,7 @@ WIDTH, HEIGHT = 176, 132
 SCALE = 208 / WIDTH  # everything below is in units of a canvas of 208 by 156
 OVERSAMPLING = 3
 
-SKY = [  # (height down the picture, colour)
+SKY = [  # (height down the picture, color)
     (0.00, (24, 26, 66)),
     (0.25, (62, 46, 112)),
     (0.45, (142, 70, 128)),
@@ -21,10 +21,10 @@ SKY = [  # (height down the picture, colour)
     (0.72, (250, 168, 96)),
     (1.00, (255, 216, 150)),
 ]
-SUN = (138.0, 97.0, 13.0)  # centre and radius
+SUN = (138.0, 97.0, 13.0)  # center and radius
 STARS = [(38, 34, 1.0), (63, 19, 0.8), (84, 43, 0.7), (108, 16, 1.0), (50, 57, 0.6), (76, 68, 0.5),
          (120, 38, 0.7), (28, 62, 0.7), (180, 52, 0.6), (139, 62, 0.5)]
-HILLS = [  # base line, (swing, wavelength, phase) twice, colours at the ridge and 40 pixels below
+HILLS = [  # base line, (swing, wavelength, phase) twice, colors at the ridge and 40 pixels below
     (99, (6, 67, 0.4), (2.0, 23, 1.0), (150, 84, 122), (190, 112, 124)),
     (112, (7, 83, 2.6), (2.0, 29, 0.2), (92, 56, 104), (120, 72, 108)),
     (126, (8, 97, 4.4), (1.5, 31, 2.0), (46, 34, 74), (40, 26, 58)),
@@ -67,36 +67,36 @@ def sky(x, y):
     height = y / 156
     for (top, upper), (bottom, lower) in zip(SKY, SKY[1:]):
         if height <= bottom:
-            colour = mix(upper, lower, (height - top) / (bottom - top))
+            color = mix(upper, lower, (height - top) / (bottom - top))
             break
     distance = math.hypot(x - SUN[0], y - SUN[1])
-    colour = mix(colour, (255, 206, 128), 0.55 * math.exp(-distance / 26))
-    colour = mix((255, 244, 208), colour, smooth(SUN[2] - 0.6, SUN[2] + 0.6, distance))
+    color = mix(color, (255, 206, 128), 0.55 * math.exp(-distance / 26))
+    color = mix((255, 244, 208), color, smooth(SUN[2] - 0.6, SUN[2] + 0.6, distance))
     for star_x, star_y, strength in STARS:
         near = math.hypot(x - star_x, y - star_y)
-        colour = mix(colour, (255, 246, 226), strength * (1 - smooth(0.2, 1.3, near)))
-    return colour
+        color = mix(color, (255, 246, 226), strength * (1 - smooth(0.2, 1.3, near)))
+    return color
 
 
 def landscape(x, y):
-    colour = sky(x, y)
-    for base, (swing, wave, phase), (swing2, wave2, phase2), ridge_colour, foot in HILLS:
+    color = sky(x, y)
+    for base, (swing, wave, phase), (swing2, wave2, phase2), ridge_color, foot in HILLS:
         ridge = base + swing * math.sin(x / wave * 6.283 + phase) + \
             swing2 * math.sin(x / wave2 * 6.283 + phase2)
         if y > ridge:
-            colour = mix(ridge_colour, foot, min(1.0, (y - ridge) / 40))
-    return colour
+            color = mix(ridge_color, foot, min(1.0, (y - ridge) / 40))
+    return color
 
 
 def vignette(x, y):
-    """Opacity of the landscape: an oval that fades out like a watercolour."""
+    """Opacity of the landscape: an oval that fades out like a watercolor."""
     u, v = (x - 98) / 94, (y - 80) / 72
     ragged = 0.020 * math.sin(7 * math.atan2(v, u) + 1) + 0.012 * math.sin(13 * math.atan2(v, u))
     return 1 - smooth(0.86, 1.0, (abs(u) ** 2.6 + abs(v) ** 2.6) ** (1 / 2.6) + ragged)
 
 
 def feather(x, y):
-    """Colour and opacity of the quill at x, y."""
+    """Color and opacity of the quill at x, y."""
     along, side, distance = nearest(SHAFT, x, y)
     if distance > 26 or not 0 <= along <= 1:
         return (0, 0, 0), 0.0
@@ -110,21 +110,21 @@ def feather(x, y):
         width *= 1 - 0.55 * max(0.0, 1 - abs(barb - notch) / 0.016)
     vane = 1 - smooth(-1.6, 0.6, abs(side) - width) if width > 0.4 else 0.0
     vane *= 0.96 - 0.22 * min(1.0, abs(side) / max(width, 1.0))  # translucent towards the rim
-    colour = mix((255, 250, 240), (206, 190, 214), smooth(0.0, 1.0, abs(side) / 17))
+    color = mix((255, 250, 240), (206, 190, 214), smooth(0.0, 1.0, abs(side) / 17))
     if side < 0:
-        colour = mix(colour, (168, 146, 190), 0.45)
-    colour = mix(colour, (150, 128, 170), 0.14 * (1 + math.sin(barb * 260)) * min(1, abs(side) / 6))
-    colour = mix(colour, (232, 206, 168), shaft)
-    return colour, max(vane, shaft)
+        color = mix(color, (168, 146, 190), 0.45)
+    color = mix(color, (150, 128, 170), 0.14 * (1 + math.sin(barb * 260)) * min(1, abs(side) / 6))
+    color = mix(color, (232, 206, 168), shaft)
+    return color, max(vane, shaft)
 
 
-def over(under, colour, opacity):
-    """Puts a colour over a (colour, opacity) pair."""
+def over(under, color, opacity):
+    """Puts a color over a (color, opacity) pair."""
     below, alpha = under
     total = opacity + alpha * (1 - opacity)
     if total == 0:
         return (0.0, 0.0, 0.0), 0.0
-    return mix(below, colour, opacity / total), total
+    return mix(below, color, opacity / total), total
 
 
 def sample(x, y):
@@ -145,9 +145,9 @@ def pixel(column, row):
     red = green = blue = alpha = 0.0
     for i in range(OVERSAMPLING):
         for j in range(OVERSAMPLING):
-            colour, opacity = sample(SCALE * (column + (i + 0.5) / OVERSAMPLING),
+            color, opacity = sample(SCALE * (column + (i + 0.5) / OVERSAMPLING),
                                      SCALE * (row + (j + 0.5) / OVERSAMPLING))
-            red, green, blue = (c + s * opacity for c, s in zip((red, green, blue), colour))
+            red, green, blue = (c + s * opacity for c, s in zip((red, green, blue), color))
             alpha += opacity
     alpha_byte = coarse(255 * alpha / OVERSAMPLING ** 2, 5)
     if alpha_byte == 0:

@@ -32,8 +32,8 @@ def pixel(column, row):
     red = green = blue = alpha = 0.0
     for i in range(OVERSAMPLING):
         for j in range(OVERSAMPLING):
-            colour, opacity = sample(column + (i + 0.5) / OVERSAMPLING, row + (j + 0.5) / OVERSAMPLING)
-            red, green, blue = (c + s * opacity for c, s in zip((red, green, blue), colour))
+            color, opacity = sample(column + (i + 0.5) / OVERSAMPLING, row + (j + 0.5) / OVERSAMPLING)
+            red, green, blue = (c + s * opacity for c, s in zip((red, green, blue), color))
             alpha += opacity
     if alpha == 0:
         return (0, 0, 0, 0)

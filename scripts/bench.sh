@@ -27,16 +27,16 @@ done
 # How many files of each set take part, in one process and in one process each.
 if [ "$quick" -eq 1 ]; then
     rounds=${rounds:-3}
-    declare -A most=([photographs]=3 [graphics]=20 [palette_and_grey]=8 [icons]=60)
+    declare -A most=([photographs]=3 [graphics]=20 [palette_and_gray]=8 [icons]=60)
     icon_processes=300
     micro_seconds=0.02
 else
     rounds=${rounds:-7}
-    declare -A most=([photographs]=5 [graphics]=100 [palette_and_grey]=16 [icons]=300)
+    declare -A most=([photographs]=5 [graphics]=100 [palette_and_gray]=16 [icons]=300)
     icon_processes=2000
     micro_seconds=0.2
 fi
-sets=(photographs graphics palette_and_grey icons)
+sets=(photographs graphics palette_and_gray icons)
 
 install_missing g++ cmake make pkg-config valgrind zlib1g-dev libpng-dev libspng-dev liblodepng-dev \
     libstb-dev libdeflate-dev libbenchmark-dev libpixman-1-dev libyuv-dev \
@@ -107,7 +107,7 @@ measure_process() {
         set_rounds=$rounds
         commands=(pngslab="$installed/pngslab" libpng="$installed/libpng_converter"
             libspng="$installed/libspng_converter" lodepng="$installed/lodepng_converter")
-        if [ "$set" != palette_and_grey ]; then # which stb_image turns into RGB
+        if [ "$set" != palette_and_gray ]; then # which stb_image turns into RGB
             commands+=(stb_image="$installed/stb_image_converter")
         fi
         if [ "$set" = icons ]; then # which are mostly a matter of starting

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs the suite under valgrind, which sees uninitialised bytes that the sanitizers do not. Slow: each
+# Runs the suite under valgrind, which sees uninitialized bytes that the sanitizers do not. Slow: each
 # test runs many times longer than by itself, so that the damaged images are few. No debugger may attach
 # (--vgdb): the runs as nobody could not make its pipes.
 set -euo pipefail

@@ -35,7 +35,7 @@ Direction directionAt(double angleInRadians) {
     return direction;
 }
 
-// The stretch that an ellipse covers on one line. `offset` is the line's distance from the centre
+// The stretch that an ellipse covers on one line. `offset` is the line's distance from the center
 // along one axis, `radius` that axis' radius; the rest belongs to the other axis.
 DsFSpan spanAt(float offset, float radius, float center, float otherRadius2, float ratio) {
     if (!(radius >= std::fabs(offset))) { // NaN included
@@ -69,7 +69,7 @@ struct Extents {
 };
 
 // Extends a box by both ends of an arc and by every axis direction between them, counter-clockwise.
-// `pointAt` gives the point at a normalised angle, `axisPoint` that at a number of quarter turns.
+// `pointAt` gives the point at a normalized angle, `axisPoint` that at a number of quarter turns.
 template <typename PointAt, typename AxisPoint>
 void extendByArc(Extents& box, float startAngle, float endAngle, PointAt pointAt,
                  AxisPoint axisPoint) {
@@ -155,7 +155,7 @@ DsFPoint DsEllipse::pointAt(float angle) const {
 }
 
 DsFRect DsEllipse::arcBounds(bool sector, float startAngle, float endAngle) const {
-    // Without the centre the box starts inside out, so that the first point sets every side.
+    // Without the center the box starts inside out, so that the first point sets every side.
     Extents box = sector ? Extents{mCenterX, mCenterX, mCenterY, mCenterY}
                          : Extents{mCenterX + mRadiusX, mCenterX - mRadiusX, mCenterY + mRadiusY,
                                    mCenterY - mRadiusY};

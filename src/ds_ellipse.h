@@ -14,28 +14,28 @@ public:
     /// @param radii horizontal and vertical semi-axis.
     DsEllipse(const DsFPoint& center, const DsFPoint& radii);
 
-    /// Where |x - centre| is at most the horizontal radius, the stretch between the two points of
+    /// Where |x - center| is at most the horizontal radius, the stretch between the two points of
     /// the ellipse at that column, else the empty span. Both ends are inclusive.
     DsFSpan verticalSpanAt(float x) const override;
     DsFSpan horizontalSpanAt(float y) const override;
     DsFRect bounds() const override;
     void mapToSurface(const DsSurface& surface) override;
-    /// Moves the centre.
+    /// Moves the center.
     DsFRect moveBy(const DsFPoint& offset) override;
 
     /// Sets the horizontal and the vertical semi-axis.
     void setRadii(DsFPoint radii);
-    /// Makes this the ellipse inscribed in `rect`. The centre is formed in double precision, the
+    /// Makes this the ellipse inscribed in `rect`. The center is formed in double precision, the
     /// radii in single.
     void setFromRect(const DsFRect& rect);
 
-    /// Distance from the centre to the ellipse along the angle.
+    /// Distance from the center to the ellipse along the angle.
     float radiusAt(float angle) const;
     /// The point of the ellipse along the angle.
     DsFPoint pointAt(float angle) const;
 
     /// Bounding box of the arc that runs counter-clockwise from one angle to the other, or of the
-    /// pie slice with the centre. Angles are taken modulo 360, so 0 to 360 is a single point.
+    /// pie slice with the center. Angles are taken modulo 360, so 0 to 360 is a single point.
     /// Neither angle may be a negative number so small that adding 360 gives 360 in single
     /// precision (such as -0.000001): an end angle of that kind never ends the walk round the axes.
     DsFRect arcBounds(bool sector, float startAngle, float endAngle) const;

@@ -1,4 +1,4 @@
-// Construction, release, clip, coordinate mapping and serialisation of surfaces.
+// Construction, release, clip, coordinate mapping and serialization of surfaces.
 #include "src/ds_surface.h"
 
 #include "src/internal/area.h"

@@ -1,4 +1,4 @@
-// The pixel container of the library: stored pixels in one colour mode, with stride, palette, clip
+// The pixel container of the library: stored pixels in one color mode, with stride, palette, clip
 // and a rotation that relates the stored array to the coordinates in which callers draw.
 #pragma once
 
@@ -114,7 +114,7 @@ public:
     uint64_t computeStride(int32_t lineWidth) const;
 
     /// Writes the surface file into `buffer` and returns its size in bytes, a multiple of 4; a null
-    /// buffer asks for the size only. The file is five little-endian 32-bit words (rotation, colour
+    /// buffer asks for the size only. The file is five little-endian 32-bit words (rotation, color
     /// mode, stored width, stored height, stride) and the stored lines with their padding. The 0 to
     /// 3 bytes that round the size up are counted but not written. Kept on purpose: neither palette
     /// nor extra bytes nor clip go into the file.
@@ -142,15 +142,15 @@ public:
 
     /// Takes the alpha channel from an A8 surface, pixel by pixel in stored order, line y with line
     /// y. Asserts the mode of the source; the source must be at least as large, which is not
-    /// checked. ARGB1555 pixels also have their colours encoded again by that mode's spilling rule.
+    /// checked. ARGB1555 pixels also have their colors encoded again by that mode's spilling rule.
     void replaceAlpha(const DsSurface& alpha_only_src);
 
-    // Drawing. Positions are caller coordinates, colours are colour words (alpha in bits 0-7, red
+    // Drawing. Positions are caller coordinates, colors are color words (alpha in bits 0-7, red
     // 8-15, green 16-23, blue or palette index 24-31); the clip holds for setPixel, fill and the
     // copies. Copies read the source in stored order, so both sides should have the same rotation;
     // a source never gets read outside its stored array, and may be the destination itself at the
     // same place, but must not overlap it shifted. Alpha modes: 0 takes alpha as decoded, 1 the
-    // colour's alpha, 2 their product over 255, any other 0.
+    // color's alpha, 2 their product over 255, any other 0.
 
     /// Writes one pixel.
     void setPixel(int32_t x, int32_t y, uint32_t color);
@@ -158,12 +158,12 @@ public:
     void fill(uint32_t color);
     /// Copies the whole source to (x, y), converting its pixels; A8 sources paint `color`.
     void blit(int32_t x, int32_t y, const DsSurface& source, uint32_t alphaMode, uint32_t color);
-    /// Composes the whole source over the pixels at (x, y). The stored colour comes out multiplied
+    /// Composes the whole source over the pixels at (x, y). The stored color comes out multiplied
     /// by coverage (see blendPixels).
     void blend(int32_t x, int32_t y, const DsSurface& source, uint32_t alphaMode, uint32_t color);
     /// Blends the source aligned inside `area`, which does not clip. Bits 0 and 1 of `alignFlags`:
-    /// 2 right, 3 centred, else left; bits 2 and 3: 8 bottom, 12 centred, else top. (dx, dy) moves
-    /// it inwards from the edge that it is aligned to, and right or down when centred.
+    /// 2 right, 3 centered, else left; bits 2 and 3: 8 bottom, 12 centered, else top. (dx, dy) moves
+    /// it inwards from the edge that it is aligned to, and right or down when centered.
     void blendAligned(const DsSurface& source, uint32_t alphaMode, uint32_t color,
                       const DsRect& area, uint8_t alignFlags, int32_t dx, int32_t dy);
     /// Complements every byte of every stored pixel, alpha included, whatever the clip.

@@ -1,4 +1,4 @@
-// The operations that change pixels: single pixels, fills, copies, inversion, recolouring.
+// The operations that change pixels: single pixels, fills, copies, inversion, recoloring.
 #include "src/ds_surface.h"
 #include "src/internal/area.h"
 #include "src/internal/pixel_loops.h"
@@ -93,7 +93,7 @@ constexpr auto kCopyChannelsLines = makeModePairTable<CopyChannelsLine>(
 // ---- Alignment
 
 // Where an extent of `size` starts inside an area. `how` is a pair of alignment bits: 2 at the far
-// end, 3 centred, else at the near end.
+// end, 3 centered, else at the near end.
 int64_t alignedStart(uint32_t how, int64_t areaStart, int64_t areaSize, int64_t size,
                      int64_t offset) {
     switch (how) {

@@ -12,8 +12,8 @@ using namespace ds_detail;
 namespace {
 
 // The pixel with its alpha replaced. Modes without alpha come back as they were, since narrowing
-// undoes widening. Kept on purpose: ARGB1555 colours, already widened by decoding, are widened
-// again by that mode's encoding, so that every non-zero channel spills into its neighbours.
+// undoes widening. Kept on purpose: ARGB1555 colors, already widened by decoding, are widened
+// again by that mode's encoding, so that every non-zero channel spills into its neighbors.
 template <DsColorMode mode>
 uint32_t withAlpha(uint32_t stored, uint32_t alpha) {
     DsColor color = ModeTraits<mode>::decode(stored, {});

@@ -11,8 +11,8 @@
 void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width, uint32_t height,
                 DsColorMode mode, uint32_t value);
 
-/// Copies `width` by `height` pixels from one mode into another. `color` is a colour word: an A8
-/// source paints its colour, and alpha modes 1 and 2 use its alpha. Alpha mode 0 takes alpha as
+/// Copies `width` by `height` pixels from one mode into another. `color` is a color word: an A8
+/// source paints its color, and alpha modes 1 and 2 use its alpha. Alpha mode 0 takes alpha as
 /// decoded, 1 the word's alpha, 2 their product over 255 rounded down, any other 0.
 ///
 /// A source of a reserved or unknown mode reads as zeros; into such a destination nothing is
@@ -24,8 +24,8 @@ void convertPixels(uint8_t* destination, uint32_t destinationPitch, DsColorMode 
 
 /// Composes `width` by `height` pixels of the source over the destination; otherwise as
 /// convertPixels. With s the source's alpha and ad the destination's (255 in modes without alpha, 0
-/// in ARGB1555), a colour channel becomes (cd * ad * (255 - s) + cs * s * 255) / 65025 and alpha
-/// (ad * (255 - s) + 255 * s) / 255, both rounded down: the stored colour is multiplied by
+/// in ARGB1555), a color channel becomes (cd * ad * (255 - s) + cs * s * 255) / 65025 and alpha
+/// (ad * (255 - s) + 255 * s) / 255, both rounded down: the stored color is multiplied by
 /// coverage.
 void blendPixels(uint8_t* destination, uint32_t destinationPitch, DsColorMode destinationMode,
                  const uint8_t* source, uint32_t sourcePitch, DsColorMode sourceMode,

@@ -1,5 +1,5 @@
 // The fill state and both span routines. A span is a blend whose source is the coverage, read as an
-// A8 mask, with the colour's alpha multiplied in.
+// A8 mask, with the color's alpha multiplied in.
 #include "src/span_fill.h"
 
 #include "src/internal/pixel_backend.h"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Draws postmark.png: a round postmark and its waves, 8-bit greyscale, white where there is ink.
+"""Draws postmark.png: a round postmark and its waves, 8-bit grayscale, white where there is ink.
 
 Run it in this folder to make the picture again. It needs nothing but Python's standard library.
 """

@@ -26,7 +26,7 @@ DsSurface surfaceIn(std::vector<char>& file) {
 }
 
 void stamp(DsSurface& picture, const DsSurface& seal, const DsSurface& postmark) {
-    // A colour word: alpha, red, green and blue from the least significant byte.
+    // A color word: alpha, red, green and blue from the least significant byte.
     constexpr uint32_t kInk = 0xE0'F0'F0'C0;
     constexpr uint32_t kAlphaAsDecoded = 0, kBothAlphas = 2;
     constexpr uint8_t kRightAndBottom = 2 | 8, kRightAndTop = 2;

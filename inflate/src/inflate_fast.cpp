@@ -287,7 +287,7 @@ const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, posi
 
 // Gives back the whole bytes that were not used, but none from before this call: those may be gone, and
 // there are such where the very first symbol was left to the state machine.
-void hand_back_input(bitstream_t* stream, const uint8_t* in, uint32_t count) {
+void return_input(bitstream_t* stream, const uint8_t* in, uint32_t count) {
     while (count >= 8 && in > stream->data) {
         --in;
         count -= 8;
@@ -302,7 +302,7 @@ void hand_back_input(bitstream_t* stream, const uint8_t* in, uint32_t count) {
     stream->data = in;
 }
 
-void hand_back_record(inflate_t* inflate, const position_t& position) {
+void store_record(inflate_t* inflate, const position_t& position) {
     const auto produced = static_cast<uint32_t>(position.out - inflate->out);
     if (position.lastMatch != nullptr) {
         inflate->length = 0;
@@ -353,8 +353,8 @@ void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
     const uint8_t* const in =
         decode(block, *stream, &position, inflate->out + (room - kOutputMargin),
                inflate->out - inflate->totalOut);
-    hand_back_record(inflate, position);
-    hand_back_input(stream, in, position.buffer.count);
+    store_record(inflate, position);
+    return_input(stream, in, position.buffer.count);
 }
 
 } // namespace inflate_detail

@@ -11,14 +11,14 @@ namespace ds_detail {
 /// What happens to a decoded source pixel before it is used: an alpha mode, resolved once a call so
 /// that the loops need not look at it. The alpha used is alpha * alphaFactor / 255 + alphaTerm.
 struct SourceRule {
-    DsColor constant; // the operation's colour, which A8 sources paint with
+    DsColor constant; // the operation's color, which A8 sources paint with
     uint32_t alphaFactor;
     uint32_t alphaTerm;
 
     bool keepsAlpha() const { return alphaFactor == 255; }
 };
 
-/// The rule for an alpha mode and a colour word: 0 takes alpha as decoded, 1 the word's alpha, 2
+/// The rule for an alpha mode and a color word: 0 takes alpha as decoded, 1 the word's alpha, 2
 /// their product over 255, any other 0.
 inline SourceRule sourceRule(uint32_t alphaMode, uint32_t colorWord) {
     const DsColor color = colorFromWord(colorWord);
@@ -42,8 +42,8 @@ inline DsColor decodeSource(const uint8_t* pixel, const SourceRule& rule) {
     return color;
 }
 
-/// `source` over `target`, both divisions rounded down. Callers rely on the stored colour coming
-/// out multiplied by coverage: the target's colour is weighted by its own alpha, and the sum is not
+/// `source` over `target`, both divisions rounded down. Callers rely on the stored color coming
+/// out multiplied by coverage: the target's color is weighted by its own alpha, and the sum is not
 /// divided by the new one.
 constexpr DsColor composeOver(const DsColor& target, const DsColor& source) {
     const uint32_t targetWeight = target.alpha * (255 - source.alpha);

@@ -1,5 +1,5 @@
 // The one way from float to integer: what the processor's own conversion gives, without the
-// undefined behaviour of a cast that does not fit.
+// undefined behavior of a cast that does not fit.
 #pragma once
 
 #include <cstdint>

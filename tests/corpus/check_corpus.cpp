@@ -78,9 +78,9 @@ std::string reason_for_refusal(const byte_vector& file) {
     if (facts.has_short_image_data) {
         return "an IDAT chunk of fewer than 2 bytes";
     }
-    const bool is_truecolour = facts.color_type == 2 || facts.color_type == 6;
-    if (is_truecolour && facts.has_palette) {
-        return "suggested palette in a truecolour image";
+    const bool is_truecolor = facts.color_type == 2 || facts.color_type == 6;
+    if (is_truecolor && facts.has_palette) {
+        return "suggested palette in a truecolor image";
     }
     if (contains_fixed_block(slice(facts.image_data, 2, facts.image_data.size()))) {
         return "fixed-code block";

@@ -66,7 +66,7 @@ class TableOfPixels(InScratchFolder):
             if word:
                 self.assertEqual(int.from_bytes(bytes.fromhex(shown), "little"), int(word, 16))
 
-    def test_shows_the_colour_as_near_as_each_mode_comes(self):
+    def test_shows_the_color_as_near_as_each_mode_comes(self):
         for _, name, _, _, words in self.ROWS:
             for channel, value in re.findall(r"(\w+) (\d+)", words):
                 if channel == "alpha" and name in ("RGB888", "RGB565"):

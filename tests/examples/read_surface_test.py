@@ -12,8 +12,8 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).parent.parent / "support"))
 from surface_readers import READERS, all_pixels, convert, read_with_both, run, surface_bytes
 
-GREY, RGB, INDEXED, GREY_ALPHA, RGBA = 0, 2, 3, 4, 6
-CHANNELS = {GREY: 1, RGB: 3, INDEXED: 1, GREY_ALPHA: 2, RGBA: 4}
+GRAY, RGB, INDEXED, GRAY_ALPHA, RGBA = 0, 2, 3, 4, 6
+CHANNELS = {GRAY: 1, RGB: 3, INDEXED: 1, GRAY_ALPHA: 2, RGBA: 4}
 ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88, A8 = 0, 1, 2, 3, 4, 5, 7, 9
 
 
@@ -92,23 +92,23 @@ class Images(Reading):
                 self.assertEqual(expected, all_pixels(self, upright, width, height))
                 self.assertEqual(expected, all_pixels(self, turned, width, height))
 
-    def test_of_greyscale(self):
-        self.expect_image("5 I8", GREY, value_words)
+    def test_of_grayscale(self):
+        self.expect_image("5 I8", GRAY, value_words)
 
-    def test_of_greyscale_as_alpha(self):
-        self.expect_image("9 A8", GREY, alpha_words, options=["--alphaonly"])
+    def test_of_grayscale_as_alpha(self):
+        self.expect_image("9 A8", GRAY, alpha_words, options=["--alphaonly"])
 
     def test_of_indices(self):
         palette = chunk(b"PLTE", bytes(range(256)) * 3)
         self.expect_image("5 I8", INDEXED, value_words, palette)
 
-    def test_of_greyscale_with_alpha(self):
-        self.expect_image("7 AI88", GREY_ALPHA, value_alpha_words)
+    def test_of_grayscale_with_alpha(self):
+        self.expect_image("7 AI88", GRAY_ALPHA, value_alpha_words)
 
-    def test_of_truecolour(self):
+    def test_of_truecolor(self):
         self.expect_image("1 RGB888", RGB, rgb_words)
 
-    def test_of_truecolour_with_alpha(self):
+    def test_of_truecolor_with_alpha(self):
         self.expect_image("0 ARGB8888", RGBA, rgba_words)
 
     def expect_key_image(self, mode, color_type, key, known):
@@ -126,11 +126,11 @@ class Images(Reading):
             expected = known(samples[y * line_bytes:(y + 1) * line_bytes])
             self.assertEqual(expected, pixels[y * width:y * width + len(expected)])
 
-    def test_of_greyscale_with_a_key_colour(self):
-        self.expect_key_image("7 AI88", GREY, b"\0\1", lambda line: [
+    def test_of_grayscale_with_a_key_color(self):
+        self.expect_key_image("7 AI88", GRAY, b"\0\1", lambda line: [
             value_alpha_words(line[i:i + 2]) for i in range(0, len(line), 2)])
 
-    def test_of_truecolour_with_a_key_colour(self):
+    def test_of_truecolor_with_a_key_color(self):
         def known(line):
             stored = b"".join(line[i:i + 3][::-1] for i in range(0, len(line), 3))
             return [rgba_words((stored[i + 2], stored[i + 1], stored[i], stored[i + 3]))
@@ -230,7 +230,7 @@ class Palettes(Reading):
     def test_are_for_indices_only(self):
         surface = self.write("a.surface", surface_bytes(A8, 1, [b"\0"]))
         palette = self.write("a.palette", self.BGR)
-        self.expect_refusal(surface, "its colour mode has no palette indices", "--palette", palette, surface)
+        self.expect_refusal(surface, "its color mode has no palette indices", "--palette", palette, surface)
 
 
 class Sizes(Reading):
@@ -269,7 +269,7 @@ class Refusals(Reading):
 
     def test_of_modes_without_pixels(self):
         for mode in (6, 8, 10, 11, 255, 256, 0x80000000, 0xFFFFFFFF):
-            self.expect_header("its colour mode has no pixels", {self.MODE: mode})
+            self.expect_header("its color mode has no pixels", {self.MODE: mode})
 
     def test_of_sizes_that_are_none(self):
         for pixels in (0, 0x80000000, 0xFFFFFFFF):

@@ -182,7 +182,7 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfAnyBits) {
                                      lengths_of(1, {{0, static_cast<uint16_t>(rng() % 2)}})};
         deflate_maker maker;
         maker.stored(make_bytes(data_kind::noise, 300, rng()), block_is::followed);
-        maker.dynamic(plain_header(random_complete_lengths(rng, litlens, 15), dist[rng() % 4]),
+        maker.dynamic(usual_header(random_complete_lengths(rng, litlens, 15), dist[rng() % 4]),
                       block_is::last);
         byte_vector raw = maker.bytes();
         const byte_vector bits = make_bytes(data_kind::noise, 3000, rng());
@@ -196,7 +196,7 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfAnyBits) {
 // A single distance code takes one bit, and leaves half of all patterns without a code.
 TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
     for (const uint32_t pattern : {0x0001U, 0x0003U, 0xFFFFU}) {
-        const dynamic_header_t header = plain_header(
+        const dynamic_header_t header = usual_header(
             lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}}), lengths_of(1, {{0, 1}}));
         deflate_maker maker;
         maker.dynamic(header, block_is::last).literals(byte_vector(200, 'a'));
@@ -214,7 +214,7 @@ TEST(InflateFast, LeavesALengthWithoutADistanceCodeToTheStateMachine) {
     for (const uint8_t filler : byte_vector{0x00, 0xFF}) {
         deflate_maker maker;
         const auto litlen = lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}});
-        maker.dynamic(plain_header(litlen, lengths_of(1, {})), block_is::last);
+        maker.dynamic(usual_header(litlen, lengths_of(1, {})), block_is::last);
         maker.literals(byte_vector(40, 'a')).litlen_symbol(257);
         byte_vector raw = maker.bytes();
         raw.resize(raw.size() + 100, filler);
@@ -227,7 +227,7 @@ TEST(InflateFast, LeavesALengthWithoutADistanceCodeToTheStateMachine) {
 // Codes of a single symbol are incomplete, which the limits have no place for.
 TEST(InflateFast, LeavesBlocksOfASingleCodeToTheStateMachine) {
     deflate_maker maker;
-    const dynamic_header_t empty = plain_header(lengths_of(257, {{256, 1}}), lengths_of(1, {}));
+    const dynamic_header_t empty = usual_header(lengths_of(257, {{256, 1}}), lengths_of(1, {}));
     for (int block = 0; block < 20; ++block) {
         maker.dynamic(empty, block_is::followed).end();
     }

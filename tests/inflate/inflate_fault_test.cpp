@@ -37,7 +37,7 @@ fault_t fault_of_header(const dynamic_header_t& header) {
 const code_lengths kLitlen = lengths_of(286, {{'a', 2}, {256, 2}, {257, 2}, {285, 2}});
 
 dynamic_header_t small_header() {
-    return plain_header(kLitlen, {1, 1});
+    return usual_header(kLitlen, {1, 1});
 }
 
 // A record in a state that no stream leads to.
@@ -117,24 +117,24 @@ TEST(InflateFault, NamesARepeatBeyondTheLastCodeLength) {
 }
 
 TEST(InflateFault, NamesABlockWithoutAnEnd) {
-    EXPECT_EQ(fault_of_header(plain_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
+    EXPECT_EQ(fault_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
               fault_t::end_of_block_missing);
 }
 
 TEST(InflateFault, NamesALiteralLengthCodeThatIsNotComplete) {
-    EXPECT_EQ(fault_of_header(plain_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
+    EXPECT_EQ(fault_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
               fault_t::litlen_code);
-    EXPECT_EQ(fault_of_header(plain_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
+    EXPECT_EQ(fault_of_header(usual_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
               fault_t::litlen_code);
 }
 
 TEST(InflateFault, NamesADistanceCodeThatIsNotComplete) {
-    EXPECT_EQ(fault_of_header(plain_header(kLitlen, {1, 1, 1})), fault_t::distance_code);
-    EXPECT_EQ(fault_of_header(plain_header(kLitlen, {1, 2})), fault_t::distance_code);
+    EXPECT_EQ(fault_of_header(usual_header(kLitlen, {1, 1, 1})), fault_t::distance_code);
+    EXPECT_EQ(fault_of_header(usual_header(kLitlen, {1, 2})), fault_t::distance_code);
 }
 
 TEST(InflateFault, NamesBitsThatAreNoLiteralLengthSymbol) {
-    const dynamic_header_t header = plain_header(lengths_of(257, {{256, 1}}), {1});
+    const dynamic_header_t header = usual_header(lengths_of(257, {{256, 1}}), {1});
     EXPECT_EQ(fault_of(deflate_maker().dynamic(header, block_is::last).bits(0x7FFF, 15)),
               fault_t::litlen_symbol);
 }
@@ -145,7 +145,7 @@ TEST(InflateFault, NamesASymbolThatStandsForNoLength) {
 
 TEST(InflateFault, NamesBitsThatAreNoDistanceSymbol) {
     deflate_maker maker;
-    maker.dynamic(plain_header(kLitlen, {1}), block_is::last).literals({'a'});
+    maker.dynamic(usual_header(kLitlen, {1}), block_is::last).literals({'a'});
     EXPECT_EQ(fault_of(maker.litlen_symbol(257).bits(0x7FFF, 15)), fault_t::distance_symbol);
 }
 

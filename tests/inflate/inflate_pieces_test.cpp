@@ -74,7 +74,7 @@ TEST(InflatePieces, EmptyOnesFinishWhatTheBitsHeldAllow) {
     // Everything up to the end of the final block lies in the bytes handed over, but a literal
     // could not be written.
     deflate_maker maker;
-    maker.dynamic(plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
+    maker.dynamic(usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
     maker.literals({'a', 'a'}).end();
     inflate_session session(2);
     session.state.outAvailable = 1;

@@ -15,7 +15,7 @@ const code_lengths kLitlen = lengths_of(
 const code_lengths kDist = lengths_of(5, {{0, 2}, {1, 2}, {2, 2}, {3, 3}, {4, 3}});
 
 dynamic_header_t small_header() {
-    return plain_header(kLitlen, kDist);
+    return usual_header(kLitlen, kDist);
 }
 
 byte_vector text(const char* characters) {
@@ -103,7 +103,7 @@ TEST(Inflate, DecodesLiteralsAndMatchesOfADynamicBlock) {
 TEST(Inflate, ReusesNothingOfTheBlockBefore) {
     deflate_maker maker;
     maker.dynamic(small_header(), block_is::followed).literals(text("ab")).end();
-    maker.dynamic(plain_header(lengths_of(257, {{'z', 1}, {256, 1}}), {0}), block_is::last);
+    maker.dynamic(usual_header(lengths_of(257, {{'z', 1}, {256, 1}}), {0}), block_is::last);
     maker.literals(text("zz")).end();
 
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
@@ -128,7 +128,7 @@ TEST(Inflate, DecodesEveryLengthAndDistanceSymbol) {
     const byte_vector start = make_bytes(data_kind::noise, 33000, 2);
     deflate_maker maker;
     maker.stored(start, block_is::followed);
-    maker.dynamic(plain_header(litlen, all_distances), block_is::last);
+    maker.dynamic(usual_header(litlen, all_distances), block_is::last);
     byte_vector expected = start;
     const auto match = [&maker, &expected](uint32_t length, uint32_t distance) {
         maker.match(length, distance);
@@ -154,7 +154,7 @@ TEST(Inflate, DecodesEveryLengthAndDistanceSymbol) {
 TEST(Inflate, TakesTheOtherSpellingOfLength258) {
     const code_lengths litlen = lengths_of(285, {{'a', 2}, {256, 2}, {284, 1}});
     deflate_maker maker;
-    maker.dynamic(plain_header(litlen, {1}), block_is::last);
+    maker.dynamic(usual_header(litlen, {1}), block_is::last);
     maker.literals(text("a")).litlen_symbol(284).bits(31, 5).dist_symbol(0).end();
 
     EXPECT_TRUE(same_bytes(byte_vector(259, 'a'), inflate_whole(maker.bytes(), 1000).plain));
@@ -164,7 +164,7 @@ TEST(Inflate, UsesRepeatsOfCodeLengthsAcrossTheTwoCodes) {
     // 254 unused symbols, 255 and 256 with 2 bits, and a repeat that gives 2 bits to three more
     // symbols: one literal/length symbol and the first two distances.
     dynamic_header_t header =
-        plain_header(lengths_of(258, {{254, 2}, {255, 2}, {256, 2}, {257, 2}}), {2, 2, 1});
+        usual_header(lengths_of(258, {{254, 2}, {255, 2}, {256, 2}, {257, 2}}), {2, 2, 1});
     header.items = {{18, 127}, {18, 105}, {2, 0}, {2, 0}, {16, 1}, {1, 0}};
     deflate_maker maker;
     maker.dynamic(header, block_is::last).literals({254, 255}).match(3, 2).end();
@@ -176,7 +176,7 @@ TEST(Inflate, UsesRepeatsOfCodeLengthsAcrossTheTwoCodes) {
 }
 
 TEST(Inflate, RepeatsZeroLengthsWithCode16) {
-    dynamic_header_t header = plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
+    dynamic_header_t header = usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
     header.items = {{17, 0}, {16, 3}, {18, 77}, {1, 0}, {18, 127},
                     {17, 7}, {17, 7}, {1, 0},   {0, 0}};
     deflate_maker maker;
@@ -187,7 +187,7 @@ TEST(Inflate, RepeatsZeroLengthsWithCode16) {
 
 TEST(Inflate, TakesASingleDistanceOfOneBit) {
     deflate_maker maker;
-    maker.dynamic(plain_header(kLitlen, {0, 0, 1}), block_is::last);
+    maker.dynamic(usual_header(kLitlen, {0, 0, 1}), block_is::last);
     maker.literals(text("abc")).match(3, 3).end();
 
     EXPECT_EQ(inflate_whole(maker.bytes(), 100).plain, text("abcabc"));
@@ -195,14 +195,14 @@ TEST(Inflate, TakesASingleDistanceOfOneBit) {
 
 TEST(Inflate, TakesASingleLiteralLengthCodeOfOneBit) {
     deflate_maker maker;
-    maker.dynamic(plain_header(lengths_of(257, {{256, 1}}), {0}), block_is::last).end();
+    maker.dynamic(usual_header(lengths_of(257, {{256, 1}}), {0}), block_is::last).end();
 
     EXPECT_EQ(inflate_whole(maker.bytes(), 0).result, kInflateDone);
 }
 
 // Kept on purpose: only an over-subscribed code-length code is refused.
 TEST(Inflate, AcceptsAnIncompleteCodeLengthCode) {
-    dynamic_header_t header = plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
+    dynamic_header_t header = usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
     header.length_code = {};
     header.length_code[0] = 2;
     header.length_code[1] = 2;
@@ -324,7 +324,7 @@ TEST(InflateRefuses, ARepeatWithoutAPreviousLength) {
 TEST(InflateRefuses, RepeatsPastTheLastCodeLength) {
     for (const code_length_item_t& repeat :
          {code_length_item_t{16, 0}, code_length_item_t{17, 0}, code_length_item_t{18, 0}}) {
-        dynamic_header_t header = plain_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
+        dynamic_header_t header = usual_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
         header.items.resize(258);
         header.items.push_back(repeat);
         EXPECT_EQ(result_of_header(header), kInflateInvalid) << repeat.symbol;
@@ -332,7 +332,7 @@ TEST(InflateRefuses, RepeatsPastTheLastCodeLength) {
 }
 
 TEST(Inflate, TakesARepeatThatEndsWithTheLastCodeLength) {
-    dynamic_header_t header = plain_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
+    dynamic_header_t header = usual_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
     header.items.resize(257);
     header.items.push_back({17, 0});
     deflate_maker maker;
@@ -342,36 +342,36 @@ TEST(Inflate, TakesARepeatThatEndsWithTheLastCodeLength) {
 }
 
 TEST(InflateRefuses, ABlockWithoutAnEndOfBlockCode) {
-    EXPECT_EQ(result_of_header(plain_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
+    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
               kInflateInvalid);
 }
 
 TEST(InflateRefuses, AnOversubscribedLiteralLengthCode) {
-    EXPECT_EQ(result_of_header(plain_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
+    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
               kInflateInvalid);
 }
 
 TEST(InflateRefuses, AnIncompleteLiteralLengthCode) {
-    EXPECT_EQ(result_of_header(plain_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
+    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
               kInflateInvalid);
 }
 
 TEST(InflateRefuses, ASingleLiteralLengthCodeOfTwoBits) {
-    EXPECT_EQ(result_of_header(plain_header(lengths_of(257, {{256, 2}}), {1})), kInflateInvalid);
+    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{256, 2}}), {1})), kInflateInvalid);
 }
 
 TEST(InflateRefuses, AnOversubscribedDistanceCode) {
-    EXPECT_EQ(result_of_header(plain_header(kLitlen, {1, 1, 1})), kInflateInvalid);
+    EXPECT_EQ(result_of_header(usual_header(kLitlen, {1, 1, 1})), kInflateInvalid);
 }
 
 TEST(InflateRefuses, AnIncompleteDistanceCode) {
-    EXPECT_EQ(result_of_header(plain_header(kLitlen, {1, 2})), kInflateInvalid);
-    EXPECT_EQ(result_of_header(plain_header(kLitlen, {2})), kInflateInvalid);
+    EXPECT_EQ(result_of_header(usual_header(kLitlen, {1, 2})), kInflateInvalid);
+    EXPECT_EQ(result_of_header(usual_header(kLitlen, {2})), kInflateInvalid);
 }
 
 TEST(InflateRefuses, TheUnusedPatternOfASingleDistanceCode) {
     deflate_maker maker;
-    maker.dynamic(plain_header(kLitlen, {1}), block_is::last);
+    maker.dynamic(usual_header(kLitlen, {1}), block_is::last);
     maker.literals(text("a")).litlen_symbol(257).bits(0x7FFF, 15);
 
     EXPECT_EQ(result_of(maker), kInflateInvalid);
@@ -380,7 +380,7 @@ TEST(InflateRefuses, TheUnusedPatternOfASingleDistanceCode) {
 // A pattern that is no code is refused only when 15 bits of it have been seen.
 TEST(Inflate, WaitsForFifteenBitsOfAPatternThatIsNoCode) {
     deflate_maker maker;
-    maker.dynamic(plain_header(kLitlen, {1}), block_is::last);
+    maker.dynamic(usual_header(kLitlen, {1}), block_is::last);
     pad_until(maker, 8 - 3);
     maker.litlen_symbol(257);
     inflate_session session(100);
@@ -392,7 +392,7 @@ TEST(Inflate, WaitsForFifteenBitsOfAPatternThatIsNoCode) {
 
 TEST(InflateRefuses, AMatchInABlockWithoutDistances) {
     deflate_maker maker;
-    maker.dynamic(plain_header(kLitlen, {0}), block_is::last);
+    maker.dynamic(usual_header(kLitlen, {0}), block_is::last);
     maker.literals(text("a")).litlen_symbol(257).bits(0, 15);
 
     EXPECT_EQ(result_of(maker), kInflateInvalid);
@@ -670,7 +670,7 @@ TEST(InflateRecord, WaitsForABlockHeaderInStateZero) {
 }
 
 TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
-    const dynamic_header_t header = plain_header(kLitlen, kDist);
+    const dynamic_header_t header = usual_header(kLitlen, kDist);
     deflate_maker maker;
     maker.dynamic(header, block_is::last);
     inflate_session session(10);
@@ -697,7 +697,7 @@ TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
 }
 
 TEST(InflateRecord, WaitsForRepeatBitsInState13) {
-    dynamic_header_t header = plain_header(lengths_of(257, {{255, 1}, {256, 1}}), {0});
+    dynamic_header_t header = usual_header(lengths_of(257, {{255, 1}, {256, 1}}), {0});
     header.length_code = {};
     header.length_code[18] = 1;
     header.length_code[1] = 2;
@@ -745,7 +745,7 @@ TEST(InflateRecord, WaitsForDistanceBitsInState7) {
     const code_lengths litlen = lengths_of(257 + 1, {{'a', 2}, {256, 2}, {257, 1}});
     deflate_maker maker;
     maker.stored(byte_vector(40000, 'x'), block_is::followed);
-    maker.dynamic(plain_header(litlen, lengths_of(30, {{0, 1}, {29, 1}})), block_is::last);
+    maker.dynamic(usual_header(litlen, lengths_of(30, {{0, 1}, {29, 1}})), block_is::last);
     maker.literals(text("a")).litlen_symbol(257).dist_symbol(29);
     const size_t whole = maker.bytes().size();
     maker.bits(123, 13).end();

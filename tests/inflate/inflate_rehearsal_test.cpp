@@ -90,7 +90,7 @@ TEST(InflateRehearsal, AgreesWithDirectModeOnStreamsLongerThanTheWindow) {
 
 // The last match may reach beyond the room, but nothing may follow it.
 TEST(InflateRehearsal, AgreesWithDirectModeOnMatchesThatReachBeyondTheRoom) {
-    const dynamic_header_t header = plain_header(
+    const dynamic_header_t header = usual_header(
         lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}}), lengths_of(30, {{0, 1}}));
     for (size_t room = 0; room < 520; ++room) {
         for (const bool goes_on : {false, true}) {

@@ -60,7 +60,7 @@ TEST(InflateWindow, DecodesZlibsStreamsOfEveryWindowSize) {
 TEST(InflateWindow, KeepsTheRestOfAMatchForTheNextOutput) {
     deflate_maker maker;
     maker.stored({'a', 'b'}, block_is::followed);
-    maker.dynamic(plain_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 1}), block_is::last);
+    maker.dynamic(usual_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 1}), block_is::last);
     maker.match(258, 2).end();
 
     const inflate_outcome_t outcome = inflate_windowed(maker.bytes(), {}, 3, {100});
@@ -102,7 +102,7 @@ TEST(InflateWindow, WrapsItsPositionAsSoonAsItIsFull) {
     state.out = output;
     state.outAvailable = sizeof output;
     deflate_maker maker;
-    maker.dynamic(plain_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
+    maker.dynamic(usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
     maker.literals({'a', 'a', 'a', 'a'}).end();
     bitstream_t reader{maker.bytes().data(), static_cast<uint32_t>(maker.bytes().size()), 0, 0};
 
@@ -115,7 +115,7 @@ TEST(InflateWindow, RefusesADistanceBeyondIt) {
     deflate_maker maker;
     maker.stored(byte_vector(20, 'x'), block_is::followed);
     maker.dynamic(
-        plain_header(lengths_of(258, {{256, 1}, {257, 1}}), lengths_of(5, {{3, 1}, {4, 1}})),
+        usual_header(lengths_of(258, {{256, 1}, {257, 1}}), lengths_of(5, {{3, 1}, {4, 1}})),
         block_is::last);
     maker.match(3, 5).end();
 
@@ -126,7 +126,7 @@ TEST(InflateWindow, RefusesADistanceBeyondIt) {
 TEST(InflateWindow, RefusesADistanceBeyondTheOutputSoFar) {
     deflate_maker maker;
     maker.stored({'x', 'y'}, block_is::followed);
-    maker.dynamic(plain_header(lengths_of(258, {{256, 1}, {257, 1}}), {0, 0, 1}), block_is::last);
+    maker.dynamic(usual_header(lengths_of(258, {{256, 1}, {257, 1}}), {0, 0, 1}), block_is::last);
     maker.match(3, 3).end();
 
     EXPECT_EQ(inflate_windowed(maker.bytes(), {}, 100, {100}).result, kInflateInvalid);

@@ -168,7 +168,7 @@ TEST(PngChunkNames, ASecondHeaderIsAnUnknownChunk) {
 
 // --- PLTE
 
-TEST(PngPlte, IsRefusedInGreyImages) {
+TEST(PngPlte, IsRefusedInGrayImages) {
     EXPECT_EQ(both_passes(png().gray(4, 4).plte({1, 2, 3}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(png().gray_alpha(4, 4).plte({1, 2, 3}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(png().gray(4, 4).plte({}).bytes()), kBothMalformed);
@@ -256,7 +256,7 @@ TEST(PngPlte, IsJudgedByItsLengthBeforeTheSurfaceIsLookedAt) {
 }
 
 // Kept on purpose: a suggested palette has no place in a surface of a truecolor image.
-TEST(PngPlte, OfATruecolourImageFailsTheFullPass) {
+TEST(PngPlte, OfATruecolorImageFailsTheFullPass) {
     for (png_maker maker : {png().rgb(4, 4), png().rgba(4, 4)}) {
         const decode_outcome_t outcome = decode_png(maker.plte(byte_vector(30, 1)).bytes());
         EXPECT_EQ(outcome.header_result, kPngOk);
@@ -265,7 +265,7 @@ TEST(PngPlte, OfATruecolourImageFailsTheFullPass) {
     }
 }
 
-TEST(PngPlte, OfATruecolourImageFailsTheFullPassEvenEmpty) {
+TEST(PngPlte, OfATruecolorImageFailsTheFullPassEvenEmpty) {
     const decode_outcome_t outcome = decode_png(png().rgb(4, 4).plte({}).bytes());
 
     EXPECT_EQ(outcome.header_result, kPngOk);
@@ -274,7 +274,7 @@ TEST(PngPlte, OfATruecolourImageFailsTheFullPassEvenEmpty) {
 
 // --- The gray ramp
 
-TEST(PngGreyRamp, FillsThePaletteOfGreyImages) {
+TEST(PngGrayRamp, FillsThePaletteOfGrayImages) {
     for (png_maker maker : {png().gray(4, 4), png().gray_alpha(4, 4)}) {
         const decode_outcome_t outcome = decode_png(maker.bytes());
         ASSERT_EQ(outcome.result, kPngOk);
@@ -286,7 +286,7 @@ TEST(PngGreyRamp, FillsThePaletteOfGreyImages) {
     }
 }
 
-TEST(PngGreyRamp, IsOpaqueWhereEntriesHaveAlpha) {
+TEST(PngGrayRamp, IsOpaqueWhereEntriesHaveAlpha) {
     DsSurface surface = fenced_surface({4, 4, DsColorMode::I8, 1, 3, 4});
 
     EXPECT_EQ(full_pass(png().gray(4, 4).bytes(), surface), kPngOk);
@@ -294,7 +294,7 @@ TEST(PngGreyRamp, IsOpaqueWhereEntriesHaveAlpha) {
     EXPECT_EQ(palette_block(surface), (byte_vector{0, 0, 0, 255, 1, 1, 1, 255, 2, 2, 2, 255}));
 }
 
-TEST(PngGreyRamp, IsAsLongAsTheLow16BitsOfThePaletteSize) {
+TEST(PngGrayRamp, IsAsLongAsTheLow16BitsOfThePaletteSize) {
     DsSurface surface = fenced_surface({4, 4, DsColorMode::I8, 0, 65536 + 2, 4});
 
     EXPECT_EQ(full_pass(png().gray(4, 4).bytes(), surface), kPngOk);
@@ -303,7 +303,7 @@ TEST(PngGreyRamp, IsAsLongAsTheLow16BitsOfThePaletteSize) {
     EXPECT_EQ(byte_vector(palette, palette + 7), (byte_vector{0, 0, 0, 1, 1, 1, kFreshByte}));
 }
 
-TEST(PngGreyRamp, IsNotWrittenForOtherTypes) {
+TEST(PngGrayRamp, IsNotWrittenForOtherTypes) {
     DsSurface surface = fenced_surface({16, 16, DsColorMode::I8, 0, 2, 16});
 
     EXPECT_EQ(full_pass(png().rgb(4, 4).bytes(), surface), kPngOk);
@@ -311,7 +311,7 @@ TEST(PngGreyRamp, IsNotWrittenForOtherTypes) {
     EXPECT_EQ(palette_block(surface), byte_vector(6, kFreshByte));
 }
 
-TEST(PngGreyRamp, IsNotNeededByASurfaceWithoutAPalette) {
+TEST(PngGrayRamp, IsNotNeededByASurfaceWithoutAPalette) {
     DsSurface surface = fenced_surface({4, 4, DsColorMode::A8, 0, 0, 4});
 
     EXPECT_EQ(full_pass(png().gray(4, 4).bytes(), surface), kPngOk);
@@ -336,7 +336,7 @@ TEST(PngTrns, IsRefusedInImagesWithAlpha) {
     }
 }
 
-TEST(PngTrns, HasTwoBytesInGreyAndSixInTruecolourImages) {
+TEST(PngTrns, HasTwoBytesInGrayAndSixInTruecolorImages) {
     for (size_t length = 0; length <= 12; ++length) {
         const byte_vector data(length, 0);
         EXPECT_EQ(both_passes(png().gray(4, 4).trns(data).bytes()),
@@ -348,7 +348,7 @@ TEST(PngTrns, HasTwoBytesInGreyAndSixInTruecolourImages) {
     }
 }
 
-TEST(PngTrns, ChangesTheModeOfGreyAndTruecolourImages) {
+TEST(PngTrns, ChangesTheModeOfGrayAndTruecolorImages) {
     const png_info_t gray = header_pass(png().gray(4, 4).trns({0, 1}).bytes()).info;
     EXPECT_EQ(gray.colorMode, DsColorMode::AI88);
     EXPECT_EQ(gray.paletteHasAlpha, 0);

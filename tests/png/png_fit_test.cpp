@@ -60,7 +60,7 @@ TEST(PngFit, FailsWithoutAPixelBlock) {
     }
 }
 
-TEST(PngFit, FailsForAGreyImageWithoutAPaletteBlockToFill) {
+TEST(PngFit, FailsForAGrayImageWithoutAPaletteBlockToFill) {
     for (const uint8_t type : {kGray, kGrayAlpha}) {
         DsSurface failed(64, 64, 0, DsColorMode::I8, 0, 256, no_palette, std::free, 1, 64);
         EXPECT_NE(full_pass(png().image(type, 3, 3).bytes(), failed), kPngOk) << +type;

@@ -167,7 +167,7 @@ TEST(PngIdat, MayHaveNoBytesOfImageAtAll) {
 TEST(PngIdat, MayEndInAMatchThatGoesBeyondTheLastRow) {
     deflate_maker maker;
     maker.stored({0, 1, 2, 3}, block_is::followed);
-    maker.dynamic(plain_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 0, 0, 1}),
+    maker.dynamic(usual_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 0, 0, 1}),
                   block_is::last);
     maker.match(258, 4).end();
     const byte_vector file = png().gray(3, 5).deflate_stream(maker.bytes()).bytes();

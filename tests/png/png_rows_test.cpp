@@ -192,9 +192,9 @@ TEST(PngRows, ReverseRedAndBlueOnly) {
     EXPECT_EQ(slice(pixel_block(*decode_png(gray_alpha).surface), 0, 2), (byte_vector{1, 2}));
 }
 
-// Kept on purpose: a key colour widens the surface's mode but not the rows, which stay packed at
+// Kept on purpose: a key color widens the surface's mode but not the rows, which stay packed at
 // the start of each surface row; the rest of the row keeps what the block held.
-TEST(PngRows, WithAKeyColourStayInTheirNarrowLayout) {
+TEST(PngRows, WithAKeyColorStayInTheirNarrowLayout) {
     for (const uint32_t height : kHeights) {
         for (const uint32_t width : {1U, 2U, 3U, 7U, 20U}) {
             expect_as_modelled(png().gray(width, height).trns({0, 1}));
@@ -203,7 +203,7 @@ TEST(PngRows, WithAKeyColourStayInTheirNarrowLayout) {
     }
 }
 
-TEST(PngRows, WithAKeyColourLeaveInflatedBytesBehindThem) {
+TEST(PngRows, WithAKeyColorLeaveInflatedBytesBehindThem) {
     png_maker maker = png().gray(2, 2).filter(kNone).pixels(byte_vector{1, 2, 3, 4}).trns({0, 1});
     DsSurface surface = fenced_surface_for(header_pass(maker.bytes()).info);
     fill_block(surface, byte_vector(surface.getDataSize(), 0));
@@ -214,8 +214,8 @@ TEST(PngRows, WithAKeyColourLeaveInflatedBytesBehindThem) {
     EXPECT_EQ(pixel_block(surface), (byte_vector{1, 2, 0, 0, 3, 4, 0, 1, 2, 0, 3, 4}));
 }
 
-// Key colours are checked but applied to no pixel.
-TEST(PngRows, IgnoreTheValueOfTheKeyColour) {
+// Key colors are checked but applied to no pixel.
+TEST(PngRows, IgnoreTheValueOfTheKeyColor) {
     png_maker first = png().rgb(4, 4);
     png_maker second = first;
     const decode_outcome_t one = decode_png(first.trns({0, 0, 0, 0, 0, 0}).bytes());

@@ -21,7 +21,7 @@ extern "C" const char* __asan_default_options() {
 
 namespace {
 
-TEST(SurfaceFromPng, MakesAnI8SurfaceWithAGreyRampOfAGreyImage) {
+TEST(SurfaceFromPng, MakesAnI8SurfaceWithAGrayRampOfAGrayImage) {
     png_maker maker = png().gray(5, 3);
 
     const auto surface = convert_png(maker.bytes());
@@ -94,7 +94,7 @@ TEST(SurfaceFromPng, OwnsItsBlocksAndMayBeTurned) {
 
 // --- Alpha only
 
-TEST(SurfaceFromPng, MakesAnA8SurfaceOfTheGreyValuesIfAskedTo) {
+TEST(SurfaceFromPng, MakesAnA8SurfaceOfTheGrayValuesIfAskedTo) {
     png_maker maker = png().gray(6, 4);
 
     const auto surface = convert_png(maker.bytes(), true);
@@ -107,7 +107,7 @@ TEST(SurfaceFromPng, MakesAnA8SurfaceOfTheGreyValuesIfAskedTo) {
     EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_block(*surface), 0, 24), {6, 4, 6, 1}));
 }
 
-TEST(SurfaceFromPng, MakesAnA8SurfaceOfAGreyImageWithAKeyColour) {
+TEST(SurfaceFromPng, MakesAnA8SurfaceOfAGrayImageWithAKeyColor) {
     png_maker maker = png().gray(6, 4).trns({0, 5});
 
     const auto surface = convert_png(maker.bytes(), true);
@@ -229,7 +229,7 @@ TEST(SurfaceFromPng, GivesNothingWhenTheFullPassFails) {
     EXPECT_EQ(convert_png(png().gray(4, 4).deflate_stream(invalid).bytes(), true), nullptr);
 }
 
-TEST(SurfaceFromPng, GivesNothingForATruecolourImageWithAPalette) {
+TEST(SurfaceFromPng, GivesNothingForATruecolorImageWithAPalette) {
     EXPECT_EQ(convert_png(png().rgb(4, 4).plte({1, 2, 3}).bytes()), nullptr);
     EXPECT_EQ(convert_png(png().rgba(4, 4).plte({1, 2, 3}).bytes()), nullptr);
 }

@@ -30,7 +30,7 @@ def section(heading):
 
 
 def make_png(seed, width=7, height=5, **compression):
-    """A truecolour image in stored blocks, which are always taken, or compressed as given."""
+    """A truecolor image in stored blocks, which are always taken, or compressed as given."""
     lines = b"".join(b"\0" + bytes((seed * 31 + x * y) % 256 for x in range(width * 3))
                      for y in range(height))
     deflate = zlib.compressobj(**(compression or {"level": 0}))

@@ -122,17 +122,17 @@ TEST_F(Check, NamesFixedCodeBlocks) {
 
 TEST_F(Check, NamesSuggestedPalettes) {
     expectFixable("suggested-palette",
-                  "a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
+                  "a suggested palette in a truecolor image: chunk 2 (PLTE, bytes 33 to 53)",
                   png().rgb(2, 2).palette(3).bytes());
     expectFixable("suggested-palette",
-                  "a suggested palette in a truecolour image: chunk 2 (PLTE, bytes 33 to 53)",
+                  "a suggested palette in a truecolor image: chunk 2 (PLTE, bytes 33 to 53)",
                   png().rgba(2, 2).palette(3).bytes());
 }
 
 TEST_F(Check, NamesPalettesThatShouldNotBe) {
-    expectFixable("bad-palette", "a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
+    expectFixable("bad-palette", "a palette in a grayscale image: chunk 2 (PLTE, bytes 33 to 47)",
                   png().gray(2, 2).plte({1, 2, 3}).bytes());
-    expectFixable("bad-palette", "a palette in a greyscale image: chunk 2 (PLTE, bytes 33 to 47)",
+    expectFixable("bad-palette", "a palette in a grayscale image: chunk 2 (PLTE, bytes 33 to 47)",
                   png().gray_alpha(2, 2).plte({1, 2, 3}).bytes());
     expectBroken("bad-palette",
                  "a palette of 771 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 "
@@ -169,7 +169,7 @@ TEST_F(Check, NamesTransparencyThatDoesNotFit) {
                   png().indexed(2, 2).palette(2).trns({1, 2, 3}).pixels({0, 1, 0, 1}).bytes(), "",
                   "--expand-palette ");
     expectFixable("bad-transparency",
-                  "transparency of 1 bytes, which does not fit the colour type: chunk 2 (tRNS, "
+                  "transparency of 1 bytes, which does not fit the color type: chunk 2 (tRNS, "
                   "bytes 33 to 45)",
                   png().gray(2, 2).trns({1}).bytes(), "", "--key-to-alpha ");
     expectFixable("bad-transparency",
@@ -231,17 +231,17 @@ TEST_F(Check, NamesHeadersThatAreWrong) {
                  png().gray(2, 2).declared_size(0, 2).bytes(), "Invalid IHDR data");
     expectBroken("header", "the header declares no pixels: 2 x 0",
                  png().gray(2, 2).declared_size(2, 0).bytes(), "Invalid IHDR data");
-    expectBroken("header", "the header has colour type 5, which does not exist", withHeader(9, 5),
+    expectBroken("header", "the header has color type 5, which does not exist", withHeader(9, 5),
                  "Invalid IHDR data");
-    expectBroken("header", "the header has 3 bits a sample, which colour type 0 cannot have",
+    expectBroken("header", "the header has 3 bits a sample, which color type 0 cannot have",
                  withHeader(8, 3), "Invalid IHDR data");
     for (const uint8_t depth : byte_vector{1, 2, 4}) {
         expectBroken("header",
                      "the header has " + std::to_string(depth) + (depth == 1 ? " bit" : " bits") +
-                         " a sample, which colour type 2 cannot have",
+                         " a sample, which color type 2 cannot have",
                      png().rgb(2, 2).bit_depth(depth).bytes(), "Invalid IHDR data");
     }
-    expectBroken("header", "the header has 16 bits a sample, which colour type 3 cannot have",
+    expectBroken("header", "the header has 16 bits a sample, which color type 3 cannot have",
                  png().indexed(2, 2).bit_depth(16).bytes(), "Invalid IHDR data");
     expectBroken("header",
                  "the header has compression, filter and interlace method 1, 0 and 0, which do not "
@@ -283,7 +283,7 @@ TEST_F(Check, NamesImageDataThatAreMissingOrBroken) {
                   png().gray(9, 9).declared_size(9, 5).bytes());
 }
 
-TEST_F(Check, NamesImagesThatAreNotGreyForAlphaOnly) {
+TEST_F(Check, NamesImagesThatAreNotGrayForAlphaOnly) {
     expectVerdict(
         "rejected: not plain grayscale, which alpha-only surfaces are made of [not-grayscale]; "
         "pngslab accepts it without --alphaonly",
@@ -440,7 +440,7 @@ TEST_F(Check, AgreesWithTheConverterOnDamagedFiles) {
         byte_vector damaged = file;
         damaged[random_between(rng, 24, static_cast<uint32_t>(file.size() - 1))] ^=
             static_cast<uint8_t>(1U << rng() % 8);
-        damaged = i % 2 == 0 ? damaged : with_mended_crcs(damaged);
+        damaged = i % 2 == 0 ? damaged : with_correct_crcs(damaged);
         write("a.png", damaged);
         EXPECT_EQ(converterTakes(damaged), tool({"check", "a.png"}).exitStatus == 0)
             << "round " << i;

@@ -77,11 +77,11 @@ TEST_F(Compare, DoesNotLookAtPadding) {
 }
 
 TEST_F(Compare, NamesDifferentModesAndSizes) {
-    expectComparison(1, "different colour modes: A8 and I8\n",
+    expectComparison(1, "different color modes: A8 and I8\n",
                      surfaceOf(0, DsColorMode::A8, 2, 2, {1, 2, 3, 4}),
                      surfaceOf(0, DsColorMode::I8, 2, 2, {1, 2, 3, 4}));
     expectComparison(1,
-                     "different colour modes: A8 and RGB565\n"
+                     "different color modes: A8 and RGB565\n"
                      "different sizes: 4 x 1 and 2 x 1\n",
                      surfaceOf(0, DsColorMode::A8, 4, 1, {1, 2, 3, 4}),
                      surfaceOf(0, DsColorMode::RGB565, 2, 1, {1, 2, 3, 4}));

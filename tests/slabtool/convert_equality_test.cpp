@@ -22,10 +22,10 @@ byte_vector bytesOf(const fs::path& file) {
 
 // The PNG file in an input of a fuzzer: its decisions come first. Empty if there is none.
 byte_vector imageIn(const byte_vector& input) {
-    constexpr size_t kMostDecisions = 32;
+    constexpr size_t kMaxDecisions = 32;
     const byte_vector signature = slice(png().bytes(), 0, 8);
     const auto end = input.begin() + static_cast<ptrdiff_t>(
-                                         std::min(input.size(), kMostDecisions + signature.size()));
+                                         std::min(input.size(), kMaxDecisions + signature.size()));
     const auto start = std::search(input.begin(), end, signature.begin(), signature.end());
     return start == end ? byte_vector() : byte_vector(start, input.end());
 }

@@ -153,7 +153,7 @@ TEST_F(ConvertFaults, OfClosedStreamsPutNoMessagesIntoSurfaces) {
 // ---- Declared sizes: what convert and the other commands allocate. Sanitizers and emulators need more addresses
 // than that for themselves.
 
-constexpr uint32_t kMostSide = 0x7FFFFFFF;
+constexpr uint32_t kMaxSide = 0x7FFFFFFF;
 
 Finding rejectionOf(const byte_vector& image, const ConversionRequest& request) {
     try {
@@ -199,7 +199,7 @@ TEST(ConvertBounds, RejectRowsThatAlignmentMakesTooLong) {
 constexpr uint64_t kLittleMemory = 64 << 20;
 
 TEST_F(ConvertFaults, OfMemoryDoNotComeFromDeclaredSizes) {
-    const std::pair<uint32_t, uint32_t> sizes[] = {{kMostSide, 1}, {1, kMostSide}, {60000, 60000}};
+    const std::pair<uint32_t, uint32_t> sizes[] = {{kMaxSide, 1}, {1, kMaxSide}, {60000, 60000}};
     size_t number = 0;
     for (const uint8_t type : kColorTypes) {
         for (const auto& [width, height] : sizes) {
@@ -230,7 +230,7 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromDeclaredSizes) {
 // What the limit lets pass may still not be had: that is the image's own failure.
 TEST_F(ConvertFaults, OfMemoryAreAnImagesOwn) {
     write("images/good.png", grayImage(4));
-    write("images/huge.png", png().gray(2, 2).declared_size(kMostSide, 1).bytes());
+    write("images/huge.png", png().gray(2, 2).declared_size(kMaxSide, 1).bytes());
     const ProgramOutcome outcome =
         tool({"convert", "--jobs", "1", "--max-pixels", "4000000000", "images", "surfaces"},
              {.addressSpace = kLittleMemory});
@@ -241,7 +241,7 @@ TEST_F(ConvertFaults, OfMemoryAreAnImagesOwn) {
 }
 
 TEST_F(ConvertFaults, OfMemoryAreASingleImagesOwn) {
-    write("huge.png", png().gray(2, 2).declared_size(kMostSide, 1).bytes());
+    write("huge.png", png().gray(2, 2).declared_size(kMaxSide, 1).bytes());
     const ProgramOutcome outcome =
         tool({"convert", "--quiet", "--max-pixels", "4000000000", "huge.png", "out.surface"},
              {.addressSpace = kLittleMemory});
@@ -296,8 +296,8 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromFixesOnTheWay) {
 }
 
 TEST_F(ConvertFaults, OfMemoryDoNotComeFromSizesInOtherCommands) {
-    write("huge.png", png().rgba(2, 2).declared_size(kMostSide, 1).bytes());
-    byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMostSide, 1, 0x80000000);
+    write("huge.png", png().rgba(2, 2).declared_size(kMaxSide, 1).bytes());
+    byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMaxSide, 1, 0x80000000);
     append(surface, byte_vector(44));
     write("huge.surface", surface);
     for (const Names& arguments :

@@ -67,13 +67,13 @@ TEST_F(Info, PrintsEveryProblem) {
                "  size     0 x 2 pixels as stored\n"
                "  stride   12 bytes, 12 of them padding\n"
                "  file     20 bytes, 0 behind the last line\n"
-               "  problem: colour mode 77 is unknown\n"
+               "  problem: color mode 77 is unknown\n"
                "  problem: width 0 is not between 1 and 2147483647\n"
                "  problem: rotation 45 is none of 0, 90, 180 and 270\n",
                "", {"info", "a.surface"});
     const ProgramOutcome json = tool({"info", "--json", "a.surface"});
     EXPECT_NE(std::string::npos,
-              json.output.find("\"problems\":[\"colour mode 77 is unknown\",\"width 0 is not "
+              json.output.find("\"problems\":[\"color mode 77 is unknown\",\"width 0 is not "
                                "between 1 and 2147483647\",\"rotation 45 is none of 0, 90, 180 "
                                "and 270\"]"))
         << json.output;
@@ -183,13 +183,13 @@ TEST(SurfaceHeaders, OfEveryModeWithPixelsAreSound) {
 }
 
 TEST(SurfaceHeaders, OfReservedModesHaveNoPixels) {
-    EXPECT_EQ(Problems{"colour mode 6 (Reserved6) has no pixels"}, problemsOf(surfaceOfMode(6)));
-    EXPECT_EQ(Problems{"colour mode 8 (Reserved8) has no pixels"}, problemsOf(surfaceOfMode(8)));
+    EXPECT_EQ(Problems{"color mode 6 (Reserved6) has no pixels"}, problemsOf(surfaceOfMode(6)));
+    EXPECT_EQ(Problems{"color mode 8 (Reserved8) has no pixels"}, problemsOf(surfaceOfMode(8)));
 }
 
 TEST(SurfaceHeaders, OfUnknownModesAreRefused) {
-    EXPECT_EQ(Problems{"colour mode 10 is unknown"}, problemsOf(surfaceOfMode(10)));
-    EXPECT_EQ(Problems{"colour mode 4294967295 is unknown"}, problemsOf(surfaceOfMode(0xFFFFFFFF)));
+    EXPECT_EQ(Problems{"color mode 10 is unknown"}, problemsOf(surfaceOfMode(10)));
+    EXPECT_EQ(Problems{"color mode 4294967295 is unknown"}, problemsOf(surfaceOfMode(0xFFFFFFFF)));
 }
 
 TEST(SurfaceHeaders, HaveNamesForAllModes) {

@@ -69,7 +69,7 @@ TEST(PngReason, AgreesWithTheDecoderOnChangedBytes) {
                 changed[at] ^= flips;
                 // Huge declared sizes have a test of their own.
                 if (at < kSizesBegin || at >= kSizesEnd) {
-                    expectAgreement(with_mended_crcs(changed), "byte " + std::to_string(at) +
+                    expectAgreement(with_correct_crcs(changed), "byte " + std::to_string(at) +
                                                                    ", flips " +
                                                                    std::to_string(flips));
                 }
@@ -92,7 +92,7 @@ TEST(PngReason, AgreesWithTheDecoderHoweverMuchDataThereAre) {
 
 // The last match may reach beyond the last line, but nothing may follow it.
 TEST(PngReason, AgreesWithTheDecoderOnMatchesThatReachBeyondTheEnd) {
-    const dynamic_header_t header = plain_header(
+    const dynamic_header_t header = usual_header(
         lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}}), lengths_of(30, {{0, 1}}));
     for (uint32_t width = 1; width < 520; ++width) {
         for (const bool goesOn : {false, true}) {
@@ -169,7 +169,7 @@ TEST(PngReason, NamesTheBytesOfAFixedBlockBetweenOthers) {
 
 TEST(PngReason, NamesTheBytesOfAFixedBlockInFrontOfADynamicOne) {
     const dynamic_header_t header =
-        plain_header(lengths_of(286, {{0, 1}, {256, 1}}), lengths_of(30, {{0, 1}}));
+        usual_header(lengths_of(286, {{0, 1}, {256, 1}}), lengths_of(30, {{0, 1}}));
     for (const size_t literals : {0U, 1U, 2U, 5U}) { // 10 bits and 8 for each of them
         deflate_maker stream;
         stream.fixed(block_is::followed).literals(byte_vector(literals)).end();
@@ -204,7 +204,7 @@ TEST(PngReason, LeavesTheCodesOfTheProcessUnbuilt) {
 TEST(PngReason, NamesOtherViolations) {
     const code_lengths litlen = lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}});
     const code_lengths dist = lengths_of(30, {{0, 1}});
-    const dynamic_header_t header = plain_header(litlen, dist);
+    const dynamic_header_t header = usual_header(litlen, dist);
     EXPECT_EQ("accepted", refusalOf(deflate_maker().stored({1, 2}, block_is::last)));
     EXPECT_EQ("the image data are broken at byte 2: a block of a type that does not exist",
               refusalOf(deflate_maker().block_header(3, block_is::last)));
@@ -222,7 +222,7 @@ TEST(PngReason, NamesOtherViolations) {
                                                .litlen_symbol(257)
                                                .bits(0x7FFF, 15))
                                      .find("bits that are no code"));
-    const dynamic_header_t endsOnly = plain_header(lengths_of(286, {{256, 1}}), dist);
+    const dynamic_header_t endsOnly = usual_header(lengths_of(286, {{256, 1}}), dist);
     EXPECT_NE(std::string::npos,
               refusalOf(deflate_maker().dynamic(endsOnly, block_is::last).bits(0x7FFF, 15))
                   .find("bits that are no code"));

@@ -125,7 +125,7 @@ TEST_F(Prepare, KeepsIndicesBeyondThePalette) {
     EXPECT_EQ(indices, oracle_decode_png(prepared)->pixels);
 }
 
-TEST_F(Prepare, TurnsIndicesIntoColoursOnRequest) {
+TEST_F(Prepare, TurnsIndicesIntoColorsOnRequest) {
     const png_maker image =
         png().indexed(2, 2).pixels({0, 1, 2, 255}).plte({10, 20, 30, 40, 50, 60, 70, 80, 90});
     const auto expanded = [&](const byte_vector& file) {
@@ -138,18 +138,18 @@ TEST_F(Prepare, TurnsIndicesIntoColoursOnRequest) {
               expanded(png_maker(image).trns({0, 128}).bytes())->pixels);
 }
 
-TEST_F(Prepare, TurnsIndicesOfEveryDepthIntoColours) {
+TEST_F(Prepare, TurnsIndicesOfEveryDepthIntoColors) {
     for (const uint8_t depth : std::vector<uint8_t>{1, 2, 4, 8}) {
         for (const bool interlaced : {false, true}) {
             const written_image_t image = noise_image(kIndexed, depth, interlaced, 11, 9);
-            byte_vector colours;
+            byte_vector colors;
             for (const uint32_t index : samples_of(image)) {
                 for (size_t channel = 3; channel-- > 0;) {
-                    colours.push_back(image.palette[index * 3 + channel]);
+                    colors.push_back(image.palette[index * 3 + channel]);
                 }
             }
             const byte_vector file = prepare(libpng_encode(image), "", {"--expand-palette"});
-            EXPECT_TRUE(same_pixels(colours, oracle_decode_png(file)->pixels, {11, 9, 33, 3}))
+            EXPECT_TRUE(same_pixels(colors, oracle_decode_png(file)->pixels, {11, 9, 33, 3}))
                 << "depth " << int{depth} << (interlaced ? ", interlaced" : "");
         }
     }
@@ -192,39 +192,39 @@ TEST_F(Prepare, CompressesWhatCanBeCompressed) {
     EXPECT_LT(prepare(image).size() * 4, image.size());
 }
 
-TEST_F(Prepare, KeepsKeyColoursAndSaysSo) {
-    written_image_t grey = noise_image(kGray, 2, false, 6, 6);
-    grey.trns = {0, 2};
-    const byte_vector prepared = prepare(libpng_encode(grey), kKeyNote);
+TEST_F(Prepare, KeepsKeyColorsAndSaysSo) {
+    written_image_t gray = noise_image(kGray, 2, false, 6, 6);
+    gray.trns = {0, 2};
+    const byte_vector prepared = prepare(libpng_encode(gray), kKeyNote);
     EXPECT_TRUE(
-        same_pixels(expectedSamples(grey), oracle_decode_png(prepared)->pixels, {6, 6, 6, 1}));
-    EXPECT_TRUE(samePicture(libpng_encode(grey), prepared, oracle_reading::with_key_alpha));
+        same_pixels(expectedSamples(gray), oracle_decode_png(prepared)->pixels, {6, 6, 6, 1}));
+    EXPECT_TRUE(samePicture(libpng_encode(gray), prepared, oracle_reading::with_key_alpha));
 
-    written_image_t colour = noise_image(kRgb, 16, true, 6, 6);
-    colour.trns = slice(colour.rows, 0, 6);
-    const byte_vector narrowed = prepare(libpng_encode(colour), kKeyNote + kNarrowingNote);
+    written_image_t color = noise_image(kRgb, 16, true, 6, 6);
+    color.trns = slice(color.rows, 0, 6);
+    const byte_vector narrowed = prepare(libpng_encode(color), kKeyNote + kNarrowingNote);
     EXPECT_TRUE(
-        same_pixels(expectedSamples(colour), oracle_decode_png(narrowed)->pixels, {6, 6, 18, 3}));
-    EXPECT_TRUE(samePicture(libpng_encode(colour), narrowed, oracle_reading::with_key_alpha));
+        same_pixels(expectedSamples(color), oracle_decode_png(narrowed)->pixels, {6, 6, 18, 3}));
+    EXPECT_TRUE(samePicture(libpng_encode(color), narrowed, oracle_reading::with_key_alpha));
 }
 
-TEST_F(Prepare, KeepsOfAKeyColourTheBitsThatSamplesHave) {
-    written_image_t grey = noise_image(kGray, 2, false, 6, 6);
-    grey.trns = {0xFF, 0xFE};
-    const byte_vector prepared = prepare(libpng_encode(grey), kKeyNote);
-    EXPECT_TRUE(samePicture(libpng_encode(grey), prepared, oracle_reading::with_key_alpha));
+TEST_F(Prepare, KeepsOfAKeyColorTheBitsThatSamplesHave) {
+    written_image_t gray = noise_image(kGray, 2, false, 6, 6);
+    gray.trns = {0xFF, 0xFE};
+    const byte_vector prepared = prepare(libpng_encode(gray), kKeyNote);
+    EXPECT_TRUE(samePicture(libpng_encode(gray), prepared, oracle_reading::with_key_alpha));
 }
 
-TEST_F(Prepare, TurnsKeyColoursIntoAlphaOnRequest) {
+TEST_F(Prepare, TurnsKeyColorsIntoAlphaOnRequest) {
     const auto expectAlpha = [&](const byte_vector& image, const char* note = "") {
         const oracle_image_t expected = *oracle_decode_png(image, oracle_reading::with_key_alpha);
         const auto prepared = oracle_decode_png(prepare(image, note, {"--key-to-alpha"}));
         EXPECT_TRUE(same_pixels(expected.pixels, prepared->pixels, layout_of(expected)));
     };
-    const png_maker grey = png().gray(2, 2).pixels({1, 7, 7, 9}).trns({0, 7});
+    const png_maker gray = png().gray(2, 2).pixels({1, 7, 7, 9}).trns({0, 7});
     EXPECT_EQ((byte_vector{1, 255, 7, 0, 7, 0, 9, 255}),
-              oracle_decode_png(prepare(grey.bytes(), "", {"--key-to-alpha"}))->pixels);
-    expectAlpha(grey.bytes());
+              oracle_decode_png(prepare(gray.bytes(), "", {"--key-to-alpha"}))->pixels);
+    expectAlpha(gray.bytes());
     expectAlpha(png().rgb(2, 1).pixels({1, 2, 3, 4, 5, 6}).trns({0, 4, 0, 5, 0, 6}).bytes());
     written_image_t deep = noise_image(kGray, 16, true, 5, 5);
     deep.trns = slice(deep.rows, 0, 2);
@@ -297,7 +297,7 @@ TEST(ImageTests, FindWhatReadingFinds) {
             byte_vector damaged = image;
             damaged[at] ^= 0x10;
             for (const byte_vector& file :
-                 {damaged, with_mended_crcs(damaged), slice(image, 0, at)}) {
+                 {damaged, with_correct_crcs(damaged), slice(image, 0, at)}) {
                 EXPECT_EQ(reasonAgainst(file, read), reasonAgainst(file, testPng)) << at;
             }
         }
@@ -319,7 +319,7 @@ TEST_F(Prepare, EndsOnEveryDamagedFile) {
     for (size_t at = 8; at < file.size(); at += 2) {
         byte_vector damaged = file;
         damaged[at] ^= 0x10;
-        write("in.png", with_mended_crcs(damaged));
+        write("in.png", with_correct_crcs(damaged));
         const ProgramOutcome outcome = tool({"prepare", "in.png", "out.png"});
         EXPECT_EQ(0, outcome.signal) << "byte " << at;
         EXPECT_TRUE(outcome.exitStatus == 1 || converterTakes(read("out.png"))) << at;

@@ -161,7 +161,7 @@ TEST(SurfaceMaker, WritesHeaderAlignedRowsAndZerosAroundThem) {
                     picture.made({.mode = mode, .rotation = rotation, .rowAlignment = alignment});
                 const uint32_t width = rotation == 90 ? 5 : 7, height = 12 - width;
                 const uint64_t bytes = bytesPerPixel(mode);
-                const uint64_t stride = plainStride(width, bytes, std::max(alignment, 1U));
+                const uint64_t stride = modelStride(width, bytes, std::max(alignment, 1U));
                 ASSERT_EQ(stride, surface.stride);
                 EXPECT_EQ(0U, stride % std::max(alignment, 1U));
                 EXPECT_TRUE(same_bytes(

@@ -66,7 +66,7 @@ TEST_F(View, DrawsWhatTheConverterWasGivenUprightAgain) {
     }
 }
 
-TEST_F(View, DrawsAlphaOnlySurfacesAsGrey) {
+TEST_F(View, DrawsAlphaOnlySurfacesAsGray) {
     const byte_vector image = png().gray(5, 6).bytes();
     makeSurface("a.surface", image, {"--alphaonly", "--rotation", "90"});
     const oracle_image_t given = *oracle_decode_png(image);
@@ -147,9 +147,9 @@ TEST_F(View, RefusesFilesWithoutPixelsAndKeepsTheOutput) {
         file.resize(24);
         return file;
     };
-    expectRefused(header(DsColorMode::Reserved6, 1), "colour mode 6 (Reserved6) has no pixels");
-    expectRefused(header(DsColorMode::Reserved8, 1), "colour mode 8 (Reserved8) has no pixels");
-    expectRefused(header(DsColorMode{77}, 1), "colour mode 77 is unknown");
+    expectRefused(header(DsColorMode::Reserved6, 1), "color mode 6 (Reserved6) has no pixels");
+    expectRefused(header(DsColorMode::Reserved8, 1), "color mode 8 (Reserved8) has no pixels");
+    expectRefused(header(DsColorMode{77}, 1), "color mode 77 is unknown");
     expectRefused(header(DsColorMode::I8, 0), "width 0 is not between 1 and 2147483647");
     expectRefused(header(DsColorMode::ARGB8888, 2),
                   "stride 4 is less than the 8 bytes of a line's pixels");

@@ -174,7 +174,7 @@ TEST(PixelEncoding, NarrowsIntoRgb565) {
 }
 
 // The color channels take the rule that widens, and nothing masks what it gives.
-TEST(PixelEncoding, SpillsArgb1555ChannelsIntoTheirNeighbours) {
+TEST(PixelEncoding, SpillsArgb1555ChannelsIntoTheirNeighbors) {
     expectEncoding<Mode::ARGB1555>([](const DsColor& c) {
         const uint32_t sum = (c.alpha >= 128 ? 32768 : 0) + ((c.red * 527 + 23) >> 6) * 1024 +
                              ((c.green * 527 + 23) >> 6) * 32 + ((c.blue * 527 + 23) >> 6);
@@ -253,7 +253,7 @@ TEST(PixelDecoding, RepeatsTheNibblesOfEveryArgb4444Word) {
         65536);
 }
 
-TEST(PixelDecoding, UsesThePaletteIndexAsGrey) {
+TEST(PixelDecoding, UsesThePaletteIndexAsGray) {
     expectDecoding<Mode::I8>([](uint32_t index) { return DsColor{255, index, index, index}; }, 256);
     expectDecoding<Mode::AI88>(
         [](uint32_t word) {

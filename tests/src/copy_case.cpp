@@ -37,25 +37,25 @@ void makeOpaque(test_rng& random, PixelRect& rect) {
 }
 
 // What the rule makes of the target's block.
-byte_vector plainResult(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect& target,
+byte_vector modelResult(const CopyKernel& kernel, const ModelCopy& copy, const PixelRect& target,
                         const PixelRect& source, uint32_t width, uint32_t height) {
     byte_vector block = target.block;
-    const uint32_t targetSize = plainPixelSize(copy.target);
-    const uint32_t sourceSize = plainPixelSize(copy.source);
+    const uint32_t targetSize = modelPixelSize(copy.target);
+    const uint32_t sourceSize = modelPixelSize(copy.source);
     for (uint32_t y = 0; y < height && targetSize != 0; ++y) {
         uint8_t* pixel = block.data() + target.start + size_t{y} * target.pitch * targetSize;
         const uint8_t* from =
             source.block.data() + source.start + size_t{y} * source.pitch * sourceSize;
         for (uint32_t x = 0; x < width; ++x, pixel += targetSize, from += sourceSize) {
-            plainStore(
+            modelStore(
                 copy.target, pixel,
-                (copy.*kernel.rule)(plainLoad(copy.target, pixel), plainLoad(copy.source, from)));
+                (copy.*kernel.rule)(modelLoad(copy.target, pixel), modelLoad(copy.source, from)));
         }
     }
     return block;
 }
 
-std::string describe(const CopyKernel& kernel, const PlainCopy& copy, uint32_t width,
+std::string describe(const CopyKernel& kernel, const ModelCopy& copy, uint32_t width,
                      uint32_t height) {
     std::ostringstream text;
     text << modeName(copy.source) << (kernel.run == blendPixels ? " over " : " into ")
@@ -65,7 +65,7 @@ std::string describe(const CopyKernel& kernel, const PlainCopy& copy, uint32_t w
 }
 
 pixel_layout_t layoutOf(DsColorMode mode, const PixelRect& rect, uint32_t width, uint32_t height) {
-    const uint64_t size = plainPixelSize(mode);
+    const uint64_t size = modelPixelSize(mode);
     return {width, height, rect.pitch * size, size, rect.start};
 }
 
@@ -78,16 +78,16 @@ PixelRect randomRect(test_rng& random, DsColorMode mode, uint32_t width, uint32_
     rect.pitch = width + random_between(random, 0, 5);
     const size_t pixels = height == 0 ? 0 : size_t{height - 1} * rect.pitch + width;
     const size_t behind = surroundings == Surroundings::Tight ? 0 : random_between(random, 1, 40);
-    rect.block = randomBytes(random, rect.start + pixels * plainPixelSize(mode) + behind);
+    rect.block = randomBytes(random, rect.start + pixels * modelPixelSize(mode) + behind);
     if (random() % 2 == 0) {
         makeOpaque(random, rect);
     }
     return rect;
 }
 
-void expectCopy(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect& target,
+void expectCopy(const CopyKernel& kernel, const ModelCopy& copy, const PixelRect& target,
                 const PixelRect& source, uint32_t width, uint32_t height) {
-    const byte_vector expected = plainResult(kernel, copy, target, source, width, height);
+    const byte_vector expected = modelResult(kernel, copy, target, source, width, height);
     const byte_vector tightSource = source.block; // without spare capacity
     forEachBackend([&] {
         byte_vector block = target.block;
@@ -108,7 +108,7 @@ void expectCopiesOfAllModes(const CopyKernel& kernel, uint32_t seed) {
             for (const uint32_t alphaMode : kAlphaModes) {
                 for (uint32_t width = 0; width <= 70; ++width) {
                     const uint32_t height = random_between(random, 0, 3);
-                    const PlainCopy copy = {target, source, alphaMode, random()};
+                    const ModelCopy copy = {target, source, alphaMode, random()};
                     expectCopy(kernel, copy,
                                randomRect(random, target, width, height, Surroundings::Guarded),
                                randomRect(random, source, width, height, Surroundings::Tight),
@@ -125,9 +125,9 @@ void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed) {
     for (const DsColorMode mode : kAllModes) {
         for (const uint32_t alphaMode : kAlphaModes) {
             for (uint32_t width = 0; width <= 70; ++width) {
-                const PlainCopy copy = {mode, mode, alphaMode, random()};
+                const ModelCopy copy = {mode, mode, alphaMode, random()};
                 const PixelRect rect = randomRect(random, mode, width, 2, Surroundings::Guarded);
-                const byte_vector expected = plainResult(kernel, copy, rect, rect, width, 2);
+                const byte_vector expected = modelResult(kernel, copy, rect, rect, width, 2);
                 forEachBackend([&] {
                     byte_vector block = rect.block;
                     uint8_t* pixels = block.data() + rect.start;
@@ -142,17 +142,17 @@ void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed) {
     }
 }
 
-void expectCopyOfBlocks(const CopyKernel& kernel, const PlainCopy& copy, const byte_vector& target,
+void expectCopyOfBlocks(const CopyKernel& kernel, const ModelCopy& copy, const byte_vector& target,
                         const byte_vector& source, uint32_t height) {
     expectCopy(kernel, copy, {target, 0, 256}, {source, 0, 256}, 256, height);
 }
 
-uint32_t copied(const CopyKernel& kernel, const PlainCopy& copy, uint32_t targetStored,
+uint32_t copied(const CopyKernel& kernel, const ModelCopy& copy, uint32_t targetStored,
                 uint32_t sourceStored) {
     uint8_t target[4] = {};
     uint8_t source[4] = {};
-    plainStore(copy.target, target, targetStored);
-    plainStore(copy.source, source, sourceStored);
+    modelStore(copy.target, target, targetStored);
+    modelStore(copy.source, source, sourceStored);
     kernel.run(target, 1, copy.target, source, 1, copy.source, 1, 1, copy.alphaMode, copy.color);
-    return plainLoad(copy.target, target);
+    return modelLoad(copy.target, target);
 }

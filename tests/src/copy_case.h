@@ -11,11 +11,11 @@
 /// A copying kernel and its rule.
 struct CopyKernel {
     decltype(&convertPixels) run;
-    uint32_t (PlainCopy::*rule)(uint32_t targetStored, uint32_t sourceStored) const;
+    uint32_t (ModelCopy::*rule)(uint32_t targetStored, uint32_t sourceStored) const;
 };
 
-inline constexpr CopyKernel kConvert = {convertPixels, &PlainCopy::converted};
-inline constexpr CopyKernel kBlend = {blendPixels, &PlainCopy::blended};
+inline constexpr CopyKernel kConvert = {convertPixels, &ModelCopy::converted};
+inline constexpr CopyKernel kBlend = {blendPixels, &ModelCopy::blended};
 
 /// A rectangle of pixels in a block: where it starts, and pixels from row to row.
 struct PixelRect {
@@ -34,7 +34,7 @@ PixelRect randomRect(test_rng& random, DsColorMode mode, uint32_t width, uint32_
                      Surroundings surroundings);
 
 /// Runs the kernel and compares the target's whole block with what the rule makes of it.
-void expectCopy(const CopyKernel& kernel, const PlainCopy& copy, const PixelRect& target,
+void expectCopy(const CopyKernel& kernel, const ModelCopy& copy, const PixelRect& target,
                 const PixelRect& source, uint32_t width, uint32_t height);
 
 /// Random rectangles of every width from 0 to 70, for every pair of modes and every alpha mode.
@@ -44,20 +44,20 @@ void expectCopiesOfAllModes(const CopyKernel& kernel, uint32_t seed);
 void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed);
 
 /// Runs the kernel on whole blocks of `height` rows of 256 pixels, and compares.
-void expectCopyOfBlocks(const CopyKernel& kernel, const PlainCopy& copy, const byte_vector& target,
+void expectCopyOfBlocks(const CopyKernel& kernel, const ModelCopy& copy, const byte_vector& target,
                         const byte_vector& source, uint32_t height);
 
 /// A single pixel through a kernel: the new stored value.
-uint32_t copied(const CopyKernel& kernel, const PlainCopy& copy, uint32_t targetStored,
+uint32_t copied(const CopyKernel& kernel, const ModelCopy& copy, uint32_t targetStored,
                 uint32_t sourceStored);
 
 /// `count` pixels of `mode`, the stored value of each given by its number.
 template <typename StoredAt>
 byte_vector makePixels(DsColorMode mode, uint32_t count, StoredAt storedAt) {
-    const uint32_t size = plainPixelSize(mode);
+    const uint32_t size = modelPixelSize(mode);
     byte_vector pixels(size_t{count} * size);
     for (uint32_t i = 0; i < count; ++i) {
-        plainStore(mode, pixels.data() + size_t{i} * size, storedAt(i));
+        modelStore(mode, pixels.data() + size_t{i} * size, storedAt(i));
     }
     return pixels;
 }

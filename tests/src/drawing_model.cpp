@@ -15,7 +15,7 @@ size_t bytesOfPixels(const DsSurface& surface) {
 
 byte_vector makeTightFile(int32_t width, int32_t height, DsColorMode mode, uint32_t rotation,
                           uint32_t seed) {
-    const uint32_t stride = (static_cast<uint32_t>(width) + seed % 5) * plainPixelSize(mode);
+    const uint32_t stride = (static_cast<uint32_t>(width) + seed % 5) * modelPixelSize(mode);
     byte_vector file = makeFileHeader(rotation, mode, static_cast<uint32_t>(width),
                                       static_cast<uint32_t>(height), stride);
     append(file, make_bytes(data_kind::noise, bytesOfPixels(DsSurface(file.data())), seed));
@@ -24,11 +24,11 @@ byte_vector makeTightFile(int32_t width, int32_t height, DsColorMode mode, uint3
 
 } // namespace
 
-PlainArea plainArea(const DsRect& rect) {
+ModelArea modelArea(const DsRect& rect) {
     return {rect.mX, rect.mY, rect.mWidth, rect.mHeight};
 }
 
-PlainArea overlap(const PlainArea& a, const PlainArea& b) {
+ModelArea overlap(const ModelArea& a, const ModelArea& b) {
     const int64_t x = std::max(a.x, b.x);
     const int64_t y = std::max(a.y, b.y);
     const int64_t right = std::min(a.x + a.width, b.x + b.width);
@@ -36,7 +36,7 @@ PlainArea overlap(const PlainArea& a, const PlainArea& b) {
     return {x, y, std::max<int64_t>(right - x, 0), std::max<int64_t>(bottom - y, 0)};
 }
 
-PlainPicture::PlainPicture(const DsSurface& surface, uint64_t blockSize)
+ModelPicture::ModelPicture(const DsSurface& surface, uint64_t blockSize)
     : mRotation(surface.getRotation())
     , mWidth(surface.getWidth())
     , mHeight(surface.getHeight())
@@ -51,11 +51,11 @@ PlainPicture::PlainPicture(const DsSurface& surface, uint64_t blockSize)
     }
 }
 
-bool PlainPicture::holds(const PlainPoint& p) const {
+bool ModelPicture::holds(const ModelPoint& p) const {
     return storedArray().holds(stored(p));
 }
 
-PlainPoint PlainPicture::stored(const PlainPoint& p) const {
+ModelPoint ModelPicture::stored(const ModelPoint& p) const {
     switch (mRotation) {
     case 90:
         return {p.y, mHeight - 1 - p.x};
@@ -68,7 +68,7 @@ PlainPoint PlainPicture::stored(const PlainPoint& p) const {
     }
 }
 
-PlainArea PlainPicture::stored(const PlainArea& area) const {
+ModelArea ModelPicture::stored(const ModelArea& area) const {
     const auto& [x, y, w, h] = area;
     switch (mRotation) {
     case 90:
@@ -82,17 +82,17 @@ PlainArea PlainPicture::stored(const PlainArea& area) const {
     }
 }
 
-size_t PlainPicture::offsetOf(const PlainPoint& storedPoint) const {
+size_t ModelPicture::offsetOf(const ModelPoint& storedPoint) const {
     return static_cast<size_t>(storedPoint.y) * mStride +
-           static_cast<size_t>(storedPoint.x) * plainPixelSize(mMode);
+           static_cast<size_t>(storedPoint.x) * modelPixelSize(mMode);
 }
 
-uint32_t PlainPicture::getStored(const PlainPoint& storedPoint) const {
-    return plainLoad(mMode, mBlock.data() + offsetOf(storedPoint));
+uint32_t ModelPicture::getStored(const ModelPoint& storedPoint) const {
+    return modelLoad(mMode, mBlock.data() + offsetOf(storedPoint));
 }
 
-void PlainPicture::set(const PlainPoint& p, uint32_t value) {
-    plainStore(mMode, mBlock.data() + offsetOf(stored(p)), value);
+void ModelPicture::set(const ModelPoint& p, uint32_t value) {
+    modelStore(mMode, mBlock.data() + offsetOf(stored(p)), value);
 }
 
 TightSurface::TightSurface(int32_t width, int32_t height, DsColorMode mode, uint32_t rotation,
@@ -100,16 +100,16 @@ TightSurface::TightSurface(int32_t width, int32_t height, DsColorMode mode, uint
     : mFile(makeTightFile(width, height, mode, rotation, seed))
     , surface(mFile.data()) {}
 
-void copyPlainly(PlainPicture& target, const PlainArea& clip, const PlainPoint& position,
-                 const DsSurface& source, PlainCopyRule rule, uint32_t alphaMode, uint32_t color) {
-    const PlainPicture from(source, bytesOfPixels(source));
-    const PlainCopy copy = {target.mode(), from.mode(), alphaMode, color};
+void copyByModel(ModelPicture& target, const ModelArea& clip, const ModelPoint& position,
+                 const DsSurface& source, ModelCopyRule rule, uint32_t alphaMode, uint32_t color) {
+    const ModelPicture from(source, bytesOfPixels(source));
+    const ModelCopy copy = {target.mode(), from.mode(), alphaMode, color};
     int32_t width = 0, height = 0;
     source.getSize(width, height);
-    const PlainArea drawn = target.stored(PlainArea{position.x, position.y, width, height});
-    for (const PlainPoint& p : target.pixels()) {
-        const PlainPoint stored = target.stored(p);
-        const PlainPoint taken = {stored.x - drawn.x, stored.y - drawn.y};
+    const ModelArea drawn = target.stored(ModelArea{position.x, position.y, width, height});
+    for (const ModelPoint& p : target.pixels()) {
+        const ModelPoint stored = target.stored(p);
+        const ModelPoint taken = {stored.x - drawn.x, stored.y - drawn.y};
         if (clip.holds(p) && drawn.holds(stored) && from.storedArray().holds(taken)) {
             target.set(p, (copy.*rule)(target.get(p), from.getStored(taken)));
         }

@@ -12,56 +12,56 @@
 
 inline constexpr uint32_t kRotations[] = {0, 90, 180, 270};
 
-struct PlainPoint {
+struct ModelPoint {
     int64_t x, y;
 };
 
 /// The pixels from (x, y) on, in numbers that cannot wrap.
-struct PlainArea {
+struct ModelArea {
     int64_t x, y, width, height;
 
-    bool holds(const PlainPoint& p) const {
+    bool holds(const ModelPoint& p) const {
         return p.x >= x && p.x < x + width && p.y >= y && p.y < y + height;
     }
 };
 
-PlainArea plainArea(const DsRect& rect);
+ModelArea modelArea(const DsRect& rect);
 /// What two areas share; sizes below 0 become 0.
-PlainArea overlap(const PlainArea& a, const PlainArea& b);
+ModelArea overlap(const ModelArea& a, const ModelArea& b);
 
 /// A copy of a surface's pixel block, by default the whole of it: padding and extra bytes are part
 /// of it.
-class PlainPicture {
+class ModelPicture {
 public:
-    explicit PlainPicture(const DsSurface& surface)
-        : PlainPicture(surface, surface.getDataSize()) {}
-    PlainPicture(const DsSurface& surface, uint64_t blockSize);
+    explicit ModelPicture(const DsSurface& surface)
+        : ModelPicture(surface, surface.getDataSize()) {}
+    ModelPicture(const DsSurface& surface, uint64_t blockSize);
 
     /// The pixels that there are, as the caller sees them.
-    const std::vector<PlainPoint>& pixels() const { return mPixels; }
-    bool holds(const PlainPoint& p) const;
+    const std::vector<ModelPoint>& pixels() const { return mPixels; }
+    bool holds(const ModelPoint& p) const;
 
     /// Where a caller's pixel or rectangle lies in the stored array.
-    PlainPoint stored(const PlainPoint& p) const;
-    PlainArea stored(const PlainArea& area) const;
+    ModelPoint stored(const ModelPoint& p) const;
+    ModelArea stored(const ModelArea& area) const;
 
-    uint32_t get(const PlainPoint& p) const { return getStored(stored(p)); }
-    uint32_t getStored(const PlainPoint& storedPoint) const;
-    void set(const PlainPoint& p, uint32_t value);
+    uint32_t get(const ModelPoint& p) const { return getStored(stored(p)); }
+    uint32_t getStored(const ModelPoint& storedPoint) const;
+    void set(const ModelPoint& p, uint32_t value);
 
     const byte_vector& block() const { return mBlock; }
     DsColorMode mode() const { return mMode; }
-    PlainArea storedArray() const { return {0, 0, mWidth, mHeight}; }
+    ModelArea storedArray() const { return {0, 0, mWidth, mHeight}; }
 
 private:
-    size_t offsetOf(const PlainPoint& storedPoint) const;
+    size_t offsetOf(const ModelPoint& storedPoint) const;
 
     uint32_t mRotation;
     int64_t mWidth, mHeight;
     DsColorMode mMode;
     uint64_t mStride;
     byte_vector mBlock;
-    std::vector<PlainPoint> mPixels;
+    std::vector<ModelPoint> mPixels;
 };
 
 /// A view over a surface file that ends with its last pixel, without the padding of its last line,
@@ -80,6 +80,6 @@ public:
 /// What a copy of `source` to (x, y) leaves of `target` inside its clip, a caller's rectangle. A
 /// source pixel falls on the stored pixel that lies as far from the stored corner of the target's
 /// rectangle; where the rotations are equal, that is the pixel as far from (x, y).
-using PlainCopyRule = uint32_t (PlainCopy::*)(uint32_t, uint32_t) const;
-void copyPlainly(PlainPicture& target, const PlainArea& clip, const PlainPoint& position,
-                 const DsSurface& source, PlainCopyRule rule, uint32_t alphaMode, uint32_t color);
+using ModelCopyRule = uint32_t (ModelCopy::*)(uint32_t, uint32_t) const;
+void copyByModel(ModelPicture& target, const ModelArea& clip, const ModelPoint& position,
+                 const DsSurface& source, ModelCopyRule rule, uint32_t alphaMode, uint32_t color);

@@ -58,19 +58,19 @@ double inRadians(float degrees) {
     return product / 180.0;
 }
 
-float plainNormalized(float angle) {
+float modelNormalized(float angle) {
     const auto n = static_cast<float>(std::fmod(static_cast<double>(angle), 360.0));
     return n < 0 ? n + 360.0F : n;
 }
 
-int plainQuadrant(float normalized) {
+int modelQuadrant(float normalized) {
     // What does not fit an integer comes out as one whose low byte is 0.
     return std::isnan(normalized)
                ? 0
                : static_cast<int>(std::floor(static_cast<double>(normalized) / 90.0));
 }
 
-struct PlainBox {
+struct ModelBox {
     float minX, maxX, minY, maxY;
 
     void extendBy(const DsFPoint& p) {
@@ -91,14 +91,14 @@ struct PlainBox {
 
 // Extends a box by an arc, given its points at angles and at axes.
 template <typename PointAt, typename AxisAt>
-void extendByPlainArc(PlainBox& box, float startAngle, float endAngle, PointAt pointAt,
+void extendByModelArc(ModelBox& box, float startAngle, float endAngle, PointAt pointAt,
                       AxisAt axisAt) {
-    const float start = plainNormalized(startAngle);
-    const float end = plainNormalized(endAngle);
+    const float start = modelNormalized(startAngle);
+    const float end = modelNormalized(endAngle);
     box.extendBy(pointAt(start));
     box.extendBy(pointAt(end));
-    const int first = plainQuadrant(start);
-    const int last = plainQuadrant(end);
+    const int first = modelQuadrant(start);
+    const int last = modelQuadrant(end);
     if (first == last && !(start > end)) {
         return;
     }
@@ -110,7 +110,7 @@ void extendByPlainArc(PlainBox& box, float startAngle, float endAngle, PointAt p
     }
 }
 
-struct PlainEllipse {
+struct ModelEllipse {
     float centerX, centerY, radiusX, radiusY;
 
     float radiusX2() const { return radiusX * radiusX; }
@@ -130,7 +130,7 @@ struct PlainEllipse {
 
     // The mirror image: exchange the axes.
     DsFSpan horizontalSpanAt(float y) const {
-        return PlainEllipse{centerY, centerX, radiusY, radiusX}.verticalSpanAt(y);
+        return ModelEllipse{centerY, centerX, radiusY, radiusX}.verticalSpanAt(y);
     }
 
     float radiusAt(float angle) const {
@@ -149,35 +149,35 @@ struct PlainEllipse {
     }
 
     DsFRect arcBounds(bool sector, float start, float end) const {
-        PlainBox box = {centerX, centerX, centerY, centerY};
+        ModelBox box = {centerX, centerX, centerY, centerY};
         if (!sector) {
             box = {centerX + radiusX, centerX - radiusX, centerY + radiusY, centerY - radiusY};
         }
-        extendByPlainArc(
+        extendByModelArc(
             box, start, end, [this](float angle) { return pointAt(angle); },
             [this](int axis) { return pointAt(static_cast<float>(axis * 90)); });
         return {box.minX, box.minY, box.maxX - box.minX, box.maxY - box.minY};
     }
 };
 
-DsFPoint plainUnitPoint(double radians) {
+DsFPoint modelUnitPoint(double radians) {
     return {static_cast<float>(std::cos(radians)), -static_cast<float>(std::sin(radians))};
 }
 
-PlainBox plainUnitArc(bool sector, float start, float end) {
-    PlainBox box = {1, -1, 1, -1};
+ModelBox modelUnitArc(bool sector, float start, float end) {
+    ModelBox box = {1, -1, 1, -1};
     if (sector) {
         box = {0, 0, 0, 0};
     }
-    extendByPlainArc(
-        box, start, end, [](float angle) { return plainUnitPoint(inRadians(angle)); },
-        [](int axis) { return plainUnitPoint(static_cast<double>(axis) * kPi * 0.5); });
+    extendByModelArc(
+        box, start, end, [](float angle) { return modelUnitPoint(inRadians(angle)); },
+        [](int axis) { return modelUnitPoint(static_cast<double>(axis) * kPi * 0.5); });
     return box;
 }
 
 // ---- Makers
 
-DsEllipse ellipseOf(const PlainEllipse& plain) {
+DsEllipse ellipseOf(const ModelEllipse& plain) {
     return DsEllipse({plain.centerX, plain.centerY}, {plain.radiusX, plain.radiusY});
 }
 
@@ -196,7 +196,7 @@ std::array<float, 8> fieldsOf(const DsEllipse& ellipse) {
     return fields;
 }
 
-void expectFields(const PlainEllipse& plain, const DsEllipse& ellipse) {
+void expectFields(const ModelEllipse& plain, const DsEllipse& ellipse) {
     const float x2 = plain.radiusX2(), y2 = plain.radiusY2();
     const std::array<float, 8> expected = {
         plain.centerX, plain.centerY, plain.radiusX, plain.radiusY, x2, y2, x2 / y2, y2 / x2};
@@ -212,7 +212,7 @@ float randomNumber(test_rng& random, float limit) {
     return (static_cast<float>(random() % 2000001) / 1000000.0F - 1.0F) * limit;
 }
 
-PlainEllipse randomEllipse(test_rng& random) {
+ModelEllipse randomEllipse(test_rng& random) {
     constexpr float kSizes[] = {0.01F, 1, 30, 1000, 3e6F};
     const float size = kSizes[random() % std::size(kSizes)];
     return {randomNumber(random, size), randomNumber(random, size),
@@ -234,13 +234,13 @@ float randomAngle(test_rng& random) {
     }
 }
 
-PlainBox unitArc(bool sector, float start, float end) {
-    PlainBox box = {9, 9, 9, 9};
+ModelBox unitArc(bool sector, float start, float end) {
+    ModelBox box = {9, 9, 9, 9};
     unitArcExtents(sector, box.minX, box.maxX, box.minY, box.maxY, start, end);
     return box;
 }
 
-void expectBox(const PlainBox& expected, const PlainBox& actual) {
+void expectBox(const ModelBox& expected, const ModelBox& actual) {
     expectBits(expected.minX, actual.minX, "minX");
     expectBits(expected.maxX, actual.maxX, "maxX");
     expectBits(expected.minY, actual.minY, "minY");
@@ -277,7 +277,7 @@ TEST(Ellipse, RecomputesItsCachedValuesWithTheRadii) {
     test_rng random(81);
     for (int round = 0; round < 3000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse plain = randomEllipse(random);
+        const ModelEllipse plain = randomEllipse(random);
         DsEllipse ellipse({plain.centerX, plain.centerY}, {1, 2});
         ellipse.setRadii({plain.radiusX, plain.radiusY});
         expectFields(plain, ellipse);
@@ -299,7 +299,7 @@ TEST(EllipseFromRect, FormsTheCenterInDoublePrecision) {
     test_rng random(82);
     for (int round = 0; round < 5000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse numbers = randomEllipse(random);
+        const ModelEllipse numbers = randomEllipse(random);
         const float x = numbers.centerX * 100, y = numbers.centerY * 100;
         const float w = numbers.radiusX, h = numbers.radiusY;
         DsEllipse ellipse({0, 0}, {1, 1});
@@ -331,7 +331,7 @@ TEST(EllipseBounds, AreCenterLessRadiiAndTwiceTheRadii) {
     test_rng random(83);
     for (int round = 0; round < 3000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse e = randomEllipse(random);
+        const ModelEllipse e = randomEllipse(random);
         expectRectF(DsFRect(e.centerX - e.radiusX, e.centerY - e.radiusY, e.radiusX + e.radiusX,
                             e.radiusY + e.radiusY),
                     ellipseOf(e).bounds());
@@ -342,7 +342,7 @@ TEST(EllipseMoveBy, MovesTheCenterAndReturnsTheBounds) {
     test_rng random(84);
     for (int round = 0; round < 1000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse e = randomEllipse(random);
+        const ModelEllipse e = randomEllipse(random);
         const DsFPoint offset = {randomNumber(random, 100), randomNumber(random, 100)};
         DsEllipse ellipse = ellipseOf(e);
         const DsFRect moved = ellipse.moveBy(offset);
@@ -355,12 +355,12 @@ TEST(EllipseMapping, TurnsTheCenterBetweenPixelsAndExchangesTheRadii) {
     test_rng random(85);
     for (int round = 0; round < 500; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse e = randomEllipse(random);
+        const ModelEllipse e = randomEllipse(random);
         const auto width = static_cast<int32_t>(random());
         const auto height = static_cast<int32_t>(random() % 5000);
         const auto W = static_cast<float>(width);
         const auto H = static_cast<float>(height);
-        const auto expectMapped = [&](uint32_t rotation, const PlainEllipse& expected) {
+        const auto expectMapped = [&](uint32_t rotation, const ModelEllipse& expected) {
             DsEllipse ellipse = ellipseOf(e);
             ellipse.mapToSurface(SurfaceShape(rotation, width, height).surface);
             expectFields(expected, ellipse);
@@ -404,7 +404,7 @@ TEST(EllipseSpans, FollowTheOrderOfOperationsBitByBit) {
     test_rng random(86);
     for (int round = 0; round < 30000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse plain = randomEllipse(random);
+        const ModelEllipse plain = randomEllipse(random);
         const DsEllipse ellipse = ellipseOf(plain);
         const float x = plain.centerX + plain.radiusX * randomNumber(random, 1.1F);
         const float y = plain.centerY + plain.radiusY * randomNumber(random, 1.1F);
@@ -419,7 +419,7 @@ TEST(EllipseSpans, LieOnTheTrueEllipseWithinRounding) {
     test_rng random(87);
     for (int round = 0; round < 30000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        PlainEllipse plain = randomEllipse(random);
+        ModelEllipse plain = randomEllipse(random);
         plain.centerX = plain.centerY = 0;
         const float x = plain.radiusX * randomNumber(random, 1.0F);
         const DsFSpan span = ellipseOf(plain).verticalSpanAt(x);
@@ -461,7 +461,7 @@ TEST(EllipseSpans, AreEmptyForNanAndInfinity) {
 TEST(EllipseSpans, MayBeNanAtTheVeryEdge) {
     int nans = 0;
     for (int i = 1; i < 300; ++i) {
-        const PlainEllipse plain = {0, 0, static_cast<float>(i) * 0.7F, 3.3F};
+        const ModelEllipse plain = {0, 0, static_cast<float>(i) * 0.7F, 3.3F};
         const DsFSpan expected = plain.verticalSpanAt(plain.radiusX);
         expectSpan(expected.first, expected.last, ellipseOf(plain).verticalSpanAt(plain.radiusX));
         nans += std::isnan(expected.first) ? 1 : 0;
@@ -492,7 +492,7 @@ TEST(EllipsePolar, FollowsTheOrderOfOperationsBitByBit) {
     test_rng random(88);
     for (int round = 0; round < 20000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse plain = randomEllipse(random);
+        const ModelEllipse plain = randomEllipse(random);
         const DsEllipse ellipse = ellipseOf(plain);
         const float angle = randomAngle(random);
         expectBits(plain.radiusAt(angle), ellipse.radiusAt(angle), "radius");
@@ -504,7 +504,7 @@ TEST(EllipsePolar, LiesOnTheTrueEllipseWithinRounding) {
     test_rng random(89);
     for (int round = 0; round < 20000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        PlainEllipse plain = randomEllipse(random);
+        ModelEllipse plain = randomEllipse(random);
         plain.radiusX += 0.01F;
         plain.radiusY += 0.01F;
         const float angle = randomNumber(random, 720);
@@ -564,7 +564,7 @@ TEST(ArcBounds, FollowTheOrderOfOperationsBitByBit) {
     test_rng random(90);
     for (int round = 0; round < 20000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse plain = randomEllipse(random);
+        const ModelEllipse plain = randomEllipse(random);
         const float start = randomAngle(random), end = randomAngle(random);
         const bool sector = random() % 2 == 0;
         expectRectF(plain.arcBounds(sector, start, end),
@@ -577,7 +577,7 @@ TEST(ArcBounds, HoldTheTrueArcWithinRounding) {
     test_rng random(91);
     for (int round = 0; round < 5000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const PlainEllipse plain = {randomNumber(random, 50), randomNumber(random, 50),
+        const ModelEllipse plain = {randomNumber(random, 50), randomNumber(random, 50),
                                     std::fabs(randomNumber(random, 40)) + 1,
                                     std::fabs(randomNumber(random, 40)) + 1};
         const auto start = static_cast<float>(random() % 3600) / 10.0F;
@@ -609,7 +609,7 @@ TEST(ArcBounds, HoldTheTrueArcWithinRounding) {
 }
 
 TEST(ArcBounds, EndForNanAndInfiniteAngles) {
-    const PlainEllipse plain = {5, 3, 5, 3};
+    const ModelEllipse plain = {5, 3, 5, 3};
     const DsEllipse ellipse = ellipseOf(plain);
     for (const float angle : {kNan, kInf, -kInf}) {
         for (const float other : {0.0F, 45.0F, 100.0F, 200.0F, 300.0F, kNan, kInf}) {
@@ -629,8 +629,8 @@ TEST(ArcBounds, EndForNanAndInfiniteAngles) {
 
 // A start angle may normalize to 360; its walk passes all axes up to the end's.
 TEST(ArcBounds, WalkFromATinyNegativeStart) {
-    const PlainEllipse plain = {5, 3, 5, 3};
-    ASSERT_EQ(360.0F, plainNormalized(-0.000001F));
+    const ModelEllipse plain = {5, 3, 5, 3};
+    ASSERT_EQ(360.0F, modelNormalized(-0.000001F));
     for (const float end : {10.0F, 100.0F, 200.0F, 300.0F}) {
         SCOPED_TRACE(testing::Message() << "end " << end);
         expectRectF(plain.arcBounds(false, -0.000001F, end),
@@ -645,21 +645,21 @@ TEST(UnitArcExtents, FollowTheOrderOfOperationsBitByBit) {
         SCOPED_TRACE(testing::Message() << "round " << round);
         const float start = randomAngle(random), end = randomAngle(random);
         for (const bool sector : {false, true}) {
-            expectBox(plainUnitArc(sector, start, end), unitArc(sector, start, end));
+            expectBox(modelUnitArc(sector, start, end), unitArc(sector, start, end));
         }
     }
 }
 
 TEST(UnitArcExtents, CoverQuadrantsAndTheWholeCircle) {
     constexpr float kSmall = 1e-7F;
-    const PlainBox quarter = unitArc(false, 0, 90);
+    const ModelBox quarter = unitArc(false, 0, 90);
     EXPECT_NEAR(0, quarter.minX, kSmall);
     EXPECT_EQ(1.0F, quarter.maxX);
     EXPECT_EQ(-1.0F, quarter.minY);
     EXPECT_NEAR(0, quarter.maxY, kSmall);
     expectBox({-1, 1, -1, 1}, unitArc(false, 10, 5));
     expectBox({-1, 1, -1, 1}, unitArc(true, 10, 5));
-    const PlainBox slice = unitArc(true, 30, 60);
+    const ModelBox slice = unitArc(true, 30, 60);
     EXPECT_EQ(0.0F, slice.minX);
     EXPECT_EQ(0.0F, slice.maxY);
 }
@@ -682,13 +682,13 @@ TEST(UnitArcExtents, EndForNanAndInfiniteAngles) {
         SCOPED_TRACE(testing::Message() << "angle " << angle);
         expectBox({1, -1, 1, -1}, unitArc(false, angle, angle));
         expectBox({0, 0, 0, 0}, unitArc(true, angle, angle));
-        expectBox(plainUnitArc(false, angle, 200), unitArc(false, angle, 200));
-        expectBox(plainUnitArc(false, 200, angle), unitArc(false, 200, angle));
+        expectBox(modelUnitArc(false, angle, 200), unitArc(false, angle, 200));
+        expectBox(modelUnitArc(false, 200, angle), unitArc(false, 200, angle));
     }
 }
 
 TEST(UnitArcExtents, WalkFromATinyNegativeStart) {
-    expectBox(plainUnitArc(false, -0.000001F, 10), unitArc(false, -0.000001F, 10));
+    expectBox(modelUnitArc(false, -0.000001F, 10), unitArc(false, -0.000001F, 10));
     expectBox({-1, 1, -1, 1}, unitArc(false, -0.000001F, 10));
 }
 

@@ -22,7 +22,7 @@ uint32_t blended(Mode target, Mode source, uint32_t targetStored, uint32_t sourc
     return copied(kBlend, {target, source, alphaMode, color}, targetStored, sourceStored);
 }
 
-constexpr uint32_t grey(uint32_t alpha, uint32_t level) {
+constexpr uint32_t gray(uint32_t alpha, uint32_t level) {
     return alpha << 24 | level << 16 | level << 8 | level;
 }
 
@@ -32,31 +32,31 @@ uint32_t formula(uint32_t cd, uint32_t cs, uint32_t s) {
 }
 
 // 256 by 256 opaque gray pixels: the level is the column.
-byte_vector greyColumns(Mode mode) {
+byte_vector grayColumns(Mode mode) {
     return makePixels(mode, 65536, [mode](uint32_t i) {
-        return plainEncode(mode, {255, i % 256, i % 256, i % 256});
+        return modelEncode(mode, {255, i % 256, i % 256, i % 256});
     });
 }
 
 // 256 by 256 ARGB8888 pixels of one alpha: the gray level is the line.
-byte_vector greyLines(uint32_t alpha) {
-    return makePixels(Mode::ARGB8888, 65536, [alpha](uint32_t i) { return grey(alpha, i / 256); });
+byte_vector grayLines(uint32_t alpha) {
+    return makePixels(Mode::ARGB8888, 65536, [alpha](uint32_t i) { return gray(alpha, i / 256); });
 }
 
 // Blends every gray level of every alpha over every opaque gray level.
 void expectAllTriples(Mode target) {
-    const byte_vector columns = greyColumns(target);
+    const byte_vector columns = grayColumns(target);
     for (uint32_t s = 0; s < 256; s += kAlphaStep) {
-        const byte_vector lines = greyLines(s);
+        const byte_vector lines = grayLines(s);
         const byte_vector expected = makePixels(target, 65536, [=](uint32_t i) {
             const uint32_t level = formula(i % 256, i / 256, s);
-            return plainEncode(target, {255, level, level, level});
+            return modelEncode(target, {255, level, level, level});
         });
         forEachBackend([&] {
             byte_vector pixels = columns;
             blendPixels(pixels.data(), 256, target, lines.data(), 256, Mode::ARGB8888, 256, 256, 0,
                         0);
-            const uint64_t size = plainPixelSize(target);
+            const uint64_t size = modelPixelSize(target);
             EXPECT_TRUE(same_pixels(expected, pixels, {256, 256, 256 * size, size}))
                 << "ARGB8888 over " << modeName(target) << ", source alpha " << s;
         });
@@ -64,7 +64,7 @@ void expectAllTriples(Mode target) {
     }
 }
 
-TEST(BlendPixels, FollowsThePlainRuleForEveryPairOfModes) {
+TEST(BlendPixels, FollowsTheModelForEveryPairOfModes) {
     expectCopiesOfAllModes(kBlend, 41);
 }
 
@@ -82,7 +82,7 @@ TEST(BlendPixels, IsExactForAllStoredValuesOfRgb565) {
     for (uint32_t s = 0; s < 256; s += 15) {
         for (const uint32_t turn : {0U, 77U, 154U}) {
             const byte_vector source = makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) {
-                return grey(s, (i + i / 256 + turn) % 256);
+                return gray(s, (i + i / 256 + turn) % 256);
             });
             expectCopyOfBlocks(kBlend, {Mode::RGB565, Mode::ARGB8888, 0, 0}, values, source, 256);
         }
@@ -108,7 +108,7 @@ TEST(BlendPixels, ComposesOverEveryStoredValueOfTwoBytes) {
     for (const Mode target : kTwoByteModes) {
         for (const Mode source : kAllModes) {
             const byte_vector noise =
-                make_bytes(data_kind::noise, size_t{65536} * plainPixelSize(source), 5);
+                make_bytes(data_kind::noise, size_t{65536} * modelPixelSize(source), 5);
             expectCopyOfBlocks(kBlend, {target, source, 0, 0x12345678}, allStoredValues(target),
                                noise, 256);
         }
@@ -119,7 +119,7 @@ TEST(BlendPixels, TakesEveryStoredValueOfTwoBytesAsItsSource) {
     for (const Mode source : kTwoByteModes) {
         for (const Mode target : kAllModes) {
             const byte_vector noise =
-                make_bytes(data_kind::noise, size_t{65536} * plainPixelSize(target), 6);
+                make_bytes(data_kind::noise, size_t{65536} * modelPixelSize(target), 6);
             expectCopyOfBlocks(kBlend, {target, source, 2, 0x12345678}, noise,
                                allStoredValues(source), 256);
         }
@@ -156,25 +156,25 @@ TEST(BlendPixels, PaintsTheConstantColorThroughEveryMaskOverEveryAlpha) {
 
 TEST(BlendPixels, LeavesOpaquePixelsUnderATransparentSource) {
     for (uint32_t level = 0; level < 256; ++level) {
-        EXPECT_EQ(grey(255, level),
-                  blended(Mode::ARGB8888, Mode::ARGB8888, grey(255, level), 0x00FFFFFF))
+        EXPECT_EQ(gray(255, level),
+                  blended(Mode::ARGB8888, Mode::ARGB8888, gray(255, level), 0x00FFFFFF))
             << "level " << level;
     }
     for (const Mode target : {Mode::RGB888, Mode::RGB565, Mode::I8}) {
-        const uint32_t stored = 0x00C0FFEE % (1U << (8 * plainPixelSize(target)));
+        const uint32_t stored = 0x00C0FFEE % (1U << (8 * modelPixelSize(target)));
         EXPECT_EQ(stored, blended(target, Mode::ARGB8888, stored, 0x00FFFFFF)) << modeName(target);
     }
 }
 
 TEST(BlendPixels, MultipliesTranslucentPixelsUnderATransparentSource) {
-    EXPECT_EQ(grey(128, 100), blended(Mode::ARGB8888, Mode::ARGB8888, grey(128, 200), 0));
+    EXPECT_EQ(gray(128, 100), blended(Mode::ARGB8888, Mode::ARGB8888, gray(128, 200), 0));
 }
 
 TEST(BlendPixels, WritesAnOpaqueSourceAsItIs) {
     for (uint32_t level = 0; level < 256; ++level) {
         for (const uint32_t below : {0U, 0x80123456U, 0xFFFFFFFFU}) {
-            EXPECT_EQ(grey(255, level),
-                      blended(Mode::ARGB8888, Mode::ARGB8888, below, grey(255, level)))
+            EXPECT_EQ(gray(255, level),
+                      blended(Mode::ARGB8888, Mode::ARGB8888, below, gray(255, level)))
                 << "level " << level << " over " << below;
         }
     }
@@ -183,8 +183,8 @@ TEST(BlendPixels, WritesAnOpaqueSourceAsItIs) {
 TEST(BlendPixels, MultipliesTheSourceByItsAlphaOverTransparentPixels) {
     for (uint32_t s = 0; s < 256; ++s) {
         for (uint32_t cs = 0; cs < 256; ++cs) {
-            ASSERT_EQ(grey(s, cs * s / 255),
-                      blended(Mode::ARGB8888, Mode::ARGB8888, 0x00ABCDEF, grey(s, cs)))
+            ASSERT_EQ(gray(s, cs * s / 255),
+                      blended(Mode::ARGB8888, Mode::ARGB8888, 0x00ABCDEF, gray(s, cs)))
                 << "level " << cs << ", alpha " << s;
         }
     }
@@ -200,16 +200,16 @@ TEST(BlendPixels, LetsNothingOfAnArgb1555TargetTakePart) {
 }
 
 TEST(BlendPixels, TakesAnArgb1555SourceForTransparent) {
-    EXPECT_EQ(grey(255, 60), blended(Mode::ARGB8888, Mode::ARGB1555, grey(255, 60), 0xFFFF));
-    EXPECT_EQ(grey(255, 255),
-              blended(Mode::ARGB8888, Mode::ARGB1555, grey(255, 60), 0x7FFF, 1, 255));
+    EXPECT_EQ(gray(255, 60), blended(Mode::ARGB8888, Mode::ARGB1555, gray(255, 60), 0xFFFF));
+    EXPECT_EQ(gray(255, 255),
+              blended(Mode::ARGB8888, Mode::ARGB1555, gray(255, 60), 0x7FFF, 1, 255));
 }
 
 TEST(BlendPixels, TakesModesWithoutPixelsForTransparent) {
     for (const Mode source : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
-        EXPECT_EQ(grey(255, 60), blended(Mode::ARGB8888, source, grey(255, 60), 0, 0, 0xFFFFFFFF))
+        EXPECT_EQ(gray(255, 60), blended(Mode::ARGB8888, source, gray(255, 60), 0, 0, 0xFFFFFFFF))
             << modeName(source);
-        EXPECT_EQ(grey(255, 0), blended(Mode::ARGB8888, source, grey(255, 60), 0, 1, 0xFFFFFFFF))
+        EXPECT_EQ(gray(255, 0), blended(Mode::ARGB8888, source, gray(255, 60), 0, 1, 0xFFFFFFFF))
             << modeName(source);
     }
 }

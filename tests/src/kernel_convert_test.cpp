@@ -17,14 +17,14 @@ uint32_t converted(Mode target, Mode source, uint32_t stored, uint32_t alphaMode
 }
 
 // Converts a block of source pixels, 256 a line, into a mode.
-void expectConversion(const PlainCopy& copy, const byte_vector& source) {
-    const size_t pixels = source.size() / plainPixelSize(copy.source);
+void expectConversion(const ModelCopy& copy, const byte_vector& source) {
+    const size_t pixels = source.size() / modelPixelSize(copy.source);
     const byte_vector target =
-        make_bytes(data_kind::noise, pixels * plainPixelSize(copy.target) + 1, 3);
+        make_bytes(data_kind::noise, pixels * modelPixelSize(copy.target) + 1, 3);
     expectCopyOfBlocks(kConvert, copy, target, source, static_cast<uint32_t>(pixels / 256));
 }
 
-TEST(ConvertPixels, FollowsThePlainRuleForEveryPairOfModes) {
+TEST(ConvertPixels, FollowsTheModelForEveryPairOfModes) {
     expectCopiesOfAllModes(kConvert, 31);
 }
 
@@ -52,7 +52,7 @@ TEST(ConvertPixels, WritesEveryPairOfAlphaAndColorIntoEveryMode) {
 TEST(ConvertPixels, ScalesEveryAlphaByEveryConstantAlpha) {
     for (const Mode source : {Mode::ARGB8888, Mode::ARGB4444, Mode::AI88, Mode::A8}) {
         const byte_vector alphas = makePixels(source, 256, [source](uint32_t alpha) {
-            return plainEncode(source, {alpha, 255 - alpha, 9, alpha});
+            return modelEncode(source, {alpha, 255 - alpha, 9, alpha});
         });
         for (uint32_t constant = 0; constant < 256; ++constant) {
             expectConversion({Mode::ARGB8888, source, 2, 0xC0FFEE00 | constant}, alphas);
@@ -100,7 +100,7 @@ TEST(ConvertPixels, DoesNotReadTheAlphaBitOfArgb1555) {
     EXPECT_EQ(0x00FFFFFFU, converted(Mode::ARGB8888, Mode::ARGB1555, 0xFFFF));
 }
 
-TEST(ConvertPixels, ReadsIndicesAsGrey) {
+TEST(ConvertPixels, ReadsIndicesAsGray) {
     EXPECT_EQ(0xFF282828U, converted(Mode::ARGB8888, Mode::I8, 40));
     EXPECT_EQ(0x07282828U, converted(Mode::ARGB8888, Mode::AI88, 0x0728));
 }
@@ -111,7 +111,7 @@ TEST(ConvertPixels, WritesBlueAsTheIndex) {
 }
 
 TEST(ConvertPixels, PaintsTheConstantColorThroughAnA8Source) {
-    const uint32_t color = plainWord({200, 1, 2, 3});
+    const uint32_t color = modelWord({200, 1, 2, 3});
     EXPECT_EQ(0x64010203U, converted(Mode::ARGB8888, Mode::A8, 100, 0, color));
     EXPECT_EQ(0xC8010203U, converted(Mode::ARGB8888, Mode::A8, 100, 1, color));
     EXPECT_EQ(0x4E010203U, converted(Mode::ARGB8888, Mode::A8, 100, 2, color));
@@ -119,7 +119,7 @@ TEST(ConvertPixels, PaintsTheConstantColorThroughAnA8Source) {
 }
 
 TEST(ConvertPixels, ReadsModesWithoutPixelsAsZeros) {
-    const uint32_t color = plainWord({200, 1, 2, 3});
+    const uint32_t color = modelWord({200, 1, 2, 3});
     for (const Mode source : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
         EXPECT_EQ(0U, converted(Mode::ARGB8888, source, 0, 0, color)) << modeName(source);
         EXPECT_EQ(0xC8000000U, converted(Mode::ARGB8888, source, 0, 1, color)) << modeName(source);

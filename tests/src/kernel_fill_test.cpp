@@ -23,14 +23,14 @@ struct Fill {
 };
 
 void expectFill(const Fill& fill) {
-    const uint32_t size = plainPixelSize(fill.mode);
+    const uint32_t size = modelPixelSize(fill.mode);
     const size_t lineBytes = size_t{fill.pitch} * size;
     const byte_vector before =
         make_bytes(data_kind::noise, kGuard + fill.height * lineBytes + kGuard, fill.width);
     byte_vector expected = before;
     for (uint32_t y = 0; y < fill.height; ++y) {
         for (uint32_t x = 0; x < fill.width; ++x) {
-            plainStore(fill.mode, &expected[fill.start + y * lineBytes + size_t{x} * size],
+            modelStore(fill.mode, &expected[fill.start + y * lineBytes + size_t{x} * size],
                        fill.value);
         }
     }

@@ -28,9 +28,9 @@ uint32_t field(uint32_t word, uint32_t lowestBit, uint32_t bitCount) {
 }
 
 // What the target weighs in a painted pixel, each term multiplied by what the color leaves.
-PlainColor targetTerms(DsColorMode mode, uint32_t p, uint32_t rest) {
+ModelColor targetTerms(DsColorMode mode, uint32_t p, uint32_t rest) {
     const auto terms = [rest](uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
-        return PlainColor{alpha * rest, red * alpha * rest, green * alpha * rest,
+        return ModelColor{alpha * rest, red * alpha * rest, green * alpha * rest,
                           blue * alpha * rest};
     };
     switch (mode) {
@@ -57,11 +57,11 @@ PlainColor targetTerms(DsColorMode mode, uint32_t p, uint32_t rest) {
 
 } // namespace
 
-PlainColor plainColor(uint32_t word) {
+ModelColor modelColor(uint32_t word) {
     return {field(word, 0, 8), field(word, 8, 8), field(word, 16, 8), field(word, 24, 8)};
 }
 
-uint32_t plainWord(const PlainColor& color) {
+uint32_t modelWord(const ModelColor& color) {
     return color.alpha + (color.red << 8) + (color.green << 16) + (color.blue << 24);
 }
 
@@ -72,27 +72,27 @@ std::string modeName(DsColorMode mode) {
     return number <= 9 ? kNames[number] : "mode " + std::to_string(number);
 }
 
-uint32_t plainPixelSize(DsColorMode mode) {
+uint32_t modelPixelSize(DsColorMode mode) {
     constexpr uint32_t kSizes[] = {4, 3, 2, 2, 2, 1, 0, 2, 0, 1};
     const auto number = static_cast<uint32_t>(mode);
     return number <= 9 ? kSizes[number] : 0;
 }
 
-uint32_t plainLoad(DsColorMode mode, const uint8_t* pixel) {
+uint32_t modelLoad(DsColorMode mode, const uint8_t* pixel) {
     uint32_t stored = 0;
-    for (uint32_t i = plainPixelSize(mode); i-- > 0;) {
+    for (uint32_t i = modelPixelSize(mode); i-- > 0;) {
         stored = stored * 256 + pixel[i];
     }
     return stored;
 }
 
-void plainStore(DsColorMode mode, uint8_t* pixel, uint32_t stored) {
-    for (uint32_t i = 0; i < plainPixelSize(mode); ++i) {
+void modelStore(DsColorMode mode, uint8_t* pixel, uint32_t stored) {
+    for (uint32_t i = 0; i < modelPixelSize(mode); ++i) {
         pixel[i] = static_cast<uint8_t>(stored >> (8 * i));
     }
 }
 
-PlainColor plainDecode(DsColorMode mode, uint32_t stored, const PlainColor& constant) {
+ModelColor modelDecode(DsColorMode mode, uint32_t stored, const ModelColor& constant) {
     const uint32_t low = field(stored, 0, 8);
     switch (mode) {
     case DsColorMode::ARGB8888:
@@ -119,7 +119,7 @@ PlainColor plainDecode(DsColorMode mode, uint32_t stored, const PlainColor& cons
     }
 }
 
-uint32_t plainEncode(DsColorMode mode, const PlainColor& color) {
+uint32_t modelEncode(DsColorMode mode, const ModelColor& color) {
     const auto& [alpha, red, green, blue] = color;
     switch (mode) {
     case DsColorMode::ARGB8888:
@@ -145,7 +145,7 @@ uint32_t plainEncode(DsColorMode mode, const PlainColor& color) {
     }
 }
 
-PlainColor plainOver(const PlainColor& below, const PlainColor& above) {
+ModelColor modelOver(const ModelColor& below, const ModelColor& above) {
     const uint32_t ad = below.alpha;
     const uint32_t s = above.alpha;
     const auto channel = [=](uint32_t cd, uint32_t cs) {
@@ -155,9 +155,9 @@ PlainColor plainOver(const PlainColor& below, const PlainColor& above) {
             channel(below.green, above.green), channel(below.blue, above.blue)};
 }
 
-PlainColor PlainCopy::sourceColor(uint32_t sourceStored) const {
-    const PlainColor constant = plainColor(color);
-    PlainColor decoded = plainDecode(source, sourceStored, constant);
+ModelColor ModelCopy::sourceColor(uint32_t sourceStored) const {
+    const ModelColor constant = modelColor(color);
+    ModelColor decoded = modelDecode(source, sourceStored, constant);
     switch (alphaMode) {
     case 0:
         break;
@@ -173,29 +173,29 @@ PlainColor PlainCopy::sourceColor(uint32_t sourceStored) const {
     return decoded;
 }
 
-uint32_t PlainCopy::converted(uint32_t /*targetStored*/, uint32_t sourceStored) const {
-    return plainEncode(target, sourceColor(sourceStored));
+uint32_t ModelCopy::converted(uint32_t /*targetStored*/, uint32_t sourceStored) const {
+    return modelEncode(target, sourceColor(sourceStored));
 }
 
-uint32_t PlainCopy::blended(uint32_t targetStored, uint32_t sourceStored) const {
-    return plainEncode(target,
-                       plainOver(plainDecode(target, targetStored), sourceColor(sourceStored)));
+uint32_t ModelCopy::blended(uint32_t targetStored, uint32_t sourceStored) const {
+    return modelEncode(target,
+                       modelOver(modelDecode(target, targetStored), sourceColor(sourceStored)));
 }
 
-uint32_t plainPainted(DsColorMode mode, uint32_t stored, uint32_t coverage, uint32_t color) {
-    const auto [A, R, G, B] = plainColor(color);
+uint32_t modelPainted(DsColorMode mode, uint32_t stored, uint32_t coverage, uint32_t color) {
+    const auto [A, R, G, B] = modelColor(color);
     const uint32_t a = coverage * A / 255;
     const auto [DA, DR, DG, DB] = targetTerms(mode, stored, 255 - a);
-    return plainEncode(mode, {(a * 255 + DA) / 255, (DR + R * a * 255) / 65025,
+    return modelEncode(mode, {(a * 255 + DA) / 255, (DR + R * a * 255) / 65025,
                               (DG + G * a * 255) / 65025, (DB + B * a * 255) / 65025});
 }
 
 byte_vector allStoredValues(DsColorMode mode) {
-    const uint32_t size = plainPixelSize(mode);
+    const uint32_t size = modelPixelSize(mode);
     const uint32_t count = size == 1 ? 256 : 65536;
     byte_vector values(count * size);
     for (uint32_t value = 0; value < count; ++value) {
-        plainStore(mode, &values[value * size], value);
+        modelStore(mode, &values[value * size], value);
     }
     return values;
 }

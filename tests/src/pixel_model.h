@@ -21,41 +21,41 @@ inline constexpr std::array kTwoByteModes = {DsColorMode::RGB565, DsColorMode::A
 /// The alpha modes that mean something, and two that take alpha away.
 inline constexpr uint32_t kAlphaModes[] = {0, 1, 2, 3, 0xFFFFFFFF};
 
-struct PlainColor {
+struct ModelColor {
     uint32_t alpha, red, green, blue;
-    bool operator==(const PlainColor&) const = default;
+    bool operator==(const ModelColor&) const = default;
 };
 
 /// The channels of a color word, and back.
-PlainColor plainColor(uint32_t word);
-uint32_t plainWord(const PlainColor& color);
+ModelColor modelColor(uint32_t word);
+uint32_t modelWord(const ModelColor& color);
 
 /// "RGB565", or "mode 10" where there is no such mode.
 std::string modeName(DsColorMode mode);
 
-uint32_t plainPixelSize(DsColorMode mode);
-uint32_t plainLoad(DsColorMode mode, const uint8_t* pixel);
-void plainStore(DsColorMode mode, uint8_t* pixel, uint32_t stored);
+uint32_t modelPixelSize(DsColorMode mode);
+uint32_t modelLoad(DsColorMode mode, const uint8_t* pixel);
+void modelStore(DsColorMode mode, uint8_t* pixel, uint32_t stored);
 
 /// A stored value as a color; A8 takes its color from `constant`.
-PlainColor plainDecode(DsColorMode mode, uint32_t stored, const PlainColor& constant = {});
-uint32_t plainEncode(DsColorMode mode, const PlainColor& color);
+ModelColor modelDecode(DsColorMode mode, uint32_t stored, const ModelColor& constant = {});
+uint32_t modelEncode(DsColorMode mode, const ModelColor& color);
 
 /// `above` over `below`.
-PlainColor plainOver(const PlainColor& below, const PlainColor& above);
+ModelColor modelOver(const ModelColor& below, const ModelColor& above);
 
 /// How a copy turns one source pixel and one target pixel into the new target pixel.
-struct PlainCopy {
+struct ModelCopy {
     DsColorMode target, source;
     uint32_t alphaMode, color;
 
-    PlainColor sourceColor(uint32_t sourceStored) const;
+    ModelColor sourceColor(uint32_t sourceStored) const;
     uint32_t converted(uint32_t targetStored, uint32_t sourceStored) const;
     uint32_t blended(uint32_t targetStored, uint32_t sourceStored) const;
 };
 
 /// The stored value after painting a color word through a coverage byte.
-uint32_t plainPainted(DsColorMode mode, uint32_t stored, uint32_t coverage, uint32_t color);
+uint32_t modelPainted(DsColorMode mode, uint32_t stored, uint32_t coverage, uint32_t color);
 
 /// A value for every bit pattern of a pixel of one or two bytes, 256 a line.
 byte_vector allStoredValues(DsColorMode mode);

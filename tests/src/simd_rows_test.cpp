@@ -224,8 +224,8 @@ TEST(SimdRows, StandBesideThePairsThatDrawingUsesMost) {
 
 // A row of `count` pixels leaves the bytes behind it alone, and is what the scalar row makes of it.
 void expectWholeRow(PixelRow row, PixelRow scalarRow, const ModePair& pair, uint32_t count) {
-    const uint32_t size = plainPixelSize(pair.target);
-    const byte_vector source = make_bytes(data_kind::noise, count * plainPixelSize(pair.source), 1);
+    const uint32_t size = modelPixelSize(pair.target);
+    const byte_vector source = make_bytes(data_kind::noise, count * modelPixelSize(pair.source), 1);
     const byte_vector before = make_bytes(data_kind::noise, count * size + 64, 2);
     for (const uint32_t alphaMode : {0U, 2U}) {
         byte_vector expected = before;

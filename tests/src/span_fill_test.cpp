@@ -56,15 +56,15 @@ void paint(const SpanCase& span, byte_vector& block) {
 
 void paintPlainly(const SpanCase& span, byte_vector& block) {
     size_t pixel = span.destination;
-    for (uint32_t i = 0; i < span.count && plainPixelSize(gBlendColorMode) != 0; ++i) {
-        const uint32_t stored = plainLoad(gBlendColorMode, &block[pixel]);
-        plainStore(gBlendColorMode, &block[pixel],
-                   plainPainted(gBlendColorMode, stored, block[span.coverage + i], gBlendColor));
+    for (uint32_t i = 0; i < span.count && modelPixelSize(gBlendColorMode) != 0; ++i) {
+        const uint32_t stored = modelLoad(gBlendColorMode, &block[pixel]);
+        modelStore(gBlendColorMode, &block[pixel],
+                   modelPainted(gBlendColorMode, stored, block[span.coverage + i], gBlendColor));
         pixel += distanceOf(span);
     }
 }
 
-void expectPlainPainting(const SpanCase& span) {
+void expectPaintingOfModel(const SpanCase& span) {
     byte_vector expected = span.block;
     paintPlainly(span, expected);
     forEachBackend([&] {
@@ -99,7 +99,7 @@ void expectSpansOfAllModes(std::optional<uint32_t> step, uint32_t seed) {
     for (const Mode mode : kAllModes) {
         for (uint32_t count = 0; count <= 70; ++count) {
             setBlendColor(mode, randomColor(random));
-            expectPlainPainting(randomSpan(random, count, step));
+            expectPaintingOfModel(randomSpan(random, count, step));
         }
     }
 }
@@ -107,17 +107,17 @@ void expectSpansOfAllModes(std::optional<uint32_t> step, uint32_t seed) {
 // Paints one pixel.
 uint32_t painted(Mode mode, uint32_t color, uint32_t stored, uint8_t coverage) {
     uint8_t pixel[4] = {};
-    plainStore(mode, pixel, stored);
+    modelStore(mode, pixel, stored);
     setBlendColor(mode, color);
     blendSpan(pixel, &coverage, 1);
-    return plainLoad(mode, pixel);
+    return modelLoad(mode, pixel);
 }
 
 // Paints pixels through one coverage after the other, 256 a line.
 void expectPaintedBlock(const byte_vector& pixels, const byte_vector& coverage) {
     SpanCase span = {pixels, 0, pixels.size(), static_cast<uint32_t>(coverage.size()), {}};
     append(span.block, coverage);
-    expectPlainPainting(span);
+    expectPaintingOfModel(span);
 }
 
 byte_vector repeated(uint8_t byte, size_t count) {
@@ -130,8 +130,8 @@ TEST(FillStateOfSpans, IsZeroAtFirst) {
 
 TEST(FillStateOfSpans, IsSetTogether) {
     for (const Mode mode : kAllModes) {
-        EXPECT_EQ(plainPixelSize(mode), setBlendColor(mode, 0x12345678)) << modeName(mode);
-        EXPECT_EQ((FillState{mode, 0x12345678, plainPixelSize(mode)}), fillState())
+        EXPECT_EQ(modelPixelSize(mode), setBlendColor(mode, 0x12345678)) << modeName(mode);
+        EXPECT_EQ((FillState{mode, 0x12345678, modelPixelSize(mode)}), fillState())
             << modeName(mode);
     }
 }
@@ -142,7 +142,7 @@ TEST(FillStateOfSpans, StaysAsItIsWhilePainting) {
         setBlendColor(mode, 0x40302010);
         SpanCase span = randomSpan(random, 40, 2);
         paint(span, span.block);
-        EXPECT_EQ((FillState{mode, 0x40302010, plainPixelSize(mode)}), fillState())
+        EXPECT_EQ((FillState{mode, 0x40302010, modelPixelSize(mode)}), fillState())
             << modeName(mode);
     }
 }
@@ -153,8 +153,8 @@ TEST(FillStateOfSpans, UnsetPaintsTheFirstPixelAgainAndAgain) {
     for (uint32_t count = 0; count <= 70; ++count) {
         setBlendColor(Mode::ARGB8888, 0);
         gBlendBytesPerPixel = 0;
-        expectPlainPainting(randomSpan(random, count, {}));
-        expectPlainPainting(randomSpan(random, count, 3));
+        expectPaintingOfModel(randomSpan(random, count, {}));
+        expectPaintingOfModel(randomSpan(random, count, 3));
     }
 }
 
@@ -164,19 +164,19 @@ TEST(FillStateOfSpans, SetsTheDistanceByItsBytesPerPixel) {
         for (uint32_t bytes = 0; bytes <= 6; ++bytes) {
             setBlendColor(mode, randomColor(random));
             gBlendBytesPerPixel = bytes;
-            expectPlainPainting(randomSpan(random, 37, {}));
-            expectPlainPainting(randomSpan(random, 37, 1));
+            expectPaintingOfModel(randomSpan(random, 37, {}));
+            expectPaintingOfModel(randomSpan(random, 37, 1));
         }
     }
 }
 
-TEST(BlendSpan, FollowsThePlainRuleInEveryMode) {
+TEST(BlendSpan, FollowsTheModelInEveryMode) {
     for (uint32_t round = 0; round < 4; ++round) {
         expectSpansOfAllModes({}, 60 + round);
     }
 }
 
-TEST(BlendSpanStrided, FollowsThePlainRuleInEveryModeAtEveryStep) {
+TEST(BlendSpanStrided, FollowsTheModelInEveryModeAtEveryStep) {
     for (uint32_t step = 0; step <= 5; ++step) {
         expectSpansOfAllModes(step, 70 + step);
     }
@@ -191,7 +191,7 @@ TEST(BlendSpanStrided, WrapsTheDistanceAt32Bits) {
         for (const uint32_t step : kSteps) {
             const uint32_t size = setBlendColor(mode, randomColor(random));
             for (uint32_t count = 0; count <= 70 && step * size <= kFarthestStep; ++count) {
-                expectPlainPainting(randomSpan(random, count, step));
+                expectPaintingOfModel(randomSpan(random, count, step));
             }
         }
     }
@@ -207,8 +207,8 @@ TEST(BlendSpanStrided, GoesForwardsByNearlyFourGigabytes) {
     const uint8_t coverage[] = {255, 128};
     setBlendColor(Mode::ARGB8888, 0x000000FF);
     blendSpanStrided(pixels, 0x3FFFFFFF, coverage, 2);
-    EXPECT_EQ(0xFF000000U, plainLoad(Mode::ARGB8888, pixels));
-    EXPECT_EQ(0x80000000U, plainLoad(Mode::ARGB8888, pixels + kDistance));
+    EXPECT_EQ(0xFF000000U, modelLoad(Mode::ARGB8888, pixels));
+    EXPECT_EQ(0x80000000U, modelLoad(Mode::ARGB8888, pixels + kDistance));
     munmap(memory, kDistance + 4096);
 }
 
@@ -218,7 +218,7 @@ TEST(BlendSpanStrided, TouchesOnePixelForACountOfOneAtAnyStep) {
         for (const uint32_t step : {0x3FFFFFFFU, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
             setBlendColor(mode, randomColor(random));
             SpanCase span = {make_bytes(data_kind::noise, 64, random()), 20, 50, 1, step};
-            expectPlainPainting(span);
+            expectPaintingOfModel(span);
         }
     }
 }
@@ -274,7 +274,7 @@ void expectPaintingOverItsCoverage(Mode mode, std::optional<uint32_t> step, test
             make_bytes(data_kind::noise, 2 * (count + 4) + reach + kMargin, random());
         const size_t destination = count + 4;
         for (size_t coverage = 0; coverage < destination + reach + 4; ++coverage) {
-            expectPlainPainting({block, destination, coverage, count, step});
+            expectPaintingOfModel({block, destination, coverage, count, step});
         }
         ASSERT_FALSE(testing::Test::HasFailure());
     }
@@ -311,7 +311,7 @@ TEST(BlendSpan, PaintsEveryStoredValueOfTheSmallModes) {
     for (const Mode mode :
          {Mode::RGB565, Mode::ARGB1555, Mode::ARGB4444, Mode::AI88, Mode::I8, Mode::A8}) {
         const byte_vector values = allStoredValues(mode);
-        const size_t count = values.size() / plainPixelSize(mode);
+        const size_t count = values.size() / modelPixelSize(mode);
         constexpr uint8_t kCoverages[] = {0, 1, 100, 128, 254, 255};
         for (const uint8_t coverage : kCoverages) {
             setBlendColor(mode, 0xC08040FF);
@@ -334,7 +334,7 @@ TEST(BlendSpan, PaintsEveryByteThroughEveryCoverage) {
 }
 
 TEST(BlendSpan, LeavesOpaquePixelsUnderCoverageZero) {
-    const uint32_t color = plainWord({255, 10, 20, 30});
+    const uint32_t color = modelWord({255, 10, 20, 30});
     EXPECT_EQ(0xFF123456U, painted(Mode::ARGB8888, color, 0xFF123456, 0));
     EXPECT_EQ(0x123456U, painted(Mode::RGB888, color, 0x123456, 0));
     EXPECT_EQ(0xCAFEU, painted(Mode::RGB565, color, 0xCAFE, 0));
@@ -355,11 +355,11 @@ TEST(BlendSpan, ZeroesArgb1555PixelsUnderCoverageZero) {
 
 TEST(BlendSpan, WritesTheColorItselfUnderFullCoverage) {
     EXPECT_EQ(65535U, painted(Mode::RGB565, 0xFFFFFFFF, 0x1234, 255));
-    EXPECT_EQ(0xFF0A141EU, painted(Mode::ARGB8888, plainWord({255, 10, 20, 30}), 0x80402010, 255));
+    EXPECT_EQ(0xFF0A141EU, painted(Mode::ARGB8888, modelWord({255, 10, 20, 30}), 0x80402010, 255));
 }
 
 TEST(BlendSpan, MultipliesTheColorByCoverageOverTransparentBlack) {
-    EXPECT_EQ(0x80800000U, painted(Mode::ARGB8888, plainWord({255, 255, 0, 0}), 0, 128));
+    EXPECT_EQ(0x80800000U, painted(Mode::ARGB8888, modelWord({255, 255, 0, 0}), 0, 128));
 }
 
 TEST(BlendSpan, AddsUpAlphaInA8) {
@@ -374,10 +374,10 @@ TEST(BlendSpan, LetsArgb1555ColorsSpillAndIgnoresThePixel) {
     }
 }
 
-TEST(BlendSpan, BlendsAnIndexAsGreyWithTheColorsBlue) {
-    EXPECT_EQ(100U, painted(Mode::I8, plainWord({255, 7, 9, 100}), 20, 255));
+TEST(BlendSpan, BlendsAnIndexAsGrayWithTheColorsBlue) {
+    EXPECT_EQ(100U, painted(Mode::I8, modelWord({255, 7, 9, 100}), 20, 255));
     EXPECT_EQ((20U * 127 + 100 * 128) / 255,
-              painted(Mode::I8, plainWord({255, 7, 9, 100}), 20, 128));
+              painted(Mode::I8, modelWord({255, 7, 9, 100}), 20, 128));
 }
 
 } // namespace

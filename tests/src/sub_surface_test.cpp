@@ -60,10 +60,10 @@ DsRect storedClip(const DsSurface& surface) {
 void expectClip(const DsSurface& parent, const DsRect& area) {
     SCOPED_TRACE(describe(parent, area));
     const DsSurface part(parent, area);
-    const PlainPicture picture(parent);
-    const PlainArea stored = picture.stored(plainArea(area));
-    const PlainArea visible =
-        overlap(overlap(stored, picture.storedArray()), plainArea(storedClip(parent)));
+    const ModelPicture picture(parent);
+    const ModelArea stored = picture.stored(modelArea(area));
+    const ModelArea visible =
+        overlap(overlap(stored, picture.storedArray()), modelArea(storedClip(parent)));
     const DsRect clip = storedClip(part);
     EXPECT_EQ(visible.width, clip.mWidth);
     EXPECT_EQ(visible.height, clip.mHeight);
@@ -76,7 +76,7 @@ void expectClip(const DsSurface& parent, const DsRect& area) {
 void expectPlace(const DsSurface& parent, const DsRect& area) {
     SCOPED_TRACE(describe(parent, area));
     const DsSurface part(parent, area);
-    const PlainArea stored = PlainPicture(parent).stored(plainArea(area));
+    const ModelArea stored = ModelPicture(parent).stored(modelArea(area));
     EXPECT_EQ(stored.width, part.getWidth());
     EXPECT_EQ(stored.height, part.getHeight());
     EXPECT_EQ(stored.y * static_cast<int64_t>(parent.getStride()) +
@@ -190,25 +190,25 @@ void expectDrawingOnPart(Mode mode, uint32_t rotation, test_rng& random) {
     fillWithNoise(parent, random());
     const DsRect clip = random() % 2 == 0 ? parent.getBounds() : randomArea(random);
     parent.setClip(clip);
-    PlainPicture picture(parent);
+    ModelPicture picture(parent);
     const DsRect area = randomArea(random);
     DsSurface part(parent, area);
-    const PlainArea visible = overlap(plainArea(clip), plainArea(area));
+    const ModelArea visible = overlap(modelArea(clip), modelArea(area));
     const int32_t x = randomInt(random, -4, 8), y = randomInt(random, -4, 8);
-    const PlainPoint position = {int64_t{area.mX} + x, int64_t{area.mY} + y};
+    const ModelPoint position = {int64_t{area.mX} + x, int64_t{area.mY} + y};
     const TightSurface source(5, 4, Mode::ARGB8888, rotation, random());
 
     part.fill(kColor);
     part.blend(x, y, source.surface, 0, 0);
     part.setPixel(x, y, kColor);
 
-    const uint32_t stored = plainEncode(mode, plainColor(kColor));
-    for (const PlainPoint& p : picture.pixels()) {
+    const uint32_t stored = modelEncode(mode, modelColor(kColor));
+    for (const ModelPoint& p : picture.pixels()) {
         if (visible.holds(p)) {
             picture.set(p, stored);
         }
     }
-    copyPlainly(picture, visible, position, source.surface, &PlainCopy::blended, 0, 0);
+    copyByModel(picture, visible, position, source.surface, &ModelCopy::blended, 0, 0);
     if (visible.holds(position) && picture.holds(position)) {
         picture.set(position, stored);
     }
@@ -233,13 +233,13 @@ TEST(SubSurface, InsideTheParentChangesOnlyItsOwnPixelsWhateverItsClip) {
         TrackedBlocks blocks;
         DsSurface parent = makeSurface(11, 8, Mode::RGB888, 4, rotation);
         fillWithNoise(parent, 5);
-        PlainPicture picture(parent);
+        ModelPicture picture(parent);
         const DsRect area(3, 2, 4, 5);
         DsSurface part(parent, area);
         part.setClip(DsRect(1, 1, 1, 1));
         part.invert();
-        for (const PlainPoint& p : picture.pixels()) {
-            if (plainArea(area).holds(p)) {
+        for (const ModelPoint& p : picture.pixels()) {
+            if (modelArea(area).holds(p)) {
                 picture.set(p, ~picture.get(p));
             }
         }
@@ -277,9 +277,9 @@ TEST(SubSurface, AtTheSamePlaceIsCopiedOntoItsParent) {
     TrackedBlocks blocks;
     DsSurface parent = makeSurface(20, 6, Mode::ARGB8888);
     fillWithNoise(parent, 7);
-    PlainPicture picture(parent);
+    ModelPicture picture(parent);
     const DsSurface part(parent, DsRect(1, 2, 18, 3));
-    copyPlainly(picture, {0, 0, 20, 6}, {1, 2}, part, &PlainCopy::blended, 2, 0x80);
+    copyByModel(picture, {0, 0, 20, 6}, {1, 2}, part, &ModelCopy::blended, 2, 0x80);
     parent.blend(1, 2, part, 2, 0x80);
     EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(parent), layout_of(parent)));
 }

@@ -24,7 +24,7 @@ struct Flags {
     bool blue() const { return bits / 8 % 2 == 1; }
 };
 
-PlainColor mixed(const Flags& flags, const PlainColor& taken, const PlainColor& kept) {
+ModelColor mixed(const Flags& flags, const ModelColor& taken, const ModelColor& kept) {
     return {flags.alpha() ? taken.alpha : kept.alpha, flags.red() ? taken.red : kept.red,
             flags.green() ? taken.green : kept.green, flags.blue() ? taken.blue : kept.blue};
 }
@@ -45,37 +45,37 @@ void recolor(DsSurface& surface, const Recoloring& r) {
 }
 
 uint32_t recolored(Mode mode, uint32_t stored, const Recoloring& r) {
-    const PlainColor color = plainDecode(mode, stored);
+    const ModelColor color = modelDecode(mode, stored);
     // All compared channels are equal where taking them over from the match changes nothing.
-    if (mixed(r.matched, plainColor(r.match), color) != color) {
+    if (mixed(r.matched, modelColor(r.match), color) != color) {
         return stored;
     }
-    return plainEncode(mode, mixed(r.replaced, plainColor(r.replacement), color));
+    return modelEncode(mode, mixed(r.replaced, modelColor(r.replacement), color));
 }
 
-void recolorPlainly(PlainPicture& picture, const Recoloring& r) {
-    for (const PlainPoint& p : picture.pixels()) {
+void recolorPlainly(ModelPicture& picture, const Recoloring& r) {
+    for (const ModelPoint& p : picture.pixels()) {
         picture.set(p, recolored(picture.mode(), picture.get(p), r));
     }
 }
 
 // One stored value of `mode`, recolored.
 uint32_t recoloredPixel(Mode mode, uint32_t stored, const Recoloring& r) {
-    byte_vector file = makeFileHeader(0, mode, 1, 1, plainPixelSize(mode));
+    byte_vector file = makeFileHeader(0, mode, 1, 1, modelPixelSize(mode));
     file.resize(24);
-    plainStore(mode, &file[20], stored);
+    modelStore(mode, &file[20], stored);
     DsSurface surface(file.data());
     recolor(surface, r);
-    return plainLoad(mode, &file[20]);
+    return modelLoad(mode, &file[20]);
 }
 
 // The color of a random pixel, so that something matches.
-uint32_t colorInside(const PlainPicture& picture, test_rng& random) {
-    const PlainPoint& p = picture.pixels()[random() % picture.pixels().size()];
-    return plainWord(plainDecode(picture.mode(), picture.get(p)));
+uint32_t colorInside(const ModelPicture& picture, test_rng& random) {
+    const ModelPoint& p = picture.pixels()[random() % picture.pixels().size()];
+    return modelWord(modelDecode(picture.mode(), picture.get(p)));
 }
 
-TEST(ReplaceColor, FollowsThePlainRuleForAllFlagsInAllModes) {
+TEST(ReplaceColor, FollowsTheModelForAllFlagsInAllModes) {
     test_rng random(171);
     for (const Mode mode : kAllModes) {
         for (uint32_t flags = 0; flags < 256; ++flags) {
@@ -83,7 +83,7 @@ TEST(ReplaceColor, FollowsThePlainRuleForAllFlagsInAllModes) {
             DsSurface surface = makeSurface(9, 5, mode, 4, kRotations[flags % 4], 3);
             fillWithNoise(surface, random());
             surface.setClip(DsRect(2, 2, 1, 1)); // limits nothing
-            PlainPicture picture(surface);
+            ModelPicture picture(surface);
             const Recoloring r = {
                 colorInside(picture, random), {flags % 16}, random(), {flags / 16}};
             recolor(surface, r);
@@ -94,17 +94,17 @@ TEST(ReplaceColor, FollowsThePlainRuleForAllFlagsInAllModes) {
     }
 }
 
-TEST(ReplaceColor, FollowsThePlainRuleForEveryStoredValueOfTheSmallModes) {
+TEST(ReplaceColor, FollowsTheModelForEveryStoredValueOfTheSmallModes) {
     for (const Mode mode :
          {Mode::RGB565, Mode::ARGB1555, Mode::ARGB4444, Mode::AI88, Mode::I8, Mode::A8}) {
         const byte_vector values = allStoredValues(mode);
-        const auto height = static_cast<uint32_t>(values.size() / 256 / plainPixelSize(mode));
+        const auto height = static_cast<uint32_t>(values.size() / 256 / modelPixelSize(mode));
         for (const uint32_t matched : {0U, 1U, 2U, 6U, 8U}) {
-            byte_vector file = makeFileHeader(0, mode, 256, height, 256 * plainPixelSize(mode));
+            byte_vector file = makeFileHeader(0, mode, 256, height, 256 * modelPixelSize(mode));
             append(file, values);
             DsSurface surface(file.data());
-            PlainPicture picture(surface);
-            const Recoloring r = {plainWord({255, 255, 130, 0}), {matched}, 0x12345678, {9}};
+            ModelPicture picture(surface);
+            const Recoloring r = {modelWord({255, 255, 130, 0}), {matched}, 0x12345678, {9}};
             recolor(surface, r);
             recolorPlainly(picture, r);
             EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(surface), layout_of(surface)))
@@ -114,7 +114,7 @@ TEST(ReplaceColor, FollowsThePlainRuleForEveryStoredValueOfTheSmallModes) {
 }
 
 TEST(ReplaceColor, ChangesOnlyMatchingPixels) {
-    const Recoloring r = {plainWord({255, 10, 20, 30}), {15}, plainWord({1, 2, 3, 4}), {15}};
+    const Recoloring r = {modelWord({255, 10, 20, 30}), {15}, modelWord({1, 2, 3, 4}), {15}};
     EXPECT_EQ(0x01020304U, recoloredPixel(Mode::ARGB8888, 0xFF0A141E, r));
     for (const uint32_t other : {0xFE0A141EU, 0xFF0B141EU, 0xFF0A151EU, 0xFF0A141FU}) {
         EXPECT_EQ(other, recoloredPixel(Mode::ARGB8888, other, r));
@@ -124,19 +124,19 @@ TEST(ReplaceColor, ChangesOnlyMatchingPixels) {
 TEST(ReplaceColor, ComparesAndReplacesOnlyFlaggedChannels) {
     EXPECT_EQ(0x010A141EU,
               recoloredPixel(Mode::ARGB8888, 0xFF0A141E,
-                             {plainWord({0, 10, 0, 0}), {2}, plainWord({1, 2, 3, 4}), {1}}));
+                             {modelWord({0, 10, 0, 0}), {2}, modelWord({1, 2, 3, 4}), {1}}));
     EXPECT_EQ(0xFF0A1404U,
-              recoloredPixel(Mode::ARGB8888, 0xFF0A141E, {0, {0}, plainWord({1, 2, 3, 4}), {8}}));
+              recoloredPixel(Mode::ARGB8888, 0xFF0A141E, {0, {0}, modelWord({1, 2, 3, 4}), {8}}));
 }
 
-TEST(ReplaceColor, TakesIndicesForGreyAndA8ForBlack) {
+TEST(ReplaceColor, TakesIndicesForGrayAndA8ForBlack) {
     EXPECT_EQ(99U,
               recoloredPixel(Mode::I8, 40,
-                             {plainWord({255, 40, 40, 40}), {15}, plainWord({0, 0, 0, 99}), {8}}));
+                             {modelWord({255, 40, 40, 40}), {15}, modelWord({0, 0, 0, 99}), {8}}));
     EXPECT_EQ(0x0763U,
               recoloredPixel(Mode::AI88, 0x0728,
-                             {plainWord({7, 40, 40, 40}), {15}, plainWord({0, 0, 0, 99}), {8}}));
-    EXPECT_EQ(99U, recoloredPixel(Mode::A8, 40, {plainWord({40, 0, 0, 0}), {15}, 99, {1}}));
+                             {modelWord({7, 40, 40, 40}), {15}, modelWord({0, 0, 0, 99}), {8}}));
+    EXPECT_EQ(99U, recoloredPixel(Mode::A8, 40, {modelWord({40, 0, 0, 0}), {15}, 99, {1}}));
 }
 
 // A matching pixel is encoded again, and that rule spills.
@@ -159,17 +159,17 @@ TEST(ReplaceColor, SkipsModesWithoutPixels) {
 // ---- copyChannels
 
 void expectChannelsCopied(DsSurface& target, const DsSurface& source, const Flags& flags) {
-    PlainPicture picture(target);
+    ModelPicture picture(target);
     byte_vector expected = picture.block();
-    const PlainCopy copy = {target.getColorMode(), source.getColorMode(), 0, 0};
-    const uint32_t size = plainPixelSize(copy.target), sourceSize = plainPixelSize(copy.source);
+    const ModelCopy copy = {target.getColorMode(), source.getColorMode(), 0, 0};
+    const uint32_t size = modelPixelSize(copy.target), sourceSize = modelPixelSize(copy.source);
     for (uint64_t y = 0; y < static_cast<uint64_t>(target.getHeight()); ++y) {
         for (uint64_t x = 0; x < static_cast<uint64_t>(target.getWidth()) && size != 0; ++x) {
             uint8_t* pixel = expected.data() + y * target.getStride() + x * size;
             const uint8_t* from = source.getPixels() + y * source.getStride() + x * sourceSize;
-            const PlainColor taken = copy.sourceColor(plainLoad(copy.source, from));
-            const PlainColor kept = plainDecode(copy.target, plainLoad(copy.target, pixel));
-            plainStore(copy.target, pixel, plainEncode(copy.target, mixed(flags, taken, kept)));
+            const ModelColor taken = copy.sourceColor(modelLoad(copy.source, from));
+            const ModelColor kept = modelDecode(copy.target, modelLoad(copy.target, pixel));
+            modelStore(copy.target, pixel, modelEncode(copy.target, mixed(flags, taken, kept)));
         }
     }
     target.copyChannels(source, flags.alpha(), flags.red(), flags.green(), flags.blue());
@@ -178,7 +178,7 @@ void expectChannelsCopied(DsSurface& target, const DsSurface& source, const Flag
 }
 
 // Line goes with line and column with column of the stored arrays, whatever rotations and clips.
-TEST(CopyChannels, FollowsThePlainRuleForAllFlagsAndPairsOfModes) {
+TEST(CopyChannels, FollowsTheModelForAllFlagsAndPairsOfModes) {
     test_rng random(181);
     for (const Mode targetMode : kAllModes) {
         for (const Mode sourceMode : kAllModes) {
@@ -237,7 +237,7 @@ TEST(CopyChannels, ChangesArgb1555PixelsWithNoFlagSet) {
     append(file, {0x1F, 0x80});
     DsSurface surface(file.data());
     surface.copyChannels(surface, false, false, false, false);
-    EXPECT_EQ(2100U, plainLoad(Mode::ARGB1555, &file[20]));
+    EXPECT_EQ(2100U, modelLoad(Mode::ARGB1555, &file[20]));
 }
 
 TEST(CopyChannels, OfASurfaceOntoItselfEncodesItAgain) {

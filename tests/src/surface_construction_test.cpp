@@ -147,7 +147,7 @@ TEST(SurfaceStride, FollowsTheRowUnitForEveryModeAndAlignment) {
             const DsSurface probe = makeSurface(1, 0, mode, alignment);
             for (int32_t width = 0; width <= 70; ++width) {
                 const uint64_t stride =
-                    plainStride(static_cast<uint64_t>(width), bytesPerPixel(mode), alignment);
+                    modelStride(static_cast<uint64_t>(width), bytesPerPixel(mode), alignment);
                 const DsSurface surface = makeSurface(width, 1, mode, alignment);
                 SCOPED_TRACE(testing::Message() << modeName(mode) << ", " << width
                                                 << " pixels, alignment " << alignment);

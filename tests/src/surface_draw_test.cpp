@@ -36,12 +36,12 @@ struct Scene {
         : target(makeSurface(width, height, mode, 1U << random() % 5, rotation, random() % 9))
         , picture(target) {
         fillWithNoise(target, random());
-        picture = PlainPicture(target);
+        picture = ModelPicture(target);
     }
 
     void setClip(const DsRect& area) {
         target.setClip(area);
-        clip = plainArea(area);
+        clip = modelArea(area);
     }
     void setRandomClip(test_rng& random, int32_t reach) {
         if (random() % 3 != 0) {
@@ -55,8 +55,8 @@ struct Scene {
 
     TrackedBlocks blocks;
     DsSurface target;
-    PlainPicture picture;
-    PlainArea clip = {kMin, kMin, int64_t{1} << 32, int64_t{1} << 32};
+    ModelPicture picture;
+    ModelArea clip = {kMin, kMin, int64_t{1} << 32, int64_t{1} << 32};
 };
 
 // Sizes of up to 20 by 20, or long rows that reach the SIMD loops.
@@ -84,7 +84,7 @@ TEST(SetPixel, WritesOnePixelInsideTheClipInEveryModeAndRotation) {
                 const uint32_t color = random();
                 scene.target.setPixel(x, y, color);
                 if (scene.clip.holds({x, y}) && scene.picture.holds({x, y})) {
-                    scene.picture.set({x, y}, plainEncode(mode, plainColor(color)));
+                    scene.picture.set({x, y}, modelEncode(mode, modelColor(color)));
                 }
                 ASSERT_TRUE(scene.isAsExpected())
                     << "set (" << x << ", " << y << "), round " << round;
@@ -141,9 +141,9 @@ TEST(Fill, WritesTheClipInEveryModeAndRotation) {
                 scene.setRandomClip(random, 20);
                 const uint32_t color = random();
                 scene.target.fill(color);
-                for (const PlainPoint& p : scene.picture.pixels()) {
+                for (const ModelPoint& p : scene.picture.pixels()) {
                     if (scene.clip.holds(p)) {
-                        scene.picture.set(p, plainEncode(mode, plainColor(color)));
+                        scene.picture.set(p, modelEncode(mode, modelColor(color)));
                     }
                 }
                 ASSERT_TRUE(scene.isAsExpected()) << "round " << round;
@@ -174,7 +174,7 @@ TEST(Fill, CoversEverythingThroughAHugeClip) {
         Scene scene(7, 5, Mode::A8, rotation, random);
         scene.setClip({kMin / 2, kMin / 2, kMax, kMax});
         scene.target.fill(0x80);
-        for (const PlainPoint& p : scene.picture.pixels()) {
+        for (const ModelPoint& p : scene.picture.pixels()) {
             scene.picture.set(p, 0x80);
         }
         EXPECT_TRUE(scene.isAsExpected());
@@ -199,16 +199,16 @@ using CopyOperation = void (DsSurface::*)(int32_t, int32_t, const DsSurface&, ui
 
 struct Copying {
     CopyOperation run;
-    PlainCopyRule rule;
+    ModelCopyRule rule;
 };
 
-constexpr Copying kBlit = {&DsSurface::blit, &PlainCopy::converted};
-constexpr Copying kBlendOver = {&DsSurface::blend, &PlainCopy::blended};
+constexpr Copying kBlit = {&DsSurface::blit, &ModelCopy::converted};
+constexpr Copying kBlendOver = {&DsSurface::blend, &ModelCopy::blended};
 
-void expectCopyAt(Scene& scene, const Copying& copying, const PlainPoint& position,
+void expectCopyAt(Scene& scene, const Copying& copying, const ModelPoint& position,
                   const DsSurface& source, uint32_t alphaMode, uint32_t color) {
     // First by plain rules, since the source may be the target.
-    copyPlainly(scene.picture, scene.clip, position, source, copying.rule, alphaMode, color);
+    copyByModel(scene.picture, scene.clip, position, source, copying.rule, alphaMode, color);
     (scene.target.*copying.run)(static_cast<int32_t>(position.x), static_cast<int32_t>(position.y),
                                 source, alphaMode, color);
     EXPECT_TRUE(scene.isAsExpected())
@@ -243,11 +243,11 @@ void expectCopiesBetweenAllModes(const Copying& copying, uint32_t seed) {
     }
 }
 
-TEST(Blit, FollowsThePlainRuleInAllModesAndRotations) {
+TEST(Blit, FollowsTheModelInAllModesAndRotations) {
     expectCopiesBetweenAllModes(kBlit, 121);
 }
 
-TEST(Blend, FollowsThePlainRuleInAllModesAndRotations) {
+TEST(Blend, FollowsTheModelInAllModesAndRotations) {
     expectCopiesBetweenAllModes(kBlendOver, 122);
 }
 
@@ -259,10 +259,10 @@ TEST(Blit, PutsThePictureThatTheCallerSeesWhereTheCallerAsks) {
             Scene scene(9, 7, Mode::AI88, rotation, random);
             DsSurface source = makeSurface(6, 4, Mode::AI88, 1, rotation);
             fillWithNoise(source, random());
-            const PlainPicture shown(source);
+            const ModelPicture shown(source);
             const int32_t x = randomInt(random, -7, 10), y = randomInt(random, -5, 8);
             scene.target.blit(x, y, source, 0, 0);
-            for (const PlainPoint& p : shown.pixels()) {
+            for (const ModelPoint& p : shown.pixels()) {
                 if (scene.picture.holds({x + p.x, y + p.y})) {
                     scene.picture.set({x + p.x, y + p.y}, shown.get(p));
                 }
@@ -464,9 +464,9 @@ TEST(EmptySurfaces, AreNotDrawnOn) {
 
 // ---- blendAligned
 
-PlainPoint plainAlignment(const PlainArea& area, int64_t width, int64_t height, uint32_t flags,
+ModelPoint modelAlignment(const ModelArea& area, int64_t width, int64_t height, uint32_t flags,
                           int64_t dx, int64_t dy) {
-    PlainPoint p = {area.x + dx, area.y + dy};
+    ModelPoint p = {area.x + dx, area.y + dy};
     const auto half = [](int64_t size) { return size >= 0 ? size / 2 : -((1 - size) / 2); };
     if (flags % 4 == 2) {
         p.x = area.x + area.width - width - dx;
@@ -490,11 +490,11 @@ struct Placement {
 void expectAligned(Scene& scene, const DsSurface& source, const Placement& placement) {
     int32_t width = 0, height = 0;
     source.getSize(width, height);
-    const PlainPoint position = plainAlignment(plainArea(placement.area), width, height,
+    const ModelPoint position = modelAlignment(modelArea(placement.area), width, height,
                                                placement.flags, placement.dx, placement.dy);
     scene.target.blendAligned(source, 2, 0x12345680, placement.area, placement.flags, placement.dx,
                               placement.dy);
-    copyPlainly(scene.picture, scene.clip, position, source, &PlainCopy::blended, 2, 0x12345680);
+    copyByModel(scene.picture, scene.clip, position, source, &ModelCopy::blended, 2, 0x12345680);
     const DsRect& area = placement.area;
     EXPECT_TRUE(scene.isAsExpected())
         << width << " x " << height << " aligned in " << area.mWidth << " x " << area.mHeight
@@ -518,22 +518,22 @@ TEST(BlendAligned, PlacesTheSourceByEveryFlag) {
     }
 }
 
-TEST(BlendAligned, CentresTheKnownExample) {
+TEST(BlendAligned, CentersTheKnownExample) {
     test_rng random(142);
     Scene scene(9, 9, Mode::A8, 0, random);
     const TightSurface source(4, 4, Mode::A8, 0, 5);
     scene.target.blendAligned(source.surface, 0, 0, {0, 0, 9, 9}, 3 | 12, 0, 0);
-    copyPlainly(scene.picture, scene.clip, {2, 2}, source.surface, &PlainCopy::blended, 0, 0);
+    copyByModel(scene.picture, scene.clip, {2, 2}, source.surface, &ModelCopy::blended, 0, 0);
     EXPECT_TRUE(scene.isAsExpected());
 }
 
 // (3 - 6) >> 1 is -2: an odd remainder goes towards minus infinity.
-TEST(BlendAligned, CentresALargerSourceTowardsMinusInfinity) {
+TEST(BlendAligned, CentersALargerSourceTowardsMinusInfinity) {
     test_rng random(143);
     Scene scene(9, 9, Mode::A8, 0, random);
     const TightSurface source(6, 6, Mode::A8, 0, 5);
     scene.target.blendAligned(source.surface, 0, 0, {3, 3, 3, 3}, 3 | 12, 0, 0);
-    copyPlainly(scene.picture, scene.clip, {1, 1}, source.surface, &PlainCopy::blended, 0, 0);
+    copyByModel(scene.picture, scene.clip, {1, 1}, source.surface, &ModelCopy::blended, 0, 0);
     EXPECT_TRUE(scene.isAsExpected());
 }
 
@@ -542,7 +542,7 @@ TEST(BlendAligned, MovesInwardsFromTheFarEdges) {
     Scene scene(12, 12, Mode::A8, 0, random);
     const TightSurface source(3, 3, Mode::A8, 0, 5);
     scene.target.blendAligned(source.surface, 0, 0, {0, 0, 12, 12}, 2 | 8, 2, 4);
-    copyPlainly(scene.picture, scene.clip, {7, 5}, source.surface, &PlainCopy::blended, 0, 0);
+    copyByModel(scene.picture, scene.clip, {7, 5}, source.surface, &ModelCopy::blended, 0, 0);
     EXPECT_TRUE(scene.isAsExpected());
 }
 
@@ -577,8 +577,8 @@ TEST(BlendAligned, DrawsNothingWhereThePositionPassesTheRange) {
 // ---- invert
 
 // Complements all pixels of a picture.
-void invertPlainly(PlainPicture& picture) {
-    for (const PlainPoint& p : picture.pixels()) {
+void invertPlainly(ModelPicture& picture) {
+    for (const ModelPoint& p : picture.pixels()) {
         picture.set(p, ~picture.get(p));
     }
 }

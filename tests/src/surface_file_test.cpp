@@ -28,7 +28,7 @@ byte_vector serialized(const DsSurface& surface) {
 }
 
 // The same file, put together by hand.
-byte_vector plainFile(const DsSurface& surface) {
+byte_vector modelFile(const DsSurface& surface) {
     byte_vector file = makeFileHeader(
         surface.getRotation(), surface.getColorMode(), static_cast<uint32_t>(surface.getWidth()),
         static_cast<uint32_t>(surface.getHeight()), static_cast<uint32_t>(surface.getStride()));
@@ -54,7 +54,7 @@ TEST(SurfaceFile, RoundsItsSizeUpWithoutWritingThePadding) {
     fillWithNoise(surface, 1);
     const byte_vector file = serialized(surface);
     EXPECT_EQ(40U, file.size());
-    EXPECT_TRUE(same_bytes(plainFile(surface), file));
+    EXPECT_TRUE(same_bytes(modelFile(surface), file));
     EXPECT_EQ(kUntouched, file[38]);
     EXPECT_EQ(kUntouched, file[39]);
 }
@@ -67,7 +67,7 @@ TEST(SurfaceFile, EqualsTheHandMadeFileForEveryModeSizeAndAlignment) {
                 for (int32_t height = 0; height < 6; ++height) {
                     DsSurface surface = makeSurface(width, height, mode, alignment, 180, 7);
                     fillWithNoise(surface, alignment);
-                    ASSERT_TRUE(same_bytes(plainFile(surface), serialized(surface)))
+                    ASSERT_TRUE(same_bytes(modelFile(surface), serialized(surface)))
                         << modeName(mode) << ", " << width << " x " << height << ", alignment "
                         << alignment;
                 }

@@ -56,7 +56,7 @@ public:
 
 /// Bytes that a line takes: pixels rounded up to a unit that is the pixel size without the factors
 /// of two it shares with the alignment, times the alignment.
-inline uint64_t plainStride(uint64_t width, uint64_t bytesPerPixel, uint64_t alignment) {
+inline uint64_t modelStride(uint64_t width, uint64_t bytesPerPixel, uint64_t alignment) {
     uint64_t unit = bytesPerPixel;
     for (uint64_t rest = alignment; unit % 2 == 0 && rest % 2 == 0; rest /= 2) {
         unit /= 2;

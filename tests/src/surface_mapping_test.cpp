@@ -58,7 +58,7 @@ DsRect clipped(uint32_t rotation, int32_t width, int32_t height, const DsRect& a
 
 // The clip that an area leaves, in exact arithmetic: mapped, cut to the array, and where that
 // leaves nothing, empty where it was, as far as 32 bits reach.
-DsRect plainClip(uint32_t rotation, int64_t W, int64_t H, const DsRect& area) {
+DsRect modelClip(uint32_t rotation, int64_t W, int64_t H, const DsRect& area) {
     int64_t x = area.mX, y = area.mY, w = area.mWidth, h = area.mHeight;
     if (rotation == 90) {
         x = std::exchange(y, H - x - w);
@@ -324,7 +324,7 @@ TEST(Clip, FollowsExactArithmeticForAreasOfEverySize) {
         const DsRect area = round % 2 == 0 ? DsRect(end(), end(), end(), end())
                                            : DsRect(near(), near(), near(), near());
         for (const uint32_t rotation : {0U, 90U, 180U, 270U, 45U}) {
-            const DsRect expected = plainClip(rotation, 100, 50, area);
+            const DsRect expected = modelClip(rotation, 100, 50, area);
             const DsRect clip = clipped(rotation, 100, 50, area);
             ASSERT_TRUE(expected.mX == clip.mX && expected.mY == clip.mY &&
                         expected.mWidth == clip.mWidth && expected.mHeight == clip.mHeight)

@@ -78,7 +78,7 @@ void expectTurnedByActiveBackend(Mode mode, int32_t width, int32_t height, uint3
 
     const uint64_t size = bytesPerPixel(mode);
     const auto lines = static_cast<uint64_t>(width), columns = static_cast<uint64_t>(height);
-    const uint64_t stride = plainStride(columns, size, alignment);
+    const uint64_t stride = modelStride(columns, size, alignment);
     ASSERT_EQ(stride, surface.getStride());
     ASSERT_EQ(lines * stride, surface.getDataSize());
     const byte_vector after = pixelBlock(surface);

@@ -180,7 +180,7 @@ code_lengths lengths_of(size_t count,
     return lengths;
 }
 
-dynamic_header_t plain_header(const code_lengths& litlen, const code_lengths& dist) {
+dynamic_header_t usual_header(const code_lengths& litlen, const code_lengths& dist) {
     dynamic_header_t header{litlen,
                             dist,
                             static_cast<uint32_t>(litlen.size()) - 257,
@@ -201,7 +201,7 @@ dynamic_header_t plain_header(const code_lengths& litlen, const code_lengths& di
 
 dynamic_header_t packed_header(test_rng& rng, const code_lengths& litlen,
                                const code_lengths& dist) {
-    dynamic_header_t header = plain_header(litlen, dist);
+    dynamic_header_t header = usual_header(litlen, dist);
     header.items.clear();
     header.length_code = {};
     code_lengths all = litlen;

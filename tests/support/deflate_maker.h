@@ -55,7 +55,7 @@ struct dynamic_header_t {
 };
 
 /// A header that writes every code length by itself, with all 19 entries of the code-length code.
-dynamic_header_t plain_header(const code_lengths& litlen, const code_lengths& dist);
+dynamic_header_t usual_header(const code_lengths& litlen, const code_lengths& dist);
 
 /// A header with random use of the repeats and a random code-length code.
 dynamic_header_t packed_header(test_rng& rng, const code_lengths& litlen, const code_lengths& dist);

@@ -302,7 +302,7 @@ png_chunk_t& chunk_named(std::vector<png_chunk_t>& chunks, const std::string& na
     return *found;
 }
 
-byte_vector with_mended_crcs(byte_vector file) {
+byte_vector with_correct_crcs(byte_vector file) {
     for (size_t at = 8; at + 12 <= file.size();) {
         const size_t length = big_endian_at(file, at);
         if (length > file.size() - at - 12) {

@@ -120,4 +120,4 @@ png_maker png();
 png_chunk_t& chunk_named(std::vector<png_chunk_t>& chunks, const std::string& name);
 
 /// Gives every chunk that a file holds in full the CRC that its bytes call for.
-byte_vector with_mended_crcs(byte_vector file);
+byte_vector with_correct_crcs(byte_vector file);

@@ -17,8 +17,8 @@ constexpr size_t kHeaderSize = 20;
 const std::string kSample = PNGSLAB_SOURCE_DIR "/samples/quill.png";
 
 // What the example paints with.
-constexpr PlainColor kBand = {255, 46, 34, 74};
-constexpr PlainColor kRing = {160, 255, 216, 150};
+constexpr ModelColor kBand = {255, 46, 34, 74};
+constexpr ModelColor kRing = {160, 255, 216, 150};
 
 struct Ellipse {
     double centerX, centerY, radiusX, radiusY;
@@ -29,7 +29,7 @@ struct Ellipse {
     }
 
     // The share of a pixel that lies inside, from many points in it.
-    double shareOf(const PlainPoint& pixel) const {
+    double shareOf(const ModelPoint& pixel) const {
         constexpr int kPoints = 32;
         int inside = 0;
         for (int i = 0; i < kPoints * kPoints; ++i) {
@@ -43,22 +43,22 @@ struct Ellipse {
 };
 
 // What band and sprite leave of a picture, before the ellipse.
-PlainPicture withBandAndSprite(byte_vector& pictureFile, byte_vector& spriteFile) {
+ModelPicture withBandAndSprite(byte_vector& pictureFile, byte_vector& spriteFile) {
     const DsSurface surface(pictureFile.data());
     const DsSurface sprite(spriteFile.data());
-    PlainPicture picture(surface);
+    ModelPicture picture(surface);
     const DsRect bounds = surface.getBounds();
     const int32_t bandTop = bounds.mHeight - bounds.mHeight / 8;
-    for (const PlainPoint& p : picture.pixels()) {
+    for (const ModelPoint& p : picture.pixels()) {
         if (p.y >= bandTop) {
-            picture.set(p, plainEncode(picture.mode(), kBand));
+            picture.set(p, modelEncode(picture.mode(), kBand));
         }
     }
     const DsRect spriteBounds = sprite.getBounds();
-    copyPlainly(
-        picture, plainArea(bounds),
+    copyByModel(
+        picture, modelArea(bounds),
         {bounds.mWidth - spriteBounds.mWidth - 4, bounds.mHeight - spriteBounds.mHeight - 4},
-        sprite, &PlainCopy::blended, 0, 0);
+        sprite, &ModelCopy::blended, 0, 0);
     return picture;
 }
 
@@ -68,7 +68,7 @@ bool isPainted(DsColorMode mode, uint32_t before, uint32_t after, double share) 
     const double tolerance = share == 0 || share == 1 ? 0.005 : 0.07;
     for (uint32_t coverage = 0; coverage < 256; ++coverage) {
         if (std::fabs(coverage / 255.0 - share) <= tolerance &&
-            plainPainted(mode, before, coverage, plainWord(kRing)) == after) {
+            modelPainted(mode, before, coverage, modelWord(kRing)) == after) {
             return true;
         }
     }
@@ -82,10 +82,10 @@ struct Counts {
 };
 
 // Expects the ellipse on a picture and nothing else.
-Counts expectEllipse(const PlainPicture& before, const PlainPicture& after,
+Counts expectEllipse(const ModelPicture& before, const ModelPicture& after,
                      const Ellipse& ellipse) {
     Counts counts;
-    for (const PlainPoint& p : before.pixels()) {
+    for (const ModelPoint& p : before.pixels()) {
         const double share = ellipse.shareOf(p);
         EXPECT_TRUE(isPainted(before.mode(), before.get(p), after.get(p), share))
             << "row " << p.y << ", column " << p.x << ", " << modeName(before.mode())
@@ -136,7 +136,7 @@ protected:
         const DsSurface surface(after.data());
         const DsRect bounds = surface.getBounds();
         const double w = bounds.mWidth, h = bounds.mHeight;
-        return expectEllipse(withBandAndSprite(before, sprite), PlainPicture(surface),
+        return expectEllipse(withBandAndSprite(before, sprite), ModelPicture(surface),
                              {w * 0.3, h * 0.3, w * 0.2, h * 0.15});
     }
 
@@ -199,7 +199,7 @@ TEST_F(Example, RunsOnPicturesOfEveryModeAndSize) {
     uint32_t round = 0;
     for (const DsColorMode mode : kModesWithPixels) {
         for (uint32_t size = 1; size <= 40; size += 1 + size / 8) {
-            const uint32_t stride = size * plainPixelSize(mode);
+            const uint32_t stride = size * modelPixelSize(mode);
             byte_vector file =
                 makeFileHeader(kRotations[round++ % 4], mode, size, size + 1, stride);
             append(file, byte_vector(size_t{stride} * (size + 1), 200));

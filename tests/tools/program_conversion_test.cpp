@@ -117,7 +117,7 @@ TEST_F(ProgramConversion, OfTheSmallestExampleIsKnownToTheByte) {
     EXPECT_TRUE(same_bytes(expected, read("out")));
 }
 
-TEST_F(ProgramConversion, OfGreyGivesIndices) {
+TEST_F(ProgramConversion, OfGrayGivesIndices) {
     for (uint32_t height = 1; height <= 9; ++height) {
         const png_maker image = png().gray(7, height);
         expectFiles(image.bytes(), {0, 5, 7, height, 1, image.samples()});
@@ -143,7 +143,7 @@ TEST_F(ProgramConversion, OfATranslucentPaletteImageGivesItsIndicesToo) {
     expectFiles(image.bytes(), {0, 5, 6, 5, 1, image.samples()});
 }
 
-TEST_F(ProgramConversion, OfGreyWithAlphaGivesGreyThenAlpha) {
+TEST_F(ProgramConversion, OfGrayWithAlphaGivesGrayThenAlpha) {
     for (uint32_t height = 1; height <= 9; ++height) {
         const png_maker image = png().gray_alpha(7, height);
         expectFiles(image.bytes(), {0, 7, 7, height, 2, image.samples()});
@@ -162,19 +162,19 @@ TEST_F(ProgramConversion, OfLargerPicturesGoesThroughManyRowsAndChunks) {
     expectFiles(image.bytes(), {0, 0, 130, 256, 4, swapRedAndBlue(image.samples(), 4)});
 }
 
-TEST_F(ProgramConversion, OfGreyToAlphaOnlyGivesTheGreyValues) {
+TEST_F(ProgramConversion, OfGrayToAlphaOnlyGivesTheGrayValues) {
     for (uint32_t height = 1; height <= 9; ++height) {
         const png_maker image = png().gray(7, height);
         expectFiles(image.bytes(), {0, 9, 7, height, 1, image.samples()}, {"--alphaonly"});
     }
 }
 
-TEST_F(ProgramConversion, OfGreyWithAKeyColorToAlphaOnlyIgnoresTheKey) {
+TEST_F(ProgramConversion, OfGrayWithAKeyColorToAlphaOnlyIgnoresTheKey) {
     const png_maker image = png().gray(5, 3).trns({0, 7});
     expectFiles(image.bytes(), {0, 9, 5, 3, 1, image.samples()}, {"--alphaonly"});
 }
 
-TEST_F(ProgramConversion, ToAlphaOnlyIsRefusedForEverythingButGrey) {
+TEST_F(ProgramConversion, ToAlphaOnlyIsRefusedForEverythingButGray) {
     expectNoAlphaOnlySurface(png().rgb(3, 3).bytes());
     expectNoAlphaOnlySurface(png().indexed(3, 3).bytes());
     expectNoAlphaOnlySurface(png().gray_alpha(3, 3).bytes());
@@ -183,7 +183,7 @@ TEST_F(ProgramConversion, ToAlphaOnlyIsRefusedForEverythingButGrey) {
 
 // A key color changes the surface's format, but rows are still written in the narrower layout;
 // what they leave of a line is what the block held, here zeros.
-TEST_F(ProgramConversion, OfGreyWithAKeyColorWritesNarrowRowsIntoWiderLines) {
+TEST_F(ProgramConversion, OfGrayWithAKeyColorWritesNarrowRowsIntoWiderLines) {
     const png_maker image = png().gray(2, 1).pixels({0x11, 0x22}).filter(kNone).trns({0, 7});
     expectFiles(image.bytes(), {0, 7, 2, 1, 2, {0x11, 0x22, 0, 0}});
 }

@@ -82,7 +82,7 @@ byte_vector zerosAnd(const byte_vector& last, uint64_t size) {
     const code_lengths litlen =
         lengths_of(286, {{0, 3}, {1, 3}, {2, 4}, {3, 4}, {4, 4}, {256, 4}, {285, 1}});
     deflate_maker maker;
-    maker.dynamic(plain_header(litlen, {1}), block_is::last).literals({0});
+    maker.dynamic(usual_header(litlen, {1}), block_is::last).literals({0});
     uint64_t left = size - 1 - last.size();
     for (; left >= 258; left -= 258) {
         maker.bits(0, 2); // length 258, distance 1

@@ -10,7 +10,7 @@
 //                             ^                 ^         ^
 //                      last of 2 bits    last of 3 bits   last of 4 bits
 //
-//     length(input) = firstLength + (input > lasts[0]) + (input > lasts[1]) + ...
+//     length(input) = firstLength + (input > limits[0]) + (input > limits[1]) + ...
 //     index(input)  = base[length] + the first `length` bits of the input
 //
 // where base[length] is the number of shorter codes less the first code of the length. The index is that of the
@@ -41,7 +41,7 @@ struct fast_code_t {
     uint64_t last;        ///< the highest input that begins with a code
     /// The highest input that begins with a code of at most firstLength + i bits; all ones from the
     /// longest on, which no input exceeds.
-    uint64_t lasts[kMaxCodeLength + kCommonLengths];
+    uint64_t limits[kMaxCodeLength + kCommonLengths];
     /// By length: what to add to a code to get the index of its symbol (wrapping).
     uint32_t base[kMaxCodeLength + 1];
 };
@@ -53,7 +53,7 @@ inline constexpr uint64_t last_before(uint32_t code, uint32_t length) {
 
 /// Derives the limits and bases of a built code with at least one symbol.
 inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
-    uint64_t lasts[kMaxCodeLength + 1] = {};
+    uint64_t limits[kMaxCodeLength + 1] = {};
     uint32_t code = 0;
     uint32_t index = 0;
     fast->longest = 0;
@@ -67,13 +67,13 @@ inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
         code <<= 1;
         fast->base[length] = index - code;
         code += count;
-        lasts[length] = last_before(code, length);
+        limits[length] = last_before(code, length);
         index += count;
     }
-    fast->last = lasts[fast->longest];
+    fast->last = limits[fast->longest];
     for (uint32_t i = 0; i < kMaxCodeLength + kCommonLengths; ++i) {
         const uint32_t length = fast->firstLength + i;
-        fast->lasts[i] = length < fast->longest ? lasts[length] : ~uint64_t{0};
+        fast->limits[i] = length < fast->longest ? limits[length] : ~uint64_t{0};
     }
 }
 
@@ -83,14 +83,14 @@ inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
     uint32_t length = code.firstLength;
     uint32_t more = 0;
     for (uint32_t i = 0; i < kCommonLengths; i += 2) {
-        length += input > code.lasts[i];
-        more += input > code.lasts[i + 1];
+        length += input > code.limits[i];
+        more += input > code.limits[i + 1];
         asm("" : "+r"(length), "+r"(more));
     }
     length += more;
-    if (input > code.lasts[kCommonLengths]) [[unlikely]] {
+    if (input > code.limits[kCommonLengths]) [[unlikely]] {
         ++length;
-        for (uint32_t i = kCommonLengths + 1; input > code.lasts[i]; ++i) {
+        for (uint32_t i = kCommonLengths + 1; input > code.limits[i]; ++i) {
             ++length;
         }
     }

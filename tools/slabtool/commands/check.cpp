@@ -68,7 +68,7 @@ void findFix(Judgement& judgement, const std::string& path, ByteView file, bool 
         judgement.note = "it cannot be fixed, since libpng says: " + std::string(refusal.what());
         return;
     }
-    if (alphaOnly && file[kColorTypeAt] != kGreyType) {
+    if (alphaOnly && file[kColorTypeAt] != kGrayType) {
         judgement.note = "it cannot be fixed for --alphaonly, since it is not grayscale";
         return;
     }

@@ -61,7 +61,7 @@ bool compareHeaders(const SurfacePicture& first, const SurfacePicture& second,
     const SurfaceHeader& a = first.header();
     const SurfaceHeader& b = second.header();
     if (a.mode != b.mode) {
-        comparison.words.push_back(std::string("different colour modes: ") + colorModeName(a.mode) +
+        comparison.words.push_back(std::string("different color modes: ") + colorModeName(a.mode) +
                                    " and " + colorModeName(b.mode));
     }
     if (first.width() != second.width() || first.height() != second.height()) {

@@ -40,7 +40,7 @@ void drawRow(const SurfacePicture& picture, uint32_t y, uint8_t* samples) {
             *samples++ = static_cast<uint8_t>(color.green);
         }
         *samples++ = static_cast<uint8_t>(mode == Mode::A8 ? color.alpha : color.blue);
-        if constexpr (colorType == kGreyAlphaType || colorType == kRgbaType) {
+        if constexpr (colorType == kGrayAlphaType || colorType == kRgbaType) {
             *samples++ = static_cast<uint8_t>(color.alpha);
         }
     }
@@ -50,9 +50,9 @@ template <Mode mode>
 constexpr uint8_t colorTypeOf() {
     using Traits = ModeTraits<mode>;
     if constexpr (mode == Mode::A8) {
-        return kGreyType;
+        return kGrayType;
     } else if constexpr (Traits::kHasPalette) {
-        return Traits::kHasAlpha ? kGreyAlphaType : kGreyType;
+        return Traits::kHasAlpha ? kGrayAlphaType : kGrayType;
     } else {
         return Traits::kHasAlpha ? kRgbaType : kRgbType;
     }

@@ -13,14 +13,14 @@
 namespace {
 
 bool hasKeyColor(const png_info_t& info) {
-    return (info.colorType == kGreyType && info.colorMode == DsColorMode::AI88) ||
+    return (info.colorType == kGrayType && info.colorMode == DsColorMode::AI88) ||
            (info.colorType == kRgbType && info.colorMode == DsColorMode::ARGB8888);
 }
 
 // Whether the rows fit into the 32 bits in which the decoder counts them, and the file can fill them.
 bool isInProportion(const png_info_t& info, size_t fileSize) {
     const uint64_t bytes = png_detail::uncut_filtered_size(info);
-    return bytes == png_detail::filtered_size(info) && bytes / kMostExpansion <= fileSize;
+    return bytes == png_detail::filtered_size(info) && bytes / kMaxExpansion <= fileSize;
 }
 
 // `count` samples of a row, red before blue.

@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way: PNG's own limit
+constexpr uint32_t kMaxPixels = 0x7FFFFFFF; // each way: PNG's own limit
 
 // Of all lines, each with its filter type: the product's decoder counts no further.
-constexpr uint64_t kMostFilteredBytes = 0xFFFFFFFF;
+constexpr uint64_t kMaxFilteredBytes = 0xFFFFFFFF;
 
 // Texts and suggested palettes may come any number of times, and libpng unpacks each to up to 8 MB. Of those, it keeps
 // two fewer than this.
@@ -99,7 +99,7 @@ struct Writer {
 void checkDeclaredSize(png_structp png, png_infop info, const Transfer& transfer) {
     const uint64_t rows = png_get_image_height(png, info);
     const uint64_t rowBytes = png_get_rowbytes(png, info);
-    if (rowBytes > transfer.input.size() * kMostExpansion / rows) {
+    if (rowBytes > transfer.input.size() * kMaxExpansion / rows) {
         png_error(png, "the image data are too short for the declared size");
     }
 }
@@ -111,7 +111,7 @@ uint8_t asEightBits(uint32_t sample, uint32_t depth) {
     return static_cast<uint8_t>(sample * 255 / ((1U << depth) - 1));
 }
 
-// Of a sample of a key colour only the bits count that the image's samples have.
+// Of a sample of a key color only the bits count that the image's samples have.
 uint8_t asEightBitKey(uint32_t sample, uint32_t depth) {
     return asEightBits(sample & ((1U << depth) - 1), depth);
 }
@@ -120,9 +120,9 @@ void readKeyColor(png_structp png, png_infop info, PngImage& image) {
     png_color_16p key = nullptr;
     png_get_tRNS(png, info, nullptr, nullptr, &key);
     const uint32_t depth = png_get_bit_depth(png, info);
-    if (image.colorType == kGreyType) {
-        const uint8_t grey = asEightBitKey(key->gray, depth);
-        image.keyColor = {grey, grey, grey};
+    if (image.colorType == kGrayType) {
+        const uint8_t gray = asEightBitKey(key->gray, depth);
+        image.keyColor = {gray, gray, gray};
     } else {
         image.keyColor = {asEightBitKey(key->red, depth), asEightBitKey(key->green, depth),
                           asEightBitKey(key->blue, depth)};
@@ -174,7 +174,7 @@ void readLines(png_structp png, png_infop info, const Transfer& transfer, PngIma
     const int passes = png_set_interlace_handling(png);
     png_read_update_info(png, info);
     image.colorType = png_get_color_type(png, info); // after the changes that were asked for
-    if (filteredBytes(image) > kMostFilteredBytes) {
+    if (filteredBytes(image) > kMaxFilteredBytes) {
         png_error(png, "the image takes more than 4 GiB");
     }
     const size_t step = transfer.keepsLines ? image.lineBytes() : 0;
@@ -193,7 +193,7 @@ bool tryDecode(png_structp png, png_infop info, Transfer& transfer, const PngCha
         return false;
     }
     png_set_read_fn(png, &transfer, readBytes);
-    png_set_user_limits(png, kMostPixels, kMostPixels);
+    png_set_user_limits(png, kMaxPixels, kMaxPixels);
     png_set_chunk_cache_max(png, kChunkCache);
     png_read_info(png, info);
     checkDeclaredSize(png, info, transfer);
@@ -247,10 +247,10 @@ size_t chunkBytes(const PngImage& image) {
 }
 
 void setEffort(png_structp png, const PngEffort& effort) {
-    constexpr int kMostMemory = 9; // the longest blocks, so the fewest
+    constexpr int kMaxMemory = 9; // the longest blocks, so the fewest
     png_set_compression_level(png, effort.level);
     png_set_compression_strategy(png, effort.strategy);
-    png_set_compression_mem_level(png, kMostMemory);
+    png_set_compression_mem_level(png, kMaxMemory);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, effort.filters);
 }
 
@@ -260,7 +260,7 @@ bool tryEncode(png_structp png, png_infop info, Transfer& transfer, const PngIma
         return false;
     }
     png_set_write_fn(png, &transfer, writeBytes, flushNothing);
-    png_set_user_limits(png, kMostPixels, kMostPixels);
+    png_set_user_limits(png, kMaxPixels, kMaxPixels);
     png_set_benign_errors(png, 1); // indices beyond the palette stay as they are
     setEffort(png, effort);
     png_set_compression_buffer_size(png, chunkBytes(image));
@@ -294,7 +294,7 @@ uint32_t channelsOf(uint8_t colorType) {
     switch (colorType) {
     case kRgbType:
         return 3;
-    case kGreyAlphaType:
+    case kGrayAlphaType:
         return 2;
     case kRgbaType:
         return 4;

@@ -8,12 +8,12 @@
 #include <cstdint>
 #include <optional>
 
-// Colour types as the PNG standard numbers them.
-inline constexpr uint8_t kGreyType = 0, kRgbType = 2, kIndexedType = 3, kGreyAlphaType = 4,
+// Color types as the PNG standard numbers them.
+inline constexpr uint8_t kGrayType = 0, kRgbType = 2, kIndexedType = 3, kGrayAlphaType = 4,
                          kRgbaType = 6;
 
 /// DEFLATE gives 258 bytes for two bits at the best, so no image is larger than this many times its file.
-inline constexpr uint64_t kMostExpansion = uint64_t{258} * 4;
+inline constexpr uint64_t kMaxExpansion = uint64_t{258} * 4;
 
 /// Bytes of a pixel of 8 bits a sample.
 uint32_t channelsOf(uint8_t colorType);
@@ -25,7 +25,7 @@ struct PngImage {
     Bytes samples;
     std::vector<std::array<uint8_t, 3>> palette; ///< red, green, blue; indexed images only
     Bytes paletteAlpha;                          ///< at most one an entry
-    /// The colour that stands for "transparent": the grey value three times, or red, green, blue.
+    /// The color that stands for "transparent": the gray value three times, or red, green, blue.
     std::optional<std::array<uint8_t, 3>> keyColor;
 
     size_t lineBytes() const { return size_t{width} * channelsOf(colorType); }
@@ -33,8 +33,8 @@ struct PngImage {
 
 /// What is read otherwise than the file has it.
 struct PngChanges {
-    bool keyToAlpha = false;    ///< a colour that stands for "transparent" becomes an alpha channel
-    bool expandPalette = false; ///< indices become their colours, with alpha if the palette has any
+    bool keyToAlpha = false;    ///< a color that stands for "transparent" becomes an alpha channel
+    bool expandPalette = false; ///< indices become their colors, with alpha if the palette has any
 };
 
 /// Reads a PNG file of any kind as 8 bits a sample: fewer bits widened, more narrowed, indices as they

@@ -12,7 +12,7 @@ constexpr int64_t kUsualGamma = 45455; // of sRGB, times 100,000
 constexpr int64_t kGammaTolerance = kUsualGamma / 20;
 
 bool hasAlpha(const PngFacts& facts) {
-    return facts.colorType == kGreyAlphaType || facts.colorType == kRgbaType;
+    return facts.colorType == kGrayAlphaType || facts.colorType == kRgbaType;
 }
 
 bool isUnusual(uint32_t gamma) {

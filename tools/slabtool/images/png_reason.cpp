@@ -210,10 +210,10 @@ public:
             return "the header declares no pixels: " + number(mInfo.width) + " x " +
                    number(mInfo.height);
         case fault_t::color_type:
-            return "the header has colour type " + number(mInfo.colorType) +
+            return "the header has color type " + number(mInfo.colorType) +
                    ", which does not exist";
         case fault_t::bit_depth:
-            return "the header has " + bitsASample(mInfo.bitDepth) + ", which colour type " +
+            return "the header has " + bitsASample(mInfo.bitDepth) + ", which color type " +
                    number(mInfo.colorType) + " cannot have";
         case fault_t::compression_method:
         case fault_t::filter_method:
@@ -227,7 +227,7 @@ public:
         case fault_t::interlace_unsupported:
             return "interlaced";
         case fault_t::palette_in_gray_image:
-            return "a palette in a greyscale image: " + place();
+            return "a palette in a grayscale image: " + place();
         case fault_t::palette_repeated:
             return "a second palette: " + place();
         case fault_t::palette_length:
@@ -235,13 +235,13 @@ public:
                    " bytes, which are not up to 256 times 3: " + place();
         case fault_t::palette_too_large:
         case fault_t::palette_block_missing:
-            return "a suggested palette in a truecolour image: " + place();
+            return "a suggested palette in a truecolor image: " + place();
         case fault_t::transparency_after_image_data:
             return "transparency behind image data: " + place();
         case fault_t::transparency_beside_alpha:
             return "transparency in an image that has alpha: " + place();
         case fault_t::key_color_length:
-            return transparencyOf("the colour type: ");
+            return transparencyOf("the color type: ");
         case fault_t::transparency_length:
             return transparencyOf("the palette of " + number(mInfo.paletteSize) + " entries: ");
         case fault_t::image_data_length:

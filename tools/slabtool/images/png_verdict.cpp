@@ -17,8 +17,8 @@ namespace {
 
 // Surfaces up to the first size are made whatever the file holds, none above the second one.
 constexpr uint64_t kFreeSurfaceBytes = 16 << 20;
-constexpr uint64_t kMostSurfaceBytes = 1 << 30;
-constexpr uint64_t kLeastTooManyPixels = 0x80000000; // each way: sizes are signed there
+constexpr uint64_t kMaxSurfaceBytes = 1 << 30;
+constexpr uint64_t kMinTooManyPixels = 0x80000000; // each way: sizes are signed there
 
 std::string sizeOf(const png_info_t& info) {
     return std::to_string(info.width) + " x " + std::to_string(info.height);
@@ -76,7 +76,7 @@ PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
 // could be a surface at all.
 PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alphaOnly,
                                uint64_t surfaceBytes) {
-    if (info.width >= kLeastTooManyPixels || info.height >= kLeastTooManyPixels) {
+    if (info.width >= kMinTooManyPixels || info.height >= kMinTooManyPixels) {
         return tooLarge("more pixels than pngslab can count", info);
     }
     if (const auto reason = whyRejected(file)) {
@@ -99,13 +99,13 @@ PngVerdict judgePng(ByteView file, bool alphaOnly) {
     if (png_decode(file.data(), file.size(), &info, nullptr) != kPngOk) {
         return rejectedFor(file);
     }
-    if (alphaOnly && info.colorType != kGreyType) {
+    if (alphaOnly && info.colorType != kGrayType) {
         return rejected("not-grayscale",
                         "not plain grayscale, which alpha-only surfaces are made of");
     }
     const uint64_t surfaceLine = uint64_t{info.width} * bytesPerPixel(info.colorMode) + 1;
     const uint64_t most = std::min(
-        kMostSurfaceBytes, std::max<uint64_t>(kFreeSurfaceBytes, file.size() * kMostExpansion));
+        kMaxSurfaceBytes, std::max<uint64_t>(kFreeSurfaceBytes, file.size() * kMaxExpansion));
     if (surfaceLine > most / info.height) {
         return judgeWithoutSurface(file, info, alphaOnly, surfaceLine * info.height);
     }

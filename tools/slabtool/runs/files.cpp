@@ -52,7 +52,7 @@ std::optional<uint64_t> toldSize(std::FILE* file) {
 
 // Some files have no end.
 void checkSize(uint64_t size) {
-    if (size > kMostFileBytes) {
+    if (size > kMaxFileBytes) {
         throw Refusal("has more than 2 GiB");
     }
 }
@@ -116,7 +116,7 @@ Bytes readFile(const std::string& path) {
         }
         checkSize(used);
         // Doubled, so that the cost stays linear.
-        bytes.resize(std::min(2 * used, kMostFileBytes + 1));
+        bytes.resize(std::min(2 * used, kMaxFileBytes + 1));
     }
 }
 

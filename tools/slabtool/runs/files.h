@@ -9,7 +9,7 @@
 #include <string>
 
 /// More than this is never read, but for regular files of which the front is enough.
-inline constexpr uint64_t kMostFileBytes = uint64_t{2} << 30;
+inline constexpr uint64_t kMaxFileBytes = uint64_t{2} << 30;
 
 /// @throws Refusal with the system's reason, which is in errno, behind `what`
 [[noreturn]] void refuseBySystem(const char* what);

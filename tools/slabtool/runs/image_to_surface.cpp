@@ -54,9 +54,9 @@ Bytes serialized(const DsSurface& surface) {
 
 // Rows of few pixels can become as many times as long by their padding.
 void checkPadding(uint64_t rows, const ConversionRequest& request) {
-    constexpr uint64_t kMostPixelBytes = 4;
+    constexpr uint64_t kMaxPixelBytes = 4;
     const uint64_t bytes = rows * request.rowAlignment;
-    if (bytes / kMostPixelBytes > request.maxPixels) {
+    if (bytes / kMaxPixelBytes > request.maxPixels) {
         reject("too-large", "its rows take at least " + std::to_string(bytes) +
                                 " bytes by --row-alignment, more than --max-pixels allows");
     }
@@ -87,7 +87,7 @@ ConvertedImage convertPlainly(ByteView file, const PngFacts& facts,
         surface_from_png(file.data(), file.size(), request.alphaOnly, rotation));
     if (surface == nullptr) {
         const PngImage image = decodeByLibpng(file, {});
-        if (request.alphaOnly && image.colorType != kGreyType) {
+        if (request.alphaOnly && image.colorType != kGrayType) {
             reject("not-grayscale", "not plain grayscale, which alpha-only surfaces are made of");
         }
         // With a key color the filtered rows, which depend on how the file is written, show in the surface.
@@ -109,7 +109,7 @@ Samples::Kind kindOf(uint8_t colorType) {
         return Samples::Kind::Rgb;
     case kIndexedType:
         return Samples::Kind::Indexed;
-    case kGreyAlphaType:
+    case kGrayAlphaType:
         return Samples::Kind::GrayAlpha;
     case kRgbaType:
         return Samples::Kind::Rgba;
@@ -126,7 +126,7 @@ DsColorMode ownModeOf(const PngImage& image, bool alphaOnly) {
     switch (image.colorType) {
     case kRgbType:
         return DsColorMode::RGB888;
-    case kGreyAlphaType:
+    case kGrayAlphaType:
         return DsColorMode::AI88;
     case kRgbaType:
         return DsColorMode::ARGB8888;

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr uint32_t kMostPixels = 0x7FFFFFFF; // each way
+constexpr uint32_t kMaxPixels = 0x7FFFFFFF; // each way
 constexpr uint64_t kSizeUnit = 4;
 constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
@@ -33,9 +33,9 @@ std::string number(uint64_t value) {
 }
 
 void checkSide(const char* name, uint32_t pixels, std::vector<std::string>& faults) {
-    if (pixels == 0 || pixels > kMostPixels) {
+    if (pixels == 0 || pixels > kMaxPixels) {
         faults.push_back(std::string(name) + " " + number(pixels) + " is not between 1 and " +
-                         number(kMostPixels));
+                         number(kMaxPixels));
     }
 }
 
@@ -59,9 +59,9 @@ void checkSizes(SurfaceFacts& facts) {
 void checkHeader(SurfaceFacts& facts) {
     const SurfaceHeader& header = *facts.header;
     if (header.mode >= ds_detail::kColorModeCount) {
-        facts.faults.push_back("colour mode " + number(header.mode) + " is unknown");
+        facts.faults.push_back("color mode " + number(header.mode) + " is unknown");
     } else if (bytesPerPixel(header.colorMode()) == 0) {
-        facts.faults.push_back("colour mode " + number(header.mode) + " (" +
+        facts.faults.push_back("color mode " + number(header.mode) + " (" +
                                colorModeName(header.mode) + ") has no pixels");
     }
     checkSide("width", header.width, facts.faults);

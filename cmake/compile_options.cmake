@@ -9,7 +9,7 @@ function(pngslab_warnings target scope)
 endfunction()
 
 # Warnings, sanitizers and include directories of one target.
-function(pngslab_habits target)
+function(pngslab_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   # What a program does not use is left out of it: it starts faster for that.
   target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
@@ -37,7 +37,7 @@ function(pngslab_library target folder)
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   add_library(${target} STATIC ${sources})
   add_library(Quillory::${target} ALIAS ${target})
-  pngslab_habits(${target})
+  pngslab_compile_options(${target})
   list(TRANSFORM ARGN PREPEND ${folder}/ OUTPUT_VARIABLE headers)
   set_target_properties(${target} PROPERTIES PNGSLAB_PUBLIC_HEADERS "${headers}")
 endfunction()
