@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes small seeds for every fuzzer into corpus/<fuzzer>/, from nothing but Python's standard library.
 
-The corpora in the tree are these seeds and what the fuzzers found from there, minimized.
+The archives in the tree hold these seeds and what the fuzzers found from there, minimized.
 """
 
 import pathlib

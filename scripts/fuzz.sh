@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs every fuzzer under AddressSanitizer and UndefinedBehaviorSanitizer: first what its corpus holds,
-# then new inputs for the given time. A finding is left in build/fuzz/findings and ends the script.
+# then new inputs for the given time. A finding is left in build/fuzz/findings and ends the script. New inputs are
+# collected in build/fuzz/corpus/<fuzzer>; fuzz/pack_corpus.py puts them into the archive in the tree.
 #
 #     scripts/fuzz.sh [seconds for each fuzzer, 60; 0 only replays the corpora]
 set -euo pipefail
@@ -22,7 +23,7 @@ run_fuzzer() {
     local name=$1 log="$folder/$1.log" grown="$folder/corpus/$1"
     mkdir -p "$grown"
     if ! "$folder/bin/$name" "${options[@]}" "${@:3}" -dict="$2" \
-        -artifact_prefix="$folder/findings/$name-" "$grown" "$tree/fuzz/corpus/$name" >"$log" 2>&1; then
+        -artifact_prefix="$folder/findings/$name-" "$grown" "$folder/seeds/$name" >"$log" 2>&1; then
         tail -n 60 "$log"
         echo "$name: a finding"
         return 1

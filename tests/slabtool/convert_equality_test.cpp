@@ -32,9 +32,10 @@ byte_vector imageIn(const byte_vector& input) {
 
 std::set<std::string> imagesOfTheTree() {
     std::set<std::string> images;
-    for (const char* const folder : {"docs", "samples", "examples", "fuzz/corpus"}) {
-        for (const auto& file :
-             fs::recursive_directory_iterator(fs::path(PNGSLAB_SOURCE_DIR) / folder)) {
+    const fs::path tree = PNGSLAB_SOURCE_DIR;
+    for (const fs::path& folder :
+         {tree / "docs", tree / "samples", tree / "examples", fs::path(PNGSLAB_SEEDS)}) {
+        for (const auto& file : fs::recursive_directory_iterator(folder)) {
             const byte_vector image =
                 file.is_regular_file() ? imageIn(bytesOf(file)) : byte_vector();
             if (!image.empty() && factsOf(image).pixels() <= kMaxPixels) {
