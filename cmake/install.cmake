@@ -66,7 +66,7 @@ pngslab_pkg_config(quillory-png png_surface "Turns PNG images into surfaces"
 
 # The pages to read, with what they link to. They lie as in the tree, so that links hold in both places.
 set(quillory_pages ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillory)
-install(FILES README.md SECURITY.md DESTINATION ${quillory_pages} COMPONENT development)
+install(FILES README.md SECURITY.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${quillory_pages} COMPONENT development)
 install(DIRECTORY docs DESTINATION ${quillory_pages} COMPONENT development
         FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.json" PATTERN man EXCLUDE)
 install(FILES bench/README.md DESTINATION ${quillory_pages}/bench COMPONENT development)

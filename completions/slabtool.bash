@@ -3,7 +3,7 @@
 _slabtool() {
     local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} options=--help
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert embed manifest --help' -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert embed manifest --help --version' -- "$word")
         return
     fi
     case $command in

@@ -1,6 +1,7 @@
 # fish completion for slabtool(1)
 
 complete -c slabtool -n __fish_use_subcommand -f
+complete -c slabtool -n __fish_use_subcommand -l version -d 'Print the version'
 complete -c slabtool -n __fish_use_subcommand -a info -d 'Print what surface files say'
 complete -c slabtool -n __fish_use_subcommand -a view -d 'Draw a surface file as a PNG'
 complete -c slabtool -n __fish_use_subcommand -a check -d 'Report whether pngslab accepts images'

@@ -12,7 +12,7 @@ local -a subcommands=(
     'manifest:write one manifest of several'
 )
 
-_arguments -C '(- *)--help[print what can be asked for]' '1:command:->command' '*::argument:->argument'
+_arguments -C '(- *)--help[print what can be asked for]' '(- *)--version[print the version]' '1:command:->command' '*::argument:->argument'
 case $state in
 command)
     _describe command subcommands

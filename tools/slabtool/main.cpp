@@ -2,6 +2,7 @@
 #include "tools/slabtool/commands/commands.h"
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/surfaces/color_words.h"
+#include "tools/version.h"
 
 #include <CLI/CLI.hpp>
 
@@ -269,14 +270,14 @@ std::string closestCommand(const CLI::App& app, const std::string& word) {
     return closest;
 }
 
-bool isHelp(const std::string& word) {
-    return word == "-h" || word == "--help";
+bool isOwnOption(const std::string& word) {
+    return word == "-h" || word == "--help" || word == "--version";
 }
 
-// Whether the first word, which is not the wish for help, names no sub-command.
+// Whether the first word is neither an option of slabtool itself nor a sub-command.
 bool namesNoCommand(const CLI::App& app, const std::string& word) {
     const auto commands = app.get_subcommands({});
-    return !isHelp(word) &&
+    return !isOwnOption(word) &&
            std::none_of(commands.begin(), commands.end(),
                         [&](const CLI::App* command) { return command->get_name() == word; });
 }
@@ -304,6 +305,7 @@ void occupyClosedStreams() {
 int run(int argc, char** argv) {
     CLI::App app("Looks at surface files, and makes PNG images fit for pngslab.", "slabtool");
     app.require_subcommand(1);
+    app.set_version_flag("--version", "slabtool " + versionText(), "Print the version and exit");
     app.failure_message(explainWrongUse);
     app.footer("Exit status: 0 if all is well, 1 if a file is refused or not as it should be, 2 if "
                "the command line is wrong.");

@@ -4,6 +4,7 @@
 #include "src/ds_surface.h"
 #include "src/internal/huge_pages.h"
 #include "tools/surface_generator/command_line.h"
+#include "tools/version.h"
 
 #include <cstdarg>
 #include <cstdint>
@@ -19,7 +20,6 @@ namespace {
 
 constexpr const char* kTitle = "Quillory Surface Generator";
 constexpr const char* kProgramName = "pngslab";
-constexpr unsigned kVersion = 0x0100; // major version in the high byte, minor in the low
 constexpr const char* kMakersNotice = "Turns PNG images into surfaces that are ready to draw on.";
 
 // Ends the run normally: success and the help screen leave through the same exit path as failures.
@@ -61,7 +61,7 @@ struct Request {
 };
 
 void printBanner() {
-    std::printf("\n\n%s v%X.%02X. %s\n\n", kTitle, kVersion >> 8, kVersion & 0xFF, kMakersNotice);
+    std::printf("\n\n%s v%X.%02X. %s\n\n", kTitle, kVersionMajor, kVersionMinor, kMakersNotice);
 }
 
 void declareOptions(CommandLine& commandLine) {

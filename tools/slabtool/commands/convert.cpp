@@ -10,6 +10,7 @@
 #include "tools/slabtool/runs/stop_signals.h"
 #include "tools/slabtool/runs/update.h"
 #include "tools/slabtool/surfaces/surface_file.h"
+#include "tools/version.h"
 
 #include <chrono>
 #include <cstdio>
@@ -20,7 +21,6 @@
 
 namespace {
 
-constexpr const char* kVersion = "1.0.0";
 constexpr std::chrono::seconds kSaveInterval(2);
 const Finding kNoMemory = {"memory", "not enough memory to convert it"};
 constexpr int kRejectedStatus = 1;
@@ -59,7 +59,7 @@ public:
         : mRequest(request)
         , mPlan(plan)
         , mFolder(plan.folder)
-        , mMaker{optionsText(request.conversion), kVersion}
+        , mMaker{optionsText(request.conversion), versionText()}
         , mResults(plan.jobs.size())
         , mReport(request.batch, stdout) {
         if (!request.noManifest) {
