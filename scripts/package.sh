@@ -6,6 +6,12 @@ source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
 
 install_missing g++ cmake make dpkg-dev file libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+# The same commit gives the same packages. Without a repository, the last change that the project lists counts.
+if [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
+    SOURCE_DATE_EPOCH=$(git -C "$tree" log -1 --format=%ct 2>/dev/null ||
+        date --utc --date="$(sed -n 's/^## .* - //p' "$tree/CHANGELOG.md" | head -n 1)" +%s)
+    export SOURCE_DATE_EPOCH
+fi
 configure package
 build package
 cd "$tree/build/package"

@@ -7,7 +7,11 @@ reject_arguments "$@"
 require_root
 
 "$tree/scripts/package.sh"
-install_missing debootstrap
+install_missing debootstrap lintian
+# The owner decides on the copyright file and the maintainer's address.
+echo "What lintian says of them"
+lintian --allow-root --display-info --fail-on error,warning,info \
+    --suppress-tags no-copyright-file,malformed-contact,bogus-mail-host-in-debian-changelog "$tree"/build/package/*.deb
 bare=$(mktemp -d)
 trap 'as_root rm -rf --one-file-system "$bare"' EXIT
 
