@@ -4,16 +4,16 @@
 #                       [OUTPUT_DIRECTORY folder]
 #                       [MODE mode] [DITHER kind] [BACKGROUND #RRGGBB] [PALETTE] [EMBED])
 #
-# Adds the target `name`, part of the default build, which makes a surface file of every image and makes it
-# again when the image, the options or the converter change. Relative images lie in the current source directory,
-# and an image icons/a.png becomes icons/a.surface in the output directory (by default, and if it is relative,
-# in the current binary directory); images from elsewhere lose their folder. The target's property
+# Adds the target `name` to the default build. It makes a surface file of every image, and makes it again when the
+# image, the options or the converter change. Relative images are found in the current source directory. The image
+# icons/a.png becomes icons/a.surface in the output directory. That is the current binary directory by default, and
+# relative folders are relative to it. Images from other places lose their folder. The target's property
 # QUILLORY_SURFACES lists the files.
 #
-# The options of the last line are those of `slabtool convert`, which makes the surfaces if one of them is given;
-# pngslab does otherwise. EMBED makes the target a library to link, with the surfaces as arrays: its header is
-# name.h. A build for another machine sets QUILLORY_PNGSLAB and QUILLORY_SLABTOOL to the paths of programs that
-# run on this one.
+# The options of the last line are options of `slabtool convert`. If one of them is given, slabtool makes the surfaces,
+# otherwise pngslab does. EMBED makes the target a library to link, with the surfaces as arrays; its header is name.h.
+# A build for another machine sets QUILLORY_PNGSLAB and QUILLORY_SLABTOOL to the paths of programs that run on this
+# machine.
 function(quillory_add_surfaces)
   cmake_parse_arguments(PARSE_ARGV 0 arg "ALPHA_ONLY;PALETTE;EMBED"
                         "TARGET;ROTATION;OUTPUT_DIRECTORY;MODE;DITHER;BACKGROUND" "IMAGES")
@@ -42,7 +42,7 @@ function(quillory_add_surfaces)
   _quillory_program(command dependency ${program})
   set(output_directory "${arg_OUTPUT_DIRECTORY}")
   cmake_path(ABSOLUTE_PATH output_directory BASE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}" NORMALIZE)
-  # Written only if it changes: make does not notice other options by itself.
+  # Written only if it changes: make does not see a change of options.
   set(options_file "${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/${arg_TARGET}.surface_options")
   file(CONFIGURE OUTPUT "${options_file}" CONTENT "${options}\n" @ONLY)
 
@@ -51,7 +51,7 @@ function(quillory_add_surfaces)
     cmake_path(ABSOLUTE_PATH image BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
     _quillory_surface_name(surface "${image}")
     cmake_path(APPEND output_directory "${surface}" OUTPUT_VARIABLE surface)
-    # Two commands for one file would get in each other's way, in a parallel build without a word.
+    # Two commands for one file would overwrite each other's output, in a parallel build without a message.
     get_property(is_taken GLOBAL PROPERTY "quillory_add_surfaces ${surface}" SET)
     if(is_taken)
       message(FATAL_ERROR "quillory_add_surfaces: ${surface} would be made twice")
@@ -69,7 +69,7 @@ function(quillory_add_surfaces)
   set_target_properties(${arg_TARGET} PROPERTIES QUILLORY_SURFACES "${surfaces}")
 endfunction()
 
-# How a program is called, and what changes when it does.
+# The command line of a program, and the file that changes with it.
 function(_quillory_program command dependency program)
   string(TOUPPER "QUILLORY_${program}" path)
   if(${path})
@@ -86,10 +86,10 @@ function(_quillory_program command dependency program)
   set(${dependency} Quillory::${program} PARENT_SCOPE)
 endfunction()
 
-# Where an image's surface lies below the output directory.
+# The path of an image's surface below the output directory.
 function(_quillory_surface_name name image)
   cmake_path(GET image FILENAME path)
-  # The binary directory first: it mostly lies in the source directory.
+  # The binary directory first: it is usually inside the source directory.
   foreach(folder "${CMAKE_CURRENT_BINARY_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
     cmake_path(IS_PREFIX folder "${image}" NORMALIZE is_below)
     if(is_below)
@@ -104,7 +104,7 @@ function(_quillory_surface_name name image)
   set(${name} "${path}" PARENT_SCOPE)
 endfunction()
 
-# One command that makes one surface.
+# A command that makes one surface.
 function(_quillory_add_surface_by_pngslab image surface options command dependencies)
   set(script "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/quillory_convert.cmake")
   add_custom_command(
@@ -129,13 +129,13 @@ function(_quillory_add_surface_by_slabtool image surface options command depende
     DEPENDS "${image}" ${dependencies}
     COMMENT "Making ${surface}"
     VERBATIM)
-  # Only an indexed image has one.
+  # Only indexed images have one.
   if("--palette" IN_LIST options)
     set_property(DIRECTORY APPEND PROPERTY ADDITIONAL_CLEAN_FILES "${palette}")
   endif()
 endfunction()
 
-# A library of the surfaces. The source compiles as C and as C++.
+# A library with the surfaces. Its source compiles as C and as C++.
 function(_quillory_embed target surfaces command dependency)
   get_property(languages GLOBAL PROPERTY ENABLED_LANGUAGES)
   if("C" IN_LIST languages)

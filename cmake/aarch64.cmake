@@ -1,5 +1,5 @@
-# Cross-compiles for 64-bit ARM, by g++ or, where it is named on the command line, by clang with g++'s
-# libraries. The results run in an emulator.
+# Cross-compiles for 64-bit ARM with g++, or with clang and g++'s libraries if the command line names clang. The
+# programs run in an emulator.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 if(NOT CMAKE_CXX_COMPILER)

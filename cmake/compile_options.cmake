@@ -1,4 +1,4 @@
-# What every target of this project has in common.
+# Compile options of every target of this project.
 
 # The compiler's warnings, PRIVATE for a target's own sources, INTERFACE for those that include its headers.
 function(pngslab_warnings target scope)
@@ -11,11 +11,11 @@ endfunction()
 # Warnings, sanitizers and include directories of one target.
 function(pngslab_compile_options target)
   target_compile_features(${target} PUBLIC cxx_std_20)
-  # What a program does not use is left out of it: it starts faster for that.
+  # Unused functions are removed from a program, so it starts faster.
   target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
   target_link_options(${target} PRIVATE LINKER:--gc-sections)
   pngslab_warnings(${target} PRIVATE)
-  # Assertions name their file as the tree does: what is built is the same wherever the tree lies.
+  # Assertions name files relative to the tree, so the build does not depend on the place of the tree.
   target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
   if(PNGSLAB_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${PNGSLAB_SANITIZE}
@@ -30,8 +30,8 @@ function(pngslab_compile_options target)
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/quillory>)
 endfunction()
 
-# A library of every source file in one folder, and its public headers. The list is kept for what installs
-# and checks them. Static always: there is no promise about the binary interface.
+# A library of all source files in one folder, with its public headers. Installation and checks use the list of headers.
+# Always static: the binary interface may change.
 function(pngslab_library target folder)
   file(GLOB sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.cpp")
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")

@@ -1,6 +1,6 @@
-# What `cmake --install` puts where. All of it may be moved afterwards as a whole.
+# The files of `cmake --install`. The installed folder may be moved as a whole.
 #
-# The libraries lie in a folder of their own: names like libinflate.a are nobody's to take in a common one.
+# The libraries have a folder of their own: names like libinflate.a are too general for a shared folder.
 set(quillory_libraries ${CMAKE_INSTALL_LIBDIR}/quillory)
 set(quillory_includes ${CMAKE_INSTALL_INCLUDEDIR}/quillory)
 set(quillory_package ${CMAKE_INSTALL_LIBDIR}/cmake/Quillory)
@@ -8,7 +8,7 @@ set(quillory_package ${CMAKE_INSTALL_LIBDIR}/cmake/Quillory)
 set(PNGSLAB_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
     "Where zsh looks for completions; Debian's packages have a folder of their own")
 
-# A program's manual page, and completions for three shells, each of which looks for a name of its own.
+# A program's manual page, and its completions for three shells. Each shell expects another file name.
 function(pngslab_install_page_and_completions program)
   install(FILES docs/man/${program}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${program})
   install(FILES completions/${program}.bash COMPONENT ${program} RENAME ${program}
@@ -22,15 +22,15 @@ endfunction()
 install(TARGETS pngslab EXPORT Quillory COMPONENT pngslab)
 pngslab_install_page_and_completions(pngslab)
 if(PNGSLAB_TOOL)
-  # A list of targets of its own: the libraries can be installed without the companion.
+  # A separate list of targets: the libraries can be installed without the companion.
   install(TARGETS slabtool EXPORT QuillorySlabtool COMPONENT slabtool)
   install(EXPORT QuillorySlabtool NAMESPACE Quillory:: FILE QuillorySlabtoolTargets.cmake
           DESTINATION ${quillory_package} COMPONENT slabtool)
   pngslab_install_page_and_completions(slabtool)
 endif()
 
-# The option parser is the converter's own and stays with it. File sets would lay out the headers' folders
-# themselves, but need CMake 3.23.
+# The option parser belongs to the converter and is not installed. File sets would create the folders of the headers, but
+# need CMake 3.23.
 foreach(target ds_graphics inflate png_surface)
   install(TARGETS ${target} EXPORT Quillory COMPONENT development ARCHIVE DESTINATION ${quillory_libraries})
   get_target_property(headers ${target} PNGSLAB_PUBLIC_HEADERS)
@@ -51,7 +51,7 @@ install(FILES cmake/QuilloryConfig.cmake cmake/QuilloryAddSurfaces.cmake cmake/q
 install(EXPORT Quillory NAMESPACE Quillory:: FILE QuilloryTargets.cmake
         DESTINATION ${quillory_package} COMPONENT development)
 
-# The pkg-config files, which find the rest from where they lie themselves.
+# The pkg-config files. They find the libraries relative to their own place.
 function(pngslab_pkg_config name target description requires)
   set(folder ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
   file(RELATIVE_PATH include ${folder} ${CMAKE_INSTALL_FULL_INCLUDEDIR}/quillory)
@@ -64,7 +64,7 @@ pngslab_pkg_config(quillory-inflate inflate "A resumable DEFLATE decoder" "")
 pngslab_pkg_config(quillory-png png_surface "Turns PNG images into surfaces"
                    "quillory-graphics quillory-inflate")
 
-# The pages to read, with what they link to. They lie as in the tree, so that links hold in both places.
+# The documents and the files that they link to, in the folders of the tree, so that links work in both places.
 set(quillory_pages ${CMAKE_INSTALL_DATAROOTDIR}/doc/quillory)
 install(FILES README.md SECURITY.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${quillory_pages} COMPONENT development)
 install(DIRECTORY docs DESTINATION ${quillory_pages} COMPONENT development

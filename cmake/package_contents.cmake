@@ -1,8 +1,8 @@
-# Run by cpack on the folders of the packages, before it packs them: what Debian asks of a package beyond the
+# cpack runs this on the folders of the packages before it packs them. It adds what Debian's policy asks for beyond the
 # installed files.
 set(gzip gzip -9 --no-name --force)
 
-# "* text" for each entry of the section of CHANGELOG.md that begins at `heading`, in Debian's form.
+# A section of CHANGELOG.md ("## version - date" and a list) as an entry of a Debian changelog.
 function(debian_entry package section out)
   string(REGEX MATCH "^## ([0-9.]+) - ([0-9-]+)\n\n(.*)" _ "${section}")
   set(version ${CMAKE_MATCH_1})
@@ -48,17 +48,17 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   if(pages)
     execute_process(COMMAND ${gzip} ${pages} COMMAND_ERROR_IS_FATAL ANY)
   endif()
-  # Compilers note their name in each file.
+  # Compilers write their name into each file.
   file(GLOB_RECURSE binaries ${root}/bin/* ${root}/lib/*.a)
   execute_process(COMMAND strip --strip-debug --enable-deterministic-archives --remove-section=.comment
                           --remove-section=.note ${binaries} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
-# A static program that may lie anywhere looks like a library without prerequisites.
-file(WRITE ${CPACK_TEMPORARY_DIRECTORY}/pngslab${CPACK_PACKAGING_INSTALL_PREFIX}/share/lintian/overrides/pngslab
-     "pngslab: shared-library-lacks-prerequisites [usr/bin/pngslab]\n")
+# lintian takes a static position-independent program for a library without prerequisites.
+set(overrides ${CPACK_TEMPORARY_DIRECTORY}/pngslab${CPACK_PACKAGING_INSTALL_PREFIX}/share/lintian/overrides/pngslab)
+file(WRITE ${overrides} "pngslab: shared-library-lacks-prerequisites [usr/bin/pngslab]\n")
 
-# The folders are for all to read, whatever the umask of whoever makes the packages, and so are the new files.
+# All users may read the folders and the new files, whatever the umask of the build.
 file(CHMOD_RECURSE "${CPACK_TEMPORARY_DIRECTORY}" DIRECTORY_PERMISSIONS
      OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-file(GLOB_RECURSE made ${CPACK_TEMPORARY_DIRECTORY}/*.gz ${CPACK_TEMPORARY_DIRECTORY}/*/overrides/*)
-file(CHMOD ${made} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+file(GLOB_RECURSE compressed ${CPACK_TEMPORARY_DIRECTORY}/*.gz)
+file(CHMOD ${compressed} ${overrides} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)

@@ -1,12 +1,12 @@
-# The Debian packages that cpack makes: the converter, which needs no other package, the companion, and
-# what programs are built with.
+# The Debian packages that cpack makes: the converter, which needs no other package, the companion, and the
+# development files.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VENDOR Quillory)
-set(CPACK_PACKAGE_CONTACT "The Quillory engineers" CACHE STRING "Who answers for the packages")
+set(CPACK_PACKAGE_CONTACT "The Quillory engineers" CACHE STRING "The maintainer of the packages")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/package_contents.cmake)
-# Each package has a description of its own; the project's would be put above each.
+# Each package has its own description; cpack would put the project's above it.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_COMPONENTS_ALL pngslab development)
 if(PNGSLAB_TOOL)
@@ -24,9 +24,9 @@ Programs map it and draw on it at once.")
 set(CPACK_DEBIAN_SLABTOOL_PACKAGE_NAME slabtool)
 set(CPACK_DEBIAN_SLABTOOL_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_SLABTOOL_PACKAGE_RECOMMENDS pngslab)
-set(CPACK_COMPONENT_SLABTOOL_DESCRIPTION "Looks at surface files, and makes PNG images fit for pngslab
-It tells what a surface file holds, draws it as a PNG, compares two of
-them, and says why pngslab refuses an image.")
+set(CPACK_COMPONENT_SLABTOOL_DESCRIPTION "Converts folders of PNG images into surface files
+It checks, prepares and converts images, and describes, draws, compares
+and embeds surface files. It says why pngslab rejects an image.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libquillory-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 # The CMake package names the converter as one of its targets.

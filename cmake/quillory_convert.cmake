@@ -1,6 +1,5 @@
-# Makes one surface file, or none at all: the converter empties its output before it knows whether it can
-# fill it, so it writes under another name, which becomes the right one at the end. Its words are shown
-# only if something is wrong.
+# Makes one surface file, or none: the converter empties its output before it has checked the image, so it writes under
+# another name, and the file is renamed at the end. The converter's messages are shown only if it fails.
 #
 #     cmake -P quillory_convert.cmake -- CONVERTER IMAGE.png SURFACE [more options of the converter]
 math(EXPR last "${CMAKE_ARGC} - 1")
@@ -15,7 +14,7 @@ set(unfinished "${surface}.unfinished")
 execute_process(COMMAND "${converter}" --image "${image}" --output "${unfinished}" ${arguments}
                 RESULT_VARIABLE status OUTPUT_VARIABLE words ERROR_VARIABLE words)
 
-# The converter does not report a disk that is full; the size that it prints tells.
+# The converter does not report a full disk; the size that it prints shows it.
 set(size "")
 if(status EQUAL 0 AND words MATCHES "size ([0-9]+) bytes")
   file(SIZE "${unfinished}" size)

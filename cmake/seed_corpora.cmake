@@ -1,5 +1,5 @@
-# The seeds of all fuzzers, a folder for each in the build folder. The archives have the layout that public
-# fuzzing services take.
+# The seeds of all fuzzers, in one folder for each in the build folder. The archives have the layout that public fuzzing
+# services use.
 set(pngslab_seeds ${PROJECT_BINARY_DIR}/seeds)
 
 # pngslab_unpack_seeds() fills that folder. A changed archive configures the build again.

@@ -1,5 +1,5 @@
-# Whether programs can be linked statically here and still be loaded at any address. The sanitizers'
-# libraries cannot, and some systems do not bring the static C library along.
+# Whether static position-independent programs can be linked here. The libraries of the sanitizers cannot, and some
+# systems lack the static C library.
 include(CheckCXXSourceCompiles)
 
 if(NOT PNGSLAB_SANITIZE)

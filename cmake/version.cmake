@@ -1,4 +1,4 @@
-# quillory_version: what tools/version.h says. Another number there configures the build again.
+# quillory_version: the version in tools/version.h. A change there configures the build again.
 set(quillory_version "")
 foreach(part Major Minor Patch)
   file(STRINGS tools/version.h number REGEX "kVersion${part} = ")

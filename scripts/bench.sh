@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Measures the converter and its parts side by side with other programs and libraries, on one core, and
-# prints tables. A ratio says how many times as long as ours the other takes: above 1 ours is faster.
+# prints tables. A ratio is the time of the other over ours: above 1 ours is faster.
 #
 #     scripts/bench.sh [--quick] [--rounds N] [--steps "STEP..."] [FOLDER]
 #
-# FOLDER holds PNG files of any kinds, which are sorted into sets; without it images come from Debian's
-# packages. --quick takes fewer of them and fewer rounds, about two minutes in all instead of 18. The
-# steps are deflate, decode, backends, process, batch, instructions, micro and pixels; all without --steps.
+# FOLDER holds PNG files of any kind; they are sorted into sets. Without FOLDER the images come from packages of
+# Debian. --quick uses fewer images and fewer rounds: about two minutes instead of 18. The steps are deflate, decode,
+# backends, process, batch, instructions, micro and pixels. Without --steps all of them run.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
@@ -24,7 +24,7 @@ while [ $# -gt 0 ]; do
     shift
 done
 
-# How many files of each set take part, in one process and in one process each.
+# The number of files of each set: in one process, and with a process for each.
 if [ "$quick" -eq 1 ]; then
     rounds=${rounds:-3}
     declare -A most=([photographs]=3 [graphics]=20 [palette_and_gray]=8 [icons]=60)
@@ -65,7 +65,7 @@ choose() {
     [ ${#files[@]} -gt 0 ]
 }
 
-# Runs the program $1 with the further options given on the in-process choice of every set.
+# Runs the program $1, with the further options given, on the chosen files of every set.
 on_every_set() {
     local set
     for set in "${sets[@]}"; do
@@ -87,18 +87,18 @@ measure_decode() {
 }
 
 measure_backends() {
-    echo "### What SIMD is worth: decoding by each backend, in one process"
+    echo "### The gain of SIMD: decoding by each backend, in one process"
     on_every_set compare_backends --rounds "$rounds"
 }
 
 measure_process() {
     echo "### Whole processes: reading, decoding, writing the same surface file"
     local set count set_rounds commands
-    # In memory where that can be, so that no disk has a part in it.
+    # In memory if possible, so that no disk is measured.
     target=$(mktemp -d "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")/pngslab-XXXXXX")
     trap 'rm -rf "$target"' EXIT
-    # Copies, as an installation makes them: what a linker has just written in pieces stands in pieces
-    # in the system's cache too, and starts a twentieth slower.
+    # Copies, as an installation makes them: a linker writes a program in pieces, so it lies in pieces in the system's
+    # cache and starts 5 % slower.
     local installed="$built/installed"
     rm -rf "$installed"
     cp -r "$bin" "$installed"
@@ -107,10 +107,10 @@ measure_process() {
         set_rounds=$rounds
         commands=(pngslab="$installed/pngslab" libpng="$installed/libpng_converter"
             libspng="$installed/libspng_converter" lodepng="$installed/lodepng_converter")
-        if [ "$set" != palette_and_gray ]; then # which stb_image turns into RGB
+        if [ "$set" != palette_and_gray ]; then # stb_image converts these to RGB
             commands+=(stb_image="$installed/stb_image_converter")
         fi
-        if [ "$set" = icons ]; then # which are mostly a matter of starting
+        if [ "$set" = icons ]; then # their time is mostly the start
             commands+=(libpng_static="$installed/libpng_static_converter")
             commands+=(empty_dynamic="$installed/empty_dynamic" empty_static="$installed/empty_static")
             count=$icon_processes
@@ -125,19 +125,19 @@ measure_process() {
 
 measure_batch() {
     echo "### Many images: slabtool convert in one run"
-    # Debian's Python, which Debian's Pillow belongs to.
+    # Debian's Pillow needs Debian's Python.
     /usr/bin/python3 "$tree/bench/compare_batch.py" --rounds "$rounds" --most "$icon_processes" \
         "$bin/slabtool" "$bin/pngslab" "$lists/icons.txt" "$lists/photographs.txt"
 }
 
-# Millions of instructions that the program $1 takes in its contender $2's work on the file $3.
+# Millions of instructions that the program $1 executes for its contender $2 on the file $3.
 instructions() {
     valgrind --tool=callgrind --callgrind-out-file=/dev/null \
         --toggle-collect='run_contender*' "$bin/$1" --only "$2" "$3" 2>&1 |
         awk '/Collected/ { printf "%.4f", $NF / 1e6 }'
 }
 
-# A row for the work $1 on the file $2 by the program $3: ours and the contender $4.
+# A table row for the task $1 on the file $2 by the program $3: ours and the contender $4.
 count_instructions() {
     local ours peer
     ours=$(instructions "$3" pngslab "$2")
@@ -147,7 +147,7 @@ count_instructions() {
 }
 
 measure_instructions() {
-    echo "### Instructions, in millions, for the file of middle size in each set; beside zlib and libpng"
+    echo "### Instructions, in millions, for the file of median size in each set; beside zlib and libpng"
     local set middle
     printf '\n| %-44s | %-11s | %9s | %9s | ratio |\n|---|---|---|---|---|\n' file work pngslab peer
     for set in "${sets[@]}"; do
@@ -159,7 +159,7 @@ measure_instructions() {
     done
 }
 
-# The last core that this script may use; the other programs look for it themselves.
+# The last core that this script may use; the other programs find it themselves.
 core=$(taskset -cp $$ | sed 's/.*[:,-] *//')
 
 measure_micro() {

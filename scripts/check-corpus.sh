@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Converts thousands of icons and wallpapers of four Debian packages, and the conformance images of
-# libpng's source package, and holds every pixel against libpng's; then holds slabtool against both. Needs
-# apt's access to the packages and, for the conformance images, to their sources.
+# libpng's source package, and compares every pixel with libpng; then compares slabtool with both. apt must have access
+# to the packages and, for the conformance images, to their sources.
 #
 #     scripts/check-corpus.sh [--installed]
 #
-# --installed fetches nothing and checks the images below /usr/share instead.
+# --installed downloads nothing and checks the images below /usr/share instead.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
@@ -25,7 +25,7 @@ fetch() {
         dpkg -x "$package" "$folder/icons"
     done
     echo "Fetching the sources of libpng"
-    # Indexes of the script's own, which leave the machine's alone.
+    # The script has its own package indexes and leaves those of the machine alone.
     write_source_entries "$folder/sources"
     mkdir -p "$folder"/{lists,cache/archives}/partial
     apt=(apt-get -o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$folder/sources"

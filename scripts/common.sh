@@ -1,4 +1,4 @@
-# What the scripts share: help, the tree, missing packages, builds and test runs. Sourced, not run.
+# Shared by the scripts: help, the tree, missing packages, builds and test runs. Sourced, not run.
 
 tree=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 
@@ -37,7 +37,7 @@ may_be_root() {
     [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null
 }
 
-# For a script that does more as root than install packages.
+# For scripts that need root for more than installing packages.
 require_root() {
     may_be_root || fail "root or sudo is missing. Ask the administrator to run this script."
 }
@@ -50,8 +50,8 @@ as_root() {
     fi
 }
 
-# What shows that a package's content is there, whatever installed it: a command, or a header. Packages that
-# are not listed bring a command of their own name.
+# The command or header that proves a package's content to be there, whatever installed it. Packages that are not
+# listed bring a command of their own name.
 declare -A evidence=(
     [dpkg-dev]=dpkg-shlibdeps [llvm]=llvm-profdata
     [gcc-arm-linux-gnueabihf]=arm-linux-gnueabihf-gcc [gcc-s390x-linux-gnu]=s390x-linux-gnu-gcc
@@ -62,7 +62,7 @@ declare -A evidence=(
     [libxxhash-dev]=xxhash.h [nlohmann-json3-dev]=nlohmann/json.hpp [zlib1g-dev]=zlib.h
 )
 
-# The compiler that CMake chooses, as words: CXX may hold options or a launcher.
+# The compiler that CMake chooses, as command-line words: CXX may hold options or a launcher.
 compiler() {
     echo "${CXX:-$(command -v c++ || echo g++)}"
 }
@@ -79,7 +79,7 @@ has_clang_runtime() {
     [ -n "$archives" ]
 }
 
-# Another program has the name of GNU parallel.
+# A different program is also called parallel; only GNU parallel counts.
 has_gnu_parallel() {
     parallel --version 2>/dev/null </dev/null | grep -q GNU
 }
@@ -95,8 +95,8 @@ is_there() {
     esac || [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }
 
-# Installs what is missing of what the named Debian packages bring. Programs and libraries that came another
-# way are taken as they are.
+# Installs the named Debian packages whose content is missing. Programs and libraries that were installed in another
+# way are used as they are.
 install_missing() {
     local package missing=()
     for package in "$@"; do
@@ -119,8 +119,8 @@ install_missing() {
     quietly "${install[@]}" -y "${missing[@]}"
 }
 
-# Installs the ssh daemon for tests that start their own. The machine's, which the package starts, and would
-# start again with the machine, is not wanted.
+# Installs the ssh daemon for tests that start their own. The package also starts one for the machine, now and at each
+# boot; that one is switched off.
 install_sshd() {
     if [ -x /usr/sbin/sshd ]; then
         return
@@ -130,8 +130,8 @@ install_sshd() {
     quietly as_root update-rc.d ssh disable
 }
 
-# Fills the folder $1 with this machine's own sources of packages, asked for source packages instead: of
-# files in both formats that apt knows. Many machines fetch no index of source packages.
+# Fills the folder $1 with this machine's package sources, changed to source packages, in both formats that apt knows.
+# Many machines fetch no index of source packages.
 write_source_entries() {
     local file list parts
     eval "$(apt-config shell list Dir::Etc::sourcelist/f parts Dir::Etc::sourceparts/d)"
@@ -157,14 +157,14 @@ is_at_least() {
     printf '%s\n%s\n' "$2" "$1" | sort --version-sort --check=quiet
 }
 
-# Ends the script where CMake is older than this project can use.
+# Ends the script if CMake is too old for this project.
 check_cmake() {
     local version
     version=$(cmake --version | sed -n '1s/[^0-9]*//p')
     is_at_least "$version" 3.21 || fail "pngslab needs CMake 3.21 or newer; this is CMake $version."
 }
 
-# The same for the compiler. (CMake says so too, in more words.)
+# The same for the compiler.
 check_compiler() {
     local compiler version name=g++ minimum=12
     read -ra compiler < <(compiler)
@@ -178,7 +178,7 @@ check_compiler() {
 
 # ---- Builds
 
-# Configures the preset $1. What a failure has found out is forgotten.
+# Configures the preset $1. After a failure the cached findings are removed.
 configure() {
     check_cmake
     if ! (cd "$tree" && quietly cmake --preset "$1"); then
@@ -210,7 +210,7 @@ run_tests() {
 
 # ---- Bare systems
 
-# The mirror that this machine's apt takes its own release from.
+# The mirror from which this machine's apt gets its own release.
 mirror() {
     local codename
     codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
@@ -218,7 +218,7 @@ mirror() {
         awk -v codename="$codename" '$1 == codename { print $2; exit }'
 }
 
-# Makes a minimal Debian $1 in the empty folder $2. Downloaded packages stay in $cache for the next time.
+# Makes a minimal Debian $1 in the empty folder $2. Downloaded packages stay in $cache for the next run.
 make_bare_system() {
     local from
     [ -n "$(mirror)" ] || quietly as_root apt-get update # a new machine has no index yet
@@ -227,6 +227,6 @@ make_bare_system() {
     cache="${XDG_CACHE_HOME:-$HOME/.cache}/pngslab/$1"
     mkdir -p "$cache"
     echo "Making a bare Debian ($1, one minute)"
-    as_root chmod 755 "$2" # its root folder: others than root have to enter it
+    as_root chmod 755 "$2" # users other than root must enter its root folder
     quietly as_root debootstrap --variant=minbase --cache-dir="$cache" "$1" "$2" "$from"
 }

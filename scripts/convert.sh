@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Converts one PNG on a machine that may have nothing yet: installs what is missing to build, builds pngslab,
-# and runs it.
+# Converts one PNG on a new machine: installs what the build needs, builds pngslab, and runs it.
 #
 #     scripts/convert.sh IMAGE OUTPUT [more pngslab options]
 set -euo pipefail

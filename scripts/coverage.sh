@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the suite on a build that counts, and prints the lines and branches of each file of the product
-# that the tests reached. With -v it also lists every line and branch that none reached.
+# Runs the suite on a build that counts executed lines and branches, and prints the counts of each product file.
+# With -v it also lists every line and branch that no test executed.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
@@ -10,7 +10,7 @@ configure coverage
 build coverage
 folder="$tree/build/coverage"
 rm -rf "$folder/profiles"
-# One file a program, merged as its runs end: a run for each of thousands of tests adds up.
+# One file for each program, merged as its runs end: thousands of tests would fill the disk.
 export LLVM_PROFILE_FILE="$folder/profiles/%2m.profraw"
 (cd "$tree" && quietly ctest --preset coverage --parallel "$(nproc)")
 

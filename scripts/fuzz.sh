@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs every fuzzer under AddressSanitizer and UndefinedBehaviorSanitizer: first what its corpus holds,
-# then new inputs for the given time. A finding is left in build/fuzz/findings and ends the script. New inputs are
-# collected in build/fuzz/corpus/<fuzzer>; fuzz/pack_corpus.py puts them into the archive in the tree.
+# Runs every fuzzer under AddressSanitizer and UndefinedBehaviorSanitizer: first the inputs of its corpus, then new
+# inputs for the given time. A finding stays in build/fuzz/findings and ends the script. New inputs are collected in
+# build/fuzz/corpus/<fuzzer>; fuzz/pack_corpus.py adds them to the archive in the tree.
 #
 #     scripts/fuzz.sh [seconds for each fuzzer, 60; 0 only replays the corpora]
 set -euo pipefail
@@ -18,7 +18,7 @@ folder="$tree/build/fuzz"
 mkdir -p "$folder/findings"
 (cd "$tree" && quietly ctest --preset fuzz)
 
-# Runs the program $1 with the dictionary $2 and the further options given. Its words go to its log.
+# Runs the program $1 with the dictionary $2 and the further options given. Its output goes to its log.
 run_fuzzer() {
     local name=$1 log="$folder/$1.log" grown="$folder/corpus/$1"
     mkdir -p "$grown"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs clang-tidy's chosen checks (.clang-tidy) over the product's sources.
+# Runs the clang-tidy checks of .clang-tidy on the product's sources.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"

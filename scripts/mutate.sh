@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Changes copies of the product's sources in small ways, one at a time, and runs the tests on each: a
-# change that no test notices is a survivor. Prints every survivor and the score.
+# Makes small changes in copies of the product's sources, one at a time, and runs the tests on each. A change that no
+# test detects is a survivor. Prints every survivor and the score.
 #
 #     scripts/mutate.sh [number of changes, 240] [seed, 1] [path ...]      all folders without any
 set -euo pipefail

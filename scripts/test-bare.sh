@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Makes a minimal Debian in a scratch folder, puts a clean clone of this tree into it, and runs the README's
-# two commands there, as on a new machine. Variants of test-portable.sh, if any are named, follow. Only what
-# is committed takes part. Needs root, because the system is entered by chroot; 15 to 30 minutes on two cores.
-# Downloaded packages stay in ~/.cache/pngslab for the next run.
+# Makes a minimal Debian in a scratch folder, puts a clean clone of this tree into it, and runs the two commands of the
+# README there, as on a new machine. Then it runs the named variants of test-portable.sh. Only committed changes take
+# part. Needs root for chroot. Takes 15 to 30 minutes on two cores. Downloaded packages stay in ~/.cache/pngslab for the
+# next run.
 #
 #     scripts/test-bare.sh [bookworm | trixie] [variant of test-portable.sh ...]
 set -euo pipefail
@@ -19,7 +19,7 @@ install_missing debootstrap git
 bare=$(mktemp -d)
 trap 'rm -rf --one-file-system "$bare"' EXIT
 
-# Runs a command in the new system's clone, in namespaces of its own: no process and no mount outlives it.
+# Runs a command in the clone in the new system, in separate namespaces: no process and no mount outlives it.
 inside() {
     unshare --mount --pid --fork --kill-child /bin/sh -c '
         bare=$1 && shift

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages on a bare Debian, made for the purpose in a scratch folder, and runs what
-# they bring. Needs root, for the bare system is entered by chroot. Takes a minute or two.
+# Checks the Debian packages with lintian, installs them on a minimal Debian in a scratch folder, and runs their
+# programs. Needs root for chroot. Takes a few minutes.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
@@ -9,7 +9,7 @@ require_root
 "$tree/scripts/package.sh"
 install_missing debootstrap lintian
 # The owner decides on the copyright file and the maintainer's address.
-echo "What lintian says of them"
+echo "lintian"
 lintian --allow-root --display-info --fail-on error,warning,info \
     --suppress-tags no-copyright-file,malformed-contact,bogus-mail-host-in-debian-changelog "$tree"/build/package/*.deb
 bare=$(mktemp -d)
@@ -23,11 +23,11 @@ inside() {
 make_bare_system bookworm "$bare"
 as_root cp "$tree"/build/package/*.deb "$tree"/samples/{quill,seal}.png "$bare/root"
 
-echo "The converter needs no other package"
+echo "The converter, which needs no other package"
 inside sh -c 'dpkg --install /root/pngslab_*.deb'
 inside pngslab --image /root/quill.png --output /root/quill.surface --rotation 90
 
-echo "The others bring what they need"
+echo "The other packages with their dependencies"
 quietly inside sh -c 'apt-get install -y --no-install-recommends /root/*.deb g++ cmake make pkg-config'
 inside slabtool info /root/quill.surface
 as_root cp -r "$tree/tests/package/consumer" "$bare/root"
@@ -41,6 +41,6 @@ inside /root/other /root/quill.png
 quietly inside apt-get install -y --no-install-recommends man-db
 inside sh -c 'man -P cat slabtool | grep -q "look at surface files"'
 
-echo "And go again without a trace"
+echo "Removal"
 quietly inside dpkg --purge libquillory-dev slabtool pngslab
 inside sh -c 'test -z "$(find /usr -path "*quillory*" -o -name "*pngslab*" -o -name "*slabtool*")"'

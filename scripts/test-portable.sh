@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs the suite where the everyday builds do not look: both compilers, without and with all
-# optimization, and 64-bit ARM under an emulator. The variants c-arm and c-s390x run the test of the header for C
-# alone, on emulated machines of 32 bits and of the other byte order.
+# Runs the suite in builds that the daily presets leave out: both compilers at -O0 and -O3, and 64-bit ARM under an
+# emulator. The variants c-arm and c-s390x run only the test of the header for C, on an emulated 32-bit machine and on
+# an emulated big-endian machine.
 #
 #     scripts/test-portable.sh [variant ...]     all of them without arguments
 set -euo pipefail
@@ -16,7 +16,7 @@ declare -A variants=(
     [clang-aarch64]="-DCMAKE_TOOLCHAIN_FILE=$tree/cmake/aarch64.cmake -DCMAKE_CXX_FLAGS_RELEASE=-O2
         -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++"
 )
-# The compiler, the emulator and the package of the C library for each machine that only the header for C is tested on.
+# For each machine that tests only the header for C: the compiler, the emulator, and the package of the C library.
 declare -A c_machines=(
     [c-arm]="arm-linux-gnueabihf-gcc qemu-arm libc6-dev-armhf-cross"
     [c-s390x]="s390x-linux-gnu-gcc qemu-s390x libc6-dev-s390x-cross"
@@ -54,7 +54,7 @@ for variant in "$@"; do
     fi
     folder="$tree/build/portable-$variant"
     echo "Building $variant (some minutes)"
-    # The variant's words are options, so they are split.
+    # A variant consists of options, so it is split at spaces.
     # shellcheck disable=SC2086
     quietly cmake -S "$tree" -B "$folder" -DCMAKE_BUILD_TYPE=Release -DPNGSLAB_TESTS=ON \
         -DPNGSLAB_TOOL=ON -DPNGSLAB_INSTALL=OFF -DPNGSLAB_WARNINGS_AS_ERRORS=ON ${variants[$variant]}

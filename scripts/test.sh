@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Runs every test, on a machine that may have nothing yet: installs what is missing, checks the formatting,
-# builds and runs the whole suite, optimized and under the sanitizers, and gives every fuzzer its corpus and
-# a few seconds. Takes no arguments.
+# Runs every test. Works on a new machine: installs what is missing, checks the formatting, builds and runs the whole
+# suite, optimized and under the sanitizers, and runs every fuzzer on its corpus and for a few seconds. Takes no
+# arguments.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
@@ -11,7 +11,7 @@ install_missing g++ cmake make clang-format libgtest-dev zlib1g-dev libpng-dev l
 install_missing python3 python3-distributed python3-jsonschema pkg-config dpkg-dev file zsh fish ninja-build parallel openssh-client rsync groff-base
 install_sshd
 
-# Other versions break lines differently.
+# Other versions of clang-format break lines differently.
 if clang-format --version | grep -q ' version 14\.'; then
     echo "Checking the formatting"
     (cd "$tree" && find include src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' -o -name '*.c' |

@@ -1,4 +1,4 @@
-// The version of all that the tree makes. CMake reads the three numbers from here.
+// The version of the programs, libraries and packages. CMake reads the three numbers from here.
 #pragma once
 
 #include <string>

@@ -224,7 +224,7 @@ class DebianPackages(Package):
         self.assertEqual("slabtool", self.field("libquillory-dev", "Suggests"))
 
     def test_describe_what_each_of_them_brings(self):
-        for package, words in [("pngslab", "Turns PNG images"), ("slabtool", "Looks at surface files"),
+        for package, words in [("pngslab", "Turns PNG images"), ("slabtool", "Converts folders of PNG images"),
                                ("libquillory-dev", "Surfaces, PNG and DEFLATE decoders")]:
             with self.subTest(package=package):
                 self.assertTrue(self.field(package, "Description").startswith(words))
