@@ -18,7 +18,7 @@ _pngslab() {
         return
         ;;
     esac
-    # Each option is taken once.
+    # pngslab accepts each option once.
     given=" ${COMP_WORDS[*]:1:COMP_CWORD-1} "
     for option in --help --image --rotation --alphaonly --output; do
         [[ $given == *" $option "* ]] || left+=("$option")

@@ -67,7 +67,7 @@ std::optional<PngVerdict> judge(ByteView png, bool alphaOnly) {
 void checkVerdicts(ByteView png) {
     const auto reason = whyRejected(png);
     require(!reason ||
-            (!reason->words.empty() && reason->words.find("does not know") == std::string::npos));
+            (!reason->text.empty() && reason->text.find("does not know") == std::string::npos));
     const auto verdict = judge(png, false);
     const auto alphaVerdict = judge(png, true);
     if (isAffordable(png)) {
@@ -96,7 +96,7 @@ void checkSurface(const DsSurface& surface, const PngImage& image) {
             static_cast<uint32_t>(surface.getHeight()) == image.height);
     for (uint32_t y = 0; y < image.height; ++y) {
         require(std::memcmp(surface.getPixels() + y * surface.getStride(),
-                            samples.data() + y * image.lineBytes(), image.lineBytes()) == 0);
+                            samples.data() + y * image.rowBytes(), image.rowBytes()) == 0);
     }
 }
 
@@ -119,10 +119,10 @@ void checkPreparation(ByteView png, const PngChanges& changes) {
     PngImage image = {};
     try {
         image = decodePng(png, changes);
-    } catch (const Refusal&) {
+    } catch (const Rejection&) {
         return;
     }
-    require(image.samples.size() == image.lineBytes() * image.height);
+    require(image.samples.size() == image.rowBytes() * image.height);
     require(!changes.expandPalette || image.colorType != kIndexedType);
     require(!changes.keyToAlpha || !image.keyColor);
     if (uint64_t{image.width} * image.height <= kMaxPixels) {
@@ -172,14 +172,14 @@ void checkSurfaceFile(const Bytes& file) {
     }
     quillory_surface surface;
     const quillory_verdict verdict = quillory_surface_open(&surface, file.data(), file.size());
-    bool isRefused = false;
+    bool isRejected = false;
     try {
         checkPixels(SurfacePicture(file), surface);
-    } catch (const Refusal&) {
-        isRefused = true;
+    } catch (const Rejection&) {
+        isRejected = true;
     }
-    require(isRefused == !facts.faults.empty());
-    require(isRefused == (verdict != QUILLORY_ACCEPTED));
+    require(isRejected == !facts.faults.empty());
+    require(isRejected == (verdict != QUILLORY_ACCEPTED));
 }
 
 // A path can be any bytes.
@@ -238,7 +238,7 @@ Conversion converted(ByteView png, const ConversionRequest& request) {
 bool areEqual(const Conversion& a, const Conversion& b) {
     if (!a.image || !b.image) {
         return !a.image && !b.image && a.rejection.code == b.rejection.code &&
-               a.rejection.words == b.rejection.words;
+               a.rejection.text == b.rejection.text;
     }
     return a.image->surface == b.image->surface && a.image->palette == b.image->palette &&
            a.image->wasFixed == b.image->wasFixed &&
@@ -295,7 +295,7 @@ void checkDecoders(ByteView png, const PngChanges& changes) {
         require(image->colorType == expected.colorType && image->samples == expected.samples);
         require(image->palette == expected.palette);
         require(image->paletteAlpha == expected.paletteAlpha);
-    } catch (const Refusal&) {
+    } catch (const Rejection&) {
         return; // libpng rejects some images that pngslab accepts
     }
 }
@@ -304,7 +304,7 @@ void checkConversion(ByteView png, const ConversionRequest& request) {
     const Conversion conversion = converted(png, request);
     require(areEqual(conversion, converted(png, request)));
     if (!conversion.image) {
-        require(!conversion.rejection.code.empty() && !conversion.rejection.words.empty());
+        require(!conversion.rejection.code.empty() && !conversion.rejection.text.empty());
     }
     if (factsOf(png).pixels() > request.maxPixels) {
         require(!conversion.image);

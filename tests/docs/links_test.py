@@ -1,4 +1,4 @@
-"""The documents' links among themselves: a file that was moved or renamed is noticed here."""
+"""The links between documents lead to existing files."""
 
 import os
 import re

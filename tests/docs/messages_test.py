@@ -1,5 +1,5 @@
-"""Whatever the programs may say is explained in their manual pages and in the page on troubles. What they may
-say is taken from their sources."""
+"""Every message of the programs is explained in the manual pages and in docs/troubleshooting.md. The messages are read
+from the sources."""
 
 import os
 import re
@@ -14,7 +14,7 @@ LITERAL = re.compile(r'(?<!include )"((?:[^"\\\n]|\\.)*)"')
 
 
 def literals(paths):
-    """The string literals of sources; those that stand side by side are one."""
+    """The string literals of sources; adjacent literals are joined."""
     for path in paths:
         code = re.sub(r"//.*", "", path.read_text())
         code = re.sub(r'"\s*\n\s*"', "", code)
@@ -23,14 +23,14 @@ def literals(paths):
 
 
 def converter_messages():
-    """What is thrown, up to where a value is put in."""
+    """The thrown messages, up to the first inserted value."""
     code = "".join(path.read_text() for path in (TREE / "tools/surface_generator").glob("*.cpp"))
     thrown = re.findall(r'(?:throwError|CommandLineException)\((?:"[^"]*", |nullptr, )?\(?"([^"%]+)', code)
     return {message.rstrip(" '") for message in thrown}
 
 
 def companion_messages():
-    """Every literal that is a phrase; formats of the command line, of results and of sources are not."""
+    """Every literal of three words or more, except help texts, formats of results, and generated source files."""
     sources = set((TREE / "tools/slabtool").rglob("*.cpp"))
     sources -= {TREE / "tools/slabtool" / name for name in ("main.cpp", "commands/info.cpp", "commands/compare.cpp",
                                                             "surfaces/embed_text.cpp")}
@@ -46,14 +46,14 @@ def run_converter(*words):
     return ended.returncode, message and message[1]
 
 
-def trouble(begin):
-    """The line of the table of troubles that begins like this."""
+def table_row(begin):
+    """The row of docs/troubleshooting.md that begins like this."""
     lines = (TREE / "docs/troubleshooting.md").read_text().splitlines()
     return next(line for line in lines if line.startswith("| " + begin))
 
 
 def in_general(message):
-    """A message without its own numbers and names."""
+    """A message with its numbers and names replaced."""
     return re.sub(r"\((name|Reserved\d)\)", "(N)", re.sub(r"\b([0-9]+|[NMK])\b", "N", message))
 
 
@@ -84,21 +84,21 @@ class Messages(unittest.TestCase):
             self.expect_explained([message.replace("chek", "word")], "docs/man/slabtool.1")
         self.expect_explained([message], "docs/troubleshooting.md")
 
-    def test_that_values_joined_by_an_equals_sign_cause_are_explained(self):
+    def test_for_values_after_an_equals_sign_are_explained(self):
         for words in (["--image=a.png", "--output", "o"], ["--image", "a.png", "--output=o"],
                       ["--image", "a.png", "--output", "o", "--rotation=90"]):
             with self.subTest(words=words):
                 message = run_converter(*words)[1].replace("argument --rotation=90", "argument word")
                 joined = next(word for word in words if "=" in word).split("=")[0]
-                self.assertIn(f"`{joined}=", trouble(f"`{message}`"))
+                self.assertIn(f"`{joined}=", table_row(f"`{message}`"))
 
-    def test_do_not_come_of_empty_words_which_are_taken_for_help(self):
+    def test_for_empty_words_are_explained(self):
         for words in (["--image", "", "--output", "o"], ["--image", "a.png", "--output", ""]):
             self.assertEqual((0, None), run_converter(*words))
         self.assertEqual((1, "'--help' duplicate option"), run_converter("--image", "", "--output", ""))
-        self.assertIn("an empty word", trouble("the list of options, exit status 0, no output"))
+        self.assertIn("an empty word", table_row("the list of options, exit status 0, no output"))
 
-    def test_of_broken_surfaces_are_explained_as_they_are(self):
+    def test_of_invalid_surfaces_are_explained(self):
         good = [0, 0, 2, 1, 8]  # rotation, mode, width, height, stride
         surfaces = [struct.pack("<5I", *good[:i], value, *good[i + 1:]) + bytes(8)
                     for i, value in ((0, 45), (1, 12), (1, 6), (2, 0), (3, 0), (4, 4))]

@@ -1,5 +1,4 @@
-"""The programs' options as their usage screens, manual pages and the completions of three shells name them:
-all must name the same ones."""
+"""The usage screens, the manual pages and the completions of three shells must have the same options."""
 
 import os
 import re
@@ -19,7 +18,7 @@ compopt() { :; }
 _$2
 printf '%s\\n' "${COMPREPLY[@]}"
 """
-# The completion describes everything to one function of the shell, which here prints it.
+# Replaces the functions of zsh that receive the options by functions that print them.
 ZSH = """_arguments() { print -rl -- "$@"; if [[ $1 == -C ]]; then state=$STATE; fi }
 _describe() { print -rl -- ${(P)2} }
 offer() { source "$1" }
@@ -56,7 +55,7 @@ def options_in(text):
 
 
 def options_of(*words):
-    """The options that a program, or one of its sub-commands, says it has."""
+    """The options in the usage screen of a program or of a sub-command."""
     screen = printed(PROGRAMS[words[0]], *words[1:], "--help")
     # Descriptions may name options of other programs.
     declared = [line for line in screen.splitlines() if re.match(r" +(-\w,)?--", line)]
@@ -97,7 +96,7 @@ class Options(unittest.TestCase):
                 self.assertEqual(options, options_in(zsh_offers("slabtool", command).split("*::argument")[1]))
                 self.assertEqual(options, sorted(fish_offers("slabtool", command, "--")))
 
-    def test_are_led_to_by_sub_commands(self):
+    def test_are_preceded_by_a_sub_command(self):
         screen = printed(PROGRAMS["slabtool"], "--help").split("Subcommands:")[1]
         self.assertEqual(COMMANDS, re.findall(r"^  (\w+)", screen, re.M))
         self.assertEqual(COMMANDS + ["--help", "--version"], bash_offers("slabtool", ""))
@@ -108,7 +107,7 @@ class Options(unittest.TestCase):
 
 
 class Rotations(unittest.TestCase):
-    """Only 90 turns the pixels; where a shell shows descriptions, they say so."""
+    """Only 90 rotates the pixels. Shells that show descriptions say so."""
 
     def expect(self, described):
         self.assertEqual(["by 90 degrees counter-clockwise", "accepted; changes nothing",
@@ -123,7 +122,7 @@ class Rotations(unittest.TestCase):
         self.expect([line.split("\t")[1] for line in lines])
 
     def test_are_described_by_zsh(self):
-        values = re.search(r"--rotation\[turn the pixels\]:degrees:\(\((.*)\)\)", zsh_offers("pngslab"))[1]
+        values = re.search(r"--rotation\[rotate the pixels\]:degrees:\(\((.*)\)\)", zsh_offers("pngslab"))[1]
         self.expect(re.findall(r'\d+\\:"([^"]*)"', values))
 
 
@@ -132,26 +131,26 @@ class BashCompletion(unittest.TestCase):
         self.assertEqual(["--help", "--image", "--rotation", "--output"],
                          bash_offers("pngslab", "--alphaonly", ""))
 
-    def test_offers_values_behind_options(self):
+    def test_offers_values_after_options(self):
         self.assertEqual(["90", "180", "270"], bash_offers("pngslab", "--rotation", ""))
         self.assertEqual(["180"], bash_offers("pngslab", "--rotation", "1"))
 
     def test_offers_images_where_images_are_read(self):
-        pictures = f"{TREE}/samples/"
-        expected = [pictures + "quill.png", pictures + "seal.png"]
-        self.assertEqual(expected, sorted(bash_offers("pngslab", "--image", pictures)))
-        self.assertEqual(expected, sorted(bash_offers("slabtool", "check", pictures)))
-        self.assertIn(pictures + "make_seal.py", bash_offers("pngslab", "--output", pictures))
-        self.assertIn(pictures + "make_seal.py", bash_offers("slabtool", "info", pictures))
+        images = f"{TREE}/samples/"
+        expected = [images + "quill.png", images + "seal.png"]
+        self.assertEqual(expected, sorted(bash_offers("pngslab", "--image", images)))
+        self.assertEqual(expected, sorted(bash_offers("slabtool", "check", images)))
+        self.assertIn(images + "make_seal.py", bash_offers("pngslab", "--output", images))
+        self.assertIn(images + "make_seal.py", bash_offers("slabtool", "info", images))
 
 
 class FishCompletion(unittest.TestCase):
     def test_offers_images_first_where_images_are_read(self):
-        pictures = f"{TREE}/samples/"
+        images = f"{TREE}/samples/"
         for command in (["pngslab", "--image"], ["slabtool", "check"], ["slabtool", "prepare"]):
             with self.subTest(command=command):
-                self.assertEqual([pictures + "quill.png", pictures + "seal.png"],
-                                 fish_offers(*command, pictures)[:2])
+                self.assertEqual([images + "quill.png", images + "seal.png"],
+                                 fish_offers(*command, images)[:2])
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""The pictures in the documents show what the programs make."""
+"""The pictures in the documents have the pixels that the programs make."""
 
 import os
 import subprocess

@@ -1,4 +1,4 @@
-"""The page about slabtool: its transcripts show what the program prints."""
+"""The transcripts in docs/slabtool.md show the output of the program."""
 
 import os
 import random
@@ -14,7 +14,7 @@ TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 PAGE = (TREE / "docs/slabtool.md").read_text()
 BLOCKS = re.findall(r"^```\w*\n(.*?)^```$", PAGE, re.M | re.S)
 TRANSCRIPTS = [block for block in BLOCKS if block.startswith("$ ")]
-STORED = 0  # the level of zlib that makes stored blocks
+STORED = 0  # zlib's level for stored blocks
 GRAY, RGB = 0, 2
 
 
@@ -34,8 +34,8 @@ def fixed(rows):
 
 
 def icon(block_end):
-    """A gray image of one row, whose one fixed-code block ends in that byte of the image data."""
-    noise = bytes(random.Random(1).choices(range(144), k=1000))  # whose fixed codes have 8 bits
+    """A gray image of one row. Its only fixed-code block ends in the given byte of the image data."""
+    noise = bytes(random.Random(1).choices(range(144), k=1000))  # values with fixed codes of 8 bits
     for width in range(1, 1000):
         image_data = fixed(bytes([0]) + noise[:width])
         if len(image_data) == block_end + 1 + 4:  # the checksum of zlib follows
@@ -44,7 +44,7 @@ def icon(block_end):
 
 
 def commands_in(transcript):
-    """Each command with what it prints."""
+    """Each command with its output."""
     return [part.split("\n", 1) for part in re.split(r"^\$ ", transcript, flags=re.M)[1:]]
 
 
@@ -67,7 +67,7 @@ class Transcripts(unittest.TestCase):
         (self.folder / "huge.png").write_bytes(
             image(65536, 65536, 8, GRAY, zlib.compress(bytes([5]) * 65536, STORED)))
 
-    def test_show_what_the_program_prints(self):
+    def test_show_the_output_of_the_program(self):
         self.assertEqual(7, len(TRANSCRIPTS))
         function = f"slabtool() {{ '{os.environ['PNGSLAB_SLABTOOL']}' \"$@\"; }}\n"
         for transcript in TRANSCRIPTS:

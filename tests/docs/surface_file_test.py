@@ -1,4 +1,4 @@
-"""The page about the surface file: its bytes, its table of pixels and its commands say the truth."""
+"""docs/surface-file.md: its example bytes, its table of pixels and its commands are correct."""
 
 import re
 import struct
@@ -15,8 +15,8 @@ PAGE = (TREE / "docs/surface-file.md").read_text()
 PIXELS = re.compile(r"^\| (\d) \| `?(\w+)`? \| (?:`([0-9a-f ]+)`)? ?\| (?:`0x([0-9a-f]+)`)? ?\| (.+) \|$",
                     re.MULTILINE)
 COLOR = {"alpha": 204, "red": 240, "green": 136, "blue": 40, "value": 40}
-# How far the nearest value of a field can be away, for the modes whose fields are smaller than 8 bits.
-FAR = {"RGB565": {"red": 4, "green": 2, "blue": 4},
+# The max distance of the nearest value, for modes with fields of fewer than 8 bits.
+MAX_DISTANCE = {"RGB565": {"red": 4, "green": 2, "blue": 4},
        "ARGB1555": {"alpha": 127, "red": 4, "green": 4, "blue": 4},
        "ARGB4444": {"alpha": 8, "red": 8, "green": 8, "blue": 8}}
 
@@ -42,7 +42,7 @@ class TableOfPixels(InScratchFolder):
     def test_has_every_mode(self):
         self.assertEqual([str(mode) for mode in range(10)], [row[0] for row in self.ROWS])
 
-    def test_shows_bytes_that_are_read_like_this(self):
+    def test_shows_bytes_that_the_readers_read_as_shown(self):
         path = self.folder / "one.surface"
         for mode, name, shown, _, words in self.ROWS:
             with self.subTest(mode=mode):
@@ -55,29 +55,29 @@ class TableOfPixels(InScratchFolder):
                     continue
                 self.assertEqual([words], read_with_both(self, path, 0, 0))
                 self.assertEqual("mode %s %s" % (mode, name), read_with_both(self, path)[1])
-                # One byte fewer is too few, so these are all bytes of the pixel.
+                # Without its last byte the pixel is incomplete.
                 path.write_bytes(surface_bytes(int(mode), 1, [pixel[:-1]]))
                 self.assertEqual(1, run(READERS["C"], path)[0])
 
-    def test_shows_words_that_are_the_bytes(self):
+    def test_shows_words_that_match_the_bytes(self):
         words = {mode: word for mode, _, _, word, _ in self.ROWS if word}
         self.assertEqual(["0", "2", "3", "4", "7"], list(words))
         for mode, _, shown, word, _ in self.ROWS:
             if word:
                 self.assertEqual(int.from_bytes(bytes.fromhex(shown), "little"), int(word, 16))
 
-    def test_shows_the_color_as_near_as_each_mode_comes(self):
+    def test_shows_the_nearest_color_of_each_mode(self):
         for _, name, _, _, words in self.ROWS:
             for channel, value in re.findall(r"(\w+) (\d+)", words):
                 if channel == "alpha" and name in ("RGB888", "RGB565"):
                     self.assertEqual("255", value)
                 else:
-                    far = FAR.get(name, {}).get(channel, 0)
-                    self.assertLessEqual(abs(int(value) - COLOR[channel]), far, (name, channel))
+                    distance = MAX_DISTANCE.get(name, {}).get(channel, 0)
+                    self.assertLessEqual(abs(int(value) - COLOR[channel]), distance, (name, channel))
 
 
 class Example(InScratchFolder):
-    def test_bytes_are_those_that_the_converter_writes(self):
+    def test_has_the_bytes_that_the_converter_writes(self):
         rows = b"\0" + bytes([255, 0, 0, 0, 255, 0, 0, 0, 255]) + \
             b"\0" + bytes([255, 255, 255, 0, 0, 0, 16, 32, 48])
         image = b"\x89PNG\r\n\x1a\n" + \
@@ -94,7 +94,7 @@ class Example(InScratchFolder):
 
 
 class Commands(InScratchFolder):
-    def test_print_what_the_page_says(self):
+    def test_print_the_output_on_the_page(self):
         for folder in ("examples", "include"):
             (self.folder / folder).symlink_to(TREE / folder)
         convert(self, TREE / "samples/quill.png", self.folder / "quill.surface")

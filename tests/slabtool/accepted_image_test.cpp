@@ -1,4 +1,4 @@
-// Images that pngslab accepts, as its own decoder reads them: the same samples as libpng's.
+// decodeAccepted: pngslab's decoder gives the same samples as libpng.
 #include "tests/support/png_maker.h"
 #include "tests/support/same_bytes.h"
 #include "tools/slabtool/images/accepted_image.h"
@@ -54,7 +54,7 @@ TEST(AcceptedImage, MakesIndicesBeyondThePaletteBlack) {
               decodeAccepted(file, {.expandPalette = true})->samples);
 }
 
-TEST(AcceptedImage, LeavesTheRestToLibpng) {
+TEST(AcceptedImage, ReturnsNothingForImagesThatNeedLibpng) {
     EXPECT_FALSE(decodeAccepted(png().gray(2, 2).trns({0, 1}).bytes(), {})) << "a key color";
     EXPECT_FALSE(decodeAccepted(png().rgb(2, 2).trns({0, 1, 0, 1, 0, 1}).bytes(), {}));
     EXPECT_FALSE(decodeAccepted(png().rgb(2, 2).palette(2).bytes(), {})) << "a suggested palette";

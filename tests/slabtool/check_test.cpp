@@ -1,4 +1,4 @@
-// slabtool check: every kind of refusal by its words, and agreement with the converter itself.
+// slabtool check: the message of every rejection, and agreement with the converter.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/support/deflate_maker.h"
 #include "tests/support/png_maker.h"
@@ -14,15 +14,15 @@ const std::string kNarrowing = "; with loss: 16 bits a sample become 8 [16-bit]"
 
 class Check : public SlabtoolTest {
 protected:
-    // Expects these words behind "a.png: ", and the converter to decide alike.
-    void expectVerdict(const std::string& words, const byte_vector& image,
+    // Expects this text after "a.png: ", and the same verdict of the converter.
+    void expectVerdict(const std::string& text, const byte_vector& image,
                        const std::vector<std::string>& options = {}) const {
-        const bool isAccepted = words.starts_with("accepted");
+        const bool isAccepted = text.starts_with("accepted");
         write("a.png", image);
         std::vector<std::string> arguments = {"check", "a.png"};
         arguments.insert(arguments.end(), options.begin(), options.end());
-        expectTool(isAccepted ? 0 : 1, "a.png: " + words + "\n", "", arguments);
-        EXPECT_EQ(isAccepted, converterTakes(image, options)) << words;
+        expectTool(isAccepted ? 0 : 1, "a.png: " + text + "\n", "", arguments);
+        EXPECT_EQ(isAccepted, converterAccepts(image, options)) << text;
     }
 
     // Expects a rejection with a command that fixes the image.
@@ -36,19 +36,19 @@ protected:
     void expectBroken(const std::string& code, const std::string& reason, const byte_vector& image,
                       const std::string& libpng) const {
         expectVerdict("rejected: " + reason + " [" + code +
-                          "]; it cannot be fixed, since libpng says: " + libpng,
+                          "]; it cannot be fixed, because libpng reports: " + libpng,
                       image);
     }
 };
 
-// A sound image of 2 by 2 pixels with other header fields.
+// An image of 2 by 2 pixels with one changed byte in its header.
 byte_vector withHeader(size_t at, uint8_t value) {
     std::vector<png_chunk_t> chunks = png().gray(2, 2).chunks();
     chunks.front().data[at] = value;
     return png_file(chunks);
 }
 
-TEST_F(Check, TakesEveryKindOfImageThatTheConverterTakes) {
+TEST_F(Check, AcceptsEveryKindOfImageThatTheConverterAccepts) {
     expectVerdict("accepted: I8, 3 x 2", png().gray(3, 2).bytes());
     expectVerdict("accepted: RGB888, 3 x 2", png().rgb(3, 2).bytes());
     expectVerdict("accepted: AI88, 3 x 2", png().gray_alpha(3, 2).bytes());
@@ -56,9 +56,9 @@ TEST_F(Check, TakesEveryKindOfImageThatTheConverterTakes) {
     expectVerdict("accepted: A8, 3 x 2", png().gray(3, 2).bytes(), {"--alphaonly"});
 }
 
-TEST_F(Check, NamesKeyColorsAndPalettesThatAreLost) {
+TEST_F(Check, NamesLostKeyColorsAndPalettes) {
     const std::string key =
-        "; the color that means \"transparent\" is not applied [key-color]; fix: "
+        "; the key color, which means \"transparent\", is ignored [key-color]; fix: "
         "slabtool prepare --key-to-alpha a.png a-prepared.png";
     expectVerdict("accepted with loss: AI88, 3 x 2" + key, png().gray(3, 2).trns({0, 1}).bytes());
     expectVerdict("accepted with loss: ARGB8888, 3 x 2" + key,
@@ -69,8 +69,8 @@ TEST_F(Check, NamesKeyColorsAndPalettesThatAreLost) {
         png().indexed(3, 2).bytes());
 }
 
-// What no option keeps has no fix.
-TEST_F(Check, NamesWhatTheSurfaceIgnores) {
+// No option avoids these losses.
+TEST_F(Check, NamesLossesWithoutAFix) {
     const auto with = [](const char* type, const byte_vector& data) {
         return png().rgb(3, 2).chunk_before_idat({type, data}).bytes();
     };
@@ -82,7 +82,7 @@ TEST_F(Check, NamesWhatTheSurfaceIgnores) {
         verdict + "the Exif orientation 6 is ignored [orientation]",
         with("eXIf", {'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 1, 0x12, 0, 3, 0, 0, 0, 1, 0, 6, 0, 0}));
     expectVerdict("accepted: RGB888, 3 x 2", with("eXIf", {'I', 'I', 42, 0, 8, 0, 0, 0}));
-    expectVerdict(verdict + "one frame of the animation is used [animation]",
+    expectVerdict(verdict + "only one frame of the animation is used [animation]",
                   with("acTL", {0, 0, 0, 2, 0, 0, 0, 0}));
 }
 
@@ -94,7 +94,7 @@ TEST_F(Check, ExitsWith1ForALossIfStrict) {
     EXPECT_EQ(0, tool({"check", "--strict", "good.png"}).exitStatus);
 }
 
-TEST_F(Check, NamesOtherDepthsAndInterlacing) {
+TEST_F(Check, NamesBitDepthAndInterlacing) {
     expectFixable("bit-depth", "1 bit a sample instead of 8",
                   libpng_encode(noise_image(kGray, 1, false, 9, 9)));
     expectFixable("bit-depth", "2 bits a sample instead of 8",
@@ -109,12 +109,12 @@ TEST_F(Check, NamesOtherDepthsAndInterlacing) {
 }
 
 TEST_F(Check, NamesFixedCodeBlocks) {
-    const byte_vector rows = {0, 1, 0, 1}; // two lines of one pixel
+    const byte_vector rows = {0, 1, 0, 1}; // two rows of one pixel
     const byte_vector raw = deflate_maker().fixed(block_is::last).literals(rows).end().bytes();
     png_maker image = png().gray(1, 2).filter(kNone).pixels({1, 1}).deflate_stream(raw);
     expectFixable("fixed-code-block",
                   "a fixed-code DEFLATE block in bytes 2 to 7 of the image data", image.bytes());
-    // The range counts on over the chunks.
+    // The range covers several chunks.
     expectFixable("fixed-code-block",
                   "a fixed-code DEFLATE block in bytes 2 to 7 of the image data",
                   image.idat_split_at({3, 5}).bytes());
@@ -129,21 +129,22 @@ TEST_F(Check, NamesSuggestedPalettes) {
                   png().rgba(2, 2).palette(3).bytes());
 }
 
-TEST_F(Check, NamesPalettesThatShouldNotBe) {
+TEST_F(Check, NamesInvalidPalettes) {
     expectFixable("bad-palette", "a palette in a grayscale image: chunk 2 (PLTE, bytes 33 to 47)",
                   png().gray(2, 2).plte({1, 2, 3}).bytes());
     expectFixable("bad-palette", "a palette in a grayscale image: chunk 2 (PLTE, bytes 33 to 47)",
                   png().gray_alpha(2, 2).plte({1, 2, 3}).bytes());
-    expectBroken("bad-palette",
-                 "a palette of 771 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 "
-                 "to 815)",
-                 png().indexed(2, 2).plte(byte_vector(771)).bytes(), "PLTE: invalid");
+    expectBroken(
+        "bad-palette",
+        "a palette of 771 bytes, which is not a multiple of 3 up to 768: chunk 2 (PLTE, bytes 33 "
+        "to 815)",
+        png().indexed(2, 2).plte(byte_vector(771)).bytes(), "PLTE: invalid");
     expectBroken("bad-palette", "a second palette: chunk 3 (PLTE, bytes 48 to 62)",
                  png().indexed(2, 2).plte({1, 2, 3}).another_plte({1, 2, 3}).bytes(),
                  "PLTE: duplicate");
     expectBroken(
         "bad-palette",
-        "a palette of 4 bytes, which are not up to 256 times 3: chunk 2 (PLTE, bytes 33 to "
+        "a palette of 4 bytes, which is not a multiple of 3 up to 768: chunk 2 (PLTE, bytes 33 to "
         "48)",
         png().indexed(2, 2).plte({1, 2, 3, 4}).bytes(), "PLTE: invalid");
 }
@@ -157,9 +158,9 @@ TEST_F(Check, NamesMissingAndLatePalettes) {
                  "IDAT: Missing PLTE before IDAT");
     write("a.png", late);
     EXPECT_TRUE(tool({"check", "a.png"})
-                    .output.starts_with("a.png: rejected: image data in front of the palette: "
+                    .output.starts_with("a.png: rejected: image data before the palette: "
                                         "chunk 2 (IDAT, bytes 33 to "));
-    EXPECT_FALSE(converterTakes(late));
+    EXPECT_FALSE(converterAccepts(late));
 }
 
 TEST_F(Check, NamesTransparencyThatDoesNotFit) {
@@ -178,11 +179,11 @@ TEST_F(Check, NamesTransparencyThatDoesNotFit) {
     write("a.png", png().gray(2, 2).chunk_after_idat({"tRNS", {0, 1}}).bytes());
     EXPECT_TRUE(
         tool({"check", "a.png"})
-            .output.starts_with("a.png: rejected: transparency behind image data: chunk 3 "));
-    EXPECT_FALSE(converterTakes(read("a.png")));
+            .output.starts_with("a.png: rejected: transparency after image data: chunk 3 "));
+    EXPECT_FALSE(converterAccepts(read("a.png")));
 }
 
-TEST_F(Check, NamesFailingChecksums) {
+TEST_F(Check, NamesWrongChecksums) {
     std::vector<png_chunk_t> chunks =
         png().gray(2, 2).chunk_before_idat({"tEXt", {'a', 0, 'b'}, 0x10}).chunks();
     const ProgramOutcome outcome = [&] {
@@ -193,36 +194,36 @@ TEST_F(Check, NamesFailingChecksums) {
         "a.png: rejected: the checksum of chunk 2 (tEXt, bytes 33 to 47) is "))
         << outcome.output;
     EXPECT_TRUE(outcome.output.ends_with("; fix: slabtool prepare a.png a-prepared.png\n"));
-    EXPECT_FALSE(converterTakes(png_file(chunks)));
+    EXPECT_FALSE(converterAccepts(png_file(chunks)));
 }
 
-TEST_F(Check, NamesCutFiles) {
+TEST_F(Check, NamesTruncatedFiles) {
     const byte_vector file = png().gray(2, 2).bytes();
     const size_t end = file.size();
     for (const size_t missing : {1U, 11U}) {
-        expectBroken("truncated", "the file ends inside the frame of chunk 3",
+        expectBroken("truncated", "the file ends within the first 12 bytes of chunk 3",
                      slice(file, 0, end - missing), "the file ends too early");
     }
     expectBroken("truncated",
                  "the file ends inside chunk 2 (IDAT, bytes 33 to " + std::to_string(end - 13) +
                      "), 1 bytes too early",
                  slice(file, 0, end - 13), "the file ends too early");
-    expectBroken("truncated", "the file ends behind chunk 2, without an IEND chunk",
+    expectBroken("truncated", "the file ends after chunk 2, without an IEND chunk",
                  slice(file, 0, end - 12), "the file ends too early");
     expectBroken("truncated",
                  "the file ends inside chunk 1 (IHDR, bytes 8 to 32), 1 bytes too early",
                  slice(file, 0, 32), "the file ends too early");
 }
 
-TEST_F(Check, NamesFilesThatAreNoPng) {
-    expectBroken("not-png", "not a PNG file: its first 8 bytes are others",
+TEST_F(Check, NamesFilesThatAreNotPng) {
+    expectBroken("not-png", "not a PNG file: its first 8 bytes are not the PNG signature",
                  {'G', 'I', 'F', '8', '9'}, "the file ends too early");
-    expectBroken("not-png", "not a PNG file: its first 8 bytes are others", byte_vector(100, 'x'),
-                 "Not a PNG file");
+    expectBroken("not-png", "not a PNG file: its first 8 bytes are not the PNG signature",
+                 byte_vector(100, 'x'), "Not a PNG file");
     expectVerdict("rejected: the file is empty [not-png]", {});
 }
 
-TEST_F(Check, NamesHeadersThatAreWrong) {
+TEST_F(Check, NamesInvalidHeaders) {
     expectBroken("header",
                  "the file does not begin with an IHDR chunk of 13 bytes, but with chunk 1 (tEXt, "
                  "bytes 8 to 20)",
@@ -233,29 +234,24 @@ TEST_F(Check, NamesHeadersThatAreWrong) {
                  png().gray(2, 2).declared_size(2, 0).bytes(), "Invalid IHDR data");
     expectBroken("header", "the header has color type 5, which does not exist", withHeader(9, 5),
                  "Invalid IHDR data");
-    expectBroken("header", "the header has 3 bits a sample, which color type 0 cannot have",
+    expectBroken("header", "the header has 3 bits a sample, which color type 0 does not allow",
                  withHeader(8, 3), "Invalid IHDR data");
     for (const uint8_t depth : byte_vector{1, 2, 4}) {
         expectBroken("header",
                      "the header has " + std::to_string(depth) + (depth == 1 ? " bit" : " bits") +
-                         " a sample, which color type 2 cannot have",
+                         " a sample, which color type 2 does not allow",
                      png().rgb(2, 2).bit_depth(depth).bytes(), "Invalid IHDR data");
     }
-    expectBroken("header", "the header has 16 bits a sample, which color type 3 cannot have",
+    expectBroken("header", "the header has 16 bits a sample, which color type 3 does not allow",
                  png().indexed(2, 2).bit_depth(16).bytes(), "Invalid IHDR data");
-    expectBroken("header",
-                 "the header has compression, filter and interlace method 1, 0 and 0, which do not "
-                 "all exist",
+    expectBroken("header", "the header has an unknown method: compression 1, filter 0, interlace 0",
                  withHeader(10, 1), "Invalid IHDR data");
-    expectBroken("header",
-                 "the header has compression, filter and interlace method 0, 0 and 2, which do not "
-                 "all exist",
+    expectBroken("header", "the header has an unknown method: compression 0, filter 0, interlace 2",
                  withHeader(12, 2), "Invalid IHDR data");
 }
 
 TEST_F(Check, NamesUnknownChunksAndSecondHeaders) {
-    expectBroken("critical-chunk",
-                 "a critical chunk of unknown meaning: chunk 2 (ABCD, bytes 33 to 45)",
+    expectBroken("critical-chunk", "an unknown critical chunk: chunk 2 (ABCD, bytes 33 to 45)",
                  png().gray(2, 2).chunk_before_idat({"ABCD", {1}}).bytes(),
                  "ABCD: unhandled critical chunk");
     const png_chunk_t header = {"IHDR", png().gray(2, 2).image_header()};
@@ -263,56 +259,54 @@ TEST_F(Check, NamesUnknownChunksAndSecondHeaders) {
                  png().gray(2, 2).chunk_before_idat(header).bytes(), "IHDR: out of place");
 }
 
-TEST_F(Check, NamesImageDataThatAreMissingOrBroken) {
+TEST_F(Check, NamesMissingAndInvalidImageData) {
     std::vector<png_chunk_t> chunks = png().gray(2, 2).chunks();
     chunks.erase(chunks.begin() + 1);
     write("a.png", png_file(chunks));
-    EXPECT_TRUE(tool({"check", "a.png"})
-                    .output.starts_with("a.png: rejected: there are no image data [truncated]; "));
-    EXPECT_FALSE(converterTakes(png_file(chunks)));
+    EXPECT_TRUE(
+        tool({"check", "a.png"})
+            .output.starts_with("a.png: rejected: the file has no image data [truncated]; "));
+    EXPECT_FALSE(converterAccepts(png_file(chunks)));
     expectFixable("short-image-data",
                   "image data of fewer than 2 bytes: chunk 2 (IDAT, bytes 33 to 45)",
                   png().gray(2, 2).idat_split_at({1}).bytes());
-    expectBroken("truncated", "the image data end before their last DEFLATE block does",
+    expectBroken("truncated", "the image data end before the last DEFLATE block is complete",
                  png().gray(2, 2).idat_bytes({0x78, 0x9C}).bytes(), "Not enough image data");
     const byte_vector invalid = deflate_maker().block_header(3, block_is::last).bits(0, 30).bytes();
-    expectBroken("bad-image-data",
-                 "the image data are broken at byte 2: a block of a type that does not exist",
+    expectBroken("bad-image-data", "the image data are invalid at byte 2: an unknown block type",
                  png().gray(2, 2).deflate_stream(invalid).bytes(), "IDAT: invalid block type");
-    expectFixable("too-many-rows", "the image data hold more lines than the header declares",
+    expectFixable("too-many-rows", "the image data have more rows than the header declares",
                   png().gray(9, 9).declared_size(9, 5).bytes());
 }
 
 TEST_F(Check, NamesImagesThatAreNotGrayForAlphaOnly) {
-    expectVerdict(
-        "rejected: not plain grayscale, which alpha-only surfaces are made of [not-grayscale]; "
-        "pngslab accepts it without --alphaonly",
-        png().rgb(2, 2).bytes(), {"--alphaonly"});
-    expectVerdict(
-        "rejected: not plain grayscale, which alpha-only surfaces are made of [not-grayscale]; "
-        "pngslab accepts it without --alphaonly",
-        png().gray_alpha(2, 2).bytes(), {"--alphaonly"});
+    expectVerdict("rejected: not grayscale without alpha, which --alphaonly needs [not-grayscale]; "
+                  "pngslab accepts it without --alphaonly",
+                  png().rgb(2, 2).bytes(), {"--alphaonly"});
+    expectVerdict("rejected: not grayscale without alpha, which --alphaonly needs [not-grayscale]; "
+                  "pngslab accepts it without --alphaonly",
+                  png().gray_alpha(2, 2).bytes(), {"--alphaonly"});
 }
 
-TEST_F(Check, NamesWhatElseIsWrongForAlphaOnly) {
+TEST_F(Check, NamesOtherReasonsForAlphaOnly) {
     expectVerdict("rejected: 16 bits a sample instead of 8 [bit-depth]" + kNarrowing +
                       "; fix: slabtool prepare a.png "
                       "a-prepared.png",
                   libpng_encode(noise_image(kGray, 16, false, 9, 9)), {"--alphaonly"});
 }
 
-TEST_F(Check, OffersNoMendingThatAlphaOnlyWouldNotTake) {
+TEST_F(Check, OffersNoFixThatAlphaOnlyWouldReject) {
     expectVerdict(
         "rejected: 16 bits a sample instead of 8 [bit-depth]; it cannot be fixed for --alphaonly, "
-        "since it is not grayscale",
+        "because it is not grayscale",
         libpng_encode(noise_image(kRgb, 16, false, 9, 9)), {"--alphaonly"});
-    expectVerdict("rejected: not plain grayscale, which alpha-only surfaces are made of "
+    expectVerdict("rejected: not grayscale without alpha, which --alphaonly needs "
                   "[not-grayscale]; it cannot "
-                  "be fixed for --alphaonly, since it is not grayscale",
+                  "be fixed for --alphaonly, because it is not grayscale",
                   png().rgb(2, 2).plte(byte_vector(6, 1)).bytes(), {"--alphaonly"});
 }
 
-TEST_F(Check, NamesOtherSuffixes) {
+TEST_F(Check, NamesWrongSuffixes) {
     write("it's.PNG", png().gray(2, 2).bytes());
     expectTool(
         1,
@@ -367,13 +361,12 @@ TEST_F(Check, NamesNoCommandThatOverwritesAnotherImage) {
 TEST_F(Check, NamesNoCommandForALineBreakAtTheEnd) {
     write("a\n", png().gray(2, 2).bytes());
     expectTool(1,
-               "a?: rejected: its name does not end in .png [file-name]; rename it, since no "
-               "command names a "
-               "line break at the end\n",
+               "a?: rejected: its name does not end in .png [file-name]; rename it: its name "
+               "ends in a line break, which shell commands drop\n",
                "", {"check", "a\n"});
 }
 
-TEST_F(Check, PrintsOneLineForEveryOneOfThousands) {
+TEST_F(Check, PrintsOneLineForEachOfThousandsOfImages) {
     write("good.png", png().gray(2, 2).bytes());
     write("bad.png", {1});
     std::vector<std::string> arguments = {"check", "missing.png"};
@@ -382,14 +375,13 @@ TEST_F(Check, PrintsOneLineForEveryOneOfThousands) {
     for (int i = 0; i < 2000; ++i) {
         arguments.insert(arguments.end(), {"good.png", "bad.png"});
         lines += "good.png: accepted: I8, 2 x 2\n"
-                 "bad.png: rejected: not a PNG file: its first 8 bytes are others [not-png]; it "
-                 "cannot be "
-                 "fixed, since libpng says: the file ends too early\n";
+                 "bad.png: rejected: not a PNG file: its first 8 bytes are not the PNG signature "
+                 "[not-png]; it cannot be fixed, because libpng reports: the file ends too early\n";
     }
     expectTool(1, lines, "", arguments);
 }
 
-TEST_F(Check, GoesThroughFolders) {
+TEST_F(Check, ReadsFolders) {
     std::filesystem::create_directories(path("in/b"));
     write("in/b/good.PNG", png().gray(2, 2).bytes());
     write("in/c.png", png().gray(3, 3).bytes());
@@ -423,8 +415,9 @@ TEST_F(Check, PrintsJson) {
         "\"736c6162746f6f6c2070726570617265202d2d657870616e642d70616c65747465202761e42e706e67272"
         "02761e42d70726570617265642e706e6727\"}\n"
         "{\"input\":\"b.png\",\"outcome\":\"rejected\",\"reason\":{\"code\":\"not-png\","
-        "\"words\":\"not a PNG file: its first 8 bytes are others\"},\"losses\":[],\"note\":\"it "
-        "cannot be fixed, since libpng says: the file ends too early\"}\n",
+        "\"words\":\"not a PNG file: its first 8 bytes are not the PNG "
+        "signature\"},\"losses\":[],\"note\":\"it "
+        "cannot be fixed, because libpng reports: the file ends too early\"}\n",
         "", {"check", "--json", "a\xE4.png", "b.png"});
 }
 
@@ -442,7 +435,7 @@ TEST_F(Check, AgreesWithTheConverterOnDamagedFiles) {
             static_cast<uint8_t>(1U << rng() % 8);
         damaged = i % 2 == 0 ? damaged : with_correct_crcs(damaged);
         write("a.png", damaged);
-        EXPECT_EQ(converterTakes(damaged), tool({"check", "a.png"}).exitStatus == 0)
+        EXPECT_EQ(converterAccepts(damaged), tool({"check", "a.png"}).exitStatus == 0)
             << "round " << i;
     }
 }

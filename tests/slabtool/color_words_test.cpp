@@ -1,4 +1,4 @@
-// Names of modes and colors, and words that are neither.
+// Names of modes and colors, and invalid words.
 #include "tools/slabtool/surfaces/color_words.h"
 
 #include "tests/src/surface_makers.h"
@@ -15,29 +15,29 @@ TEST(ColorWords, NameEveryModeWithPixelsInAnyLetterCase) {
         std::string lower = names[i];
         std::transform(lower.begin(), lower.end(), lower.begin(),
                        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        EXPECT_EQ(kModesWithPixels[i], modeNamed(names[i])) << names[i];
-        EXPECT_EQ(kModesWithPixels[i], modeNamed(lower)) << lower;
+        EXPECT_EQ(kModesWithPixels[i], parseMode(names[i])) << names[i];
+        EXPECT_EQ(kModesWithPixels[i], parseMode(lower)) << lower;
     }
 }
 
 TEST(ColorWords, RejectOtherModes) {
     for (const char* word :
          {"", "RGB", "RGB5650", " RGB565", "RGB565 ", "Reserved6", "reserved8", "5", "unknown"}) {
-        EXPECT_EQ(std::nullopt, modeNamed(word)) << word;
+        EXPECT_EQ(std::nullopt, parseMode(word)) << word;
     }
 }
 
 TEST(ColorWords, ReadColorsOfSixHexadecimalDigits) {
-    EXPECT_EQ(0x000000U, colorNamed("#000000"));
-    EXPECT_EQ(0x12ABEFU, colorNamed("#12abEF"));
-    EXPECT_EQ(0x12ABEFU, colorNamed("12ABef"));
-    EXPECT_EQ(0xFFFFFFU, colorNamed("ffffff"));
+    EXPECT_EQ(0x000000U, parseColor("#000000"));
+    EXPECT_EQ(0x12ABEFU, parseColor("#12abEF"));
+    EXPECT_EQ(0x12ABEFU, parseColor("12ABef"));
+    EXPECT_EQ(0xFFFFFFU, parseColor("ffffff"));
 }
 
 TEST(ColorWords, RejectOtherColors) {
     for (const char* word : {"", "#", "#fff", "fffff", "fffffff", "#fffffff", "##ffffff", "0xffff",
                              "-fffff", "+fffff", " fffff", "fffff ", "fffffg", "red"}) {
-        EXPECT_EQ(std::nullopt, colorNamed(word)) << word;
+        EXPECT_EQ(std::nullopt, parseColor(word)) << word;
     }
 }
 

@@ -1,4 +1,4 @@
-// slabtool compare: equal files, and every way in which two can differ.
+// slabtool compare: equal files, and every kind of difference.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
@@ -58,20 +58,20 @@ TEST_F(Compare, ShowsTheBytesOfTheFirstDifference) {
                      surfaceOf(0, DsColorMode::RGB888, 2, 1, {1, 2, 3, 4, 255, 6}));
 }
 
-TEST_F(Compare, LooksAtTheFirstPixelAndTheLast) {
+TEST_F(Compare, ComparesTheFirstAndTheLastPixel) {
     const auto changed = [](size_t at) {
         byte_vector lines(6);
         lines[at] = 255;
         return surfaceOf(0, DsColorMode::A8, 3, 2, lines);
     };
-    const byte_vector blank = surfaceOf(0, DsColorMode::A8, 3, 2, byte_vector(6));
-    expectComparison(1, "1 of 6 pixels differ, the first at x 0, y 0: 00 and ff\n", blank,
+    const byte_vector zeros = surfaceOf(0, DsColorMode::A8, 3, 2, byte_vector(6));
+    expectComparison(1, "1 of 6 pixels differ, the first at x 0, y 0: 00 and ff\n", zeros,
                      changed(0));
     expectComparison(1, "1 of 6 pixels differ, the first at x 2, y 1: ff and 00\n", changed(5),
-                     blank);
+                     zeros);
 }
 
-TEST_F(Compare, DoesNotLookAtPadding) {
+TEST_F(Compare, IgnoresPadding) {
     expectComparison(0, "equal\n", surfaceOf(0, DsColorMode::A8, 1, 2, {1, 2}),
                      surfaceOf(0, DsColorMode::A8, 1, 2, {1, 99, 2, 99}));
 }
@@ -93,13 +93,14 @@ TEST_F(Compare, NamesDifferentHeights) {
                      surfaceOf(0, DsColorMode::A8, 2, 2, {1, 2, 3, 4}));
 }
 
-TEST_F(Compare, ComparesTurnedFilesUpright) {
+TEST_F(Compare, ComparesRotatedFilesUpright) {
     const byte_vector image = png().rgb(5, 3).bytes();
     const byte_vector turned = makeSurface("turned", image, {"--rotation", "90"});
-    expectComparison(1, "different rotations: 0 and 90\nthe same pixels once both are upright\n",
-                     makeSurface("upright", image), turned);
+    expectComparison(
+        1, "different rotations: 0 and 90\nthe pixels of the upright pictures are the same\n",
+        makeSurface("upright", image), turned);
     byte_vector other = turned;
-    other[20] ^= 1; // the image's rightmost pixel of the first line
+    other[20] ^= 1; // the rightmost pixel of the image's first row
     const ProgramOutcome outcome = [&] {
         write("other", other);
         return tool({"compare", "upright", "other"});
@@ -110,11 +111,11 @@ TEST_F(Compare, ComparesTurnedFilesUpright) {
         << outcome.output;
 }
 
-TEST_F(Compare, RefusesBrokenFiles) {
+TEST_F(Compare, RejectsInvalidFiles) {
     const byte_vector good = surfaceOf(0, DsColorMode::A8, 2, 2, {1, 2, 3, 4});
     write("a.surface", good);
     write("b.surface", slice(good, 0, 23));
-    expectTool(1, "", "slabtool: b.surface: 1 bytes of the lines are missing\n",
+    expectTool(1, "", "slabtool: b.surface: 1 bytes of the rows are missing\n",
                {"compare", "a.surface", "b.surface"});
     expectTool(1, "", "slabtool: c.surface: cannot be opened: No such file or directory\n",
                {"compare", "c.surface", "a.surface"});
@@ -140,7 +141,7 @@ TEST_F(Compare, PairsTheFilesOfFolders) {
     write("old/z.surface", {1});
     EXPECT_NE(std::string::npos,
               tool({"compare", "old", "new"})
-                  .output.find("z.surface: old/z.surface: shorter than the header"));
+                  .output.find("z.surface: old/z.surface: the file is shorter than"));
     expectTool(1, "", "slabtool: a file and a folder cannot be compared\n",
                {"compare", "old", "old/a.surface"});
 }

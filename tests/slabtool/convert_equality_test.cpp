@@ -1,4 +1,4 @@
-// slabtool convert against pngslab, on every image of this tree: pictures, and what the fuzzers have found.
+// slabtool convert against pngslab, on every image of this tree: pictures and inputs of the fuzzers.
 #include "tests/slabtool/convert_test.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/same_bytes.h"
@@ -13,19 +13,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uint64_t kMaxPixels = 1 << 22; // pngslab would ask for the memory of more
+constexpr uint64_t kMaxPixels = 1 << 22; // limits the memory of pngslab
 
 byte_vector bytesOf(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-// The PNG file in an input of a fuzzer: its decisions come first. Empty if there is none.
+// The PNG file in a fuzzer input, after the fuzzer's own parameters. Empty if there is none.
 byte_vector imageIn(const byte_vector& input) {
-    constexpr size_t kMaxDecisions = 32;
+    constexpr size_t kMaxParameters = 32;
     const byte_vector signature = slice(png().bytes(), 0, 8);
     const auto end = input.begin() + static_cast<ptrdiff_t>(
-                                         std::min(input.size(), kMaxDecisions + signature.size()));
+                                         std::min(input.size(), kMaxParameters + signature.size()));
     const auto start = std::search(input.begin(), end, signature.begin(), signature.end());
     return start == end ? byte_vector() : byte_vector(start, input.end());
 }
@@ -48,7 +48,7 @@ std::set<std::string> imagesOfTheTree() {
 
 class ConvertEquality : public ConvertTest {
 protected:
-    // What pngslab writes of an image; of one that it rejects, what it writes after `prepare`; or nothing.
+    // The surface that pngslab writes, after `prepare` if pngslab rejects the image. Empty if both fail.
     byte_vector expectedSurface(const std::string& image) const {
         if (converts(image)) {
             return read("expected.surface");

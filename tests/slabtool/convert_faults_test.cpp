@@ -1,4 +1,4 @@
-// slabtool convert where the machine lets it down, where others meddle with its folders, and where it runs again.
+// slabtool convert under resource limits, with unusual files in its folders, and in repeated runs.
 #include "tests/slabtool/convert_test.h"
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
@@ -16,7 +16,7 @@ using Names = std::vector<std::string>;
 
 class ConvertFaults : public ConvertTest {
 protected:
-    // All files below a folder, hidden ones too; links are not followed.
+    // All files below a folder, including hidden files and links.
     Names filesIn(const std::string& folder) const {
         Names names;
         for (const auto& entry : fs::recursive_directory_iterator(path(folder))) {
@@ -53,9 +53,9 @@ byte_vector grayImage(uint32_t side, uint32_t seed = 1) {
     return png().gray(side, side).pixels(data_kind::noise, seed).bytes();
 }
 
-// ---- The machine
+// ---- Resources and permissions
 
-TEST_F(ConvertFaults, KeepOlderSurfacesWhereTheDiskIsFull) {
+TEST_F(ConvertFaults, FullDiskKeepsOldSurfaces) {
     write("images/large.png", grayImage(20));
     write("images/small.png", grayImage(4));
     expectConverted({"convert", "images", "surfaces"});
@@ -73,7 +73,7 @@ TEST_F(ConvertFaults, KeepOlderSurfacesWhereTheDiskIsFull) {
     EXPECT_EQ((Names{"large.surface", "small.surface", "surfaces.json"}), filesIn("surfaces"));
 }
 
-TEST_F(ConvertFaults, KeepTheOlderManifestWhereTheDiskIsFull) {
+TEST_F(ConvertFaults, FullDiskKeepsOldManifest) {
     write("images/0.png", grayImage(4));
     expectConverted({"convert", "images", "surfaces"});
     const byte_vector older = read("surfaces/surfaces.json");
@@ -91,7 +91,7 @@ TEST_F(ConvertFaults, KeepTheOlderManifestWhereTheDiskIsFull) {
         filesIn("surfaces"));
 }
 
-TEST_F(ConvertFaults, OfRightsAreAnImagesOwn) {
+TEST_F(ConvertFaults, MissingPermissionRejectsOneImage) {
     write("images/closed.png", grayImage(4));
     write("images/open.png", grayImage(4));
     fs::create_directories(path("surfaces/closed"));
@@ -116,7 +116,7 @@ TEST_F(ConvertFaults, OfRightsAreAnImagesOwn) {
     EXPECT_EQ((Names{"open.surface", "surfaces.json"}), filesIn("surfaces"));
 }
 
-TEST_F(ConvertFaults, OfRightsToTheOutputFolderEndTheRun) {
+TEST_F(ConvertFaults, MissingPermissionOfTheOutputFolderEndsTheRun) {
     write("images/a.png", grayImage(4));
     fs::create_directory(path("surfaces"));
     fs::permissions(path(""), fs::perms::all);
@@ -130,8 +130,8 @@ TEST_F(ConvertFaults, OfRightsToTheOutputFolderEndTheRun) {
               outcome.errors);
 }
 
-// The numbers of closed streams are the first that files get.
-TEST_F(ConvertFaults, OfClosedStreamsPutNoMessagesIntoSurfaces) {
+// Opened files get the lowest free descriptors, which are those of closed streams.
+TEST_F(ConvertFaults, ClosedStreamPutsNoMessageIntoSurfaces) {
     const std::string longName(200, 'n'); // so that messages fill many buffers
     for (int i = 0; i < 300; ++i) {
         write("images/" + longName + std::to_string(i) + ".png", grayImage(4));
@@ -144,14 +144,13 @@ TEST_F(ConvertFaults, OfClosedStreamsPutNoMessagesIntoSurfaces) {
     EXPECT_EQ(filesIn("expected"), filesIn("surfaces"));
     for (const std::string& name : filesIn("expected")) {
         if (name == "surfaces.json") {
-            continue; // which tells times
+            continue; // contains times
         }
         EXPECT_TRUE(same_bytes(read("expected/" + name), read("surfaces/" + name))) << name;
     }
 }
 
-// ---- Declared sizes: what convert and the other commands allocate. Sanitizers and emulators need more addresses
-// than that for themselves.
+// ---- Memory for declared sizes. Sanitizers and emulators need a larger address space.
 
 constexpr uint32_t kMaxSide = 0x7FFFFFFF;
 
@@ -164,46 +163,46 @@ Finding rejectionOf(const byte_vector& image, const ConversionRequest& request) 
     }
 }
 
-TEST(ConvertBounds, RejectMorePixelsThanAllowed) {
+TEST(ConvertBounds, RejectsMorePixelsThanAllowed) {
     const byte_vector image = png().gray(3, 2).bytes();
     EXPECT_EQ("too-large", rejectionOf(image, {.maxPixels = 5}).code);
-    EXPECT_EQ("not rejected", rejectionOf(image, {.maxPixels = 6}).words);
+    EXPECT_EQ("not rejected", rejectionOf(image, {.maxPixels = 6}).text);
 }
 
-// A second header, which decoders reject only once they have come that far.
-TEST(ConvertBounds, GoByTheFirstHeader) {
+// Decoders reject the second header only after they have allocated the pixels of the first one.
+TEST(ConvertBounds, UsesTheFirstHeader) {
     const byte_vector small = png().gray(1, 1).image_header();
     const byte_vector image =
         png().gray(2, 2).declared_size(600, 600).chunk_after_idat({"IHDR", small}).bytes();
     EXPECT_EQ("too-large", rejectionOf(image, {.maxPixels = 1000}).code);
 }
 
-// Padding counts too: an image of one column can become as many times its size.
-TEST(ConvertBounds, RejectRowsThatAlignmentMakesTooLong) {
+// Padding counts too: it can make the surface of an image of one column many times larger.
+TEST(ConvertBounds, RejectsRowsThatAlignmentMakesTooLong) {
     const byte_vector image = png().gray(1, 100).bytes();
     for (const std::optional<DsColorMode> mode :
          {std::optional<DsColorMode>(), std::optional(DsColorMode::RGB565)}) {
         EXPECT_EQ("too-large",
                   rejectionOf(image, {.mode = mode, .rowAlignment = 41, .maxPixels = 1000}).code);
         EXPECT_EQ("not rejected",
-                  rejectionOf(image, {.mode = mode, .rowAlignment = 40, .maxPixels = 1000}).words);
+                  rejectionOf(image, {.mode = mode, .rowAlignment = 40, .maxPixels = 1000}).text);
         EXPECT_EQ(
             "not rejected",
             rejectionOf(image,
                         {.mode = mode, .rotation = 90, .rowAlignment = 4000, .maxPixels = 1000})
-                .words);
+                .text);
     }
 }
 
 #if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
 constexpr uint64_t kLittleMemory = 64 << 20;
 
-TEST_F(ConvertFaults, OfMemoryDoNotComeFromDeclaredSizes) {
+TEST_F(ConvertFaults, LittleMemorySufficesForHugeDeclaredSizes) {
     const std::pair<uint32_t, uint32_t> sizes[] = {{kMaxSide, 1}, {1, kMaxSide}, {60000, 60000}};
     size_t number = 0;
     for (const uint8_t type : kColorTypes) {
         for (const auto& [width, height] : sizes) {
-            for (const bool isInterlaced : {false, true}) { // libpng's part
+            for (const bool isInterlaced : {false, true}) { // interlaced images are read by libpng
                 write("images/" + std::to_string(number++) + ".png",
                       png()
                           .image(type, 2, 2)
@@ -227,8 +226,8 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromDeclaredSizes) {
     }
 }
 
-// What the limit lets pass may still not be had: that is the image's own failure.
-TEST_F(ConvertFaults, OfMemoryAreAnImagesOwn) {
+// An image below --max-pixels may still need too much memory.
+TEST_F(ConvertFaults, LittleMemoryRejectsOneImage) {
     write("images/good.png", grayImage(4));
     write("images/huge.png", png().gray(2, 2).declared_size(kMaxSide, 1).bytes());
     const ProgramOutcome outcome =
@@ -240,7 +239,7 @@ TEST_F(ConvertFaults, OfMemoryAreAnImagesOwn) {
               outcome.output);
 }
 
-TEST_F(ConvertFaults, OfMemoryAreASingleImagesOwn) {
+TEST_F(ConvertFaults, LittleMemoryRejectsTheOnlyImage) {
     write("huge.png", png().gray(2, 2).declared_size(kMaxSide, 1).bytes());
     const ProgramOutcome outcome =
         tool({"convert", "--quiet", "--max-pixels", "4000000000", "huge.png", "out.surface"},
@@ -250,8 +249,8 @@ TEST_F(ConvertFaults, OfMemoryAreASingleImagesOwn) {
     EXPECT_EQ("", outcome.errors);
 }
 
-// 100 MiB of profile in 100 kB.
-TEST_F(ConvertFaults, OfMemoryDoNotComeFromProfilesThatExplode) {
+// 100 MiB of data compressed to 100 kB.
+TEST_F(ConvertFaults, LittleMemorySufficesForHighlyCompressedProfiles) {
     const byte_vector zeros(100 << 20);
     byte_vector profile = {'n', 0, 0};
     append(profile, zlib_wrapped(deflate_without_fixed_codes(zeros, {}), zeros));
@@ -271,12 +270,12 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromProfilesThatExplode) {
     }
 }
 
-// Each text is short enough for libpng; together they would leave no room for the pixels.
-TEST_F(ConvertFaults, OfMemoryDoNotComeFromManyTextsThatExplode) {
+// libpng accepts each text, but all texts together would leave too little memory for the pixels.
+TEST_F(ConvertFaults, LittleMemorySufficesForManyHighlyCompressedTexts) {
     const byte_vector zeros(4'000'000);
     byte_vector text = {'n', 0, 0};
     append(text, zlib_wrapped(deflate_without_fixed_codes(zeros, {}), zeros));
-    png_maker image = png().rgb(3000, 3000).plte({1, 2, 3}); // libpng's part
+    png_maker image = png().rgb(3000, 3000).plte({1, 2, 3}); // the palette makes libpng read it
     for (int i = 0; i < 50; ++i) {
         image.chunk_before_idat({"zTXt", text});
     }
@@ -286,8 +285,8 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromManyTextsThatExplode) {
     EXPECT_EQ(0, outcome.exitStatus) << outcome.output + outcome.errors;
 }
 
-// The file, the pixels twice, and the surface; 36 MB each but for the file.
-TEST_F(ConvertFaults, OfMemoryDoNotComeFromFixesOnTheWay) {
+// A fixed image needs its file, its pixels twice, and its surface: 36 MB each, except the file.
+TEST_F(ConvertFaults, LittleMemorySufficesForFixedImages) {
     write("a.png", png().rgb(4000, 3000).plte({1, 2, 3}).pixels(data_kind::runs, 1).bytes());
     expectConverted({"convert", "a.png", "a.surface"});
     const ProgramOutcome outcome =
@@ -295,7 +294,7 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromFixesOnTheWay) {
     EXPECT_EQ(0, outcome.exitStatus) << outcome.output + outcome.errors;
 }
 
-TEST_F(ConvertFaults, OfMemoryDoNotComeFromSizesInOtherCommands) {
+TEST_F(ConvertFaults, LittleMemorySufficesForHugeSizesInOtherCommands) {
     write("huge.png", png().rgba(2, 2).declared_size(kMaxSide, 1).bytes());
     byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMaxSide, 1, 0x80000000);
     append(surface, byte_vector(44));
@@ -315,7 +314,7 @@ TEST_F(ConvertFaults, OfMemoryDoNotComeFromSizesInOtherCommands) {
 
 // ---- Links
 
-TEST_F(ConvertFaults, DoNotComeFromLinksThatLeadOutside) {
+TEST_F(ConvertFaults, LinkOutOfTheFolderIsNotFollowed) {
     write("images/a/1.png", grayImage(4));
     write("images/b/2.png", grayImage(4));
     write("elsewhere/old", {7});
@@ -330,7 +329,7 @@ TEST_F(ConvertFaults, DoNotComeFromLinksThatLeadOutside) {
     EXPECT_TRUE(exists("surfaces/b/2.surface"));
 }
 
-TEST_F(ConvertFaults, DoNotComeFromLinksInPlaceOfFiles) {
+TEST_F(ConvertFaults, LinkInPlaceOfAFileIsNotFollowed) {
     write("images/a.png", grayImage(4));
     write("victim", {7});
     fs::create_directory(path("surfaces"));
@@ -353,7 +352,7 @@ TEST_F(ConvertFaults, DoNotComeFromLinksInPlaceOfFiles) {
 
 // ---- Two images for one surface
 
-TEST_F(ConvertFaults, OfTwoImagesForOneSurfaceAreFoundBeforeAnythingIsWritten) {
+TEST_F(ConvertFaults, TwoImagesForOneSurfaceStopTheRunBeforeItWrites) {
     write("x/a.png", grayImage(4));
     write("y/a.PNG", grayImage(4));
     write("y/b.png", grayImage(4));
@@ -362,7 +361,7 @@ TEST_F(ConvertFaults, OfTwoImagesForOneSurfaceAreFoundBeforeAnythingIsWritten) {
     EXPECT_FALSE(exists("surfaces"));
 }
 
-// ---- Runs that follow
+// ---- Repeated runs
 
 constexpr const char* kOneUpToDate =
     "converted 0, up to date 1, fixed on the way 0, with loss 0, rejected 0\n";
@@ -387,13 +386,13 @@ protected:
     byte_vector surface;
 };
 
-TEST_F(ConvertUpdates, LeaveAloneWhatIsUpToDate) {
+TEST_F(ConvertUpdates, SkipWhatIsUpToDate) {
     const auto time = fs::last_write_time(path("surfaces/surfaces.json"));
     EXPECT_EQ(kOneUpToDate, update());
     EXPECT_EQ(time, fs::last_write_time(path("surfaces/surfaces.json")));
 }
 
-TEST_F(ConvertUpdates, LeaveAloneATouchedImageWithTheSameContent) {
+TEST_F(ConvertUpdates, SkipATouchedImageWithTheSameContent) {
     setAge("images/a.png", 2h);
     const auto time = fs::last_write_time(path("surfaces/a.surface"));
     EXPECT_EQ(kOneUpToDate, update());
@@ -409,7 +408,7 @@ TEST_F(ConvertUpdates, RedoAChangedImageOfTheSameSize) {
     EXPECT_EQ(kOneUpToDate, update());
 }
 
-TEST_F(ConvertUpdates, RedoWhatOtherOptionsHaveMade) {
+TEST_F(ConvertUpdates, RedoSurfacesOfOtherOptions) {
     for (const std::vector<std::string>& options :
          {Names{"--mode", "RGB565"}, Names{"--mode", "RGB565", "--dither", "ordered"},
           Names{"--alphaonly"}, Names{"--keep-colors"}, Names{"--rotation", "90"},
@@ -421,8 +420,8 @@ TEST_F(ConvertUpdates, RedoWhatOtherOptionsHaveMade) {
     EXPECT_TRUE(same_bytes(surface, read("surfaces/a.surface")));
 }
 
-// They shape no surface.
-TEST_F(ConvertUpdates, LeaveAloneWhatWasMadeWithOtherJobsAndLimits) {
+// These options do not affect surfaces.
+TEST_F(ConvertUpdates, SkipSurfacesOfOtherJobCountsAndLimits) {
     EXPECT_EQ(kOneUpToDate, update({"--jobs", "3", "--max-pixels", "1000"}));
 }
 
@@ -432,7 +431,7 @@ TEST_F(ConvertUpdates, RedoAMissingSurface) {
     EXPECT_TRUE(same_bytes(surface, read("surfaces/a.surface")));
 }
 
-TEST_F(ConvertUpdates, RedoWhatAnotherVersionHasMade) {
+TEST_F(ConvertUpdates, RedoSurfacesOfAnotherVersion) {
     replaceInManifest("\"tool\":\"", "\"tool\":\"0");
     EXPECT_EQ(kOneConverted, update());
     EXPECT_EQ(kOneUpToDate, update());
@@ -443,17 +442,17 @@ TEST_F(ConvertUpdates, RedoEverythingWithoutAManifest) {
     EXPECT_EQ(kOneConverted, update());
 }
 
-TEST_F(ConvertUpdates, WriteNothingWhereTheManifestIsBroken) {
+TEST_F(ConvertUpdates, WriteNothingIfTheManifestIsInvalid) {
     write("surfaces/surfaces.json", {'x'});
     expectTool(1, "",
                "slabtool: " + realPath("surfaces/surfaces.json") +
-                   ": is no manifest that slabtool can read: remove it to convert every image "
+                   ": is not a manifest that slabtool can read: remove it to convert every image "
                    "again\n",
                {"convert", "--update", "images", "surfaces"});
     EXPECT_EQ((Names{"a.surface", "surfaces.json"}), filesIn("surfaces"));
 }
 
-TEST_F(ConvertUpdates, PruneNothingButWhatTheManifestNames) {
+TEST_F(ConvertUpdates, PruneOnlyFilesInTheManifest) {
     write("images/b.png", png().indexed(4, 4).bytes());
     expectConverted({"convert", "--palette", "images", "surfaces"});
     write("surfaces/b.txt", {1});
@@ -469,8 +468,8 @@ TEST_F(ConvertUpdates, PruneNothingButWhatTheManifestNames) {
               filesIn("surfaces"));
 }
 
-// view --palette would draw it in wrong colors.
-TEST_F(ConvertUpdates, RemoveThePaletteOfAnImageThatHasNoneNow) {
+// With the old palette, view --palette would draw wrong colors.
+TEST_F(ConvertUpdates, RemoveTheOldPaletteOfAnImageWithoutOne) {
     write("images/b.png", png().indexed(4, 4).bytes());
     expectConverted({"convert", "--palette", "images", "surfaces"});
     EXPECT_TRUE(exists("surfaces/b.palette"));
@@ -480,13 +479,13 @@ TEST_F(ConvertUpdates, RemoveThePaletteOfAnImageThatHasNoneNow) {
     EXPECT_EQ((Names{"a.surface", "b.surface", "surfaces.json"}), filesIn("surfaces"));
 }
 
-TEST_F(ConvertUpdates, PruneNothingOutsideOfTheFolder) {
+TEST_F(ConvertUpdates, PruneNothingOutsideTheFolder) {
     write("victim.surface", {7});
     replaceInManifest("../images/a.png", "../images/gone.png");
     replaceInManifest("\"file\":\"a.surface\"", "\"file\":\"../victim.surface\"");
     expectTool(1, "",
                "slabtool: " + realPath("surfaces/surfaces.json") +
-                   ": names a file outside of its folder\n",
+                   ": names a file outside its folder\n",
                {"convert", "--prune", "images", "surfaces"});
     EXPECT_TRUE(exists("victim.surface"));
 

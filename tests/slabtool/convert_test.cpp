@@ -1,4 +1,4 @@
-// slabtool convert as a whole program: beside pngslab, over folders, and through everything that may go wrong.
+// slabtool convert as a whole program: compared with pngslab, on folders, and with its options.
 #include "tests/slabtool/convert_test.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_writer.h"
@@ -42,7 +42,7 @@ TEST_F(Convert, WritesWhatPngslabWritesAfterTheFix) {
     }
 }
 
-// Of such an image pngslab leaves filtered rows in the surface, which depend on how prepare writes them.
+// The surface contains remains of the filtered rows, so it depends on the file that prepare writes.
 TEST_F(Convert, WritesWhatPngslabWritesAfterTheFixOfAKeyColor) {
     constexpr size_t kRowBytes = 32;
     const byte_vector samples = make_bytes(data_kind::noise, kRowBytes * 32, 1);
@@ -50,7 +50,7 @@ TEST_F(Convert, WritesWhatPngslabWritesAfterTheFixOfAKeyColor) {
                                    png().gray(64, 32).bit_depth(4).trns({0, 1}).rows(
                                        filter_rows(samples, kRowBytes, 1, {0, 1, 2, 3, 4}))}) {
         write("in.png", image.bytes());
-        ASSERT_FALSE(converterTakes(image.bytes()));
+        ASSERT_FALSE(converterAccepts(image.bytes()));
         ASSERT_EQ(0, tool({"prepare", "in.png", "fixed.png"}).exitStatus);
         EXPECT_TRUE(
             same_bytes(makeSurface("expected.surface", read("fixed.png")), convert(image.bytes())));
@@ -99,7 +99,7 @@ TEST_F(Convert, WritesPalettes) {
     EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}), slice(read("out.palette"), 0, 8));
 }
 
-TEST_F(Convert, WritesPalettesOverNothingElse) {
+TEST_F(Convert, OverwritesNoOtherFileWithAPalette) {
     const byte_vector image = png().indexed(2, 1).plte({1, 2, 3}).pixels({0, 0}).bytes();
     write("a.palette", image);
     fs::create_symlink("a.palette", path("linked.palette"));
@@ -109,13 +109,15 @@ TEST_F(Convert, WritesPalettesOverNothingElse) {
                {"convert", "--palette", "a.palette", "linked.surface"});
     expectTool(1, "", "slabtool: b.palette: the palette would overwrite it\n",
                {"convert", "--palette", "a.palette", "b.palette"});
-    expectTool(1, "", "slabtool: -: standard output gives no name to a palette file\n",
-               {"convert", "--palette", "a.palette", "-"});
+    expectTool(
+        1, "",
+        "slabtool: -: name an output file: the name of the palette file is derived from it\n",
+        {"convert", "--palette", "a.palette", "-"});
     EXPECT_TRUE(same_bytes(image, read("a.palette")));
     EXPECT_FALSE(exists("a.surface") || exists("b.palette") || exists("-.palette"));
 }
 
-TEST_F(Convert, LeavesStandardOutputToTheSurface) {
+TEST_F(Convert, WritesOnlyTheSurfaceToStandardOutput) {
     const byte_vector image = png().rgb(5, 3).bytes();
     const byte_vector surface = convert(image);
     for (const std::vector<std::string>& options :
@@ -129,18 +131,18 @@ TEST_F(Convert, LeavesStandardOutputToTheSurface) {
     }
 }
 
-TEST_F(Convert, StoresGrayValuesAsAlphaWhateverElseIsAskedFor) {
+TEST_F(Convert, StoresGrayValuesAsAlphaWithOtherOptionsToo) {
     const byte_vector image = png().gray(2, 1).pixels({1, 2}).bytes();
     const byte_vector expected = convert(image, {"--alphaonly"});
     EXPECT_TRUE(same_bytes(expected, convert(image, {"--alphaonly", "--keep-colors"})));
     EXPECT_TRUE(same_bytes(expected, convert(image, {"--alphaonly", "--mode", "A8"})));
     expectTool(2, "",
-               "--alphaonly: makes surfaces of mode A8 and no other\n"
+               "--alphaonly: only makes surfaces of mode A8\n"
                "Run with --help for more information.\n",
                {"convert", "--alphaonly", "--mode", "RGB565", "in.png", "out.surface"});
 }
 
-TEST_F(Convert, WritesIntoNoFolderWithoutAName) {
+TEST_F(Convert, RejectsAnEmptyOutputName) {
     write("images/a.png", png().gray(4, 4).bytes());
     for (const std::vector<std::string>& arguments :
          std::vector<std::vector<std::string>>{{"convert", "images", ""},
@@ -150,7 +152,7 @@ TEST_F(Convert, WritesIntoNoFolderWithoutAName) {
     }
 }
 
-TEST_F(Convert, WritesPalettesOfIndicesOnly) {
+TEST_F(Convert, WritesPalettesOnlyForIndices) {
     write("images/a.png", png().indexed(2, 1).plte({1, 2, 3}).trns({7}).pixels({0, 0}).bytes());
     for (const char* option : {"--mode=RGB565", "--keep-colors"}) {
         tool({"convert", "--palette", option, "images", "colors"});
@@ -168,7 +170,7 @@ TEST_F(Convert, AlignsRows) {
     EXPECT_EQ(20U + 24U, surface.size());
 }
 
-TEST_F(Convert, MirrorsFolders) {
+TEST_F(Convert, KeepsSubfolders) {
     write("images/a.png", png().rgb(4, 4).bytes());
     write("images/deep/er/b.PNG", png().gray(4, 4).bytes());
     write("images/notes.txt", {'x'});
@@ -180,13 +182,14 @@ TEST_F(Convert, MirrorsFolders) {
     EXPECT_FALSE(exists("surfaces/notes.surface"));
 }
 
-TEST_F(Convert, GoesOnAfterRejectionsAndExitsWith1) {
+TEST_F(Convert, ContinuesAfterRejectionsAndExitsWith1) {
     write("images/a.png", png().rgb(4, 4).bytes());
     write("images/b.png", {'x'});
     write("images/c.png", png().indexed(4, 4).bytes());
     const ProgramOutcome outcome = tool({"convert", "images", "surfaces"});
     EXPECT_EQ(1, outcome.exitStatus);
-    EXPECT_EQ("images/b.png: rejected: not a PNG file: its first 8 bytes are others [not-png]\n"
+    EXPECT_EQ("images/b.png: rejected: not a PNG file: its first 8 bytes are not the PNG signature "
+              "[not-png]\n"
               "images/c.png: with loss: the palette is not in the surface file [palette]\n"
               "converted 2, up to date 0, fixed on the way 0, with loss 1, rejected 1\n"
               "note: --keep-colors keeps palettes, key colors and orientation\n",
@@ -212,7 +215,7 @@ TEST_F(Convert, UpdatesOnlyWhatHasChanged) {
     EXPECT_FALSE(exists("surfaces/a.surface"));
 }
 
-TEST_F(Convert, KeepsAnOlderSurfaceOfAnImageThatIsRejectedNow) {
+TEST_F(Convert, KeepsTheOldSurfaceOfARejectedImage) {
     write("images/a.png", png().rgb(4, 4).bytes());
     EXPECT_EQ(0, tool({"convert", "images", "surfaces"}).exitStatus);
     const byte_vector older = read("surfaces/a.surface");
@@ -251,8 +254,8 @@ TEST_F(Convert, RejectsMorePixelsThanAllowed) {
                "", {"convert", "--quiet", "in.png", "out.surface"});
 }
 
-// The small image is done long before the large one.
-TEST_F(Convert, ListsImagesInTheirOrder) {
+// The small image is finished long before the large one.
+TEST_F(Convert, ListsImagesInOrder) {
     write("images/a.png", png().indexed(2000, 2000).pixels(data_kind::noise, 1).bytes());
     write("images/b.png", {1});
     for (int i = 0; i < 5; ++i) {
@@ -265,7 +268,7 @@ TEST_F(Convert, PrintsAnObjectForEachImage) {
     write("images/b.png", {'x'});
     EXPECT_EQ("{\"input\":\"images/b.png\",\"output\":\"b.surface\",\"outcome\":\"rejected\","
               "\"reason\":{\"code\":\"not-png\",\"words\":\"not a PNG file: its first 8 bytes are "
-              "others\"},\"losses\":[]}\n",
+              "not the PNG signature\"},\"losses\":[]}\n",
               tool({"convert", "--json", "images", "surfaces"}).output);
 }
 

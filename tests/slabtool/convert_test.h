@@ -1,4 +1,4 @@
-// What the tests of slabtool convert share.
+// The base of the tests of slabtool convert.
 #pragma once
 
 #include "tests/slabtool/slabtool_test.h"
@@ -6,7 +6,7 @@
 /// Runs of slabtool convert.
 class ConvertTest : public SlabtoolTest {
 protected:
-    /// The surface that slabtool makes of an image.
+    /// Converts an image with slabtool.
     byte_vector convert(const byte_vector& image,
                         const std::vector<std::string>& options = {}) const {
         write("in.png", image);
@@ -16,7 +16,7 @@ protected:
         return read("out.surface");
     }
 
-    /// Writes a file, in new folders if need be.
+    /// Writes a file, and creates its folder.
     void write(const std::string& name, const byte_vector& bytes) const {
         std::filesystem::create_directories(path(name).parent_path());
         SlabtoolTest::write(name, bytes);

@@ -1,4 +1,4 @@
-// Ordered dithering and error diffusion against models that follow their definitions one pixel at a time.
+// Ordered dithering and error diffusion, compared with models that compute one pixel at a time.
 #include "tools/slabtool/surfaces/dither.h"
 
 #include "tests/slabtool/made_surface.h"
@@ -58,30 +58,31 @@ std::vector<uint32_t> diffusedLevels(const Picture& picture, size_t channel, uin
         }
     };
     for (int64_t y = 0; y < height; ++y) {
-        const int64_t ahead = y % 2 == 0 ? 1 : -1;
+        const int64_t step = y % 2 == 0 ? 1 : -1;
         for (int64_t i = 0; i < width; ++i) {
-            const int64_t x = ahead == 1 ? i : width - 1 - i;
+            const int64_t x = step == 1 ? i : width - 1 - i;
             const auto at = static_cast<size_t>(y * width + x);
             const int64_t value =
                 sampleOf(picture, static_cast<uint32_t>(x), static_cast<uint32_t>(y), channel);
             const int64_t want = value * max * 16 + shares[at];
-            int64_t level = 0; // the nearest, the upper one of two
+            int64_t level = 0; // the nearest level; the upper one if two are equally near
             while (level < max && want >= level * 4080 + 2040) {
                 ++level;
             }
             levels[at] = static_cast<uint32_t>(level);
             const int64_t error = want - level * 4080;
-            const int64_t next = error * 7 / 16, behind = error * 3 / 16, under = error * 5 / 16;
-            give(x + ahead, y, next);
-            give(x - ahead, y + 1, behind);
-            give(x, y + 1, under);
-            give(x + ahead, y + 1, error - next - behind - under);
+            const int64_t next = error * 7 / 16, belowPrevious = error * 3 / 16,
+                          below = error * 5 / 16;
+            give(x + step, y, next);
+            give(x - step, y + 1, belowPrevious);
+            give(x, y + 1, below);
+            give(x + step, y + 1, error - next - belowPrevious - below);
         }
     }
     return levels;
 }
 
-TEST(Dither, OrderedGivesTheExactLevelOfEveryValueAtEveryPlace) {
+TEST(Dither, OrderedGivesTheExactLevelOfEveryValueAtEveryPosition) {
     const Picture picture = rgbaPicture(8 * 256, 8, [](uint32_t x, uint32_t) {
         const uint32_t value = x / 8;
         return std::array{value, 255 - value, value ^ 0x55, value};
@@ -97,7 +98,7 @@ TEST(Dither, OrderedGivesTheExactLevelOfEveryValueAtEveryPlace) {
     }
 }
 
-TEST(Dither, OrderedStartsAnewInEveryRowWhateverTheWidth) {
+TEST(Dither, OrderedRestartsInEveryRowForAllWidths) {
     for (const uint32_t width : {1U, 3U, 8U, 15U, 63U, 64U, 65U, 130U}) {
         SCOPED_TRACE(testing::Message() << "width " << width);
         const Picture picture = noisePicture(width, 18, Kind::Rgb, width);
@@ -113,7 +114,7 @@ TEST(Dither, ErrorDiffusionGivesTheLevelsOfTheModel) {
     const Picture gradient = rgbaPicture(256, 20, [](uint32_t x, uint32_t y) {
         return std::array{x, 255 - x, x / 16 + y, uint32_t{255}};
     });
-    // Extremes beside middles drive errors to their limits.
+    // Extreme values beside values between two levels give the largest errors.
     const Picture extremes = rgbaPicture(64, 64, [](uint32_t x, uint32_t y) {
         return std::array{(x + y) % 3 == 0 ? 4U : 0U, x % 2 == 0 ? 255U : 251U, (x * y) % 256, 9U};
     });
@@ -181,7 +182,7 @@ TEST(Dither, KeepsBlackWhiteAndPrimaryColorsExact) {
     }
 }
 
-TEST(Dither, NeverTouchesAlpha) {
+TEST(Dither, KeepsAlpha) {
     const Picture picture = rgbaPicture(256, 9, [](uint32_t x, uint32_t y) {
         return std::array{y * 28, x, 77U, x};
     });

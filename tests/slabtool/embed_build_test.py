@@ -1,5 +1,4 @@
-"""What slabtool embed writes, as compilers and assemblers take it: programs in C and C++ that link the files and
-draw from them."""
+"""Compiles the files that slabtool embed writes into programs in C and C++, which read or draw the surfaces."""
 
 import os
 import subprocess
@@ -13,7 +12,7 @@ WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wconversion", "-Werr
 C99 = ["gcc", "-std=c99", *WARNINGS]
 CXX = ["g++", "-std=c++20", *WARNINGS, "-x", "c++"]
 
-# Draws each surface of the index into a picture of its own, pixel by pixel, and prints the colors.
+# Reads each surface of the index pixel by pixel, and prints a checksum of the colors.
 C_PROGRAM = r"""
 #include "icons.h"
 #include "quillory_surface.h"
@@ -42,7 +41,7 @@ int main(void) {
 }
 """
 
-# The same by the graphics core, which blits each surface into a new one.
+# The same with the graphics core: blits each surface into a new one.
 CXX_PROGRAM = r"""
 #include "icons.h"
 #include "src/ds_surface.h"
@@ -81,7 +80,7 @@ class Build(unittest.TestCase):
         for image, name, options in (("quill", "quill", ["--rotation", "90"]), ("seal", "seal \"2\"?", [])):
             self.run_here([os.environ["PNGSLAB_PROGRAM"], "--image", TREE / f"samples/{image}.png", "--output",
                            f"{name}.surface", *options])
-        # Of 21 bytes, so that the next array needs padding to be aligned.
+        # 21 bytes, so that the next array needs padding for its alignment.
         (self.folder / "odd.surface").write_bytes(bytes([0] * 4 + [9] + [0] * 3 + [1, 0, 0, 0] * 3 + [7]))
         (self.folder / "program.c").write_text(C_PROGRAM)
         (self.folder / "program.cpp").write_text(CXX_PROGRAM)
@@ -125,12 +124,12 @@ class Build(unittest.TestCase):
         self.run_here(["g++", "program.cpp.o", "icons.c.o", GRAPHICS, "-o", "program"])
         self.assertEqual(self.expected(), self.run_here(["./program"]))
 
-    def test_of_c_draws_from_what_the_assembler_read(self):
+    def test_of_c_draws_from_arrays_in_assembly(self):
         self.embed("--format", "asm")
         self.run_here([*C99, "-I", TREE / "include", "program.c", "icons.c", "icons_data.s", "-o", "program"])
         self.assertEqual(self.expected(), self.run_here(["./program"]))
 
-    def test_of_cpp_draws_from_what_the_assembler_read(self):
+    def test_of_cpp_draws_from_arrays_in_assembly(self):
         self.embed("--format", "asm")
         for source in ("icons.c", "program.cpp"):
             self.run_here([*CXX, "-I", TREE, "-c", source, "-o", f"{source}.o"])
@@ -145,7 +144,7 @@ class Build(unittest.TestCase):
             surface.write_bytes(changed)
             ended = subprocess.run(["gcc", "-c", "icons_data.s"], cwd=self.folder, stderr=subprocess.PIPE, text=True)
             self.assertEqual(1, ended.returncode)
-            self.assertIn("the surface file of icons_odd_surface has another size than before", ended.stderr)
+            self.assertIn("the size of the surface file of icons_odd_surface has changed", ended.stderr)
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-// slabtool embed: the files to the byte, identifiers, and what is rejected. embed_build_test.py compiles the files.
+// slabtool embed: the bytes of the files, identifiers, and rejections. embed_build_test.py compiles the files.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/src/surface_makers.h"
 #include "tools/slabtool/surfaces/embed_text.h"
@@ -7,7 +7,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Of one row of 8-bit pixels, in a file without padding at its end.
+// A surface file of one row of 8-bit pixels, without padding at its end.
 byte_vector surfaceOf(const byte_vector& pixels, uint32_t rotation = 0) {
     const auto width = static_cast<uint32_t>(pixels.size());
     byte_vector file = makeFileHeader(rotation, DsColorMode::A8, width, 1, width);
@@ -90,7 +90,7 @@ TEST_F(Embed, WritesASourceThatDefinesArraysAndTheIndex) {
 #elif defined(_MSC_VER)
 #define SMALL_ICONS_ALIGNED __declspec(align(4))
 #else
-#error "the compiler is not known to align arrays"
+#error "this compiler has no known keyword for alignment: use C11 or C++"
 #endif
 
 SMALL_ICONS_ALIGNED const uint8_t small_icons_ok_surface[24] = {
@@ -119,7 +119,7 @@ TEST_F(Embed, WritesAnAssemblyFileThatReadsTheSurfaces) {
 icons_ok_surface:
     .incbin "ok.surface"
     .if . - icons_ok_surface - 24
-    .error "the surface file of icons_ok_surface has another size than before: run slabtool embed again"
+    .error "the size of the surface file of icons_ok_surface has changed: run slabtool embed again"
     .endif
 
     .section .note.GNU-stack,"",%progbits
@@ -136,7 +136,7 @@ const struct icons_entry icons_index[icons_count] = {
     expectPart("icons.h", "extern const uint8_t icons_ok_surface[24];\n");
 }
 
-TEST_F(Embed, WritesTheSameFilesWhateverTheOrderOfTheSurfaces) {
+TEST_F(Embed, WritesTheSameFilesForEveryOrderOfTheSurfaces) {
     for (const char* name : {"b.surface", "a.surface", "B.surface"}) {
         write(name, surfaceOf({1}));
     }
@@ -164,7 +164,7 @@ TEST_F(Embed, WritesIntoTheFolderOfTheName) {
     expectPart("made/set.h", "set_ok_surface");
 }
 
-TEST_F(Embed, KeepsNamesInStrings) {
+TEST_F(Embed, EscapesNamesInStrings) {
     const std::string name = "a\"b\\c?\?=\xC3\xA9\n";
     write(name + ".surface", surfaceOf({1}));
     expectTool(0, "", "", {"embed", "-o", "set", name + ".surface"});
@@ -173,7 +173,7 @@ TEST_F(Embed, KeepsNamesInStrings) {
     expectPart("set_data.s", R"(.incbin "a\042b\134c\077\077=\303\251\012.surface")");
 }
 
-TEST_F(Embed, TakesIdentifiersFromLettersAndDigits) {
+TEST_F(Embed, MakesIdentifiersOfLettersAndDigits) {
     EXPECT_EQ("ok", identifierIn("ok"));
     EXPECT_EQ("OK_2x", identifierIn("OK@2x"));
     EXPECT_EQ("a_b_c", identifierIn("a - b__c"));
@@ -195,7 +195,7 @@ TEST_F(Embed, RejectsIdentifiersThatCollide) {
                     {"ok.surface", "./ok.surface"});
 }
 
-TEST_F(Embed, LeavesItsOwnNamesToTheIndex) {
+TEST_F(Embed, AvoidsTheNamesOfTheIndex) {
     const std::vector<std::string> names = {"count", "entry", "index"};
     std::vector<std::string> arguments = {"embed", "-o", "set"};
     for (const std::string& name : names) {
@@ -215,7 +215,7 @@ TEST_F(Embed, RejectsSurfacesWithoutANameForAnIdentifier) {
     expectRejection("-: its name has no letter or digit for an identifier", {"-"});
 }
 
-TEST_F(Embed, RejectsNamesOfFilesThatCannotStandInSources) {
+TEST_F(Embed, RejectsFileNamesThatSourcesCannotContain) {
     write("ok.surface", surfaceOf({1}));
     for (const std::string name : {"2x", "_x", "-", "a b", "a\"b", "a/", "\xC3\xA9"}) {
         expectTool(1, "",
@@ -226,13 +226,13 @@ TEST_F(Embed, RejectsNamesOfFilesThatCannotStandInSources) {
     }
 }
 
-TEST_F(Embed, RejectsBrokenSurfacesInBothFormats) {
+TEST_F(Embed, RejectsInvalidSurfacesInBothFormats) {
     byte_vector truncated = surfaceOf({1, 2});
     truncated.pop_back();
     write("good.surface", surfaceOf({1}));
     write("bad.surface", truncated);
     for (const char* format : {"c", "asm"}) {
-        expectRejection("bad.surface: 1 bytes of the lines are missing",
+        expectRejection("bad.surface: 1 bytes of the rows are missing",
                         {"--format", format, "good.surface", "bad.surface"});
         expectRejection("none.surface: cannot be opened: No such file or directory",
                         {"--format", format, "none.surface"});

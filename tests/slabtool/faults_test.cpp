@@ -1,4 +1,4 @@
-// slabtool where the machine lets it down, and where a path leads to something else than a plain file.
+// slabtool under resource limits, with signals, and with paths of other files than regular ones.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
@@ -20,7 +20,7 @@ class Faults : public SlabtoolTest {
 protected:
     void SetUp() override { makeSurface("a.surface", png().rgba(4, 4).bytes()); }
 
-    // The names of all files but those that every test has.
+    // The names of all files that SetUp has not made.
     std::vector<std::string> newFiles() const {
         std::vector<std::string> names;
         for (const auto& entry : fs::directory_iterator(path(""))) {
@@ -37,13 +37,13 @@ using Names = std::vector<std::string>;
 
 // ---- Output files
 
-TEST_F(Faults, LeaveNothingBehindWhereTheOutputHasNoName) {
+TEST_F(Faults, EmptyOutputNameLeavesNoFile) {
     expectTool(1, "", "slabtool: : cannot be replaced: No such file or directory\n",
                {"view", "a.surface", ""});
     EXPECT_EQ(Names{}, newFiles());
 }
 
-TEST_F(Faults, DoNotKeepTheLongestNamesFromBeingWritten) {
+TEST_F(Faults, LongestFileNameIsWritten) {
     const std::string longest(255, 'n');
     expectTool(0, "", "", {"view", "a.surface", longest});
     EXPECT_EQ(Names{longest}, newFiles());
@@ -52,7 +52,7 @@ TEST_F(Faults, DoNotKeepTheLongestNamesFromBeingWritten) {
                {"view", "a.surface", longest + "n"});
 }
 
-TEST_F(Faults, DoNotComeFromFilesOfOtherRuns) {
+TEST_F(Faults, PartialFilesOfOtherRunsAreKept) {
     write("victim", {7});
     fs::create_symlink("victim", path(".slabtool-0.partial"));
     write(".slabtool-1.partial", {8});
@@ -63,7 +63,7 @@ TEST_F(Faults, DoNotComeFromFilesOfOtherRuns) {
     EXPECT_EQ(4U, newFiles().size());
 }
 
-TEST_F(Faults, DoNotKeepFilesBelowAClosedFolderFromBeingReplaced) {
+TEST_F(Faults, FileBelowAnUnsearchableFolderIsReplaced) {
     fs::create_directories(path("closed/open"));
     fs::permissions(path(""), fs::perms::all);
     fs::permissions(path("closed/open"), fs::perms::all);
@@ -76,7 +76,7 @@ TEST_F(Faults, DoNotKeepFilesBelowAClosedFolderFromBeingReplaced) {
     EXPECT_TRUE(oracle_decode_png(read("closed/open/a.png")).has_value());
 }
 
-TEST_F(Faults, WriteThroughPipes) {
+TEST_F(Faults, PipeIsWritten) {
     const ProgramOutcome outcome =
         shell("mkfifo pipe; cat pipe > out.png & slabtool view a.surface pipe; wait");
     EXPECT_EQ("", outcome.errors);
@@ -84,14 +84,14 @@ TEST_F(Faults, WriteThroughPipes) {
     EXPECT_TRUE(oracle_decode_png(read("out.png")).has_value());
 }
 
-TEST_F(Faults, ReadFromPipes) {
+TEST_F(Faults, PipeIsRead) {
     const ProgramOutcome outcome =
         shell("mkfifo pipe; cat a.surface > pipe & slabtool info pipe; wait");
     EXPECT_EQ("", outcome.errors);
     EXPECT_TRUE(outcome.output.starts_with("pipe: consistent\n")) << outcome.output;
 }
 
-TEST_F(Faults, DoNotComeFromLongPipes) {
+TEST_F(Faults, LongPipeIsRead) {
     byte_vector surface = makeFileHeader(0, DsColorMode::A8, 2500, 2001, 2500);
     append(surface, make_bytes(data_kind::noise, 2500 * 2001, 1));
     write("long.surface", surface);
@@ -100,37 +100,37 @@ TEST_F(Faults, DoNotComeFromLongPipes) {
     EXPECT_EQ("equal\n", outcome.output);
 }
 
-TEST_F(Faults, DoNotComeFromFilesThatAreLongerThanTheySay) {
-    const ProgramOutcome outcome = tool({"check", "/proc/version"}); // which says 0
+TEST_F(Faults, FileThatIsLongerThanItsSizeIsRead) {
+    const ProgramOutcome outcome = tool({"check", "/proc/version"}); // its size is reported as 0
     EXPECT_TRUE(outcome.output.starts_with("/proc/version: rejected: not a PNG file"))
         << outcome.output;
 }
 
-TEST_F(Faults, DoNotTakeTheMemoryOfFilesThatAreTooLong) {
+TEST_F(Faults, TooLongFileIsRejectedWithoutReadingIt) {
     write("long", {1});
     fs::resize_file(path("long"), (uint64_t{2} << 30) + 1);
-    expectTool(1, "", "slabtool: long: has more than 2 GiB\n", {"view", "long", "out"});
+    expectTool(1, "", "slabtool: long: is larger than 2 GiB\n", {"view", "long", "out"});
 }
 
-TEST_F(Faults, OfOutputThatIsLostEarlyAreReported) {
+TEST_F(Faults, OutputThatIsLostEarlyIsReported) {
     std::vector<std::string> arguments(500, "a.surface");
-    std::string words;
+    std::string names;
     for (const std::string& name : arguments) {
-        words += " " + name;
+        names += " " + name;
     }
-    const ProgramOutcome outcome = shell("slabtool info" + words + " > /dev/full");
+    const ProgramOutcome outcome = shell("slabtool info" + names + " > /dev/full");
     EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("slabtool: standard output: No space left on device\n", outcome.errors);
 }
 
-TEST_F(Faults, OfPicturesForStandardOutputAreReportedOnce) {
+TEST_F(Faults, LostPictureOnStandardOutputIsReportedOnce) {
     makeSurface("large.surface", png().rgba(100, 100).bytes());
     const ProgramOutcome outcome = shell("slabtool view large.surface - > /dev/full");
     EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("slabtool: -: cannot be written: No space left on device\n", outcome.errors);
 }
 
-TEST_F(Faults, OfALimitedFileSizeAreReportedAndLeaveNothingBehind) {
+TEST_F(Faults, FileSizeLimitIsReportedAndLeavesNoFile) {
     byte_vector surface = makeFileHeader(0, DsColorMode::A8, 50, 50, 50);
     append(surface, make_bytes(data_kind::noise, 50 * 50, 1));
     write("a.surface", surface);
@@ -146,7 +146,7 @@ TEST_F(Faults, OfALimitedFileSizeAreReportedAndLeaveNothingBehind) {
     EXPECT_EQ(byte_vector{7}, read("old.png"));
 }
 
-TEST_F(Faults, KeepPicturesFromTerminals) {
+TEST_F(Faults, TerminalIsNotWritten) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
     if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
         GTEST_SKIP() << "this system has no pseudo-terminals";
@@ -156,9 +156,9 @@ TEST_F(Faults, KeepPicturesFromTerminals) {
         const ProgramOutcome outcome =
             shell("slabtool view a.surface " + output + " > " + ptsname(terminal) +
                   " || slabtool prepare a.png " + output + " > " + ptsname(terminal));
-        const std::string message =
-            "slabtool: " + output +
-            ": standard output is a terminal, which shows no PNG: name a file, or redirect it\n";
+        const std::string message = "slabtool: " + output +
+                                    ": standard output is a terminal, which cannot show binary "
+                                    "data: name a file, or redirect it\n";
         EXPECT_EQ(1, outcome.exitStatus) << output;
         EXPECT_EQ(message + message, outcome.errors);
         char shown = 0;
@@ -167,7 +167,7 @@ TEST_F(Faults, KeepPicturesFromTerminals) {
     ::close(terminal);
 }
 
-// ---- Runs that a signal ends while they write
+// ---- Signals during a write
 
 using PartialFilesDeathTest = Faults;
 
@@ -183,33 +183,33 @@ TEST_F(PartialFilesDeathTest, AreRemovedBySignals) {
 }
 
 TEST_F(PartialFilesDeathTest, LeaveIgnoredSignalsIgnored) {
-    const auto goOn = [&] {
+    const auto continueAfterSignal = [&] {
         std::signal(SIGHUP, SIG_IGN);
         PartialFile file(path(""), PartialFile::Writer::Command);
         raise(SIGHUP);
         std::fclose(file.stream());
-        std::_Exit(file.moveTo(path("place")) ? 0 : 1);
+        std::_Exit(file.moveTo(path("target")) ? 0 : 1);
     };
-    EXPECT_EXIT(goOn(), testing::ExitedWithCode(0), "");
-    EXPECT_EQ(Names{"place"}, newFiles());
+    EXPECT_EXIT(continueAfterSignal(), testing::ExitedWithCode(0), "");
+    EXPECT_EQ(Names{"target"}, newFiles());
 }
 
-TEST_F(PartialFilesDeathTest, LeaveTheirPlaceAloneOnceTheyAreThere) {
+TEST_F(PartialFilesDeathTest, KeepTheirTargetAfterTheMove) {
     const auto endAfterwards = [&] {
         PartialFile file(path(""), PartialFile::Writer::Command);
         std::fclose(file.stream());
-        raise(file.moveTo(path("place")) ? SIGTERM : SIGABRT);
+        raise(file.moveTo(path("target")) ? SIGTERM : SIGABRT);
     };
     EXPECT_EXIT(endAfterwards(), testing::KilledBySignal(SIGTERM), "");
-    EXPECT_EQ(Names{"place"}, newFiles());
+    EXPECT_EQ(Names{"target"}, newFiles());
 }
 
-// ---- Memory. Sanitizers and emulators need more addresses than that for themselves.
+// ---- Memory. Sanitizers and emulators need a larger address space.
 
 #if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
 constexpr uint64_t kMegabyte = 1 << 20;
 
-TEST_F(Faults, OfMemoryAreReported) {
+TEST_F(Faults, LittleMemoryIsReported) {
     write("huge", {1, 2, 3});
     fs::resize_file(path("huge"), 100 * kMegabyte);
     expectErrorsWithin(64 * kMegabyte, "slabtool: not enough memory\n", {"view", "huge", "out"});
@@ -217,7 +217,7 @@ TEST_F(Faults, OfMemoryAreReported) {
     EXPECT_EQ(Names{"huge"}, newFiles());
 }
 
-TEST_F(Faults, OfMemoryAreAnImagesOwn) {
+TEST_F(Faults, LittleMemoryRejectsOneImage) {
     write("good.png", png().gray(2, 2).bytes());
     write("huge.png", {1, 2, 3});
     fs::resize_file(path("huge.png"), 100 * kMegabyte);
@@ -229,25 +229,25 @@ TEST_F(Faults, OfMemoryAreAnImagesOwn) {
               outcome.output);
 }
 
-// Whoever allocates last: the program, or libpng and zlib on its behalf.
-TEST_F(Faults, OfMemoryEndNoRunByASignal) {
+// The failing allocation may be in slabtool, libpng or zlib.
+TEST_F(Faults, LittleMemoryCausesNoSignal) {
     byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, 1024, 512, 4096);
     append(surface, make_bytes(data_kind::noise, 4096 * 512, 1));
     write("noise.surface", surface);
-    bool isEverRefused = false, isEverDrawn = false;
+    bool isEverRejected = false, isEverDrawn = false;
     for (uint64_t megabytes = 12; megabytes < 28; ++megabytes) {
         const ProgramOutcome outcome =
             tool({"view", "noise.surface", "out"}, {.addressSpace = megabytes * kMegabyte});
         EXPECT_EQ(0, outcome.signal) << megabytes;
-        isEverRefused |= outcome.exitStatus == 1;
+        isEverRejected |= outcome.exitStatus == 1;
         isEverDrawn |= outcome.exitStatus == 0;
     }
-    EXPECT_TRUE(isEverRefused && isEverDrawn);
+    EXPECT_TRUE(isEverRejected && isEverDrawn);
 }
 
-// Of an image that it cannot take as it is, check wants to know no more than whether it can be read.
-TEST_F(Faults, OfMemoryDoNotComeFromPixelsThatNobodyAskedFor) {
-    constexpr uint32_t kSide = 20000; // 50 MB as the file has them, 400 MB with 8 bits a sample
+// check tests with one row of memory whether libpng can read a rejected image.
+TEST_F(Faults, LittleMemorySufficesToTestAHugeImage) {
+    constexpr uint32_t kSide = 20000; // 50 MB at 1 bit a sample, 400 MB at 8 bits
     write("flat.png", png()
                           .gray(1, 1)
                           .declared_size(kSide, kSide)
@@ -261,7 +261,7 @@ TEST_F(Faults, OfMemoryDoNotComeFromPixelsThatNobodyAskedFor) {
 }
 #endif
 
-// ---- Names in a shell's command line
+// ---- Names in messages and commands
 
 TEST(Printable, HidesControlCharactersAndKeepsTheRest) {
     EXPECT_EQ("a?b?c??", printable("a\nb\x7F"
@@ -275,21 +275,21 @@ TEST(ShellWord, LeavesPlainNamesAlone) {
     EXPECT_EQ("-", shellWord("-"));
 }
 
-TEST(ShellWord, QuotesWhatTheShellWouldRead) {
+TEST(ShellWord, QuotesSpecialCharacters) {
     EXPECT_EQ("''", shellWord(""));
     EXPECT_EQ("'a b'", shellWord("a b"));
     EXPECT_EQ("'$a;\\'", shellWord("$a;\\"));
     EXPECT_EQ("'it'\\''s'", shellWord("it's"));
 }
 
-TEST(ShellWord, HidesOptions) {
+TEST(ShellWord, PrefixesWordsThatLookLikeOptions) {
     EXPECT_EQ("./-a", shellWord("-a"));
     EXPECT_EQ("'./-a b'", shellWord("-a b"));
     EXPECT_EQ("./++", shellWord("++"));
     EXPECT_EQ("++a", shellWord("++a"));
 }
 
-TEST(ShellWord, SpellsControlCharactersForEveryShell) {
+TEST(ShellWord, WritesControlCharactersInOctal) {
     EXPECT_EQ("\"$(printf 'a\\012b')\"", shellWord("a\nb"));
     EXPECT_EQ("\"$(printf '\\001\\037\\177\\040')\"", shellWord("\x01\x1F\x7F "));
     EXPECT_EQ("\"$(printf 'it\\047s\\134\\011\\045d\\303\\244')\"",

@@ -1,4 +1,4 @@
-// slabtool info on the converter's files, on every kind of header, and on files that are no surfaces.
+// slabtool info on files of the converter, on every kind of header, and on other files.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
@@ -10,7 +10,7 @@ namespace {
 constexpr const char* kModeNames[] = {"ARGB8888", "RGB888",    "RGB565", "ARGB1555",  "ARGB4444",
                                       "I8",       "Reserved6", "AI88",   "Reserved8", "A8"};
 
-// A file of 4 by 3 pixels with nothing wrong, if the mode has pixels.
+// A file of 4 by 3 pixels; consistent if the mode has pixels.
 byte_vector surfaceOfMode(uint32_t mode, uint32_t rotation = 0) {
     const uint32_t stride = 4 * bytesPerPixel(DsColorMode{mode});
     byte_vector file = makeFileHeader(rotation, DsColorMode{mode}, 4, 3, stride);
@@ -54,7 +54,7 @@ TEST_F(Info, PrintsTheHeaderAndThePadding) {
                "  mode     1 (RGB888), 3 bytes a pixel\n"
                "  size     3 x 2 pixels as stored\n"
                "  stride   12 bytes, 3 of them padding\n"
-               "  file     44 bytes, 0 behind the last line\n",
+               "  file     44 bytes, 0 after the last row\n",
                "", {"info", "a.surface"});
 }
 
@@ -66,16 +66,16 @@ TEST_F(Info, PrintsEveryProblem) {
                "  mode     77 (unknown), 0 bytes a pixel\n"
                "  size     0 x 2 pixels as stored\n"
                "  stride   12 bytes, 12 of them padding\n"
-               "  file     20 bytes, 0 behind the last line\n"
+               "  file     20 bytes, 0 after the last row\n"
                "  problem: color mode 77 is unknown\n"
                "  problem: width 0 is not between 1 and 2147483647\n"
-               "  problem: rotation 45 is none of 0, 90, 180 and 270\n",
+               "  problem: rotation 45 is not 0, 90, 180 or 270\n",
                "", {"info", "a.surface"});
     const ProgramOutcome json = tool({"info", "--json", "a.surface"});
     EXPECT_NE(std::string::npos,
               json.output.find("\"problems\":[\"color mode 77 is unknown\",\"width 0 is not "
-                               "between 1 and 2147483647\",\"rotation 45 is none of 0, 90, 180 "
-                               "and 270\"]"))
+                               "between 1 and 2147483647\",\"rotation 45 is not 0, 90, 180 or "
+                               "270\"]"))
         << json.output;
 }
 
@@ -83,15 +83,15 @@ TEST_F(Info, PrintsNoHeaderOfFilesWithoutOne) {
     write("a.surface", {1, 2, 3});
     expectTool(1,
                "a.surface: not consistent\n"
-               "  problem: shorter than the header of 20 bytes\n",
+               "  problem: the file is shorter than the 20-byte header\n",
                "", {"info", "a.surface"});
 }
 
-TEST_F(Info, NamesPngImagesAsSuch) {
+TEST_F(Info, RecognizesPngImages) {
     const byte_vector image = png().rgb(5, 3).bytes();
     write("a.png", image);
-    const std::string problem =
-        "this is a PNG image, not a surface file: slabtool check tells whether pngslab accepts it";
+    const std::string problem = "this is a PNG image, not a surface file: slabtool check reports "
+                                "whether pngslab accepts it";
     expectTool(1, "a.png: not consistent\n  problem: " + problem + "\n", "", {"info", "a.png"});
     expectTool(1, "", "slabtool: a.png: " + problem + "\n", {"view", "a.png", "b.png"});
     expectTool(
@@ -100,7 +100,8 @@ TEST_F(Info, NamesPngImagesAsSuch) {
             ",\"problems\":[\"" + problem + "\"],\"notes\":[]}\n]\n",
         "", {"info", "--json", "a.png"});
     EXPECT_EQ(Problems{problem}, problemsOf(slice(image, 0, 8)));
-    EXPECT_EQ(Problems{"shorter than the header of 20 bytes"}, problemsOf(slice(image, 0, 7)));
+    EXPECT_EQ(Problems{"the file is shorter than the 20-byte header"},
+              problemsOf(slice(image, 0, 7)));
 }
 
 TEST_F(Info, PrintsJson) {
@@ -113,7 +114,7 @@ TEST_F(Info, PrintsJson) {
                "\"stride\":4,\"linePadding\":0,\"endPadding\":0,\"problems\":[],\"notes\":"
                "[{\"code\":\"alpha-only\",\"words\":\"alpha values, without colors\"}]},\n"
                "{\"file\":\"b \\\"b\\\"\",\"consistent\":false,\"bytes\":3,\"problems\":"
-               "[\"shorter than the header of 20 bytes\"],\"notes\":[]},\n"
+               "[\"the file is shorter than the 20-byte header\"],\"notes\":[]},\n"
                "{\"file\":\"missing\",\"consistent\":false,\"problems\":"
                "[\"cannot be opened: No such file or directory\"],\"notes\":[]}\n"
                "]\n",
@@ -121,7 +122,7 @@ TEST_F(Info, PrintsJson) {
                {"info", "--json", "a.surface", "b \"b\"", "missing"});
 }
 
-TEST_F(Info, GoesOnBehindFilesThatCannotBeRead) {
+TEST_F(Info, ContinuesAfterUnreadableFiles) {
     write("a.surface", surfaceOfMode(5));
     const ProgramOutcome outcome = tool({"info", "missing", "/dev/fd/0/", "a.surface"});
     EXPECT_EQ(1, outcome.exitStatus);
@@ -131,13 +132,13 @@ TEST_F(Info, GoesOnBehindFilesThatCannotBeRead) {
               outcome.errors);
 }
 
-TEST_F(Info, GoesThroughFolders) {
+TEST_F(Info, ReadsFolders) {
     std::filesystem::create_directories(path("in/b"));
     write("in/b/c.surface", surfaceOfMode(5));
     write("in/a.surface", {1, 2});
     write("in/readme.txt", {1});
     const std::string problem =
-        "in/a.surface: not consistent\n  problem: shorter than the header of 20 bytes\n";
+        "in/a.surface: not consistent\n  problem: the file is shorter than the 20-byte header\n";
     for (const char* jobs : {"1", "4"}) {
         const ProgramOutcome outcome = tool({"info", "--jobs", jobs, "in"});
         EXPECT_EQ(1, outcome.exitStatus);
@@ -158,36 +159,36 @@ TEST_F(Info, ReadsStandardInput) {
     }
 }
 
-TEST_F(Info, GivesUpOnFilesWithoutAnEnd) {
-    expectTool(1, "", "slabtool: /dev/zero: has more than 2 GiB\n", {"info", "/dev/zero"});
+TEST_F(Info, RejectsFilesWithoutAnEnd) {
+    expectTool(1, "", "slabtool: /dev/zero: is larger than 2 GiB\n", {"info", "/dev/zero"});
 }
 
-TEST_F(Info, SaysWhenItsWordsCannotBeWritten) {
+TEST_F(Info, ReportsThatStandardOutputCannotBeWritten) {
     write("a.surface", surfaceOfMode(5));
     const ProgramOutcome outcome = shell("slabtool info a.surface > /dev/full");
     EXPECT_EQ(1, outcome.exitStatus);
     EXPECT_EQ("slabtool: standard output: No space left on device\n", outcome.errors);
 }
 
-TEST_F(Info, ReadsNoFurtherThanTheHeader) {
+TEST_F(Info, ReadsOnlyTheHeader) {
     write("huge", makeFileHeader(0, DsColorMode::I8, 0x7FFFFFFF, 0x200, 0x7FFFFFFF));
     std::filesystem::resize_file(path("huge"), uint64_t{0x7FFFFFFF} * 0x200 + 20);
-    EXPECT_EQ(0, tool({"info", "huge"}).exitStatus); // it would not fit the memory
+    EXPECT_EQ(0, tool({"info", "huge"}).exitStatus); // the whole file would not fit the memory
 }
 
-TEST(SurfaceHeaders, OfEveryModeWithPixelsAreSound) {
+TEST(SurfaceHeaders, AreConsistentForEveryModeWithPixels) {
     for (const DsColorMode mode : kModesWithPixels) {
         EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(static_cast<uint32_t>(mode))))
             << "mode " << static_cast<uint32_t>(mode);
     }
 }
 
-TEST(SurfaceHeaders, OfReservedModesHaveNoPixels) {
+TEST(SurfaceHeaders, AreRejectedForReservedModes) {
     EXPECT_EQ(Problems{"color mode 6 (Reserved6) has no pixels"}, problemsOf(surfaceOfMode(6)));
     EXPECT_EQ(Problems{"color mode 8 (Reserved8) has no pixels"}, problemsOf(surfaceOfMode(8)));
 }
 
-TEST(SurfaceHeaders, OfUnknownModesAreRefused) {
+TEST(SurfaceHeaders, AreRejectedForUnknownModes) {
     EXPECT_EQ(Problems{"color mode 10 is unknown"}, problemsOf(surfaceOfMode(10)));
     EXPECT_EQ(Problems{"color mode 4294967295 is unknown"}, problemsOf(surfaceOfMode(0xFFFFFFFF)));
 }
@@ -201,26 +202,26 @@ TEST(SurfaceHeaders, HaveNamesForAllModes) {
 
 TEST(SurfaceHeaders, NeedTwentyBytes) {
     for (size_t size = 0; size < 20; ++size) {
-        EXPECT_EQ(Problems{"shorter than the header of 20 bytes"},
+        EXPECT_EQ(Problems{"the file is shorter than the 20-byte header"},
                   problemsOf(slice(surfaceOfMode(0), 0, size)))
             << size << " bytes";
     }
 }
 
-TEST(SurfaceHeaders, NeedAllOfTheirLines) {
-    EXPECT_EQ(Problems{"1 bytes of the lines are missing"},
+TEST(SurfaceHeaders, NeedAllOfTheirRows) {
+    EXPECT_EQ(Problems{"1 bytes of the rows are missing"},
               problemsOf(slice(surfaceOfMode(0), 0, 67)));
-    EXPECT_EQ(Problems{"48 bytes of the lines are missing"},
+    EXPECT_EQ(Problems{"48 bytes of the rows are missing"},
               problemsOf(slice(surfaceOfMode(0), 0, 20)));
 }
 
-TEST(SurfaceHeaders, SayHowLongTheFileIs) {
+TEST(SurfaceHeaders, DefineTheFileSize) {
     byte_vector file = surfaceOfMode(0);
     file.resize(file.size() + 3);
-    EXPECT_EQ(Problems{"3 bytes too many at the end"}, problemsOf(file));
+    EXPECT_EQ(Problems{"3 extra bytes at the end"}, problemsOf(file));
     byte_vector unpadded = makeFileHeader(0, DsColorMode::I8, 3, 3, 3);
     unpadded.resize(20 + 9);
-    EXPECT_EQ(Problems{"the size is not rounded up to a multiple of 4"}, problemsOf(unpadded));
+    EXPECT_EQ(Problems{"the file size is not rounded up to a multiple of 4"}, problemsOf(unpadded));
 }
 
 TEST(SurfaceHeaders, MayHaveFourRotations) {
@@ -228,13 +229,12 @@ TEST(SurfaceHeaders, MayHaveFourRotations) {
         EXPECT_EQ(Problems{}, problemsOf(surfaceOfMode(0, rotation))) << rotation;
     }
     for (const uint32_t rotation : {1U, 360U, 0xFFFFFFFFU}) {
-        EXPECT_EQ(
-            Problems{"rotation " + std::to_string(rotation) + " is none of 0, 90, 180 and 270"},
-            problemsOf(surfaceOfMode(0, rotation)));
+        EXPECT_EQ(Problems{"rotation " + std::to_string(rotation) + " is not 0, 90, 180 or 270"},
+                  problemsOf(surfaceOfMode(0, rotation)));
     }
 }
 
-TEST(SurfaceHeaders, NeedPixelsAndStridesThatHoldThem) {
+TEST(SurfaceHeaders, NeedPixelsAndALargeEnoughStride) {
     const auto problems = [](uint32_t width, uint32_t height, uint32_t stride) {
         byte_vector file = makeFileHeader(0, DsColorMode::ARGB8888, width, height, stride);
         file.resize(120);
@@ -243,8 +243,8 @@ TEST(SurfaceHeaders, NeedPixelsAndStridesThatHoldThem) {
     EXPECT_EQ(Problems{"width 0 is not between 1 and 2147483647"}, problems(0, 3, 16));
     EXPECT_EQ(Problems{"height 2147483648 is not between 1 and 2147483647"},
               problems(1, 0x80000000, 16));
-    EXPECT_EQ("stride 15 is less than the 16 bytes of a line's pixels", problems(4, 1, 15).front());
-    EXPECT_EQ("stride 4 is less than the 4294967300 bytes of a line's pixels",
+    EXPECT_EQ("stride 15 is less than the 16 bytes of a row's pixels", problems(4, 1, 15).front());
+    EXPECT_EQ("stride 4 is less than the 4294967300 bytes of a row's pixels",
               problems(0x40000001, 1, 4).front());
 }
 

@@ -1,4 +1,4 @@
-// The images of a batch run, and the places of their surfaces.
+// planJobs: the images of a batch run, and the paths of their surfaces.
 #include "tests/tools/converter_test.h"
 #include "tools/slabtool/runs/inputs.h"
 
@@ -25,9 +25,9 @@ protected:
         return planJobs(inputs, path(output), ".surface");
     }
 
-    // Inputs, relative to the scratch folder, by outputs.
-    std::map<std::string, std::string> places(const std::vector<std::string>& inputs,
-                                              const std::string& output) const {
+    // Output -> input, both relative to their folders.
+    std::map<std::string, std::string> inputsByOutput(const std::vector<std::string>& inputs,
+                                                      const std::string& output) const {
         std::map<std::string, std::string> result;
         for (const Job& job : plan(inputs, output).jobs) {
             result[job.output] = job.input.substr(path("").string().size());
@@ -35,25 +35,25 @@ protected:
         return result;
     }
 
-    void expectRefusal(const std::string& message, const std::vector<std::string>& inputs,
-                       const std::string& output) const {
+    void expectRejection(const std::string& message, const std::vector<std::string>& inputs,
+                         const std::string& output) const {
         try {
             plan(inputs, output);
-            ADD_FAILURE() << "not refused";
-        } catch (const Refusal& refusal) {
-            std::string words = refusal.what();
+            ADD_FAILURE() << "not rejected";
+        } catch (const Rejection& rejection) {
+            std::string text = rejection.what();
             const std::string folder = path("");
-            for (size_t at; (at = words.find(folder)) != std::string::npos;) {
-                words.erase(at, folder.size());
+            for (size_t at; (at = text.find(folder)) != std::string::npos;) {
+                text.erase(at, folder.size());
             }
-            EXPECT_EQ(message, words);
+            EXPECT_EQ(message, text);
         }
     }
 };
 
-using Places = std::map<std::string, std::string>;
+using PathMap = std::map<std::string, std::string>;
 
-TEST_F(Inputs, OfAFileToAFileKeepItsName) {
+TEST_F(Inputs, OfAFileAndAnOutputFileKeepBothPaths) {
     makeFiles({"a.png"});
     const JobPlan result = plan({"a.png"}, "b");
     EXPECT_EQ("", result.folder);
@@ -62,26 +62,27 @@ TEST_F(Inputs, OfAFileToAFileKeepItsName) {
     EXPECT_EQ(path("b"), result.jobs[0].output);
 }
 
-TEST_F(Inputs, GoIntoAFolderThatIsThere) {
+TEST_F(Inputs, GoIntoAnExistingFolder) {
     makeFiles({"a.png"});
     fs::create_directory(path("out"));
-    EXPECT_EQ((Places{{"a.surface", "a.png"}}), places({"a.png"}, "out"));
+    EXPECT_EQ((PathMap{{"a.surface", "a.png"}}), inputsByOutput({"a.png"}, "out"));
     EXPECT_EQ(path("out"), plan({"a.png"}, "out").folder);
 }
 
-TEST_F(Inputs, GoIntoAFolderThatASlashOrSeveralInputsAskFor) {
+TEST_F(Inputs, GoIntoAFolderForASlashOrSeveralInputs) {
     makeFiles({"a.png", "b"});
-    EXPECT_EQ((Places{{"a.surface", "a.png"}}), places({"a.png"}, "new/"));
+    EXPECT_EQ((PathMap{{"a.surface", "a.png"}}), inputsByOutput({"a.png"}, "new/"));
     EXPECT_EQ(path("new"), plan({"a.png"}, "new/").folder);
-    EXPECT_EQ((Places{{"a.surface", "a.png"}, {"b.surface", "b"}}), places({"a.png", "b"}, "new"));
+    EXPECT_EQ((PathMap{{"a.surface", "a.png"}, {"b.surface", "b"}}),
+              inputsByOutput({"a.png", "b"}, "new"));
 }
 
-TEST_F(Inputs, MirrorTheTreeInOrder) {
+TEST_F(Inputs, KeepSubfoldersAndAreSorted) {
     makeFiles({"in/z.png", "in/b/c/x.PNG", "in/b/y.png", "in/.png", "in/note.txt"});
-    EXPECT_EQ((Places{{"b/c/x.surface", "in/b/c/x.PNG"},
-                      {"b/y.surface", "in/b/y.png"},
-                      {"z.surface", "in/z.png"}}),
-              places({"in"}, "out"));
+    EXPECT_EQ((PathMap{{"b/c/x.surface", "in/b/c/x.PNG"},
+                       {"b/y.surface", "in/b/y.png"},
+                       {"z.surface", "in/z.png"}}),
+              inputsByOutput({"in"}, "out"));
     const std::vector<Job> jobs = plan({"in/"}, "out").jobs;
     ASSERT_EQ(3U, jobs.size());
     EXPECT_EQ("b/c/x.surface", jobs[0].output);
@@ -95,21 +96,21 @@ TEST_F(Inputs, AreNamedRelativeToTheOutputFolderInTheManifest) {
     for (const Job& job : plan({"link", "c.png", "out/d.png"}, "out").jobs) {
         sources[job.output] = job.source;
     }
-    EXPECT_EQ((Places{{"b/a.surface", "../in/b/a.png"},
-                      {"c.surface", "../c.png"},
-                      {"d.surface", "d.png"}}),
+    EXPECT_EQ((PathMap{{"b/a.surface", "../in/b/a.png"},
+                       {"c.surface", "../c.png"},
+                       {"d.surface", "d.png"}}),
               sources);
 }
 
-TEST_F(Inputs, LeaveOutTheOutputFolder) {
+TEST_F(Inputs, SkipTheOutputFolder) {
     makeFiles({"in/a.png", "in/out/b.png", "in/sub/out/c.png"});
-    EXPECT_EQ((Places{{"a.surface", "in/a.png"}, {"sub/out/c.surface", "in/sub/out/c.png"}}),
-              places({"in"}, "in/out"));
+    EXPECT_EQ((PathMap{{"a.surface", "in/a.png"}, {"sub/out/c.surface", "in/sub/out/c.png"}}),
+              inputsByOutput({"in"}, "in/out"));
 }
 
-TEST_F(Inputs, MayLieInTheOutputFolderItself) {
+TEST_F(Inputs, MayBeInTheOutputFolder) {
     makeFiles({"in/a.png"});
-    EXPECT_EQ((Places{{"a.surface", "in/a.png"}}), places({"in"}, "in"));
+    EXPECT_EQ((PathMap{{"a.surface", "in/a.png"}}), inputsByOutput({"in"}, "in"));
 }
 
 TEST_F(Inputs, FollowLinksToFilesAndNotToFolders) {
@@ -118,49 +119,52 @@ TEST_F(Inputs, FollowLinksToFilesAndNotToFolders) {
     fs::create_symlink("nowhere", path("in/broken.png"));
     fs::create_directory_symlink("..", path("in/loop"));
     fs::create_directory_symlink("../elsewhere", path("in/folder.png"));
-    EXPECT_EQ((Places{{"a.surface", "in/a.png"},
-                      {"link.surface", "in/link.png"},
-                      {"broken.surface", "in/broken.png"}}),
-              places({"in"}, "out"));
+    EXPECT_EQ((PathMap{{"a.surface", "in/a.png"},
+                       {"link.surface", "in/link.png"},
+                       {"broken.surface", "in/broken.png"}}),
+              inputsByOutput({"in"}, "out"));
 }
 
-TEST_F(Inputs, LeaveOutWhatIsNoFile) {
+TEST_F(Inputs, SkipWhatIsNotAFile) {
     makeFiles({"in/a.png"});
     fs::create_directory(path("in/folder.png"));
     ASSERT_EQ(0, mkfifo(path("in/pipe.png").c_str(), 0600));
-    EXPECT_EQ((Places{{"a.surface", "in/a.png"}}), places({"in"}, "out"));
+    EXPECT_EQ((PathMap{{"a.surface", "in/a.png"}}), inputsByOutput({"in"}, "out"));
 }
 
 TEST_F(Inputs, MayBeGivenTwice) {
     makeFiles({"in/a.png"});
-    EXPECT_EQ((Places{{"a.surface", "in/a.png"}}), places({"in", "in/a.png", "in/../in"}, "out"));
+    EXPECT_EQ((PathMap{{"a.surface", "in/a.png"}}),
+              inputsByOutput({"in", "in/a.png", "in/../in"}, "out"));
 }
 
 TEST_F(Inputs, MayNotShareAnOutput) {
     makeFiles({"in/a.png", "other/a.PNG"});
-    expectRefusal("in/a.png and other/a.PNG would both become a.surface", {"other", "in"}, "out");
+    expectRejection("in/a.png and other/a.PNG would both become a.surface", {"other", "in"}, "out");
     makeFiles({"in/a.PNG"});
-    expectRefusal("in/a.PNG and in/a.png would both become a.surface", {"in"}, "out");
+    expectRejection("in/a.PNG and in/a.png would both become a.surface", {"in"}, "out");
     EXPECT_FALSE(exists("out"));
 }
 
 TEST_F(Inputs, MayNotBeOverwritten) {
     makeFiles({"a.png"});
     fs::create_symlink("a.png", path("link.png"));
-    expectRefusal("link.png: the surface would overwrite its own image", {"a.png"}, "link.png");
+    expectRejection("link.png: the surface would overwrite its own image", {"a.png"}, "link.png");
 }
 
-TEST_F(Inputs, ThatAreMissingAreReported) {
+TEST_F(Inputs, AreRejectedIfMissing) {
     makeFiles({"a.png"});
-    expectRefusal("b.png: cannot be opened: No such file or directory", {"a.png", "b.png"}, "out");
+    expectRejection("b.png: cannot be opened: No such file or directory", {"a.png", "b.png"},
+                    "out");
 }
 
-TEST_F(Inputs, FromStandardInputGiveNoName) {
+TEST_F(Inputs, AreRejectedFromStandardInput) {
     try {
         planJobs({"-", "-"}, path("out"), ".surface");
-        ADD_FAILURE() << "not refused";
-    } catch (const Refusal& refusal) {
-        EXPECT_STREQ("-: standard input gives no name to a file in a folder", refusal.what());
+        ADD_FAILURE() << "not rejected";
+    } catch (const Rejection& rejection) {
+        EXPECT_STREQ("-: standard input has no name for a file in the output folder",
+                     rejection.what());
     }
 }
 

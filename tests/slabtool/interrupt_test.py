@@ -1,4 +1,4 @@
-"""Runs of slabtool convert that a signal ends, that find the disk full, and that meet another run in their folder."""
+"""Runs of slabtool convert that a signal ends, two runs into one folder, and a full disk."""
 import os
 import pathlib
 import re
@@ -55,7 +55,7 @@ class FolderTest(unittest.TestCase):
         return sorted(path.name for path in (self.folder / folder).iterdir())
 
     def start_blocked(self):
-        """A run that waits for an image in a pipe, and the pipe."""
+        """Starts a run that waits for an image in a pipe."""
         os.mkfifo(self.folder / "pipe.png")
         run = self.start("images/0.png", "pipe.png", "out/")
         wait_until((self.folder / "out/0.surface").exists)
@@ -64,7 +64,7 @@ class FolderTest(unittest.TestCase):
 
 class Interrupt(FolderTest):
     def end(self, run, number):
-        """What the run prints after the signal, and in how many seconds it ends."""
+        """The output of the run after the signal, and the seconds until it ends."""
         begin = time.monotonic()
         run.send_signal(number)
         output, errors = run.communicate(timeout=60)
@@ -97,21 +97,21 @@ class Interrupt(FolderTest):
         self.assertRegex(output, r"up to date [1-9]")
         self.assertEqual(sorted(f"{i}.surface" for i in range(IMAGES)) + ["surfaces.json"], self.files("out"))
 
-    def test_leaves_an_image_behind_that_takes_long(self):
+    def test_abandons_an_image_that_takes_long(self):
         run = self.start_blocked()
         output, elapsed = self.end(run, signal.SIGTERM)
         self.assertLess(elapsed, 1)
         self.assertRegex(output, "^converted 1, .*, not started 1\n$")
         self.assertEqual(["0.surface", "surfaces.json"], self.files("out"))
 
-    def test_ends_at_once_by_a_second_signal(self):
+    def test_ends_immediately_at_a_second_signal(self):
         run = self.start_blocked()
         run.send_signal(signal.SIGINT)
         time.sleep(0.05)
         run.send_signal(signal.SIGINT)
         self.assertEqual(-signal.SIGINT, run.wait())
 
-    def test_ends_a_single_conversion_by_the_signal(self):
+    def test_ends_a_single_conversion_at_the_first_signal(self):
         os.mkfifo(self.folder / "pipe.png")
         run = self.start("pipe.png", "out.surface")
         with open(self.folder / "pipe.png", "wb"):
@@ -134,7 +134,7 @@ class TwoRuns(FolderTest):
 
 
 class FullDisk(FolderTest):
-    def test_keeps_what_was_there(self):
+    def test_keeps_old_surfaces(self):
         out = self.folder / "out"
         out.mkdir()
         if os.geteuid() != 0 or subprocess.run(["mount", "-t", "tmpfs", "-o", "size=1m", "none", out],

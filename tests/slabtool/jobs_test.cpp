@@ -1,5 +1,5 @@
-// Jobs on several threads: each once, never more than asked for, and an end on request.
-#include "tools/slabtool/refusal.h"
+// runJobs: runs each job once, uses at most the requested threads, and stops at a signal.
+#include "tools/slabtool/rejection.h"
 #include "tools/slabtool/runs/jobs.h"
 #include "tools/slabtool/runs/stop_signals.h"
 
@@ -20,7 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// What `done` was told.
+// The arguments of `done`.
 using Outcomes = std::map<size_t, JobFailure>;
 
 struct Outcome {
@@ -55,7 +55,7 @@ TEST(Jobs, MayBeNone) {
     EXPECT_TRUE(runAll(0, 4, [](size_t) { FAIL(); }).isOver);
 }
 
-TEST(Jobs, AreNeverMoreAtOnceThanAskedFor) {
+TEST(Jobs, NeverRunOnMoreThreadsThanRequested) {
     std::atomic<int> current = 0, max = 0;
     runAll(60, 3, [&](size_t) {
         const int now = ++current;
@@ -77,7 +77,7 @@ TEST(Jobs, StartInOrder) {
 TEST(Jobs, FailAlone) {
     const Outcome run = runAll(3, 2, [](size_t job) {
         if (job == 0) {
-            throw Refusal("is broken");
+            throw Rejection("is broken");
         }
         if (job == 1) {
             throw std::bad_alloc();
@@ -87,7 +87,7 @@ TEST(Jobs, FailAlone) {
               run.outcomes);
 }
 
-TEST(Jobs, TellTheirProgressWhileTheyRun) {
+TEST(Jobs, CallTickWhileTheyRun) {
     size_t ticks = 0;
     runJobs(1, 1,
             {.work = [](size_t) { std::this_thread::sleep_for(350ms); },
@@ -101,7 +101,7 @@ TEST(Jobs, TellTheirProgressWhileTheyRun) {
     EXPECT_GE(4U, ticks);
 }
 
-TEST(Jobs, EndWhereACallThrows) {
+TEST(Jobs, EndIfACallbackThrows) {
     std::atomic<size_t> started = 0;
     EXPECT_THROW(runJobs(1000, 2,
                          {.work =
@@ -109,9 +109,9 @@ TEST(Jobs, EndWhereACallThrows) {
                                   ++started;
                                   std::this_thread::sleep_for(1ms);
                               },
-                          .done = [](size_t, const JobFailure&) { throw Refusal("full"); },
+                          .done = [](size_t, const JobFailure&) { throw Rejection("full"); },
                           .tick = [](size_t) {}}),
-                 Refusal);
+                 Rejection);
     EXPECT_GT(1000U, started);
 }
 
@@ -120,7 +120,7 @@ TEST(Jobs, AreNotStartedAfterASignal) {
         const StopSignals watch;
         const Outcome run = runAll(100, 1, [&](size_t job) {
             if (job == 3) {
-                kill(getpid(), signal); // another thread gets it
+                kill(getpid(), signal); // another thread receives it
                 while (!stopRequested()) {
                     std::this_thread::yield();
                 }
@@ -132,7 +132,7 @@ TEST(Jobs, AreNotStartedAfterASignal) {
     }
 }
 
-TEST(JobsDeathTest, ThatTakeLongAreLeftBehindAfterASignal) {
+TEST(JobsDeathTest, ThatTakeLongAreAbandonedAfterASignal) {
     const auto interrupt = [] {
         const StopSignals watch;
         const auto start = std::chrono::steady_clock::now();
@@ -146,7 +146,7 @@ TEST(JobsDeathTest, ThatTakeLongAreLeftBehindAfterASignal) {
     EXPECT_EXIT(interrupt(), testing::ExitedWithCode(0), "");
 }
 
-TEST(JobsDeathTest, EndAtOnceByASecondSignal) {
+TEST(JobsDeathTest, EndImmediatelyAtASecondSignal) {
     const auto interruptTwice = [] {
         const StopSignals watch;
         raise(SIGINT);
@@ -165,7 +165,7 @@ TEST(StopSignals, LeaveIgnoredSignalsIgnored) {
     std::signal(SIGHUP, old);
 }
 
-TEST(StopSignals, PutTheOldActionsBack) {
+TEST(StopSignals, RestoreTheOldActions) {
     { const StopSignals watch; }
     struct sigaction action = {};
     sigaction(SIGTERM, nullptr, &action);

@@ -1,4 +1,4 @@
-"""Kills slabtool convert at random moments: whatever bears a final name is complete, and the next run cleans up."""
+"""Kills slabtool convert at random moments: every surface file is complete, and the next run cleans up."""
 import os
 import pathlib
 import random

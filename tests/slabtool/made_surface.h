@@ -1,4 +1,4 @@
-// What the tests of made surfaces share: pictures as samples, and the pixels of the files that they become.
+// Helpers for tests that make surfaces: pictures as samples, and the pixels of surface files.
 #pragma once
 
 #include "tests/support/test_bytes.h"
@@ -31,7 +31,7 @@ inline Picture noisePicture(uint32_t width, uint32_t height, Samples::Kind kind,
     return picture;
 }
 
-/// A picture of the color that `colorAt(x, y)` gives as {red, green, blue, alpha}.
+/// A picture whose pixels are `colorAt(x, y)`: {red, green, blue, alpha}.
 template <typename ColorAt>
 Picture rgbaPicture(uint32_t width, uint32_t height, const ColorAt& colorAt) {
     Picture picture = {width, height, Samples::Kind::Rgba, {}, {}};
@@ -45,7 +45,7 @@ Picture rgbaPicture(uint32_t width, uint32_t height, const ColorAt& colorAt) {
     return picture;
 }
 
-/// The stored value of a pixel of an upright file.
+/// The stored value of a pixel in a file without rotation.
 inline uint32_t storedPixel(const MadeSurface& surface, uint32_t pixelBytes, uint32_t x,
                             uint32_t y) {
     const uint8_t* const pixel = surface.file.data() + 20 + y * surface.stride + x * pixelBytes;

@@ -1,4 +1,4 @@
-// The manifest of an output folder: what is written is read again, and what is read stays in the folder.
+// The manifest of an output folder: writing, reading, rejecting and merging.
 #include "tests/tools/converter_test.h"
 #include "tools/slabtool/runs/manifest.h"
 
@@ -44,22 +44,22 @@ protected:
         return mergeManifests(paths, path(output));
     }
 
-    void expectNoMerging(const std::string& message, const std::vector<std::string>& names,
-                         const std::string& output) const {
+    void expectMergeRejection(const std::string& message, const std::vector<std::string>& names,
+                              const std::string& output) const {
         try {
             merged(names, output);
             ADD_FAILURE() << "merged";
-        } catch (const Refusal& refusal) {
-            EXPECT_EQ(message, refusal.what());
+        } catch (const Rejection& rejection) {
+            EXPECT_EQ(message, rejection.what());
         }
     }
 
-    void expectRefusal(const std::string& message, const std::string& text) const {
+    void expectRejection(const std::string& message, const std::string& text) const {
         try {
             load(text);
-            ADD_FAILURE() << "not refused: " << text;
-        } catch (const Refusal& refusal) {
-            EXPECT_EQ(path("surfaces.json").string() + ": " + message, refusal.what()) << text;
+            ADD_FAILURE() << "not rejected: " << text;
+        } catch (const Rejection& rejection) {
+            EXPECT_EQ(path("surfaces.json").string() + ": " + message, rejection.what()) << text;
         }
     }
 };
@@ -76,7 +76,7 @@ std::string textOf(const ManifestEntry& entry) {
     return manifest.text();
 }
 
-TEST_F(Manifests, AreOneLineAnEntry) {
+TEST_F(Manifests, HaveOneLineForEachEntry) {
     EXPECT_EQ("{\n\"format\": 1,\n\"surfaces\": [\n"
               "{\"name\":\"a\",\"file\":\"a.surface\",\"mode\":\"RGB565\",\"width\":4,\"height\":3,"
               "\"stride\":8,\"rotation\":90,\"bytes\":44,\"palette\":null,\"source\":{\"path\":"
@@ -112,7 +112,7 @@ TEST_F(Manifests, KeepNamesThatAreNotUtf8) {
     EXPECT_EQ(entry, *load(text).find("\xFF.surface"));
 }
 
-TEST_F(Manifests, AreEmptyWhereThereIsNone) {
+TEST_F(Manifests, AreEmptyIfTheFileIsMissing) {
     EXPECT_TRUE(Manifest::load(path("surfaces.json")).entries().empty());
 }
 
@@ -132,10 +132,10 @@ TEST_F(Manifests, ChangeByEntriesThatDiffer) {
     EXPECT_EQ(nullptr, manifest.find("a.surface"));
 }
 
-TEST_F(Manifests, ThatAreBrokenAreRefused) {
+TEST_F(Manifests, AreRejectedIfInvalid) {
     const std::string good = textOf(entryOf("a"));
     const std::string message =
-        "is no manifest that slabtool can read: remove it to convert every image again";
+        "is not a manifest that slabtool can read: remove it to convert every image again";
     for (const std::string& text :
          {std::string(),
           std::string("null"),
@@ -162,36 +162,36 @@ TEST_F(Manifests, ThatAreBrokenAreRefused) {
           replaced(good, "\"accepted\"", "\"\xFF\""),
           replaced(good, "\"mode\"", "\"file_hex\":\"6\",\"mode\""),
           replaced(good, "\"mode\"", "\"file_hex\":\"6G\",\"mode\"")}) {
-        expectRefusal(message, text);
+        expectRejection(message, text);
     }
 }
 
-TEST_F(Manifests, NameNothingOutsideTheirFolder) {
+TEST_F(Manifests, AreRejectedForPathsOutsideTheirFolder) {
     const std::string good = textOf(entryOf("a"));
-    for (const char* place : {"/a", "../a", "a/../../b", "a/..", "a/", "", "..", "a\\u0000b"}) {
-        expectRefusal("names a file outside of its folder",
-                      replaced(good, "\"a.surface\"", std::string("\"") + place + "\""));
-        expectRefusal(
-            "names a file outside of its folder",
-            replaced(good, "\"palette\":null", std::string("\"palette\":\"") + place + "\""));
-    }
-}
-
-TEST_F(Manifests, NameNoFilesButSurfacesAndPalettes) {
-    const std::string good = textOf(entryOf("a"));
-    for (const char* file : {"a.png", "a.palette", "surface", "a.surface.bak", "a.SURFACE"}) {
-        expectRefusal(
-            "is no manifest that slabtool can read: remove it to convert every image again",
-            replaced(good, "\"a.surface\"", std::string("\"") + file + "\""));
-    }
-    for (const char* file : {"a.png", "a.surface", "palette"}) {
-        expectRefusal(
-            "is no manifest that slabtool can read: remove it to convert every image again",
+    for (const char* file : {"/a", "../a", "a/../../b", "a/..", "a/", "", "..", "a\\u0000b"}) {
+        expectRejection("names a file outside its folder",
+                        replaced(good, "\"a.surface\"", std::string("\"") + file + "\""));
+        expectRejection(
+            "names a file outside its folder",
             replaced(good, "\"palette\":null", std::string("\"palette\":\"") + file + "\""));
     }
 }
 
-TEST_F(Manifests, AreReadWithMembersThatTheyDoNotKnow) {
+TEST_F(Manifests, AreRejectedForOtherFilesThanSurfacesAndPalettes) {
+    const std::string good = textOf(entryOf("a"));
+    for (const char* file : {"a.png", "a.palette", "surface", "a.surface.bak", "a.SURFACE"}) {
+        expectRejection(
+            "is not a manifest that slabtool can read: remove it to convert every image again",
+            replaced(good, "\"a.surface\"", std::string("\"") + file + "\""));
+    }
+    for (const char* file : {"a.png", "a.surface", "palette"}) {
+        expectRejection(
+            "is not a manifest that slabtool can read: remove it to convert every image again",
+            replaced(good, "\"palette\":null", std::string("\"palette\":\"") + file + "\""));
+    }
+}
+
+TEST_F(Manifests, MayHaveUnknownMembers) {
     const std::string good = textOf(entryOf("a"));
     for (const auto& [from, to] : std::map<std::string, std::string>{
              {"\"format\"", "\"note\": [{\"file\": [1, null]}, 2.5], \"format\""},
@@ -202,7 +202,7 @@ TEST_F(Manifests, AreReadWithMembersThatTheyDoNotKnow) {
     }
 }
 
-// The schema is for programs of others, which know no more than it says.
+// The schema is the interface for other programs.
 class ManifestSchema : public Manifests {
 protected:
     // Whether the schema allows the text; nothing if the validator is not installed.
@@ -271,7 +271,7 @@ TEST_F(Manifests, AreMerged) {
     EXPECT_EQ(second.text(), merged({"1.json", "2.json"}).text());
 }
 
-TEST_F(Manifests, AreMergedIntoAFolderAbove) {
+TEST_F(Manifests, AreMergedIntoAParentFolder) {
     fs::create_directories(path("x/y"));
     ManifestEntry entry = entryOf("a");
     entry.palette = "a.palette";
@@ -285,50 +285,50 @@ TEST_F(Manifests, AreMergedIntoAFolderAbove) {
     entry.name = "x/y/a";
     entry.file = "x/y/a.surface";
     entry.palette = "x/y/a.palette";
-    entry.source.path = "x/in/a.png"; // "x/y/../in/a.png" without the detour
+    entry.source.path = "x/in/a.png"; // "x/y/../in/a.png", normalized
     ASSERT_NE(nullptr, all.find("x/y/a.surface"));
     EXPECT_EQ(entry, *all.find("x/y/a.surface"));
     ASSERT_NE(nullptr, all.find("x/deep/a.surface"));
     EXPECT_EQ("/elsewhere/a.png", all.find("x/deep/a.surface")->source.path);
 }
 
-TEST_F(Manifests, AreMergedByTheirFoldersBehindLinks) {
+TEST_F(Manifests, AreMergedByTheirRealFolders) {
     fs::create_directories(path("real"));
     fs::create_directory_symlink("real", path("link"));
     writeText("real/surfaces.json", textOf(entryOf("a")));
     EXPECT_NE(nullptr, merged({"link/surfaces.json"}).find("real/a.surface"));
 }
 
-TEST_F(Manifests, AreNotMergedWhereTheyDiffer) {
+TEST_F(Manifests, AreNotMergedIfTheyDiffer) {
     fs::create_directories(path("x"));
     writeText("x/1.json", textOf(entryOf("a")));
     ManifestEntry other = entryOf("x/a");
     other.source.path = "in/a.png";
     writeText("2.json", textOf(other));
-    EXPECT_EQ(1U, merged({"x/1.json", "2.json"}).entries().size()); // both name it alike
+    EXPECT_EQ(1U, merged({"x/1.json", "2.json"}).entries().size()); // both have the same entry
     other.options = "";
     writeText("2.json", textOf(other));
-    expectNoMerging(path("x/1.json").string() + " and " + path("2.json").string() +
-                        " differ about x/a.surface",
-                    {"x/1.json", "2.json"}, "out.json");
+    expectMergeRejection(path("x/1.json").string() + " and " + path("2.json").string() +
+                             " have different entries for x/a.surface",
+                         {"x/1.json", "2.json"}, "out.json");
 }
 
-TEST_F(Manifests, AreNotMergedIntoAFolderBelowOrBeside) {
+TEST_F(Manifests, AreNotMergedIntoOtherFolders) {
     fs::create_directories(path("x"));
     fs::create_directories(path("y"));
     writeText("x/1.json", textOf(entryOf("a")));
     writeText("2.json", textOf(entryOf("b")));
-    const std::string reason = ": its surfaces are outside of the folder of the merged manifest";
-    expectNoMerging(path("x/1.json").string() + reason, {"x/1.json"}, "y/out.json");
-    expectNoMerging(path("2.json").string() + reason, {"2.json"}, "y/out.json");
+    const std::string reason = ": its surfaces are outside the folder of the merged manifest";
+    expectMergeRejection(path("x/1.json").string() + reason, {"x/1.json"}, "y/out.json");
+    expectMergeRejection(path("2.json").string() + reason, {"2.json"}, "y/out.json");
 }
 
 TEST_F(Manifests, AreNotMergedIfOneIsMissing) {
     const std::string reason = ": cannot be opened: No such file or directory";
     writeText("1.json", textOf(entryOf("a")));
-    expectNoMerging(path("2.json").string() + reason, {"1.json", "2.json"}, "out.json");
-    expectNoMerging(path("x/2.json").string() + reason, {"1.json", "x/2.json"}, "out.json");
-    expectNoMerging(path("x/out.json").string() + reason, {"1.json"}, "x/out.json");
+    expectMergeRejection(path("2.json").string() + reason, {"1.json", "2.json"}, "out.json");
+    expectMergeRejection(path("x/2.json").string() + reason, {"1.json", "x/2.json"}, "out.json");
+    expectMergeRejection(path("x/out.json").string() + reason, {"1.json"}, "x/out.json");
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// slabtool manifest: what runs by folders have left becomes one manifest that further runs go on with.
+// slabtool manifest: merges the manifests of several runs into one, which further runs use.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/support/png_maker.h"
 
@@ -18,7 +18,7 @@ protected:
         write("images/a/two.png", png().rgb(3, 2).bytes());
         write("images/b/one.png", png().rgb(4, 2).bytes());
         for (const char* image : {"a/deep/one.png", "a/two.png", "b/one.png"}) {
-            // Times of fresh images are not noted.
+            // The manifest has no times of fresh images.
             fs::last_write_time(path("images/" + std::string(image)),
                                 fs::file_time_type::clock::now() - std::chrono::hours(1));
         }
@@ -39,7 +39,7 @@ protected:
     }
 };
 
-TEST_F(Merge, IsFoundUpToDateByARunIntoTheFolderAbove) {
+TEST_F(Merge, IsUpToDateForARunIntoTheParentFolder) {
     convert("/a", "converted 2");
     convert("/b", "converted 1");
     merge();
@@ -51,10 +51,11 @@ TEST_F(Merge, IsFoundUpToDateByARunIntoTheFolderAbove) {
     EXPECT_EQ(made, fs::last_write_time(path("surfaces/a/deep/one.surface")));
     fs::remove_all(path("surfaces"));
     convert("", "converted 3");
-    EXPECT_EQ(manifest, read("surfaces/surfaces.json")); // as one run writes it
+    EXPECT_EQ(manifest,
+              read("surfaces/surfaces.json")); // the merged manifest is the same as that of one run
 }
 
-TEST_F(Merge, NamesSurfacesThatAreToBePruned) {
+TEST_F(Merge, ListsSurfacesToPrune) {
     convert("/a", "converted 2");
     convert("/b", "converted 1");
     merge();
@@ -63,7 +64,7 @@ TEST_F(Merge, NamesSurfacesThatAreToBePruned) {
     EXPECT_FALSE(exists("surfaces/b/one.surface"));
 }
 
-TEST_F(Merge, ReplacesTheManifestThatWasThere) {
+TEST_F(Merge, ReplacesTheOldManifest) {
     convert("/a", "converted 2");
     convert("/b", "converted 1");
     write("surfaces/surfaces.json", {'?'});
@@ -75,7 +76,7 @@ TEST_F(Merge, WritesNothingIfAManifestCannotBeRead) {
     convert("/a", "converted 2");
     write("surfaces/b.json", {'?'});
     expectTool(1, "",
-               "slabtool: surfaces/b.json: is no manifest that slabtool can read: remove it to "
+               "slabtool: surfaces/b.json: is not a manifest that slabtool can read: remove it to "
                "convert every image again\n",
                {"manifest", "-o", "surfaces/surfaces.json", "--merge", "surfaces/a/surfaces.json",
                 "surfaces/b.json"});

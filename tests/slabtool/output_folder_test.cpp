@@ -1,4 +1,4 @@
-// The output folder of a batch run: locked, complete files only, and nothing outside.
+// The output folder of a batch run: its lock, complete files only, and no writes outside.
 #include "tests/tools/converter_test.h"
 #include "tools/slabtool/runs/output_folder.h"
 
@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 class OutputFolders : public ConverterTest {
 protected:
-    // All files below the scratch folder, hidden ones too.
+    // All files below the scratch folder, including hidden files.
     std::vector<std::string> files() const {
         std::vector<std::string> names;
         for (const auto& entry : fs::recursive_directory_iterator(path(""))) {
@@ -27,12 +27,12 @@ protected:
     }
 
     template <typename Work>
-    void expectRefusal(const std::string& message, const Work& work) const {
+    void expectRejection(const std::string& message, const Work& work) const {
         try {
             work();
-            ADD_FAILURE() << "not refused";
-        } catch (const Refusal& refusal) {
-            EXPECT_EQ(message, refusal.what());
+            ADD_FAILURE() << "not rejected";
+        } catch (const Rejection& rejection) {
+            EXPECT_EQ(message, rejection.what());
         }
     }
 };
@@ -40,7 +40,7 @@ protected:
 using Names = std::vector<std::string>;
 const byte_vector kBytes = {1, 2, 3};
 
-TEST_F(OutputFolders, AreCreatedAndHoldWhatIsWritten) {
+TEST_F(OutputFolders, AreCreatedAndContainWrittenFiles) {
     {
         OutputFolder folder(path("out/new"));
         folder.write("a", kBytes);
@@ -71,12 +71,12 @@ TEST_F(OutputFolders, AreWrittenBySeveralThreads) {
 TEST_F(OutputFolders, AreLocked) {
     std::optional<OutputFolder> first(path("out"));
     const std::string message = path("out").string() + ": another run is writing into this folder";
-    expectRefusal(message, [&] { OutputFolder second(path("out")); });
+    expectRejection(message, [&] { OutputFolder second(path("out")); });
     first.reset();
     const OutputFolder third(path("out"));
 }
 
-TEST_F(OutputFolders, LoseTheTemporaryFilesOfAKilledRun) {
+TEST_F(OutputFolders, RemoveTheTemporaryFilesOfAKilledRun) {
     fs::create_directories(path("out/b"));
     for (const char* name : {"out/.surfaces.lock", "out/.surfaces-0.partial",
                              "out/b/.surfaces-7.partial", "out/b/.slabtool-0.partial"}) {
@@ -87,8 +87,8 @@ TEST_F(OutputFolders, LoseTheTemporaryFilesOfAKilledRun) {
     EXPECT_EQ((Names{"out/b/.slabtool-0.partial", "out/link"}), files());
 }
 
-// A run into a folder below may be under way.
-TEST_F(OutputFolders, KeepTheTemporaryFilesOfLockedFoldersBelow) {
+// Another run may be writing into the subfolder.
+TEST_F(OutputFolders, KeepTheTemporaryFilesOfLockedSubfolders) {
     fs::create_directories(path("out/b"));
     for (const char* name : {"out/.surfaces.lock", "out/.surfaces-0.partial"}) {
         write(name, {});
@@ -99,18 +99,18 @@ TEST_F(OutputFolders, KeepTheTemporaryFilesOfLockedFoldersBelow) {
     EXPECT_EQ((Names{"out/b/.surfaces-0.partial", "out/b/.surfaces.lock"}), files());
 }
 
-TEST_F(OutputFolders, DoNotCreateWhatLinksPutOutside) {
+TEST_F(OutputFolders, RejectLinksThatLeadOutside) {
     fs::create_directories(path("out"));
     fs::create_directories(path("elsewhere"));
     fs::create_directory_symlink("../elsewhere", path("out/link"));
     write("elsewhere/old", kBytes);
     OutputFolder folder(path("out"));
     const std::string message = "a link leads out of the output folder";
-    expectRefusal(message, [&] { folder.write("link/a", kBytes); });
-    expectRefusal(message, [&] { folder.write("link/new/a", kBytes); });
-    expectRefusal(message, [&] { folder.write("../a", kBytes); });
-    expectRefusal(message, [&] { folder.remove("link/old"); });
-    expectRefusal(message, [&] { folder.remove("../elsewhere/old"); });
+    expectRejection(message, [&] { folder.write("link/a", kBytes); });
+    expectRejection(message, [&] { folder.write("link/new/a", kBytes); });
+    expectRejection(message, [&] { folder.write("../a", kBytes); });
+    expectRejection(message, [&] { folder.remove("link/old"); });
+    expectRejection(message, [&] { folder.remove("../elsewhere/old"); });
     folder.close();
     EXPECT_EQ((Names{"elsewhere/old", "out/link"}), files());
 }
@@ -137,7 +137,7 @@ TEST_F(OutputFolders, ReplaceLinksToFiles) {
     EXPECT_EQ(kBytes, read("out/a"));
 }
 
-TEST_F(OutputFolders, KeepTheOldFileWhereAWriteFails) {
+TEST_F(OutputFolders, KeepTheOldFileIfAWriteFails) {
     fs::create_directories(path("out/folder"));
     write("out/a", {7});
     const auto onFullDisk = [&] {
@@ -145,10 +145,10 @@ TEST_F(OutputFolders, KeepTheOldFileWhereAWriteFails) {
         const rlimit limit = {2, 2};
         setrlimit(RLIMIT_FSIZE, &limit);
         OutputFolder folder(path("out"));
-        expectRefusal("cannot be written: File too large", [&] { folder.write("a", kBytes); });
-        expectRefusal("cannot be replaced: Is a directory", [&] { folder.write("folder", {}); });
-        expectRefusal("its folder cannot be created: Not a directory",
-                      [&] { folder.write("a/b/c", {}); });
+        expectRejection("cannot be written: File too large", [&] { folder.write("a", kBytes); });
+        expectRejection("cannot be replaced: Is a directory", [&] { folder.write("folder", {}); });
+        expectRejection("its folder cannot be created: Not a directory",
+                        [&] { folder.write("a/b/c", {}); });
         folder.close();
         std::_Exit(HasFailure() ? 1 : 0);
     };
@@ -164,18 +164,18 @@ TEST_F(OutputFolders, RemoveFiles) {
     folder.remove("a/b");
     folder.remove("never/there");
     EXPECT_FALSE(exists("out/a/b"));
-    expectRefusal("cannot be removed: Is a directory", [&] { folder.remove("a"); });
+    expectRejection("cannot be removed: Is a directory", [&] { folder.remove("a"); });
 }
 
-// Whatever the moment: a file under way is either complete or gone.
-TEST_F(OutputFolders, KeepNoTemporaryFileOnceTheyAreClosed) {
+// At every moment of a write, closing leaves either the complete file or none.
+TEST_F(OutputFolders, KeepNoTemporaryFileAfterClosing) {
     const byte_vector large(20'000'000);
     for (int attempt = 0; attempt < 20; ++attempt) {
         OutputFolder folder(path("out"));
         std::jthread writer([&] {
             try {
                 folder.write("a", large);
-            } catch (const Refusal&) {
+            } catch (const Rejection&) {
             }
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(attempt));
@@ -189,10 +189,10 @@ TEST_F(OutputFolders, KeepNoTemporaryFileOnceTheyAreClosed) {
     }
 }
 
-TEST_F(OutputFolders, TakeNothingOnceTheyAreClosed) {
+TEST_F(OutputFolders, RejectWritesAfterClosing) {
     OutputFolder folder(path("out"));
     folder.close();
-    expectRefusal("the run has ended", [&] { folder.write("a", kBytes); });
+    expectRejection("the run has ended", [&] { folder.write("a", kBytes); });
     EXPECT_EQ(Names{}, files());
 }
 

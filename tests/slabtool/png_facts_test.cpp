@@ -1,4 +1,4 @@
-// What stands in a PNG file beside its pixels, where chunks are out of place.
+// factsOf on files with repeated and misplaced chunks.
 #include "tests/support/png_maker.h"
 #include "tools/slabtool/images/png_facts.h"
 #include "tools/slabtool/images/png_image.h"

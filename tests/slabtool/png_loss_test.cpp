@@ -1,4 +1,4 @@
-// What a surface does not show of an image, on any bytes; and Exif orientations.
+// Losses of damaged files, and Exif orientations.
 #include "tests/support/png_maker.h"
 #include "tests/support/test_bytes.h"
 #include "tools/slabtool/images/exif_orientation.h"
@@ -12,24 +12,24 @@
 
 namespace {
 
-const byte_vector kTurned = {'M',  'M', 0, 42, 0, 0, 0, 8, 0, 1, 1,
-                             0x12, 0,   3, 0,  0, 0, 1, 0, 6, 0, 0};
+const byte_vector kRotatedExif = {'M',  'M', 0, 42, 0, 0, 0, 8, 0, 1, 1,
+                                  0x12, 0,   3, 0,  0, 0, 1, 0, 6, 0, 0};
 
 TEST(ExifOrientation, ReadsBothByteOrders) {
-    EXPECT_EQ(6U, exifOrientation(kTurned));
+    EXPECT_EQ(6U, exifOrientation(kRotatedExif));
     EXPECT_EQ(8U, exifOrientation(byte_vector{'I', 'I', 42, 0, 8, 0, 0, 0, 1, 0, 0x12,
                                               1,   3,   0,  1, 0, 0, 0, 8, 0, 0, 0}));
 }
 
-TEST(ExifOrientation, IsUprightWhereDataMakeNoSense) {
+TEST(ExifOrientation, IsUprightForInvalidData) {
     for (size_t size = 0; size < 20; ++size) {
-        EXPECT_EQ(kUpright, exifOrientation(slice(kTurned, 0, size))) << size << " bytes";
+        EXPECT_EQ(kUpright, exifOrientation(slice(kRotatedExif, 0, size))) << size << " bytes";
     }
-    byte_vector far = kTurned;
+    byte_vector far = kRotatedExif;
     far[4] = 0xFF; // the directory's offset
     EXPECT_EQ(kUpright, exifOrientation(far));
     for (const uint8_t value : byte_vector{0, 9}) {
-        byte_vector wrong = kTurned;
+        byte_vector wrong = kRotatedExif;
         wrong[19] = value;
         EXPECT_EQ(kUpright, exifOrientation(wrong)) << int{value};
     }
@@ -45,21 +45,21 @@ TEST(PngFacts, IgnoreTheCaseOfChunkTypesAsTheDecoderDoes) {
     expectFacts();
     for (const char* const name : {"IHDR", "tRNS"}) {
         const std::string_view type = name;
-        const auto place = std::search(file.begin(), file.end(), type.begin(), type.end());
-        place[2] ^= 0x20;
+        const auto found = std::search(file.begin(), file.end(), type.begin(), type.end());
+        found[2] ^= 0x20;
         expectFacts();
     }
 }
 
-TEST(PngLoss, ReadsNothingBeyondDamagedFrames) {
+TEST(PngLoss, ReadsNothingBeyondTruncatedChunks) {
     const byte_vector file = png()
                                  .indexed(4, 4)
-                                 .chunk_before_idat({"eXIf", kTurned})
+                                 .chunk_before_idat({"eXIf", kRotatedExif})
                                  .chunk_before_idat({"acTL", {1}})
                                  .bytes();
     for (size_t size = 0; size <= file.size(); ++size) {
-        const byte_vector cut = slice(file, 0, size);
-        EXPECT_LE(lossesOf(factsOf(cut)).size(), 3U) << size;
+        const byte_vector truncated = slice(file, 0, size);
+        EXPECT_LE(lossesOf(factsOf(truncated)).size(), 3U) << size;
     }
     test_rng rng(7);
     for (int i = 0; i < 5000; ++i) {
@@ -71,10 +71,10 @@ TEST(PngLoss, ReadsNothingBeyondDamagedFrames) {
     }
 }
 
-// Row 0 and column 0 of the stored image where the Exif standard has them. The stored image is
+// Row 0 and column 0 of the stored image are on the sides that the Exif standard defines. The stored image is
 //     1 2 3
 //     4 5 6
-TEST(Orientation, PutsRowsAndColumnsWhereTheyBelong) {
+TEST(Orientation, MovesRowsAndColumnsToTheirSides) {
     const byte_vector pictures[] = {{1, 2, 3, 4, 5, 6}, {3, 2, 1, 6, 5, 4}, {6, 5, 4, 3, 2, 1},
                                     {4, 5, 6, 1, 2, 3}, {1, 4, 2, 5, 3, 6}, {4, 1, 5, 2, 6, 3},
                                     {6, 3, 5, 2, 4, 1}, {3, 6, 2, 5, 1, 4}};

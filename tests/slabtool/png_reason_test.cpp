@@ -1,5 +1,4 @@
-// The reason for a rejection: there is one for exactly the files that the decoder rejects, and it names the
-// bytes of fixed-code blocks.
+// whyRejected: exactly the files that the decoder rejects have a reason, and it has the position of fixed-code blocks.
 #include "png/surface_from_png.h"
 #include "src/ds_surface.h"
 #include "tests/support/deflate_maker.h"
@@ -18,17 +17,17 @@ namespace {
 constexpr size_t kSizesBegin = 16; // width and height in the header chunk
 constexpr size_t kSizesEnd = 24;
 
-bool decoderTakes(const byte_vector& file) {
+bool decoderAccepts(const byte_vector& file) {
     const std::unique_ptr<DsSurface> surface(surface_from_png(file.data(), file.size(), false, 0));
     return surface != nullptr;
 }
 
 void expectAgreement(const byte_vector& file, const std::string& what) {
-    const bool isTaken = decoderTakes(file);
+    const bool isAccepted = decoderAccepts(file);
     const auto reason = whyRejected(file);
-    EXPECT_EQ(isTaken, !reason.has_value())
-        << what << ": " << (reason ? reason->words : "no reason");
-    EXPECT_EQ(isTaken, judgePng(file, false).isAccepted) << what;
+    EXPECT_EQ(isAccepted, !reason.has_value())
+        << what << ": " << (reason ? reason->text : "no reason");
+    EXPECT_EQ(isAccepted, judgePng(file, false).isAccepted) << what;
 }
 
 // Images of every type, with every kind of block and of chunk.
@@ -70,15 +69,15 @@ TEST(PngReason, AgreesWithTheDecoderOnChangedBytes) {
                 // Huge declared sizes have a test of their own.
                 if (at < kSizesBegin || at >= kSizesEnd) {
                     expectAgreement(with_correct_crcs(changed), "byte " + std::to_string(at) +
-                                                                   ", flips " +
-                                                                   std::to_string(flips));
+                                                                    ", flips " +
+                                                                    std::to_string(flips));
                 }
             }
         }
     }
 }
 
-TEST(PngReason, AgreesWithTheDecoderHoweverMuchDataThereAre) {
+TEST(PngReason, AgreesWithTheDecoderForTooFewAndTooManyRows) {
     const data_kind kinds[] = {data_kind::runs, data_kind::noise};
     for (const data_kind kind : kinds) {
         for (uint32_t height = 1; height < 80; ++height) {
@@ -90,7 +89,7 @@ TEST(PngReason, AgreesWithTheDecoderHoweverMuchDataThereAre) {
     }
 }
 
-// The last match may reach beyond the last line, but nothing may follow it.
+// The last match may end after the last row, but nothing may follow it.
 TEST(PngReason, AgreesWithTheDecoderOnMatchesThatReachBeyondTheEnd) {
     const dynamic_header_t header = usual_header(
         lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}}), lengths_of(30, {{0, 1}}));
@@ -127,7 +126,7 @@ byte_vector imageOf(const byte_vector& raw, uint32_t room) {
     return png().gray(1, 1).declared_size(room - 1, 1).idat_bytes(data).bytes();
 }
 
-TEST(PngReason, FindsFixedBlocksWhereverZlibPutsThem) {
+TEST(PngReason, FindsAllFixedBlocksOfZlib) {
     uint32_t fixed = 0;
     for (uint32_t seed = 0; seed < 400; ++seed) {
         test_rng rng(seed);
@@ -137,37 +136,38 @@ TEST(PngReason, FindsFixedBlocksWhereverZlibPutsThem) {
         EXPECT_EQ(contains_fixed_block(raw), reason.has_value()) << seed;
         if (reason) {
             ++fixed;
-            EXPECT_TRUE(reason->words.starts_with("a fixed-code DEFLATE block in bytes ") ||
-                        reason->words.starts_with("fixed-code DEFLATE blocks, the first of "))
-                << reason->words;
+            EXPECT_TRUE(reason->text.starts_with("a fixed-code DEFLATE block in bytes ") ||
+                        reason->text.find(" fixed-code DEFLATE blocks, the first one in bytes ") !=
+                            std::string::npos)
+                << reason->text;
         }
     }
     EXPECT_GT(fixed, 50U);
 }
 
-std::string refusalOf(const deflate_maker& stream, uint32_t room = 1000) {
+std::string reasonFor(const deflate_maker& stream, uint32_t room = 1000) {
     const auto reason = whyRejected(imageOf(stream.bytes(), room));
-    return reason ? reason->words : "accepted";
+    return reason ? reason->text : "accepted";
 }
 
 TEST(PngReason, NamesTheBytesOfAFixedBlock) {
     // Three bits of header, eight for each literal, seven for the end.
     EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to 3 of the image data",
-              refusalOf(deflate_maker().fixed(block_is::last).end()));
+              reasonFor(deflate_maker().fixed(block_is::last).end()));
     EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to 5 of the image data",
-              refusalOf(deflate_maker().fixed(block_is::last).literals({1, 2}).end()));
+              reasonFor(deflate_maker().fixed(block_is::last).literals({1, 2}).end()));
 }
 
 TEST(PngReason, NamesTheBytesOfAFixedBlockBetweenOthers) {
-    // The stored block takes 5 + 10 bytes.
+    // The stored block has 5 + 10 bytes.
     deflate_maker stream;
     stream.stored(byte_vector(10, 1), block_is::followed);
     stream.fixed(block_is::followed).literals({1, 2}).end();
     stream.stored(byte_vector(3, 1), block_is::last);
-    EXPECT_EQ("a fixed-code DEFLATE block in bytes 17 to 20 of the image data", refusalOf(stream));
+    EXPECT_EQ("a fixed-code DEFLATE block in bytes 17 to 20 of the image data", reasonFor(stream));
 }
 
-TEST(PngReason, NamesTheBytesOfAFixedBlockInFrontOfADynamicOne) {
+TEST(PngReason, NamesTheBytesOfAFixedBlockBeforeADynamicOne) {
     const dynamic_header_t header =
         usual_header(lengths_of(286, {{0, 1}, {256, 1}}), lengths_of(30, {{0, 1}}));
     for (const size_t literals : {0U, 1U, 2U, 5U}) { // 10 bits and 8 for each of them
@@ -176,7 +176,7 @@ TEST(PngReason, NamesTheBytesOfAFixedBlockInFrontOfADynamicOne) {
         stream.dynamic(header, block_is::last).literals({0, 0}).end();
         EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to " + std::to_string(3 + literals) +
                       " of the image data",
-                  refusalOf(stream));
+                  reasonFor(stream));
     }
 }
 
@@ -186,102 +186,101 @@ TEST(PngReason, CountsFixedBlocks) {
     stream.fixed(block_is::followed).end();
     stream.stored({1}, block_is::followed);
     stream.fixed(block_is::last).literals({1}).end();
-    EXPECT_EQ("fixed-code DEFLATE blocks, the first of 3 in bytes 2 to 6 of the image data",
-              refusalOf(stream));
+    EXPECT_EQ("3 fixed-code DEFLATE blocks, the first one in bytes 2 to 6 of the image data",
+              reasonFor(stream));
 }
 
-TEST(PngReason, NamesAFixedBlockThatIsCutShort) {
+TEST(PngReason, NamesATruncatedFixedBlock) {
     EXPECT_EQ("a fixed-code DEFLATE block in bytes 2 to 4 of the image data",
-              refusalOf(deflate_maker().fixed(block_is::last).literals({1, 2})));
+              reasonFor(deflate_maker().fixed(block_is::last).literals({1, 2})));
 }
 
-TEST(PngReason, LeavesTheCodesOfTheProcessUnbuilt) {
+TEST(PngReason, DoesNotBuildTheFixedCodesOfThePngDecoder) {
     const byte_vector file = png().gray(2, 2).compression({9, Z_FIXED, 15, 8}).bytes();
     EXPECT_TRUE(whyRejected(file).has_value());
-    EXPECT_FALSE(decoderTakes(file));
+    EXPECT_FALSE(decoderAccepts(file));
 }
 
-TEST(PngReason, NamesOtherViolations) {
+TEST(PngReason, NamesOtherFaultsOfTheImageData) {
     const code_lengths litlen = lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}});
     const code_lengths dist = lengths_of(30, {{0, 1}});
     const dynamic_header_t header = usual_header(litlen, dist);
-    EXPECT_EQ("accepted", refusalOf(deflate_maker().stored({1, 2}, block_is::last)));
-    EXPECT_EQ("the image data are broken at byte 2: a block of a type that does not exist",
-              refusalOf(deflate_maker().block_header(3, block_is::last)));
+    EXPECT_EQ("accepted", reasonFor(deflate_maker().stored({1, 2}, block_is::last)));
+    EXPECT_EQ("the image data are invalid at byte 2: an unknown block type",
+              reasonFor(deflate_maker().block_header(3, block_is::last)));
     EXPECT_EQ(
-        "the image data are broken at byte 7: a stored block whose length does not match its "
+        "the image data are invalid at byte 7: a stored block whose length does not match its "
         "complement",
-        refusalOf(
+        reasonFor(
             deflate_maker().block_header(0, block_is::last).bits(0, 5).bits(1, 16).bits(1, 16)));
     EXPECT_NE(std::string::npos,
-              refusalOf(deflate_maker().dynamic(header, block_is::last).match(3, 1))
-                  .find("a match that reaches back behind the first byte"));
-    EXPECT_NE(std::string::npos, refusalOf(deflate_maker()
+              reasonFor(deflate_maker().dynamic(header, block_is::last).match(3, 1))
+                  .find("a match that starts before the first byte"));
+    EXPECT_NE(std::string::npos, reasonFor(deflate_maker()
                                                .dynamic(header, block_is::last)
                                                .literals({0})
                                                .litlen_symbol(257)
                                                .bits(0x7FFF, 15))
-                                     .find("bits that are no code"));
+                                     .find("bits that match no code"));
     const dynamic_header_t endsOnly = usual_header(lengths_of(286, {{256, 1}}), dist);
     EXPECT_NE(std::string::npos,
-              refusalOf(deflate_maker().dynamic(endsOnly, block_is::last).bits(0x7FFF, 15))
-                  .find("bits that are no code"));
+              reasonFor(deflate_maker().dynamic(endsOnly, block_is::last).bits(0x7FFF, 15))
+                  .find("bits that match no code"));
     EXPECT_NE(std::string::npos,
-              refusalOf(deflate_maker().block_header(2, block_is::last).bits(0x3FFF, 14))
-                  .find("a block whose codes make no sense"));
-    EXPECT_EQ("the image data end before their last DEFLATE block does",
-              refusalOf(deflate_maker().stored({1, 2}, block_is::followed)));
-    EXPECT_EQ("the image data hold more lines than the header declares",
-              refusalOf(deflate_maker().stored({1, 2, 3}, block_is::last), 2));
+              reasonFor(deflate_maker().block_header(2, block_is::last).bits(0x3FFF, 14))
+                  .find("a block with invalid Huffman codes"));
+    EXPECT_EQ("the image data end before the last DEFLATE block is complete",
+              reasonFor(deflate_maker().stored({1, 2}, block_is::followed)));
+    EXPECT_EQ("the image data have more rows than the header declares",
+              reasonFor(deflate_maker().stored({1, 2, 3}, block_is::last), 2));
 }
 
-// ---- Sizes that nobody is to allocate
+// ---- Sizes too large to allocate
 
 std::string verdictOn(uint8_t type, uint32_t width, uint32_t height) {
     const PngVerdict verdict =
         judgePng(png().image(type, 2, 2).declared_size(width, height).bytes(), false);
-    return verdict.isAccepted ? "accepted: " + verdict.surface
-                              : "rejected: " + verdict.reason.words;
+    return verdict.isAccepted ? "accepted: " + verdict.surface : "rejected: " + verdict.reason.text;
 }
 
 TEST(PngVerdict, AllocatesNothingThatTheFileCannotFill) {
-    EXPECT_EQ("accepted: I8, 1000000000 x 4, if pngslab can have 4000000004 bytes",
+    EXPECT_EQ("accepted: I8, 1000000000 x 4, if pngslab can allocate 4000000004 bytes",
               verdictOn(kGray, 1000000000, 4));
-    EXPECT_EQ("accepted: I8, 1 x 2147483647, if pngslab can have 4294967294 bytes",
+    EXPECT_EQ("accepted: I8, 1 x 2147483647, if pngslab can allocate 4294967294 bytes",
               verdictOn(kGray, 1, 0x7FFFFFFF));
-    EXPECT_EQ("accepted: ARGB8888, 20000 x 20000, if pngslab can have 1600020000 bytes",
+    EXPECT_EQ("accepted: ARGB8888, 20000 x 20000, if pngslab can allocate 1600020000 bytes",
               verdictOn(kRgba, 20000, 20000));
 }
 
 TEST(PngVerdict, MakesSurfacesUpToALimit) {
-    constexpr uint32_t kFree = 16 << 20, kMost = 1 << 30; // bytes
+    constexpr uint32_t kFree = 16 << 20, kMax = 1 << 30; // bytes
     EXPECT_EQ("accepted: I8, 16777215 x 1", verdictOn(kGray, kFree - 1, 1));
-    EXPECT_EQ("accepted: I8, 16777216 x 1, if pngslab can have 16777217 bytes",
+    EXPECT_EQ("accepted: I8, 16777216 x 1, if pngslab can allocate 16777217 bytes",
               verdictOn(kGray, kFree, 1));
     const byte_vector large = png()
                                   .gray(2, 2)
-                                  .declared_size(kMost, 1)
-                                  .chunk_before_idat({"tEXt", byte_vector(kMost / 1000, 'a')})
+                                  .declared_size(kMax, 1)
+                                  .chunk_before_idat({"tEXt", byte_vector(kMax / 1000, 'a')})
                                   .bytes();
-    EXPECT_EQ("I8, 1073741824 x 1, if pngslab can have 1073741825 bytes",
+    EXPECT_EQ("I8, 1073741824 x 1, if pngslab can allocate 1073741825 bytes",
               judgePng(large, false).surface);
 }
 
-TEST(PngVerdict, RefusesMorePixelsThanCanBeCounted) {
+TEST(PngVerdict, RejectsMorePixelsThanCanBeCounted) {
     EXPECT_EQ("rejected: more pixels than pngslab can count: 2147483648 x 1",
               verdictOn(kGray, 0x80000000, 1));
     EXPECT_EQ("rejected: more pixels than pngslab can count: 1 x 2147483648",
               verdictOn(kGray, 1, 0x80000000));
     EXPECT_EQ("rejected: more pixels than pngslab can count: 65536 x 65536",
               verdictOn(kGray, 65536, 65536));
-    EXPECT_EQ("rejected: more pixels than slabtool tries out: 65535 x 131071",
+    EXPECT_EQ("rejected: more pixels than slabtool can test: 65535 x 131071",
               verdictOn(kGray, 65535, 131071));
     EXPECT_EQ("rejected: more pixels than pngslab can count: 4294967295 x 4294967295",
               verdictOn(kRgba, 0xFFFFFFFF, 0xFFFFFFFF));
 }
 
-// Rows with an unknown filter type take one byte each. The rows of these images take a little more than
-// 4 GiB, and the decoder counts what is beyond that.
+// Rows with an unknown filter type have one byte each. The filtered rows of these images have a little more than
+// 4 GiB, and the decoder counts modulo 4 GiB.
 TEST(PngVerdict, AcceptsHugeImagesWhoseRowsAreSkipped) {
     constexpr uint8_t kUnknown = 5;
     const auto verdictOnRows = [](uint32_t width, uint32_t height, const byte_vector& rows) {
@@ -291,22 +290,22 @@ TEST(PngVerdict, AcceptsHugeImagesWhoseRowsAreSkipped) {
     };
     const PngVerdict skipped = verdictOnRows(65536, 65536, byte_vector(65536, kUnknown));
     EXPECT_TRUE(skipped.isAccepted);
-    EXPECT_EQ("I8, 65536 x 65536, if pngslab can have 4295032832 bytes", skipped.surface);
+    EXPECT_EQ("I8, 65536 x 65536, if pngslab can allocate 4295032832 bytes", skipped.surface);
 
     byte_vector oneRow(2 * 65537, kUnknown);
-    oneRow[7] = 0; // and the 65537 bytes behind it
+    oneRow[7] = 0; // a valid filter type, with the 65537 bytes after it
     EXPECT_TRUE(verdictOnRows(65537, 65537, oneRow).isAccepted);
-    oneRow[65537 + 7 + 1] = 0; // one more row, for which no bytes are left
+    oneRow[65537 + 7 + 1] = 0; // one more valid row, but its bytes are missing
     EXPECT_EQ("more pixels than pngslab can count: 65537 x 65537",
-              verdictOnRows(65537, 65537, oneRow).reason.words);
+              verdictOnRows(65537, 65537, oneRow).reason.text);
 }
 
-TEST(PngVerdict, FindsRefusalsInHugeImagesToo) {
+TEST(PngVerdict, FindsReasonsInHugeImages) {
     const byte_vector file =
         png().gray(2, 2).declared_size(1000000, 1000).compression({9, Z_FIXED, 15, 8}).bytes();
     const PngVerdict verdict = judgePng(file, false);
     EXPECT_FALSE(verdict.isAccepted);
-    EXPECT_TRUE(verdict.reason.words.starts_with("a fixed-code DEFLATE block in bytes 2 to "));
+    EXPECT_TRUE(verdict.reason.text.starts_with("a fixed-code DEFLATE block in bytes 2 to "));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// slabtool prepare: what it makes is taken by the converter and has the pixels that it should have.
+// slabtool prepare: the converter accepts its images, and they have the right pixels.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
@@ -11,9 +11,9 @@
 
 namespace {
 
-const std::string kKeyNote =
-    "slabtool: in.png: with loss: the color that means \"transparent\" is not applied [key-color]; "
-    "--key-to-alpha keeps it\n";
+const std::string kKeyNote = "slabtool: in.png: with loss: the key color, which means "
+                             "\"transparent\", is ignored [key-color]; "
+                             "--key-to-alpha keeps it\n";
 
 const std::string kIndexNote = "slabtool: in.png: with loss: the palette is not in the surface "
                                "file [palette]; --expand-palette "
@@ -21,13 +21,13 @@ const std::string kIndexNote = "slabtool: in.png: with loss: the palette is not 
 const char* const kNarrowingNote =
     "slabtool: in.png: with loss: 16 bits a sample become 8 [16-bit]\n";
 
-// How an indexed or other sample of `depth` bits looks with 8.
+// A sample of `depth` bits at 8 bits.
 uint8_t asEightBits(uint8_t type, uint32_t depth, uint32_t sample) {
     if (type == kIndexed) {
         return static_cast<uint8_t>(sample);
     }
-    const uint64_t most = (uint64_t{1} << depth) - 1;
-    return static_cast<uint8_t>((sample * uint64_t{255} * 2 + most) / (2 * most)); // to the nearest
+    const uint64_t max = (uint64_t{1} << depth) - 1;
+    return static_cast<uint8_t>((sample * uint64_t{255} * 2 + max) / (2 * max)); // nearest
 }
 
 // In the order of the oracle.
@@ -52,20 +52,20 @@ testing::AssertionResult samePicture(const byte_vector& expected, const byte_vec
     return same_pixels(image.pixels, oracle_decode_png(got, reading)->pixels, layout_of(image));
 }
 
-// Why libpng does not read a file.
+// libpng's reason for rejecting a file.
 template <typename Reading>
 std::string reasonAgainst(const byte_vector& file, const Reading& reading) {
     try {
         reading(file);
         return "none";
-    } catch (const Refusal& refusal) {
-        return refusal.what();
+    } catch (const Rejection& rejection) {
+        return rejection.what();
     }
 }
 
 class Prepare : public SlabtoolTest {
 protected:
-    // Prepares an image; the result must be taken by the converter.
+    // Prepares an image. Expects that the converter accepts the result.
     byte_vector prepare(const byte_vector& image, const std::string& note = "",
                         const std::vector<std::string>& options = {}) const {
         write("in.png", image);
@@ -73,7 +73,7 @@ protected:
         arguments.insert(arguments.end(), options.begin(), options.end());
         expectTool(0, "", note, arguments);
         const byte_vector prepared = read("out.png");
-        EXPECT_TRUE(converterTakes(prepared));
+        EXPECT_TRUE(converterAccepts(prepared));
         return prepared;
     }
 
@@ -89,7 +89,7 @@ protected:
     }
 };
 
-TEST_F(Prepare, MakesEveryTypeDepthAndInterlacingFit) {
+TEST_F(Prepare, AcceptsEveryColorTypeBitDepthAndInterlacing) {
     struct Kind {
         uint8_t type;
         std::vector<uint8_t> depths;
@@ -125,7 +125,7 @@ TEST_F(Prepare, KeepsIndicesBeyondThePalette) {
     EXPECT_EQ(indices, oracle_decode_png(prepared)->pixels);
 }
 
-TEST_F(Prepare, TurnsIndicesIntoColorsOnRequest) {
+TEST_F(Prepare, ReplacesIndicesByColorsOnRequest) {
     const png_maker image =
         png().indexed(2, 2).pixels({0, 1, 2, 255}).plte({10, 20, 30, 40, 50, 60, 70, 80, 90});
     const auto expanded = [&](const byte_vector& file) {
@@ -138,7 +138,7 @@ TEST_F(Prepare, TurnsIndicesIntoColorsOnRequest) {
               expanded(png_maker(image).trns({0, 128}).bytes())->pixels);
 }
 
-TEST_F(Prepare, TurnsIndicesOfEveryDepthIntoColors) {
+TEST_F(Prepare, ReplacesIndicesOfEveryBitDepthByColors) {
     for (const uint8_t depth : std::vector<uint8_t>{1, 2, 4, 8}) {
         for (const bool interlaced : {false, true}) {
             const written_image_t image = noise_image(kIndexed, depth, interlaced, 11, 9);
@@ -155,7 +155,7 @@ TEST_F(Prepare, TurnsIndicesOfEveryDepthIntoColors) {
     }
 }
 
-TEST_F(Prepare, ExpandsNothingButPalettes) {
+TEST_F(Prepare, ExpandsOnlyPalettes) {
     const png_maker image = png().rgb(5, 5).palette(3);
     const byte_vector prepared = prepare(image.bytes(), "", {"--expand-palette"});
     EXPECT_TRUE(samePicture(image.bytes(), prepared));
@@ -163,7 +163,7 @@ TEST_F(Prepare, ExpandsNothingButPalettes) {
             {"--expand-palette"});
 }
 
-TEST_F(Prepare, DropsSuggestedPalettesAndWhatNobodyNeeds) {
+TEST_F(Prepare, DropsSuggestedPalettesAndTexts) {
     const png_maker image = png().rgb(5, 5).palette(3).chunk_before_idat({"tEXt", {'a', 0, 'b'}});
     const byte_vector prepared = prepare(image.bytes());
     EXPECT_TRUE(oracle_decode_png(prepared)->palette.empty());
@@ -173,7 +173,7 @@ TEST_F(Prepare, DropsSuggestedPalettesAndWhatNobodyNeeds) {
               std::search(prepared.begin(), prepared.end(), text.begin(), text.end()));
 }
 
-TEST_F(Prepare, WritesNoFixedCodeBlocksHoweverSmallTheImage) {
+TEST_F(Prepare, WritesNoFixedCodeBlocksForTinyImages) {
     for (uint32_t size = 1; size < 12; ++size) {
         for (const data_kind kind : kAllDataKinds) {
             const byte_vector image =
@@ -183,7 +183,7 @@ TEST_F(Prepare, WritesNoFixedCodeBlocksHoweverSmallTheImage) {
     }
 }
 
-TEST_F(Prepare, CompressesWhatCanBeCompressed) {
+TEST_F(Prepare, CompressesImages) {
     const byte_vector image = png()
                                   .gray(200, 200)
                                   .pixels(data_kind::gradient, 1)
@@ -192,7 +192,7 @@ TEST_F(Prepare, CompressesWhatCanBeCompressed) {
     EXPECT_LT(prepare(image).size() * 4, image.size());
 }
 
-TEST_F(Prepare, KeepsKeyColorsAndSaysSo) {
+TEST_F(Prepare, KeepsKeyColorsWithANote) {
     written_image_t gray = noise_image(kGray, 2, false, 6, 6);
     gray.trns = {0, 2};
     const byte_vector prepared = prepare(libpng_encode(gray), kKeyNote);
@@ -208,14 +208,14 @@ TEST_F(Prepare, KeepsKeyColorsAndSaysSo) {
     EXPECT_TRUE(samePicture(libpng_encode(color), narrowed, oracle_reading::with_key_alpha));
 }
 
-TEST_F(Prepare, KeepsOfAKeyColorTheBitsThatSamplesHave) {
+TEST_F(Prepare, IgnoresUnusedBitsOfAKeyColor) {
     written_image_t gray = noise_image(kGray, 2, false, 6, 6);
     gray.trns = {0xFF, 0xFE};
     const byte_vector prepared = prepare(libpng_encode(gray), kKeyNote);
     EXPECT_TRUE(samePicture(libpng_encode(gray), prepared, oracle_reading::with_key_alpha));
 }
 
-TEST_F(Prepare, TurnsKeyColorsIntoAlphaOnRequest) {
+TEST_F(Prepare, ReplacesKeyColorsByAlphaOnRequest) {
     const auto expectAlpha = [&](const byte_vector& image, const char* note = "") {
         const oracle_image_t expected = *oracle_decode_png(image, oracle_reading::with_key_alpha);
         const auto prepared = oracle_decode_png(prepare(image, note, {"--key-to-alpha"}));
@@ -234,7 +234,7 @@ TEST_F(Prepare, TurnsKeyColorsIntoAlphaOnRequest) {
     expectAlpha(libpng_encode(shallow));
 }
 
-TEST_F(Prepare, MendsWhatLibpngForgives) {
+TEST_F(Prepare, FixesFaultsThatLibpngIgnores) {
     prepare(png().gray(3, 3).chunk_before_idat({"tEXt", {'a', 0, 'b'}, 1}).bytes());
     prepare(png().gray(3, 3).idat_split_at({1, 5}).bytes());
     prepare(png().gray(3, 3).plte({1, 2, 3}).bytes());
@@ -249,16 +249,16 @@ TEST_F(Prepare, WorksInPlaceAndThroughStandardOutput) {
     EXPECT_TRUE(same_bytes(prepared, read("in.png")));
 }
 
-TEST_F(Prepare, RefusesWhatLibpngCannotReadAndKeepsTheOutput) {
-    const auto expectRefused = [&](const byte_vector& image, const std::string& reason) {
+TEST_F(Prepare, RejectsImagesThatLibpngRejectsAndKeepsTheOutput) {
+    const auto expectRejected = [&](const byte_vector& image, const std::string& reason) {
         write("in.png", image);
         write("out.png", {1, 2});
         expectTool(1, "", "slabtool: in.png: " + reason + "\n", {"prepare", "in.png", "out.png"});
         EXPECT_EQ((byte_vector{1, 2}), read("out.png"));
     };
-    expectRefused({}, "the file ends too early");
-    expectRefused(byte_vector(50, 1), "Not a PNG file");
-    expectRefused(slice(png().gray(9, 9).bytes(), 0, 60), "the file ends too early");
+    expectRejected({}, "the file ends too early");
+    expectRejected(byte_vector(50, 1), "Not a PNG file");
+    expectRejected(slice(png().gray(9, 9).bytes(), 0, 60), "the file ends too early");
     expectTool(1, "", "slabtool: none.png: cannot be opened: No such file or directory\n",
                {"prepare", "none.png", "out.png"});
 }
@@ -271,25 +271,25 @@ TEST_F(Prepare, AllocatesNothingThatTheFileCannotFill) {
     }
 }
 
-TEST_F(Prepare, TakesWhatIsCompressedToTheUtmost) {
-    const byte_vector line(1000000);
-    const byte_vector prepared = prepare(png().gray(1000000, 1).pixels(line).bytes());
-    EXPECT_TRUE(same_pixels(line, oracle_decode_png(prepared)->pixels, {1000000, 1, 1000000, 1}));
+TEST_F(Prepare, AcceptsTheMaxCompressionRatio) {
+    const byte_vector row(1000000);
+    const byte_vector prepared = prepare(png().gray(1000000, 1).pixels(row).bytes());
+    EXPECT_TRUE(same_pixels(row, oracle_decode_png(prepared)->pixels, {1000000, 1, 1000000, 1}));
 }
 
-TEST_F(Prepare, RefusesMoreThanTheConverterCanCount) {
-    // Data for so many pixels of a bit, as far as the size of the file tells.
+TEST_F(Prepare, RejectsMoreThanTheConverterCanCount) {
+    // The size of the file allows data for so many pixels of one bit.
     const png_maker image =
         png().gray(2, 2).bit_depth(1).chunk_before_idat({"tEXt", byte_vector(600000, 'a')});
     write("in.png", png_maker(image).declared_size(65535, 65536).bytes());
-    expectTool(1, "", "slabtool: in.png: the image takes more than 4 GiB\n",
+    expectTool(1, "", "slabtool: in.png: the image needs more than 4 GiB\n",
                {"prepare", "in.png", "out.png"});
-    // A line less is not tried here, since it would take the memory.
+    // The largest accepted size is only tested, because decoding it would need the memory.
     const byte_vector largest = png_maker(image).declared_size(65534, 65537).bytes();
     EXPECT_EQ("Not enough image data", reasonAgainst(largest, testPng));
 }
 
-TEST(ImageTests, FindWhatReadingFinds) {
+TEST(ImageTests, ReportTheSameReasonAsReading) {
     const auto read = [](ByteView file) { decodePng(file); };
     for (const bool interlaced : {false, true}) {
         const byte_vector image = libpng_encode(noise_image(kIndexed, 4, interlaced, 6, 6));
@@ -304,8 +304,8 @@ TEST(ImageTests, FindWhatReadingFinds) {
     }
 }
 
-// A single byte at the end, in a chunk of its own, would be refused.
-TEST(StoredImages, AreTakenWhateverTheirSize) {
+// Image data in several chunks could end with a chunk of one byte, which pngslab rejects.
+TEST(StoredImages, AreAcceptedForEverySize) {
     PngImage image = {};
     image.height = 1;
     for (image.width = 1048470; image.width < 1048500; ++image.width) {
@@ -322,13 +322,13 @@ TEST_F(Prepare, EndsOnEveryDamagedFile) {
         write("in.png", with_correct_crcs(damaged));
         const ProgramOutcome outcome = tool({"prepare", "in.png", "out.png"});
         EXPECT_EQ(0, outcome.signal) << "byte " << at;
-        EXPECT_TRUE(outcome.exitStatus == 1 || converterTakes(read("out.png"))) << at;
+        EXPECT_TRUE(outcome.exitStatus == 1 || converterAccepts(read("out.png"))) << at;
     }
 }
 
 // ---- Folders
 
-TEST_F(Prepare, MirrorsTheTreesOfFolders) {
+TEST_F(Prepare, KeepsSubfolders) {
     std::filesystem::create_directories(path("in/b"));
     write("in/a.png", libpng_encode(noise_image(kGray, 16, false, 4, 4)));
     write("in/b/c.PNG", png().rgb(2, 2).bytes());
@@ -342,8 +342,8 @@ TEST_F(Prepare, MirrorsTheTreesOfFolders) {
         EXPECT_TRUE(outcome.output.ends_with("prepared 2, with loss 1, rejected 1\n"))
             << outcome.output;
         EXPECT_NE(std::string::npos, outcome.output.find(rejection)) << outcome.output;
-        EXPECT_TRUE(converterTakes(read("out/a.png")));
-        EXPECT_TRUE(converterTakes(read("out/b/c.png")));
+        EXPECT_TRUE(converterAccepts(read("out/a.png")));
+        EXPECT_TRUE(converterAccepts(read("out/b/c.png")));
         EXPECT_FALSE(exists("out/broken.png"));
     }
     expectTool(1, rejection, "", {"prepare", "--quiet", "--output-dir", "out", "in"});
@@ -353,23 +353,22 @@ TEST_F(Prepare, MirrorsTheTreesOfFolders) {
                "", {"prepare", "--json", "--output-dir", "out", "in/a.png"});
 }
 
-TEST_F(Prepare, LeavesTheSourcesOfAFolderAlone) {
+TEST_F(Prepare, DoesNotReplaceTheSources) {
     std::filesystem::create_directories(path("in"));
     const byte_vector image = libpng_encode(noise_image(kGray, 16, false, 4, 4));
     write("in/a.png", image);
     expectTool(1, "",
-               "slabtool: in/a.png: the prepared image would take its place; choose another "
+               "slabtool: in/a.png: the prepared image would replace it; choose another "
                "folder\n",
                {"prepare", "--output-dir", "in", "in"});
     EXPECT_TRUE(same_bytes(image, read("in/a.png")));
 }
 
-TEST_F(Prepare, TakesOneImageOrAFolder) {
-    const std::string words =
-        "PATH: name an image and the PNG to write, or a folder with --output-dir\n"
-        "Run with --help for more information.\n";
-    expectTool(2, "", words, {"prepare", "a.png"});
-    expectTool(2, "", words, {"prepare", "a.png", "b.png", "c.png"});
+TEST_F(Prepare, NeedsTwoPathsOrAnOutputFolder) {
+    const std::string message = "PATH: name an image and the PNG to write, or use --output-dir\n"
+                                "Run with --help for more information.\n";
+    expectTool(2, "", message, {"prepare", "a.png"});
+    expectTool(2, "", message, {"prepare", "a.png", "b.png", "c.png"});
 }
 
 TEST_F(Prepare, IsNoLargerIfSmall) {

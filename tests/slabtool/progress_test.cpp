@@ -1,4 +1,4 @@
-// The line of progress, by a clock of the test's own, and through a terminal.
+// The progress line, with a simulated clock, and on a pseudo-terminal.
 #include "tools/slabtool/runs/progress.h"
 
 #include <gtest/gtest.h>
@@ -19,14 +19,14 @@ using namespace std::chrono_literals;
 
 // ---- The line
 
-TEST(ProgressLine, TellsBarCountRateTimeAndFile) {
+TEST(ProgressLine, ShowsBarCountRateTimeAndFile) {
     EXPECT_EQ("[##--------] 20/100  10/s  0:08 left  icons/bell.png",
               progressLine(20, 100, 2s, "icons/bell.png", 80));
     EXPECT_EQ("[##########] 100/100  0.5/s  0:00 left  a", progressLine(100, 100, 200s, "a", 80));
     EXPECT_EQ("[----------] 1/20000  1.0/s  5:33:19 left  a", progressLine(1, 20000, 1s, "a", 80));
 }
 
-TEST(ProgressLine, TellsThePassedTimeBeforeAFileIsDone) {
+TEST(ProgressLine, ShowsTheElapsedTimeBeforeAFileIsDone) {
     EXPECT_EQ("[----------] 0/2  a", progressLine(0, 2, 999ms, "a", 80));
     EXPECT_EQ("[----------] 0/2  0:05  a", progressLine(0, 2, 5s, "a", 80));
     EXPECT_EQ("[----------] 0/0  0:05  a", progressLine(0, 0, 5s, "a", 80));
@@ -39,7 +39,7 @@ TEST(ProgressLine, FitsIntoAnyWidth) {
     }
 }
 
-TEST(ProgressLine, IsCutBetweenCharacters) {
+TEST(ProgressLine, IsTruncatedBetweenCharacters) {
     const std::string front = "[----------] 0/2  ";
     const std::string narrow = "\xC3\xA4", wide = "\xE4\xB8\xAD"; // one and two columns
     EXPECT_EQ(front + narrow, progressLine(0, 2, 0s, narrow + narrow, front.size() + 1));
@@ -84,7 +84,7 @@ protected:
         ASSERT_EQ(0, ioctl(mTerminal, TIOCSWINSZ, &size));
     }
 
-    // What has been drawn since the last call.
+    // The output since the last call.
     std::string drawn() const {
         char text[1000];
         const ssize_t count = ::read(mMaster, text, sizeof text);
@@ -141,7 +141,7 @@ TEST_F(ProgressTerminal, IsClearedForMessagesAndAtTheEnd) {
     EXPECT_EQ(kClear, drawn());
 }
 
-TEST_F(ProgressTerminal, FollowsTheTerminalsWidth) {
+TEST_F(ProgressTerminal, UsesTheWidthOfTheTerminal) {
     Progress progress = makeProgress();
     for (const uint16_t columns : std::initializer_list<uint16_t>{20, 13, 1}) {
         setColumns(columns);
@@ -159,7 +159,7 @@ TEST_F(ProgressTerminal, ShowsNothingIfQuiet) {
     EXPECT_EQ("", drawn());
 }
 
-TEST_F(ProgressTerminal, ShowsNothingWhereLinesCannotBeCleared) {
+TEST_F(ProgressTerminal, ShowsNothingIfLinesCannotBeCleared) {
     setenv("TERM", "dumb", 1);
     Progress progress = makeProgress();
     now += 1s;

@@ -46,8 +46,8 @@ byte_vector SlabtoolTest::makeSurface(const std::string& name, const byte_vector
     return read(name);
 }
 
-bool SlabtoolTest::converterTakes(const byte_vector& image,
-                                  const std::vector<std::string>& options) const {
+bool SlabtoolTest::converterAccepts(const byte_vector& image,
+                                    const std::vector<std::string>& options) const {
     write("converted.png", image);
     return run(conversion("converted.surface", options)).exitStatus == 0;
 }

@@ -1,4 +1,4 @@
-// What the tests of slabtool share: both programs in a scratch folder.
+// The base of the slabtool tests: runs both programs in a scratch folder.
 #pragma once
 
 #include "tests/tools/converter_test.h"
@@ -12,22 +12,22 @@ protected:
     ProgramOutcome tool(const std::vector<std::string>& arguments,
                         const ProgramSurroundings& surroundings = {}) const;
 
-    /// Expects the error of a run that may have no more than this much memory.
+    /// Expects these errors of a run with an address space limit in bytes.
     void expectErrorsWithin(uint64_t addressSpace, const std::string& errors,
                             const std::vector<std::string>& arguments) const;
 
-    /// A shell's command line that knows slabtool.
+    /// Runs a shell command line, in which slabtool is on the PATH.
     ProgramOutcome shell(const std::string& commands) const;
 
-    /// Expects a run that ends like this; standard error is compared to the byte too.
+    /// Expects the exit status and both outputs of a run.
     void expectTool(int exitStatus, const std::string& output, const std::string& errors,
                     const std::vector<std::string>& arguments) const;
 
-    /// Converts an image, which must succeed, to a surface file of that name. Options come last.
+    /// Converts an image with pngslab to a surface file of that name. Expects success.
     byte_vector makeSurface(const std::string& name, const byte_vector& image,
                             const std::vector<std::string>& options = {}) const;
 
-    /// Whether pngslab takes the image, with these options.
-    bool converterTakes(const byte_vector& image,
-                        const std::vector<std::string>& options = {}) const;
+    /// Whether pngslab accepts the image with these options.
+    bool converterAccepts(const byte_vector& image,
+                          const std::vector<std::string>& options = {}) const;
 };

@@ -1,5 +1,5 @@
-// Surfaces made from samples: their pixels against convertPixels and plain formulas, their header and
-// padding, rotation, background, and every rejection.
+// makeSurface: pixels compared with convertPixels and formulas, header and padding, rotation, background, and every
+// rejection.
 #include "tools/slabtool/surfaces/surface_maker.h"
 
 #include "src/pixel_kernels.h"
@@ -25,13 +25,13 @@ bool isColor(Kind kind) {
     return kind == Kind::Rgb || kind == Kind::Rgba;
 }
 
-// Whether a picture of the kind becomes a surface of the mode.
+// Whether a picture of this kind can be a surface of this mode.
 bool fits(Kind kind, Mode mode) {
     return kind == Kind::Indexed ? holdsGrayOrIndices(mode)
                                  : !(isColor(kind) && holdsGrayOrIndices(mode));
 }
 
-// The mode whose pixels are laid out like the samples, but for red and blue.
+// The mode that has the layout of the samples, except that red and blue are swapped.
 Mode coreModeOf(Kind kind) {
     switch (kind) {
     case Kind::GrayAlpha:
@@ -59,7 +59,7 @@ byte_vector convertedRows(const Picture& picture, Mode mode) {
     return rows;
 }
 
-// What lies behind the header, up to the end of the last row.
+// The rows of a surface file.
 byte_vector rowsOf(const MadeSurface& surface, uint32_t storedHeight) {
     return slice(surface.file, 20, surface.stride * storedHeight);
 }
@@ -81,8 +81,8 @@ void expectRejection(const std::string& reason, const Picture& picture,
     try {
         picture.made(request);
         FAIL() << "accepted; expected: " << reason;
-    } catch (const Refusal& refusal) {
-        EXPECT_EQ(reason, refusal.what());
+    } catch (const Rejection& rejection) {
+        EXPECT_EQ(reason, rejection.what());
     }
 }
 
@@ -118,7 +118,7 @@ TEST(SurfaceMaker, RoundsToTheNearestLevelInArgb1555) {
     }
 }
 
-TEST(SurfaceMaker, KeepsIndicesAndTakesAlphaFromPaletteEntries) {
+TEST(SurfaceMaker, KeepsIndicesAndStoresTheAlphaOfPaletteEntries) {
     const Picture picture = {4, 1, Kind::Indexed, {0, 1, 2, 255}, {7, 0}};
     const MadeSurface indices = picture.made({.mode = Mode::I8});
     EXPECT_TRUE(same_bytes({0, 1, 2, 255}, rowsOf(indices, 1)));
@@ -128,7 +128,7 @@ TEST(SurfaceMaker, KeepsIndicesAndTakesAlphaFromPaletteEntries) {
     EXPECT_FALSE(withAlpha.lostAlpha);
 }
 
-TEST(SurfaceMaker, TakesGrayValuesIntoA8IfAsked) {
+TEST(SurfaceMaker, StoresGrayValuesInA8OnRequest) {
     const Picture gray = noisePicture(9, 4, Kind::Gray);
     EXPECT_TRUE(
         same_bytes(gray.bytes, rowsOf(gray.made({.mode = Mode::A8, .alphaOnly = true}), 4)));
@@ -213,7 +213,7 @@ TEST(SurfaceMaker, RotatesThePixelsOfTheUprightSurface) {
 
 // ---- Background
 
-TEST(SurfaceMaker, ComposesEveryValueAndAlphaOverTheBackgroundToTheNearestInteger) {
+TEST(SurfaceMaker, BlendsEveryValueAndAlphaOverTheBackgroundToTheNearestInteger) {
     const Picture picture = rgbaPicture(256, 256, [](uint32_t value, uint32_t alpha) {
         return std::array{value, 255 - value, value ^ 0x55, alpha};
     });
@@ -223,11 +223,11 @@ TEST(SurfaceMaker, ComposesEveryValueAndAlphaOverTheBackgroundToTheNearestIntege
         EXPECT_FALSE(surface.lostAlpha);
         for (uint32_t alpha = 0; alpha < 256; ++alpha) {
             for (uint32_t value = 0; value < 256; ++value) {
-                const auto over = [&](uint32_t channel, uint32_t shift) {
-                    const uint32_t under = background >> shift & 255;
-                    return (2 * (channel * alpha + under * (255 - alpha)) + 255) / 510 << shift;
+                const auto blend = [&](uint32_t channel, uint32_t shift) {
+                    const uint32_t below = background >> shift & 255;
+                    return (2 * (channel * alpha + below * (255 - alpha)) + 255) / 510 << shift;
                 };
-                ASSERT_EQ(over(value, 16) | over(255 - value, 8) | over(value ^ 0x55, 0),
+                ASSERT_EQ(blend(value, 16) | blend(255 - value, 8) | blend(value ^ 0x55, 0),
                           storedPixel(surface, 3, value, alpha))
                     << "value " << value << ", alpha " << alpha;
             }
@@ -235,7 +235,7 @@ TEST(SurfaceMaker, ComposesEveryValueAndAlphaOverTheBackgroundToTheNearestIntege
     }
 }
 
-TEST(SurfaceMaker, ComposesGrayValuesOverGray) {
+TEST(SurfaceMaker, BlendsGrayValuesOverGray) {
     const Picture picture = {3, 1, Kind::GrayAlpha, {10, 255, 200, 0, 100, 128}};
     // (100 * 128 + 50 * 127) / 255 = 75.1
     EXPECT_TRUE(same_bytes({10, 50, 75},
@@ -261,7 +261,7 @@ TEST(SurfaceMaker, FlattensBeforeItDithers) {
     }
 }
 
-TEST(SurfaceMaker, KeepsOpaquePicturesAndModesWithAlphaWhateverTheBackground) {
+TEST(SurfaceMaker, IgnoresTheBackgroundForOpaquePicturesAndModesWithAlpha) {
     Picture opaque = noisePicture(11, 6, Kind::GrayAlpha);
     for (size_t i = 1; i < opaque.bytes.size(); i += 2) {
         opaque.bytes[i] = 255;
@@ -315,8 +315,8 @@ TEST(SurfaceMaker, RejectsColorImagesForGrayValuesAndIndices) {
 
 TEST(SurfaceMaker, RejectsColorImagesForAlphaOnly) {
     for (const Kind kind : {Kind::Rgb, Kind::Rgba}) {
-        expectRejection("--alphaonly takes the values of a grayscale image, and this image has "
-                        "colors; without it, A8 takes the alpha channel",
+        expectRejection("--alphaonly needs a grayscale image, and this image has colors; without "
+                        "--alphaonly, A8 stores the alpha channel",
                         noisePicture(2, 2, kind), {.mode = Mode::A8, .alphaOnly = true});
     }
 }
@@ -332,7 +332,7 @@ TEST(SurfaceMaker, RejectsColoredBackgroundsUnderGrayValues) {
 }
 
 TEST(SurfaceMaker, RejectsBackgroundsUnderTranslucentIndices) {
-    expectRejection("a background cannot lie under palette indices, and some pixels are "
+    expectRejection("a background cannot be blended with palette indices, and some pixels are "
                     "translucent; choose a mode with colors, such as RGB565",
                     {2, 1, Kind::Indexed, {0, 1}, {255, 254}},
                     {.mode = Mode::I8, .background = 0x808080});
@@ -349,13 +349,13 @@ TEST(SurfaceMaker, RejectsStridesBeyondTheHeader) {
 
 // ---- Palettes
 
-TEST(PaletteBlock, HoldsBlueGreenRedAndAlphaIfThereIsAny) {
+TEST(PaletteBytes, HasBlueGreenRedAndOptionalAlpha) {
     const std::array<uint8_t, 3> colors[] = {{1, 2, 3}, {4, 5, 6}};
-    const byte_vector opaque = paletteBlock(colors, {});
+    const byte_vector opaque = paletteBytes(colors, {});
     EXPECT_EQ(768U, opaque.size());
     EXPECT_TRUE(same_bytes({3, 2, 1, 6, 5, 4, 0, 0, 0}, slice(opaque, 0, 9)));
     const byte_vector alpha = {9};
-    const byte_vector translucent = paletteBlock(colors, alpha);
+    const byte_vector translucent = paletteBytes(colors, alpha);
     EXPECT_EQ(1024U, translucent.size());
     EXPECT_TRUE(same_bytes({3, 2, 1, 9, 6, 5, 4, 255, 0, 0, 0, 255}, slice(translucent, 0, 12)));
 }

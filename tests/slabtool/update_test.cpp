@@ -1,4 +1,4 @@
-// What is up to date is left alone, and nothing else is.
+// upToDateEntry: skips exactly the surfaces that are up to date.
 #include "tests/tools/converter_test.h"
 #include "tools/slabtool/runs/update.h"
 
@@ -43,13 +43,13 @@ protected:
     ManifestEntry entry;
 };
 
-TEST_F(Updates, LeaveAloneWhatIsUpToDateWithoutReadingIt) {
+TEST_F(Updates, SkipWhatIsUpToDateWithoutReadingIt) {
     fs::permissions(path("in/a.png"), fs::perms::none);
-    entry.source.hash = "of something else"; // which reading it would notice
+    entry.source.hash = "of other content"; // reading the image would detect this
     EXPECT_EQ(entry, update());
 }
 
-TEST_F(Updates, LeaveAloneATouchedImageAndNoteItsTime) {
+TEST_F(Updates, SkipATouchedImageAndRecordItsTime) {
     setAge(2h);
     const std::optional<ManifestEntry> kept = update();
     ASSERT_TRUE(kept.has_value());
@@ -58,7 +58,7 @@ TEST_F(Updates, LeaveAloneATouchedImageAndNoteItsTime) {
     EXPECT_EQ(entry.source.hash, kept->source.hash);
 }
 
-TEST_F(Updates, RedoWhatHasNoEntry) {
+TEST_F(Updates, RedoImagesWithoutAnEntry) {
     EXPECT_FALSE(upToDateEntry(nullptr, job, kMaker, path("out")).has_value());
 }
 
@@ -94,7 +94,7 @@ TEST_F(Updates, RedoMissingPalettes) {
     EXPECT_TRUE(update().has_value());
 }
 
-// A second change in the same tick of the file system's clock keeps time and size.
+// A second change soon after the first one can have the same time stamp and size.
 TEST_F(Updates, DoNotRelyOnTheTimeOfAFreshImage) {
     setAge(0s);
     EXPECT_EQ(0, describeImage(job).time);
@@ -105,7 +105,7 @@ TEST_F(Updates, DoNotRelyOnTheTimeOfAFreshImage) {
     EXPECT_FALSE(update().has_value());
 }
 
-TEST_F(Updates, RelyLaterOnTimesWithoutFractions) {
+TEST_F(Updates, RelyOnOldTimesWithoutFractions) {
     const auto setSeconds = [&](time_t age) {
         const timespec time = {std::time(nullptr) - age, 0};
         const timespec times[] = {time, time};
@@ -117,9 +117,9 @@ TEST_F(Updates, RelyLaterOnTimesWithoutFractions) {
     EXPECT_NE(0, describeImage(job).time);
 }
 
-TEST_F(Updates, ReportImagesThatAreGone) {
+TEST_F(Updates, ReportRemovedImages) {
     fs::remove(path("in/a.png"));
-    EXPECT_THROW(update(), Refusal);
+    EXPECT_THROW(update(), Rejection);
 }
 
 TEST_F(Updates, FindEntriesWithoutImage) {
@@ -135,14 +135,14 @@ TEST_F(Updates, FindEntriesWithoutImage) {
     manifest.put(below);
     ManifestEntry broken = entry;
     broken.file = "broken.surface";
-    broken.source.path = "../in/link.png"; // leads nowhere, but is there
+    broken.source.path = "../in/link.png"; // a broken link still counts as an image
     fs::create_symlink("nowhere", path("in/link.png"));
     manifest.put(broken);
     EXPECT_EQ((std::vector<ManifestEntry>{below, gone}),
               entriesWithoutImage(manifest, path("out")));
 }
 
-TEST_F(Updates, HashByXxh3) {
+TEST_F(Updates, UseXxh3) {
     EXPECT_EQ("2d06800538d394c2", contentHash({})); // the published value for no bytes
 }
 

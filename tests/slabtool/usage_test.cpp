@@ -1,4 +1,4 @@
-// slabtool's command line: help, and wrong use, which is told apart from refused files.
+// slabtool's command line: help, and the exit status of usage errors.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/support/png_maker.h"
 
@@ -30,7 +30,7 @@ TEST_F(Usage, EverySubCommandHasHelp) {
     }
 }
 
-TEST_F(Usage, WrongUseIsStatusTwo) {
+TEST_F(Usage, ErrorIsStatusTwo) {
     const std::vector<std::string> wrong[] = {
         {},
         {"frobnicate"},
@@ -57,7 +57,7 @@ TEST_F(Usage, WrongUseIsStatusTwo) {
     }
 }
 
-TEST_F(Usage, NamesAnUnknownSubCommandAndTheOneThatIsClose) {
+TEST_F(Usage, NamesAnUnknownSubCommandAndASimilarOne) {
     const auto expectAnswer = [&](const std::string& word, const std::string& question) {
         expectTool(2, "",
                    "error: unknown sub-command '" + word + "'" + question +
@@ -78,12 +78,12 @@ TEST_F(Usage, NamesAnUnknownSubCommandAndTheOneThatIsClose) {
                {"a\nb"});
 }
 
-TEST_F(Usage, NamesThatBeginWithMinusFollowTwoOfThem) {
+TEST_F(Usage, AcceptsNamesThatBeginWithAMinusAfterTwoMinuses) {
     expectTool(1, "", "slabtool: -a: cannot be opened: No such file or directory\n",
                {"info", "--", "-a"});
 }
 
-TEST_F(Usage, TakesNamesAsTheyAreWhateverTheyLookLike) {
+TEST_F(Usage, KeepsBracketsInNames) {
     const std::vector<std::string> names = {"[]", "[a]", "[a,b]", "[[a],b]", "]",   "[a", "view",
                                             "{}", "{a}", "%%",    "a=b",     "'a'", "a b"};
     for (const std::string& name : names) {
@@ -101,7 +101,7 @@ TEST_F(Usage, TakesNamesAsTheyAreWhateverTheyLookLike) {
     EXPECT_TRUE(exists("[a,b].png]"));
 }
 
-TEST_F(Usage, ErrorsShowWordsAsTheyAre) {
+TEST_F(Usage, KeepsBracketsInErrors) {
     const ProgramOutcome outcome = tool({"view", "a", "b", "[c]"});
     EXPECT_EQ(2, outcome.exitStatus);
     EXPECT_EQ(

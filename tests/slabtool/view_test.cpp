@@ -1,5 +1,4 @@
-// slabtool view: the PNG that it draws, read by libpng, against the image that the surface came from or
-// against pixels made by hand.
+// slabtool view: its PNG, read by libpng, is compared with the source image of the surface or with given pixels.
 #include "tests/slabtool/slabtool_test.h"
 #include "tests/src/surface_makers.h"
 #include "tests/support/png_maker.h"
@@ -15,7 +14,7 @@ const std::string kAlphaNote =
 
 class View : public SlabtoolTest {
 protected:
-    // The samples of a.surface as drawn, in the order of the oracle.
+    // Draws a.surface. The samples are in the order of the oracle.
     oracle_image_t draw(const std::string& note) const {
         expectTool(0, "", note, {"view", "a.surface", "a.png"});
         const auto image = oracle_decode_png(read("a.png"));
@@ -28,7 +27,7 @@ protected:
         return draw(note);
     }
 
-    void expectRefused(const byte_vector& file, const std::string& reason) const {
+    void expectRejected(const byte_vector& file, const std::string& reason) const {
         write("a.surface", file);
         write("a.png", {1, 2, 3});
         expectTool(1, "", "slabtool: a.surface: " + reason + "\n", {"view", "a.surface", "a.png"});
@@ -36,14 +35,14 @@ protected:
     }
 };
 
-// One line of pixels.
-byte_vector lineFile(DsColorMode mode, uint32_t width, const byte_vector& pixels) {
+// A surface file of one row.
+byte_vector rowFile(DsColorMode mode, uint32_t width, const byte_vector& pixels) {
     byte_vector file = makeFileHeader(0, mode, width, 1, static_cast<uint32_t>(pixels.size()));
     append(file, pixels);
     return file;
 }
 
-TEST_F(View, DrawsWhatTheConverterWasGivenUprightAgain) {
+TEST_F(View, DrawsTheUprightImageOfTheConverter) {
     struct Case {
         byte_vector image;
         std::string note;
@@ -76,18 +75,18 @@ TEST_F(View, DrawsAlphaOnlySurfacesAsGray) {
 TEST_F(View, WidensPixelsOfTwoBytes) {
     const byte_vector words = {0x00, 0xF8, 0xE0, 0x07, 0x1F, 0x00, 0xFF, 0xFF};
     EXPECT_EQ((byte_vector{0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255}),
-              drawFile(lineFile(DsColorMode::RGB565, 4, words)).pixels);
+              drawFile(rowFile(DsColorMode::RGB565, 4, words)).pixels);
     EXPECT_EQ((byte_vector{0xBB, 0xCC, 0xDD, 0xAA}),
-              drawFile(lineFile(DsColorMode::ARGB4444, 1, {0xCB, 0xAD})).pixels);
+              drawFile(rowFile(DsColorMode::ARGB4444, 1, {0xCB, 0xAD})).pixels);
 }
 
 TEST_F(View, DrawsTheAlphaBitThatDrawingOperationsIgnore) {
     const byte_vector words = {0x00, 0xFC, 0x1F, 0x00};
     EXPECT_EQ((byte_vector{0, 0, 255, 255, 255, 0, 0, 0}),
-              drawFile(lineFile(DsColorMode::ARGB1555, 2, words)).pixels);
+              drawFile(rowFile(DsColorMode::ARGB1555, 2, words)).pixels);
 }
 
-TEST_F(View, TurnsEveryRotationUpright) {
+TEST_F(View, DrawsEveryRotationUpright) {
     // An image of 3 by 2, 1 2 3 above 4 5 6, as each rotation stores it.
     const auto drawn = [&](uint32_t rotation, uint32_t width, const byte_vector& stored) {
         byte_vector file = makeFileHeader(rotation, DsColorMode::A8, width, 6 / width, width);
@@ -102,7 +101,7 @@ TEST_F(View, TurnsEveryRotationUpright) {
     EXPECT_EQ(upright, drawn(270, 2, {4, 1, 5, 2, 6, 3}));
 }
 
-TEST_F(View, LeavesPaddingOut) {
+TEST_F(View, IgnoresPadding) {
     byte_vector file = makeFileHeader(0, DsColorMode::RGB888, 1, 2, 5);
     append(file, {1, 2, 3, 99, 99, 4, 5, 6, 99, 99});
     EXPECT_EQ((byte_vector{1, 2, 3, 4, 5, 6}), drawFile(file).pixels);
@@ -126,7 +125,7 @@ TEST_F(View, RejectsPalettesThatDoNotFit) {
     makeSurface("b.surface", png().gray(2, 2).bytes());
     write("short.palette", byte_vector(767));
     write("a.palette", byte_vector(768));
-    expectTool(1, "", "slabtool: short.palette: is no palette file, which has 768 or 1024 bytes\n",
+    expectTool(1, "", "slabtool: short.palette: is not a palette file of 768 or 1024 bytes\n",
                {"view", "--palette", "short.palette", "b.surface", "a.png"});
     expectTool(1, "", "slabtool: a.surface: RGB888 has no palette indices: leave --palette out\n",
                {"view", "--palette", "a.palette", "a.surface", "a.png"});
@@ -141,20 +140,20 @@ TEST_F(View, WritesToStandardOutput) {
     EXPECT_EQ(std::string(png.begin(), png.end()), shell("slabtool view - - < a.surface").output);
 }
 
-TEST_F(View, RefusesFilesWithoutPixelsAndKeepsTheOutput) {
+TEST_F(View, RejectsFilesWithoutPixelsAndKeepsTheOutput) {
     const auto header = [](DsColorMode mode, uint32_t width) {
         byte_vector file = makeFileHeader(0, mode, width, 1, 4);
         file.resize(24);
         return file;
     };
-    expectRefused(header(DsColorMode::Reserved6, 1), "color mode 6 (Reserved6) has no pixels");
-    expectRefused(header(DsColorMode::Reserved8, 1), "color mode 8 (Reserved8) has no pixels");
-    expectRefused(header(DsColorMode{77}, 1), "color mode 77 is unknown");
-    expectRefused(header(DsColorMode::I8, 0), "width 0 is not between 1 and 2147483647");
-    expectRefused(header(DsColorMode::ARGB8888, 2),
-                  "stride 4 is less than the 8 bytes of a line's pixels");
-    expectRefused({}, "shorter than the header of 20 bytes");
-    expectRefused(slice(header(DsColorMode::I8, 4), 0, 23), "1 bytes of the lines are missing");
+    expectRejected(header(DsColorMode::Reserved6, 1), "color mode 6 (Reserved6) has no pixels");
+    expectRejected(header(DsColorMode::Reserved8, 1), "color mode 8 (Reserved8) has no pixels");
+    expectRejected(header(DsColorMode{77}, 1), "color mode 77 is unknown");
+    expectRejected(header(DsColorMode::I8, 0), "width 0 is not between 1 and 2147483647");
+    expectRejected(header(DsColorMode::ARGB8888, 2),
+                   "stride 4 is less than the 8 bytes of a row's pixels");
+    expectRejected({}, "the file is shorter than the 20-byte header");
+    expectRejected(slice(header(DsColorMode::I8, 4), 0, 23), "1 bytes of the rows are missing");
 }
 
 TEST_F(View, EndsOnEveryTruncation) {
@@ -166,7 +165,7 @@ TEST_F(View, EndsOnEveryTruncation) {
     EXPECT_FALSE(exists("a.png"));
 }
 
-TEST_F(View, LeavesTheOldFileWhenTheDiskIsFull) {
+TEST_F(View, KeepsTheOldFileIfTheDiskIsFull) {
     makeSurface("a.surface", png().rgba(40, 40).bytes());
     write("a.png", {7});
     ProgramSurroundings small;
@@ -180,7 +179,7 @@ TEST_F(View, LeavesTheOldFileWhenTheDiskIsFull) {
     EXPECT_EQ(3, std::distance(std::filesystem::directory_iterator(path("")), {}));
 }
 
-TEST_F(View, ReplacesWhatALinkLeadsToAndKeepsItsPermissions) {
+TEST_F(View, ReplacesTheTargetOfALinkAndKeepsItsPermissions) {
     namespace fs = std::filesystem;
     makeSurface("a.surface", png().rgba(4, 4).bytes());
     write("a.png", {7});

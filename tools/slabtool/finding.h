@@ -1,17 +1,17 @@
-// What slabtool tells about a file.
+// A result about a file: a reason, a loss or a note.
 #pragma once
 
 #include <string>
 
-/// Something to tell: a code that stays the same from version to version, and words for people.
+/// A code that never changes between versions, and a text for people.
 struct Finding {
     std::string code;
-    std::string words;
+    std::string text;
 
     bool operator==(const Finding&) const = default;
 };
 
-/// "words [code]"
+/// "text [code]"
 inline std::string textOf(const Finding& finding) {
-    return finding.words + " [" + finding.code + "]";
+    return finding.text + " [" + finding.code + "]";
 }

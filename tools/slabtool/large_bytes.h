@@ -1,12 +1,12 @@
-// Bytes of files and surfaces, which may be many.
+// Buffers for files and surfaces.
 #pragma once
 
 #include "src/internal/huge_pages.h"
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <cstddef>
 
-/// Zeros on large pages, if there are enough of them: the first touch of small ones takes longer than to fill them.
+/// Zero bytes, on huge pages if the count is large: page faults of small pages would take longer than filling them.
 inline Bytes largeBytes(size_t count) {
     Bytes bytes;
     bytes.reserve(count);

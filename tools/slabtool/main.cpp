@@ -1,4 +1,4 @@
-// slabtool, the companion of pngslab: the command line of its sub-commands, and how a run ends.
+// slabtool, the companion of pngslab: declares the command line and sets the exit status.
 #include "tools/slabtool/commands/commands.h"
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/surfaces/color_words.h"
@@ -22,47 +22,46 @@
 
 namespace {
 
-constexpr int kFine = 0, kRefused = 1, kWrongUse = 2;
+constexpr int kSuccess = 0, kRejected = 1, kUsageError = 2;
 
-// Where many words are allowed, CLI11 takes one like "[a,b]" for a list of them. A zero behind the
-// bracket, which no word of a command line has by itself, keeps it from that.
-constexpr char kHider = '\0';
+// CLI11 splits "[a,b]" into a list if an option accepts several words. A zero byte after the bracket prevents
+// that. No word of a command line contains one.
+constexpr char kGuard = '\0';
 
-// The words from the last to the first, as CLI11 wants them.
+// CLI11 expects the last word first.
 std::vector<std::string> hideBrackets(int argc, char** argv) {
     std::vector<std::string> words;
     for (int i = argc - 1; i > 0; --i) {
         const std::string word = argv[i];
-        words.push_back(word.ends_with(']') ? word + kHider : word);
+        words.push_back(word.ends_with(']') ? word + kGuard : word);
     }
     return words;
 }
 
 std::string showBrackets(std::string text) {
-    std::erase(text, kHider);
+    std::erase(text, kGuard);
     return text;
 }
 
-std::string explainWrongUse(const CLI::App* app, const CLI::Error& error) {
+std::string usageErrorMessage(const CLI::App* app, const CLI::Error& error) {
     return showBrackets(CLI::FailureMessage::simple(app, error));
 }
 
-// Declares the path or the paths that a sub-command wants.
 template <typename Paths>
 CLI::Option* addPaths(CLI::App* command, const char* name, Paths& paths, const char* description) {
     return command->add_option(name, paths, description)->required()->transform(showBrackets);
 }
 
-// What every sub-command for many files takes.
+// The options of every sub-command that processes many files.
 void declareBatch(CLI::App* command, BatchOptions& batch, const char* quiet, const char* json) {
-    command->add_option("--jobs", batch.jobs, "Threads; one for each processor if not given");
+    command->add_option("--jobs", batch.jobs, "Number of threads (one for each processor)");
     command->add_flag("--quiet", batch.quiet, quiet);
     command->add_flag("--json", batch.json, json);
 }
 
 void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
-    CLI::App* const command =
-        app.add_subcommand("info", "Print what surface files say and whether it fits together");
+    CLI::App* const command = app.add_subcommand(
+        "info", "Print the headers of surface files and report inconsistent ones");
     addPaths(command, "SURFACE", request.paths,
              "Surface files and folders of them; - is standard input");
     declareBatch(command, request.batch, "Print inconsistent files only",
@@ -71,8 +70,7 @@ void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
 }
 
 void declareView(CLI::App& app, ViewRequest& request, int& status) {
-    CLI::App* const command =
-        app.add_subcommand("view", "Draw a surface file as a PNG, upright again");
+    CLI::App* const command = app.add_subcommand("view", "Draw a surface file as an upright PNG");
     addPaths(command, "SURFACE", request.surfacePath, "The surface file; - is standard input");
     addPaths(command, "PNG", request.pngPath, "The PNG to write; - is standard output");
     command->add_option("--palette", request.palettePath,
@@ -84,10 +82,10 @@ void declareCheck(CLI::App& app, CheckRequest& request, int& status) {
     CLI::App* const command = app.add_subcommand(
         "check", "Report whether pngslab accepts each image; if not, why, and how to fix it");
     addPaths(command, "IMAGE", request.paths, "PNG files and folders of them; - is standard input");
-    command->add_flag("--alphaonly", request.alphaOnly, "Judge as pngslab --alphaonly does");
+    command->add_flag("--alphaonly", request.alphaOnly, "Check for pngslab --alphaonly");
     command->add_flag("--strict", request.strict,
                       "Exit with 1 also if an image is accepted with loss");
-    declareBatch(command, request.batch, "Print what the exit status counts only",
+    declareBatch(command, request.batch, "Print only images that make the exit status 1",
                  "Print a JSON object for each image");
     command->callback([&] { status = runCheck(request); });
 }
@@ -96,25 +94,25 @@ void declarePrepare(CLI::App& app, PrepareRequest& request, int& status) {
     CLI::App* const command = app.add_subcommand(
         "prepare", "Write PNG images that pngslab accepts, with the same pixels");
     addPaths(command, "PATH", request.inputs,
-             "Any PNG, and the PNG to write (- is standard input or output); with --output-dir, "
-             "PNG files and folders")
+             "A PNG file and the PNG file to write (- is standard input or output); with "
+             "--output-dir, PNG files and folders")
         ->expected(1, CLI::detail::expected_max_vector_size);
-    CLI::Option* const folder = command->add_option(
-        "--output-dir", request.output, "Write into this folder, the trees of folders mirrored");
+    CLI::Option* const folder = command->add_option("--output-dir", request.output,
+                                                    "Write into this folder; subfolders are kept");
     command->add_flag("--key-to-alpha", request.changes.keyToAlpha,
-                      "Turn a color that means \"transparent\" into an alpha channel");
+                      "Convert a color that means \"transparent\" to an alpha channel");
     command->add_flag("--expand-palette", request.changes.expandPalette,
-                      "Turn palette indices into their colors, with alpha if there is any");
+                      "Replace palette indices by their colors, with alpha if the palette has it");
     command->add_flag("--small", request.small,
-                      "Try every setting of the encoder, and keep the smallest file");
-    declareBatch(command, request.batch, "Print rejections only",
+                      "Try every setting of the encoder and keep the smallest file");
+    declareBatch(command, request.batch, "Print only rejected images",
                  "Print a JSON object for each image");
     command->callback([&, folder] {
         request.isIntoFolder = folder->count() != 0;
         if (!request.isIntoFolder) {
             if (request.inputs.size() != 2) {
-                throw CLI::ValidationError("PATH", "name an image and the PNG to write, or a "
-                                                   "folder with --output-dir");
+                throw CLI::ValidationError("PATH", "name an image and the PNG to write, or use "
+                                                   "--output-dir");
             }
             request.output = request.inputs.back();
             request.inputs.pop_back();
@@ -127,37 +125,37 @@ void declareCompare(CLI::App& app, CompareRequest& request, int& status) {
     CLI::App* const command =
         app.add_subcommand("compare", "Report whether two surface files hold the same pixels");
     addPaths(command, "SURFACE1", request.first, "A surface file, or a folder of them");
-    addPaths(command, "SURFACE2", request.second, "Another one");
-    declareBatch(command, request.batch, "Print differences only",
+    addPaths(command, "SURFACE2", request.second, "The surface file or folder to compare it with");
+    declareBatch(command, request.batch, "Print only differences",
                  "Print a JSON object for each pair");
     command->callback([&] { status = runCompare(request); });
 }
 
-// A word that an option takes, read by `read`, which gives nothing for a wrong one.
-template <typename Value, typename Read>
-void addWord(CLI::App* command, const char* name, Value& value, const Read& read,
-             const char* wanted, const char* description) {
+// An option whose value `parse` reads. `parse` returns nothing for an invalid word.
+template <typename Value, typename Parse>
+void addParsed(CLI::App* command, const char* name, Value& value, const Parse& parse,
+               const char* expected, const char* description) {
     command->add_option_function<std::string>(
         name,
-        [&value, read, name, wanted](const std::string& word) {
-            const auto meaning = read(word);
-            if (!meaning) {
-                throw CLI::ValidationError(name, printable(word) + " is not " + wanted);
+        [&value, parse, name, expected](const std::string& word) {
+            const auto parsed = parse(word);
+            if (!parsed) {
+                throw CLI::ValidationError(name, printable(word) + " is not " + expected);
             }
-            value = *meaning;
+            value = *parsed;
         },
         description);
 }
 
-// The library takes -1 for the largest number.
-std::optional<uint64_t> countNamed(const std::string& word) {
+// Not CLI11's conversion, which accepts -1 as the largest number.
+std::optional<uint64_t> parseCount(const std::string& word) {
     uint64_t count = 0;
     const char* const end = word.data() + word.size();
     const auto [parsed, error] = std::from_chars(word.data(), end, count);
     return parsed == end && error == std::errc() ? std::optional(count) : std::nullopt;
 }
 
-std::optional<Dither> ditherNamed(const std::string& word) {
+std::optional<Dither> parseDither(const std::string& word) {
     if (word == "none") {
         return Dither::None;
     }
@@ -168,45 +166,45 @@ std::optional<Dither> ditherNamed(const std::string& word) {
 }
 
 void declareConversion(CLI::App* command, ConversionRequest& request) {
-    addWord(command, "--mode", request.mode, modeNamed, "a color mode with pixels",
-            "ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88 or A8");
-    addWord(command, "--background", request.background, colorNamed, "a color like #RRGGBB",
-            "The color under translucent pixels, for modes without alpha");
-    addWord(command, "--dither", request.dither, ditherNamed,
-            "one of none, ordered, floyd-steinberg",
-            "none, ordered or floyd-steinberg, for modes of fewer than 8 bits a channel");
+    addParsed(command, "--mode", request.mode, parseMode, "a color mode with pixels",
+              "ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88 or A8");
+    addParsed(command, "--background", request.background, parseColor, "a color like #RRGGBB",
+              "The color under translucent pixels, for modes without alpha");
+    addParsed(command, "--dither", request.dither, parseDither,
+              "one of none, ordered, floyd-steinberg",
+              "none, ordered or floyd-steinberg, for modes of fewer than 8 bits a channel");
     command->add_flag("--keep-colors", request.keepColors,
                       "Apply palettes, key colors and Exif orientation");
     command->add_flag("--alphaonly", request.alphaOnly,
                       "Make alpha-only surfaces of grayscale images");
     command->add_flag("--palette", request.palette, "Write NAME.palette beside indexed surfaces");
-    command->add_option("--rotation", request.rotation, "Store the surface turned, as pngslab does")
+    command->add_option("--rotation", request.rotation, "Rotate the stored pixels, as pngslab does")
         ->check(CLI::IsMember({90, 180, 270}));
     command
         ->add_option("--row-alignment", request.rowAlignment,
-                     "Start every row at a multiple of this many bytes")
+                     "Make every stride a multiple of this many bytes")
         ->check(CLI::Range(1, 1 << 20));
-    addWord(command, "--max-pixels", request.maxPixels, countNamed, "a number of pixels",
-            "Reject images that declare more pixels (268435456)");
+    addParsed(command, "--max-pixels", request.maxPixels, parseCount, "a number of pixels",
+              "Reject images that declare more pixels (268435456)");
 }
 
 void declareConvert(CLI::App& app, ConvertRequest& request, int& status) {
     CLI::App* const command =
         app.add_subcommand("convert", "Convert images and folders of images into surface files");
-    // One list, because CLI11 would give all paths to the first of two.
+    // One list for inputs and output: CLI11 would assign all paths to the first of two lists.
     addPaths(command, "PATH", request.inputs,
-             "PNG files and folders, and last the output: a surface file or a folder")
+             "PNG files and folders, then the output: a surface file or a folder")
         ->expected(2, CLI::detail::expected_max_vector_size);
     declareConversion(command, request.conversion);
-    command->add_flag("--update", request.update, "Leave alone what is up to date");
-    command->add_flag("--prune", request.prune, "Remove surfaces whose image is gone");
-    command->add_flag("--no-manifest", request.noManifest, "Write no surfaces.json");
-    declareBatch(command, request.batch, "Print rejections only",
+    command->add_flag("--update", request.update, "Skip images whose surface is up to date");
+    command->add_flag("--prune", request.prune, "Remove surfaces whose image was removed");
+    command->add_flag("--no-manifest", request.noManifest, "Do not write surfaces.json");
+    declareBatch(command, request.batch, "Print only rejected images",
                  "Print a JSON object for each image as it finishes");
     command->callback([&] {
         const ConversionRequest& conversion = request.conversion;
         if (conversion.alphaOnly && conversion.mode && conversion.mode != DsColorMode::A8) {
-            throw CLI::ValidationError("--alphaonly", "makes surfaces of mode A8 and no other");
+            throw CLI::ValidationError("--alphaonly", "only makes surfaces of mode A8");
         }
         request.output = request.inputs.back();
         request.inputs.pop_back();
@@ -220,25 +218,24 @@ void declareEmbed(CLI::App& app, EmbedRequest& request, int& status) {
     addPaths(command, "-o", request.name, "The files to write: NAME.h and NAME.c");
     addPaths(command, "SURFACE", request.paths, "Surface files");
     command
-        ->add_option(
-            "--format", request.format,
-            "c, or asm for large sets: an assembler reads the surface files from NAME_data.s")
+        ->add_option("--format", request.format,
+                     "c, or asm for large sets: NAME_data.s includes the surface files in assembly")
         ->check(CLI::IsMember({kCFormat, kAssemblyFormat}));
     command->callback([&] { status = runEmbed(request); });
 }
 
 void declareManifest(CLI::App& app, ManifestRequest& request, int& status) {
     CLI::App* const command =
-        app.add_subcommand("manifest", "Write one manifest of several, one a folder for example");
+        app.add_subcommand("manifest", "Merge manifests, for example of several folders, into one");
     addPaths(command, "--merge", request.paths, "Manifests that slabtool convert has written");
     addPaths(command, "-o", request.output,
-             "The manifest to write, in a folder that holds all surfaces");
+             "The manifest to write, in a folder that contains all surfaces");
     command->callback([&] { status = runManifest(request); });
 }
 
-// The number of letters to insert, remove or exchange that turn one word into the other.
+// The number of letters to insert, remove or replace to change one word into the other.
 size_t editDistance(const std::string& from, const std::string& to) {
-    // The distances of the letters so far to each beginning of `to`.
+    // row[j]: the distance from the letters of `from` so far to the first j letters of `to`.
     std::vector<size_t> row(to.size() + 1);
     for (size_t j = 0; j <= to.size(); ++j) {
         row[j] = j;
@@ -246,16 +243,16 @@ size_t editDistance(const std::string& from, const std::string& to) {
     for (size_t i = 0; i < from.size(); ++i) {
         size_t diagonal = row[0]++;
         for (size_t j = 0; j < to.size(); ++j) {
-            const size_t exchanged = diagonal + (from[i] == to[j] ? 0 : 1);
+            const size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
             diagonal = row[j + 1];
-            row[j + 1] = std::min({exchanged, row[j] + 1, diagonal + 1});
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
         }
     }
     return row[to.size()];
 }
 
-// The sub-command that a word probably means: the closest one that differs in at most half of its
-// letters, or nothing.
+// The sub-command to suggest for an unknown word: the closest one that differs in at most half of its letters.
+// Empty if there is none.
 std::string closestCommand(const CLI::App& app, const std::string& word) {
     std::string closest;
     size_t minDistance = SIZE_MAX;
@@ -274,8 +271,8 @@ bool isOwnOption(const std::string& word) {
     return word == "-h" || word == "--help" || word == "--version";
 }
 
-// Whether the first word is neither an option of slabtool itself nor a sub-command.
-bool namesNoCommand(const CLI::App& app, const std::string& word) {
+// Whether the first word is neither a sub-command nor an option of slabtool itself.
+bool isUnknownCommand(const CLI::App& app, const std::string& word) {
     const auto commands = app.get_subcommands({});
     return !isOwnOption(word) &&
            std::none_of(commands.begin(), commands.end(),
@@ -290,26 +287,29 @@ void reportUnknownCommand(const CLI::App& app, const std::string& word) {
                  isOption ? "option" : "sub-command", printable(word).c_str(), question.c_str());
 }
 
-// A closed standard stream would give its number to the next file that is opened, and messages would go into a
-// surface. What takes the number instead fails like a closed stream.
+// The next opened file would get the descriptor of a closed standard stream, and messages would be written into a
+// surface. The descriptors opened here fail like a closed stream.
 void occupyClosedStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
         if (fcntl(stream, F_GETFD) < 0) {
             open("/dev/null",
-                 stream == STDIN_FILENO ? O_WRONLY : O_RDONLY); // the lowest free number
+                 stream == STDIN_FILENO ? O_WRONLY : O_RDONLY); // gets the lowest free descriptor
         }
     }
 }
 
-// Runs the sub-command that the words name.
+// Runs the sub-command of the command line.
 int run(int argc, char** argv) {
-    CLI::App app("Looks at surface files, and makes PNG images fit for pngslab.", "slabtool");
+    CLI::App app(
+        "Inspects surface files, fixes PNG images for pngslab, and converts folders of images.",
+        "slabtool");
     app.require_subcommand(1);
-    app.set_version_flag("--version", "slabtool " + versionText(), "Print the version and exit");
-    app.failure_message(explainWrongUse);
-    app.footer("Exit status: 0 if all is well, 1 if a file is refused or not as it should be, 2 if "
-               "the command line is wrong.");
-    int status = kFine;
+    app.set_version_flag("--version", "slabtool " + versionText(), "Print the version");
+    app.failure_message(usageErrorMessage);
+    app.footer(
+        "Exit status: 0 for success, 1 if a file is rejected, inconsistent or different, 2 if "
+        "the command line is wrong.");
+    int status = kSuccess;
     InfoRequest info;
     ViewRequest view;
     CheckRequest check;
@@ -326,14 +326,14 @@ int run(int argc, char** argv) {
     declareConvert(app, convert, status);
     declareEmbed(app, embed, status);
     declareManifest(app, manifest, status);
-    if (argc > 1 && namesNoCommand(app, argv[1])) {
+    if (argc > 1 && isUnknownCommand(app, argv[1])) {
         reportUnknownCommand(app, argv[1]);
-        return kWrongUse;
+        return kUsageError;
     }
     try {
         app.parse(hideBrackets(argc, argv));
-    } catch (const CLI::ParseError& end) {
-        return app.exit(end) == 0 ? kFine : kWrongUse; // the help screen ends here too
+    } catch (const CLI::ParseError& error) { // also thrown for --help
+        return app.exit(error) == 0 ? kSuccess : kUsageError;
     }
     return status;
 }
@@ -342,19 +342,19 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     occupyClosedStreams();
-    // A write beyond the limit of a file's size then fails like one to a full disk.
+    // Ignored, so that a write beyond the file size limit fails like a write to a full disk.
     std::signal(SIGXFSZ, SIG_IGN);
     try {
         const int status = run(argc, argv);
         std::fflush(stdout);
-        if (std::ferror(stdout) == 0) { // now or with an earlier line
+        if (std::ferror(stdout) == 0) { // set by any earlier write too
             return status;
         }
         std::perror("slabtool: standard output");
     } catch (const std::bad_alloc&) {
         std::fputs("slabtool: not enough memory\n", stderr);
-    } catch (const std::exception& failure) { // refusals first of all
+    } catch (const std::exception& failure) {
         std::fprintf(stderr, "slabtool: %s\n", failure.what());
     }
-    return kRefused;
+    return kRejected;
 }

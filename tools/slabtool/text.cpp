@@ -1,4 +1,4 @@
-// Control characters never reach a terminal or a command.
+// Control characters in file names never reach the terminal or a suggested command.
 #include "tools/slabtool/text.h"
 
 #include "tools/slabtool/utf8.h"
@@ -13,7 +13,7 @@ bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
-// U+0080 to U+009F, in Latin-1 or as the second byte in UTF-8.
+// U+0080 to U+009F: a byte of Latin-1, or the second byte in UTF-8.
 bool isLateControl(char c) {
     return static_cast<unsigned char>(c) >= 0x80 && static_cast<unsigned char>(c) < 0xA0;
 }
@@ -44,20 +44,20 @@ std::string printable(const std::string& text) {
 }
 
 std::string shellWord(const std::string& path) {
-    const std::string plain =
+    const std::string unquoted =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./+,:@-";
     if ((path.starts_with('-') && path != kStandardStream) || path == "++") {
         return shellWord("./" + path);
     }
-    if (!path.empty() && path.find_first_not_of(plain) == std::string::npos) {
+    if (!path.empty() && path.find_first_not_of(unquoted) == std::string::npos) {
         return path;
     }
-    // Control characters stand in no quotes that every shell knows; printf knows their numbers.
-    const bool isPrinted = std::any_of(path.begin(), path.end(), isControl);
-    std::string word = isPrinted ? "\"$(printf '" : "'";
+    // No quoting that every shell has can show control characters, so printf makes them from octal numbers.
+    const bool needsPrintf = std::any_of(path.begin(), path.end(), isControl);
+    std::string word = needsPrintf ? "\"$(printf '" : "'";
     for (const char c : path) {
-        const bool isNumber = isPrinted && plain.find(c) == std::string::npos;
-        word += isNumber ? asOctal(c) : inQuotes(c);
+        const bool isOctal = needsPrintf && unquoted.find(c) == std::string::npos;
+        word += isOctal ? asOctal(c) : inQuotes(c);
     }
-    return word + (isPrinted ? "')\"" : "'");
+    return word + (needsPrintf ? "')\"" : "'");
 }

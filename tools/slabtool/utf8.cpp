@@ -1,4 +1,4 @@
-// The lead byte tells the length, and each length has a min value.
+// The first byte gives the length. Each length has a min value; a smaller one would be overlong.
 #include "tools/slabtool/utf8.h"
 
 #include <cstdint>

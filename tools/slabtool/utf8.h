@@ -1,11 +1,10 @@
-// A strict reading of UTF-8.
+// Strict UTF-8 validation.
 #pragma once
 
 #include <cstddef>
 #include <string_view>
 
-/// Bytes of the character at `at`, or 0 if there is none: cut short, overlong, a surrogate, or beyond
-/// U+10FFFF.
+/// Bytes of the character at `at`, or 0 if it is invalid: truncated, overlong, a surrogate, or above U+10FFFF.
 size_t utf8Length(std::string_view text, size_t at);
 
 /// Whether all of `text` is UTF-8.

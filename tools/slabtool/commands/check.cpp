@@ -1,4 +1,4 @@
-// slabtool check: one line a file, and nothing that one file could do to the lines of the others.
+// slabtool check prints one line for each file. A bad file does not affect the lines of the others.
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/images/png_image.h"
@@ -15,8 +15,8 @@
 
 namespace {
 
-constexpr const char* kSuffix = ".png"; // pngslab goes by it
-constexpr size_t kColorTypeAt = 25;     // in every PNG file
+constexpr const char* kSuffix = ".png"; // the only one that pngslab accepts
+constexpr size_t kColorTypeOffset = 25; // of every PNG file: IHDR is the first chunk
 
 std::string stemOf(const std::string& path) {
     const size_t folderEnd = path.find_last_of('/') + 1; // 0 without a folder
@@ -26,132 +26,133 @@ std::string stemOf(const std::string& path) {
 
 enum Severity { kAccepted, kWithLoss, kRejected };
 
-// What there is to say about one image.
-struct Judgement {
+// The report on one image.
+struct Judgment {
     Severity severity;
-    std::string surface;                // that it becomes
+    std::string surface;                // description of the resulting surface
     std::optional<Finding> reason = {}; // of a rejection
     std::vector<Finding> losses = {};
     std::string fix = {};  // a command
-    std::string note = {}; // why there is none
+    std::string note = {}; // why there is no command
 };
 
-void fixBy(Judgement& judgement, const std::string& words, const std::string& from,
-           const std::string& to) {
+void setFix(Judgment& judgment, const std::string& command, const std::string& from,
+            const std::string& to) {
     if (from.ends_with('\n')) {
-        judgement.note = "rename it, since no command names a line break at the end";
+        judgment.note = "rename it: its name ends in a line break, which shell commands drop";
     } else {
-        judgement.fix = words + " " + shellWord(from) + " " + shellWord(to);
+        judgment.fix = command + " " + shellWord(from) + " " + shellWord(to);
     }
 }
 
-// The command that writes an image with as much of the picture as can be kept.
-void fixByPrepare(Judgement& judgement, const std::string& path,
-                  const std::vector<Finding>& losses) {
-    std::string words = "slabtool prepare";
+// Sets the prepare command that avoids every avoidable loss.
+void setPrepareFix(Judgment& judgment, const std::string& path,
+                   const std::vector<Finding>& losses) {
+    std::string command = "slabtool prepare";
     for (const Finding& loss : losses) {
         const char* const option = optionAgainst(loss);
-        words += option != nullptr ? std::string(" ") + option : "";
+        command += option != nullptr ? std::string(" ") + option : "";
     }
     const std::string stem = path == kStandardStream ? "image" : stemOf(path);
-    fixBy(judgement, words, path, stem + "-prepared.png");
+    setFix(judgment, command, path, stem + "-prepared.png");
 }
 
-void findFix(Judgement& judgement, const std::string& path, ByteView file, bool alphaOnly) {
+void findFix(Judgment& judgment, const std::string& path, ByteView file, bool alphaOnly) {
     if (alphaOnly && judgePng(file, false).isAccepted) {
-        judgement.note = "pngslab accepts it without --alphaonly";
+        judgment.note = "pngslab accepts it without --alphaonly";
         return;
     }
     try {
         testPng(file);
-    } catch (const Refusal& refusal) {
-        judgement.note = "it cannot be fixed, since libpng says: " + std::string(refusal.what());
+    } catch (const Rejection& rejection) {
+        judgment.note =
+            "it cannot be fixed, because libpng reports: " + std::string(rejection.what());
         return;
     }
-    if (alphaOnly && file[kColorTypeAt] != kGrayType) {
-        judgement.note = "it cannot be fixed for --alphaonly, since it is not grayscale";
+    if (alphaOnly && file[kColorTypeOffset] != kGrayType) {
+        judgment.note = "it cannot be fixed for --alphaonly, because it is not grayscale";
         return;
     }
     const std::vector<Finding> losses = lossesOf(factsOf(file));
-    fixByPrepare(judgement, path, losses);
-    judgement.losses = losses; // of the fixed image: without what the command keeps
-    std::erase_if(judgement.losses,
+    setPrepareFix(judgment, path, losses);
+    judgment.losses = losses; // those that the command does not avoid
+    std::erase_if(judgment.losses,
                   [](const Finding& loss) { return optionAgainst(loss) != nullptr; });
 }
 
-Judgement acceptedImage(const std::string& path, const PngVerdict& verdict) {
-    Judgement judgement = {verdict.losses.empty() ? kAccepted : kWithLoss, verdict.surface};
-    judgement.losses = verdict.losses;
+Judgment acceptedImage(const std::string& path, const PngVerdict& verdict) {
+    Judgment judgment = {verdict.losses.empty() ? kAccepted : kWithLoss, verdict.surface};
+    judgment.losses = verdict.losses;
     if (std::any_of(verdict.losses.begin(), verdict.losses.end(), optionAgainst)) {
-        fixByPrepare(judgement, path, verdict.losses);
+        setPrepareFix(judgment, path, verdict.losses);
     }
-    return judgement;
+    return judgment;
 }
 
-Judgement judge(const std::string& path, bool alphaOnly) {
+Judgment judge(const std::string& path, bool alphaOnly) {
     const Bytes file = readFile(path);
     if (file.empty()) {
         return {kRejected, "", Finding{"not-png", "the file is empty"}};
     }
     const PngVerdict verdict = judgePng(file, alphaOnly);
-    Judgement judgement = {kRejected, "", verdict.reason};
+    Judgment judgment = {kRejected, "", verdict.reason};
     if (!verdict.isAccepted) {
-        findFix(judgement, path, file, alphaOnly);
-        return judgement;
+        findFix(judgment, path, file, alphaOnly);
+        return judgment;
     }
     if (path != kStandardStream && !path.ends_with(kSuffix)) {
-        judgement.reason = {"file-name", "its name does not end in .png"};
-        fixBy(judgement, "mv -i", path, stemOf(path) + kSuffix);
-        return judgement;
+        judgment.reason = {"file-name", "its name does not end in .png"};
+        setFix(judgment, "mv -i", path, stemOf(path) + kSuffix);
+        return judgment;
     }
     return acceptedImage(path, verdict);
 }
 
-Judgement judgeSafely(const std::string& path, bool alphaOnly) {
+Judgment judgeSafely(const std::string& path, bool alphaOnly) {
     try {
         return judge(path, alphaOnly);
-    } catch (const Refusal& refusal) {
-        return {kRejected, "", Finding{"unreadable", refusal.what()}};
+    } catch (const Rejection& rejection) {
+        return {kRejected, "", Finding{"unreadable", rejection.what()}};
     } catch (const std::bad_alloc&) {
         return {kRejected, "", Finding{"memory", "not enough memory to decode it"}};
     }
 }
 
-// A rejected image's losses are those that the fix would leave.
-std::string wordsOf(const Judgement& judgement) {
-    std::string words = judgement.surface;
-    if (judgement.reason) {
-        words = textOf(*judgement.reason);
+// The losses of a rejected image are those that remain after the fix.
+std::string textOf(const Judgment& judgment) {
+    std::string text = judgment.surface;
+    if (judgment.reason) {
+        text = textOf(*judgment.reason);
     }
-    for (const Finding& loss : judgement.losses) {
-        words += (judgement.reason ? "; with loss: " : "; ") + textOf(loss);
+    for (const Finding& loss : judgment.losses) {
+        text += (judgment.reason ? "; with loss: " : "; ") + textOf(loss);
     }
-    words += judgement.fix.empty() ? "" : "; fix: " + judgement.fix;
-    return words + (judgement.note.empty() ? "" : "; " + judgement.note);
+    text += judgment.fix.empty() ? "" : "; fix: " + judgment.fix;
+    return text + (judgment.note.empty() ? "" : "; " + judgment.note);
 }
 
-void printText(const std::string& path, const Judgement& judgement) {
+void printText(const std::string& path, const Judgment& judgment) {
     constexpr std::array kVerdicts = {"accepted", "accepted with loss", "rejected"};
-    std::printf("%s: %s: %s\n", printable(path).c_str(), kVerdicts[judgement.severity],
-                printable(wordsOf(judgement)).c_str());
+    std::printf("%s: %s: %s\n", printable(path).c_str(), kVerdicts[judgment.severity],
+                printable(textOf(judgment)).c_str());
 }
 
-void printJson(const std::string& path, const Judgement& judgement) {
+void printJson(const std::string& path, const Judgment& judgment) {
     constexpr std::array kOutcomes = {"accepted", "accepted-with-loss", "rejected"};
     Json object;
     addText(object, "input", path);
-    object["outcome"] = kOutcomes[judgement.severity];
-    if (judgement.reason) {
-        object["reason"] = toJson(*judgement.reason);
+    object["outcome"] = kOutcomes[judgment.severity];
+    if (judgment.reason) {
+        object["reason"] = toJson(*judgment.reason);
     } else {
-        object["surface"] = judgement.surface;
+        object["surface"] = judgment.surface;
     }
-    object["losses"] = toJson(judgement.losses);
-    if (!judgement.fix.empty()) {
-        addText(object, "fix", judgement.fix);
+    object["losses"] = toJson(judgment.losses);
+    if (!judgment.fix.empty()) {
+        addText(object, "fix", judgment.fix);
     }
-    if (!judgement.note.empty()) {
-        object["note"] = judgement.note;
+    if (!judgment.note.empty()) {
+        object["note"] = judgment.note;
     }
     std::puts(jsonLine(object).c_str());
 }
@@ -163,19 +164,19 @@ int runCheck(const CheckRequest& request) {
     for (const FoundFile& file : findFiles(request.paths, kSuffix)) {
         paths.push_back(file.path);
     }
-    const Severity worstAllowed = request.strict ? kAccepted : kWithLoss;
+    const Severity maxAllowed = request.strict ? kAccepted : kWithLoss;
     std::array<size_t, 3> counts = {};
     int status = 0;
-    runInOrder<Judgement>(
+    runInOrder<Judgment>(
         paths, request.batch,
         [&](size_t file) { return judgeSafely(paths[file], request.alphaOnly); },
-        [&](size_t file, const Judgement& judgement) {
-            ++counts[judgement.severity];
-            status = judgement.severity > worstAllowed ? 1 : status;
+        [&](size_t file, const Judgment& judgment) {
+            ++counts[judgment.severity];
+            status = judgment.severity > maxAllowed ? 1 : status;
             if (request.batch.json) {
-                printJson(paths[file], judgement);
-            } else if (!request.batch.quiet || judgement.severity > worstAllowed) {
-                printText(paths[file], judgement);
+                printJson(paths[file], judgment);
+            } else if (!request.batch.quiet || judgment.severity > maxAllowed) {
+                printText(paths[file], judgment);
             }
         });
     const bool hasFolders = std::any_of(request.paths.begin(), request.paths.end(), isFolder);

@@ -1,5 +1,5 @@
-// The sub-commands of slabtool: what each is asked for, and its run. Apart from main.cpp, so that only the
-// command line depends on CLI11.
+// The sub-commands of slabtool: the request and the run function of each. Separate from main.cpp, so that only
+// main.cpp depends on CLI11.
 #pragma once
 
 #include "tools/slabtool/images/png_image.h"
@@ -14,27 +14,27 @@ struct InfoRequest {
     BatchOptions batch;
 };
 
-/// Prints what surface files say about themselves, and whether that fits together.
+/// Prints the headers of surface files, and whether each file is consistent.
 /// @return the exit status: 0 if every file is consistent
 int runInfo(const InfoRequest& request);
 
 struct ViewRequest {
     std::string surfacePath, pngPath;
-    std::string palettePath; ///< of a palette file; empty without one
+    std::string palettePath; ///< empty without a palette file
 };
 
-/// Draws a surface file as a PNG to look at. @return the exit status. @throws Refusal
+/// Draws a surface file as a PNG. @return the exit status. @throws Rejection
 int runView(const ViewRequest& request);
 
 struct CheckRequest {
     std::vector<std::string> paths; ///< images and folders
-    bool alphaOnly = false;         ///< for surfaces of alpha only
-    bool strict = false;            ///< a loss counts as a rejection in the exit status
+    bool alphaOnly = false;         ///< check for alpha-only surfaces
+    bool strict = false;            ///< an image with loss makes the exit status 1
     BatchOptions batch;
 };
 
-/// Prints a line for each image: whether pngslab accepts it, and what the surface loses; if not, why; and how to fix
-/// it. @return the exit status: 0 if every image is accepted
+/// Prints one line for each image: whether pngslab accepts it, what the surface loses, why it is rejected, and how to
+/// fix it. @return the exit status: 0 if every image is accepted
 int runCheck(const CheckRequest& request);
 
 struct PrepareRequest {
@@ -46,8 +46,8 @@ struct PrepareRequest {
     BatchOptions batch;
 };
 
-/// Writes images that pngslab accepts, with the same pixels. @return the exit status: 1 if some are rejected, 128 and
-/// its number after a signal. @throws Refusal before anything is written
+/// Writes images that pngslab accepts, with the same pixels. @return the exit status: 1 if some images are rejected,
+/// 128 plus the signal number after a signal. @throws Rejection before anything is written
 int runPrepare(const PrepareRequest& request);
 
 struct CompareRequest {
@@ -55,8 +55,8 @@ struct CompareRequest {
     BatchOptions batch;
 };
 
-/// Prints whether surface files hold the same pictures in the same way; those of folders go by their places there.
-/// @return the exit status: 0 if they are equal. @throws Refusal
+/// Reports whether surface files have the same mode, size, rotation and pixels. In two folders, files with the same
+/// relative path are compared. @return the exit status: 0 if they are equal. @throws Rejection
 int runCompare(const CompareRequest& request);
 
 struct ConvertRequest {
@@ -68,19 +68,19 @@ struct ConvertRequest {
     BatchOptions batch;
 };
 
-/// Converts images into surface files. @return the exit status: 0 if every image has a surface, 1 if some are
-/// rejected, 128 and its number after a signal. @throws Refusal before anything is written
+/// Converts images into surface files. @return the exit status: 0 if every image has a surface, 1 if some images are
+/// rejected, 128 plus the signal number after a signal. @throws Rejection before anything is written
 int runConvert(const ConvertRequest& request);
 
 inline constexpr const char *kCFormat = "c", *kAssemblyFormat = "asm";
 
 struct EmbedRequest {
-    std::string name;               ///< path of the files to write, without their endings
+    std::string name;               ///< path of the files to write, without file extensions
     std::vector<std::string> paths; ///< of surface files
     std::string format = kCFormat;
 };
 
-/// Writes surface files as arrays for C and C++. @return the exit status. @throws Refusal
+/// Writes surface files as arrays for C and C++. @return the exit status. @throws Rejection
 int runEmbed(const EmbedRequest& request);
 
 struct ManifestRequest {
@@ -88,5 +88,5 @@ struct ManifestRequest {
     std::string output;             ///< path
 };
 
-/// Writes the union of manifests. @return the exit status. @throws Refusal
+/// Merges manifests. @return the exit status. @throws Rejection
 int runManifest(const ManifestRequest& request);

@@ -1,4 +1,4 @@
-// slabtool compare: header words first, then the pixels of the upright pictures; padding does not count.
+// slabtool compare checks the headers, then the pixels of the upright pictures. Padding is ignored.
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/runs/files.h"
@@ -16,7 +16,7 @@ namespace {
 
 struct Difference {
     uint64_t pixels = 0;
-    uint32_t x = 0, y = 0; // the first one
+    uint32_t x = 0, y = 0; // of the first different pixel
 };
 
 Difference differenceOf(const SurfacePicture& first, const SurfacePicture& second) {
@@ -49,28 +49,29 @@ std::string sizeOf(const SurfacePicture& picture) {
     return std::to_string(picture.width()) + " x " + std::to_string(picture.height());
 }
 
-// What is said of two surface files.
+// The result of comparing two surface files.
 struct Comparison {
     bool isEqual = false;
-    std::vector<std::string> words = {};
+    std::vector<std::string> messages = {};
 };
 
-// @return whether the pixels can be compared at all
+// @return whether the pixels can be compared
 bool compareHeaders(const SurfacePicture& first, const SurfacePicture& second,
                     Comparison& comparison) {
     const SurfaceHeader& a = first.header();
     const SurfaceHeader& b = second.header();
     if (a.mode != b.mode) {
-        comparison.words.push_back(std::string("different color modes: ") + colorModeName(a.mode) +
-                                   " and " + colorModeName(b.mode));
+        comparison.messages.push_back(std::string("different color modes: ") +
+                                      colorModeName(a.mode) + " and " + colorModeName(b.mode));
     }
     if (first.width() != second.width() || first.height() != second.height()) {
-        comparison.words.push_back("different sizes: " + sizeOf(first) + " and " + sizeOf(second));
+        comparison.messages.push_back("different sizes: " + sizeOf(first) + " and " +
+                                      sizeOf(second));
         return false;
     }
     if (a.rotation != b.rotation) {
-        comparison.words.push_back("different rotations: " + std::to_string(a.rotation) + " and " +
-                                   std::to_string(b.rotation));
+        comparison.messages.push_back("different rotations: " + std::to_string(a.rotation) +
+                                      " and " + std::to_string(b.rotation));
     }
     return a.mode == b.mode;
 }
@@ -82,11 +83,12 @@ bool comparePixels(const SurfacePicture& first, const SurfacePicture& second,
     if (difference.pixels == 0) {
         return true;
     }
-    comparison.words.push_back(std::to_string(difference.pixels) + " of " +
-                               std::to_string(uint64_t{first.width()} * first.height()) +
-                               " pixels differ, the first at x " + std::to_string(difference.x) +
-                               ", y " + std::to_string(difference.y) + ": " +
-                               bytesOf(first, difference) + " and " + bytesOf(second, difference));
+    comparison.messages.push_back(std::to_string(difference.pixels) + " of " +
+                                  std::to_string(uint64_t{first.width()} * first.height()) +
+                                  " pixels differ, the first at x " + std::to_string(difference.x) +
+                                  ", y " + std::to_string(difference.y) + ": " +
+                                  bytesOf(first, difference) + " and " +
+                                  bytesOf(second, difference));
     return false;
 }
 
@@ -95,16 +97,16 @@ Comparison compareFiles(const std::string& firstPath, const std::string& secondP
     const SurfacePicture second = readPicture(secondPath);
     Comparison comparison;
     if (compareHeaders(first, second, comparison) && comparePixels(first, second, comparison)) {
-        comparison.isEqual = comparison.words.empty();
-        comparison.words.emplace_back(comparison.isEqual ? "equal"
-                                                         : "the same pixels once both are upright");
+        comparison.isEqual = comparison.messages.empty();
+        comparison.messages.emplace_back(
+            comparison.isEqual ? "equal" : "the pixels of the upright pictures are the same");
     }
     return comparison;
 }
 
-// Two files of the same place; one path is empty where only the other folder has one.
+// Two files with the same relative path. A path is empty if that folder has no such file.
 struct Pair {
-    std::string place, first, second;
+    std::string relativePath, first, second;
 };
 
 Comparison comparePair(const Pair& pair, const CompareRequest& request) {
@@ -113,8 +115,8 @@ Comparison comparePair(const Pair& pair, const CompareRequest& request) {
     }
     try {
         return compareFiles(pair.first, pair.second);
-    } catch (const Refusal& refusal) {
-        return {false, {refusal.what()}};
+    } catch (const Rejection& rejection) {
+        return {false, {rejection.what()}};
     } catch (const std::bad_alloc&) {
         return {false, {"not enough memory to compare them"}};
     }
@@ -123,14 +125,14 @@ Comparison comparePair(const Pair& pair, const CompareRequest& request) {
 std::vector<Pair> pairsOf(const CompareRequest& request) {
     std::map<std::string, Pair> pairs;
     for (const FoundFile& file : findFiles({request.first}, kSurfaceSuffix)) {
-        pairs[file.place].first = file.path;
+        pairs[file.relativePath].first = file.path;
     }
     for (const FoundFile& file : findFiles({request.second}, kSurfaceSuffix)) {
-        pairs[file.place].second = file.path;
+        pairs[file.relativePath].second = file.path;
     }
     std::vector<Pair> list;
-    for (auto& [place, pair] : pairs) {
-        pair.place = place;
+    for (auto& [relativePath, pair] : pairs) {
+        pair.relativePath = relativePath;
         list.push_back(std::move(pair));
     }
     return list;
@@ -142,15 +144,15 @@ void printJson(const Pair& pair, const Comparison& comparison) {
     addText(object, "second", pair.second);
     object["equal"] = comparison.isEqual;
     object["words"] = Json::array();
-    for (const std::string& words : comparison.words) {
-        object["words"].push_back(words);
+    for (const std::string& message : comparison.messages) {
+        object["words"].push_back(message);
     }
     std::puts(jsonLine(object).c_str());
 }
 
 void printText(const Pair& pair, const Comparison& comparison) {
-    for (const std::string& words : comparison.words) {
-        std::printf("%s: %s\n", printable(pair.place).c_str(), printable(words).c_str());
+    for (const std::string& message : comparison.messages) {
+        std::printf("%s: %s\n", printable(pair.relativePath).c_str(), printable(message).c_str());
     }
 }
 
@@ -158,7 +160,7 @@ int compareFolders(const CompareRequest& request) {
     const std::vector<Pair> pairs = pairsOf(request);
     std::vector<std::string> names;
     for (const Pair& pair : pairs) {
-        names.push_back(pair.place);
+        names.push_back(pair.relativePath);
     }
     size_t different = 0;
     runInOrder<Comparison>(
@@ -181,7 +183,7 @@ int compareFolders(const CompareRequest& request) {
 
 int runCompare(const CompareRequest& request) {
     if (isFolder(request.first) != isFolder(request.second)) {
-        throw Refusal("a file and a folder cannot be compared");
+        throw Rejection("a file and a folder cannot be compared");
     }
     if (isFolder(request.first)) {
         return compareFolders(request);
@@ -190,8 +192,8 @@ int runCompare(const CompareRequest& request) {
     if (request.batch.json) {
         printJson({"", request.first, request.second}, comparison);
     } else if (!comparison.isEqual || !request.batch.quiet) {
-        for (const std::string& words : comparison.words) {
-            std::puts(words.c_str());
+        for (const std::string& message : comparison.messages) {
+            std::puts(message.c_str());
         }
     }
     return comparison.isEqual ? 0 : 1;

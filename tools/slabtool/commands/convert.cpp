@@ -1,5 +1,5 @@
-// slabtool convert: images become surface files, on several threads. Every surface is written beside its place and
-// moved there, so that an older one survives every failure.
+// slabtool convert makes surface files of images, on several threads. Every surface is written to a temporary file,
+// which then replaces the old surface. So an old surface survives every failure.
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/commands/convert_report.h"
@@ -46,7 +46,7 @@ ManifestEntry entryOf(const Job& job, const ImageSource& source, const SurfaceMa
         entry.palette = entry.name + kPaletteSuffix;
     }
     entry.source = source;
-    entry.verdict = verdictWord(converted.wasFixed, !converted.losses.empty());
+    entry.verdict = verdictName(converted.wasFixed, !converted.losses.empty());
     entry.options = maker.options;
     entry.tool = maker.tool;
     return entry;
@@ -75,8 +75,8 @@ public:
                      {.work = [&](size_t job) { mResults[job] = convert(mPlan.jobs[job]); },
                       .done =
                           [&](size_t job, const JobFailure& failure) {
-                              take(job, failure);
-                              saveNowAndThen();
+                              record(job, failure);
+                              saveIfDue();
                           }});
         if (mRequest.prune && !stopRequested()) {
             prune();
@@ -95,7 +95,7 @@ private:
         std::optional<ManifestEntry> entry;
     };
 
-    // On a worker thread; the manifest of the run before is only read.
+    // Runs on a worker thread. Reads the manifest of the previous run only.
     Result convert(const Job& job) {
         Result result;
         result.report.input = job.input;
@@ -110,8 +110,8 @@ private:
             }
         } catch (const RejectedImage& rejection) {
             result.report.rejection = rejection.reason();
-        } catch (const Refusal& refusal) {
-            result.report.rejection = Finding{"file", refusal.what()};
+        } catch (const Rejection& rejection) {
+            result.report.rejection = Finding{"file", rejection.what()};
         } catch (const std::bad_alloc&) {
             result.report.rejection = kNoMemory;
         }
@@ -135,7 +135,7 @@ private:
         return entryOf(job, source, mMaker, converted);
     }
 
-    // A palette of the surface before would give the new one wrong colors.
+    // The palette of the previous surface would give the new one wrong colors.
     void removeOldPalette(const Job& job) {
         const ManifestEntry* const old = mOld.find(job.output);
         const std::string palette = withoutSuffix(job.output) + kPaletteSuffix;
@@ -144,8 +144,8 @@ private:
         }
     }
 
-    // On the calling thread.
-    void take(size_t job, const JobFailure& failure) {
+    // Runs on the calling thread.
+    void record(size_t job, const JobFailure& failure) {
         Result& result = mResults[job];
         if (failure) {
             result.report = {.input = mPlan.jobs[job].input,
@@ -158,13 +158,13 @@ private:
         mReport.add(std::exchange(result.report, {}));
     }
 
-    // A failure of a file that is no image's: it is told behind the summary.
+    // Work on a file that belongs to no single image. A failure is printed after the summary.
     template <typename Work>
     void attempt(const std::string& file, const Work& work) {
         try {
-            about(file, work);
-        } catch (const Refusal& refusal) {
-            mFailures.emplace_back(refusal.what());
+            namingFile(file, work);
+        } catch (const Rejection& rejection) {
+            mFailures.emplace_back(rejection.what());
         }
     }
 
@@ -181,13 +181,13 @@ private:
         }
     }
 
-    void saveNowAndThen() {
+    void saveIfDue() {
         const auto now = std::chrono::steady_clock::now();
         if (now - mSaved > kSaveInterval) {
             try {
                 save();
-            } catch (const Refusal&) {
-                // The last one tells it, if it fails too.
+            } catch (const Rejection&) {
+                // The save at the end of the run reports the failure if it fails too.
             }
             mSaved = std::chrono::steady_clock::now();
         }
@@ -212,24 +212,23 @@ private:
     std::chrono::steady_clock::time_point mSaved = std::chrono::steady_clock::now();
 };
 
-// Where the palette of a single surface goes.
 std::string palettePathOf(const Job& job) {
     if (job.output == kStandardStream) {
-        throw Refusal(std::string(kStandardStream) +
-                      ": standard output gives no name to a palette file");
+        throw Rejection(std::string(kStandardStream) +
+                        ": name an output file: the name of the palette file is derived from it");
     }
     const std::string palette = std::filesystem::path(job.output).replace_extension(kPaletteSuffix);
-    std::error_code unknown;
+    std::error_code ignored;
     for (const std::string& other : {job.input, job.output}) {
-        if (palette == other || std::filesystem::equivalent(palette, other, unknown)) {
-            throw Refusal(printable(other) + ": the palette would overwrite it");
+        if (palette == other || std::filesystem::equivalent(palette, other, ignored)) {
+            throw Rejection(printable(other) + ": the palette would overwrite it");
         }
     }
     return palette;
 }
 
 int convertOne(const ConvertRequest& request, const Job& job) {
-    // The surface has standard output to itself.
+    // The report must not mix with a surface on standard output.
     ConvertReport report(request.batch, job.output == kStandardStream ? stderr : stdout);
     const std::string palettePath = request.conversion.palette ? palettePathOf(job) : "";
     ImageReport image = {.input = job.input, .output = job.output};
@@ -237,15 +236,15 @@ int convertOne(const ConvertRequest& request, const Job& job) {
         const Bytes file = readFile(job.input);
         const ConvertedImage converted = convertImage(file, request.conversion);
         if (!converted.palette.empty()) {
-            about(palettePath, [&] { writeFile(palettePath, converted.palette); });
+            namingFile(palettePath, [&] { writeFile(palettePath, converted.palette); });
         }
-        about(job.output, [&] { writeFile(job.output, converted.surface); });
+        namingFile(job.output, [&] { writeFile(job.output, converted.surface); });
         image.wasFixed = converted.wasFixed;
         image.losses = converted.losses;
     } catch (const RejectedImage& rejection) {
         image.rejection = rejection.reason();
-    } catch (const Refusal& refusal) {
-        image.rejection = Finding{"file", refusal.what()};
+    } catch (const Rejection& rejection) {
+        image.rejection = Finding{"file", rejection.what()};
     } catch (const std::bad_alloc&) {
         image.rejection = kNoMemory;
     }

@@ -1,4 +1,4 @@
-// The summary counts; images appear in it by name only where the user may have to act.
+// The summary has counts, and names only images that are rejected or lose something.
 #include "tools/slabtool/commands/convert_report.h"
 
 #include "tools/slabtool/runs/json_line.h"
@@ -14,7 +14,7 @@ std::string outcomeOf(const ImageReport& image) {
     if (image.rejection) {
         return "rejected";
     }
-    return image.isUpToDate ? "up-to-date" : verdictWord(image.wasFixed, !image.losses.empty());
+    return image.isUpToDate ? "up-to-date" : verdictName(image.wasFixed, !image.losses.empty());
 }
 
 void printJson(const ImageReport& image, std::FILE* stream) {
@@ -30,16 +30,17 @@ void printJson(const ImageReport& image, std::FILE* stream) {
 }
 
 void printLine(const ImageReport& image, std::FILE* stream) {
-    std::string words = image.rejection ? "rejected: " + textOf(*image.rejection) : "with loss: ";
+    std::string text = image.rejection ? "rejected: " + textOf(*image.rejection) : "with loss: ";
     const char* separator = "";
     for (const Finding& loss : image.losses) {
-        words += separator + textOf(loss);
+        text += separator + textOf(loss);
         separator = "; ";
     }
-    std::fprintf(stream, "%s: %s\n", printable(image.input).c_str(), printable(words).c_str());
+    std::fprintf(stream, "%s: %s\n", printable(image.input).c_str(), printable(text).c_str());
 }
 
-bool isKeptByColors(const ImageReport& image) {
+// Whether --keep-colors would avoid a loss.
+bool canKeepColors(const ImageReport& image) {
     return std::any_of(image.losses.begin(), image.losses.end(), [](const Finding& loss) {
         return optionAgainst(loss) != nullptr || loss.code == kOrientationLoss;
     });
@@ -47,7 +48,7 @@ bool isKeptByColors(const ImageReport& image) {
 
 } // namespace
 
-std::string verdictWord(bool wasFixed, bool hasLoss) {
+std::string verdictName(bool wasFixed, bool hasLoss) {
     return std::string(wasFixed ? "fixed" : "accepted") + (hasLoss ? "-with-loss" : "");
 }
 
@@ -69,15 +70,15 @@ void ConvertReport::printSummary(size_t total) {
     if (mJson) {
         return;
     }
-    // The same words every time, in whatever order the threads were done.
+    // Sorted, so that the output does not depend on the order in which threads finish.
     std::sort(mNotable.begin(), mNotable.end(),
               [](const ImageReport& a, const ImageReport& b) { return a.output < b.output; });
-    bool canKeepColors = false;
+    bool hasAvoidableLoss = false;
     for (const ImageReport& image : mNotable) {
         if (image.rejection || !mQuiet) {
             printLine(image, mStream);
         }
-        canKeepColors |= isKeptByColors(image);
+        hasAvoidableLoss |= canKeepColors(image);
     }
     if (mQuiet) {
         return;
@@ -93,7 +94,7 @@ void ConvertReport::printSummary(size_t total) {
         std::fprintf(mStream, ", not started %zu", total - finished);
     }
     std::fputs("\n", mStream);
-    if (canKeepColors) {
+    if (hasAvoidableLoss) {
         std::fprintf(mStream, "%s\n",
                      "note: --keep-colors keeps palettes, key colors and orientation");
     }

@@ -1,4 +1,4 @@
-// What a run of slabtool convert says: an object a file as it finishes, or a summary at the end.
+// The output of slabtool convert: a JSON object for each file as it finishes, or a summary at the end.
 #pragma once
 
 #include "tools/slabtool/images/png_loss.h"
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// What became of one image.
+/// The result for one image.
 struct ImageReport {
     std::string input, output;
     bool isUpToDate = false;
@@ -20,11 +20,11 @@ struct ImageReport {
 };
 
 /// "accepted", "accepted-with-loss", "fixed" or "fixed-with-loss".
-std::string verdictWord(bool wasFixed, bool hasLoss);
+std::string verdictName(bool wasFixed, bool hasLoss);
 
 class ConvertReport {
 public:
-    /// With `json`, prints an object a file, and no summary; with `quiet`, what was rejected and nothing else.
+    /// With `json`, prints an object for each file and no summary. With `quiet`, prints rejected images only.
     ConvertReport(const BatchOptions& options, std::FILE* stream)
         : mJson(options.json)
         , mQuiet(options.quiet)
@@ -34,7 +34,7 @@ public:
     void addPruned() { ++mPruned; }
     bool hasRejections() const { return mRejected != 0; }
 
-    /// @param total images that the run was for; those that are missing were not started
+    /// @param total images of the run, including those that were not started
     void printSummary(size_t total);
 
 private:

@@ -1,4 +1,4 @@
-// slabtool info: two ways to print the same facts.
+// slabtool info prints the header of a surface file as text or as JSON.
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/runs/files.h"
@@ -13,19 +13,18 @@
 
 namespace {
 
-// A file that cannot be read has no size either.
 struct Entry {
     std::string path;
-    std::optional<SurfaceFacts> facts;
+    std::optional<SurfaceFacts> facts; // none if the file cannot be read
     std::string error;
 };
 
-Entry look(const std::string& path) {
+Entry inspectFile(const std::string& path) {
     try {
         const FileHead head = readHead(path, kSurfaceHeaderBytes);
         return {path, inspectSurface(head.bytes, head.size), ""};
-    } catch (const Refusal& refusal) {
-        return {path, std::nullopt, refusal.what()};
+    } catch (const Rejection& rejection) {
+        return {path, std::nullopt, rejection.what()};
     }
 }
 
@@ -41,12 +40,12 @@ std::vector<std::string> problemsOf(const Entry& entry) {
 std::vector<Finding> notesOf(const Entry& entry) {
     const bool hasHeader = entry.facts && entry.facts->header;
     const std::optional<Finding> note =
-        hasHeader ? noteOn(entry.facts->header->mode) : std::nullopt;
+        hasHeader ? noteForMode(entry.facts->header->mode) : std::nullopt;
     return note ? std::vector{*note} : std::vector<Finding>();
 }
 
-uint64_t linePadding(const SurfaceHeader& header) {
-    const uint64_t used = header.usedLineBytes();
+uint64_t rowPadding(const SurfaceHeader& header) {
+    const uint64_t used = header.usedRowBytes();
     return header.stride > used ? header.stride - used : 0;
 }
 
@@ -63,12 +62,12 @@ void printHeader(const SurfaceFacts& facts) {
     std::printf("  size     %" PRIu32 " x %" PRIu32 " pixels as stored\n", header.width,
                 header.height);
     std::printf("  stride   %" PRIu32 " bytes, %" PRIu64 " of them padding\n", header.stride,
-                linePadding(header));
-    std::printf("  file     %" PRIu64 " bytes, %" PRIu64 " behind the last line\n", facts.fileSize,
+                rowPadding(header));
+    std::printf("  file     %" PRIu64 " bytes, %" PRIu64 " after the last row\n", facts.fileSize,
                 endPadding(facts));
 }
 
-// Of a file that could be read.
+// Expects facts.
 void printText(const Entry& entry) {
     const std::vector<std::string> problems = problemsOf(entry);
     std::printf("%s: %s\n", printable(entry.path).c_str(),
@@ -93,7 +92,7 @@ void addHeader(Json& object, const SurfaceFacts& facts) {
     object["width"] = header.width;
     object["height"] = header.height;
     object["stride"] = header.stride;
-    object["linePadding"] = linePadding(header);
+    object["linePadding"] = rowPadding(header);
     object["endPadding"] = endPadding(facts);
 }
 
@@ -113,7 +112,7 @@ std::string jsonOf(const Entry& entry) {
     return jsonLine(object);
 }
 
-// Gives one array, so that its lines need a separator.
+// Prints the objects as the elements of one JSON array.
 class JsonArray {
 public:
     ~JsonArray() { std::fputs(mIsEmpty ? "[\n]\n" : "\n]\n", stdout); }
@@ -138,7 +137,7 @@ int runInfo(const InfoRequest& request) {
         array.emplace();
     }
     runInOrder<Entry>(
-        paths, request.batch, [&](size_t file) { return look(paths[file]); },
+        paths, request.batch, [&](size_t file) { return inspectFile(paths[file]); },
         [&](size_t, const Entry& entry) {
             status = problemsOf(entry).empty() ? status : 1;
             if (!entry.facts) {

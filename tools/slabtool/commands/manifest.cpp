@@ -1,4 +1,4 @@
-// slabtool manifest: every manifest is read and checked before the merged one is written.
+// slabtool manifest reads and checks every manifest before it writes the merged one.
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/runs/files.h"

@@ -1,5 +1,5 @@
-// slabtool prepare: libpng reads and writes. zlib cannot be kept from fixed-code blocks, so the product's decoder
-// decides, and other ways of writing are tried.
+// slabtool prepare reads and writes images with libpng. zlib has no setting that rules out fixed-code blocks, so
+// pngslab's decoder checks each written file, and several encoder settings are tried.
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/images/accepted_png.h"
@@ -29,15 +29,15 @@ Bytes encodeSmall(const PngImage& image) {
     return best ? *std::move(best) : encodePng(image, kStored);
 }
 
-bool isKept(const Finding& loss, const PngChanges& changes) {
+bool isAvoided(const Finding& loss, const PngChanges& changes) {
     return (loss.code == kKeyColorLoss && changes.keyToAlpha) ||
            (loss.code == kPaletteLoss && changes.expandPalette);
 }
 
-// What became of one image.
+// The result for one image.
 struct Preparation {
     Bytes file = {};
-    std::vector<Finding> losses = {}; // that pngslab makes of the new file
+    std::vector<Finding> losses = {}; // of a surface that pngslab makes of `file`
     std::optional<Finding> rejection = {};
 };
 
@@ -47,12 +47,12 @@ Preparation prepareImage(ByteView original, const PrepareRequest& request) {
     preparation.file = request.small ? encodeSmall(image) : encodeAccepted(image);
     preparation.losses = lossesOf(factsOf(original));
     std::erase_if(preparation.losses,
-                  [&](const Finding& loss) { return isKept(loss, request.changes); });
+                  [&](const Finding& loss) { return isAvoided(loss, request.changes); });
     return preparation;
 }
 
-// A line for each thing to say.
-std::vector<std::string> wordsOf(const Preparation& preparation) {
+// One line for each loss, or one for the rejection.
+std::vector<std::string> linesOf(const Preparation& preparation) {
     if (preparation.rejection) {
         return {"rejected: " + textOf(*preparation.rejection)};
     }
@@ -78,7 +78,7 @@ void printJson(const Job& job, const Preparation& preparation) {
     std::puts(jsonLine(object).c_str());
 }
 
-// A run into a folder. It is on the heap, since threads may be at work on it when it is left.
+// A run into a folder. It lives on the heap, because threads may still use it when run() returns after a signal.
 class PrepareRun {
 public:
     PrepareRun(const PrepareRequest& request, JobPlan plan)
@@ -89,10 +89,10 @@ public:
 
     int run() {
         const StopSignals signals;
-        const bool hasEnded =
-            runBatch(mPlan.inputs(), mRequest.batch,
-                     {.work = [&](size_t job) { prepare(mPlan.jobs[job], mResults[job]); },
-                      .done = [&](size_t job, const JobFailure& failure) { take(job, failure); }});
+        const bool hasEnded = runBatch(
+            mPlan.inputs(), mRequest.batch,
+            {.work = [&](size_t job) { prepare(mPlan.jobs[job], mResults[job]); },
+             .done = [&](size_t job, const JobFailure& failure) { record(job, failure); }});
         if (!mRequest.batch.json) {
             printSummary();
         }
@@ -100,20 +100,21 @@ public:
     }
 
 private:
-    // On a worker thread.
+    // Runs on a worker thread.
     void prepare(const Job& job, Preparation& result) {
         try {
             result = prepareImage(readFile(job.input), mRequest);
             mFolder.write(job.output, result.file);
-        } catch (const Refusal& refusal) {
-            result = {.rejection = Finding{"unreadable", refusal.what()}};
+        } catch (const Rejection& rejection) {
+            result = {.rejection = Finding{"unreadable", rejection.what()}};
         } catch (const std::bad_alloc&) {
             result = {.rejection = Finding{"memory", "not enough memory to prepare it"}};
         }
         result.file = {};
     }
 
-    void take(size_t job, const JobFailure& failure) {
+    // Runs on the calling thread.
+    void record(size_t job, const JobFailure& failure) {
         Preparation& result = mResults[job];
         if (failure) {
             result = {.rejection = Finding{"unreadable", *failure}};
@@ -124,7 +125,7 @@ private:
         if (mRequest.batch.json) {
             printJson(mPlan.jobs[job], result);
         } else if (result.rejection || !mRequest.batch.quiet) {
-            for (const std::string& line : wordsOf(result)) {
+            for (const std::string& line : linesOf(result)) {
                 std::printf("%s: %s\n", printable(mPlan.jobs[job].input).c_str(),
                             printable(line).c_str());
             }
@@ -150,13 +151,13 @@ private:
     size_t mFinished = 0, mRejected = 0, mWithLoss = 0;
 };
 
-// A folder's images never take the place of their own sources.
-void requireOtherFiles(const JobPlan& plan) {
+// Rejects an output folder in which an image would replace its own source.
+void rejectReplacedSources(const JobPlan& plan) {
     for (const Job& job : plan.jobs) {
-        std::error_code unknown;
-        if (std::filesystem::equivalent(job.input, plan.folder + "/" + job.output, unknown)) {
-            throw Refusal(printable(job.input) +
-                          ": the prepared image would take its place; choose another folder");
+        std::error_code ignored;
+        if (std::filesystem::equivalent(job.input, plan.folder + "/" + job.output, ignored)) {
+            throw Rejection(printable(job.input) +
+                            ": the prepared image would replace it; choose another folder");
         }
     }
 }
@@ -166,14 +167,14 @@ void reportOne(const PrepareRequest& request, const std::string& input,
     if (request.batch.json) {
         printJson({input, request.output, ""}, preparation);
     } else if (!request.batch.quiet) {
-        for (const std::string& line : wordsOf(preparation)) {
+        for (const std::string& line : linesOf(preparation)) {
             std::fprintf(stderr, "slabtool: %s: %s\n", printable(input).c_str(), line.c_str());
         }
     }
 }
 
 Preparation prepareOne(const PrepareRequest& request, const std::string& input) {
-    return about(input, [&] { return prepareImage(readFile(input), request); });
+    return namingFile(input, [&] { return prepareImage(readFile(input), request); });
 }
 
 } // namespace
@@ -184,13 +185,13 @@ int runPrepare(const PrepareRequest& request) {
         runInOrder<Preparation>(
             {input}, request.batch, [&](size_t) { return prepareOne(request, input); },
             [&](size_t, const Preparation& preparation) {
-                about(request.output, [&] { writeFile(request.output, preparation.file); });
+                namingFile(request.output, [&] { writeFile(request.output, preparation.file); });
                 reportOne(request, input, preparation);
             });
         return 0;
     }
     const JobPlan plan =
         planJobs(request.inputs, std::filesystem::path(request.output) / "", ".png");
-    requireOtherFiles(plan);
+    rejectReplacedSources(plan);
     return std::make_unique<PrepareRun>(request, plan)->run();
 }

@@ -1,4 +1,5 @@
-// slabtool view: pixels of every mode as PNG samples. Indices without a palette and alpha values are drawn as gray.
+// slabtool view draws the pixels of every mode as PNG samples. Alpha values, and indices without a palette, are drawn as
+// gray.
 #include "tools/slabtool/commands/commands.h"
 
 #include "src/internal/mode_traits.h"
@@ -26,7 +27,8 @@ DsColor colorOf(const uint8_t* pixel) {
     const uint32_t stored = loadPixel<mode>(pixel);
     DsColor color = ModeTraits<mode>::decode(stored, {});
     if constexpr (mode == Mode::ARGB1555) {
-        color.alpha = (stored >> 15) * 255; // which drawing operations do not read
+        color.alpha =
+            (stored >> 15) * 255; // decode(), like every drawing operation, ignores the alpha bit
     }
     return color;
 }
@@ -63,7 +65,7 @@ constexpr Drawing drawingOf() {
     return {colorTypeOf<mode>(), drawRow<mode, colorTypeOf<mode>()>};
 }
 
-// Empty for modes without pixels, of which there are no pictures.
+// Entries of modes without pixels are empty and unused.
 constexpr auto kDrawings =
     makePixelModeTable<Drawing>([]<Mode mode>() { return drawingOf<mode>(); });
 
@@ -72,14 +74,14 @@ PngImage draw(const SurfacePicture& picture, const Drawing& drawing) {
     image.width = picture.width();
     image.height = picture.height();
     image.colorType = drawing.colorType;
-    image.samples.resize(image.lineBytes() * image.height);
+    image.samples.resize(image.rowBytes() * image.height);
     for (uint32_t y = 0; y < image.height; ++y) {
-        drawing.row(picture, y, image.samples.data() + y * image.lineBytes());
+        drawing.row(picture, y, image.samples.data() + y * image.rowBytes());
     }
     return image;
 }
 
-// Every index of a surface has an entry.
+// 256 entries, so that every index of a surface has one.
 struct Palette {
     Bytes entries;
     size_t entryBytes;
@@ -90,12 +92,12 @@ Palette readPalette(const std::string& path) {
     palette.entryBytes = palette.entries.size() / kPaletteEntries;
     if (palette.entries.size() != kPaletteEntries * 3 &&
         palette.entries.size() != kPaletteEntries * 4) {
-        throw Refusal("is no palette file, which has 768 or 1024 bytes");
+        throw Rejection("is not a palette file of 768 or 1024 bytes");
     }
     return palette;
 }
 
-// The surface's own alpha, where it has one, holds that of the palette already.
+// The alpha of an AI88 pixel already includes that of the palette entry.
 uint8_t alphaOf(const uint8_t* pixel, bool hasOwnAlpha, const uint8_t* entry, size_t entryBytes) {
     constexpr uint8_t kOpaque = 255;
     if (hasOwnAlpha) {
@@ -107,11 +109,11 @@ uint8_t alphaOf(const uint8_t* pixel, bool hasOwnAlpha, const uint8_t* entry, si
 PngImage drawWithPalette(const SurfacePicture& picture, const Palette& palette) {
     const bool hasOwnAlpha = picture.header().colorMode() == Mode::AI88;
     if (!hasOwnAlpha && picture.header().colorMode() != Mode::I8) {
-        throw Refusal(std::string(colorModeName(picture.header().mode)) +
-                      " has no palette indices: leave --palette out");
+        throw Rejection(std::string(colorModeName(picture.header().mode)) +
+                        " has no palette indices: leave --palette out");
     }
     PngImage image = {picture.width(), picture.height(), kRgbaType, {}, {}, {}, {}};
-    image.samples.reserve(image.lineBytes() * image.height);
+    image.samples.reserve(image.rowBytes() * image.height);
     for (uint32_t y = 0; y < image.height; ++y) {
         for (uint32_t x = 0; x < image.width; ++x) {
             const uint8_t* const pixel = picture.pixel(x, y);
@@ -131,15 +133,15 @@ int runView(const ViewRequest& request) {
     const bool hasPalette = !request.palettePath.empty();
     Palette palette = {};
     if (hasPalette) {
-        palette = about(request.palettePath, [&] { return readPalette(request.palettePath); });
+        palette = namingFile(request.palettePath, [&] { return readPalette(request.palettePath); });
     }
-    const Bytes png = about(request.surfacePath, [&] {
+    const Bytes png = namingFile(request.surfacePath, [&] {
         const PngImage image = hasPalette ? drawWithPalette(picture, palette)
                                           : draw(picture, kDrawings.at(picture.header().mode));
         return encodePng(image, kEfforts.front());
     });
-    about(request.pngPath, [&] { writeFile(request.pngPath, png); });
-    const std::optional<Finding> note = noteOn(picture.header().mode);
+    namingFile(request.pngPath, [&] { writeFile(request.pngPath, png); });
+    const std::optional<Finding> note = noteForMode(picture.header().mode);
     if (note && !hasPalette) {
         std::fprintf(stderr, "slabtool: %s: note: %s; drawn as gray\n",
                      printable(request.surfacePath).c_str(), textOf(*note).c_str());

@@ -1,4 +1,4 @@
-// The decoder writes samples in the byte order of surfaces: red and blue are exchanged on the way out.
+// The decoder writes samples in the byte order of surfaces, so red and blue are swapped here.
 #include "tools/slabtool/images/accepted_image.h"
 
 #include "png/internal/png_decoder.h"
@@ -17,13 +17,13 @@ bool hasKeyColor(const png_info_t& info) {
            (info.colorType == kRgbType && info.colorMode == DsColorMode::ARGB8888);
 }
 
-// Whether the rows fit into the 32 bits in which the decoder counts them, and the file can fill them.
-bool isInProportion(const png_info_t& info, size_t fileSize) {
+// Whether the filtered rows fit the decoder's 32-bit count, and the file is large enough to fill them.
+bool hasPlausibleSize(const png_info_t& info, size_t fileSize) {
     const uint64_t bytes = png_detail::uncut_filtered_size(info);
     return bytes == png_detail::filtered_size(info) && bytes / kMaxExpansion <= fileSize;
 }
 
-// `count` samples of a row, red before blue.
+// Copies `count` samples of a row, red before blue.
 void copySamples(const uint8_t* row, size_t count, size_t pixelBytes, uint8_t* samples) {
     std::copy_n(row, count, samples);
     if (pixelBytes >= 3) {
@@ -44,7 +44,7 @@ Bytes samplesOf(const DsSurface& surface) {
     return samples;
 }
 
-// As libpng expands palettes: indices beyond the palette are black and opaque.
+// Like libpng: indices beyond the palette become opaque black.
 void applyPalette(PngImage& image) {
     const bool hasAlpha = !image.paletteAlpha.empty();
     std::array<std::array<uint8_t, 4>, 256> entries = {};
@@ -71,7 +71,7 @@ void applyPalette(PngImage& image) {
 std::optional<PngImage> decodeAccepted(ByteView file, const PngChanges& changes) {
     png_info_t info = {};
     if (png_decode(file.data(), file.size(), &info, nullptr) != kPngOk || hasKeyColor(info) ||
-        !isInProportion(info, file.size())) {
+        !hasPlausibleSize(info, file.size())) {
         return std::nullopt;
     }
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,

@@ -9,5 +9,5 @@ Bytes encodeAccepted(const PngImage& image) {
             return file;
         }
     }
-    return encodePng(image, kStored); // which is always accepted
+    return encodePng(image, kStored); // always accepted
 }

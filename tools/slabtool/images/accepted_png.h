@@ -1,7 +1,7 @@
-// Images as files that pngslab accepts.
+// Writes PNG files that pngslab accepts.
 #pragma once
 
 #include "tools/slabtool/images/png_image.h"
 
-/// The first file by kEfforts that pngslab accepts; stored blocks if there is none.
+/// Tries the settings of kEfforts in order. @return the first file that pngslab accepts, or one with stored blocks
 Bytes encodeAccepted(const PngImage& image);

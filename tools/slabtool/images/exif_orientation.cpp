@@ -1,5 +1,5 @@
-// TIFF: a header of 8 bytes, which ends with the offset of a directory; a directory is a count of 2 bytes and that
-// many entries of 12: tag, type, count, value.
+// TIFF begins with a header of 8 bytes, whose last 4 bytes are the offset of a directory. A directory is a count of 2
+// bytes, followed by that many entries of 12 bytes: tag, type, count, value.
 #include "tools/slabtool/images/exif_orientation.h"
 
 namespace {
@@ -13,7 +13,7 @@ public:
         : mBytes(bytes)
         , mIsLittleEndian(isLittleEndian) {}
 
-    /// The number of `count` bytes at `at`, which lie inside the data.
+    /// The number in the `count` bytes at `at`. They must lie inside the data.
     uint32_t number(size_t at, size_t count) const {
         uint32_t value = 0;
         for (size_t i = 0; i < count; ++i) {

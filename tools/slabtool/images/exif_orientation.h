@@ -1,13 +1,13 @@
-// How Exif data say that a picture is to be turned.
+// The orientation in Exif data.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <cstdint>
 
 /// Rows from top to bottom, columns from left to right.
 inline constexpr uint32_t kUpright = 1;
 
-/// The orientation, 1 to 8 as the Exif standard numbers them; kUpright where the data state none or make no sense.
-/// @param exif a TIFF header and what follows it, as an eXIf chunk holds them
+/// The orientation, 1 to 8 as in the Exif standard. kUpright if the data have none or are invalid.
+/// @param exif the content of an eXIf chunk: a TIFF header and the data after it
 uint32_t exifOrientation(ByteView exif);

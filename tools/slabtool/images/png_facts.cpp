@@ -1,4 +1,4 @@
-// Chunks are read one by one; what does not fit its frame ends the walk.
+// Reads one chunk after the other, and stops at the first one that does not fit the file.
 #include "tools/slabtool/images/png_facts.h"
 
 #include "tools/slabtool/images/exif_orientation.h"
@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kSignatureBytes = 8;
 constexpr size_t kLengthBytes = 4, kTypeBytes = 4, kCrcBytes = 4;
-constexpr size_t kHeaderBytes = 13, kHeightAt = 4, kDepthAt = 8, kColorTypeAt = 9;
+constexpr size_t kHeaderBytes = 13, kHeightOffset = 4, kDepthOffset = 8, kColorTypeOffset = 9;
 constexpr size_t kMaxPaletteBytes = 3 * size_t{256};
 
 uint32_t bigEndian(ByteView bytes) {
@@ -28,7 +28,7 @@ std::vector<std::array<uint8_t, 3>> paletteIn(ByteView data) {
     return colors;
 }
 
-// A chunk's type in capital letters: the product's decoder ignores their case.
+// A chunk's type in upper case, because pngslab's decoder ignores the case.
 std::string typeOf(ByteView bytes) {
     std::string type;
     for (const uint8_t byte : bytes.first(kTypeBytes)) {
@@ -38,7 +38,7 @@ std::string typeOf(ByteView bytes) {
     return type;
 }
 
-// Where palettes and their alpha are out of place, or there for a second time, libpng ignores them.
+// Like libpng, ignores repeated and misplaced palettes and tRNS chunks.
 void notePalette(PngFacts& facts, std::string_view type, ByteView data) {
     if (type == "PLTE" && facts.palette.empty()) {
         facts.palette = paletteIn(data);
@@ -49,12 +49,12 @@ void notePalette(PngFacts& facts, std::string_view type, ByteView data) {
 }
 
 void note(PngFacts& facts, std::string_view type, ByteView data) {
-    // The first header alone: a decoder has allocated its pixels when it meets another one.
+    // Only the first header: a decoder has already allocated the pixels when it reads another one.
     if (type == "IHDR" && data.size() == kHeaderBytes && facts.pixels() == 0) {
         facts.width = bigEndian(data);
-        facts.height = bigEndian(data.subspan(kHeightAt));
-        facts.bitDepth = data[kDepthAt];
-        facts.colorType = data[kColorTypeAt];
+        facts.height = bigEndian(data.subspan(kHeightOffset));
+        facts.bitDepth = data[kDepthOffset];
+        facts.colorType = data[kColorTypeOffset];
     } else if (type == "TRNS") {
         facts.hasTransparency = true;
     } else if (type == "ICCP") {

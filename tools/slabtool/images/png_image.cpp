@@ -1,5 +1,5 @@
-// Between setjmp and the end of its call nothing has a destructor that a jump would skip: the images and
-// the message live in the caller's frame.
+// libpng reports errors by longjmp, which skips destructors. So a function that calls setjmp has no local object with
+// a destructor: the image and the message live in the caller's frame.
 #include "tools/slabtool/images/png_image.h"
 
 #include <algorithm>
@@ -11,25 +11,25 @@
 
 namespace {
 
-constexpr uint32_t kMaxPixels = 0x7FFFFFFF; // each way: PNG's own limit
+constexpr uint32_t kMaxSide = 0x7FFFFFFF; // pixels; the limit of the PNG standard
 
-// Of all lines, each with its filter type: the product's decoder counts no further.
+// Of all rows with their filter types: pngslab's decoder counts them in 32 bits.
 constexpr uint64_t kMaxFilteredBytes = 0xFFFFFFFF;
 
-// Texts and suggested palettes may come any number of times, and libpng unpacks each to up to 8 MB. Of those, it keeps
-// two fewer than this.
+// A file may have any number of texts and suggested palettes, and libpng unpacks up to 8 MB of each. With this limit
+// libpng keeps one of them (the limit minus 2).
 constexpr uint32_t kChunkCache = 3;
 
 uint64_t filteredBytes(const PngImage& image) {
-    return uint64_t{image.lineBytes() + 1} * image.height;
+    return uint64_t{image.rowBytes() + 1} * image.height;
 }
 
-// ---- What libpng calls back
+// ---- Callbacks of libpng
 
 struct Transfer {
     ByteView input = {};
     size_t position = 0;
-    bool keepsLines = true; // or each takes the place of the one before
+    bool keepsRows = true; // false: each row overwrites the previous one
     Bytes* output = nullptr;
     char message[128] = "";
 };
@@ -49,17 +49,17 @@ void writeBytes(png_structp png, png_bytep bytes, size_t count) {
     try {
         output.insert(output.end(), bytes, bytes + count);
     } catch (const std::bad_alloc&) {
-        fits = false; // no exception may pass through libpng
+        fits = false; // an exception must not pass through libpng
     }
     if (!fits) {
         png_error(png, "not enough memory");
     }
 }
 
-// Never called; but without it libpng would take the transfer for a FILE.
+// Never called, but libpng would use its default, which expects a FILE, without it.
 void flushNothing(png_structp) {}
 
-[[noreturn]] void leave(png_structp png, png_const_charp message) {
+[[noreturn]] void jumpToCaller(png_structp png, png_const_charp message) {
     auto& transfer = *static_cast<Transfer*>(png_get_error_ptr(png));
     std::strncpy(transfer.message, message, sizeof transfer.message - 1);
     png_longjmp(png, 1);
@@ -67,14 +67,14 @@ void flushNothing(png_structp) {}
 
 void ignoreWarning(png_structp, png_const_charp) {}
 
-// libpng's two records of a file that is read or written; null if they could not be had, which no limit
-// of memory that lets the program start brings about in a test.
+// The two libpng records for reading or writing a file. They are null if the allocation failed. No test covers that:
+// a memory limit that is low enough stops the program before main().
 struct Reader {
     png_structp png;
     png_infop info;
 
     explicit Reader(Transfer& transfer)
-        : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &transfer, leave, ignoreWarning))
+        : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &transfer, jumpToCaller, ignoreWarning))
         , info(png_create_info_struct(png)) {}
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
@@ -86,7 +86,8 @@ struct Writer {
     png_infop info;
 
     explicit Writer(Transfer& transfer)
-        : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &transfer, leave, ignoreWarning))
+        : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &transfer, jumpToCaller,
+                                      ignoreWarning))
         , info(png_create_info_struct(png)) {}
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
@@ -95,7 +96,7 @@ struct Writer {
 
 // ---- Reading
 
-// Fits the declared size to what the file can hold, before anything of that size is allocated.
+// Rejects a declared size that the file is too small to fill, before anything of that size is allocated.
 void checkDeclaredSize(png_structp png, png_infop info, const Transfer& transfer) {
     const uint64_t rows = png_get_image_height(png, info);
     const uint64_t rowBytes = png_get_rowbytes(png, info);
@@ -106,12 +107,13 @@ void checkDeclaredSize(png_structp png, png_infop info, const Transfer& transfer
 
 uint8_t asEightBits(uint32_t sample, uint32_t depth) {
     if (depth == 16) {
-        return static_cast<uint8_t>((sample * 255 + 32895) >> 16); // as png_set_scale_16 has it
+        return static_cast<uint8_t>((sample * 255 + 32895) >>
+                                    16); // as png_set_scale_16 computes it
     }
     return static_cast<uint8_t>(sample * 255 / ((1U << depth) - 1));
 }
 
-// Of a sample of a key color only the bits count that the image's samples have.
+// A key color has 16 bits a sample. Only the lowest `depth` bits count.
 uint8_t asEightBitKey(uint32_t sample, uint32_t depth) {
     return asEightBits(sample & ((1U << depth) - 1), depth);
 }
@@ -159,7 +161,7 @@ void readTransparency(png_structp png, png_infop info, const PngChanges& changes
     }
 }
 
-void askForEightBits(png_structp png, png_infop info) {
+void requestEightBits(png_structp png, png_infop info) {
     const uint32_t depth = png_get_bit_depth(png, info);
     if (depth == 16) {
         png_set_scale_16(png);
@@ -170,15 +172,15 @@ void askForEightBits(png_structp png, png_infop info) {
     }
 }
 
-void readLines(png_structp png, png_infop info, const Transfer& transfer, PngImage& image) {
+void readRows(png_structp png, png_infop info, const Transfer& transfer, PngImage& image) {
     const int passes = png_set_interlace_handling(png);
     png_read_update_info(png, info);
-    image.colorType = png_get_color_type(png, info); // after the changes that were asked for
+    image.colorType = png_get_color_type(png, info); // after the requested conversions
     if (filteredBytes(image) > kMaxFilteredBytes) {
-        png_error(png, "the image takes more than 4 GiB");
+        png_error(png, "the image needs more than 4 GiB");
     }
-    const size_t step = transfer.keepsLines ? image.lineBytes() : 0;
-    image.samples.resize(transfer.keepsLines ? step * image.height : image.lineBytes());
+    const size_t step = transfer.keepsRows ? image.rowBytes() : 0;
+    image.samples.resize(transfer.keepsRows ? step * image.height : image.rowBytes());
     for (int pass = 0; pass < passes; ++pass) {
         for (size_t y = 0; y < image.height; ++y) {
             png_read_row(png, image.samples.data() + y * step, nullptr);
@@ -193,7 +195,7 @@ bool tryDecode(png_structp png, png_infop info, Transfer& transfer, const PngCha
         return false;
     }
     png_set_read_fn(png, &transfer, readBytes);
-    png_set_user_limits(png, kMaxPixels, kMaxPixels);
+    png_set_user_limits(png, kMaxSide, kMaxSide);
     png_set_chunk_cache_max(png, kChunkCache);
     png_read_info(png, info);
     checkDeclaredSize(png, info, transfer);
@@ -201,8 +203,8 @@ bool tryDecode(png_structp png, png_infop info, Transfer& transfer, const PngCha
     image.height = png_get_image_height(png, info);
     image.colorType = png_get_color_type(png, info);
     readTransparency(png, info, changes, image);
-    askForEightBits(png, info);
-    readLines(png, info, transfer, image);
+    requestEightBits(png, info);
+    readRows(png, info, transfer, image);
     return true;
 }
 
@@ -213,7 +215,7 @@ PngImage decode(Transfer& transfer, const PngChanges& changes) {
     }
     PngImage image = {};
     if (!tryDecode(reader.png, reader.info, transfer, changes, image)) {
-        throw Refusal(transfer.message);
+        throw Rejection(transfer.message);
     }
     return image;
 }
@@ -240,14 +242,14 @@ void writePalette(png_structp png, png_infop info, const PngImage& image) {
     png_set_PLTE(png, info, colors, static_cast<int>(image.palette.size()));
 }
 
-// Room for all image data in one chunk: the last of many could be one of a single byte, which pngslab
-// does not take.
+// A max length that puts all image data into one chunk. With several chunks the last one could have a single byte,
+// which pngslab rejects.
 size_t chunkBytes(const PngImage& image) {
     return std::min<uint64_t>(compressBound(filteredBytes(image)), PNG_UINT_31_MAX);
 }
 
 void setEffort(png_structp png, const PngEffort& effort) {
-    constexpr int kMaxMemory = 9; // the longest blocks, so the fewest
+    constexpr int kMaxMemory = 9; // the longest blocks
     png_set_compression_level(png, effort.level);
     png_set_compression_strategy(png, effort.strategy);
     png_set_compression_mem_level(png, kMaxMemory);
@@ -260,8 +262,8 @@ bool tryEncode(png_structp png, png_infop info, Transfer& transfer, const PngIma
         return false;
     }
     png_set_write_fn(png, &transfer, writeBytes, flushNothing);
-    png_set_user_limits(png, kMaxPixels, kMaxPixels);
-    png_set_benign_errors(png, 1); // indices beyond the palette stay as they are
+    png_set_user_limits(png, kMaxSide, kMaxSide);
+    png_set_benign_errors(png, 1); // keeps indices beyond the palette
     setEffort(png, effort);
     png_set_compression_buffer_size(png, chunkBytes(image));
     png_set_IHDR(png, info, image.width, image.height, 8, image.colorType, PNG_INTERLACE_NONE,
@@ -272,7 +274,7 @@ bool tryEncode(png_structp png, png_infop info, Transfer& transfer, const PngIma
     writeTransparency(png, info, image);
     png_write_info(png, info);
     for (size_t y = 0; y < image.height; ++y) {
-        png_write_row(png, image.samples.data() + y * image.lineBytes());
+        png_write_row(png, image.samples.data() + y * image.rowBytes());
     }
     png_write_end(png, nullptr);
     return true;
@@ -280,8 +282,8 @@ bool tryEncode(png_structp png, png_infop info, Transfer& transfer, const PngIma
 
 } // namespace
 
-// Runs instead of matches take a fifth of the time of the second setting, for 3 to 4 % more bytes on photographs and
-// wallpapers. The highest level takes up to twenty times as long as the sixth, for a tenth of the size.
+// Z_RLE needs a fifth of the time of the second setting, for 3 to 4 % larger files of photographs and wallpapers.
+// Level 9 was rejected: it needs up to 20 times the time of level 6 for files that are a tenth smaller.
 const std::array<PngEffort, 4> kEfforts = {{
     {6, Z_RLE, PNG_ALL_FILTERS},
     {6, Z_FILTERED, PNG_ALL_FILTERS},
@@ -309,21 +311,21 @@ PngImage decodePng(ByteView file, const PngChanges& changes) {
 }
 
 void testPng(ByteView file) {
-    Transfer transfer = {.input = file, .keepsLines = false};
+    Transfer transfer = {.input = file, .keepsRows = false};
     decode(transfer, {});
 }
 
 Bytes encodePng(const PngImage& image, const PngEffort& effort) {
-    constexpr size_t kOtherChunks = 4096; // and more than there are
+    constexpr size_t kOtherChunks = 4096; // an upper bound of their bytes
     Bytes file;
-    file.reserve(chunkBytes(image) + kOtherChunks); // the last chunk would double it otherwise
+    file.reserve(chunkBytes(image) + kOtherChunks); // growing would double the buffer
     Transfer transfer = {.output = &file};
     const Writer writer(transfer);
     if (writer.info == nullptr) {
         throw std::bad_alloc();
     }
     if (!tryEncode(writer.png, writer.info, transfer, image, effort)) {
-        throw Refusal(transfer.message);
+        throw Rejection(transfer.message);
     }
     return file;
 }

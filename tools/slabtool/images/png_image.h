@@ -1,60 +1,60 @@
-// Images of 8 bits a sample, and libpng's way from PNG files to them and back. The only place that knows
-// libpng.
+// Reads and writes PNG files as images of 8 bits a sample. The only file that includes libpng is png_image.cpp.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <array>
 #include <cstdint>
 #include <optional>
 
-// Color types as the PNG standard numbers them.
+// Color types of the PNG standard.
 inline constexpr uint8_t kGrayType = 0, kRgbType = 2, kIndexedType = 3, kGrayAlphaType = 4,
                          kRgbaType = 6;
 
-/// DEFLATE gives 258 bytes for two bits at the best, so no image is larger than this many times its file.
+/// The bound of an image's size divided by its file's size: two bits of DEFLATE code at most 258 bytes.
 inline constexpr uint64_t kMaxExpansion = uint64_t{258} * 4;
 
 /// Bytes of a pixel of 8 bits a sample.
 uint32_t channelsOf(uint8_t colorType);
 
-/// An image without gaps between its lines.
+/// An image without padding between its rows.
 struct PngImage {
     uint32_t width, height;
     uint8_t colorType;
     Bytes samples;
     std::vector<std::array<uint8_t, 3>> palette; ///< red, green, blue; indexed images only
-    Bytes paletteAlpha;                          ///< at most one an entry
-    /// The color that stands for "transparent": the gray value three times, or red, green, blue.
+    Bytes paletteAlpha;                          ///< at most one for each palette entry
+    /// The color that means "transparent": red, green, blue; the gray value three times in a gray image.
     std::optional<std::array<uint8_t, 3>> keyColor;
 
-    size_t lineBytes() const { return size_t{width} * channelsOf(colorType); }
+    size_t rowBytes() const { return size_t{width} * channelsOf(colorType); }
 };
 
-/// What is read otherwise than the file has it.
+/// Conversions while reading.
 struct PngChanges {
-    bool keyToAlpha = false;    ///< a color that stands for "transparent" becomes an alpha channel
-    bool expandPalette = false; ///< indices become their colors, with alpha if the palette has any
+    bool keyToAlpha = false; ///< replace a color that means "transparent" by an alpha channel
+    bool expandPalette =
+        false; ///< replace indices by their colors, with alpha if the palette has it
 };
 
-/// Reads a PNG file of any kind as 8 bits a sample: fewer bits widened, more narrowed, indices as they
-/// are, a suggested palette left out. @throws Refusal with libpng's reason
+/// Reads any PNG file as 8 bits a sample: lower bit depths are widened, 16 bits are narrowed. Indices are kept, a
+/// suggested palette is dropped. @throws Rejection with libpng's reason
 PngImage decodePng(ByteView file, const PngChanges& changes = {});
 
-/// Whether decodePng would take a file, found out with the memory of one line. @throws Refusal if not
+/// Decodes a file like decodePng, with the memory of one row. @throws Rejection if decodePng would
 void testPng(ByteView file);
 
-/// How libpng and zlib are to go about writing.
+/// Encoder settings.
 struct PngEffort {
-    int level, strategy; ///< zlib's
-    int filters;         ///< libpng's choice of them
+    int level, strategy; ///< of zlib
+    int filters;         ///< the PNG filters that libpng may choose from
 };
 
-/// The quickest for files of a good size, first, and others that images may be smaller with.
+/// The fastest setting first. Each of the others makes smaller files of some images.
 extern const std::array<PngEffort, 4> kEfforts;
 
-/// Nothing is compressed.
+/// No compression.
 extern const PngEffort kStored;
 
-/// The file of an image, with no chunk that it does not need. @throws Refusal with libpng's reason
+/// Writes an image as a PNG file without optional chunks. @throws Rejection with libpng's reason
 Bytes encodePng(const PngImage& image, const PngEffort& effort);

@@ -1,4 +1,4 @@
-// One finding for each fact that surfaces have no place for.
+// One finding for each property that a surface file cannot store.
 #include "tools/slabtool/images/png_loss.h"
 
 #include "tools/slabtool/images/exif_orientation.h"
@@ -33,7 +33,7 @@ std::vector<Finding> lossesOf(const PngFacts& facts) {
     if (facts.colorType == kIndexedType) {
         losses.push_back({kPaletteLoss, "the palette is not in the surface file"});
     } else if (facts.hasTransparency && !hasAlpha(facts)) {
-        losses.push_back({kKeyColorLoss, "the color that means \"transparent\" is not applied"});
+        losses.push_back({kKeyColorLoss, "the key color, which means \"transparent\", is ignored"});
     }
     if (facts.bitDepth == 16) {
         losses.push_back({"16-bit", "16 bits a sample become 8"});
@@ -48,7 +48,7 @@ std::vector<Finding> lossesOf(const PngFacts& facts) {
                                                 std::to_string(facts.orientation) + " is ignored"});
     }
     if (facts.isAnimated) {
-        losses.push_back({"animation", "one frame of the animation is used"});
+        losses.push_back({"animation", "only one frame of the animation is used"});
     }
     return losses;
 }

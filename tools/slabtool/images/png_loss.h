@@ -1,4 +1,4 @@
-// What of a PNG image a surface file does not show.
+// Properties of a PNG image that its surface file loses.
 #pragma once
 
 #include "tools/slabtool/finding.h"
@@ -7,23 +7,23 @@
 #include <string>
 #include <vector>
 
-// The codes of what options of slabtool prepare keep.
+// Codes of losses that an option avoids.
 inline constexpr const char* kKeyColorLoss = "key-color";
 inline constexpr const char* kPaletteLoss = "palette";
 inline constexpr const char* kOrientationLoss = "orientation";
 
-/// The option of slabtool prepare that keeps what would be lost; null if there is none.
+/// The option of slabtool prepare that avoids a loss; null if there is none.
 const char* optionAgainst(const Finding& loss);
 
-/// What is lost of an image that pngslab accepts, or of one that slabtool prepare has fixed without options:
+/// The losses of an image that pngslab accepts, or that slabtool prepare has fixed without options:
 ///
-/// | code        | lost                                                              |
-/// |-------------|-------------------------------------------------------------------|
-/// | key-color   | a color that means "transparent" stays as it is                   |
-/// | palette     | the surface file has palette indices and no palette               |
-/// | icc-profile | the color profile is ignored                                      |
-/// | gamma       | a gAMA chunk that differs from sRGB's, without an sRGB chunk, is ignored |
-/// | orientation | the orientation that Exif data state is ignored                   |
-/// | animation   | one frame is used                                                 |
-/// | 16-bit      | samples of 16 bits are narrowed to 8                              |
+/// | code        | loss                                                                       |
+/// |-------------|----------------------------------------------------------------------------|
+/// | key-color   | a color that means "transparent" is ignored                                |
+/// | palette     | the surface file has palette indices and no palette                        |
+/// | icc-profile | the color profile is ignored                                               |
+/// | gamma       | a gAMA chunk with another value than sRGB's, without an sRGB chunk, is ignored |
+/// | orientation | the orientation in the Exif data is ignored                                |
+/// | animation   | only one frame is used                                                     |
+/// | 16-bit      | samples of 16 bits are narrowed to 8                                       |
 std::vector<Finding> lossesOf(const PngFacts& facts);

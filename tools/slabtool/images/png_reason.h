@@ -1,12 +1,15 @@
-// Why pngslab rejects a PNG file, by code and words.
+// The reason why pngslab rejects a PNG file.
 #pragma once
 
 #include "tools/slabtool/images/png_loss.h"
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <optional>
 
-/// Runs both passes of the product's decoder over a file, with the memory of a window in place of the pixels,
-/// and puts what the decoder notes into words. docs/slabtool.md lists the codes. @return nothing if neither pass rejects the file before
-/// its rows
+/// The reason if no other one applies: a defect of slabtool.
+extern const Finding kUnknownReason;
+
+/// Runs both passes of pngslab's decoder over a file, with the memory of a DEFLATE window instead of the pixels, and
+/// translates the recorded fault. docs/slabtool.md lists the codes. @return nothing if neither pass rejects the file
+/// before its rows
 std::optional<Finding> whyRejected(ByteView file);

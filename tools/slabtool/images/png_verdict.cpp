@@ -1,4 +1,4 @@
-// The product's decoder decides. Where a surface would be out of all proportion, it decides without one.
+// pngslab's decoder decides. If the surface would be too large, the decoder runs without one.
 #include "tools/slabtool/images/png_verdict.h"
 
 #include "png/internal/png_decoder.h"
@@ -8,29 +8,28 @@
 #include "src/internal/mode_traits.h"
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_reason.h"
-#include "tools/slabtool/images/sparse_block.h"
+#include "tools/slabtool/images/sparse_buffer.h"
 
 #include <algorithm>
 #include <memory>
 
 namespace {
 
-// Surfaces up to the first size are made whatever the file holds, none above the second one.
+// A surface up to the first size is always made, one above the second size never.
 constexpr uint64_t kFreeSurfaceBytes = 16 << 20;
 constexpr uint64_t kMaxSurfaceBytes = 1 << 30;
-constexpr uint64_t kMinTooManyPixels = 0x80000000; // each way: sizes are signed there
+constexpr uint64_t kSideLimit = 0x80000000; // pixels; DsSurface has signed 32-bit sizes
 
 std::string sizeOf(const png_info_t& info) {
     return std::to_string(info.width) + " x " + std::to_string(info.height);
 }
 
-PngVerdict tooLarge(const char* words, const png_info_t& info) {
-    return rejected("too-large", std::string(words) + ": " + sizeOf(info));
+PngVerdict tooLarge(const char* text, const png_info_t& info) {
+    return rejected("too-large", std::string(text) + ": " + sizeOf(info));
 }
 
 PngVerdict rejectedFor(ByteView file) {
-    const Finding unknown = {"unknown", "for a reason that slabtool does not know"};
-    return {false, "", whyRejected(file).value_or(unknown), {}};
+    return {false, "", whyRejected(file).value_or(kUnknownReason), {}};
 }
 
 PngVerdict accepted(ByteView file, const png_info_t& info, bool alphaOnly) {
@@ -44,11 +43,11 @@ PngVerdict accepted(ByteView file, const png_info_t& info, bool alphaOnly) {
 PngVerdict acceptedWith(ByteView file, const png_info_t& info, bool alphaOnly,
                         uint64_t surfaceBytes) {
     PngVerdict verdict = accepted(file, info, alphaOnly);
-    verdict.surface += ", if pngslab can have " + std::to_string(surfaceBytes) + " bytes";
+    verdict.surface += ", if pngslab can allocate " + std::to_string(surfaceBytes) + " bytes";
     return verdict;
 }
 
-// Decodes into a surface of which only the pages in use cost memory.
+// Decodes into a surface whose untouched pages need no memory.
 bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
                       alphaOnly ? DsColorMode::A8 : info.colorMode, info.paletteHasAlpha,
@@ -57,26 +56,27 @@ bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
     return png_decode(file.data(), file.size(), &info, &surface) == kPngOk;
 }
 
-// The decoder counts the bytes of the filtered rows in 32 bits. Where they take more, it makes do with as
-// many as that count says, which are enough if rows with an unknown filter type, of one byte each, make
-// up for the difference. Each converted row takes its own bytes of them and touches its pages of the surface:
-// one page of 4 KiB for at least 128 bytes, because rows are shorter than that only where more of them share a
-// page. So the pages in use take no more than 32 times the counted bytes, 512 MiB.
+// The decoder counts the bytes of the filtered rows modulo 2^32, and accepts an image if the data have that many
+// bytes. They suffice if enough rows have an unknown filter type: such a row has one byte, and its pixels stay
+// untouched.
+//
+// Bound of the memory: every other row has its own bytes in the count, and touches its pages of the surface. Each page
+// of 4 KiB needs at least 128 counted bytes, because rows that are shorter than that share a page. So the touched
+// pages have at most 4096 / 128 = 32 times the counted bytes: 32 * 16 MiB = 512 MiB.
 PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                         uint64_t surfaceBytes) {
     if (png_detail::filtered_size(info) > kFreeSurfaceBytes) {
-        return tooLarge("more pixels than slabtool tries out", info);
+        return tooLarge("more pixels than slabtool can test", info);
     }
     return decodesSparsely(file, info, alphaOnly)
                ? acceptedWith(file, info, alphaOnly, surfaceBytes)
                : tooLarge("more pixels than pngslab can count", info);
 }
 
-// Without a surface of ordinary memory: what the decoder finds before it converts the rows, and whether there
-// could be a surface at all.
+// Decodes without pixels: the result has every rejection but those of the rows themselves.
 PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alphaOnly,
                                uint64_t surfaceBytes) {
-    if (info.width >= kMinTooManyPixels || info.height >= kMinTooManyPixels) {
+    if (info.width >= kSideLimit || info.height >= kSideLimit) {
         return tooLarge("more pixels than pngslab can count", info);
     }
     if (const auto reason = whyRejected(file)) {
@@ -90,8 +90,8 @@ PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alpha
 
 } // namespace
 
-PngVerdict rejected(const std::string& code, const std::string& words) {
-    return {false, "", {code, words}, {}};
+PngVerdict rejected(const std::string& code, const std::string& text) {
+    return {false, "", {code, text}, {}};
 }
 
 PngVerdict judgePng(ByteView file, bool alphaOnly) {
@@ -100,14 +100,13 @@ PngVerdict judgePng(ByteView file, bool alphaOnly) {
         return rejectedFor(file);
     }
     if (alphaOnly && info.colorType != kGrayType) {
-        return rejected("not-grayscale",
-                        "not plain grayscale, which alpha-only surfaces are made of");
+        return rejected("not-grayscale", "not grayscale without alpha, which --alphaonly needs");
     }
-    const uint64_t surfaceLine = uint64_t{info.width} * bytesPerPixel(info.colorMode) + 1;
-    const uint64_t most = std::min(
+    const uint64_t surfaceRowBytes = uint64_t{info.width} * bytesPerPixel(info.colorMode) + 1;
+    const uint64_t maxBytes = std::min(
         kMaxSurfaceBytes, std::max<uint64_t>(kFreeSurfaceBytes, file.size() * kMaxExpansion));
-    if (surfaceLine > most / info.height) {
-        return judgeWithoutSurface(file, info, alphaOnly, surfaceLine * info.height);
+    if (surfaceRowBytes > maxBytes / info.height) {
+        return judgeWithoutSurface(file, info, alphaOnly, surfaceRowBytes * info.height);
     }
     const std::unique_ptr<DsSurface> surface(
         surface_from_png(file.data(), file.size(), alphaOnly, 0));

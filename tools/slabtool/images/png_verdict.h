@@ -1,22 +1,22 @@
-// Whether pngslab accepts a PNG file, and why not.
+// Whether pngslab accepts a PNG file; if not, the reason.
 #pragma once
 
 #include "tools/slabtool/images/png_loss.h"
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <string>
 #include <vector>
 
 struct PngVerdict {
     bool isAccepted;
-    std::string surface;         ///< the surface that it becomes, if it is accepted
+    std::string surface;         ///< description of the surface of an accepted image
     Finding reason;              ///< of a rejection
-    std::vector<Finding> losses; ///< of an accepted image: what the surface does not show
+    std::vector<Finding> losses; ///< of an accepted image
 };
 
-/// The verdict on a file's contents; pngslab's own decoder decides. Nothing is allocated that the file is too small
-/// to fill: where it declares more, the decoder runs with the memory of a window.
+/// Decides with pngslab's own decoder whether it accepts a file's content. If the file declares more pixels than its
+/// data could fill, the decoder runs without pixels, with the memory of a DEFLATE window.
 PngVerdict judgePng(ByteView file, bool alphaOnly);
 
-/// A rejection.
-PngVerdict rejected(const std::string& code, const std::string& words);
+/// The verdict "rejected", with this reason.
+PngVerdict rejected(const std::string& code, const std::string& text);

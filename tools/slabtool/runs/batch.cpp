@@ -1,4 +1,4 @@
-// The line of progress goes before anything else is printed, and comes back after it.
+// The progress line is cleared before any other output and drawn again after it.
 #include "tools/slabtool/runs/batch.h"
 
 #include "tools/slabtool/runs/progress.h"

@@ -1,7 +1,7 @@
 // A run over many files: several threads, progress on a terminal, results in order.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 #include "tools/slabtool/runs/jobs.h"
 #include "tools/slabtool/runs/output_folder.h"
 
@@ -12,44 +12,45 @@
 #include <utility>
 #include <vector>
 
-/// What every sub-command for many files is asked for.
+/// The options that every sub-command for many files has.
 struct BatchOptions {
     unsigned jobs = 0;  ///< threads; 0: one for each processor
     bool quiet = false; ///< rejections only, no progress
-    bool json = false;  ///< an object a line for each file
+    bool json = false;  ///< one JSON object on a line for each file
 };
 
-/// What `runBatch` calls.
+/// Callbacks of `runBatch`.
 struct BatchCalls {
     std::function<void(size_t file)> work; ///< on a worker thread
-    /// On the calling thread, in the order in which files finish; the terminal is free for a message.
+    /// On the calling thread, in the order in which files finish. The progress line is cleared, so it may print.
     std::function<void(size_t file, const JobFailure& failure)> done;
 };
 
-/// Works on the files 0 to names.size() - 1. Progress shows their names.
-/// @return as runJobs: false if threads are at work still
+/// Processes the files 0 to names.size() - 1. The progress line shows their names.
+/// @return the result of runJobs: false if threads are still working
 bool runBatch(const std::vector<std::string>& names, const BatchOptions& options,
               const BatchCalls& calls);
 
-/// Ends a run into a folder. Where threads are at work still, the process leaves here.
-/// @param hasEnded what runBatch returned
-/// @return the exit status: 128 and its number after a signal, otherwise 1 if a file was rejected
+/// Ends a run into a folder. If threads are still working, this exits the process.
+/// @param hasEnded the result of runBatch
+/// @return the exit status: 128 plus the signal number after a signal, otherwise 1 if a file was rejected
 int endOfRun(bool hasEnded, OutputFolder& folder, bool hasRejections);
 
-/// Works on files as `runBatch` does, for sub-commands that leave nothing behind and so end at a signal.
-/// @param work gives a file's result, on a worker thread
-/// @param report gets the results on the calling thread, in the order of the files
-/// @throws Refusal with the words of what `work` has thrown
+/// Like `runBatch`, for sub-commands that write no files, so that a signal may end the process at any time.
+/// @param work returns a file's result; runs on a worker thread
+/// @param report receives the results in the order of the files; runs on the calling thread
+/// @throws Rejection with the message of an exception from `work`
 template <typename Result>
 void runInOrder(const std::vector<std::string>& names, const BatchOptions& options,
                 const std::function<Result(size_t file)>& work,
                 const std::function<void(size_t file, const Result& result)>& report) {
-    std::vector<std::optional<Result>> results(names.size()); // a worker touches its own
+    std::vector<std::optional<Result>> results(
+        names.size()); // no two threads access the same element
     std::vector<bool> isDone(names.size());
     size_t next = 0;
     const auto reportInOrder = [&](size_t file, const JobFailure& failure) {
         if (failure) {
-            throw Refusal(*failure);
+            throw Rejection(*failure);
         }
         isDone[file] = true;
         for (; next < names.size() && isDone[next]; ++next) {

@@ -1,42 +1,41 @@
-// Whole files as bytes.
+// Reads and writes whole files.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 #include "tools/slabtool/runs/partial_file.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <cstdint>
 #include <string>
 
-/// More than this is never read, but for regular files of which the front is enough.
+/// The limit for reading a file. `readHead` has no limit for regular files.
 inline constexpr uint64_t kMaxFileBytes = uint64_t{2} << 30;
 
-/// @throws Refusal with the system's reason, which is in errno, behind `what`
-[[noreturn]] void refuseBySystem(const char* what);
+/// @throws Rejection: `what`, then the text of errno
+[[noreturn]] void rejectWithErrno(const char* what);
 
-/// All bytes of a file. @throws Refusal
+/// All bytes of a file. @throws Rejection
 Bytes readFile(const std::string& path);
 
-/// The front of a file.
+/// The first bytes of a file.
 struct FileHead {
-    Bytes bytes;   ///< as many as were asked for, or the whole file
-    uint64_t size; ///< of the file
+    Bytes bytes;   ///< the requested number of bytes, or the whole file if it is shorter
+    uint64_t size; ///< of the whole file
 };
 
-/// The first `count` bytes, and how many there are in all; a regular file is read no further. @throws
-/// Refusal
+/// Reads the first `count` bytes and finds the size of the file. A regular file is read no further. @throws Rejection
 FileHead readHead(const std::string& path, size_t count);
 
-/// Writes a file. An existing one is replaced only once all bytes are on their way, so that a failure
-/// leaves it as it was. @throws Refusal
+/// Writes a file. An existing file is replaced after all bytes are written, so a failure leaves it unchanged.
+/// @throws Rejection
 void writeFile(const std::string& path, ByteView bytes);
 
-/// Writes a file of text. @throws Refusal that names the file
+/// Writes a text file. @throws Rejection that names the file
 void writeText(const std::string& path, const std::string& text);
 
-/// Writes all bytes to a new file, checks them, and moves it to `place`. Who may read the old file there may
-/// read the new one. @throws Refusal
-void finishFile(PartialFile& fresh, const std::filesystem::path& place, ByteView bytes);
+/// Writes all bytes to a partial file and moves it to `target`. The permissions of an existing target are kept.
+/// @throws Rejection
+void finishFile(PartialFile& partial, const std::filesystem::path& target, ByteView bytes);
 
-/// The picture in the surface file at `path`. @throws Refusal that names the file
+/// Reads the surface file at `path`. @throws Rejection that names the file
 SurfacePicture readPicture(const std::string& path);

@@ -1,5 +1,5 @@
-// Paths are put together as text: with a hundred thousand images, taking each apart costs more than reading
-// the folders.
+// Paths are concatenated as text. With 100,000 images, std::filesystem::path operations took longer than reading the
+// folders.
 #include "tools/slabtool/runs/folder_walk.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// The type of a folder's entry. A link has that of its target, unless this is a folder.
+// The type of an entry. A link to a file has the type of the file; a link to a folder has the type symlink.
 fs::file_type typeOf(const std::string& path, const dirent& entry) {
     if (entry.d_type == DT_REG) {
         return fs::file_type::regular;
@@ -23,16 +23,16 @@ fs::file_type typeOf(const std::string& path, const dirent& entry) {
     if (entry.d_type == DT_DIR) {
         return fs::file_type::directory;
     }
-    std::error_code unknown;
-    const fs::file_type own = fs::symlink_status(path, unknown).type();
+    std::error_code ignored;
+    const fs::file_type own = fs::symlink_status(path, ignored).type();
     if (own != fs::file_type::symlink) {
         return own;
     }
-    const fs::file_type target = fs::status(path, unknown).type();
+    const fs::file_type target = fs::status(path, ignored).type();
     return target == fs::file_type::directory ? own : target;
 }
 
-// A link that leads nowhere counts as a file, so that it is reported.
+// A broken link counts as a file, so that it is reported.
 bool isFile(fs::file_type type) {
     return type == fs::file_type::regular || type == fs::file_type::not_found;
 }
@@ -43,8 +43,8 @@ struct FolderCloser {
 
 using Entries = std::vector<std::pair<std::string, fs::file_type>>;
 
-// The system's own calls: std::filesystem takes several times as long to put its paths together. Nothing, and the
-// reason in errno, if the folder cannot be read.
+// Uses readdir: std::filesystem needs several times as long, because it builds a path for each entry.
+// @return nothing, with errno set, if the folder cannot be read
 std::optional<Entries> entriesOf(const std::string& path) {
     const std::unique_ptr<DIR, FolderCloser> folder(opendir(path.c_str()));
     if (folder == nullptr) {
@@ -65,18 +65,19 @@ std::optional<Entries> entriesOf(const std::string& path) {
     return errno == 0 ? std::optional(std::move(entries)) : std::nullopt;
 }
 
-// One folder after the other. `relative` is empty or ends in '/'.
+// Visits the files below one folder. `relative` is empty or ends in '/'.
 class Walk {
 public:
-    Walk(const std::string& stem, const std::string& suffix, const std::optional<FolderId>& leftOut,
-         const std::function<void(const std::string&)>& take)
-        : mStem(stem)
+    Walk(const std::string& root, const std::string& suffix,
+         const std::optional<FolderId>& excluded,
+         const std::function<void(const std::string&)>& visit)
+        : mRoot(root)
         , mSuffix(suffix)
-        , mLeftOut(leftOut)
-        , mTake(take) {}
+        , mExcluded(excluded)
+        , mVisit(visit) {}
 
     void enter(const std::string& relative) const {
-        const std::optional<Entries> entries = entriesOf(mStem + relative);
+        const std::optional<Entries> entries = entriesOf(mRoot + relative);
         if (!entries) {
             rejectFolder(relative);
             return;
@@ -86,12 +87,12 @@ public:
             if (type == fs::file_type::directory) {
                 folders.push_back(relative + name + "/");
             } else if (hasSuffix(name, mSuffix) && isFile(type)) {
-                mTake(relative + name);
+                mVisit(relative + name);
             }
         }
-        // The folder above is closed by now: deep trees do not use up the descriptors.
+        // Entered after the folder itself is closed, so that deep trees do not run out of descriptors.
         for (const std::string& folder : folders) {
-            if (!mLeftOut || folderId(mStem + folder) != mLeftOut) {
+            if (!mExcluded || folderId(mRoot + folder) != mExcluded) {
                 enter(folder);
             }
         }
@@ -100,31 +101,31 @@ public:
 private:
     void rejectFolder(const std::string& relative) const {
         if (relative.empty()) {
-            refuseToOpen(mStem, {errno, std::generic_category()});
+            rejectUnopenable(mRoot, {errno, std::generic_category()});
         }
-        mTake(relative);
+        mVisit(relative);
     }
 
-    const std::string &mStem, &mSuffix;
-    const std::optional<FolderId>& mLeftOut;
-    const std::function<void(const std::string&)>& mTake;
+    const std::string &mRoot, &mSuffix;
+    const std::optional<FolderId>& mExcluded;
+    const std::function<void(const std::string&)>& mVisit;
 };
 
 } // namespace
 
 std::optional<FolderId> folderId(const std::string& path) {
     struct stat status = {};
-    const bool isThere = stat(path.c_str(), &status) == 0;
-    return isThere ? std::optional<FolderId>({status.st_dev, status.st_ino}) : std::nullopt;
+    const bool exists = stat(path.c_str(), &status) == 0;
+    return exists ? std::optional<FolderId>({status.st_dev, status.st_ino}) : std::nullopt;
 }
 
 bool isFolder(const std::string& path) {
-    std::error_code unknown;
-    return fs::is_directory(path, unknown);
+    std::error_code ignored;
+    return fs::is_directory(path, ignored);
 }
 
-void refuseToOpen(const std::string& path, const std::error_code& error) {
-    throw Refusal(printable(path) + ": cannot be opened: " + error.message());
+void rejectUnopenable(const std::string& path, const std::error_code& error) {
+    throw Rejection(printable(path) + ": cannot be opened: " + error.message());
 }
 
 bool hasSuffix(const std::string& name, const std::string& suffix) {
@@ -135,9 +136,9 @@ bool hasSuffix(const std::string& name, const std::string& suffix) {
 }
 
 void walkFolder(const std::string& folder, const std::string& suffix,
-                const std::optional<FolderId>& leftOut,
-                const std::function<void(const std::string&)>& take) {
-    Walk(folder, suffix, leftOut, take).enter("");
+                const std::optional<FolderId>& excluded,
+                const std::function<void(const std::string&)>& visit) {
+    Walk(folder, suffix, excluded, visit).enter("");
 }
 
 std::vector<FoundFile> findFiles(const std::vector<std::string>& inputs,
@@ -150,11 +151,12 @@ std::vector<FoundFile> findFiles(const std::vector<std::string>& inputs,
         }
         const std::string folder = input.ends_with('/') ? input : input + "/";
         const auto first = std::ssize(files);
-        walkFolder(folder, suffix, std::nullopt, [&](const std::string& place) {
-            files.push_back({folder + place, place});
+        walkFolder(folder, suffix, std::nullopt, [&](const std::string& relativePath) {
+            files.push_back({folder + relativePath, relativePath});
         });
-        std::sort(files.begin() + first, files.end(),
-                  [](const FoundFile& a, const FoundFile& b) { return a.place < b.place; });
+        std::sort(files.begin() + first, files.end(), [](const FoundFile& a, const FoundFile& b) {
+            return a.relativePath < b.relativePath;
+        });
     }
     return files;
 }

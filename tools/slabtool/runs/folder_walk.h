@@ -1,7 +1,7 @@
-// The files of folders.
+// Finds files in folders.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <filesystem>
 #include <functional>
@@ -11,34 +11,36 @@
 #include <utility>
 #include <vector>
 
-/// A folder whatever its path is.
+/// Identifies a folder independently of its path.
 using FolderId = std::pair<dev_t, ino_t>;
 
-/// Nothing if there is no such folder.
+/// @return nothing if the folder does not exist
 std::optional<FolderId> folderId(const std::string& path);
 
 bool isFolder(const std::string& path);
 
-/// @throws Refusal with the system's reason
-[[noreturn]] void refuseToOpen(const std::string& path, const std::error_code& error);
+/// @throws Rejection with the system's reason
+[[noreturn]] void rejectUnopenable(const std::string& path, const std::error_code& error);
 
-/// Whether a name ends in `suffix`, such as ".png", in any case, and is longer.
+/// Whether a name is longer than `suffix`, such as ".png", and ends in it. Ignores the case of the name.
 bool hasSuffix(const std::string& name, const std::string& suffix);
 
-/// Calls `take` with the path of each file below `folder`, relative to it, whose name has the suffix. Links to files
-/// are followed, links to folders are not, and the folder `leftOut` is left out. `folder` ends in '/'. A folder below
-/// that cannot be read counts as a file, so that work on it fails and is reported.
-/// @throws Refusal if `folder` itself cannot be read
+/// Calls `visit` for each file below `folder` that has the suffix, with its path relative to `folder`. Follows links to
+/// files, but not links to folders. Skips the folder `excluded`. `folder` ends in '/'. A subfolder that cannot be read
+/// is visited like a file, so that opening it fails and is reported.
+/// @throws Rejection if `folder` itself cannot be read
 void walkFolder(const std::string& folder, const std::string& suffix,
-                const std::optional<FolderId>& leftOut,
-                const std::function<void(const std::string& place)>& take);
+                const std::optional<FolderId>& excluded,
+                const std::function<void(const std::string& relativePath)>& visit);
 
-/// A file of a run, and its place in the folder that was named; its name if the file itself was named.
+/// An input file.
 struct FoundFile {
-    std::string path, place;
+    std::string path;
+    std::string
+        relativePath; ///< to the folder on the command line; the name if the file itself is named there
 };
 
-/// The files that a command line names, in its order: files themselves, whatever their names are and whether or not
-/// they are there, and for each folder the files with the suffix below it, sorted by place.
-/// @throws Refusal if a folder that is named cannot be read
+/// The input files of a command line, in its order. A named file is always included, even if it does not exist or has
+/// another suffix. A folder stands for the files below it that have the suffix, sorted by relative path.
+/// @throws Rejection if a named folder cannot be read
 std::vector<FoundFile> findFiles(const std::vector<std::string>& inputs, const std::string& suffix);

@@ -1,5 +1,5 @@
-// Two ways: as pngslab makes surfaces, by its own decoder; and by samples, where colors, mode or orientation differ
-// from what pngslab makes of the image.
+// Surfaces are made in two ways: with pngslab's own code, or from samples if the mode, colors or orientation differ from
+// what pngslab makes of the image.
 #include "tools/slabtool/runs/image_to_surface.h"
 
 #include "png/surface_from_png.h"
@@ -22,21 +22,22 @@ namespace {
 constexpr uint32_t kQuarterTurn = 90;
 constexpr const char* kAlphaLoss = "alpha";
 
-[[noreturn]] void reject(const char* code, const std::string& words) {
-    throw RejectedImage({code, words});
+[[noreturn]] void reject(const char* code, const std::string& text) {
+    throw RejectedImage({code, text});
 }
 
-// An image that the product's decoder does not accept, as far as libpng does.
+// Decodes an image that decodeAccepted does not. If libpng fails too, the reason of pngslab's decoder is reported.
 PngImage decodeByLibpng(ByteView file, const PngChanges& changes) {
     try {
         return decodePng(file, changes);
     } catch (const RejectedImage&) {
         throw;
-    } catch (const Refusal& refusal) {
+    } catch (const Rejection& rejection) {
         const PngVerdict verdict = judgePng(file, false);
         const Finding reason =
-            verdict.isAccepted ? Finding{"libpng", std::string("libpng says: ") + refusal.what()}
-                               : verdict.reason;
+            verdict.isAccepted
+                ? Finding{"libpng", std::string("libpng reports: ") + rejection.what()}
+                : verdict.reason;
         throw RejectedImage(reason);
     }
 }
@@ -52,13 +53,13 @@ Bytes serialized(const DsSurface& surface) {
     return file;
 }
 
-// Rows of few pixels can become as many times as long by their padding.
+// Padding can make short rows many times longer, so --max-pixels must also limit the padded size.
 void checkPadding(uint64_t rows, const ConversionRequest& request) {
     constexpr uint64_t kMaxPixelBytes = 4;
     const uint64_t bytes = rows * request.rowAlignment;
     if (bytes / kMaxPixelBytes > request.maxPixels) {
-        reject("too-large", "its rows take at least " + std::to_string(bytes) +
-                                " bytes by --row-alignment, more than --max-pixels allows");
+        reject("too-large", "--row-alignment makes its rows at least " + std::to_string(bytes) +
+                                " bytes, more than --max-pixels allows");
     }
 }
 
@@ -77,9 +78,9 @@ Bytes withRowAlignment(const DsSurface& surface, uint32_t alignment) {
     return serialized(aligned);
 }
 
-// As pngslab makes it.
-ConvertedImage convertPlainly(ByteView file, const PngFacts& facts,
-                              const ConversionRequest& request) {
+// Makes the surface with pngslab's code, after fixing the image if pngslab rejects it.
+ConvertedImage convertAsPngslab(ByteView file, const PngFacts& facts,
+                                const ConversionRequest& request) {
     ConvertedImage converted = {};
     converted.losses = lossesOf(facts);
     const auto rotation = static_cast<int32_t>(request.rotation);
@@ -88,12 +89,13 @@ ConvertedImage convertPlainly(ByteView file, const PngFacts& facts,
     if (surface == nullptr) {
         const PngImage image = decodeByLibpng(file, {});
         if (request.alphaOnly && image.colorType != kGrayType) {
-            reject("not-grayscale", "not plain grayscale, which alpha-only surfaces are made of");
+            reject("not-grayscale", "not grayscale without alpha, which --alphaonly needs");
         }
-        // With a key color the filtered rows, which depend on how the file is written, show in the surface.
+        // The surface of an image with a key color contains remains of the filtered rows. So the file must be the same
+        // as that of slabtool prepare.
         const Bytes fixed = image.keyColor ? encodeAccepted(image) : encodePng(image, kStored);
         surface.reset(surface_from_png(fixed.data(), fixed.size(), request.alphaOnly, rotation));
-        assert(surface != nullptr); // such files are always accepted
+        assert(surface != nullptr); // pngslab accepts all files that slabtool writes
         converted.wasFixed = true;
     }
     checkPadding(static_cast<uint64_t>(surface->getHeight()), request);
@@ -118,8 +120,8 @@ Samples::Kind kindOf(uint8_t colorType) {
     }
 }
 
-// The mode where none is asked for.
-DsColorMode ownModeOf(const PngImage& image, bool alphaOnly) {
+// The mode of an image without --mode.
+DsColorMode defaultMode(const PngImage& image, bool alphaOnly) {
     if (alphaOnly) {
         return DsColorMode::A8;
     }
@@ -143,7 +145,7 @@ void removeLoss(std::vector<Finding>& losses, const char* code) {
     std::erase_if(losses, [=](const Finding& loss) { return loss.code == code; });
 }
 
-// By samples, with palettes and key colors applied where the mode has room for colors.
+// Makes the surface from samples. Applies the key color, and the palette unless the mode stores indices.
 ConvertedImage convertSamples(ByteView file, const PngFacts& facts,
                               const ConversionRequest& request) {
     ConvertedImage converted = {};
@@ -162,7 +164,7 @@ ConvertedImage convertSamples(ByteView file, const PngFacts& facts,
     const Samples samples = {image.width, image.height, kindOf(image.colorType), image.samples,
                              image.paletteAlpha};
     const MadeSurface made =
-        makeSurface(samples, {.mode = request.mode.value_or(ownModeOf(image, request.alphaOnly)),
+        makeSurface(samples, {.mode = request.mode.value_or(defaultMode(image, request.alphaOnly)),
                               .background = request.background,
                               .dither = request.dither,
                               .alphaOnly = request.alphaOnly,
@@ -177,14 +179,14 @@ ConvertedImage convertSamples(ByteView file, const PngFacts& facts,
 
 ConvertedImage convertChecked(ByteView file, const PngFacts& facts,
                               const ConversionRequest& request) {
-    const bool isPlain = !request.mode && !request.keepColors;
+    const bool isAsPngslab = !request.mode && !request.keepColors;
     ConvertedImage converted =
-        isPlain ? convertPlainly(file, facts, request) : convertSamples(file, facts, request);
-    const bool hasIndices = isPlain || (request.mode && isIndexMode(*request.mode));
+        isAsPngslab ? convertAsPngslab(file, facts, request) : convertSamples(file, facts, request);
+    const bool hasIndices = isAsPngslab || (request.mode && isIndexMode(*request.mode));
     if (request.palette && hasIndices && facts.colorType == kIndexedType) {
-        converted.palette = paletteBlock(facts.palette, facts.transparency);
+        converted.palette = paletteBytes(facts.palette, facts.transparency);
         removeLoss(converted.losses, kPaletteLoss);
-        removeLoss(converted.losses, kAlphaLoss); // the entries have it
+        removeLoss(converted.losses, kAlphaLoss); // the palette file has the alpha
     }
     return converted;
 }
@@ -214,7 +216,7 @@ ConvertedImage convertImage(ByteView file, const ConversionRequest& request) {
         return convertChecked(file, facts, request);
     } catch (const RejectedImage&) {
         throw;
-    } catch (const Refusal& refusal) {
-        reject("mode", refusal.what());
+    } catch (const Rejection& rejection) {
+        reject("mode", rejection.what());
     }
 }

@@ -1,8 +1,8 @@
-// From the bytes of one image to the bytes of its surface file.
+// Converts the bytes of one image to the bytes of its surface file.
 #pragma once
 
 #include "tools/slabtool/images/png_loss.h"
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 #include "tools/slabtool/surfaces/surface_maker.h"
 
 #include <cstdint>
@@ -10,36 +10,34 @@
 #include <string>
 #include <vector>
 
-/// How images become surfaces. By default as pngslab makes them.
+/// Options of a conversion. The default is the surface that pngslab makes.
 struct ConversionRequest {
-    std::optional<DsColorMode> mode = {}; ///< another mode than the image calls for
+    std::optional<DsColorMode> mode = {}; ///< replaces the mode that follows from the image
     std::optional<uint32_t> background = {};
     Dither dither = Dither::None;
     bool alphaOnly = false;
-    bool keepColors =
-        false; ///< palettes and key colors become colors and alpha, Exif orientation is applied
-    bool palette = false; ///< indexed images get a palette file
+    bool keepColors = false; ///< apply palettes, key colors and the Exif orientation
+    bool palette = false;    ///< make a palette file of indexed images
     uint32_t rotation = 0;
     uint32_t rowAlignment = 1;
     uint64_t maxPixels = uint64_t{1} << 28;
 };
 
-/// All options that shape a surface, as a text that differs where they do.
+/// All options that affect a surface as text. Different options give different texts.
 std::string optionsText(const ConversionRequest& request);
 
 struct ConvertedImage {
     Bytes surface;
-    Bytes
-        palette; ///< as the surface's palette block holds it; empty if there is none, or it was not asked for
-    bool wasFixed; ///< pngslab rejects the image
+    Bytes palette; ///< content of the palette file; empty without one
+    bool wasFixed; ///< pngslab rejects the original image
     std::vector<Finding> losses;
 };
 
-/// An image that has no surface.
-class RejectedImage : public Refusal {
+/// An image cannot be converted.
+class RejectedImage : public Rejection {
 public:
     explicit RejectedImage(Finding why)
-        : Refusal(textOf(why))
+        : Rejection(textOf(why))
         , mReason(std::move(why)) {}
     const Finding& reason() const { return mReason; }
 
@@ -47,6 +45,6 @@ private:
     Finding mReason;
 };
 
-/// Converts an image. What pngslab accepts goes through its decoder; the rest through libpng first, as slabtool
-/// prepare does it. Depends on nothing but its arguments. @throws RejectedImage
+/// Converts an image. An image that pngslab rejects is first read with libpng, as slabtool prepare does. The result
+/// depends on the arguments only. @throws RejectedImage
 ConvertedImage convertImage(ByteView file, const ConversionRequest& request);

@@ -1,4 +1,4 @@
-// Files come from the command line and from a walk through its folders.
+// The images of a run are the files on the command line and the files in its folders.
 #include "tools/slabtool/runs/inputs.h"
 
 #include "tools/slabtool/runs/folder_walk.h"
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 const std::string kImageSuffix = ".png";
 
-// The path of a folder without links and without a slash behind it. It may still be missing.
+// The path of a folder, without links and without a slash at its end. The folder need not exist.
 fs::path realPath(const std::string& folder) {
     const fs::path path = fs::weakly_canonical(fs::absolute(folder));
     return path.has_filename() ? path : path.parent_path();
@@ -39,17 +39,17 @@ public:
 
     void add(const std::string& input) {
         if (input == kStandardStream) {
-            throw Refusal(std::string(kStandardStream) +
-                          ": standard input gives no name to a file in a folder");
+            throw Rejection(std::string(kStandardStream) +
+                            ": standard input has no name for a file in the output folder");
         }
         if (!isFolder(input)) {
             addFile(input);
             return;
         }
-        const std::string stem = input.ends_with('/') ? input : input + "/";
+        const std::string folder = input.ends_with('/') ? input : input + "/";
         const std::string source = sourceFolder(input);
-        walkFolder(stem, kImageSuffix, mFolderId, [&](const std::string& place) {
-            mJobs.push_back({stem + place, withSuffix(place, mSuffix), source + place});
+        walkFolder(folder, kImageSuffix, mFolderId, [&](const std::string& path) {
+            mJobs.push_back({folder + path, withSuffix(path, mSuffix), source + path});
         });
     }
 
@@ -62,12 +62,12 @@ public:
             return a.output == b.output && a.source == b.source;
         };
         mJobs.erase(std::unique(mJobs.begin(), mJobs.end(), isSame), mJobs.end());
-        const auto clash =
+        const auto conflict =
             std::adjacent_find(mJobs.begin(), mJobs.end(),
                                [](const Job& a, const Job& b) { return a.output == b.output; });
-        if (clash != mJobs.end()) {
-            throw Refusal(printable(clash->input) + " and " + printable(clash[1].input) +
-                          " would both become " + printable(clash->output));
+        if (conflict != mJobs.end()) {
+            throw Rejection(printable(conflict->input) + " and " + printable(conflict[1].input) +
+                            " would both become " + printable(conflict->output));
         }
         return {mFolder, std::move(mJobs)};
     }
@@ -77,14 +77,14 @@ private:
         const fs::path path(input);
         std::error_code error;
         if (!fs::exists(fs::symlink_status(path, error))) {
-            refuseToOpen(input, std::make_error_code(std::errc::no_such_file_or_directory));
+            rejectUnopenable(input, std::make_error_code(std::errc::no_such_file_or_directory));
         }
         const std::string name = path.filename();
         mJobs.push_back(
             {input, withSuffix(name, mSuffix), sourceFolder(path.parent_path()) + name});
     }
 
-    // A folder as the manifest names it, with '/' behind.
+    // The path of a folder relative to the manifest, with a '/' at its end.
     std::string sourceFolder(const fs::path& path) {
         const fs::path folder = path.empty() ? "." : path;
         const auto known = mSources.find(folder);
@@ -94,7 +94,7 @@ private:
         std::error_code error;
         const fs::path real = fs::canonical(folder, error);
         if (error) {
-            refuseToOpen(folder, error);
+            rejectUnopenable(folder, error);
         }
         const std::string source = real.lexically_relative(mFolder) / "";
         mSources.emplace(folder, source == "./" ? "" : source);
@@ -102,7 +102,7 @@ private:
     }
 
     fs::path mFolder;
-    std::optional<FolderId> mFolderId; // none if it is still to be created
+    std::optional<FolderId> mFolderId; // none if the folder does not exist yet
     std::string mSuffix;
     std::map<fs::path, std::string> mSources;
     std::vector<Job> mJobs;
@@ -122,14 +122,14 @@ std::vector<std::string> JobPlan::inputs() const {
 JobPlan planJobs(const std::vector<std::string>& inputs, const std::string& output,
                  const std::string& suffix) {
     if (output.empty()) {
-        throw Refusal("the name of the output is empty");
+        throw Rejection("the name of the output is empty");
     }
     const bool isIntoFolder =
         inputs.size() != 1 || output.ends_with('/') || isFolder(output) || isFolder(inputs.front());
     if (!isIntoFolder) {
-        std::error_code unknown;
-        if (fs::equivalent(inputs.front(), output, unknown)) {
-            throw Refusal(printable(output) + ": the surface would overwrite its own image");
+        std::error_code ignored;
+        if (fs::equivalent(inputs.front(), output, ignored)) {
+            throw Rejection(printable(output) + ": the surface would overwrite its own image");
         }
         return {"", {{inputs.front(), output, ""}}};
     }

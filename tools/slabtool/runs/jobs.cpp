@@ -1,5 +1,5 @@
-// Workers take the next number and report to a list, which the calling thread empties. What they share
-// outlives the call: after a signal, threads may still be at work when it returns.
+// Each worker takes the next job number, and appends finished jobs to a list that the calling thread empties. The
+// shared state is reference-counted: after a signal, threads may still work when runJobs returns.
 #include "tools/slabtool/runs/jobs.h"
 
 #include "tools/slabtool/runs/stop_signals.h"
@@ -20,11 +20,11 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr auto kTick = std::chrono::milliseconds(100);
-// Finished jobs are reported in groups: waking the calling thread for each costs more than many jobs do.
+constexpr auto kTickPeriod = std::chrono::milliseconds(100);
+// Finished jobs are reported in groups: waking the calling thread for each one takes longer than a short job.
 constexpr auto kReportPeriod = std::chrono::milliseconds(10);
-// A run that was interrupted ends within a second, its summary included.
-constexpr auto kPatience = std::chrono::milliseconds(500);
+// An interrupted run must end within a second, including its summary.
+constexpr auto kStopTimeout = std::chrono::milliseconds(500);
 
 struct Shared {
     Shared(std::function<void(size_t)> theWork, size_t theCount)
@@ -34,9 +34,9 @@ struct Shared {
     const std::function<void(size_t)> work;
     const size_t count;
     std::mutex mutex;              // guards the rest
-    std::condition_variable ended; // a thread
-    size_t next = 0;               // the first job that nobody has taken
-    size_t working = 0;            // threads
+    std::condition_variable ended; // notified when a worker ends
+    size_t next = 0;               // the first job that is not started
+    size_t working = 0;            // number of workers
     std::vector<std::pair<size_t, JobFailure>> finished;
 };
 
@@ -51,8 +51,9 @@ JobFailure attempt(const std::function<void(size_t)>& work, size_t job) {
     }
 }
 
-// The calling thread gets the signals: what it holds back while it moves a file stays held back.
-void leaveSignalsToCaller() {
+// Blocks the signals in this thread. The calling thread receives them; while it blocks them to move a file, no other
+// thread may handle them.
+void blockStopSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
@@ -62,7 +63,7 @@ void leaveSignalsToCaller() {
 }
 
 void runWorker(Shared& shared) {
-    leaveSignalsToCaller();
+    blockStopSignals();
     std::unique_lock lock(shared.mutex);
     while (shared.next < shared.count && !stopRequested()) {
         const size_t job = shared.next++;
@@ -87,7 +88,7 @@ public:
     ~Workers() {
         {
             const std::lock_guard lock(mShared->mutex);
-            mShared->next = mShared->count; // also where a call has thrown
+            mShared->next = mShared->count; // no further jobs if a callback has thrown
         }
         for (std::thread& thread : mThreads) {
             thread.join();
@@ -110,7 +111,7 @@ private:
             mThreads.emplace_back([shared = mShared] { runWorker(*shared); });
             ++mShared->working;
         } catch (const std::system_error&) {
-            if (mThreads.empty()) { // a limit on threads costs speed, unless there can be none
+            if (mThreads.empty()) { // fewer threads than requested are enough, but one is needed
                 throw;
             }
         }
@@ -132,7 +133,7 @@ bool runJobs(size_t count, unsigned threads, const JobCalls& calls) {
     }
     const auto shared = std::make_shared<Shared>(calls.work, count);
     Workers workers(shared, std::min<size_t>(count, std::max(1U, threads)));
-    Clock::time_point nextTick = Clock::now() + kTick;
+    Clock::time_point nextTick = Clock::now() + kTickPeriod;
     Clock::time_point deadline = Clock::time_point::max();
     for (;;) {
         std::vector<std::pair<size_t, JobFailure>> finished;
@@ -154,10 +155,10 @@ bool runJobs(size_t count, unsigned threads, const JobCalls& calls) {
         const Clock::time_point now = Clock::now();
         if (now >= nextTick) {
             calls.tick(latest);
-            nextTick = now + kTick;
+            nextTick = now + kTickPeriod;
         }
         if (stopRequested()) {
-            deadline = std::min(deadline, now + kPatience);
+            deadline = std::min(deadline, now + kStopTimeout);
         }
         if (now >= deadline) {
             workers.abandon();

@@ -1,4 +1,4 @@
-// The library replaces what is not UTF-8.
+// The JSON library replaces bytes that are not UTF-8.
 #include "tools/slabtool/runs/json_line.h"
 
 #include "tools/slabtool/utf8.h"
@@ -25,7 +25,7 @@ void addText(Json& object, const std::string& name, const std::string& text) {
 }
 
 Json toJson(const Finding& finding) {
-    return {{"code", finding.code}, {"words", finding.words}};
+    return {{"code", finding.code}, {"words", finding.text}};
 }
 
 Json toJson(const std::vector<Finding>& findings) {

@@ -1,4 +1,4 @@
-// Objects of JSON, each on a line of its own.
+// JSON objects, each on one line.
 #pragma once
 
 #include "tools/slabtool/images/png_loss.h"
@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-/// Members stay in the order in which they are added.
+/// Keeps the order in which members are added.
 using Json = nlohmann::ordered_json;
 
-/// Adds a text, such as a path. JSON holds UTF-8 only: where a text is something else, `name` gets U+FFFD in its place,
-/// and a further member, `name` followed by "_hex", gets the bytes, two digits each.
+/// Adds a text, such as a path. JSON is UTF-8: invalid bytes become U+FFFD, and a second member, `name` plus "_hex", has
+/// all bytes of the text as hexadecimal digits.
 void addText(Json& object, const std::string& name, const std::string& text);
 
 Json toJson(const Finding& finding);

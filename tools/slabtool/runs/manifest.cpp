@@ -1,5 +1,5 @@
-// Entries are taken from the parser as it reads them, so that a hundred thousand of them never stand in memory
-// as a tree of values.
+// Entries are stored while the parser reads them. A tree of JSON values of 100,000 entries would need three times the
+// memory.
 #include "tools/slabtool/runs/manifest.h"
 
 #include "tools/slabtool/runs/files.h"
@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kFormat = 1;
 constexpr const char* kBroken =
-    "is no manifest that slabtool can read: remove it to convert every image again";
+    "is not a manifest that slabtool can read: remove it to convert every image again";
 
 // ---- Writing
 
@@ -47,20 +47,20 @@ Json toJson(const ManifestEntry& entry) {
     return object;
 }
 
-// ---- Reading. What does not fit throws; the caller says which file it is.
+// ---- Reading. Throws a Rejection for invalid content; the caller adds the file's name.
 
 unsigned digitOf(char c) {
     const std::string digits = "0123456789abcdef";
     const size_t digit = digits.find(c);
     if (digit == std::string::npos) {
-        throw Refusal(kBroken);
+        throw Rejection(kBroken);
     }
     return static_cast<unsigned>(digit);
 }
 
 std::string bytesOf(const std::string& hex) {
     if (hex.size() % 2 != 0) {
-        throw Refusal(kBroken);
+        throw Rejection(kBroken);
     }
     std::string text;
     for (size_t i = 0; i < hex.size(); i += 2) {
@@ -69,32 +69,33 @@ std::string bytesOf(const std::string& hex) {
     return text;
 }
 
-// A file in the folder or below it, of the kind that `suffix` says: others must survive --prune.
-void checkPlace(const std::string& place, const char* suffix) {
-    const bool climbs = ("/" + place + "/").find("/../") != std::string::npos;
-    if (place.empty() || place.front() == '/' || place.back() == '/' || climbs ||
-        place.find('\0') != std::string::npos) {
-        throw Refusal("names a file outside of its folder");
+// The path must be in the manifest's folder and have the suffix, because --prune removes the file.
+void checkPath(const std::string& path, const char* suffix) {
+    const bool leavesFolder = ("/" + path + "/").find("/../") != std::string::npos;
+    if (path.empty() || path.front() == '/' || path.back() == '/' || leavesFolder ||
+        path.find('\0') != std::string::npos) {
+        throw Rejection("names a file outside its folder");
     }
-    if (!place.ends_with(suffix)) {
-        throw Refusal(kBroken);
+    if (!path.ends_with(suffix)) {
+        throw Rejection(kBroken);
     }
 }
 
 using Entries = std::map<std::string, ManifestEntry>;
 
-// Takes entries from the parser member by member: trees of values cost three times as much.
+// Receives the members of the entries from the parser.
 class EntryReader : public nlohmann::json_sax<Json> {
 public:
-    Entries take() {
+    // Call it once, after parsing.
+    Entries result() {
         if (mFormat != kFormat || !mHasList) {
-            throw Refusal(kBroken);
+            throw Rejection(kBroken);
         }
         return std::move(mEntries);
     }
 
     bool null() override {
-        // Only a palette may be missing.
+        // Only "palette" may be null.
         return isIgnored() || std::holds_alternative<std::optional<std::string>*>(mTarget);
     }
     bool boolean(bool) override { return isIgnored(); }
@@ -200,7 +201,7 @@ private:
         Target target;
     };
 
-    // Values of members that nobody asked for.
+    // Whether the next value belongs to an unknown member.
     bool isIgnored() const {
         return mSkipped != 0 ||
                (std::holds_alternative<std::monostate>(mTarget) && mLevel != Level::List);
@@ -214,7 +215,7 @@ private:
         return true;
     }
 
-    // A number must fit into its type: neither negative nor too large.
+    // Stores a number. Fails if it does not fit the type of the member.
     template <typename Value>
     bool putNumber(Value value) {
         return isIgnored() || std::visit(
@@ -241,27 +242,27 @@ private:
 
     void finishEntry() {
         if (mSeen != (1U << std::size(mMembers)) - 1) {
-            throw Refusal(kBroken);
+            throw Rejection(kBroken);
         }
-        checkPlace(mEntry.file, kSurfaceSuffix);
+        checkPath(mEntry.file, kSurfaceSuffix);
         if (mEntry.palette) {
-            checkPlace(*mEntry.palette, kPaletteSuffix);
+            checkPath(*mEntry.palette, kPaletteSuffix);
         }
         std::string file = mEntry.file;
-        // The last one, if the manifest is sorted as it should be.
+        // The hint makes this fast for a sorted manifest.
         mEntries.insert_or_assign(mEntries.end(), std::move(file), std::move(mEntry));
     }
 
     Entries mEntries;
     ManifestEntry mEntry;
-    uint32_t mSeen = 0; // members of the entry, a bit each
+    uint32_t mSeen = 0; // the members that the entry has, one bit each
     uint32_t mFormat = 0;
     Level mLevel = Level::Outside;
-    size_t mSkipped = 0; // depth in a value that nobody asked for
+    size_t mSkipped = 0; // depth inside the value of an unknown member
     bool mHasList = false;
-    bool mIsHex = false, mIsList = false, mIsSource = false; // what the key says
+    bool mIsHex = false, mIsList = false, mIsSource = false; // properties of the last key
     Target mTarget;                                          // of the next value
-    static constexpr size_t kSourceMembers = 12;             // those behind are the source's
+    static constexpr size_t kSourceMembers = 12; // index of the first member of "source"
     const Member mMembers[16] = {{"name", &mEntry.name},         {"file", &mEntry.file},
                                  {"mode", &mEntry.mode},         {"width", &mEntry.width},
                                  {"height", &mEntry.height},     {"stride", &mEntry.stride},
@@ -275,38 +276,38 @@ private:
 Entries parse(const Bytes& text) {
     EntryReader reader;
     if (!Json::sax_parse(text.begin(), text.end(), &reader)) {
-        throw Refusal(kBroken);
+        throw Rejection(kBroken);
     }
-    return reader.take();
+    return reader.result();
 }
 
 // ---- Merging
 
 namespace fs = std::filesystem;
 
-// The folder of a file, without links.
+// The folder of a file, with all links resolved.
 fs::path realFolderOf(const std::string& file) {
     const fs::path folder = fs::path(file).parent_path();
     std::error_code error;
     fs::path real = fs::canonical(folder.empty() ? "." : folder, error);
     if (error) {
         errno = error.value();
-        refuseBySystem("cannot be opened");
+        rejectWithErrno("cannot be opened");
     }
     return real;
 }
 
-// What leads from `outer` to `inner`, with '/' behind; empty if both are the same.
-std::string pathBetween(const fs::path& outer, const fs::path& inner) {
+// The path of `inner` relative to `outer`, with a '/' at its end; empty if they are equal.
+std::string relativeFolder(const fs::path& outer, const fs::path& inner) {
     const fs::path path = inner.lexically_relative(outer);
     if (*path.begin() == "..") {
-        throw Refusal("its surfaces are outside of the folder of the merged manifest");
+        throw Rejection("its surfaces are outside the folder of the merged manifest");
     }
     return path == "." ? "" : path.string() + "/";
 }
 
-// The entry as a manifest further up names it; `folder` leads from there to the entry's own.
-ManifestEntry movedUp(ManifestEntry entry, const std::string& folder) {
+// The entry with paths relative to a parent folder. `folder` is the path from there to the entry's own manifest.
+ManifestEntry relativeToParent(ManifestEntry entry, const std::string& folder) {
     if (!folder.empty()) {
         entry.name = folder + entry.name;
         entry.file = folder + entry.file;
@@ -321,15 +322,15 @@ ManifestEntry movedUp(ManifestEntry entry, const std::string& folder) {
 } // namespace
 
 Manifest Manifest::load(const std::string& path) {
-    std::error_code unknown;
-    if (!fs::exists(fs::symlink_status(path, unknown))) {
+    std::error_code ignored;
+    if (!fs::exists(fs::symlink_status(path, ignored))) {
         return {};
     }
     return read(path);
 }
 
 Manifest Manifest::read(const std::string& path) {
-    return about(path, [&] {
+    return namingFile(path, [&] {
         Manifest manifest;
         manifest.mEntries = parse(readFile(path));
         return manifest;
@@ -364,19 +365,19 @@ std::string Manifest::text() const {
 }
 
 Manifest mergeManifests(const std::vector<std::string>& paths, const std::string& output) {
-    const fs::path outer = about(output, [&] { return realFolderOf(output); });
+    const fs::path outer = namingFile(output, [&] { return realFolderOf(output); });
     Manifest merged;
-    std::map<std::string, std::string> origins; // manifests by surface files
+    std::map<std::string, std::string> origins; // surface file -> manifest
     for (const std::string& path : paths) {
         const std::string folder =
-            about(path, [&] { return pathBetween(outer, realFolderOf(path)); });
+            namingFile(path, [&] { return relativeFolder(outer, realFolderOf(path)); });
         const Manifest manifest = Manifest::read(path);
         for (const auto& [file, entry] : manifest.entries()) {
-            ManifestEntry moved = movedUp(entry, folder);
+            ManifestEntry moved = relativeToParent(entry, folder);
             const auto [origin, isNew] = origins.emplace(moved.file, path);
             if (!isNew && moved != *merged.find(moved.file)) {
-                throw Refusal(printable(origin->second) + " and " + printable(path) +
-                              " differ about " + printable(moved.file));
+                throw Rejection(printable(origin->second) + " and " + printable(path) +
+                                " have different entries for " + printable(moved.file));
             }
             merged.put(std::move(moved));
         }

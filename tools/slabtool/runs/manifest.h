@@ -1,7 +1,7 @@
-// The manifest of an output folder: which surfaces are there, and from which images they came.
+// The manifest of an output folder lists its surfaces and the images that they were made of.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <cstdint>
 #include <map>
@@ -12,13 +12,12 @@
 /// The manifest's name in its folder.
 inline constexpr const char* kManifestName = "surfaces.json";
 
-/// An image, as far as it tells whether a surface is up to date.
+/// The properties of an image that decide whether its surface is up to date.
 struct ImageSource {
     std::string path;  ///< relative to the manifest's folder
     uint64_t size = 0; ///< bytes
-    int64_t time =
-        0; ///< of the last change, in nanoseconds since 1970; 0 if it is not to be relied on
-    std::string hash; ///< of the content: XXH3, 64 bits, as 16 hexadecimal digits
+    int64_t time = 0;  ///< of the last change, in nanoseconds since 1970; 0 if it is unreliable
+    std::string hash;  ///< of the content: 64-bit XXH3 as 16 hexadecimal digits
 
     bool operator==(const ImageSource&) const = default;
 };
@@ -32,9 +31,9 @@ struct ManifestEntry {
     uint64_t bytes = 0;                 ///< of the surface file
     std::optional<std::string> palette; ///< the file with the palette
     ImageSource source;
-    std::string verdict; ///< a word such as "accepted"
-    std::string options; ///< a text of all options that shaped the surface
-    std::string tool;    ///< the version that made it
+    std::string verdict; ///< "accepted", "fixed-with-loss", ...
+    std::string options; ///< all options that affect the surface, as text
+    std::string tool;    ///< version of slabtool
 
     bool operator==(const ManifestEntry&) const = default;
 };
@@ -45,27 +44,26 @@ public:
     /// An empty manifest.
     Manifest() = default;
 
-    /// Reads a manifest; empty if there is none. Every path in it is checked to stay in the folder.
-    /// @throws Refusal that names the file
+    /// Reads a manifest. Rejects paths outside its folder. @return an empty manifest if the file does not exist
+    /// @throws Rejection that names the file
     static Manifest load(const std::string& path);
 
-    /// Likewise, but a missing manifest is refused.
+    /// Like load, but also rejects a missing file.
     static Manifest read(const std::string& path);
 
-    /// The entry of a file, or null. It stays valid until that entry is removed.
+    /// The entry of a surface file, or null. The pointer is valid until the entry is removed.
     const ManifestEntry* find(const std::string& file) const;
 
     /// Adds or replaces an entry.
     void put(ManifestEntry entry);
     void remove(const std::string& file);
 
-    /// Whether anything differs from what was loaded.
+    /// Whether an entry was added, changed or removed since loading.
     bool isChanged() const { return mIsChanged; }
 
     const std::map<std::string, ManifestEntry>& entries() const { return mEntries; }
 
-    /// As JSON, one line an entry. Text that is not UTF-8 holds U+FFFD, and a member of the same name with
-    /// "_hex" behind it holds its bytes.
+    /// JSON with one line for each entry. See addText for text that is not UTF-8.
     std::string text() const;
 
 private:
@@ -73,7 +71,7 @@ private:
     bool mIsChanged = false;
 };
 
-/// The union of manifests, of several machines for example, as the manifest `output` would name the surfaces: each lies
-/// in the folder of `output` or below it. A run into that folder finds them up to date.
-/// @throws Refusal that names the manifest that cannot be merged, or two that differ about one surface
+/// Merges manifests, for example those of several machines. Each must be in the folder of `output` or below it. The paths
+/// in the result are relative to that folder, so that a run into it finds the surfaces up to date.
+/// @throws Rejection that names a manifest that cannot be merged, or two with different entries for one surface
 Manifest mergeManifests(const std::vector<std::string>& paths, const std::string& output);

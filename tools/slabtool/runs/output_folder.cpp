@@ -1,5 +1,5 @@
-// The lock file stands while a run is under way. One that is found was left by a run that was killed, and only
-// then is the folder searched for its temporary files: that takes time in a large folder.
+// The lock file exists during a run. If a new run finds one that is not locked, the run that made it was killed. Only
+// then the folder is searched for temporary files, because that takes time in a large folder.
 #include "tools/slabtool/runs/output_folder.h"
 
 #include "tools/slabtool/runs/files.h"
@@ -23,10 +23,9 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
-// An open lock file; -1 if it vanished while it was opened.
 struct LockFile {
-    int descriptor;
-    bool wasThere;
+    int descriptor; // -1 if the file was removed while it was opened
+    bool existed;
 };
 
 LockFile openLock(const fs::path& path) {
@@ -36,45 +35,44 @@ LockFile openLock(const fs::path& path) {
         file = {::open(path.c_str(), kFlags), true};
     }
     if (file.descriptor < 0 && errno != ENOENT) {
-        refuseBySystem("cannot be locked");
+        rejectWithErrno("cannot be locked");
     }
     return file;
 }
 
-// Whether the descriptor is that of the file at `path`: the run before may have removed the one that was
-// opened.
+// Whether the open file is still the one at `path`. The previous run may have removed it in between.
 bool isStillAt(const fs::path& path, int descriptor) {
     struct stat opened = {}, present = {};
     return fstat(descriptor, &opened) == 0 && lstat(path.c_str(), &present) == 0 &&
            isSameFile(opened, present);
 }
 
-void takeLock(int descriptor) {
+void acquireLock(int descriptor) {
     if (flock(descriptor, LOCK_EX | LOCK_NB) == 0) {
         return;
     }
     const int error = errno;
     ::close(descriptor);
     if (error == EWOULDBLOCK) {
-        throw Refusal("another run is writing into this folder");
+        throw Rejection("another run is writing into this folder");
     }
     errno = error;
-    refuseBySystem("cannot be locked");
+    rejectWithErrno("cannot be locked");
 }
 
 } // namespace
 
-// A temporary file under way.
+// A temporary file that is being written.
 class OutputFolder::Writing {
 public:
-    Writing(OutputFolder& folder, const fs::path& place)
+    Writing(OutputFolder& folder, const fs::path& path)
         : mFolder(folder) {
         const std::lock_guard guard(folder.mMutex);
         if (folder.mLock < 0) {
-            throw Refusal("the run has ended");
+            throw Rejection("the run has ended");
         }
-        const fs::path parent = folder.realFolder(place.parent_path());
-        mPlace = parent / place.filename();
+        const fs::path parent = folder.realFolder(path.parent_path());
+        mTarget = parent / path.filename();
         mFile.emplace(parent, PartialFile::Writer::Batch);
         ++folder.mWriting;
     }
@@ -86,22 +84,22 @@ public:
     Writing(const Writing&) = delete;
     Writing& operator=(const Writing&) = delete;
 
-    void finish(ByteView bytes) { finishFile(*mFile, mPlace, bytes); }
+    void finish(ByteView bytes) { finishFile(*mFile, mTarget, bytes); }
 
 private:
     OutputFolder& mFolder;
-    fs::path mPlace;
+    fs::path mTarget;
     std::optional<PartialFile> mFile;
 };
 
 OutputFolder::OutputFolder(const std::string& path) {
-    about(path, [&] {
+    namingFile(path, [&] {
         std::error_code error;
         fs::create_directories(path, error);
         mRoot = fs::canonical(path, error);
         if (error) {
             errno = error.value();
-            refuseBySystem("cannot be created");
+            rejectWithErrno("cannot be created");
         }
         lock();
     });
@@ -114,10 +112,10 @@ void OutputFolder::lock() {
         if (file.descriptor < 0) {
             continue;
         }
-        takeLock(file.descriptor);
+        acquireLock(file.descriptor);
         if (isStillAt(path, file.descriptor)) {
             mLock = file.descriptor;
-            if (file.wasThere) {
+            if (file.existed) {
                 removePartialFiles();
             }
             return;
@@ -131,32 +129,32 @@ void OutputFolder::removePartialFiles() const {
     constexpr auto kOptions = fs::directory_options::skip_permission_denied;
     for (fs::recursive_directory_iterator file(mRoot, kOptions, error), end; !error && file != end;
          file.increment(error)) {
-        std::error_code gone;
-        // Another run may be writing there; if it was killed, the next one there cleans up.
-        if (file->is_directory(gone) && fs::exists(file->path() / kLockName, gone)) {
+        std::error_code ignored; // the file may have been removed meanwhile
+        // Another run may be writing into a subfolder with a lock. If that run was killed, the next run there cleans up.
+        if (file->is_directory(ignored) && fs::exists(file->path() / kLockName, ignored)) {
             file.disable_recursion_pending();
         }
         if (PartialFile::isBatchName(file->path().filename()) &&
-            file->symlink_status(gone).type() == fs::file_type::regular) {
-            fs::remove(file->path(), gone);
+            file->symlink_status(ignored).type() == fs::file_type::regular) {
+            fs::remove(file->path(), ignored);
         }
     }
 }
 
-void OutputFolder::write(const std::string& place, ByteView bytes) {
-    Writing(*this, place).finish(bytes);
+void OutputFolder::write(const std::string& relativePath, ByteView bytes) {
+    Writing(*this, relativePath).finish(bytes);
 }
 
-void OutputFolder::remove(const std::string& place) {
-    const fs::path path = mRoot / place;
+void OutputFolder::remove(const std::string& relativePath) {
+    const fs::path path = mRoot / relativePath;
     std::error_code error;
     const fs::path parent = fs::canonical(path.parent_path(), error);
     if (error) {
-        return; // nor is there a file
+        return; // without the folder there is no file
     }
     requireInside(parent);
     if (unlink((parent / path.filename()).c_str()) != 0 && errno != ENOENT) {
-        refuseBySystem("cannot be removed");
+        rejectWithErrno("cannot be removed");
     }
 }
 
@@ -173,8 +171,8 @@ void OutputFolder::close() {
     mLock = -1;
 }
 
-// The folder at `relative`, created if need be, without links. Each level is checked before the next one is
-// created, so that nothing is created outside.
+// Creates the folder at `relative` if it does not exist, and returns its path without links. Each level is checked
+// before the next one is created, so that nothing is created outside the output folder.
 fs::path OutputFolder::realFolder(const fs::path& relative) {
     if (relative.empty()) {
         return mRoot;
@@ -185,13 +183,13 @@ fs::path OutputFolder::realFolder(const fs::path& relative) {
     }
     const fs::path folder = realFolder(relative.parent_path()) / relative.filename();
     if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) {
-        refuseBySystem("its folder cannot be created");
+        rejectWithErrno("its folder cannot be created");
     }
     std::error_code error;
     const fs::path real = fs::canonical(folder, error);
     if (error) {
         errno = error.value();
-        refuseBySystem("its folder cannot be created");
+        rejectWithErrno("its folder cannot be created");
     }
     requireInside(real);
     mFolders.emplace(relative, real);
@@ -201,6 +199,6 @@ fs::path OutputFolder::realFolder(const fs::path& relative) {
 void OutputFolder::requireInside(const fs::path& real) const {
     const auto end = std::mismatch(mRoot.begin(), mRoot.end(), real.begin(), real.end());
     if (end.first != mRoot.end()) {
-        throw Refusal("a link leads out of the output folder");
+        throw Rejection("a link leads out of the output folder");
     }
 }

@@ -1,33 +1,30 @@
-// The folder that a batch run writes into: one run at a time, and no file is there before it is complete.
+// The output folder of a batch run. Only one run writes into it at a time, and it never contains an incomplete file.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <filesystem>
 #include <map>
 #include <mutex>
 #include <string>
 
-/// An output folder, locked. Links in it are followed only where they stay inside. All functions may be called
-/// by several threads.
+/// A locked output folder. Links in it are followed only if their target is inside. All functions are thread-safe.
 class OutputFolder {
 public:
-    /// Creates the folder and locks it. Removes what a killed run has left there.
-    /// @throws Refusal, also if another run holds the lock
+    /// Creates the folder and locks it. Removes temporary files of a killed run.
+    /// @throws Rejection, also if another run holds the lock
     explicit OutputFolder(const std::string& path);
     ~OutputFolder() { close(); }
     OutputFolder(const OutputFolder&) = delete;
     OutputFolder& operator=(const OutputFolder&) = delete;
 
-    /// Writes the file `place`, relative to the folder, beside its place and moves it there. What was there
-    /// before stays if anything fails. @throws Refusal
-    void write(const std::string& place, ByteView bytes);
+    /// Writes a temporary file and moves it to `relativePath`. An old file there survives a failure. @throws Rejection
+    void write(const std::string& relativePath, ByteView bytes);
 
-    /// Removes the file `place`; it may be missing. @throws Refusal
-    void remove(const std::string& place);
+    /// Removes a file; it may be missing. @throws Rejection
+    void remove(const std::string& relativePath);
 
-    /// Ends all writing and unlocks. A write that is still under way in another thread fails, and its
-    /// temporary file is removed.
+    /// Unlocks the folder. A write that is still running in another thread fails, and its temporary file is removed.
     void close();
 
 private:
@@ -41,6 +38,7 @@ private:
     std::filesystem::path mRoot; // without links
     std::mutex mMutex;           // guards the rest
     int mLock = -1;              // the lock file's descriptor; -1 once closed
-    size_t mWriting = 0;         // temporary files
-    std::map<std::filesystem::path, std::filesystem::path> mFolders; // those inside, without links
+    size_t mWriting = 0;         // number of temporary files
+    std::map<std::filesystem::path, std::filesystem::path>
+        mFolders; // relative path -> path without links
 };

@@ -1,5 +1,5 @@
-// The name of a command's only partial file is a global, since a signal handler has nothing else to go by.
-// Signals are held back wherever the file and that name do not match.
+// The path of a command's only partial file is global, because the signal handler needs it. Signals are blocked while
+// the file and the path do not match.
 #include "tools/slabtool/runs/partial_file.h"
 
 #include <atomic>
@@ -16,14 +16,14 @@ constexpr const char* kSuffix = ".partial";
 std::atomic<const char*> gPartialPath = nullptr;
 static_assert(std::atomic<const char*>::is_always_lock_free); // since a signal handler reads it
 
-// Calls only what is safe in a signal handler. The action was reset on entry, and the signal is blocked
-// until the handler returns: raised again here, it ends the process as if there were no handler.
+// Calls only functions that are safe in a signal handler. SA_RESETHAND has restored the default action, and the signal
+// is blocked until the handler returns. Raised again here, it then ends the process as if there were no handler.
 void removeAndEnd(int signal) {
     unlink(gPartialPath.load());
     raise(signal);
 }
 
-// Holds all signals back while it lives; a batch run only notes them, so that they may come at any time.
+// Blocks all signals during its lifetime. Does nothing in a batch run, whose handler only records the signal.
 class SignalPause {
 public:
     explicit SignalPause(PartialFile::Writer writer)
@@ -75,9 +75,9 @@ PartialFile::~PartialFile() {
     forgetSignals();
 }
 
-bool PartialFile::moveTo(const std::filesystem::path& place) {
+bool PartialFile::moveTo(const std::filesystem::path& target) {
     const SignalPause pause(mWriter);
-    if (std::rename(mPath.c_str(), place.c_str()) != 0) {
+    if (std::rename(mPath.c_str(), target.c_str()) != 0) {
         return false;
     }
     forgetSignals();
@@ -97,7 +97,7 @@ void PartialFile::watchSignals() {
     for (size_t i = 0; i < kEndingSignalCount; ++i) {
         sigaction(kEndingSignals[i], nullptr, &mOldActions[i]);
         if (mOldActions[i].sa_handler != SIG_DFL) {
-            continue; // a run under nohup goes on
+            continue; // ignored, for example under nohup
         }
         struct sigaction action = {};
         action.sa_handler = removeAndEnd;

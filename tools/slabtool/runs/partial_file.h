@@ -1,4 +1,4 @@
-// A new file under a name of its own, which leaves nothing behind where a run fails or is ended.
+// A temporary file that is removed if the run fails or is interrupted.
 #pragma once
 
 #include <csignal>
@@ -6,33 +6,31 @@
 #include <filesystem>
 #include <string>
 
-/// A file that is written beside its place and moved there at the end. Without that move the destructor
-/// removes it.
+/// A temporary file in the folder of its target. moveTo moves it there; otherwise the destructor removes it.
 class PartialFile {
 public:
     enum class Writer {
-        Command, ///< SIGHUP, SIGINT or SIGTERM removes the file too, then ends the process as usual. There is
-        ///< at most one such file at a time.
-        Batch, ///< The run handles signals. There may be several such files, each in its own thread.
+        Command, ///< SIGHUP, SIGINT or SIGTERM removes the file and ends the process. At most one such file at a time.
+        Batch,   ///< The run handles signals. Several such files may exist, each in its own thread.
     };
 
-    /// Makes the file. Its name is in use nowhere else: what exists under such a name is another run's, or
-    /// a link that another user has laid out. The output's name is no part of it: together they could be
-    /// too long.
+    /// Creates the file under an unused name. An existing file with such a name is left alone: it belongs to another
+    /// run, or is a link that another user has prepared. The name does not contain that of the target, because the
+    /// result could be too long.
     PartialFile(const std::filesystem::path& folder, Writer writer);
     ~PartialFile();
     PartialFile(const PartialFile&) = delete;
     PartialFile& operator=(const PartialFile&) = delete;
 
-    /// Open for writing; null, with errno set, if the file could not be made. The caller closes it.
+    /// Open for writing; null, with errno set, if the file could not be created. The caller closes it.
     std::FILE* stream() const { return mStream; }
     const std::string& path() const { return mPath; }
 
-    /// Whether a batch run gives such names to its files.
+    /// Whether this is the name of a batch run's temporary file.
     static bool isBatchName(const std::string& name);
 
-    /// Moves the file to its place. @return false, with errno set, if that fails
-    bool moveTo(const std::filesystem::path& place);
+    /// Moves the file and replaces `target`. @return false, with errno set, if that fails
+    bool moveTo(const std::filesystem::path& target);
 
 private:
     static constexpr int kEndingSignals[] = {SIGHUP, SIGINT, SIGTERM};

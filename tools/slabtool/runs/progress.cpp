@@ -1,4 +1,4 @@
-// The line is cut to the terminal's width: a longer one would wrap, and could not be overwritten.
+// The line is truncated to the width of the terminal. A longer line would wrap and could not be overwritten.
 #include "tools/slabtool/runs/progress.h"
 
 #include "tools/slabtool/text.h"
@@ -19,8 +19,8 @@ constexpr size_t kUsualColumns = 80;
 constexpr size_t kBarColumns = 10;
 constexpr const char* kClearLine = "\r\x1b[K";
 
-// A terminal that understands how a line is cleared.
-bool isFitTerminal(int descriptor) {
+// Whether it is a terminal that can clear a line.
+bool canClearLine(int descriptor) {
     const char* const kind = std::getenv("TERM");
     return isatty(descriptor) != 0 && kind != nullptr && std::string(kind) != "dumb";
 }
@@ -59,8 +59,8 @@ std::string rateText(double rate) {
     return text;
 }
 
-// Characters of three bytes or more may be two columns wide.
-std::string cut(const std::string& text, size_t columns) {
+// Counts a character of three bytes or more as two columns, because it may be that wide.
+std::string truncate(const std::string& text, size_t columns) {
     std::string result;
     for (size_t at = 0; at < text.size();) {
         const size_t length = utf8Length(text, at);
@@ -86,15 +86,15 @@ std::string progressLine(size_t done, size_t total, std::chrono::duration<double
         line += "  " + rateText(rate) + "  " + timeText(static_cast<double>(total - done) / rate) +
                 " left";
     } else if (elapsed.count() >= 1) {
-        line += "  " + timeText(elapsed.count()); // a sign of life
+        line += "  " + timeText(elapsed.count());
     }
-    return cut(line + "  " + printable(file), columns);
+    return truncate(line + "  " + printable(file), columns);
 }
 
 Progress::Progress(int descriptor, size_t total, bool isQuiet, Clock clock)
     : mDescriptor(descriptor)
     , mTotal(total)
-    , mIsShown(!isQuiet && isFitTerminal(descriptor))
+    , mIsShown(!isQuiet && canClearLine(descriptor))
     , mClock(std::move(clock))
     , mStart(mClock())
     , mNext(mStart + kPeriod) {}
@@ -109,7 +109,7 @@ void Progress::show(size_t done, const std::string& file) {
     }
     mNext = now + kPeriod;
     mIsDrawn = true;
-    // Some terminals wrap where the last column is filled.
+    // Some terminals wrap a line that fills the last column.
     const size_t columns = columnsOf(mDescriptor) - 1;
     put(kClearLine + progressLine(done, mTotal, now - mStart, file, columns));
 }
@@ -121,7 +121,7 @@ void Progress::clear() {
     }
 }
 
-// A terminal that has gone away is no reason to end the run.
+// Ignores errors: the run goes on if the terminal is closed.
 void Progress::put(const std::string& text) const {
     [[maybe_unused]] const ssize_t count = ::write(mDescriptor, text.data(), text.size());
 }

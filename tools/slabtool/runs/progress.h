@@ -1,4 +1,4 @@
-// The progress of a batch run: one line on a terminal, which is overwritten.
+// Shows the progress of a batch run in one line of the terminal, which is overwritten.
 #pragma once
 
 #include <chrono>
@@ -6,13 +6,15 @@
 #include <functional>
 #include <string>
 
-/// Draws at most ten times a second, and nothing if the output is no terminal. Belongs to one thread.
+/// Draws at most ten times a second. Draws nothing if the output is not a terminal. Not thread-safe.
 class Progress {
 public:
     using Time = std::chrono::steady_clock::time_point;
     using Clock = std::function<Time()>;
 
-    /// For `total` files. `descriptor` is standard error's; nothing is drawn if `isQuiet`.
+    /// @param descriptor of standard error
+    /// @param total number of files
+    /// @param isQuiet draw nothing
     Progress(int descriptor, size_t total, bool isQuiet,
              Clock clock = std::chrono::steady_clock::now);
     /// Clears the line.
@@ -23,7 +25,7 @@ public:
     /// Shows that `done` files are finished and that `file` is being converted.
     void show(size_t done, const std::string& file);
 
-    /// Makes room for a message.
+    /// Clears the line before a message.
     void clear();
 
 private:
@@ -34,9 +36,10 @@ private:
     bool mIsShown;
     bool mIsDrawn = false;
     Clock mClock;
-    Time mStart, mNext; // mNext: when the line may be drawn again
+    Time mStart, mNext; // mNext: earliest time of the next drawing
 };
 
-/// The line, cut to `columns`: bar, count, rate, time left, file. The time that has passed, until one is finished.
+/// The line, truncated to `columns`: bar, count, rate, time left, file. Until a file is finished, the elapsed time
+/// replaces rate and time left.
 std::string progressLine(size_t done, size_t total, std::chrono::duration<double> elapsed,
                          const std::string& file, size_t columns);

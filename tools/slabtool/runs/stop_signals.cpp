@@ -1,4 +1,4 @@
-// The handler does no more than to remember the signal; the run looks at it wherever it may end.
+// The handler only stores the signal. The run checks it at the points where it can stop.
 #include "tools/slabtool/runs/stop_signals.h"
 
 #include <atomic>
@@ -9,7 +9,7 @@ namespace {
 std::atomic<int> gSignal = 0;
 static_assert(std::atomic<int>::is_always_lock_free); // since a signal handler writes it
 
-void remember(int signal) {
+void storeSignal(int signal) {
     gSignal = signal;
 }
 
@@ -27,8 +27,8 @@ StopSignals::StopSignals() {
             continue;
         }
         struct sigaction action = {};
-        action.sa_handler = remember;
-        // Restarted: a write under way goes on, since each job is either done or not.
+        action.sa_handler = storeSignal;
+        // SA_RESTART lets a running write continue, so that the job is completed.
         action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
         sigaction(kSignals[i], &action, nullptr);
     }

@@ -1,18 +1,18 @@
-// Signals that ask a batch run to end.
+// Signals that stop a batch run.
 #pragma once
 
 #include <csignal>
 #include <iterator>
 
-/// SIGHUP, SIGINT or SIGTERM, if one has arrived while `StopSignals` watched; otherwise 0.
+/// The signal that arrived since the last `StopSignals` was constructed: SIGHUP, SIGINT or SIGTERM; 0 if none did.
 int stopSignal();
 
 inline bool stopRequested() {
     return stopSignal() != 0;
 }
 
-/// While it lives, SIGHUP, SIGINT and SIGTERM set `stopSignal` instead of ending the process. The same signal
-/// a second time ends it. A signal that was ignored stays ignored, as for a run under nohup.
+/// During its lifetime SIGHUP, SIGINT and SIGTERM set `stopSignal` instead of ending the process. The second arrival of
+/// the same signal ends the process. An ignored signal stays ignored, for example under nohup.
 class StopSignals {
 public:
     StopSignals();

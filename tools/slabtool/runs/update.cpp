@@ -1,4 +1,4 @@
-// Two looks at the file system for each surface that is up to date: at the image and at the surface.
+// A surface that is up to date costs two system calls: stat of the image and lstat of the surface.
 #include "tools/slabtool/runs/update.h"
 
 #include "tools/slabtool/runs/files.h"
@@ -20,16 +20,16 @@ int64_t inNanoseconds(const timespec& time) {
     return int64_t{time.tv_sec} * kSecond + time.tv_nsec;
 }
 
-// Whether a further change could leave the time as it is: clocks of file systems tick every few milliseconds,
-// those of some every two seconds, without a fraction.
+// Whether a later change could have the same time stamp. Time stamps of most file systems advance every few
+// milliseconds; some have steps of two seconds, and no fraction of a second.
 bool isTooRecent(const timespec& time) {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
-    const int64_t tick = time.tv_nsec == 0 ? 2 * kSecond : kSecond / 50;
-    return inNanoseconds(now) - inNanoseconds(time) < tick;
+    const int64_t step = time.tv_nsec == 0 ? 2 * kSecond : kSecond / 50;
+    return inNanoseconds(now) - inNanoseconds(time) < step;
 }
 
-// Nothing if there is no plain file: a link does not count as a surface.
+// Nothing if the path is not a regular file. A link does not count as a surface.
 std::optional<uint64_t> fileSize(const std::string& path) {
     struct stat status = {};
     const bool isFile = lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
@@ -48,7 +48,7 @@ std::string contentHash(ByteView bytes) {
 ImageSource describeImage(const Job& job) {
     struct stat status = {};
     if (stat(job.input.c_str(), &status) != 0) {
-        refuseBySystem("cannot be opened");
+        rejectWithErrno("cannot be opened");
     }
     return {job.source, static_cast<uint64_t>(status.st_size),
             isTooRecent(status.st_mtim) ? 0 : inNanoseconds(status.st_mtim), ""};

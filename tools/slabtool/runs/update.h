@@ -1,4 +1,4 @@
-// Which surfaces are up to date, and which have lost their image.
+// Finds surfaces that are up to date, and surfaces whose image was removed.
 #pragma once
 
 #include "tools/slabtool/runs/inputs.h"
@@ -8,25 +8,25 @@
 #include <string>
 #include <vector>
 
-/// The hash of an image's bytes as the manifest holds it.
+/// The hash of an image's bytes, in the format of the manifest.
 std::string contentHash(ByteView bytes);
 
-/// Size and time of an image, without its hash: to be called before the image is read, so that a later change
-/// is noticed. The time is 0 where the image has just been written: a further change could leave it as it is.
-/// @throws Refusal that does not name the image
+/// Size and time of an image, without its hash. Call it before reading the image, so that the next run detects a later
+/// change. The time is 0 if the image was just written, because a later change could have the same time stamp.
+/// @throws Rejection that does not name the image
 ImageSource describeImage(const Job& job);
 
-/// What shapes surfaces beside their images.
+/// What a surface depends on besides its image.
 struct SurfaceMaker {
-    std::string options; ///< a text of all options that shape the surface
-    std::string tool;    ///< the version
+    std::string options; ///< all options that affect the surface, as text
+    std::string tool;    ///< version of slabtool
 };
 
-/// The entry to keep if the surface of `job` is up to date: made by the same options and version from the same
-/// content, and still there in `folder` with its size. The image is read only if its size or time differ from
-/// those in `old`, and the entry has the new ones then. `old` may be null. Safe on several threads.
+/// The new entry if the surface of `job` is up to date; otherwise nothing. It is up to date if it was made with the same
+/// options and version from the same content, and still exists in `folder` with the same size. The image is read only
+/// if its time differs from that in `old`; the returned entry has the new time. `old` may be null. Thread-safe.
 std::optional<ManifestEntry> upToDateEntry(const ManifestEntry* old, const Job& job,
                                            const SurfaceMaker& maker, const std::string& folder);
 
-/// The entries whose image is gone. An image that cannot be looked at is not gone.
+/// The entries whose image was removed. An image that only cannot be accessed does not count.
 std::vector<ManifestEntry> entriesWithoutImage(const Manifest& manifest, const std::string& folder);

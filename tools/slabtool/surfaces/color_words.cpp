@@ -1,4 +1,4 @@
-// Letters are compared as ASCII, whatever the locale.
+// Letters are compared as ASCII in every locale.
 #include "tools/slabtool/surfaces/color_words.h"
 
 #include "src/internal/mode_traits.h"
@@ -22,7 +22,7 @@ bool isSameWord(std::string_view first, std::string_view second) {
 
 } // namespace
 
-std::optional<DsColorMode> modeNamed(const std::string& word) {
+std::optional<DsColorMode> parseMode(const std::string& word) {
     for (uint32_t mode = 0; mode < ds_detail::kColorModeCount; ++mode) {
         if (ds_detail::kPixelBytes[mode] != 0 && isSameWord(word, ds_detail::kModeNames[mode])) {
             return DsColorMode{mode};
@@ -31,7 +31,7 @@ std::optional<DsColorMode> modeNamed(const std::string& word) {
     return std::nullopt;
 }
 
-std::optional<uint32_t> colorNamed(const std::string& word) {
+std::optional<uint32_t> parseColor(const std::string& word) {
     std::string_view digits = word;
     if (digits.starts_with('#')) {
         digits.remove_prefix(1);

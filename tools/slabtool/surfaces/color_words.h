@@ -1,4 +1,4 @@
-// Words of a command line that name color modes and colors.
+// Parses color modes and colors on the command line.
 #pragma once
 
 #include "src/ds_color_mode.h"
@@ -7,8 +7,9 @@
 #include <optional>
 #include <string>
 
-/// The mode with pixels that a word such as "RGB565" names, in any letter case; nothing for another word.
-std::optional<DsColorMode> modeNamed(const std::string& word);
+/// The mode with the given name, such as "RGB565", in any letter case. Nothing for an unknown name and for modes without
+/// pixels.
+std::optional<DsColorMode> parseMode(const std::string& word);
 
-/// 0xRRGGBB for "#rrggbb" or "rrggbb", hexadecimal digits in any letter case; nothing for another word.
-std::optional<uint32_t> colorNamed(const std::string& word);
+/// 0xRRGGBB for "#rrggbb" or "rrggbb", hexadecimal digits in any letter case. Nothing for any other word.
+std::optional<uint32_t> parseColor(const std::string& word);

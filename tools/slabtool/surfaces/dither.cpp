@@ -1,15 +1,15 @@
-// Ordered dithering, and rounding to the nearest level, are one kernel:
+// Ordered dithering and rounding to the nearest level use one kernel:
 //
 //     level = floor((v * max + threshold) / 255)
 //
-// Rounding has the threshold 127 everywhere. In ordered dithering, with t = (2 * bayer + 1) / 128:
+// Rounding uses the threshold 127 for every pixel. For ordered dithering, with t = (2 * bayer + 1) / 128:
 //
 //     floor(v * max / 255 + t) = floor((v * max + 255 * t) / 255) = floor((v * max + floor(255 * t)) / 255)
 //
-// because v * max is an integer. So a threshold is floor(255 * (2 * bayer + 1) / 128), from 0 to 253, and no
-// bit of the exact sum is lost. v = 0 stays level 0, and v = 255 stays level max, as no threshold reaches 255.
+// because v * max is an integer. So the thresholds floor(255 * (2 * bayer + 1) / 128), from 0 to 253, give the exact
+// result. v = 0 gives level 0, and v = 255 gives level max, because every threshold is less than 255.
 //
-// All of it fits 16 bits, and the compiler turns the loop into SIMD code.
+// All values fit 16 bits, so the compiler vectorizes the loop.
 #include "tools/slabtool/surfaces/dither.h"
 
 #include "src/internal/mode_traits.h"
@@ -26,7 +26,7 @@ namespace {
 
 constexpr uint32_t kMax4 = 15, kMax5 = 31, kMax6 = 63;
 
-/// The highest level of each color channel of a mode, and the pixel that levels and alpha (8 bits) make.
+/// The max level of each color channel of a mode, and the pixel of three levels and an 8-bit alpha.
 template <DsColorMode mode>
 struct Levels;
 
@@ -58,7 +58,7 @@ struct Levels<DsColorMode::ARGB4444> {
 // ---- Levels by thresholds
 
 constexpr uint32_t kBayerSide = 8;
-// Columns that a run of the kernel takes: periods of the matrix, so that no loop starts every 8 pixels.
+// Pixels in one call of the kernel: several periods of the matrix, because a loop over 8 pixels is too short.
 constexpr uint32_t kRun = 8 * kBayerSide;
 constexpr uint32_t kMaxThreshold = 253;
 
@@ -74,7 +74,7 @@ constexpr bool isDivisionExact() {
 }
 static_assert(isDivisionExact());
 
-// The classic matrix, [0 2; 3 1] refined twice: the lowest bits of x and y decide most.
+// The classic matrix, [0 2; 3 1] refined twice. The lowest bits of x and y are the most significant ones of the rank.
 constexpr uint32_t bayer(uint32_t x, uint32_t y) {
     uint32_t rank = 0;
     for (uint32_t bit = 0; bit < 3; ++bit) {
@@ -150,55 +150,55 @@ private:
 
 // ---- Error diffusion
 
-constexpr int32_t kScale = 16;                // so that shares in sixteenths are hardly rounded
-constexpr int32_t kLevelUnits = 255 * kScale; // from one level to the next
+constexpr int32_t kScale = 16;                // makes the rounding of shares (sixteenths) small
+constexpr int32_t kLevelUnits = 255 * kScale; // between two levels
 constexpr int32_t kHalfLevel = kLevelUnits / 2;
 
-/// What a pixel has received, by channel.
+/// The sum of the shares that a pixel has received, by channel.
 struct Shares {
     int32_t red = 0, green = 0, blue = 0;
 };
 
-/// An error, split among those that receive it. Nothing is lost.
+/// The four shares of an error. Their sum is the error.
 struct SplitError {
-    int32_t next, belowBehind, below, belowAhead;
+    int32_t next, belowPrevious, below, belowNext;
 };
 
 constexpr SplitError split(int32_t error) {
     const int32_t next = error * 7 / 16;
-    const int32_t belowBehind = error * 3 / 16;
+    const int32_t belowPrevious = error * 3 / 16;
     const int32_t below = error * 5 / 16;
-    return {next, belowBehind, below, error - next - belowBehind - below};
+    return {next, belowPrevious, below, error - next - belowPrevious - below};
 }
 
-// If no error exceeds half a level, the shares that one pixel receives do not either, though four errors
-// are rounded there. So no error ever does, and want + kHalfLevel is never negative.
+// If every error is at most half a level, the shares that one pixel receives from four errors are too, in spite of
+// rounding. By induction every error is at most half a level, so want + kHalfLevel is never negative.
 constexpr bool areErrorsBounded() {
     SplitError max = {};
     for (int32_t error = 0; error <= kHalfLevel; ++error) {
         const SplitError shares = split(error);
-        max = {std::max(max.next, shares.next), std::max(max.belowBehind, shares.belowBehind),
-               std::max(max.below, shares.below), std::max(max.belowAhead, shares.belowAhead)};
+        max = {std::max(max.next, shares.next), std::max(max.belowPrevious, shares.belowPrevious),
+               std::max(max.below, shares.below), std::max(max.belowNext, shares.belowNext)};
     }
-    return max.next + max.belowBehind + max.below + max.belowAhead <= kHalfLevel;
+    return max.next + max.belowPrevious + max.below + max.belowNext <= kHalfLevel;
 }
 static_assert(areErrorsBounded());
 
-/// Where the error of a channel goes.
+/// The neighbors that receive the error of one channel.
 struct Receivers {
-    int32_t &next, &belowBehind, &below, &belowAhead;
+    int32_t &next, &belowPrevious, &below, &belowNext;
 };
 
-// The level of one channel.
+// Returns the level of one channel, and distributes the error.
 template <uint32_t max>
 uint32_t diffuse(uint32_t value, int32_t received, const Receivers& to) {
     const int32_t want = static_cast<int32_t>(value * max) * kScale + received;
     const int32_t level = std::min((want + kHalfLevel) / kLevelUnits, static_cast<int32_t>(max));
     const SplitError shares = split(want - level * kLevelUnits);
     to.next = shares.next;
-    to.belowBehind += shares.belowBehind;
+    to.belowPrevious += shares.belowPrevious;
     to.below += shares.below;
-    to.belowAhead += shares.belowAhead;
+    to.belowNext += shares.belowNext;
     return static_cast<uint32_t>(level);
 }
 
@@ -212,7 +212,7 @@ public:
     void pack(std::span<const Rgba> colors, uint8_t* pixels) override {
         const auto count = static_cast<int64_t>(colors.size());
         std::fill(mBelow.begin(), mBelow.end(), Shares());
-        mAhead = Shares();
+        mNext = Shares();
         if (mIsLeftward) {
             for (int64_t x = count - 1; x >= 0; --x) {
                 packPixel<-1>(colors.data() + x, x, pixels);
@@ -233,8 +233,8 @@ private:
         Shares* const below = mBelow.data() + x + 1;
         const auto level = [&]<uint32_t max>(uint8_t value, int32_t Shares::*channel) {
             return diffuse<max>(
-                value, here->*channel + mAhead.*channel,
-                {mAhead.*channel, below[-step].*channel, below[0].*channel, below[step].*channel});
+                value, here->*channel + mNext.*channel,
+                {mNext.*channel, below[-step].*channel, below[0].*channel, below[step].*channel});
         };
         using L = Levels<mode>;
         const uint32_t red = level.template operator()<L::kMaxRed>(color->red, &Shares::red);
@@ -244,34 +244,34 @@ private:
         storePixel<mode>(pixels + 2 * x, L::pixel(red, green, blue, color->alpha));
     }
 
-    // One more entry at each end takes the shares that leave the picture.
+    // One extra entry at each end receives the shares that leave the picture.
     std::vector<Shares> mHere, mBelow;
-    Shares mAhead;
+    Shares mNext;
     bool mIsLeftward = false;
 };
 
-// ---- The choice
+// ---- Choosing the packer
 
 class ConvertingPacker : public RowPacker {
 public:
     ConvertingPacker(DsColorMode mode, uint32_t width)
         : mMode(mode)
-        , mExchanged(width) {}
+        , mBgra(width) {}
 
     void pack(std::span<const Rgba> colors, uint8_t* pixels) override {
         static_assert(sizeof(Rgba) == ModeTraits<DsColorMode::ARGB8888>::kBytes);
-        // ARGB8888 has blue first.
-        std::transform(colors.begin(), colors.end(), mExchanged.begin(), [](const Rgba& color) {
+        // Pixels of ARGB8888 begin with blue.
+        std::transform(colors.begin(), colors.end(), mBgra.begin(), [](const Rgba& color) {
             return Rgba{color.blue, color.green, color.red, color.alpha};
         });
         const auto count = static_cast<uint32_t>(colors.size());
-        convertPixels(pixels, count, mMode, reinterpret_cast<const uint8_t*>(mExchanged.data()),
-                      count, DsColorMode::ARGB8888, count, 1, 0, 0);
+        convertPixels(pixels, count, mMode, reinterpret_cast<const uint8_t*>(mBgra.data()), count,
+                      DsColorMode::ARGB8888, count, 1, 0, 0);
     }
 
 private:
     DsColorMode mMode;
-    std::vector<Rgba> mExchanged;
+    std::vector<Rgba> mBgra;
 };
 
 template <DsColorMode mode>

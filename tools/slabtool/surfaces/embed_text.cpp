@@ -1,6 +1,6 @@
-// Every identifier is the set's prefix with something behind it: "_surface" after an array's own words, or "_index",
-// "_count" or "_entry". So no array takes a name of the set's own, and none is a word of C or C++, no matter what the
-// files are called.
+// Every identifier begins with the prefix of the set. The name of an array ends in "_surface"; the other names end in
+// "_index", "_count" or "_entry". So for all file names, no array conflicts with those names or with a keyword of C or
+// C++.
 #include "tools/slabtool/surfaces/embed_text.h"
 
 #include <array>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// Of the locale "C", whatever the user's is.
+// In the locale "C", not that of the user.
 bool isLetterOrDigit(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
@@ -20,8 +20,8 @@ std::string upperCase(std::string text) {
     return text;
 }
 
-// A string of C and of assemblers: three octal digits for what has a meaning of its own in either. A question mark
-// may begin a trigraph of C.
+// A string literal for both C and assemblers. Special characters are written as three octal digits; a question mark
+// too, because it may begin a trigraph of C.
 std::string stringLiteral(const std::string& text) {
     std::string literal = "\"";
     for (const char c : text) {
@@ -41,7 +41,7 @@ std::string declaration(const EmbeddedSurface& surface) {
     return "const uint8_t " + surface.identifier + "[" + std::to_string(surface.size) + "]";
 }
 
-// The bytes as a list of numbers, 16 a row.
+// Appends the bytes as numbers, 16 on each line.
 void appendBytes(std::string& text, ByteView bytes) {
     static const auto kNumbers = [] {
         std::array<std::array<char, 6>, 256> numbers = {};
@@ -50,16 +50,16 @@ void appendBytes(std::string& text, ByteView bytes) {
         }
         return numbers;
     }();
-    constexpr size_t kRow = 16;
+    constexpr size_t kNumbersOnLine = 16;
     for (size_t i = 0; i < bytes.size(); ++i) {
-        text += i % kRow == 0 ? "\n    " : "";
+        text += i % kNumbersOnLine == 0 ? "\n    " : "";
         text += kNumbers[bytes[i]].data();
     }
 }
 
 const char* const kNote = "/* Made by slabtool embed. */\n";
 
-// C has had a word for this since C11, and compilers theirs before.
+// C has an alignment keyword since C11. Older compilers have their own.
 std::string alignmentMacro(const std::string& macro) {
     return "#if defined(__cplusplus)\n"
            "#define " +
@@ -78,7 +78,7 @@ std::string alignmentMacro(const std::string& macro) {
            macro +
            " __declspec(align(4))\n"
            "#else\n"
-           "#error \"the compiler is not known to align arrays\"\n"
+           "#error \"this compiler has no known keyword for alignment: use C11 or C++\"\n"
            "#endif\n";
 }
 
@@ -163,7 +163,7 @@ std::string embedArraysAndIndex(const EmbeddedSet& set) {
     return text + indexDefinition(set);
 }
 
-// Nothing here is of one processor: all have these comments, and '%' in front of a type.
+// Nothing depends on the processor: assemblers for all of them accept this comment style, and '%' before a type.
 std::string embedArraysInAssembly(const EmbeddedSet& set) {
     std::string text = kNote + std::string("    .section .rodata,\"a\",%progbits\n");
     for (const EmbeddedSurface& surface : set.surfaces) {
@@ -173,8 +173,8 @@ std::string embedArraysInAssembly(const EmbeddedSet& set) {
                 "    .globl " +
                 name + "\n    .type " + name + ",%object\n    .size " + name + "," + size + "\n" +
                 name + ":\n    .incbin " + stringLiteral(surface.path) + "\n    .if . - " + name +
-                " - " + size + "\n    .error \"the surface file of " + name +
-                " has another size than before: run slabtool embed again\"\n    .endif\n";
+                " - " + size + "\n    .error \"the size of the surface file of " + name +
+                " has changed: run slabtool embed again\"\n    .endif\n";
     }
     return text + "\n    .section .note.GNU-stack,\"\",%progbits\n";
 }

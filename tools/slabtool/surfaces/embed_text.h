@@ -1,7 +1,7 @@
-// Surfaces as source files for C, C++ and assemblers: the text of the files.
+// The text of source files in C, C++ and assembly that contain surfaces.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <cstdint>
 #include <string>
@@ -15,28 +15,28 @@ struct EmbeddedSurface {
     uint64_t size;          ///< bytes of the file
     uint32_t mode;
     int32_t width, height; ///< of the upright picture
-    Bytes bytes;           ///< the file; empty if an assembler reads it
+    Bytes bytes;           ///< content of the file; empty if an assembler reads it
 };
 
 /// Surfaces that become one header and one index.
 struct EmbeddedSet {
-    std::string fileName; ///< of the files, without folder and ending
+    std::string fileName; ///< of the source files, without folder and extension
     std::string prefix;   ///< of all identifiers
     std::vector<EmbeddedSurface> surfaces;
 };
 
-/// The letters and digits of a text; whatever is between them becomes one underscore.
+/// The letters and digits of a text, with one underscore for each sequence of other characters between them.
 std::string identifierIn(const std::string& text);
 
-/// The header, which declares an array for each surface and an index of them.
+/// The header. It declares an array for each surface, and their index.
 std::string embedHeader(const EmbeddedSet& set);
 
-/// A source file in C99 and C++ that defines the index.
+/// A source file that is both C99 and C++. It defines the index.
 std::string embedIndex(const EmbeddedSet& set);
 
-/// The same with the arrays before it.
+/// The same, with the arrays.
 std::string embedArraysAndIndex(const EmbeddedSet& set);
 
-/// A source file for assemblers of ELF systems that defines the arrays. Their bytes stay in the surface files, which
-/// the assembler reads; a file of another size stops it.
+/// A source file for assemblers of ELF systems. It defines the arrays. The assembler reads their bytes from the surface
+/// files, and stops with an error if the size of a file has changed.
 std::string embedArraysInAssembly(const EmbeddedSet& set);

@@ -1,4 +1,4 @@
-// The core's own conversion reads the rows wherever one of its modes has their layout.
+// convertPixels reads the rows if a color mode has their layout.
 #include "tools/slabtool/surfaces/samples.h"
 
 #include "src/pixel_kernels.h"
@@ -21,7 +21,7 @@ void readIndices(const uint8_t* row, ByteView paletteAlpha, std::span<Rgba> colo
     }
 }
 
-uint8_t over(uint32_t background, uint32_t value, uint32_t alpha) {
+uint8_t blendOver(uint32_t background, uint32_t value, uint32_t alpha) {
     return static_cast<uint8_t>(dividedBy255(value * alpha + background * (255 - alpha) + 127));
 }
 
@@ -66,8 +66,8 @@ void readRow(const Samples& samples, uint32_t y, std::span<Rgba> colors) {
         return readAs(DsColorMode::I8, row, colors);
     case Kind::GrayAlpha:
         return readAs(DsColorMode::AI88, row, colors);
-    case Kind::
-        Rgb: // red and blue are exchanged in RGB888 and in ARGB8888 too, so that they stay in place
+    case Kind::Rgb:
+        // Both modes have blue where the samples have red, so the conversion keeps the order.
         return readAs(DsColorMode::RGB888, row, colors);
     case Kind::Rgba:
         std::memcpy(colors.data(), row, colors.size_bytes());
@@ -82,7 +82,7 @@ void flatten(std::span<Rgba> colors, uint32_t background) {
     const uint32_t green = background >> 8 & 255;
     const uint32_t blue = background & 255;
     for (Rgba& color : colors) {
-        color = {over(red, color.red, color.alpha), over(green, color.green, color.alpha),
-                 over(blue, color.blue, color.alpha), 255};
+        color = {blendOver(red, color.red, color.alpha), blendOver(green, color.green, color.alpha),
+                 blendOver(blue, color.blue, color.alpha), 255};
     }
 }

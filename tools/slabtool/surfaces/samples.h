@@ -1,20 +1,19 @@
-// Images as their samples, and the rows of such an image as colors.
+// The samples of an image, and its rows as colors.
 #pragma once
 
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <cstdint>
 #include <span>
 
-/// An image of 8 bits a sample as a PNG has it, without gaps between rows: gray; gray, alpha; red, green,
-/// blue; red, green, blue, alpha; or palette indices.
+/// An image of 8 bits a sample in the order of a PNG, without padding between rows.
 struct Samples {
     enum class Kind { Gray, GrayAlpha, Rgb, Rgba, Indexed };
 
     uint32_t width, height; ///< 1 to 2^31 - 1
     Kind kind;
     ByteView bytes;
-    ByteView paletteAlpha = {}; ///< of indexed images; entries beyond it are opaque
+    ByteView paletteAlpha = {}; ///< of indexed images; further palette entries are opaque
 
     bool isGray() const { return kind == Kind::Gray || kind == Kind::GrayAlpha; }
     bool isIndexed() const { return kind == Kind::Indexed; }
@@ -32,7 +31,7 @@ struct Rgba {
     uint8_t red, green, blue, alpha;
 };
 
-/// floor(n / 255) for n up to 65534, in 16 bits and without a division, so that loops become SIMD code.
+/// floor(n / 255) for n up to 65534. Needs only 16 bits and no division, so that compilers vectorize loops with it.
 constexpr uint32_t dividedBy255(uint32_t n) {
     return (n + 1 + (n >> 8)) >> 8;
 }
@@ -40,6 +39,6 @@ constexpr uint32_t dividedBy255(uint32_t n) {
 /// Reads the colors of row `y`. Gray values and indices become gray colors.
 void readRow(const Samples& samples, uint32_t y, std::span<Rgba> colors);
 
-/// Puts 0xRRGGBB under the colors. Channel v over background b becomes
-/// floor((v * alpha + b * (255 - alpha) + 127) / 255), the nearest integer, and alpha 255.
+/// Blends the colors over the background 0xRRGGBB. Channel v over background b becomes
+/// floor((v * alpha + b * (255 - alpha) + 127) / 255), the nearest integer. Alpha becomes 255.
 void flatten(std::span<Rgba> colors, uint32_t background);

@@ -1,4 +1,4 @@
-// The checks in the order in which each can rely on those before it.
+// The order of the checks matters: each relies on the previous ones.
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include "src/ds_surface.h"
@@ -11,11 +11,11 @@
 
 namespace {
 
-constexpr uint32_t kMaxPixels = 0x7FFFFFFF; // each way
-constexpr uint64_t kSizeUnit = 4;
+constexpr uint32_t kMaxSide = 0x7FFFFFFF; // pixels
+constexpr uint64_t kSizeUnit = 4;         // the file size is a multiple of it
 constexpr uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
-// No surface file begins like this: its second word would be a color mode that does not exist.
+// No surface file begins with the PNG signature: its second word would be an unknown color mode.
 bool isPng(ByteView head) {
     return head.size() >= sizeof kPngSignature &&
            std::equal(std::begin(kPngSignature), std::end(kPngSignature), head.begin());
@@ -33,26 +33,26 @@ std::string number(uint64_t value) {
 }
 
 void checkSide(const char* name, uint32_t pixels, std::vector<std::string>& faults) {
-    if (pixels == 0 || pixels > kMaxPixels) {
+    if (pixels == 0 || pixels > kMaxSide) {
         faults.push_back(std::string(name) + " " + number(pixels) + " is not between 1 and " +
-                         number(kMaxPixels));
+                         number(kMaxSide));
     }
 }
 
 void checkSizes(SurfaceFacts& facts) {
     const SurfaceHeader& header = *facts.header;
-    if (header.stride < header.usedLineBytes()) {
+    if (header.stride < header.usedRowBytes()) {
         facts.faults.push_back("stride " + number(header.stride) + " is less than the " +
-                               number(header.usedLineBytes()) + " bytes of a line's pixels");
+                               number(header.usedRowBytes()) + " bytes of a row's pixels");
     }
-    const uint64_t wanted = (header.usedBytes() + kSizeUnit - 1) / kSizeUnit * kSizeUnit;
+    const uint64_t expected = (header.usedBytes() + kSizeUnit - 1) / kSizeUnit * kSizeUnit;
     if (facts.fileSize < header.usedBytes()) {
         facts.faults.push_back(number(header.usedBytes() - facts.fileSize) +
-                               " bytes of the lines are missing");
-    } else if (facts.fileSize < wanted) {
-        facts.oddities.push_back("the size is not rounded up to a multiple of 4");
-    } else if (facts.fileSize > wanted) {
-        facts.oddities.push_back(number(facts.fileSize - wanted) + " bytes too many at the end");
+                               " bytes of the rows are missing");
+    } else if (facts.fileSize < expected) {
+        facts.oddities.push_back("the file size is not rounded up to a multiple of 4");
+    } else if (facts.fileSize > expected) {
+        facts.oddities.push_back(number(facts.fileSize - expected) + " extra bytes at the end");
     }
 }
 
@@ -68,7 +68,7 @@ void checkHeader(SurfaceFacts& facts) {
     checkSide("height", header.height, facts.faults);
     if (header.rotation > 270 || header.rotation % 90 != 0) {
         facts.oddities.push_back("rotation " + number(header.rotation) +
-                                 " is none of 0, 90, 180 and 270");
+                                 " is not 0, 90, 180 or 270");
     }
     if (facts.faults.empty()) {
         checkSizes(facts);
@@ -81,7 +81,7 @@ const char* colorModeName(uint32_t mode) {
     return mode < ds_detail::kColorModeCount ? ds_detail::kModeNames[mode] : "unknown";
 }
 
-std::optional<Finding> noteOn(uint32_t mode) {
+std::optional<Finding> noteForMode(uint32_t mode) {
     switch (static_cast<DsColorMode>(mode)) {
     case DsColorMode::I8:
     case DsColorMode::AI88:
@@ -97,12 +97,12 @@ std::optional<Finding> noteOn(uint32_t mode) {
 SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize) {
     SurfaceFacts facts = {fileSize, {}, {}, {}};
     if (isPng(head)) {
-        facts.faults.push_back("this is a PNG image, not a surface file: slabtool check tells "
+        facts.faults.push_back("this is a PNG image, not a surface file: slabtool check reports "
                                "whether pngslab accepts it");
         return facts;
     }
     if (head.size() < kSurfaceHeaderBytes) {
-        facts.faults.push_back("shorter than the header of 20 bytes");
+        facts.faults.push_back("the file is shorter than the 20-byte header");
         return facts;
     }
     facts.header = readHeader(head);
@@ -114,7 +114,7 @@ SurfacePicture::SurfacePicture(Bytes file)
     : mFile(std::move(file)) {
     const SurfaceFacts facts = inspectSurface(mFile, mFile.size());
     if (!facts.faults.empty()) {
-        throw Refusal(facts.faults.front());
+        throw Rejection(facts.faults.front());
     }
     mHeader = *facts.header;
     const DsSurface surface(mFile.data());

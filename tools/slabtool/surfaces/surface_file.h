@@ -1,10 +1,9 @@
-// Surface files from elsewhere: their header with every check that it needs, and their pixels as the
-// picture that they came from.
+// Reads untrusted surface files: checks the header, and gives access to the pixels of the upright picture.
 #pragma once
 
 #include "src/ds_color_mode.h"
 #include "tools/slabtool/finding.h"
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 
 #include <cstdint>
 #include <optional>
@@ -13,43 +12,45 @@
 
 inline constexpr size_t kSurfaceHeaderBytes = 20;
 
-/// What names of surface files end in.
+/// The suffix of surface files.
 inline constexpr const char* kSurfaceSuffix = ".surface";
 
-/// What names of palette files end in.
+/// The suffix of palette files.
 inline constexpr const char* kPaletteSuffix = ".palette";
 
-/// The five words at the front of a surface file.
+/// The five words at the start of a surface file.
 struct SurfaceHeader {
     uint32_t rotation, mode, width, height, stride;
 
     DsColorMode colorMode() const { return DsColorMode{mode}; }
-    /// Bytes that the pixels of a line take.
-    uint64_t usedLineBytes() const { return uint64_t{width} * bytesPerPixel(colorMode()); }
-    /// Header and lines, without what rounds the size up.
+    /// Bytes of a row's pixels, without padding.
+    uint64_t usedRowBytes() const { return uint64_t{width} * bytesPerPixel(colorMode()); }
+    /// Bytes of the header and the rows, without the padding at the end of the file.
     uint64_t usedBytes() const { return kSurfaceHeaderBytes + uint64_t{height} * stride; }
 };
 
 /// "RGB888", or "unknown" above 9.
 const char* colorModeName(uint32_t mode);
 
-/// What is to know about the pixels of a color mode: indices have no palette, alpha values no color.
-std::optional<Finding> noteOn(uint32_t mode);
+/// A note about color modes whose pixels have no colors.
+std::optional<Finding> noteForMode(uint32_t mode);
 
-/// What a surface file's first bytes and its size say.
+/// The result of checking a surface file.
 struct SurfaceFacts {
     uint64_t fileSize;
-    std::optional<SurfaceHeader> header; ///< none in a file that is too short for one, or a PNG
-    std::vector<std::string> faults;     ///< why its pixels cannot be used
-    std::vector<std::string> oddities;   ///< what a converter would not have written
+    std::optional<SurfaceHeader> header; ///< none if the file is too short or a PNG
+    std::vector<std::string> faults;     ///< reasons why its pixels cannot be used
+    std::vector<std::string> oddities;   ///< other deviations from files that pngslab writes
 };
 
+/// Checks a surface file.
+/// @param head the first bytes of the file; kSurfaceHeaderBytes are enough
 SurfaceFacts inspectSurface(ByteView head, uint64_t fileSize);
 
-/// The picture in a surface file, upright again if the stored array is turned.
+/// The upright picture in a surface file, independent of the rotation of the stored array.
 class SurfacePicture {
 public:
-    /// @throws Refusal naming the first fault of the file
+    /// @throws Rejection with the first fault of the file
     explicit SurfacePicture(Bytes file);
 
     const SurfaceHeader& header() const { return mHeader; }

@@ -1,5 +1,5 @@
-// Every row becomes colors, is flattened if need be, and is packed. Gray values and indices travel as gray
-// colors, of which the core's palette modes store one channel.
+// Each row is converted to colors, flattened onto the background if there is one, and packed. Gray values and indices
+// are gray colors in between; I8 and AI88 store one channel of them.
 #include "tools/slabtool/surfaces/surface_maker.h"
 
 #include "src/ds_surface.h"
@@ -14,16 +14,16 @@
 
 namespace {
 
-/// Whether A8 holds gray values here.
-bool takesGrayValues(const SurfaceRequest& request) {
+/// Whether the A8 surface stores gray values instead of alpha.
+bool storesGrayValues(const SurfaceRequest& request) {
     return request.mode == DsColorMode::A8 && request.alphaOnly;
 }
 
-/// Whether alpha has no place in the surface.
+/// Whether the surface does not store the alpha of the image.
 bool dropsAlpha(const SurfaceRequest& request) {
     constexpr auto kHasAlpha = ds_detail::makeModeTable<bool>(
         []<DsColorMode mode>() { return ds_detail::ModeTraits<mode>::kHasAlpha; });
-    return !kHasAlpha[static_cast<uint32_t>(request.mode)] || takesGrayValues(request);
+    return !kHasAlpha[static_cast<uint32_t>(request.mode)] || storesGrayValues(request);
 }
 
 bool isGrayColor(uint32_t color) {
@@ -33,39 +33,39 @@ bool isGrayColor(uint32_t color) {
 void checkKind(const Samples& samples, const SurfaceRequest& request) {
     const std::string mode = ds_detail::kModeNames[static_cast<uint32_t>(request.mode)];
     if (ds_detail::mayHavePalette(request.mode) && !samples.isGray() && !samples.isIndexed()) {
-        throw Refusal(mode + " holds gray values or palette indices, and this image has colors; "
-                             "choose a mode with colors, such as RGB565");
+        throw Rejection(mode + " holds gray values or palette indices, and this image has colors; "
+                               "choose a mode with colors, such as RGB565");
     }
-    if (takesGrayValues(request) && !samples.isGray()) {
-        throw Refusal("--alphaonly takes the values of a grayscale image, and this image has "
-                      "colors; without it, A8 takes the alpha channel");
+    if (storesGrayValues(request) && !samples.isGray()) {
+        throw Rejection("--alphaonly needs a grayscale image, and this image has colors; without "
+                        "--alphaonly, A8 stores the alpha channel");
     }
     assert(!samples.isIndexed() || ds_detail::mayHavePalette(request.mode));
 }
 
-/// The background can lie under translucent pixels.
+/// Rejects a background that cannot be blended with the pixels.
 void checkBackground(const Samples& samples, const SurfaceRequest& request) {
     if (samples.isIndexed()) {
-        throw Refusal("a background cannot lie under palette indices, and some pixels are "
-                      "translucent; choose a mode with colors, such as RGB565");
+        throw Rejection("a background cannot be blended with palette indices, and some pixels are "
+                        "translucent; choose a mode with colors, such as RGB565");
     }
-    const bool wantsGray = request.mode == DsColorMode::I8 || takesGrayValues(request);
-    if (wantsGray && !isGrayColor(*request.background)) {
-        throw Refusal("the background is not gray, and the surface holds gray values; choose a "
-                      "gray background, or a mode with colors");
+    const bool needsGray = request.mode == DsColorMode::I8 || storesGrayValues(request);
+    if (needsGray && !isGrayColor(*request.background)) {
+        throw Rejection("the background is not gray, and the surface holds gray values; choose a "
+                        "gray background, or a mode with colors");
     }
 }
 
-// Zeroed, because padding goes into the file too.
+// Zeroed, because the padding is written to the file.
 void* allocateZeroed(size_t byteCount) {
-    void* const block = std::calloc(1, byteCount);
-    if (block == nullptr) {
+    void* const buffer = std::calloc(1, byteCount);
+    if (buffer == nullptr) {
         throw std::bad_alloc();
     }
-    return block;
+    return buffer;
 }
 
-/// An empty surface; no rotation yet.
+/// An empty surface without rotation.
 DsSurface surfaceFor(const Samples& samples, const SurfaceRequest& request, DsAllocFn allocate,
                      DsFreeFn release) {
     return {static_cast<int32_t>(samples.width),
@@ -82,15 +82,15 @@ DsSurface surfaceFor(const Samples& samples, const SurfaceRequest& request, DsAl
 
 constexpr uint32_t kQuarterTurn = 90;
 
-/// Refuses a stride that the header cannot hold, before anything is allocated.
+/// Rejects a stride above 32 bits, before anything is allocated.
 void checkStride(const Samples& samples, const SurfaceRequest& request) {
     const DsSurface shape = surfaceFor(
         samples, request, [](size_t) -> void* { return nullptr; }, nullptr);
     const uint32_t storedWidth = request.rotation == kQuarterTurn ? samples.height : samples.width;
     const uint64_t stride = shape.computeStride(static_cast<int32_t>(storedWidth));
     if (stride > UINT32_MAX) {
-        throw Refusal("a row of " + std::to_string(stride) +
-                      " bytes is too long for a surface file; choose a smaller row alignment");
+        throw Rejection("a row of " + std::to_string(stride) +
+                        " bytes is too long for a surface file; choose a smaller row alignment");
     }
 }
 
@@ -113,8 +113,8 @@ MadeSurface makeSurface(const Samples& samples, const SurfaceRequest& request) {
     checkStride(samples, request);
 
     DsSurface surface = surfaceFor(samples, request, allocateZeroed, std::free);
-    // Gray values pass as I8, which stores them, into the bytes of A8.
-    const auto packer = makeRowPacker(takesGrayValues(request) ? DsColorMode::I8 : request.mode,
+    // Gray values of an A8 surface are packed as I8, which has the same layout.
+    const auto packer = makeRowPacker(storesGrayValues(request) ? DsColorMode::I8 : request.mode,
                                       request.dither, samples.width);
     std::vector<Rgba> colors(samples.width);
     for (uint32_t y = 0; y < samples.height; ++y) {
@@ -128,15 +128,15 @@ MadeSurface makeSurface(const Samples& samples, const SurfaceRequest& request) {
     return {fileOf(surface), surface.getStride(), isTranslucent && !isFlattened};
 }
 
-Bytes paletteBlock(std::span<const std::array<uint8_t, 3>> colors, ByteView alpha) {
-    Bytes block;
-    block.reserve(kPaletteEntries * (alpha.empty() ? 3 : 4));
+Bytes paletteBytes(std::span<const std::array<uint8_t, 3>> colors, ByteView alpha) {
+    Bytes bytes;
+    bytes.reserve(kPaletteEntries * (alpha.empty() ? 3 : 4));
     for (size_t i = 0; i < kPaletteEntries; ++i) {
         const auto [red, green, blue] = i < colors.size() ? colors[i] : std::array<uint8_t, 3>{};
-        block.insert(block.end(), {blue, green, red});
+        bytes.insert(bytes.end(), {blue, green, red});
         if (!alpha.empty()) {
-            block.push_back(entryAlpha(alpha, i));
+            bytes.push_back(entryAlpha(alpha, i));
         }
     }
-    return block;
+    return bytes;
 }

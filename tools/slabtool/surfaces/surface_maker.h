@@ -1,8 +1,8 @@
-// Surface files of any mode with pixels, made from the samples of an image.
+// Makes surface files of any mode with pixels from the samples of an image.
 #pragma once
 
 #include "src/ds_color_mode.h"
-#include "tools/slabtool/refusal.h"
+#include "tools/slabtool/rejection.h"
 #include "tools/slabtool/surfaces/dither.h"
 #include "tools/slabtool/surfaces/samples.h"
 
@@ -11,7 +11,7 @@
 #include <optional>
 #include <span>
 
-/// What becomes of an image:
+/// A surface to make. The stored channels for each kind of image and mode:
 ///
 /// | image          | I8    | AI88                   | A8           | other modes         |
 /// |----------------|-------|------------------------|--------------|---------------------|
@@ -20,43 +20,45 @@
 /// | color          | -     | -                      | alpha or 255 | color, alpha or 255 |
 /// | indexed        | index | index, alpha of entry  | -            | -                   |
 ///
-/// Color images are rejected for I8 and AI88. Callers expand indexed images for all modes but these.
+/// "-" means that the image is rejected, or that the caller must expand the palette first (indexed images).
 struct SurfaceRequest {
     DsColorMode mode; ///< one with pixels
 
-    /// 0xRRGGBB, under the pixels of modes without alpha (RGB888, RGB565, I8, and A8 from gray values); other
-    /// modes ignore it. See `flatten`, which comes before dithering. Opaque pixels stay as they are.
+    /// 0xRRGGBB. Modes without alpha (RGB888, RGB565, I8, and A8 from gray values) blend translucent pixels over it
+    /// before dithering (see `flatten`). Other modes ignore it.
     std::optional<uint32_t> background = {};
 
-    Dither dither = Dither::None; ///< works on the upright picture
-    bool alphaOnly = false;       ///< A8 takes gray values instead of alpha; other modes ignore it
+    Dither dither = Dither::None; ///< applied to the upright picture
+    bool alphaOnly = false;       ///< A8 stores gray values instead of alpha; other modes ignore it
 
-    /// As pngslab: 90 turns the picture counter-clockwise, any other value changes nothing.
+    /// As in pngslab: 90 rotates the stored array counter-clockwise, any other value changes nothing.
     uint32_t rotation = 0;
 
-    /// Bytes that every stride is a multiple of; 0 counts as 1. A stride is whole pixels too, so that it
-    /// may become a larger multiple.
+    /// Every stride is a multiple of this many bytes; 0 means 1. A stride is also a multiple of the pixel size.
     uint32_t rowAlignment = 1;
 };
 
 struct MadeSurface {
-    Bytes file; ///< the header of 20 bytes and the rows, zeros between and behind them
+    Bytes file; ///< header and rows; all padding is zero
     uint64_t stride;
-    /// Some pixel is translucent, the surface has no alpha and no background was given: the alpha is dropped.
-    /// Indices remain, so that a palette with alpha may hold what is missing in I8.
+    /// A pixel is translucent, the surface has no alpha, and there is no background. An I8 surface of an indexed image
+    /// keeps its indices, so a palette file with alpha can still contain the alpha.
     bool lostAlpha;
 };
 
-/// Makes the surface file of an image. It depends on nothing but its arguments.
+/// Makes the surface file of an image. The result depends on the arguments only.
 ///
-/// @throws Refusal for a color image into I8 or AI88; for A8 from the gray values of any but a grayscale
-///         image; if a background of another color than gray would lie under gray values, or any under
-///         palette indices, where a pixel is translucent; for a stride beyond 32 bits
+/// @throws Rejection for
+///         - a color image and I8 or AI88
+///         - A8 from gray values (`alphaOnly`) and an image that is not grayscale
+///         - translucent gray pixels and a background that is not gray
+///         - translucent palette entries and a background
+///         - a stride above 32 bits
 MadeSurface makeSurface(const Samples& samples, const SurfaceRequest& request);
 
-/// Entries of a palette block: one for each value of an index, so that no index leads out of it.
+/// Entries of a palette file: one for each 8-bit index.
 inline constexpr size_t kPaletteEntries = 256;
 
-/// The palette block of a surface: blue, green, red of every entry, and its alpha if `alpha` is not empty.
-/// Entries beyond `colors` are black, entries beyond `alpha` are opaque.
-Bytes paletteBlock(std::span<const std::array<uint8_t, 3>> colors, ByteView alpha);
+/// The content of a palette file: blue, green, red of every entry, and its alpha if `alpha` is not empty. Entries beyond
+/// `colors` are black, entries beyond `alpha` are opaque.
+Bytes paletteBytes(std::span<const std::array<uint8_t, 3>> colors, ByteView alpha);
