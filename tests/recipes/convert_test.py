@@ -1,4 +1,4 @@
-"""The recipe of docs/recipes.md that takes slabtool."""
+"""The recipe of docs/recipes.md for slabtool convert."""
 import os
 import unittest
 

@@ -1,5 +1,5 @@
-"""The recipe of docs/recipes.md for several machines that share a folder: a scheduler of Dask and two workers on this
-one. They listen on loopback only, and end with the test."""
+"""The recipe of docs/recipes.md for machines that share a folder, with a Dask scheduler and two workers on this machine.
+They listen only on loopback and end with the test."""
 
 import json
 import os
@@ -9,17 +9,17 @@ import sys
 import time
 import unittest
 
-from workshop import REFUSED, Workshop, make_png, section, surface_path
+from workshop import REJECTED, Workshop, make_png, section, surface_path
 
-# What ctest takes for a test that was left out.
+# The exit status of a skipped test for ctest.
 SKIPPED = 77
-# The scheduler's programs belong to the system's interpreter, which need not be the one of the tests.
+# The package of the scheduler belongs to the system's interpreter, which may differ from that of the tests.
 PYTHON = "/usr/bin/python3"
 FOLDERS = ["halt", *(f"folder {i}" for i in range(6))]
 
 
 class Process:
-    """A program in a process group of its own, as a machine is apart from others."""
+    """A program in its own process group, which stands for a machine."""
 
     def __init__(self, command, workshop, log):
         self.log = workshop.folder / log
@@ -30,7 +30,7 @@ class Process:
         workshop.addCleanup(self.kill)
 
     def kill(self):
-        """Ends it with all its children, as a power failure does."""
+        """Kills it with all its children, like a power failure."""
         try:
             os.killpg(self.run.pid, signal.SIGKILL)
         except ProcessLookupError:
@@ -52,7 +52,7 @@ class Dask(Workshop):
         for name, body in files.items():
             (self.folder / name).write_text(body)
         os.symlink(PYTHON, self.folder / "bin/python3")
-        # A run into the folder that is called halt converts one image, then keeps the lock until it is killed.
+        # A run into the folder "halt" converts one image, then holds the lock until it is killed.
         self.write_script("bin/slabtool", f"""
             slabtool='{os.environ["PNGSLAB_SLABTOOL"]}'
             case "$(test -e '{self.folder}/halt' && echo "$*")" in
@@ -83,12 +83,12 @@ class Dask(Workshop):
         return worker
 
     def made(self):
-        """The surfaces that are there; a surface that is made again is another file."""
+        """The existing surfaces and their inodes. A surface that is made again has another inode."""
         return {path: path.stat().st_ino for path in self.folder.glob("surfaces/*/*.surface")}
 
     def start_and_halt(self):
-        """Starts the recipe's command; one worker halts in a folder, the other one does the rest. Returns the
-        command, the halted worker's process, and what is made."""
+        """Starts the recipe. One worker halts in a folder, the other one converts the rest. Returns the process of the
+        recipe, the PID of the halted worker, and the existing surfaces."""
         (self.folder / "halt").touch()
         client = Process(self.command.strip(), self, "client.log")
         while not (self.folder / "halted").exists() or len(self.made()) < len(self.images) - 1:
@@ -148,6 +148,6 @@ class Dask(Workshop):
 
 if __name__ == "__main__":
     if subprocess.run([PYTHON, "-c", "import distributed"], stderr=subprocess.DEVNULL).returncode != 0:
-        print("Left out: Debian's package python3-distributed is not installed here.")
+        print("Skipped: Debian's package python3-distributed is not installed here.")
         sys.exit(SKIPPED)
     unittest.main()

@@ -1,5 +1,5 @@
-"""The recipes of docs/recipes.md for several machines by ssh, which are two ssh daemons on this one, each with a
-home of its own. They listen on loopback only, know one key, and end with the test."""
+"""The recipes of docs/recipes.md for several machines over ssh, with two ssh daemons on this machine. Each has its own
+home folder. They listen only on loopback, accept one key, and end with the test."""
 
 import os
 import shutil
@@ -9,13 +9,13 @@ import sys
 import time
 import unittest
 
-from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section, surface_path
+from workshop import ODD_NAMES, REJECTED, Workshop, make_png, section, surface_path
 
-# What ctest takes for a test that was left out.
+# The exit status of a skipped test for ctest.
 SKIPPED = 77
-# Each image costs a handful of logins.
+# Few images, because each one needs several logins.
 NAMES = ["quill.png", "icons/seal.png", "two.png", *ODD_NAMES[2:4]]
-# What decides where coverage and sanitizers report, which a login would not inherit.
+# Variables for the reports of coverage and sanitizers. A login does not inherit them.
 REPORTS = ("LLVM_PROFILE_FILE", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS")
 
 
@@ -25,7 +25,7 @@ def free_port():
 
 
 class Machine:
-    """An ssh daemon whose logins begin in a folder of the scratch folder."""
+    """An ssh daemon whose logins start in a folder of the scratch folder."""
 
     def __init__(self, name, workshop):
         self.name = name
@@ -48,13 +48,13 @@ class Machine:
         self.start(workshop)
 
     def start(self, workshop):
-        """Another program may take the port first; then another one is tried."""
+        """Starts the daemon. Tries another port if a program has taken the free one."""
         log = workshop.folder / f"log-{self.name}"
         for _ in range(10):
             self.port = free_port()
             self.configuration.write_text(f"ListenAddress 127.0.0.1:{self.port}\n{self.settings}")
             self.daemon = subprocess.Popen(
-                # The daemon ends with this process, however that ends.
+                # setpriv ends the daemon when this process ends for any reason.
                 ["setpriv", "--pdeathsig", "TERM", shutil.which("sshd", path=workshop.environment["PATH"]),
                  "-D", "-E", log, "-f", self.configuration], stdin=subprocess.DEVNULL)
             workshop.addCleanup(self.stop)
@@ -110,7 +110,7 @@ class MachineWorkshop(Workshop):
             """)
 
     def hosts(self, log):
-        """The machines that the log names, without its heading."""
+        """The machines in the log, without its header line."""
         lines = (self.folder / log).read_text().splitlines()[1:]
         return {line.split("\t")[1] for line in lines}
 
@@ -130,13 +130,13 @@ class Machines(MachineWorkshop):
         self.age_all()
         self.asked()
 
-    def test_share_the_work_and_keep_nothing(self):
+    def test_share_the_work_and_keep_no_files(self):
         self.assert_runs(self.command)
         self.assert_surfaces(NAMES)
         self.assertEqual(self.hosts("machines.log"), {"alpha", "beta"})
         self.assert_machines_clean()
 
-    def test_do_only_what_is_to_be_done(self):
+    def test_convert_only_outdated_images(self):
         self.make_surfaces_here()
         self.add_image("two.png", make_png(99))
         (self.folder / "surfaces/quill.surface").unlink()
@@ -144,25 +144,25 @@ class Machines(MachineWorkshop):
         self.assertEqual(self.asked(), ["images/quill.png", "images/two.png"])
         self.assert_surfaces(NAMES)
 
-    def test_keep_nothing_of_a_refused_image_and_leave_its_older_surface(self):
+    def test_keep_the_old_surface_of_a_rejected_image(self):
         self.make_surfaces_here()
         older = self.surface("two.png")
-        for name in ("two.png", "refused.png"):
-            self.add_image(name, REFUSED)
+        for name in ("two.png", "rejected.png"):
+            self.add_image(name, REJECTED)
         self.assert_runs(self.command, status=2)
         self.assertEqual(self.surface("two.png"), older)
-        self.assertFalse((self.folder / "surfaces/refused.surface").exists())
+        self.assertFalse((self.folder / "surfaces/rejected.surface").exists())
         self.assert_machines_clean()
         self.assertEqual(sorted(self.assert_runs(self.list_missing).stdout.splitlines()),
-                         ["images/refused.png", "images/two.png"])
+                         ["images/rejected.png", "images/two.png"])
 
-    def test_are_left_out_when_they_do_not_answer(self):
+    def test_are_skipped_if_they_do_not_answer(self):
         self.machines[1].stop()
         self.assert_runs(self.command)
         self.assert_surfaces(NAMES)
         self.assertEqual(self.hosts("machines.log"), {"alpha"})
 
-    def test_are_rid_of_what_an_interrupted_run_left(self):
+    def test_are_cleaned_after_an_interrupted_run(self):
         for machine in self.machines:
             (machine.home / "pngslab-work/images").mkdir(parents=True)
             (machine.home / "pngslab-work/images/left.png").touch()
@@ -184,27 +184,27 @@ class Folders(MachineWorkshop):
         self.add_images(self.images)
 
     def assert_merged(self):
-        """One manifest names every surface, and a run over all of them finds nothing to do."""
+        """The merged manifest has every surface, and a run over all images finds them up to date."""
         self.assert_runs(self.merge)
         updated = self.assert_runs("slabtool convert --update images surfaces").stdout
         self.assertIn(f"converted 0, up to date {len(self.images)},", updated)
         for image in self.images:
             self.assertEqual(self.surface(image), self.converted(image), image)
 
-    def test_are_shared_out_and_their_manifests_merged(self):
+    def test_are_distributed_and_their_manifests_merged(self):
         self.assert_runs(self.command)
         self.assertEqual(self.hosts("folders.log"), {"alpha", "beta"})
         self.assert_runs(self.clean_up)
         self.assert_machines_clean()
         self.assert_merged()
 
-    def test_of_a_machine_that_does_not_answer_are_done_by_others(self):
+    def test_of_a_machine_that_does_not_answer_are_converted_by_another(self):
         self.machines[1].stop()
         self.assert_runs(self.command)
         self.assertEqual(self.hosts("folders.log"), {"alpha"})
         self.assert_merged()
 
-    def test_that_failed_are_done_by_the_next_run(self):
+    def test_that_failed_are_converted_by_the_next_run(self):
         self.add_image("one/a.png", b"no image")
         self.assertIn("rejected", self.assert_runs(self.command, status=1).stdout)
         self.assertEqual(self.surface("one/below/b.png"), self.converted("one/below/b.png"))
@@ -218,6 +218,6 @@ class Folders(MachineWorkshop):
 
 if __name__ == "__main__":
     if not os.path.isdir("/sys/devices"):
-        print("Left out: GNU parallel counts a machine's processors in /sys, which is not mounted here.")
+        print("Skipped: GNU parallel counts a machine's processors in /sys, which is not mounted here.")
         sys.exit(SKIPPED)
     unittest.main()

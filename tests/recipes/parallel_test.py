@@ -1,10 +1,10 @@
-"""The recipe of docs/recipes.md for GNU parallel on one machine, and what slabtool says afterwards."""
+"""The recipes of docs/recipes.md for GNU parallel on one machine, and for checking the surfaces."""
 
 import os
 import unittest
 from pathlib import Path
 
-from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section
+from workshop import ODD_NAMES, REJECTED, Workshop, make_png, section
 
 SLABTOOL = Path(os.environ["PNGSLAB_SLABTOOL"])
 NAMES = ["quill.png", "icons/seal.png", "two.png", "three.png", *ODD_NAMES]
@@ -19,7 +19,7 @@ class Slabtool(Workshop):
 class Parallel(Slabtool):
     def setUp(self):
         super().setUp()
-        self.list_images, self.command, self.mend = section("GNU parallel")[1]
+        self.list_images, self.command, self.fix = section("GNU parallel")[1]
         self.add_images(NAMES)
 
     def test_makes_every_surface_once(self):
@@ -30,31 +30,31 @@ class Parallel(Slabtool):
         self.assert_runs(self.command)
         self.assertEqual(self.asked(), [])
 
-    def test_does_only_what_failed_after_images_were_mended(self):
-        for name in ("icons/bell.png", "refused.png"):
-            self.add_image(name, REFUSED)
+    def test_converts_only_failed_images_after_they_were_fixed(self):
+        for name in ("icons/bell.png", "rejected.png"):
+            self.add_image(name, REJECTED)
         self.assert_runs(self.list_images)
         self.assert_runs(self.command, status=2)
         self.assert_surfaces(NAMES)
         self.asked()
 
-        said = self.assert_runs(self.mend).stdout
+        said = self.assert_runs(self.fix).stdout
         self.assertEqual([line.split(": ")[0] for line in said.splitlines()],
-                         ["images/icons/bell.png", "images/refused.png"])
+                         ["images/icons/bell.png", "images/rejected.png"])
         self.assert_runs(self.command, status=1)
-        self.assertEqual(self.asked(), ["images/icons/bell.png", "images/refused.png"])
+        self.assertEqual(self.asked(), ["images/icons/bell.png", "images/rejected.png"])
         self.assert_surfaces([*NAMES, "icons/bell.png"])
 
-    def test_keeps_the_older_surface_of_an_image_that_is_refused_now(self):
+    def test_keeps_the_old_surface_of_a_rejected_image(self):
         self.assert_runs(self.list_images)
         self.assert_runs(self.command)
         older = self.surface("two.png")
-        self.add_image("two.png", REFUSED)
+        self.add_image("two.png", REJECTED)
         (self.folder / "surfaces.log").unlink()
         self.assert_runs(self.command, status=1)
         self.assertEqual(self.surface("two.png"), older)
 
-    def test_goes_on_where_an_interruption_left_it(self):
+    def test_continues_after_an_interruption(self):
         self.add_image("halt.png", make_png(3))
         self.assert_runs(self.list_images)
         self.interrupt_at_halt(self.command)
@@ -68,9 +68,9 @@ class Parallel(Slabtool):
         self.assert_surfaces([*NAMES, "halt.png"])
 
 
-class Afterwards(Slabtool):
-    def test_names_the_surfaces_that_are_not_as_they_should_be(self):
-        check, = section("Afterwards")[1]
+class Checking(Slabtool):
+    def test_prints_inconsistent_surfaces(self):
+        check, = section("Checking the surfaces")[1]
         (self.folder / "surfaces").mkdir()
         self.add_image("good.png", make_png(1))
         self.assert_runs("./convert-one.sh images/good.png 'surfaces/good one.surface'")

@@ -1,11 +1,11 @@
-"""The recipes of docs/recipes.md for one machine, each run as the document has it."""
+"""The recipes of docs/recipes.md for one machine, run unchanged."""
 
 import resource
 import shutil
 import signal
 import unittest
 
-from workshop import ODD_NAMES, REFUSED, Workshop, make_png, section
+from workshop import ODD_NAMES, REJECTED, Workshop, make_png, section
 
 PLAIN_NAMES = ["quill.png", "icons/seal.png", "icons/large/one.png", "two.png", "three.png"]
 
@@ -16,21 +16,21 @@ class ConvertOne(Workshop):
         self.assert_runs("./convert-one.sh images/a.png surfaces/deep/er/a.surface")
         self.assertEqual(self.surface("deep/er/a.png"), self.converted("a.png"))
 
-    def test_hands_options_on(self):
+    def test_passes_options_on(self):
         self.add_image("a.png", make_png(1))
         self.assert_runs("./convert-one.sh images/a.png turned.surface --rotation 90")
         self.assertEqual((self.folder / "turned.surface").read_bytes()[0], 90)
 
-    def test_says_why_there_is_no_surface(self):
-        self.add_image("a.png", REFUSED)
+    def test_prints_the_reason_of_a_rejection(self):
+        self.add_image("a.png", REJECTED)
         done = self.assert_runs("./convert-one.sh images/a.png surfaces/a.surface", status=1)
         self.assertEqual(done.stderr, "images/a.png: no surface: cannot decode PNG file\n")
         self.assert_surfaces([])
 
-    def test_keeps_the_older_surface_when_the_disk_is_full(self):
+    def test_keeps_the_old_surface_if_the_disk_is_full(self):
         self.add_image("a.png", make_png(1, width=100, height=100))
         (self.folder / "a.surface").write_text("older")
-        # Python leaves the signal for files that are too long ignored, so writes fail instead.
+        # Python ignores SIGXFSZ, and the command inherits that. So a write fails instead of raising the signal.
         done = self.run_command(
             "./convert-one.sh images/a.png a.surface", restore_signals=False,
             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096)))
@@ -51,7 +51,7 @@ class Outdated(Workshop):
 
 
 class BuildRecipe:
-    """What make and ninja have in common; `command` is the run, `failure` its status after a refusal."""
+    """Tests of make and ninja. `failure` is the exit status after a rejection."""
 
     def setUp(self):
         super().setUp()
@@ -93,8 +93,8 @@ class BuildRecipe:
         self.run_recipe()
         self.assertEqual(self.asked(), sorted(f"images/{name}" for name in PLAIN_NAMES))
 
-    def test_makes_the_others_when_an_image_is_refused_and_tries_it_again(self):
-        self.add_image("0.png", REFUSED)  # the first in line
+    def test_converts_the_other_images_after_a_rejection_and_tries_again(self):
+        self.add_image("0.png", REJECTED)  # the first one
         self.run_recipe(self.failure)
         self.assert_surfaces(PLAIN_NAMES)
         self.asked()
@@ -111,22 +111,22 @@ class BuildRecipe:
 class Make(BuildRecipe, Workshop):
     heading, failure = "make", 2
 
-    def test_leaves_no_surface_of_an_image_that_is_refused_now(self):
+    def test_deletes_the_old_surface_of_a_rejected_image(self):
         self.run_recipe()
         self.age_all()
-        self.add_image("two.png", REFUSED)
+        self.add_image("two.png", REJECTED)
         self.run_recipe(2)
         self.assert_surfaces([name for name in PLAIN_NAMES if name != "two.png"])
 
-    def test_takes_an_empty_file_for_finished_without_delete_on_error(self):
+    def test_considers_an_empty_file_finished_without_delete_on_error(self):
         makefile = self.folder / "Makefile"
         makefile.write_text(makefile.read_text().replace(".DELETE_ON_ERROR:", ""))
-        self.add_image("refused.png", REFUSED)
+        self.add_image("rejected.png", REJECTED)
         self.run_recipe(2)
         self.run_recipe()
-        self.assertEqual(self.surface("refused.png"), b"")
+        self.assertEqual(self.surface("rejected.png"), b"")
 
-    def test_takes_an_empty_file_for_finished_after_it_was_killed(self):
+    def test_considers_an_empty_file_finished_after_it_was_killed(self):
         self.add_image("halt.png", make_png(3))
         self.interrupt_at_halt(self.commands[0], by=signal.SIGKILL)
         self.run_recipe()
@@ -137,19 +137,19 @@ class Make(BuildRecipe, Workshop):
         rule, rest = makefile.read_text().split("\tpngslab ")
         makefile.write_text(rule + section("make")[0]["keep-older"] + rest.split("\n", 1)[1])
 
-    def test_finishes_after_it_was_killed_where_older_surfaces_are_kept(self):
+    def test_finishes_after_it_was_killed_if_it_keeps_old_surfaces(self):
         self.keep_older()
         self.add_image("halt.png", make_png(3))
         self.interrupt_at_halt(self.commands[0], by=signal.SIGKILL)
         self.run_recipe()
         self.assert_surfaces([*PLAIN_NAMES, "halt.png"])
 
-    def test_keeps_the_older_surface_where_that_is_wanted(self):
+    def test_keeps_the_old_surface_on_request(self):
         self.keep_older()
         self.run_recipe()
         self.age_all()
         older = self.surface("two.png")
-        self.add_image("two.png", REFUSED)
+        self.add_image("two.png", REJECTED)
         self.run_recipe(2)
         self.assertEqual(self.surface("two.png"), older)
         self.run_recipe(2)
@@ -162,7 +162,7 @@ class Make(BuildRecipe, Workshop):
 class Ninja(BuildRecipe, Workshop):
     heading, failure = "ninja", 1
 
-    def test_takes_odd_names(self):
+    def test_accepts_odd_names(self):
         self.add_images(ODD_NAMES)
         self.run_recipe()
         self.assert_surfaces(PLAIN_NAMES + ODD_NAMES)
@@ -170,18 +170,18 @@ class Ninja(BuildRecipe, Workshop):
         self.run_recipe()
         self.assertEqual(self.asked(), [])
 
-    def test_keeps_the_older_surface_of_an_image_that_is_refused_now(self):
+    def test_keeps_the_old_surface_of_a_rejected_image(self):
         self.run_recipe()
         self.age_all()
         older = self.surface("two.png")
-        self.add_image("two.png", REFUSED)
+        self.add_image("two.png", REJECTED)
         self.run_recipe(1)
         self.assertEqual(self.surface("two.png"), older)
         self.asked()
         self.run_recipe(1)
         self.assertEqual(self.asked(), ["images/two.png"])
 
-    def test_removes_surfaces_whose_images_are_gone(self):
+    def test_removes_surfaces_whose_image_was_removed(self):
         self.run_recipe()
         (self.folder / "images/two.png").unlink()
         self.run_recipe()
@@ -197,19 +197,19 @@ class Xargs(Workshop):
         self.command = section("xargs")[1][0]
         self.add_images(self.names)
 
-    def test_takes_any_name(self):
+    def test_accepts_all_names(self):
         self.assert_runs(self.command)
         self.assert_surfaces(self.names)
 
-    def test_makes_the_others_when_an_image_is_refused(self):
-        self.add_image("refused.png", REFUSED)
+    def test_converts_the_other_images_after_a_rejection(self):
+        self.add_image("rejected.png", REJECTED)
         self.assert_runs(self.command, status=123)
         self.assert_surfaces(self.names)
 
-    def test_keeps_the_older_surface_of_an_image_that_is_refused_now(self):
+    def test_keeps_the_old_surface_of_a_rejected_image(self):
         self.assert_runs(self.command)
         older = self.surface("two.png")
-        self.add_image("two.png", REFUSED)
+        self.add_image("two.png", REJECTED)
         self.assert_runs(self.command, status=123)
         self.assertEqual(self.surface("two.png"), older)
 
@@ -219,7 +219,7 @@ class Xargs(Workshop):
         self.assert_runs(self.command)
         self.assertEqual(self.asked(), [])
 
-    def test_makes_what_is_out_of_date_when_told_so(self):
+    def test_converts_only_outdated_images_on_request(self):
         self.assert_runs(self.command)
         self.age_all()
         self.asked()

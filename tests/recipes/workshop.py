@@ -1,5 +1,5 @@
-"""What the tests of docs/recipes.md share: the document's blocks, and a scratch folder with images and a
-pngslab that notes what it is asked for."""
+"""Helpers for the tests of docs/recipes.md: the code blocks of the document, and a scratch folder with images and a
+pngslab that logs its calls."""
 
 import os
 import re
@@ -23,25 +23,25 @@ ODD_NAMES = ["two  words.png", "-minus.png", "it's \"quoted\".png", "$HOME `x` &
 
 
 def section(heading):
-    """The named and the nameless code blocks below a heading: files by name, commands in order."""
+    """The code blocks below a heading: a dictionary of named files, and a list of commands."""
     text = DOCUMENT.split(f"\n## {heading}\n")[1].split("\n## ")[0]
     blocks = BLOCK.findall(text)
     return {name: body for name, body in blocks if name}, [body for name, body in blocks if not name]
 
 
 def make_png(seed, width=7, height=5, **compression):
-    """A truecolor image in stored blocks, which are always taken, or compressed as given."""
-    lines = b"".join(b"\0" + bytes((seed * 31 + x * y) % 256 for x in range(width * 3))
+    """A truecolor image in stored blocks, which pngslab always accepts, or with the given compression."""
+    rows = b"".join(b"\0" + bytes((seed * 31 + x * y) % 256 for x in range(width * 3))
                      for y in range(height))
     deflate = zlib.compressobj(**(compression or {"level": 0}))
     chunks = [(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)),
-              (b"IDAT", deflate.compress(lines) + deflate.flush()), (b"IEND", b"")]
+              (b"IDAT", deflate.compress(rows) + deflate.flush()), (b"IEND", b"")]
     return b"\x89PNG\r\n\x1a\n" + b"".join(
         struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
         for kind, data in chunks)
 
 
-REFUSED = make_png(1, strategy=zlib.Z_FIXED)
+REJECTED = make_png(1, strategy=zlib.Z_FIXED)
 
 
 def surface_path(image):
@@ -49,7 +49,7 @@ def surface_path(image):
 
 
 class Workshop(unittest.TestCase):
-    """A folder with `images`, and in `bin` a pngslab that is found before all others."""
+    """A folder with `images`, and with a pngslab in `bin` that comes first on the PATH."""
 
     def setUp(self):
         scratch = tempfile.TemporaryDirectory(prefix="recipes-")
@@ -57,7 +57,7 @@ class Workshop(unittest.TestCase):
         self.folder = Path(scratch.name).resolve()
         self.environment = {**os.environ, "LC_ALL": "C.UTF-8", "HOME": f"{self.folder}/home",
                             "PATH": f"{self.folder}/bin:{os.environ['PATH']}:/usr/sbin"}
-        # Nothing but the recipe's own words reaches these.
+        # The environment must not change the options of a recipe.
         for variable in ("MAKEFLAGS", "MFLAGS", "MAKELEVEL", "NINJA_STATUS", "PARALLEL"):
             self.environment.pop(variable, None)
         for name in ("home", "bin", "images"):
@@ -71,7 +71,7 @@ class Workshop(unittest.TestCase):
             fi
             exec '{PROGRAM}' "$@"
             """)
-        for name, body in section("What all of them use")[0].items():
+        for name, body in section("Common scripts")[0].items():
             self.write_script(name, body)
 
     def write_script(self, name, body):
@@ -100,7 +100,7 @@ class Workshop(unittest.TestCase):
         return done
 
     def interrupt_at_halt(self, command, by=signal.SIGINT):
-        """Runs a command until it converts images/halt.png, then interrupts it as a terminal does, or else."""
+        """Runs a command until it converts images/halt.png, then sends a signal to its process group."""
         (self.folder / "halt").touch()
         with subprocess.Popen(["/bin/sh", "-c", command], cwd=self.folder, env=self.environment,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
@@ -114,7 +114,7 @@ class Workshop(unittest.TestCase):
         (self.folder / "halt").unlink()
 
     def asked(self):
-        """The images that pngslab was asked for since the last call, sorted."""
+        """The images that pngslab was called with since the last call, sorted."""
         log = self.folder / "asked"
         images = sorted(log.read_text().splitlines()) if log.exists() else []
         log.unlink(missing_ok=True)
@@ -124,18 +124,18 @@ class Workshop(unittest.TestCase):
         return (self.folder / surface_path(image)).read_bytes()
 
     def age(self, path, days):
-        """Moves a file's time of change into the past."""
+        """Moves a file's modification time into the past."""
         then = time.time() - days * 86400
         os.utime(self.folder / path, (then, then))
 
     def age_all(self):
-        """Makes everything old, the images older than the surfaces, and the programs the oldest."""
+        """Ages all files: the images are older than the surfaces, and the programs are the oldest."""
         for days, pattern in enumerate(("surfaces/**/*", "images/**/*", "bin/*"), start=1):
             for path in self.folder.glob(pattern):
                 self.age(path, days)
 
     def assert_surfaces(self, images):
-        """`surfaces` holds what pngslab makes of these images by itself, and nothing else."""
+        """`surfaces` has exactly the files that pngslab makes of these images."""
         files = {str(path.relative_to(self.folder)) for path in self.folder.glob("surfaces/**/*")
                  if path.is_file()}
         self.assertEqual(files, {surface_path(image) for image in images})
