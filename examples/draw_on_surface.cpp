@@ -1,6 +1,5 @@
-// Draws on a surface file without decoding or copying anything: maps the file into memory, lays a
-// surface over it, fills a clip, blends a sprite from a second surface file, and paints an
-// anti-aliased ellipse. The changed file is what is left.
+// Draws on a surface file without decoding or copying: maps the file into memory, makes a view of it, fills a clip,
+// blends a sprite from a second surface file, and paints an anti-aliased ellipse. The result is the changed file.
 //
 //     draw_on_surface PICTURE.surface SPRITE.surface
 #include "src/ds_ellipse.h"
@@ -28,7 +27,7 @@ constexpr uint32_t colorWord(uint32_t alpha, uint32_t red, uint32_t green, uint3
 constexpr uint32_t kBand = colorWord(255, 46, 34, 74);
 constexpr uint32_t kRing = colorWord(160, 255, 216, 150);
 
-/// A whole file, mapped so that changes reach it; empty if that failed.
+/// A file that is mapped so that writes change it. Empty if that failed.
 class MappedFile {
 public:
     explicit MappedFile(const char* path) {
@@ -39,7 +38,7 @@ public:
             mBytes = mmap(nullptr, mSize, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
         }
         if (file >= 0) {
-            close(file); // the mapping stays
+            close(file); // the mapping stays valid
         }
     }
     ~MappedFile() {
@@ -52,8 +51,8 @@ public:
 
     uint8_t* bytes() const { return static_cast<uint8_t*>(mBytes); }
 
-    /// Whether the file holds all that its header promises. A view trusts the header, so a reader
-    /// of files from elsewhere asks first.
+    /// Whether the header is valid and the file contains all rows. A view trusts the header, so untrusted files need this
+    /// check.
     bool isSurfaceFile() const {
         constexpr uint64_t kHeaderSize = 20;
         if (mBytes == MAP_FAILED || mSize < kHeaderSize) {
@@ -73,17 +72,16 @@ private:
     uint64_t mSize = 0;
 };
 
-/// The coverage of one row of pixels by a region: a few lines through the row are asked for their
-/// spans, and each pixel gets the share of them that runs over it.
+/// The coverage of one row of pixels by a region: the mean of the region's spans at several heights in the row.
 void coverRow(const DsRegion& region, int32_t row, std::vector<uint8_t>& coverage) {
-    constexpr int kLines = 8;
+    constexpr int kSpans = 8;
     std::vector<float> covered(coverage.size(), 0.0F);
-    for (int line = 0; line < kLines; ++line) {
-        const float y = static_cast<float>(row) + (static_cast<float>(line) + 0.5F) / kLines;
+    for (int i = 0; i < kSpans; ++i) {
+        const float y = static_cast<float>(row) + (static_cast<float>(i) + 0.5F) / kSpans;
         const DsFSpan span = region.horizontalSpanAt(y);
         const float first = std::max(span.first, 0.0F);
         const float last = std::min(span.last, static_cast<float>(covered.size()));
-        if (!(first < last)) { // an empty span is infinite, at the edge of an ellipse it may be NaN
+        if (!(first < last)) { // an empty span has infinite ends, or NaN at the edge of an ellipse
             continue;
         }
         const auto end = static_cast<size_t>(std::ceil(last));
@@ -93,7 +91,7 @@ void coverRow(const DsRegion& region, int32_t row, std::vector<uint8_t>& coverag
         }
     }
     for (size_t x = 0; x < coverage.size(); ++x) {
-        coverage[x] = static_cast<uint8_t>(std::lround(covered[x] * 255 / kLines));
+        coverage[x] = static_cast<uint8_t>(std::lround(covered[x] * 255 / kSpans));
     }
 }
 
@@ -108,7 +106,7 @@ void paintEllipse(const DsSurface& surface, DsEllipse ellipse, uint32_t color) {
         std::min(surface.getHeight(), static_cast<int32_t>(std::ceil(bounds.mY + bounds.mHeight)));
     for (int32_t row = top; row < bottom; ++row) {
         coverRow(ellipse, row, coverage);
-        // Coverage 0 is a blend too, so only what the ellipse touches is handed over.
+        // Coverage 0 changes translucent pixels too, so only the pixels that the ellipse touches are blended.
         const auto first =
             std::find_if(coverage.begin(), coverage.end(), [](uint8_t c) { return c > 0; });
         const auto last =
@@ -128,12 +126,12 @@ void draw(DsSurface& picture, const DsSurface& sprite) {
     int32_t height = 0;
     picture.getSize(width, height);
 
-    // A band along the bottom.
+    // A band at the bottom.
     picture.setClip({0, height - height / 8, width, height / 8});
     picture.fill(kBand);
     picture.resetClip();
 
-    // The sprite in the lower right corner, four pixels away from both edges.
+    // The sprite in the lower right corner, four pixels from both edges.
     constexpr uint32_t kAlphaAsDecoded = 0;
     constexpr uint8_t kRightAndBottom = 2 | 8;
     picture.blendAligned(sprite, kAlphaAsDecoded, 0, picture.getBounds(), kRightAndBottom, 4, 4);

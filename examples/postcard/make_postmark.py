@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Draws postmark.png: a round postmark and its waves, 8-bit grayscale, white where there is ink.
+"""Draws postmark.png: a round postmark with waves, 8-bit grayscale; ink is white.
 
-Run it in this folder to make the picture again. It needs nothing but Python's standard library.
+Run it in this folder to make the picture again. It needs only Python's standard library.
 """
 
 import math
@@ -10,8 +10,8 @@ import zlib
 
 WIDTH, HEIGHT = 72, 40
 OVERSAMPLING = 8
-CENTER, RADII = (20.0, 20.0), (17.5, 12.0)  # of both rings
-BARS = [(-4.5, 9.0), (0.0, 10.5), (4.5, 9.0)]  # height and half width of what stands for the date
+CENTER, RADII = (20.0, 20.0), (17.5, 12.0)  # of the two rings
+BARS = [(-4.5, 9.0), (0.0, 10.5), (4.5, 9.0)]  # vertical position and half width of the bars instead of a date
 WAVES = [8.0, 16.0, 24.0, 32.0]
 
 
@@ -36,7 +36,7 @@ def chunk(name, data):
     return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
 
 
-lines = b"".join(b"\0" + bytes(coverage(x, y) for x in range(WIDTH)) for y in range(HEIGHT))
+rows = b"".join(b"\0" + bytes(coverage(x, y) for x in range(WIDTH)) for y in range(HEIGHT))
 with open("postmark.png", "wb") as file:
     file.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", WIDTH, HEIGHT, 8, 0, 0, 0, 0)) +
-               chunk(b"IDAT", zlib.compress(lines, 9)) + chunk(b"IEND", b""))
+               chunk(b"IDAT", zlib.compress(rows, 9)) + chunk(b"IEND", b""))

@@ -1,9 +1,9 @@
-// Puts a seal and a postmark on a picture: three surface files that this program's build made, so they are
-// read and drawn on as they are.
+// Draws a seal and a postmark on a picture. The build of this program makes the three surface files, so they need no
+// checks.
 //
 //     postcard FOLDER POSTCARD.surface [PICTURE]
 //
-// The picture is FOLDER/quill.surface or, with the third word, FOLDER/PICTURE.surface; it may have any color mode.
+// The picture is FOLDER/quill.surface, or FOLDER/PICTURE.surface. It may have any color mode.
 #include "src/ds_surface.h"
 
 #include <cstdint>
@@ -20,8 +20,8 @@ std::vector<char> readFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// A surface in a file's bytes. Files of other makers would be checked first: a view trusts its header.
-DsSurface surfaceIn(std::vector<char>& file) {
+// A view of the surface file in `file`. A view trusts the header, so untrusted files must be checked first.
+DsSurface viewOf(std::vector<char>& file) {
     return DsSurface(reinterpret_cast<uint8_t*>(file.data()));
 }
 
@@ -50,8 +50,8 @@ int main(int argc, char** argv) {
         std::puts("a picture is missing");
         return 1;
     }
-    DsSurface picture = surfaceIn(pictureFile);
-    stamp(picture, surfaceIn(sealFile), surfaceIn(postmarkFile));
+    DsSurface picture = viewOf(pictureFile);
+    stamp(picture, viewOf(sealFile), viewOf(postmarkFile));
 
     std::ofstream postcard(argv[2], std::ios::binary);
     postcard.write(pictureFile.data(), static_cast<std::streamsize>(pictureFile.size()));

@@ -1,5 +1,5 @@
-"""The two example readers of surface files: both find every pixel of every mode where it belongs, and
-refuse every header that cannot be right, in the same words."""
+"""The two example readers of surface files: both read every pixel of every mode correctly, and reject every invalid
+header with the same message."""
 
 import os
 import struct
@@ -22,9 +22,9 @@ def chunk(name, data):
 
 
 def png(color_type, width, height, samples, *further):
-    """A PNG file without compression, so that the converter takes images of any size."""
-    line = width * CHANNELS[color_type]
-    rows = b"".join(b"\0" + samples[y * line:(y + 1) * line] for y in range(height))
+    """A PNG file without compression, so that the converter accepts images of any size."""
+    row_bytes = width * CHANNELS[color_type]
+    rows = b"".join(b"\0" + samples[y * row_bytes:(y + 1) * row_bytes] for y in range(height))
     header = struct.pack(">IIBBBBB", width, height, 8, color_type, 0, 0, 0)
     return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + b"".join(further) +
             chunk(b"IDAT", zlib.compress(rows, 0)) + chunk(b"IEND", b""))
@@ -63,17 +63,17 @@ class Reading(unittest.TestCase):
 
 
 class Images(Reading):
-    """Images through the converter: the readers find the samples that went in."""
+    """Converted images: the readers print the samples of the image."""
 
     SIZES = ((1, 1), (1, 6), (6, 1), (7, 4))
 
     def convert_both_ways(self, image, *options):
-        """The surface file of an image as it is, and that of the turned one."""
-        picture = self.write("image.png", image)
-        upright, turned = self.folder / "upright.surface", self.folder / "turned.surface"
-        convert(self, picture, upright, *options)
-        convert(self, picture, turned, "--rotation", 90, *options)
-        return upright, turned
+        """Converts an image without rotation and with rotation 90."""
+        file = self.write("image.png", image)
+        upright, rotated = self.folder / "upright.surface", self.folder / "rotated.surface"
+        convert(self, file, upright, *options)
+        convert(self, file, rotated, "--rotation", 90, *options)
+        return upright, rotated
 
     def expect_facts(self, path, width, height, mode, rotation):
         self.assertEqual(["size %d x %d" % (width, height), "mode " + mode, "rotation %d" % rotation],
@@ -85,12 +85,12 @@ class Images(Reading):
                 channels = CHANNELS[color_type]
                 samples = bytes((i * 37 + 11) & 255 for i in range(width * height * channels))
                 image = png(color_type, width, height, samples, *further)
-                upright, turned = self.convert_both_ways(image, *options)
+                upright, rotated = self.convert_both_ways(image, *options)
                 self.expect_facts(upright, width, height, mode, 0)
-                self.expect_facts(turned, width, height, mode, 90)
+                self.expect_facts(rotated, width, height, mode, 90)
                 expected = [words(samples[i:i + channels]) for i in range(0, len(samples), channels)]
                 self.assertEqual(expected, all_pixels(self, upright, width, height))
-                self.assertEqual(expected, all_pixels(self, turned, width, height))
+                self.assertEqual(expected, all_pixels(self, rotated, width, height))
 
     def test_of_grayscale(self):
         self.expect_image("5 I8", GRAY, value_words)
@@ -112,27 +112,27 @@ class Images(Reading):
         self.expect_image("0 ARGB8888", RGBA, rgba_words)
 
     def expect_key_image(self, mode, color_type, key, known):
-        """The front of each line holds the samples without alpha, so that pixels are read across them."""
+        """Each row starts with the samples without alpha, so a pixel is made of samples of several pixels."""
         width, height = 8, 3
-        line_bytes = width * CHANNELS[color_type]
-        samples = bytes((i * 37 + 11) & 255 for i in range(line_bytes * height))
+        row_bytes = width * CHANNELS[color_type]
+        samples = bytes((i * 37 + 11) & 255 for i in range(row_bytes * height))
         image = png(color_type, width, height, samples, chunk(b"tRNS", key))
-        upright, turned = self.convert_both_ways(image)
+        upright, rotated = self.convert_both_ways(image)
         self.expect_facts(upright, width, height, mode, 0)
-        self.expect_facts(turned, width, height, mode, 90)
+        self.expect_facts(rotated, width, height, mode, 90)
         pixels = all_pixels(self, upright, width, height)
-        self.assertEqual(pixels, all_pixels(self, turned, width, height))
+        self.assertEqual(pixels, all_pixels(self, rotated, width, height))
         for y in range(height):
-            expected = known(samples[y * line_bytes:(y + 1) * line_bytes])
+            expected = known(samples[y * row_bytes:(y + 1) * row_bytes])
             self.assertEqual(expected, pixels[y * width:y * width + len(expected)])
 
     def test_of_grayscale_with_a_key_color(self):
-        self.expect_key_image("7 AI88", GRAY, b"\0\1", lambda line: [
-            value_alpha_words(line[i:i + 2]) for i in range(0, len(line), 2)])
+        self.expect_key_image("7 AI88", GRAY, b"\0\1", lambda row: [
+            value_alpha_words(row[i:i + 2]) for i in range(0, len(row), 2)])
 
     def test_of_truecolor_with_a_key_color(self):
-        def known(line):
-            stored = b"".join(line[i:i + 3][::-1] for i in range(0, len(line), 3))
+        def known(row):
+            stored = b"".join(row[i:i + 3][::-1] for i in range(0, len(row), 3))
             return [rgba_words((stored[i + 2], stored[i + 1], stored[i], stored[i + 3]))
                     for i in range(0, len(stored), 4)]
 
@@ -140,26 +140,26 @@ class Images(Reading):
 
 
 def nearest(field, bits):
-    """The 8-bit value of a field, in fractions."""
-    most = (1 << bits) - 1
-    return int(field * 255 / most + 0.5)
+    """The nearest 8-bit value of a field."""
+    max_field = (1 << bits) - 1
+    return int(field * 255 / max_field + 0.5)
 
 
 class Words(Reading):
-    """Modes that the converter does not write: words of 16 bits, at odd addresses too."""
+    """Modes with 16-bit words, which the converter does not write. Some words are at odd addresses."""
 
     WIDTH, HEIGHT = 79, 65
     VALUES = [i * 13 & 0xFFFF for i in range(WIDTH * HEIGHT)]  # 5135 of 65,536, spread over all fields
 
     def expect(self, mode, fields):
-        """`fields`: place and bits of alpha, red, green and blue; no bits for what is always 255."""
-        line_bytes = self.WIDTH * 2
+        """`fields`: shift and bits of alpha, red, green and blue. A channel with 0 bits is always 255."""
+        row_bytes = self.WIDTH * 2
         packed = struct.pack("<%dH" % len(self.VALUES), *self.VALUES)
-        lines = [packed[i:i + line_bytes] + b"\xEE" for i in range(0, len(packed), line_bytes)]
-        path = self.write("words.surface", surface_bytes(mode, self.WIDTH, lines))
+        rows = [packed[i:i + row_bytes] + b"\xEE" for i in range(0, len(packed), row_bytes)]
+        path = self.write("words.surface", surface_bytes(mode, self.WIDTH, rows))
         expected = ["alpha %d red %d green %d blue %d" % tuple(
-            nearest(value >> place & (1 << bits) - 1, bits) if bits else 255
-            for place, bits in fields) for value in self.VALUES]
+            nearest(value >> shift & (1 << bits) - 1, bits) if bits else 255
+            for shift, bits in fields) for value in self.VALUES]
         self.assertEqual(expected, all_pixels(self, path, self.WIDTH, self.HEIGHT))
 
     def test_of_rgb565(self):
@@ -173,15 +173,15 @@ class Words(Reading):
 
 
 class Rotations(Reading):
-    LINES = [b"\1\2\3\xEE\xEE", b"\4\5\6\xEE\xEE"]  # with two bytes of padding
+    ROWS = [b"\1\2\3\xEE\xEE", b"\4\5\6\xEE\xEE"]  # with two bytes of padding
 
-    def test_turn_the_stored_array(self):
+    def test_map_every_pixel(self):
         images = {0: ["1 2 3", "4 5 6"], 90: ["4 1", "5 2", "6 3"], 180: ["6 5 4", "3 2 1"],
                   270: ["3 6", "2 5", "1 4"], 45: ["1 2 3", "4 5 6"], 450: ["1 2 3", "4 5 6"]}
         for rotation, image in images.items():
             with self.subTest(rotation=rotation):
-                path = self.write("turned.surface", surface_bytes(I8, 3, self.LINES, rotation))
-                expected = ["value " + value for line in image for value in line.split()]
+                path = self.write("rotated.surface", surface_bytes(I8, 3, self.ROWS, rotation))
+                expected = ["value " + value for row in image for value in row.split()]
                 width = len(image[0].split())
                 self.assertEqual(["size %d x %d" % (width, len(image)), "mode 5 I8",
                                   "rotation %d" % rotation], read_with_both(self, path))
@@ -189,10 +189,10 @@ class Rotations(Reading):
 
     def test_work_for_pixels_of_every_size(self):
         for mode, size in ((ARGB8888, 4), (RGB888, 3), (ARGB4444, 2), (A8, 1)):
-            lines = [bytes(range(1, 2 * size + 1)) + b"\xEE", bytes(range(101, 101 + 2 * size)) + b"\xEE"]
-            upright = all_pixels(self, self.write("upright", surface_bytes(mode, 2, lines)), 2, 2)
-            turned = all_pixels(self, self.write("turned", surface_bytes(mode, 2, lines, 180)), 2, 2)
-            self.assertEqual(upright, turned[::-1])
+            rows = [bytes(range(1, 2 * size + 1)) + b"\xEE", bytes(range(101, 101 + 2 * size)) + b"\xEE"]
+            upright = all_pixels(self, self.write("upright", surface_bytes(mode, 2, rows)), 2, 2)
+            rotated = all_pixels(self, self.write("rotated", surface_bytes(mode, 2, rows, 180)), 2, 2)
+            self.assertEqual(upright, rotated[::-1])
             self.assertEqual(4, len(set(upright)))
 
 
@@ -210,10 +210,10 @@ class Palettes(Reading):
         self.expect(I8, b"\0\xff", self.BGR, [(255, 5, 255, 0), (255, 250, 0, 255)])
         self.expect(I8, b"\x02\xff", self.BGRA, [(198, 7, 253, 2), (201, 250, 0, 255)])
 
-    def test_leave_alpha_that_is_beside_the_index(self):
+    def test_keep_the_alpha_beside_the_index(self):
         self.expect(AI88, b"\x02\x09\x03\xff", self.BGRA, [(9, 7, 253, 2), (255, 6, 252, 3)])
 
-    def expect_refusal(self, named, reason, *words):
+    def expect_rejection(self, named, reason, *words):
         for name, program in READERS.items():
             with self.subTest(reader=name):
                 self.assertEqual((1, "", "read_surface: %s: %s\n" % (named, reason)),
@@ -223,14 +223,14 @@ class Palettes(Reading):
         surface = self.write("a.surface", surface_bytes(I8, 1, [b"\0"]))
         for size in (0, 767, 769, 1023, 1025, 5000):
             palette = self.write("a.palette", bytes(size))
-            self.expect_refusal(palette, "it is no palette file, which has 768 or 1024 bytes",
+            self.expect_rejection(palette, "it is not a palette file of 768 or 1024 bytes",
                                 "--palette", palette, surface)
-        self.expect_refusal("none", "No such file or directory", "--palette", "none", surface)
+        self.expect_rejection("none", "No such file or directory", "--palette", "none", surface)
 
     def test_are_for_indices_only(self):
         surface = self.write("a.surface", surface_bytes(A8, 1, [b"\0"]))
         palette = self.write("a.palette", self.BGR)
-        self.expect_refusal(surface, "its color mode has no palette indices", "--palette", palette, surface)
+        self.expect_rejection(surface, "its color mode has no palette indices", "--palette", palette, surface)
 
 
 class Sizes(Reading):
@@ -251,7 +251,7 @@ class Sizes(Reading):
                          read_with_both(self, path, 0, height - 1, 0, height - 2))
 
 
-class Refusals(Reading):
+class Rejections(Reading):
     GOOD = [0, RGB888, 3, 2, 9]
     MODE, WIDTH, HEIGHT, STRIDE = 1, 2, 3, 4
 
@@ -271,13 +271,13 @@ class Refusals(Reading):
         for mode in (6, 8, 10, 11, 255, 256, 0x80000000, 0xFFFFFFFF):
             self.expect_header("its color mode has no pixels", {self.MODE: mode})
 
-    def test_of_sizes_that_are_none(self):
+    def test_of_invalid_sizes(self):
         for pixels in (0, 0x80000000, 0xFFFFFFFF):
             self.expect_header("its width is not between 1 and 2147483647", {self.WIDTH: pixels})
             self.expect_header("its height is not between 1 and 2147483647", {self.HEIGHT: pixels})
 
-    def test_of_strides_that_hold_no_line(self):
-        reason = "its stride is less than the pixels of a line"
+    def test_of_strides_that_are_too_small(self):
+        reason = "its stride is less than the pixels of a row"
         for stride in (0, 1, 8):
             self.expect_header(reason, {self.STRIDE: stride})
         self.expect_header(reason, {self.WIDTH: 4})
@@ -285,8 +285,8 @@ class Refusals(Reading):
         # 4 in 32 bits
         self.expect_header(reason, {self.MODE: ARGB8888, self.WIDTH: 0x40000001, self.STRIDE: 4})
 
-    def test_of_lines_that_are_not_there(self):
-        reason = "it ends before its last line does"
+    def test_of_missing_rows(self):
+        reason = "it ends before the end of its last row"
         self.expect_header(reason, {}, size=20 + 17)
         self.expect_header(reason, {}, size=20)
         self.expect_header(reason, {self.HEIGHT: 3})
@@ -299,15 +299,15 @@ class Refusals(Reading):
         file = struct.pack("<5I", *self.GOOD)
         for size in range(20):
             self.expect(self.write("short.surface", file[:size]),
-                        "it is shorter than the header of 20 bytes")
+                        "it is shorter than the 20-byte header")
 
     def test_of_files_that_cannot_be_opened(self):
         self.expect(self.folder / "none", "No such file or directory")
 
-    def test_of_what_is_no_regular_file(self):
+    def test_of_other_files_than_regular_ones(self):
         pipe = self.folder / "pipe"
         os.mkfifo(pipe)
-        # Open on both ends, so that nobody who opens it waits.
+        # Opened for reading and writing, so that no reader waits for a writer.
         kept_open = os.open(pipe, os.O_RDWR)
         self.addCleanup(os.close, kept_open)
         for path in (self.folder, pipe, "/dev/null"):
@@ -317,13 +317,13 @@ class Refusals(Reading):
                     self.assertEqual((1, ""), (status, output))
                     self.assertEqual(1, errors.count("\n"), errors)
 
-    def test_by_the_c_reader_come_before_it_waits_for_a_pipe(self):
+    def test_of_a_pipe_do_not_wait_for_a_writer(self):
         os.mkfifo(self.folder / "pipe")
         self.assertEqual((1, "", "read_surface: pipe: it is not a regular file\n"),
                          run(READERS["C"], "pipe", folder=self.folder))
 
-    def test_leave_nothing_unread_that_was_said(self):
-        """Every bit of a header changed: both readers say the same, whatever that is."""
+    def test_are_the_same_for_every_changed_header_bit(self):
+        """Both readers have the same outcome for each changed bit of a header."""
         file = struct.pack("<5I", *self.GOOD) + bytes(range(100, 118)) + bytes(2)
         for bit in range(20 * 8):
             changed = bytearray(file)
@@ -335,13 +335,13 @@ class Refusals(Reading):
                 self.assertIn(outcome[0], (0, 1, 2))
 
 
-class WrongUse(Reading):
+class UsageErrors(Reading):
     def expect(self, reason, *words):
         for name, program in READERS.items():
             with self.subTest(reader=name, words=words):
                 self.assertEqual((2, "", "%s\n" % reason), run(program, *words))
 
-    def test_is_a_lone_number_or_no_file(self):
+    def test_include_a_single_coordinate_and_a_missing_file(self):
         usage = "usage: read_surface [--palette FILE] FILE [X Y]..."
         self.expect(usage, "--palette")
         self.expect(usage, "--palette", "file")
@@ -350,14 +350,14 @@ class WrongUse(Reading):
         self.expect(usage, "file", 1)
         self.expect(usage, "file", 1, 2, 3)
 
-    def test_is_a_place_outside(self):
-        path = self.write("turned.surface", surface_bytes(I8, 2, [b"\1\2", b"\3\4", b"\5\6"], 90))
-        for place in (("3", "0"), ("0", "2"), ("-1", "0"), ("+1", "0"), ("1x", "0"), ("", "0"),
+    def test_include_invalid_coordinates(self):
+        path = self.write("rotated.surface", surface_bytes(I8, 2, [b"\1\2", b"\3\4", b"\5\6"], 90))
+        for coordinates in (("3", "0"), ("0", "2"), ("-1", "0"), ("+1", "0"), ("1x", "0"), ("", "0"),
                       (" 1", "0"), ("0x1", "0"), ("1_0", "0"), ("0", "\u0661"), ("0", "4294967296"),
                       ("18446744073709551616", "0"), ("1" * 5000, "0")):
-            self.expect("read_surface: no pixel of the image: %s %s" % place, path, *place)
+            self.expect("read_surface: no pixel of the image: %s %s" % coordinates, path, *coordinates)
 
-    def test_shows_only_behind_what_is_right(self):
+    def test_are_reported_after_the_valid_pixels(self):
         path = self.write("one.surface", surface_bytes(I8, 1, [b"\7"]))
         for program in READERS.values():
             self.assertEqual((2, "value 7\n", "read_surface: no pixel of the image: 1 0\n"),

@@ -1,5 +1,5 @@
-"""What is installed, as its users meet it: moved elsewhere, found by CMake and by pkg-config, part of another
-tree, and as Debian packages."""
+"""The installed files: moved to another folder, found by CMake and pkg-config, as part of another tree, and as Debian
+packages."""
 
 import os
 import re
@@ -21,8 +21,8 @@ HEADERS = [
     "src/pixel_kernels.h", "src/span_fill.h",
 ]
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wshadow", "-Wconversion", "-Werror"]
-# What the libraries define for other programs: functions, variables, classes, and a constant, which builds
-# without optimization define, too.
+# The public names that the libraries define: functions, variables, classes, and a constant that only builds without
+# optimization define.
 PUBLIC_NAMES = {
     "DsEllipse", "DsFRect", "DsRect", "DsRegion", "DsSurface", "bytesPerPixel", "roundPoint", "unitArcExtents",
     "blendPixels", "convertPixels", "fillBytes", "fillPixels", "blendSpan", "blendSpanStrided",
@@ -32,13 +32,13 @@ PUBLIC_NAMES = {
     "png_crc32", "png_decode", "surface_from_png", "kEmptySpan",
 }
 INTERNAL_NAMESPACES = {"ds_detail", "inflate_detail", "png_detail"}
-# Inline functions and templates of the standard library, and what compilers add.
+# Inline functions and templates of the standard library, and names that compilers add.
 NAMES_OF_OTHERS = re.compile(r"_Z(T[VIS]|GV|Z)*N?K?S[a-z]|__gnu_cxx$|_Z(nw|dl)|DW\.ref\.|__clang_call_terminate$")
 LINK = re.compile(r"\]\((?!https?:)([^)#]+)(?:#[^)]*)?\)")
 
 
 def run(*command, **surroundings):
-    """What a command prints, which must succeed."""
+    """Runs a command, which must succeed, and returns its output."""
     ended = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE,
                            stderr=subprocess.STDOUT, text=True, **surroundings)
     if ended.returncode != 0:
@@ -47,12 +47,12 @@ def run(*command, **surroundings):
 
 
 def outermost_name(symbol):
-    """Of a mangled name: DsRect for DsRect::bounds() and for its virtual table. Other names stay as they are."""
+    """The outermost name in a mangled one: DsRect for DsRect::bounds() and for its virtual table. Other names are kept."""
     found = re.match(r"_Z(?:T[VIS]|GV|Z)*N?K?([0-9]+)(.+)", symbol)
     return found[2][:int(found[1])] if found else symbol
 
 
-def what_the_consumer_prints():
+def consumer_output():
     image = SAMPLE.read_bytes()
     return f"176 x 132, checksum {zlib.crc32(image):08x}, first bits {image[0] & 15}, radius 2\n"
 
@@ -64,7 +64,7 @@ class Package(unittest.TestCase):
         self.folder = Path(scratch.name)
 
     def install(self):
-        """Installs into one place and moves it to another one, which is returned."""
+        """Installs into a folder, moves it, and returns the new path."""
         run("cmake", "--install", BUILD, "--prefix", self.folder / "first")
         return (self.folder / "first").rename(self.folder / "moved")
 
@@ -76,7 +76,7 @@ class Package(unittest.TestCase):
 
     def expect_consumer(self, *options, surface_bytes=92948):
         built = self.build(CONSUMER, f"-DIMAGES={SAMPLE}", *options)
-        self.assertEqual(what_the_consumer_prints(), run(built / "consumer", SAMPLE))
+        self.assertEqual(consumer_output(), run(built / "consumer", SAMPLE))
         self.assertEqual(surface_bytes, (built / "quill.surface").stat().st_size)
         self.assertEqual("176 x 132\n", run(built / "c_consumer", built / "quill.surface"))
 
@@ -90,7 +90,7 @@ class Installation(Package):
         flags = run("pkg-config", "--cflags", "--libs", "quillory-png",
                     env={**os.environ, "PKG_CONFIG_PATH": str(files)}).split()
         run("g++", "-std=c++20", CONSUMER / "consumer.cpp", "-o", self.folder / "consumer", *flags)
-        self.assertEqual(what_the_consumer_prints(), run(self.folder / "consumer", SAMPLE))
+        self.assertEqual(consumer_output(), run(self.folder / "consumer", SAMPLE))
 
     def test_has_a_pkg_config_file_of_every_module(self):
         files = next(self.install().rglob("pkgconfig"))
@@ -100,13 +100,13 @@ class Installation(Package):
                             env={**os.environ, "PKG_CONFIG_PATH": str(files)})
                 self.assertIn(f"-l{library}", flags.split())
 
-    def test_is_found_by_pkg_config_wherever_its_folders_are(self):
-        for place in ("lib64", "lib/x86_64-linux-gnu", self.folder / "elsewhere"):
-            with self.subTest(place=str(place)):
+    def test_is_found_by_pkg_config_in_every_library_folder(self):
+        for library_folder in ("lib64", "lib/x86_64-linux-gnu", self.folder / "elsewhere"):
+            with self.subTest(library_folder=str(library_folder)):
                 built = self.folder / "configured"
                 run("cmake", "-S", TREE, "-B", built, f"-DCMAKE_INSTALL_PREFIX={self.folder}/prefix",
-                    f"-DCMAKE_INSTALL_LIBDIR={place}")
-                libraries = self.folder / "prefix" / place
+                    f"-DCMAKE_INSTALL_LIBDIR={library_folder}")
+                libraries = self.folder / "prefix" / library_folder
                 files = libraries / "pkgconfig"
                 files.mkdir(parents=True)
                 for file in built.glob("*.pc"):
@@ -117,7 +117,7 @@ class Installation(Package):
                                 env={**os.environ, "PKG_CONFIG_PATH": str(files)})
                     self.assertEqual(str(folder), os.path.normpath(found.strip()))
 
-    def test_holds_the_public_headers_each_of_which_compiles_alone(self):
+    def test_has_public_headers_that_compile_alone(self):
         includes = self.install() / "include/quillory"
         self.assertEqual(HEADERS, sorted(str(path.relative_to(includes)) for path in includes.rglob("*.*")))
         for header in HEADERS:
@@ -126,7 +126,7 @@ class Installation(Package):
                     includes / header)
         run("gcc", "-std=c99", "-fsyntax-only", *WARNINGS, includes / "quillory_surface.h")
 
-    def test_holds_libraries_that_define_public_names_alone(self):
+    def test_has_libraries_that_define_only_public_names(self):
         libraries = sorted(self.install().rglob("*.a"))
         self.assertEqual(["libds_graphics.a", "libinflate.a", "libpng_surface.a"],
                          [library.name for library in libraries])
@@ -135,7 +135,7 @@ class Installation(Package):
         names -= INTERNAL_NAMESPACES
         self.assertEqual(PUBLIC_NAMES, {name for name in names if not NAMES_OF_OTHERS.match(name)} | {"kEmptySpan"})
 
-    def test_holds_a_page_and_completions_of_each_program(self):
+    def test_has_a_manual_page_and_completions_of_each_program(self):
         share = self.install() / "share"
         for program in ("pngslab", "slabtool"):
             for file in (f"man/man1/{program}.1", f"bash-completion/completions/{program}",
@@ -143,7 +143,7 @@ class Installation(Package):
                 with self.subTest(file=file):
                     self.assertIn(program, (share / file).read_text())
 
-    def test_holds_pages_without_broken_links(self):
+    def test_has_pages_without_broken_links(self):
         pages = self.install() / "share/doc/quillory"
         documents = {str(page.relative_to(pages)): page for page in pages.rglob("*.md")}
         self.assertLessEqual({"README.md", "SECURITY.md", "docs/surface-file.md"}, set(documents))
@@ -153,7 +153,7 @@ class Installation(Package):
                     target = (page.parent / link).resolve()
                     self.assertTrue(target.is_relative_to(pages.resolve()) and target.exists())
 
-    def test_holds_readers_and_examples_that_work(self):
+    def test_has_readers_and_examples_that_work(self):
         prefix = self.install()
         pages = prefix / "share/doc/quillory"
         surface = self.folder / "quill.surface"
@@ -172,30 +172,30 @@ class Installation(Package):
         built = self.build(pages / "examples/postcard", f"-DCMAKE_PREFIX_PATH={prefix}")
         run(built / "postcard", built / "pictures", self.folder / "postcard.surface")
 
-    def test_makes_no_empty_folders(self):
+    def test_has_no_empty_folders(self):
         empty = [path for path in self.install().rglob("*") if path.is_dir() and not any(path.iterdir())]
         self.assertEqual([], empty)
 
-    def test_keeps_no_path_of_where_it_was_made(self):
+    def test_has_no_absolute_paths(self):
         installed = self.install()
-        # A developer's build may hold what a debugger asks for.
+        # A developer build may contain paths in its debug information.
         run("strip", "--strip-debug", *installed.glob("bin/*"), *installed.rglob("*.a"))
         for path in installed.rglob("*"):
             if path.is_file():
                 with self.subTest(file=path.name):
                     contents = path.read_bytes()
-                    for place in (TREE, BUILD, self.folder):
-                        self.assertFalse(str(place).encode() in contents, place)
+                    for folder in (TREE, BUILD, self.folder):
+                        self.assertFalse(str(folder).encode() in contents, folder)
 
 
 class Tree(Package):
-    def test_is_a_part_of_another_project(self):
+    def test_can_be_part_of_another_project(self):
         self.expect_consumer(f"-DQUILLORY_TREE={TREE}")
-        # The other project's installation stays its own.
+        # The installation of the other project has no files of this one.
         run("cmake", "--install", self.folder / "build", "--prefix", self.folder / "installed")
         self.assertFalse((self.folder / "installed").exists())
 
-    def test_brings_the_companion_to_another_project(self):
+    def test_provides_slabtool_to_another_project(self):
         run("cmake", "-S", CONSUMER, "-B", self.folder / "build", f"-DQUILLORY_TREE={TREE}", f"-DIMAGES={SAMPLE}",
             "-DPNGSLAB_TOOL=ON", "-DSURFACE_OPTIONS=MODE;RGB565")
 
@@ -217,26 +217,26 @@ class DebianPackages(Package):
         self.assertEqual(["libquillory-dev", "pngslab", "slabtool"],
                          [file.name.split("_")[0] for file in self.files])
 
-    def test_depend_on_no_more_than_they_need(self):
+    def test_depend_only_on_packages_that_they_need(self):
         self.assertEqual("", self.field("pngslab", "Depends"))
         self.assertIn("libpng16-16", self.field("slabtool", "Depends"))
         self.assertEqual(f"pngslab (= {self.field('pngslab', 'Version')})", self.field("libquillory-dev", "Depends"))
         self.assertEqual("slabtool", self.field("libquillory-dev", "Suggests"))
 
-    def test_describe_what_each_of_them_brings(self):
+    def test_have_descriptions(self):
         for package, words in [("pngslab", "Turns PNG images"), ("slabtool", "Converts folders of PNG images"),
                                ("libquillory-dev", "Surfaces, PNG and DEFLATE decoders")]:
             with self.subTest(package=package):
                 self.assertTrue(self.field(package, "Description").startswith(words))
 
-    def test_are_readable_for_all_whoever_made_them(self):
+    def test_are_readable_for_all_users(self):
         for file in self.files:
             for line in run("dpkg-deb", "--contents", file).splitlines():
                 with self.subTest(file=file.name, line=line):
                     self.assertRegex(line, "^(d.*/|-.*/bin/.*|-rw-r--r-- .*)$")
                     self.assertRegex(line, "^(drwxr-xr-x|-rwxr-xr-x|-rw-r--r--) root/root ")
 
-    def test_hold_programs_that_run(self):
+    def test_have_programs_that_run(self):
         for file in self.files:
             run("dpkg-deb", "--extract", file, self.folder)
         programs = self.folder / "usr/bin"
@@ -244,13 +244,13 @@ class DebianPackages(Package):
         run(programs / "pngslab", "--image", SAMPLE, "--output", surface, env={})
         self.assertIn("consistent", run(programs / "slabtool", "info", surface, env={}))
 
-    def test_hold_the_cmake_package(self):
+    def test_have_the_cmake_package(self):
         for file in self.files:
             run("dpkg-deb", "--extract", file, self.folder)
         self.expect_consumer(f"-DCMAKE_PREFIX_PATH={self.folder}/usr", "-DSURFACE_OPTIONS=MODE;RGB565",
                              surface_bytes=46484)
 
-    def test_hold_a_cmake_package_that_does_without_the_companion(self):
+    def test_have_a_cmake_package_that_works_without_slabtool(self):
         for file in self.files:
             if not file.name.startswith("slabtool_"):
                 run("dpkg-deb", "--extract", file, self.folder)

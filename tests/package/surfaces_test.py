@@ -1,5 +1,4 @@
-"""Surfaces that are made by somebody's build: the example project, and what the CMake function does with
-images that change, that are refused, or whose names are awkward."""
+"""quillory_add_surfaces(): the example project, and images that change, that are rejected, or that have awkward names."""
 
 import os
 import shutil
@@ -50,7 +49,7 @@ def run(*command):
 
 
 class SurfaceBuilds(unittest.TestCase):
-    """Builds with what is installed."""
+    """Builds with the installed files."""
 
     @classmethod
     def setUpClass(cls):
@@ -72,7 +71,7 @@ class SurfaceBuilds(unittest.TestCase):
                    f"-DCMAKE_PREFIX_PATH={self.installed}", *options)
 
     def touch(self, name):
-        """Makes a source newer than all that the build has made."""
+        """Makes a source newer than all files of the build."""
         later = time.time() + 10
         os.utime(self.source / name, (later, later))
 
@@ -86,19 +85,19 @@ class SurfaceBuilds(unittest.TestCase):
         self.assertEqual(0, made.returncode, made.stdout)
         return made.stdout
 
-    def expect_refused_call(self, call, words):
+    def expect_rejected_call(self, call, message):
         configured = self.configure(call)
         self.assertNotEqual(0, configured.returncode)
-        self.assertIn(words, " ".join(configured.stdout.split()))
+        self.assertIn(message, " ".join(configured.stdout.split()))
 
     def expect_converted(self, name, image, *options):
-        """The build's surface is what the companion makes of the image."""
+        """The build's surface is the one that slabtool makes of the image."""
         direct = self.built / "direct.surface"
         run(SLABTOOL, "convert", *options, image, direct).check_returncode()
         self.assertEqual(direct.read_bytes(), (self.built / name).read_bytes())
 
     def expect_surface(self, name, image, *options):
-        """The build's surface is what the converter makes of the image."""
+        """The build's surface is the one that pngslab makes of the image."""
         direct = self.built / "direct.surface"
         run(PROGRAM, "--image", image, "--output", direct, *options).check_returncode()
         self.assertEqual(direct.read_bytes(), (self.built / name).read_bytes())
@@ -120,9 +119,9 @@ class Surfaces(SurfaceBuilds):
         after = postcard.read_bytes()
         self.assertEqual(before[:20], after[:20])
         self.assertNotEqual(before[20:], after[20:])
-        # The picture of it in the documents is this one.
+        # The documents contain this picture.
         self.expect_surface("postcard.surface", TREE / "docs/postcard.png", "--rotation", "90")
-        # For the second display.
+        # The second display.
         self.expect_converted("pictures/rgb565/quill.surface", QUILL, "--rotation", "90", "--mode", "RGB565",
                               "--dither", "ordered", "--background", "#F4ECD8")
         drawn = run(self.built / "postcard", self.built / "pictures", self.built / "small.surface", "rgb565/quill")
@@ -130,7 +129,7 @@ class Surfaces(SurfaceBuilds):
         self.expect_converted("small.surface", TREE / "docs/postcard-rgb565.png", "--rotation", "90",
                               "--mode", "RGB565")
 
-    def test_keep_the_folders_of_images_in_the_source(self):
+    def test_keep_subfolders_of_the_source(self):
         (self.source / "icons/small").mkdir(parents=True)
         shutil.copy(SEAL, self.source / "icons/small/seal.png")
         self.expect_made(f"TARGET icons IMAGES icons/small/seal.png {QUILL} OUTPUT_DIRECTORY out")
@@ -157,7 +156,7 @@ class Surfaces(SurfaceBuilds):
         self.assertIn("Making", self.expect_made(f"TARGET icons IMAGES {SEAL} ROTATION 90"))
         self.expect_surface("seal.surface", SEAL, "--rotation", "90")
 
-    def test_of_refused_images_do_not_come_to_be(self):
+    def test_of_rejected_images_are_not_made(self):
         (self.source / "broken.png").write_bytes(SEAL.read_bytes()[:200])
         shutil.copy(SEAL, self.source / "good.png")
         self.assertEqual(0, self.configure("TARGET icons IMAGES broken.png good.png").returncode)
@@ -166,7 +165,7 @@ class Surfaces(SurfaceBuilds):
         self.assertIn("cannot decode PNG file", made.stdout)
         self.assertEqual(["good.surface"], sorted(p.name for p in self.built.glob("*.surface*")))
 
-    def test_that_are_good_outlive_an_image_that_became_bad(self):
+    def test_survive_an_image_that_becomes_invalid(self):
         shutil.copy(SEAL, self.source / "picture.png")
         self.expect_made("TARGET icons IMAGES picture.png")
         before = (self.built / "picture.surface").read_bytes()
@@ -175,7 +174,7 @@ class Surfaces(SurfaceBuilds):
         self.assertNotEqual(0, self.make().returncode)
         self.assertEqual(before, (self.built / "picture.surface").read_bytes())
 
-    def test_are_made_by_another_converter_where_one_is_named(self):
+    def test_are_made_by_another_converter_on_request(self):
         converter = self.source / "converter"
         converter.write_text(f'#!/bin/sh\necho "$@" >"{self.source}/words"\nexec "{PROGRAM}" "$@"\n')
         converter.chmod(0o755)
@@ -185,7 +184,7 @@ class Surfaces(SurfaceBuilds):
         self.assertEqual(0, self.make().returncode)
         self.assertIn("--rotation 90", (self.source / "words").read_text())
 
-    def test_that_the_disk_has_no_room_for_do_not_come_to_be(self):
+    def test_are_not_made_on_a_full_disk(self):
         converter = self.source / "converter"
         converter.write_text("#!/bin/sh\n: >\"$4\"\necho \"Generated surface for '$2', size 100 bytes\"\n")
         converter.chmod(0o755)
@@ -204,17 +203,17 @@ class Surfaces(SurfaceBuilds):
 
     def test_need_a_target_images_and_known_words(self):
         usage = "quillory_add_surfaces(TARGET name IMAGES image.png"
-        self.expect_refused_call("IMAGES picture.png", usage)
-        self.expect_refused_call("TARGET icons", usage)
-        self.expect_refused_call("TARGET icons IMAGES", usage)
-        self.expect_refused_call("TARGET icons IMAGES picture.png ROTATION", usage)
-        self.expect_refused_call("other TARGET icons IMAGES picture.png", usage)
+        self.expect_rejected_call("IMAGES picture.png", usage)
+        self.expect_rejected_call("TARGET icons", usage)
+        self.expect_rejected_call("TARGET icons IMAGES", usage)
+        self.expect_rejected_call("TARGET icons IMAGES picture.png ROTATION", usage)
+        self.expect_rejected_call("other TARGET icons IMAGES picture.png", usage)
 
-    def test_need_names_that_tell_them_apart(self):
-        self.expect_refused_call(f"TARGET icons IMAGES {SEAL} elsewhere/../seal.png", "would be made twice")
+    def test_need_different_names(self):
+        self.expect_rejected_call(f"TARGET icons IMAGES {SEAL} elsewhere/../seal.png", "would be made twice")
 
-    def test_are_made_by_one_call_only(self):
-        self.expect_refused_call(f"TARGET icons IMAGES {SEAL})\n"
+    def test_are_made_by_one_call(self):
+        self.expect_rejected_call(f"TARGET icons IMAGES {SEAL})\n"
                                  f"quillory_add_surfaces(TARGET others IMAGES {SEAL}",
                                  "seal.surface would be made twice")
 
@@ -224,7 +223,7 @@ class Surfaces(SurfaceBuilds):
                          f"add_custom_command(OUTPUT {made} COMMAND cmake -E copy {SEAL} {made}")
         self.expect_surface("made.surface", SEAL)
 
-    def test_may_be_made_by_a_project_that_asks_for_no_version_of_cmake(self):
+    def test_may_be_made_by_a_project_without_a_min_version_of_cmake(self):
         shutil.copy(SEAL, self.source / "picture.png")
         without = "".join(PROJECT.splitlines(keepends=True)[1:])
         configured = self.configure("TARGET icons IMAGES picture.png", project=without)
@@ -232,13 +231,13 @@ class Surfaces(SurfaceBuilds):
         self.assertNotIn("Policy", configured.stdout)
 
     def test_need_images_whose_names_end_in_png(self):
-        self.expect_refused_call("TARGET icons IMAGES picture.jpg", "does not end in .png")
+        self.expect_rejected_call("TARGET icons IMAGES picture.jpg", "does not end in .png")
 
 
 class SurfacesBySlabtool(SurfaceBuilds):
-    """Those that pngslab has no options for."""
+    """Surfaces with options that pngslab does not have."""
 
-    def test_have_the_mode_dithering_and_background_that_are_asked_for(self):
+    def test_have_the_requested_mode_dithering_and_background(self):
         for generator in ("Unix Makefiles", "Ninja"):
             with self.subTest(generator=generator):
                 shutil.rmtree(self.built, ignore_errors=True)
@@ -252,7 +251,7 @@ class SurfacesBySlabtool(SurfaceBuilds):
         self.expect_made(f"TARGET masks IMAGES {POSTMARK} ALPHA_ONLY MODE A8")
         self.expect_converted("postmark.surface", POSTMARK, "--mode", "A8", "--alphaonly")
 
-    def test_may_have_palettes_which_go_with_them(self):
+    def test_may_have_palettes_that_are_cleaned_with_them(self):
         (self.source / "picture.png").write_bytes(indexed_image(red=1, green=2, blue=3))
         self.expect_made("TARGET icons IMAGES picture.png PALETTE")
         palette = self.built / "picture.palette"
@@ -260,7 +259,7 @@ class SurfacesBySlabtool(SurfaceBuilds):
         self.assertEqual(0, self.make("--target", "clean").returncode)
         self.assertFalse(palette.exists() or (self.built / "picture.surface").exists())
 
-    def test_are_made_again_one_by_one(self):
+    def test_are_made_again_separately(self):
         shutil.copy(SEAL, self.source / "one.png")
         shutil.copy(SEAL, self.source / "two.png")
         self.expect_made("TARGET icons IMAGES one.png two.png MODE RGB565")
@@ -278,7 +277,7 @@ class SurfacesBySlabtool(SurfaceBuilds):
         self.assertEqual(0, self.make().returncode)
         self.expect_converted("out/seal.surface", SEAL, "--mode", "RGB565")
 
-    def test_that_are_good_outlive_an_image_that_became_bad(self):
+    def test_survive_an_image_that_becomes_invalid(self):
         shutil.copy(SEAL, self.source / "picture.png")
         self.expect_made("TARGET icons IMAGES picture.png MODE RGB565")
         before = (self.built / "picture.surface").read_bytes()
@@ -289,7 +288,7 @@ class SurfacesBySlabtool(SurfaceBuilds):
         self.assertIn("picture.png: rejected: ", made.stdout)
         self.assertEqual(before, (self.built / "picture.surface").read_bytes())
 
-    def test_are_made_by_another_program_where_one_is_named(self):
+    def test_are_made_by_another_program_on_request(self):
         program = self.source / "program"
         program.write_text(f'#!/bin/sh\necho "$@" >"{self.source}/words"\nexec "{SLABTOOL}" "$@"\n')
         program.chmod(0o755)
@@ -313,7 +312,7 @@ class SurfacesBySlabtool(SurfaceBuilds):
 
     def test_need_values_of_options(self):
         for option in ("MODE", "DITHER", "BACKGROUND"):
-            self.expect_refused_call(f"TARGET icons IMAGES {SEAL} {option}", "quillory_add_surfaces(TARGET name")
+            self.expect_rejected_call(f"TARGET icons IMAGES {SEAL} {option}", "quillory_add_surfaces(TARGET name")
 
 
 class EmbeddedSurfaces(SurfaceBuilds):
@@ -332,7 +331,7 @@ class EmbeddedSurfaces(SurfaceBuilds):
                 self.assertEqual("quill 176 x 132 mode 2\nseal 44 x 44 mode 2\n",
                                  self.expect_program(languages, source, call))
 
-    def test_of_a_changed_image_alone_are_converted_again(self):
+    def test_are_converted_again_only_if_their_image_changes(self):
         for name in ("one.png", "two.png"):
             shutil.copy(SEAL, self.source / name)
         self.expect_program("C", "main.c", "TARGET icons IMAGES one.png two.png EMBED")
@@ -349,7 +348,7 @@ class EmbeddedSurfaces(SurfaceBuilds):
         self.assertTrue((self.built / "libicons.a").exists())
 
     def test_need_a_compiler(self):
-        self.expect_refused_call(f"TARGET icons IMAGES {SEAL} EMBED", "EMBED needs the language C or CXX")
+        self.expect_rejected_call(f"TARGET icons IMAGES {SEAL} EMBED", "EMBED needs the language C or CXX")
 
 
 if __name__ == "__main__":

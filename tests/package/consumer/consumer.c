@@ -1,4 +1,4 @@
-/* Has nothing but the header for C: prints the size of the picture in the surface file that it is given. */
+/* Uses only the C header: prints the size of the picture in a surface file. */
 #include <inttypes.h>
 #include <quillory_surface.h>
 #include <stdio.h>

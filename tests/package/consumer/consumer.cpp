@@ -1,4 +1,4 @@
-// Uses something of each module: prints the size of the PNG image that it is given, as a surface's.
+// Uses every library: prints the size of the surface of a PNG image, and results of other functions.
 #include "inflate/src/streams.h"
 #include "png/png_crc32.h"
 #include "png/surface_from_png.h"
