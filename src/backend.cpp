@@ -1,4 +1,4 @@
-// The list of backends, and the choice among them, which is made once.
+// The list of backends, and the choice of the active one, which is made once.
 #include "src/simd/backend.h"
 
 #include "src/simd/cpu.h"

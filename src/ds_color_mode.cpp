@@ -1,4 +1,4 @@
-// The lookup of a mode's pixel size at run time.
+// The bytes per pixel of a mode, looked up at run time.
 #include "src/ds_color_mode.h"
 
 #include "src/internal/mode_traits.h"

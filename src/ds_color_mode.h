@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-/// Pixel format of a surface. A pixel of 2 or 4 bytes is one little-endian word; bits count from
-/// the least significant.
+/// Pixel format of a surface. A pixel of 2 or 4 bytes is one little-endian word. Bit 0 is the least
+/// significant bit.
 ///
 /// | mode       | bytes | layout                                                                |
 /// |------------|-------|-----------------------------------------------------------------------|
@@ -31,5 +31,5 @@ enum class DsColorMode : uint32_t {
     A8
 };
 
-/// Bytes that one pixel of `mode` takes: 0 for the reserved modes and for a mode above 9.
+/// Bytes per pixel of `mode`: 0 for the reserved modes and for a mode above 9.
 uint32_t bytesPerPixel(DsColorMode mode);

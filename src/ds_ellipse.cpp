@@ -6,8 +6,8 @@
 
 #include <cmath>
 
-// Results are pinned bit by bit, so no product and sum may become one instruction that rounds once, whatever
-// flags this file is built by.
+// Results are pinned bit by bit, so a product and a sum must not become one FMA instruction, which rounds once.
+// The pragmas hold for every build, whatever its flags.
 #if defined(__clang__)
 #pragma clang fp contract(off)
 #elif defined(__GNUC__)
@@ -35,8 +35,9 @@ Direction directionAt(double angleInRadians) {
     return direction;
 }
 
-// The stretch that an ellipse covers on one line. `offset` is the line's distance from the center
-// along one axis, `radius` that axis' radius; the rest belongs to the other axis.
+// The span that an ellipse covers in one row or column. `offset` is the distance of the row or column
+// from the center along one axis, `radius` the radius along it. `center` and `otherRadius2` belong to
+// the other axis.
 DsFSpan spanAt(float offset, float radius, float center, float otherRadius2, float ratio) {
     if (!(radius >= std::fabs(offset))) { // NaN included
         return kEmptySpan;
@@ -56,7 +57,7 @@ uint8_t quadrantOf(float normalizedAngle) {
         truncateToInt32(std::floor(static_cast<double>(normalizedAngle) / 90.0)));
 }
 
-// A running box.
+// A bounding box that grows point by point.
 struct Extents {
     float minX, maxX, minY, maxY;
 
@@ -69,7 +70,7 @@ struct Extents {
 };
 
 // Extends a box by both ends of an arc and by every axis direction between them, counter-clockwise.
-// `pointAt` gives the point at a normalized angle, `axisPoint` that at a number of quarter turns.
+// `pointAt` gives the point at a normalized angle, `axisPoint` the point at a multiple of 90 degrees.
 template <typename PointAt, typename AxisPoint>
 void extendByArc(Extents& box, float startAngle, float endAngle, PointAt pointAt,
                  AxisPoint axisPoint) {
@@ -155,7 +156,7 @@ DsFPoint DsEllipse::pointAt(float angle) const {
 }
 
 DsFRect DsEllipse::arcBounds(bool sector, float startAngle, float endAngle) const {
-    // Without the center the box starts inside out, so that the first point sets every side.
+    // Without the center the box starts with min above max, so that the first point sets every side.
     Extents box = sector ? Extents{mCenterX, mCenterX, mCenterY, mCenterY}
                          : Extents{mCenterX + mRadiusX, mCenterX - mRadiusX, mCenterY + mRadiusY,
                                    mCenterY - mRadiusY};

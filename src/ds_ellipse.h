@@ -1,21 +1,21 @@
-// The ellipse as a region, and the polar geometry that drawing arcs and pie slices needs.
+// The ellipse as a region, and the polar geometry of arcs and pie slices.
 //
 // Angles are in degrees, counter-clockwise as seen on the screen: 0 points right, 90 points up,
-// towards smaller y. Results are pinned bit by bit: each operation runs in the width and order
-// given here and in the source file. Nothing is clamped: a square root of a negative number, at the
-// very edge of an ellipse or with a zero radius, gives NaN.
+// towards smaller y. Results are pinned bit by bit: each operation has the precision and the order
+// that the source file gives it. Nothing is clamped: at the very edge of an ellipse or with a zero
+// radius, the square root of a negative number gives NaN.
 #pragma once
 
 #include "src/ds_region.h"
 
-/// An ellipse with axes along x and y, in pixels. A plain value, as the rectangles are.
+/// An ellipse with axes along x and y, in pixels. A value type like the rectangles.
 class DsEllipse : public DsRegion {
 public:
-    /// @param radii horizontal and vertical semi-axis.
+    /// @param radii horizontal and vertical radius.
     DsEllipse(const DsFPoint& center, const DsFPoint& radii);
 
-    /// Where |x - center| is at most the horizontal radius, the stretch between the two points of
-    /// the ellipse at that column, else the empty span. Both ends are inclusive.
+    /// The span between the two points of the ellipse at column `x`. Empty if |x - center| is above
+    /// the horizontal radius, which itself is included.
     DsFSpan verticalSpanAt(float x) const override;
     DsFSpan horizontalSpanAt(float y) const override;
     DsFRect bounds() const override;
@@ -23,10 +23,10 @@ public:
     /// Moves the center.
     DsFRect moveBy(const DsFPoint& offset) override;
 
-    /// Sets the horizontal and the vertical semi-axis.
+    /// Sets the horizontal and the vertical radius.
     void setRadii(DsFPoint radii);
-    /// Makes this the ellipse inscribed in `rect`. The center is formed in double precision, the
-    /// radii in single.
+    /// Makes this the ellipse inscribed in `rect`. The center is computed in double precision, the
+    /// radii in single precision.
     void setFromRect(const DsFRect& rect);
 
     /// Distance from the center to the ellipse along the angle.
@@ -34,10 +34,11 @@ public:
     /// The point of the ellipse along the angle.
     DsFPoint pointAt(float angle) const;
 
-    /// Bounding box of the arc that runs counter-clockwise from one angle to the other, or of the
-    /// pie slice with the center. Angles are taken modulo 360, so 0 to 360 is a single point.
-    /// Neither angle may be a negative number so small that adding 360 gives 360 in single
-    /// precision (such as -0.000001): an end angle of that kind never ends the walk round the axes.
+    /// Bounding box of the arc that runs counter-clockwise from one angle to the other. With
+    /// `sector`, bounding box of the pie slice, which includes the center. Angles are taken modulo
+    /// 360, so 0 to 360 is a single point. Neither angle may be a negative number so small that
+    /// adding 360 gives 360 in single precision (such as -0.000001): with such an end angle the loop
+    /// over the axes does not end.
     DsFRect arcBounds(bool sector, float startAngle, float endAngle) const;
 
 private:
@@ -49,11 +50,11 @@ private:
     float mRatioXY, mRatioYX;   // quotients of the squares
 };
 
-/// The extents of an arc of the unit circle, or of its pie slice, as arcBounds finds them; the same
-/// condition holds for the angles.
+/// The extents of an arc of the unit circle, or of its pie slice. The angles are subject to the
+/// condition of arcBounds.
 void unitArcExtents(bool sector, float& minX, float& maxX, float& minY, float& maxY,
                     float startAngle, float endAngle);
 
-/// Rounds a point to the nearest pixel position, halves away from zero; NaN and what does not fit
-/// 32 bits give -2147483648. @return `target`.
+/// Rounds a point to the nearest pixel position, halves away from zero. NaN and values that do not
+/// fit 32 bits give -2147483648. @return `target`.
 DsPoint& roundPoint(DsPoint& target, const DsFPoint& source);

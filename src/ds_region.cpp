@@ -8,9 +8,9 @@ using namespace ds_detail;
 
 namespace {
 
-// Whether a rectangle has an extent as seen from `position`: false for NaN, for none at all, and for
-// an extent of less than half a unit in the last place there, which the sum rounds away (half a unit
-// goes to the even neighbor).
+// Whether adding `extent` changes `position`: false for NaN, for an extent of 0 or below, and for one
+// that the sum rounds away (less than half a unit in the last place of `position`; exactly half
+// rounds to even).
 bool extendsFrom(float position, float extent) {
     return extent + position > position;
 }

@@ -1,6 +1,6 @@
-// Regions: shapes that a renderer asks, row by row or column by column, which stretch of a line
-// they cover. Here are the interface and the two rectangles; all are plain values that allocate
-// nothing. A region shared between threads needs the callers' own exclusion.
+// Regions: shapes that tell a renderer which span of each row or column they cover. This header has
+// the interface and the two rectangles. Regions are value types and allocate nothing. Threads that
+// share a region must synchronize their access to it.
 #pragma once
 
 #include <cstdint>
@@ -9,12 +9,12 @@
 class DsFRect;
 class DsSurface;
 
-/// The covered stretch of one line, in pixels.
+/// The covered span of one row or column, in pixels.
 struct DsFSpan {
     float first, last;
 };
 
-/// The span of a line that is not covered at all.
+/// The span of a row or column that is not covered at all.
 inline constexpr DsFSpan kEmptySpan = {std::numeric_limits<float>::infinity(),
                                        -std::numeric_limits<float>::infinity()};
 
@@ -28,29 +28,29 @@ struct DsPoint {
     int32_t x, y;
 };
 
-/// A shape in surface coordinates. Regions live by value inside other objects or on the stack;
-/// there is no virtual destructor, so a region is never deleted through this class.
+/// A shape in surface coordinates. Regions are held by value. There is no virtual destructor: a
+/// region must not be deleted through this class.
 class DsRegion {
 public:
-    /// The vertical stretch covered at column `x`.
+    /// The vertical span covered at column `x`.
     virtual DsFSpan verticalSpanAt(float x) const = 0;
-    /// The horizontal stretch covered at row `y`.
+    /// The horizontal span covered at row `y`.
     virtual DsFSpan horizontalSpanAt(float y) const = 0;
     /// The bounding rectangle.
     virtual DsFRect bounds() const = 0;
-    /// Turns the region, in place, from the caller's coordinates into the stored coordinates of
+    /// Converts the region, in place, from caller coordinates to the stored coordinates of
     /// `surface`.
     virtual void mapToSurface(const DsSurface& surface) = 0;
     /// Moves the region by `offset` and returns its bounds after the move.
     virtual DsFRect moveBy(const DsFPoint& offset) = 0;
 };
 
-/// A rectangle in whole pixels. Sizes below 1 are stored as given and never corrected; the right
-/// edge is mX + mWidth, the bottom edge mY + mHeight, and integer sums wrap.
+/// A rectangle in whole pixels. Sizes below 1 are stored as given. The right edge is mX + mWidth,
+/// the bottom edge mY + mHeight. Integer sums wrap.
 ///
-/// Kept on purpose: a span asks only whether the rectangle has an extent as seen from the argument
-/// (argument + extent > argument in single precision), not whether the argument lies inside it.
-/// Callers that need containment check the position themselves.
+/// Kept on purpose: a span does not depend on whether the argument lies inside the rectangle. It is
+/// empty only if argument + extent > argument is false in single precision. Callers that need
+/// containment check the position themselves.
 class DsRect : public DsRegion {
 public:
     /// All zero.
@@ -59,7 +59,7 @@ public:
 
     DsFSpan verticalSpanAt(float x) const override;
     DsFSpan horizontalSpanAt(float y) const override;
-    /// The four fields as floats, so values beyond 2^24 lose low bits.
+    /// The four fields as floats: values beyond 2^24 lose low bits.
     DsFRect bounds() const override;
     void mapToSurface(const DsSurface& surface) override;
     /// Sums in single precision and truncates toward zero; a sum that is NaN or does not fit gives
@@ -69,7 +69,7 @@ public:
     int32_t mX, mY, mWidth, mHeight;
 };
 
-/// A rectangle in fractions of pixels; otherwise as DsRect.
+/// A rectangle in fractions of pixels. Otherwise like DsRect.
 class DsFRect : public DsRegion {
 public:
     /// All zero.

@@ -13,7 +13,7 @@ using namespace ds_detail;
 
 namespace {
 
-// The header of a surface file: five 32-bit words at these offsets, then the stored lines.
+// The header of a surface file: five 32-bit words at these offsets, then the stored rows.
 constexpr uint64_t kRotationOffset = 0;
 constexpr uint64_t kColorModeOffset = 4;
 constexpr uint64_t kWidthOffset = 8;
@@ -21,13 +21,13 @@ constexpr uint64_t kHeightOffset = 12;
 constexpr uint64_t kStrideOffset = 16;
 constexpr uint64_t kHeaderSize = 20;
 
-// The last multiple of 4 stands for everything beyond it.
+// Sizes above the largest multiple of 4 are rounded down to it.
 uint64_t roundUpToFour(uint64_t byteCount) {
     return byteCount > UINT64_MAX - 3 ? UINT64_MAX - 3 : (byteCount + 3) & ~uint64_t{3};
 }
 
 // count * size + extra, or SIZE_MAX (which no allocator can give) if that does not fit.
-uint64_t saturatingBlockSize(uint64_t count, uint64_t size, uint64_t extra) {
+uint64_t saturatingBufferSize(uint64_t count, uint64_t size, uint64_t extra) {
     uint64_t bytes = 0;
     if (__builtin_mul_overflow(count, size, &bytes) ||
         __builtin_add_overflow(bytes, extra, &bytes)) {
@@ -40,7 +40,7 @@ uint32_t wrapped(int32_t value) {
     return static_cast<uint32_t>(value);
 }
 
-// Maps an integer rectangle with sums that wrap.
+// Maps an integer rectangle; sums wrap.
 void mapWrapping(uint32_t rotation, int32_t width, int32_t height, DsRect& rect) {
     uint32_t x = wrapped(rect.mX);
     uint32_t y = wrapped(rect.mY);
@@ -53,17 +53,17 @@ void mapWrapping(uint32_t rotation, int32_t width, int32_t height, DsRect& rect)
 
 } // namespace
 
-DsSurface::DsSurface(int32_t callerWidth, int32_t callerHeight, const uint32_t& turned,
+DsSurface::DsSurface(int32_t callerWidth, int32_t callerHeight, const uint32_t& degrees,
                      DsColorMode colorMode, uint8_t entryAlpha, uint64_t entryCount,
-                     DsAllocFn allocate, DsFreeFn release, uint32_t rowAlignment, uint64_t reserve)
+                     DsAllocFn allocate, DsFreeFn release, uint32_t rowAlignment, uint64_t extra)
     : userData(0)
     , allocFn(allocate)
     , freeFn(release)
-    , rotation(turned)
+    , rotation(degrees)
     , width(callerWidth)
     , height(callerHeight)
     , mColorMode(colorMode)
-    , extraBytes(roundUpToFour(reserve))
+    , extraBytes(roundUpToFour(extra))
     , alignment(rowAlignment)
     , bytesPerPixel(::bytesPerPixel(colorMode))
     , stride(0)
@@ -148,25 +148,26 @@ uint64_t DsSurface::pixelsPer(uint64_t byteCount) const {
 }
 
 uint8_t* DsSurface::pixelAt(int64_t x, int64_t y) const {
-    // Through integers, since the origin of a sub-surface may lie far outside its parent: such an
-    // address is a mere number until the clip has brought it back.
+    // Computed as an integer: the origin of a sub-surface may lie far outside its parent's buffer,
+    // where pointer arithmetic is undefined. The clip keeps every access inside.
     const uint64_t offset =
         static_cast<uint64_t>(y) * stride + static_cast<uint64_t>(x) * bytesPerPixel;
     return reinterpret_cast<uint8_t*>(reinterpret_cast<uintptr_t>(pixels) + offset);
 }
 
-uint8_t* DsSurface::allocatePixels(int32_t lines, int32_t lineWidth, uint64_t lineStride,
+uint8_t* DsSurface::allocatePixels(int32_t rowCount, int32_t rowWidth, uint64_t rowStride,
                                    uint64_t extra) const {
-    const bool negative = lines < 0 || lineWidth < 0;
+    const bool negative = rowCount < 0 || rowWidth < 0;
     const uint64_t size =
-        negative ? SIZE_MAX : saturatingBlockSize(static_cast<uint64_t>(lines), lineStride, extra);
+        negative ? SIZE_MAX
+                 : saturatingBufferSize(static_cast<uint64_t>(rowCount), rowStride, extra);
     return static_cast<uint8_t*>(allocFn(size));
 }
 
 void DsSurface::allocatePalette() {
     try {
         palette = static_cast<uint8_t*>(
-            allocFn(saturatingBlockSize(paletteSize, uint64_t{3} + paletteHasAlpha, 0)));
+            allocFn(saturatingBufferSize(paletteSize, uint64_t{3} + paletteHasAlpha, 0)));
     } catch (...) {
         // The destructor does not run for a constructor that throws.
         if (freeFn != nullptr) {
@@ -176,19 +177,19 @@ void DsSurface::allocatePalette() {
     }
 }
 
-uint64_t DsSurface::computeStride(int32_t lineWidth) const {
+uint64_t DsSurface::computeStride(int32_t rowWidth) const {
     if (bytesPerPixel == 0) {
         return 0;
     }
     // Aliases and views have no alignment of their own.
-    const uint64_t given = alignment == 0 ? 1 : alignment;
+    const uint64_t rowAlignment = alignment == 0 ? 1 : alignment;
     uint64_t pixelPart = bytesPerPixel;
-    for (uint64_t rest = given; pixelPart % 2 == 0 && rest % 2 == 0; rest /= 2) {
+    for (uint64_t rest = rowAlignment; pixelPart % 2 == 0 && rest % 2 == 0; rest /= 2) {
         pixelPart /= 2;
     }
-    const uint64_t unit = pixelPart * given;
-    const uint64_t lineBytes = static_cast<uint64_t>(lineWidth) * bytesPerPixel;
-    return (lineBytes + unit - 1) / unit * unit;
+    const uint64_t unit = pixelPart * rowAlignment;
+    const uint64_t rowBytes = static_cast<uint64_t>(rowWidth) * bytesPerPixel;
+    return (rowBytes + unit - 1) / unit * unit;
 }
 
 void DsSurface::getSize(int32_t& callerWidth, int32_t& callerHeight) const {
@@ -218,7 +219,7 @@ void DsSurface::resetClip() {
 }
 
 uint64_t DsSurface::serialize(void* buffer) const {
-    const uint64_t lineBytes = height < 1 ? 0 : static_cast<uint64_t>(height) * stride;
+    const uint64_t pixelBytes = height < 1 ? 0 : static_cast<uint64_t>(height) * stride;
     if (buffer != nullptr) {
         auto* file = static_cast<uint8_t*>(buffer);
         storeLittleEndian<4>(file + kRotationOffset, rotation);
@@ -226,11 +227,11 @@ uint64_t DsSurface::serialize(void* buffer) const {
         storeLittleEndian<4>(file + kWidthOffset, static_cast<uint32_t>(width));
         storeLittleEndian<4>(file + kHeightOffset, static_cast<uint32_t>(height));
         storeLittleEndian<4>(file + kStrideOffset, static_cast<uint32_t>(stride));
-        if (lineBytes > 0) {
-            std::memcpy(file + kHeaderSize, pixels, lineBytes);
+        if (pixelBytes > 0) {
+            std::memcpy(file + kHeaderSize, pixels, pixelBytes);
         }
     }
-    return roundUpToFour(kHeaderSize + lineBytes);
+    return roundUpToFour(kHeaderSize + pixelBytes);
 }
 
 void DsSurface::mapPoint(int32_t& x, int32_t& y) const {
@@ -262,7 +263,7 @@ void DsSurface::mapRect(DsRect& rect) const {
 }
 
 void DsSurface::unmapRect(DsRect& rect) const {
-    // Seen from the stored array, the caller's picture is turned the other way round.
+    // Seen from the stored array, the caller's picture is rotated the other way.
     int32_t callerWidth = 0;
     int32_t callerHeight = 0;
     getSize(callerWidth, callerHeight);

@@ -12,8 +12,8 @@ using namespace ds_detail;
 
 namespace {
 
-// ---- Hooks for an accelerated back end, which would load a palette or flush here. They have no
-// effect in this system, and callers count on that.
+// ---- Hooks for drawing hardware, which would load a palette or flush here. They have no effect in
+// this system, and callers rely on that.
 
 void loadPaletteHook(const uint8_t* /*palette*/, uint64_t /*entryCount*/) {}
 
@@ -36,10 +36,12 @@ struct ChannelFlags {
     bool alpha, red, green, blue;
 };
 
-// The flagged channels of `taken`, the others of `kept`.
-DsColor mix(const ChannelFlags& flags, const DsColor& taken, const DsColor& kept) {
-    return {flags.alpha ? taken.alpha : kept.alpha, flags.red ? taken.red : kept.red,
-            flags.green ? taken.green : kept.green, flags.blue ? taken.blue : kept.blue};
+// The flagged channels of `replacement`, the others of `original`.
+DsColor mix(const ChannelFlags& flags, const DsColor& replacement, const DsColor& original) {
+    return {flags.alpha ? replacement.alpha : original.alpha,
+            flags.red ? replacement.red : original.red,
+            flags.green ? replacement.green : original.green,
+            flags.blue ? replacement.blue : original.blue};
 }
 
 bool equalIn(const ChannelFlags& flags, const DsColor& a, const DsColor& b) {
@@ -55,7 +57,7 @@ struct Recoloring {
 };
 
 template <DsColorMode mode>
-void recolorLine(uint8_t* pixel, int32_t count, const Recoloring& recoloring) {
+void recolorRow(uint8_t* pixel, int32_t count, const Recoloring& recoloring) {
     for (int32_t x = 0; x < count; ++x, pixel += ModeTraits<mode>::kBytes) {
         const DsColor color = ModeTraits<mode>::decode(loadPixel<mode>(pixel), {});
         if (equalIn(recoloring.matched, color, recoloring.match)) {
@@ -65,38 +67,38 @@ void recolorLine(uint8_t* pixel, int32_t count, const Recoloring& recoloring) {
     }
 }
 
-using RecolorLine = void (*)(uint8_t* pixel, int32_t count, const Recoloring& recoloring);
+using RecolorRow = void (*)(uint8_t* pixel, int32_t count, const Recoloring& recoloring);
 
-constexpr auto kRecolorLines = makePixelModeTable<RecolorLine>(
-    []<DsColorMode mode>() -> RecolorLine { return recolorLine<mode>; });
+constexpr auto kRecolorRows = makePixelModeTable<RecolorRow>(
+    []<DsColorMode mode>() -> RecolorRow { return recolorRow<mode>; });
 
 template <DsColorMode targetMode, DsColorMode sourceMode>
-void copyChannelsOfLine(uint8_t* target, const uint8_t* source, int32_t count,
-                        const ChannelFlags& taken) {
+void copyChannelsOfRow(uint8_t* target, const uint8_t* source, int32_t count,
+                       const ChannelFlags& copied) {
     for (int32_t x = 0; x < count; ++x) {
         const DsColor from = ModeTraits<sourceMode>::decode(loadPixel<sourceMode>(source), {});
         const DsColor to = ModeTraits<targetMode>::decode(loadPixel<targetMode>(target), {});
-        storePixel<targetMode>(target, ModeTraits<targetMode>::encode(mix(taken, from, to)));
+        storePixel<targetMode>(target, ModeTraits<targetMode>::encode(mix(copied, from, to)));
         target += ModeTraits<targetMode>::kBytes;
         source += ModeTraits<sourceMode>::kBytes;
     }
 }
 
-using CopyChannelsLine = void (*)(uint8_t* target, const uint8_t* source, int32_t count,
-                                  const ChannelFlags& taken);
+using CopyChannelsRow = void (*)(uint8_t* target, const uint8_t* source, int32_t count,
+                                 const ChannelFlags& copied);
 
-constexpr auto kCopyChannelsLines = makeModePairTable<CopyChannelsLine>(
-    []<DsColorMode target, DsColorMode source>() -> CopyChannelsLine {
-        return copyChannelsOfLine<target, source>;
+constexpr auto kCopyChannelsRows = makeModePairTable<CopyChannelsRow>(
+    []<DsColorMode target, DsColorMode source>() -> CopyChannelsRow {
+        return copyChannelsOfRow<target, source>;
     });
 
 // ---- Alignment
 
-// Where an extent of `size` starts inside an area. `how` is a pair of alignment bits: 2 at the far
-// end, 3 centered, else at the near end.
-int64_t alignedStart(uint32_t how, int64_t areaStart, int64_t areaSize, int64_t size,
+// The start of an extent of `size` inside an area. `alignBits` are two alignment bits: 2 at the
+// far end, 3 centered, else at the near end.
+int64_t alignedStart(uint32_t alignBits, int64_t areaStart, int64_t areaSize, int64_t size,
                      int64_t offset) {
-    switch (how) {
+    switch (alignBits) {
     case 2:
         return areaStart + areaSize - size - offset;
     case 3:
@@ -145,7 +147,7 @@ void DsSurface::copyTo(int64_t x, int64_t y, const DsSurface& source, CopyKernel
     int64_t sizeX = sourceWidth;
     int64_t sizeY = sourceHeight;
     mapRectangle<int64_t>(rotation, width, height, left, top, sizeX, sizeY);
-    // With unequal rotations the mapped size is not that of the source's stored array.
+    // If the rotations differ, the mapped size is not that of the source's stored array.
     sizeX = std::min<int64_t>(sizeX, source.width);
     sizeY = std::min<int64_t>(sizeY, source.height);
     const DsRect drawn = rectOf(intersect({left, top, left + sizeX, top + sizeY}, areaOf(clip)));
@@ -186,11 +188,11 @@ void DsSurface::invert() {
     if (isEmpty()) {
         return;
     }
-    const uint64_t lineBytes = static_cast<uint64_t>(width) * bytesPerPixel;
+    const uint64_t rowBytes = static_cast<uint64_t>(width) * bytesPerPixel;
     for (int32_t y = 0; y < height; ++y) {
-        uint8_t* const line = pixelAt(0, y);
-        for (uint64_t i = 0; i < lineBytes; ++i) {
-            line[i] = static_cast<uint8_t>(~line[i]);
+        uint8_t* const row = pixelAt(0, y);
+        for (uint64_t i = 0; i < rowBytes; ++i) {
+            row[i] = static_cast<uint8_t>(~row[i]);
         }
     }
 }
@@ -205,7 +207,7 @@ void DsSurface::replaceColor(uint32_t match, bool matchAlpha, bool matchRed, boo
                                    {matchAlpha, matchRed, matchGreen, matchBlue},
                                    colorFromWord(replacement),
                                    {setAlpha, setRed, setGreen, setBlue}};
-    const RecolorLine recolor = kRecolorLines[static_cast<uint32_t>(mColorMode)];
+    const RecolorRow recolor = kRecolorRows[static_cast<uint32_t>(mColorMode)];
     for (int32_t y = 0; y < height; ++y) {
         recolor(pixelAt(0, y), width, recoloring);
     }
@@ -215,10 +217,10 @@ void DsSurface::copyChannels(const DsSurface& source, bool alpha, bool red, bool
     if (!hasPixels(mColorMode) || isEmpty()) {
         return;
     }
-    const CopyChannelsLine copyLine = kCopyChannelsLines.at(
-        static_cast<uint32_t>(mColorMode), static_cast<uint32_t>(source.mColorMode));
-    const ChannelFlags taken = {alpha, red, green, blue};
+    const CopyChannelsRow copyRow = kCopyChannelsRows.at(static_cast<uint32_t>(mColorMode),
+                                                         static_cast<uint32_t>(source.mColorMode));
+    const ChannelFlags copied = {alpha, red, green, blue};
     for (int32_t y = 0; y < height; ++y) {
-        copyLine(pixelAt(0, y), source.pixelAt(0, y), width, taken);
+        copyRow(pixelAt(0, y), source.pixelAt(0, y), width, copied);
     }
 }

@@ -1,5 +1,5 @@
-// The operations that the converter applies to a decoded surface: turning its pixels by 90 degrees,
-// and taking its alpha channel from an alpha-only surface.
+// The operations that the converter applies to a decoded surface: rotation of its pixels by 90
+// degrees, and replacement of its alpha channel by that of an alpha-only surface.
 #include "src/ds_surface.h"
 #include "src/internal/mode_traits.h"
 #include "src/internal/pixel_rotation.h"
@@ -11,9 +11,9 @@ using namespace ds_detail;
 
 namespace {
 
-// The pixel with its alpha replaced. Modes without alpha come back as they were, since narrowing
-// undoes widening. Kept on purpose: ARGB1555 colors, already widened by decoding, are widened
-// again by that mode's encoding, so that every non-zero channel spills into its neighbors.
+// The pixel with its alpha replaced. Narrowing undoes widening, so the colors stay the same. Kept
+// on purpose: ARGB1555 is the exception. Its colors are widened by decoding and again by encoding,
+// so that every non-zero channel spills into its neighbors.
 template <DsColorMode mode>
 uint32_t withAlpha(uint32_t stored, uint32_t alpha) {
     DsColor color = ModeTraits<mode>::decode(stored, {});
@@ -22,20 +22,20 @@ uint32_t withAlpha(uint32_t stored, uint32_t alpha) {
 }
 
 template <DsColorMode mode>
-void replaceAlphaOfLine(uint8_t* pixel, const uint8_t* alpha, int32_t count) {
+void replaceAlphaOfRow(uint8_t* pixel, const uint8_t* alpha, int32_t count) {
     constexpr uint32_t pixelSize = ModeTraits<mode>::kBytes;
     for (int32_t i = 0; i < count; ++i, pixel += pixelSize, ++alpha) {
         storePixel<mode>(pixel, withAlpha<mode>(loadPixel<mode>(pixel), *alpha));
     }
 }
 
-using ReplaceAlphaLine = void (*)(uint8_t* pixel, const uint8_t* alpha, int32_t count);
+using ReplaceAlphaRow = void (*)(uint8_t* pixel, const uint8_t* alpha, int32_t count);
 
 // The row operation of each mode; null where there is no alpha to replace.
-constexpr auto kReplaceAlphaLine =
-    makePixelModeTable<ReplaceAlphaLine>([]<DsColorMode mode>() -> ReplaceAlphaLine {
+constexpr auto kReplaceAlphaRow =
+    makePixelModeTable<ReplaceAlphaRow>([]<DsColorMode mode>() -> ReplaceAlphaRow {
         if constexpr (ModeTraits<mode>::kHasAlpha) {
-            return replaceAlphaOfLine<mode>;
+            return replaceAlphaOfRow<mode>;
         } else {
             return nullptr;
         }
@@ -48,13 +48,13 @@ void DsSurface::rotate(int32_t degrees) {
         return;
     }
     const uint64_t newStride = computeStride(height);
-    uint8_t* const turned = allocatePixels(width, height, newStride, 0);
-    if (turned == nullptr && width != 0 && height != 0) {
+    uint8_t* const rotated = allocatePixels(width, height, newStride, 0);
+    if (rotated == nullptr && width != 0 && height != 0) {
         return;
     }
-    rotatePixels({pixels, stride, width, height, turned, newStride}, bytesPerPixel);
+    rotatePixels({pixels, stride, width, height, rotated, newStride}, bytesPerPixel);
     freeFn(pixels);
-    pixels = turned;
+    pixels = rotated;
     stride = newStride;
     extraBytes = 0;
     rotation = 90;
@@ -66,10 +66,10 @@ void DsSurface::rotate(int32_t degrees) {
 void DsSurface::replaceAlpha(const DsSurface& alpha_only_src) {
     const auto mode = static_cast<uint32_t>(mColorMode);
     assert(alpha_only_src.mColorMode == DsColorMode::A8);
-    if (mode >= kColorModeCount || kReplaceAlphaLine[mode] == nullptr || isEmpty()) {
+    if (mode >= kColorModeCount || kReplaceAlphaRow[mode] == nullptr || isEmpty()) {
         return;
     }
     for (int32_t y = 0; y < height; ++y) {
-        kReplaceAlphaLine[mode](pixelAt(0, y), alpha_only_src.pixelAt(0, y), width);
+        kReplaceAlphaRow[mode](pixelAt(0, y), alpha_only_src.pixelAt(0, y), width);
     }
 }

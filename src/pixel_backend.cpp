@@ -1,4 +1,4 @@
-// The choice of the active backend's rows.
+// The choice of the active backend's row functions.
 #include "src/internal/pixel_backend.h"
 
 namespace ds_detail {

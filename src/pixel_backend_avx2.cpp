@@ -1,4 +1,4 @@
-// The AVX2 backend: rows by registers of 32 bytes. Turning pixels is left to registers of 16 bytes.
+// The AVX2 backend: rows by registers of 32 bytes. Rotation is left to SSE2, with registers of 16 bytes.
 #include "src/internal/pixel_backend.h"
 
 #if defined(DS_HAS_AVX2_AND_SSE2)
@@ -18,7 +18,7 @@ namespace {
 using Mode = DsColorMode;
 
 #include "src/simd/vec_avx2.h"
-// The vectors come first.
+// The shared bodies need the vectors above.
 #include "src/simd/fill_row.inl.h"
 #include "src/simd/pixel_rows.inl.h"
 

@@ -1,4 +1,4 @@
-// The scalar backend: the definition that the others are held against.
+// The scalar backend: the definition with which tests compare the others.
 #include "src/internal/pixel_backend.h"
 
 #include <cstring>
@@ -17,7 +17,7 @@ constexpr auto kBlendRows =
         return scalarBlendRow<target, source>;
     });
 
-// By twelve bytes, the smallest number that holds whole pixels of one to four bytes.
+// In steps of twelve bytes, the smallest size that holds a whole number of pixels of one to four bytes each.
 void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
     constexpr uint64_t kStep = 12;
     uint64_t done = 0;

@@ -17,7 +17,7 @@ namespace {
 using Mode = DsColorMode;
 
 #include "src/simd/vec_sse2.h"
-// The vectors come first.
+// The shared bodies need the vectors above.
 #include "src/simd/fill_row.inl.h"
 #include "src/simd/pixel_rows.inl.h"
 #include "src/simd/rotate_tiles.inl.h"

@@ -1,4 +1,4 @@
-// The kernels: a row function chosen once for the pair of modes, run row by row.
+// The kernels: they choose a row function once for the pair of modes and call it row by row.
 #include "src/pixel_kernels.h"
 
 #include "src/internal/pixel_backend.h"
@@ -19,9 +19,9 @@ struct Side {
     DsColorMode mode;
 };
 
-// Rows without padding are one row, as long as it can be counted.
+// Treats rows without padding as one row, if its pixel count fits 32 bits.
 template <typename... Pitches>
-void joinRows(uint32_t& width, uint32_t& height, Pitches... pitches) {
+void combineRows(uint32_t& width, uint32_t& height, Pitches... pitches) {
     if (((pitches == width) && ...) &&
         uint64_t{width} * height <= std::numeric_limits<uint32_t>::max()) {
         width *= height;
@@ -29,8 +29,8 @@ void joinRows(uint32_t& width, uint32_t& height, Pitches... pitches) {
     }
 }
 
-// Copies a rectangle by the row function of its pair of modes; null, and nothing is done, where the target has no
-// pixels.
+// Copies a rectangle by the row function of its pair of modes. The function is null if the target has no pixels:
+// then nothing is done.
 void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width, uint32_t height,
                 const SourceRule& rule, PixelRow row) {
     if (row == nullptr || width == 0) {
@@ -38,7 +38,7 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
     }
     const uint64_t targetStride = uint64_t{target.pitch} * bytesPerPixel(target.mode);
     const uint64_t sourceStride = uint64_t{source.pitch} * bytesPerPixel(source.mode);
-    joinRows(width, height, target.pitch, source.pitch);
+    combineRows(width, height, target.pitch, source.pitch);
     for (uint32_t y = 0; y < height; ++y) {
         row(target.pixels + y * targetStride, source.pixels + y * sourceStride, width, rule);
     }
@@ -58,7 +58,7 @@ void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width,
     if (pixelSize == 0 || width == 0) {
         return;
     }
-    joinRows(width, height, destinationPitch);
+    combineRows(width, height, destinationPitch);
     uint8_t pattern[kFillPattern];
     makePattern(pattern, static_cast<uint32_t>(pixelSize), value);
     const bool isOneByte = std::memcmp(pattern, pattern + 1, pixelSize) == 0;

@@ -1,4 +1,4 @@
-// Turning pixels: the scalar tiles, and the choice between them and those of a backend.
+// Rotation of pixels: the scalar tiles, and the choice between them and those of a backend.
 #include "src/internal/pixel_rotation.h"
 
 #include "src/internal/pixel_backend.h"
@@ -10,7 +10,7 @@ using namespace ds_detail;
 
 namespace {
 
-// Some pixels of the target, from the first row and column up to but not including the end.
+// A rectangle of target pixels, from the first row and column up to but not including the end.
 struct Tile {
     int64_t firstRow, firstColumn, endRow, endColumn;
 };
@@ -25,8 +25,8 @@ void rotateTile(const RotatedCopy& copy, const Tile& tile) {
     }
 }
 
-// Reading runs down source columns, so a tile's rows must stay in the first-level cache until all their columns
-// are read: 32 rows of at most three cache lines.
+// A tile is read column by column, so its source rows must stay in the first-level cache until all columns are
+// read: 32 rows of at most three cache lines each.
 constexpr int64_t kTileSide = 32;
 
 template <uint32_t pixelSize>
@@ -40,7 +40,7 @@ void rotateByTiles(const RotatedCopy& copy) {
     }
 }
 
-// AVX2 leaves turning to registers of 16 bytes.
+// AVX2 leaves rotation to SSE2.
 constexpr BackendList<RotateTilesBySize> kRotateTiles = [] {
     BackendList<RotateTilesBySize> list = {};
 #if defined(DS_HAS_AVX2_AND_SSE2)

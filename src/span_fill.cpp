@@ -1,5 +1,5 @@
-// The fill state and both span routines. A span is a blend whose source is the coverage, read as an
-// A8 mask, with the color's alpha multiplied in.
+// The fill state and both span functions. A span is a blend whose source is the coverage, as an A8
+// mask, multiplied by the color's alpha.
 #include "src/span_fill.h"
 
 #include "src/internal/pixel_backend.h"
@@ -15,18 +15,18 @@ using namespace ds_detail;
 
 namespace {
 
-// Pixels apart from each other that are gathered at a time.
-constexpr uint32_t kGathered = 16;
+// Strided pixels that are gathered into a buffer at a time.
+constexpr uint32_t kGatheredPixels = 16;
 constexpr uint32_t kAlphaTimesColorAlpha = 2; // the alpha mode of a span
 
-// One call's work: pixels `distance` bytes apart, and a coverage byte for each.
+// The arguments of one call: pixels at a distance of `distance` bytes, and a coverage byte for each.
 struct Span {
     uint8_t* destination;
     uint32_t distance;
     const uint8_t* coverage;
     uint32_t count;
 
-    // Past the last pixel the destination stays: beyond it may lie the end of the array.
+    // After the last pixel the destination does not move: the result could be outside the array.
     void advance(uint32_t pixels) {
         count -= pixels;
         coverage += pixels;
@@ -42,29 +42,29 @@ void blendPixelByPixel(const Span& span, const SourceRule& rule) {
     }
 }
 
-// The scalar loop of each mode, which reads a coverage byte when its pixel's turn comes.
+// The scalar loop of each mode. It reads each coverage byte just before it writes the pixel.
 using SpanLoop = void (*)(const Span& span, const SourceRule& rule);
 constexpr auto kSpanLoops = makePixelModeTable<SpanLoop>(
     []<DsColorMode mode>() -> SpanLoop { return blendPixelByPixel<mode>; });
 
-// Whether the coverage lies apart from every byte that the span touches, so that it may be read
-// ahead of the pixels.
-bool coverageIsApart(const Span& span, uint32_t pixelSize) {
+// Whether the coverage overlaps no byte between the span's first and last pixel, so that it may be
+// read before the pixels are written.
+bool coverageIsDisjoint(const Span& span, uint32_t pixelSize) {
     const auto firstPixel = reinterpret_cast<uintptr_t>(span.destination);
     const auto coverage = reinterpret_cast<uintptr_t>(span.coverage);
     const uintptr_t pixelEnd = firstPixel + uint64_t{span.distance} * (span.count - 1) + pixelSize;
     return coverage + span.count <= firstPixel || pixelEnd <= coverage;
 }
 
-// Whether the span's pixels overlap neither each other nor the coverage, so that several may be in work at once.
+// Whether the span's pixels overlap neither each other nor the coverage, so that several may be blended at once.
 bool mayBeGathered(const Span& span, uint32_t pixelSize) {
-    return span.distance >= pixelSize && coverageIsApart(span, pixelSize);
+    return span.distance >= pixelSize && coverageIsDisjoint(span, pixelSize);
 }
 
-// Blends some pixels at the span's start through a buffer in which they are adjacent.
+// Blends the span's first `count` pixels in a buffer in which they are adjacent.
 template <uint32_t pixelSize>
 void blendGathered(const Span& span, uint32_t count, const SourceRule& rule, PixelRow row) {
-    uint8_t pixels[kGathered * kMaxPixelBytes];
+    uint8_t pixels[kGatheredPixels * kMaxPixelBytes];
     for (uint32_t i = 0; i < count; ++i) {
         std::memcpy(pixels + uint64_t{i} * pixelSize,
                     span.destination + uint64_t{i} * span.distance, pixelSize);
@@ -92,7 +92,6 @@ GatheringLoop gatheringLoop(uint32_t pixelSize) {
     }
 }
 
-// Both span routines.
 void blendPixelsOf(Span span) {
     const PixelRow row = activeBlendRow(gBlendColorMode, DsColorMode::A8);
     if (row == nullptr || span.count == 0) {
@@ -108,7 +107,7 @@ void blendPixelsOf(Span span) {
     } else {
         const GatheringLoop blendSome = gatheringLoop(pixelSize);
         while (span.count > 0) {
-            const uint32_t count = std::min(span.count, kGathered);
+            const uint32_t count = std::min(span.count, kGatheredPixels);
             blendSome(span, count, rule, row);
             span.advance(count);
         }

@@ -1,18 +1,18 @@
-// Rows that go together, a word of the register each.
+// Converts several rows together, with one word of the register per row.
 //
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h and png/simd/pixel_lanes.inl.h; the
 // includer has png/internal/row_backend.h.
 //
-// Sub, Average and Paeth make a chain of a row's pixels: each needs the one before it, so that one row alone waits
-// most of the time. kPixels rows run side by side, each kLag pixels behind the row above it. In the step s:
+// In Sub, Average and Paeth each pixel depends on the one before it, so that a single row mostly waits for results.
+// kPixels rows run side by side, each kLag pixels after the row above it. In step s:
 //
-//     row 0    . . . . . . . s          the words of the register, one a row
-//     row 1    . . . . . s              its upper neighbor is what row 0 gave two steps ago,
-//     row 2    . . . s                  its upper left one what row 0 gave three steps ago
+//     row 0    . . . . . . . s          the words of the register, one per row
+//     row 1    . . . . . s              its upper neighbor is the result of row 0 two steps ago,
+//     row 2    . . . s                  its upper left neighbor that of row 0 three steps ago
 //     row 3    . s
 //
-// With a lag of two pixels, the chain from step to step is the prediction alone. Tried and rejected: a lag of one, with
-// which the move of row 0's result into the word of row 1 is part of the chain (10 to 25 % longer).
+// With a lag of two pixels, only the prediction depends on the step before. Tried and rejected: a lag of one pixel.
+// Then the move of row 0's result to the word of row 1 depends on it, too (10 to 25 % slower).
 
 constexpr uint64_t kLag = 2;
 constexpr uint64_t kPadding = 4; // pixels of three bytes are read as four
@@ -26,7 +26,7 @@ struct wavefront_rows_t {
 
 constexpr auto kEachRow = std::make_integer_sequence<uint32_t, kPixels>();
 
-// Written as a fold, because not every level of optimization unrolls a loop over the rows.
+// A fold expression, because not every optimization level unrolls a loop over the rows.
 template <uint32_t pixelBytes, uint32_t... row>
 U32 load_words(const wavefront_rows_t& rows, uint64_t offset,
                std::integer_sequence<uint32_t, row...>) {
@@ -40,36 +40,37 @@ void store_words(const wavefront_rows_t& rows, uint64_t offset, U32 pixels,
      ...);
 }
 
-// What the filter Paeth adds, in bytes. The standard takes the nearest of a, b and c to p = a + b - c, where
-// |p - a| = |b - c|, |p - b| = |a - c| and |p - c| = |(a - c) + (b - c)|. Let lower and upper be a and b sorted:
+// The prediction of the Paeth filter, for each byte. The standard chooses the one of a, b and c that is nearest to
+// p = a + b - c, where |p - a| = |b - c|, |p - b| = |a - c| and |p - c| = |(a - c) + (b - c)|. Let low = min(a, b) and
+// high = max(a, b):
 //
-//     c between them:     lower <---- toLower ----> c <---- toUpper ----> upper
-//                         |p - lower| = toUpper, |p - upper| = toLower, |p - c| = |toUpper - toLower|
+//     c between them:     low <---- toLow ----> c <---- toHigh ----> high
+//                         |p - low| = toHigh, |p - high| = toLow, |p - c| = |toHigh - toLow|
 //
-// Lower is the nearest where toUpper <= toLower - toUpper, which is 2 toUpper <= toLower; upper where
-// 2 toLower <= toUpper; else c. Where c lies beyond one of them, that distance saturates to zero, and the same
-// rule gives the far one of the two, as the standard does. Sums that saturate at 255 compare with at most 255.
-// Ties that the standard breaks towards a have a = b, or the choice that this rule makes as well.
+// The nearest is low if toHigh <= toLow - toHigh, which is 2 toHigh <= toLow. It is high if 2 toLow <= toHigh, else c.
+// If c is not between them, one distance saturates to zero and the same rule chooses the one farther from c, as the
+// standard does. A doubled distance may saturate at 255, but the other side of its comparison is at most 255. If the
+// standard prefers a in a tie, either a = b or this rule makes the same choice.
 inline U8 predict_paeth(U8 left, U8 up, U8 upLeft) {
-    const U8 low = lower(left, up);
-    const U8 high = upper(left, up);
-    const U8 toLower = subtractSaturating(upLeft, low);
-    const U8 toUpper = subtractSaturating(high, upLeft);
-    const U8 takesLower = U8(subtractSaturating(addSaturating(toUpper, toUpper), toLower) == 0);
-    const U8 takesUpper = U8(subtractSaturating(addSaturating(toLower, toLower), toUpper) == 0);
-    return upLeft + ((takesUpper & toUpper) - (takesLower & toLower));
+    const U8 low = min(left, up);
+    const U8 high = max(left, up);
+    const U8 toLow = subtractSaturating(upLeft, low);
+    const U8 toHigh = subtractSaturating(high, upLeft);
+    const U8 choosesLow = U8(subtractSaturating(addSaturating(toHigh, toHigh), toLow) == 0);
+    const U8 choosesHigh = U8(subtractSaturating(addSaturating(toLow, toLow), toHigh) == 0);
+    return upLeft + ((choosesHigh & toHigh) - (choosesLow & toLow));
 }
 
 struct all_paeth_t {
     U8 predict(U8 left, U8 up, U8 upLeft) const { return predict_paeth(left, up, upLeft); }
 };
 
-// The words of the rows that have the filter.
+// A mask of the words of the rows with the filter.
 inline U8 words_of(U32 filters, png_filter_t filter) {
     return U8(filters == uint32_t{filter});
 }
 
-// Any filters: each row's word is chosen by masks.
+// Any filters: masks select the prediction of each row.
 struct mixed_filters_t {
     U8 isSub, isUp, isAverage, isPaeth;
 
@@ -85,9 +86,9 @@ struct mixed_filters_t {
     }
 };
 
-// The pixels of the last steps, a word each row.
+// The pixels of the last steps, one word per row.
 struct front_t {
-    U8 left = {};   // of the step before
+    U8 left = {};   // of the previous step
     U8 before = {}; // of the step before that
     U8 upLeft = {};
 
@@ -102,11 +103,11 @@ struct front_t {
     }
 };
 
-// A step in which rows have not begun or have ended, or are at a pixel whose neighbor in memory must not be
-// touched.
+// A step at the start or the end of the rows: some have no pixel in this step, or a pixel whose neighbor in memory
+// must not be accessed.
 template <uint32_t pixelBytes, typename filters_t>
-void careful_step(front_t* front, const filters_t& filters, const wavefront_rows_t& rows,
-                  uint64_t step, uint64_t width) {
+void edge_step(front_t* front, const filters_t& filters, const wavefront_rows_t& rows,
+               uint64_t step, uint64_t width) {
     U32 filtered = {};
     U32 active = {};
     for (uint64_t row = 0; row < kPixels; ++row) {
@@ -131,12 +132,12 @@ void careful_step(front_t* front, const filters_t& filters, const wavefront_rows
 }
 
 template <uint32_t pixelBytes, typename filters_t>
-void convert_together(const filters_t& filters, const wavefront_rows_t& rows, uint64_t width) {
-    constexpr uint64_t kLastBegins = (kPixels - 1) * kLag;
+void convert_rows(const filters_t& filters, const wavefront_rows_t& rows, uint64_t width) {
+    constexpr uint64_t kLastRowStart = (kPixels - 1) * kLag;
     front_t front;
     uint64_t step = 0;
-    for (; step < kLastBegins; ++step) {
-        careful_step<pixelBytes>(&front, filters, rows, step, width);
+    for (; step < kLastRowStart; ++step) {
+        edge_step<pixelBytes>(&front, filters, rows, step, width);
     }
     for (; step + 1 < width; ++step) {
         const uint64_t offset = step * pixelBytes;
@@ -146,17 +147,16 @@ void convert_together(const filters_t& filters, const wavefront_rows_t& rows, ui
         store_words<pixelBytes>(rows, offset, U32(front.advance(filters, filtered, above)),
                                 kEachRow);
     }
-    for (; step < width + kLastBegins; ++step) {
-        careful_step<pixelBytes>(&front, filters, rows, step, width);
+    for (; step < width + kLastRowStart; ++step) {
+        edge_step<pixelBytes>(&front, filters, rows, step, width);
     }
 }
 
 template <uint32_t pixelBytes>
 void wavefront(uint8_t* target, const uint8_t* source, uint64_t stride, uint64_t rowBytes) {
-    // The pixels of a row overwrite the end of the source of the row above, which is not used up yet: all rows are
-    // saved before.
+    // A row's pixels overwrite source of rows that are still being read, so all rows are saved first.
     uint8_t saved[kPixels * (kWavefrontRowBytes + kPadding)];
-    uint8_t* next = saved; // one row behind the other, so that short ones touch little memory
+    uint8_t* next = saved; // rows are contiguous, so that short ones use little memory
     U32 filters = {};
     bool allPaeth = true;
     wavefront_rows_t rows;
@@ -173,8 +173,8 @@ void wavefront(uint8_t* target, const uint8_t* source, uint64_t stride, uint64_t
     }
     const uint64_t width = rowBytes / pixelBytes;
     if (allPaeth) {
-        convert_together<pixelBytes>(all_paeth_t(), rows, width);
+        convert_rows<pixelBytes>(all_paeth_t(), rows, width);
     } else {
-        convert_together<pixelBytes>(mixed_filters_t(filters), rows, width);
+        convert_rows<pixelBytes>(mixed_filters_t(filters), rows, width);
     }
 }

@@ -1,5 +1,5 @@
-// Rectangles by their edges in 64 bits: clipping happens here, so that positions and sizes at the
-// ends of the 32-bit range cannot wrap into the picture.
+// Rectangles by their edges in 64 bits, for clipping: positions and sizes at the ends of the 32-bit
+// range cannot wrap back into the surface.
 #pragma once
 
 #include "src/ds_region.h"
@@ -36,16 +36,15 @@ inline DsArea intersect(const DsArea& a, const DsArea& b) {
             std::min(a.bottom, b.bottom)};
 }
 
-/// The area as a rectangle: negative extents become 0, what does not fit 32 bits is cut to their
-/// ends.
+/// The area as a rectangle. Negative extents become 0; other values are clamped to 32 bits.
 inline DsRect rectOf(const DsArea& area) {
-    const auto cut = [](int64_t value, int64_t lowest) {
+    const auto clamp = [](int64_t value, int64_t min) {
         return static_cast<int32_t>(
-            std::clamp<int64_t>(value, lowest, std::numeric_limits<int32_t>::max()));
+            std::clamp<int64_t>(value, min, std::numeric_limits<int32_t>::max()));
     };
-    constexpr int64_t kLowest = std::numeric_limits<int32_t>::min();
-    return {cut(area.left, kLowest), cut(area.top, kLowest), cut(area.right - area.left, 0),
-            cut(area.bottom - area.top, 0)};
+    constexpr int64_t kMin = std::numeric_limits<int32_t>::min();
+    return {clamp(area.left, kMin), clamp(area.top, kMin), clamp(area.right - area.left, 0),
+            clamp(area.bottom - area.top, 0)};
 }
 
 } // namespace ds_detail

@@ -1,13 +1,13 @@
-// Large pages for large blocks, which the module of PNG files and the converter ask for, too.
+// Large pages for large buffers. The PNG library and the converter use this, too.
 #pragma once
 
 #include <cstddef>
 
 namespace ds_detail {
 
-/// Asks the system to back a block that is about to be filled with large pages, if it is large
-/// enough for that to pay. Its contents stay; a system that has none to give is no error.
-/// @param size bytes
-void askForHugePages(void* block, size_t size) noexcept;
+/// Asks the system to use large pages for a buffer that is about to be filled, if the buffer is
+/// large enough to gain from it. Its contents stay. It is no error if the system has no large pages.
+/// @param size in bytes
+void askForHugePages(void* buffer, size_t size) noexcept;
 
 } // namespace ds_detail

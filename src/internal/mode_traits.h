@@ -1,5 +1,5 @@
-// The ten pixel formats: one specialization of ModeTraits holds everything about a mode, and every table over
-// modes is generated from these. A mode of the enumeration that is missing anywhere is a compile error.
+// The ten pixel formats. One specialization of ModeTraits holds everything about a mode. Every table over modes
+// is generated from them, so that a mode without a specialization is a compile error.
 #pragma once
 
 #include "src/ds_color_mode.h"
@@ -11,9 +11,8 @@
 
 namespace ds_detail {
 
-/// A color as four channels of 8 bits (0 to 255) each. In the palette modes the index travels in blue when
-/// encoding and comes back as gray (all three channels) when decoding: drawing never looks colors up in a
-/// palette.
+/// A color as four channels of 8 bits (0 to 255) each. In the palette modes, encoding takes the index from blue
+/// and decoding gives it as gray (all three channels): drawing never uses the colors of a palette.
 struct DsColor {
     uint32_t alpha, red, green, blue;
 };
@@ -24,7 +23,7 @@ constexpr DsColor colorFromWord(uint32_t word) {
     return {word & 255, (word >> 8) & 255, (word >> 16) & 255, word >> 24};
 }
 
-// Widening of a stored field to 8 bits. Both ends of the range map onto 0 and 255.
+// Widening of a stored field to 8 bits. The ends of its range map to 0 and 255.
 constexpr uint32_t widen5(uint32_t field) {
     return (field * 527 + 23) >> 6;
 }
@@ -35,7 +34,7 @@ constexpr uint32_t widen4(uint32_t field) {
     return field * 17;
 }
 
-// Narrowing of 8 bits to a stored field; each undoes its widening for every field value.
+// Narrowing of 8 bits to a stored field. Each undoes its widening for every field value.
 constexpr uint32_t narrowTo5(uint32_t value) {
     return (value * 249 + 1014) >> 11;
 }
@@ -46,14 +45,14 @@ constexpr uint32_t narrowTo4(uint32_t value) {
     return (value * 15 + 135) >> 8;
 }
 
-/// What a mode is:
+/// The properties of a mode:
 ///
 ///     kName      its name, as in the enumeration
-///     kBytes     bytes a pixel; 0 for a mode without pixels, which every operation skips
-///     kHasAlpha  whether a pixel has an alpha of its own; pixels without one are opaque
+///     kBytes     bytes per pixel; 0 for a mode without pixels, which every operation skips
+///     kHasAlpha  whether a pixel stores an alpha; pixels of the other modes are opaque
 ///     kHasPalette  whether a surface of the mode may have a palette
 ///     encode()   the stored value of a color
-///     decode()   the color of a stored value; `constant` is the operation's color, which A8 pixels have
+///     decode()   the color of a stored value; `constant` is the operation's color, which an A8 pixel takes
 template <DsColorMode mode>
 struct ModeTraits;
 
@@ -105,16 +104,15 @@ struct ModeTraits<DsColorMode::ARGB1555> {
     static constexpr uint32_t kBytes = 2;
     static constexpr bool kHasAlpha = true;
     static constexpr bool kHasPalette = false;
-    /// Kept on purpose: the color channels go through the widening rule (results 0 to 2100) and are added at
-    /// their places, not masked, so that any channel above 3 spills into its neighbors; the sum is cut to 16
-    /// bits.
+    /// Kept on purpose: the color channels are widened (to 0 to 2100) and added at their bit positions without a
+    /// mask, so that a channel above 3 spills into its neighbors. The sum is truncated to 16 bits.
     static constexpr uint32_t encode(const DsColor& color) {
         const uint32_t alphaBit = (color.alpha >> 7) << 15;
         return (alphaBit + (widen5(color.red) << 10) + (widen5(color.green) << 5) +
                 widen5(color.blue)) &
                0xFFFF;
     }
-    /// Kept on purpose: the alpha bit is not read, such a pixel always has alpha 0.
+    /// Kept on purpose: the alpha bit is not read. Such a pixel always has alpha 0.
     static constexpr DsColor decode(uint32_t stored, const DsColor& /*constant*/) {
         return {0, widen5((stored >> 10) & 31), widen5((stored >> 5) & 31), widen5(stored & 31)};
     }
@@ -172,7 +170,7 @@ struct ModeTraits<DsColorMode::A8> {
     }
 };
 
-/// The modes without pixels: their colors encode to 0 and decode to all zeros.
+/// The modes without pixels. Colors encode to 0 and decode to all zeros.
 struct NoPixels {
     static constexpr uint32_t kBytes = 0;
     static constexpr bool kHasAlpha = false;
@@ -212,7 +210,7 @@ constexpr bool isColorMode(DsColorMode mode) {
 }
 #pragma GCC diagnostic pop
 
-/// The number of modes; modes from here up are unknown.
+/// The number of modes. Numbers from here up are unknown modes.
 inline constexpr uint32_t kColorModeCount = [] {
     uint32_t count = 0;
     while (isColorMode(DsColorMode{count})) {
@@ -223,7 +221,7 @@ inline constexpr uint32_t kColorModeCount = [] {
 
 // ---- Tables
 
-/// A value for each mode, by its number.
+/// A value for each mode, by mode number.
 template <typename Value>
 using ModeTable = std::array<Value, kColorModeCount>;
 
@@ -232,13 +230,13 @@ consteval ModeTable<Value> makeModeTable(Make make, std::integer_sequence<uint32
     return {make.template operator()<DsColorMode{mode}>()...};
 }
 
-/// A table of what `make` gives for each mode, which is its template argument.
+/// A table of the results of `make` for each mode, its template argument.
 template <typename Value, typename Make>
 consteval ModeTable<Value> makeModeTable(Make make) {
     return makeModeTable<Value>(make, std::make_integer_sequence<uint32_t, kColorModeCount>());
 }
 
-/// The same for modes with pixels; the others get an empty value.
+/// The same for modes with pixels. The others get an empty value.
 template <typename Value, typename Make>
 consteval ModeTable<Value> makePixelModeTable(Make make) {
     return makeModeTable<Value>([make]<DsColorMode mode>() -> Value {
@@ -255,14 +253,14 @@ template <typename Value>
 struct ModePairTable {
     ModeTable<ModeTable<Value>> values;
 
-    /// A source of an unknown mode is read like a reserved one, as nothing but zeros.
+    /// A source of an unknown mode is read like one of a reserved mode, as zeros.
     constexpr Value at(uint32_t target, uint32_t source) const {
         constexpr auto kUnknown = static_cast<uint32_t>(DsColorMode::Reserved6);
         return values[target][source < kColorModeCount ? source : kUnknown];
     }
 };
 
-/// A table of what `make` gives for each destination and source mode, its two template arguments.
+/// A table of the results of `make` for each destination and source mode, its two template arguments.
 /// Destinations without pixels get empty values.
 template <typename Value, typename Make>
 consteval ModePairTable<Value> makeModePairTable(Make make) {
@@ -273,7 +271,7 @@ consteval ModePairTable<Value> makeModePairTable(Make make) {
     })};
 }
 
-/// Bytes that one pixel of each mode takes.
+/// Bytes per pixel of each mode.
 inline constexpr ModeTable<uint32_t> kPixelBytes =
     makeModeTable<uint32_t>([]<DsColorMode mode>() { return ModeTraits<mode>::kBytes; });
 

@@ -18,37 +18,37 @@ using PixelRow = void (*)(uint8_t* target, const uint8_t* source, uint32_t count
 /// Writes `byteCount` bytes, a whole number of pixels. `pattern` is kFillPattern bytes of them.
 using FillRow = void (*)(uint8_t* row, uint64_t byteCount, const uint8_t* pattern);
 
-/// A pattern of three of the largest registers holds whole pixels of one to four bytes. Another register's worth
-/// follows, so that the pattern may also be read from any byte of its first register on.
+/// Three of the largest registers hold a whole number of pixels of one to four bytes. One more register follows,
+/// so that three registers can be read from any byte of the first one on.
 inline constexpr uint32_t kFillPattern = 4 * 32;
 
-/// The rows of one backend, by target and source mode. Null where the next backend serves; the scalar one has
-/// every row of targets with pixels.
+/// The row functions of one backend, by target and source mode. Null where the next backend's function is used.
+/// The scalar backend has every row function of targets with pixels.
 struct PixelRows {
     ModePairTable<PixelRow> convert, blend;
     FillRow fill;
 };
 
-/// The active rows for a pair of modes; null if the target has no pixels.
+/// The active row functions for a pair of modes; null if the target has no pixels.
 PixelRow activeConvertRow(DsColorMode target, DsColorMode source);
 PixelRow activeBlendRow(DsColorMode target, DsColorMode source);
 
-/// Whether a row that blends is the scalar one, which reads and writes pixel by pixel.
+/// Whether a blending row function is the scalar one, which reads and writes pixel by pixel.
 bool isScalarBlendRow(PixelRow row, DsColorMode target, DsColorMode source);
 
 FillRow activeFillRow();
 
-/// The rows of each backend.
+/// The row functions of each backend.
 const BackendList<PixelRows>& pixelRows();
 
-/// Turns pixels of one size by tiles. @return false, with nothing done, if the array is too small for its tiles.
+/// Rotates pixels of one size by tiles. @return false, with nothing done, if the array is too small for the tiles.
 using RotateTiles = bool (*)(const RotatedCopy& copy);
 
-/// The tiles of one backend, by the size of a pixel; null where the scalar tiles serve.
+/// The tile functions of one backend, by bytes per pixel; null where the scalar tiles are used.
 inline constexpr uint32_t kMaxPixelBytes = 4;
 using RotateTilesBySize = std::array<RotateTiles, kMaxPixelBytes + 1>;
 
-// What each backend brings.
+// The functions of each backend.
 extern const PixelRows kScalarPixelRows;
 #if defined(DS_HAS_AVX2_AND_SSE2)
 extern const PixelRows kSse2PixelRows, kAvx2PixelRows;

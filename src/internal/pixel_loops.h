@@ -1,5 +1,5 @@
-// The scalar definition of converting and blending: one decode, one compose and one encode function, put together
-// for every pair of modes. The SIMD rows of the backends are held against these.
+// The scalar definition of converting and blending: a decode, a compose and an encode function, combined for every
+// pair of modes. Tests compare the SIMD rows of the backends with these.
 #pragma once
 
 #include "src/internal/mode_traits.h"
@@ -8,18 +8,18 @@
 
 namespace ds_detail {
 
-/// What happens to a decoded source pixel before it is used: an alpha mode, resolved once a call so
-/// that the loops need not look at it. The alpha used is alpha * alphaFactor / 255 + alphaTerm.
+/// The alpha of a decoded source pixel becomes alpha * alphaFactor / 255 + alphaTerm. The rule is
+/// made from the alpha mode once per call, so that the loops do not test the mode.
 struct SourceRule {
-    DsColor constant; // the operation's color, which A8 sources paint with
+    DsColor constant; // the operation's color, which A8 sources paint
     uint32_t alphaFactor;
     uint32_t alphaTerm;
 
     bool keepsAlpha() const { return alphaFactor == 255; }
 };
 
-/// The rule for an alpha mode and a color word: 0 takes alpha as decoded, 1 the word's alpha, 2
-/// their product over 255, any other 0.
+/// The rule for an alpha mode and a color word. Mode 0 uses the decoded alpha, 1 the word's alpha,
+/// 2 their product divided by 255, any other 0.
 inline SourceRule sourceRule(uint32_t alphaMode, uint32_t colorWord) {
     const DsColor color = colorFromWord(colorWord);
     switch (alphaMode) {
@@ -34,7 +34,7 @@ inline SourceRule sourceRule(uint32_t alphaMode, uint32_t colorWord) {
     }
 }
 
-/// One source pixel, its alpha replaced as the rule says.
+/// One source pixel with its alpha changed by the rule.
 template <DsColorMode mode>
 inline DsColor decodeSource(const uint8_t* pixel, const SourceRule& rule) {
     DsColor color = ModeTraits<mode>::decode(loadPixel<mode>(pixel), rule.constant);
@@ -42,9 +42,9 @@ inline DsColor decodeSource(const uint8_t* pixel, const SourceRule& rule) {
     return color;
 }
 
-/// `source` over `target`, both divisions rounded down. Callers rely on the stored color coming
-/// out multiplied by coverage: the target's color is weighted by its own alpha, and the sum is not
-/// divided by the new one.
+/// `source` over `target`. Both divisions round down. The target's color is weighted by its alpha
+/// and the sum is not divided by the new alpha: callers rely on a stored color that is multiplied by
+/// its alpha.
 constexpr DsColor composeOver(const DsColor& target, const DsColor& source) {
     const uint32_t targetWeight = target.alpha * (255 - source.alpha);
     const uint32_t sourceWeight = source.alpha * 255;

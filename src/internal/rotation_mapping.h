@@ -1,5 +1,5 @@
-// How a rotated surface maps caller coordinates into its stored array: the one table, written over
-// the number type so that whole pixels (wrapping), floats and 64-bit clipping share it.
+// How a rotated surface maps caller coordinates to its stored array. The number type is a template
+// argument, so that whole pixels (wrapping), floats and 64-bit clipping share the formulas.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 
 namespace ds_detail {
 
-/// Maps a rectangle from caller to stored coordinates; `width` and `height` are those of the stored
-/// array. Subtractions run left to right, which float results depend on.
+/// Maps a rectangle from caller to stored coordinates. `width` and `height` are those of the stored
+/// array. Float results depend on the order of the subtractions, left to right.
 template <typename Number>
 void mapRectangle(uint32_t rotation, Number width, Number height, Number& x, Number& y,
                   Number& sizeX, Number& sizeY) {
@@ -34,9 +34,8 @@ void mapRectangle(uint32_t rotation, Number width, Number height, Number& x, Num
     }
 }
 
-/// Maps a point from caller to stored coordinates. `farX` and `farY` are what the stored array's
-/// far edges mean to the caller's points: the size for positions between pixels, the last index for
-/// pixel positions.
+/// Maps a point from caller to stored coordinates. `farX` and `farY` are the far edges of the stored
+/// array: its size for positions between pixels, its last column and row for pixel positions.
 template <typename Number>
 void mapPosition(uint32_t rotation, Number farX, Number farY, Number& x, Number& y) {
     const Number callerX = x;
@@ -64,8 +63,7 @@ constexpr bool exchangesAxes(uint32_t rotation) {
     return rotation == 90 || rotation == 270;
 }
 
-/// The rotation that undoes `rotation`, seen from an array whose width and height are exchanged by
-/// it.
+/// The rotation that undoes `rotation`, for the sizes after `rotation`.
 constexpr uint32_t inverseRotation(uint32_t rotation) {
     return exchangesAxes(rotation) ? 360 - rotation : rotation;
 }

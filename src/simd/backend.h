@@ -1,5 +1,5 @@
-// The instruction sets that loops are written for, by name. One is active: the best that this machine supports.
-// Each gives the same bytes as the scalar loops; nothing else knows that there are several.
+// The backends, one per instruction set, by name. The best one that this machine supports is active. Every backend
+// gives the same bytes as the scalar loops. Other code does not depend on the choice.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@ struct Backend {
 #define DS_HAS_NEON
 #endif
 
-/// The backends of this build, best first. Lists by backend are filled by these numbers.
+/// The backends of this build, best first: the indices of lists of backends.
 enum BackendNumber : size_t {
 #if defined(DS_HAS_AVX2_AND_SSE2)
     kAvx2,
@@ -36,20 +36,20 @@ enum BackendNumber : size_t {
 /// The backends of this build by number.
 std::span<const Backend, kBackendCount> backends();
 
-/// The number of the active backend in that list.
+/// The number of the active backend.
 size_t activeBackend();
 
-/// Makes the backend of that name the active one, for test programs. Not to be called while another thread
-/// draws or decodes. @return false if this build has none of that name, or the machine does not support it.
+/// Activates the backend of that name, for test programs. Must not be called while another thread draws or
+/// decodes. @return false if this build has no backend of that name, or if the machine does not support it.
 bool selectBackend(std::string_view name);
 
-/// What each backend has for one operation, in the order of the list. Each operation has a list of its own, so
-/// that a program that does not use it does not contain it.
+/// The functions of each backend for one operation, in the order of BackendNumber. Each operation has its own list,
+/// so that a program contains only the operations that it uses.
 template <typename Entry>
 using BackendList = std::array<const Entry*, kBackendCount>;
 
-/// The first value that is not null, from the active backend on: where a backend has none, the next one serves.
-/// @param valueOf takes an entry
+/// The first value that is not null, from the active backend on: where a backend has none, the next one is used.
+/// @param valueOf gets the value of an entry
 template <typename Entry, typename ValueOf>
 auto activeValue(const BackendList<Entry>& list, ValueOf valueOf) -> decltype(valueOf(*list[0])) {
     for (size_t i = activeBackend(); i < kBackendCount; ++i) {

@@ -1,6 +1,7 @@
-// What the processor has beyond its architecture's baseline. The C library knows since the program
-// started; the compiler's own way would ask once more, which virtual machines make as dear as decoding
-// an icon. Its header cannot be read by clang 14 in strict C++, so that clang asks the processor.
+// Processor features beyond the baseline of the architecture. The C library reads them when the
+// program starts. The compiler's builtin executes CPUID again, which in a virtual machine costs as
+// much as decoding an icon. clang 14 rejects the C library's header in strict C++ and uses the
+// builtin.
 #pragma once
 
 #if defined(__x86_64__) && !defined(__clang__) && __has_include(<sys/platform/x86.h>)

@@ -1,8 +1,8 @@
-// Filling a row with a pattern by whole registers.
+// Fills a row with a pattern by whole registers.
 //
 // Included inside a namespace after src/simd/vec_<isa>.h; the includer has src/internal/pixel_backend.h.
 
-// A run of three registers: the same bytes again, whatever the pixel's size.
+// Three registers hold a whole number of pixels of one to four bytes, so consecutive runs have the same bytes.
 struct FillRun {
     static constexpr uint32_t kSize = 3 * sizeof(U8);
     static_assert(kSize % 3 == 0 && kSize % 4 == 0 && kSize + sizeof(U8) <= kFillPattern);
@@ -22,9 +22,9 @@ struct FillRun {
     }
 };
 
-// The first and the last run are stored where they fall, those between on whole registers: stores across cache
-// lines cost twice (with 32-byte registers, 1.6 times as fast as unaligned 16 bytes). A row is a whole number of
-// pixels, and so is a run, so the last one starts with a pixel like the first.
+// The first and the last run are stored unaligned, those between at aligned addresses: a store across two cache
+// lines costs twice (with 32-byte registers, 1.6 times as fast as unaligned 16 bytes). A row is a whole number of
+// pixels, and so is a run, so the last run starts with a whole pixel, like the first.
 [[gnu::flatten]] void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
     if (byteCount < FillRun::kSize) {
         std::memcpy(row, pattern, byteCount);
@@ -34,9 +34,9 @@ struct FillRun {
     whole.store(row);
     uint8_t* const last = row + (byteCount - FillRun::kSize);
     const uint64_t skipped = -reinterpret_cast<uintptr_t>(row) % sizeof(U8);
-    const FillRun turned(pattern + skipped);
+    const FillRun shifted(pattern + skipped);
     for (uint64_t at = skipped; at + FillRun::kSize <= byteCount; at += FillRun::kSize) {
-        turned.store(row + at);
+        shifted.store(row + at);
     }
     whole.store(last);
 }

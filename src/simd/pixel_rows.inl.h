@@ -1,8 +1,8 @@
-// Rows of pixels by SIMD: the scalar formulas of src/internal/pixel_loops.h on a register of pixels at a time.
+// SIMD rows of pixels: the scalar formulas of src/internal/pixel_loops.h on a register of pixels at a time.
 //
 // Included inside a namespace, after
 //     src/simd/vec_<isa>.h                 U8, U16, U32, kPixels, mulHigh(), loads and stores
-//     src/internal/pixel_loops.h           SourceRule, ModeTraits (outside of the namespace)
+//     src/internal/pixel_loops.h           SourceRule, ModeTraits (outside the namespace)
 //     using Mode = DsColorMode;
 //
 // A register holds kPixels pixels as ARGB8888 words. Formulas run on 16-bit lanes, two channels of a word at a
@@ -10,43 +10,43 @@
 //
 //     word of a pixel      | alpha | red | green | blue |
 //     blueRed              |   0     red |   0     blue |      word & 0x00FF00FF
-//     greenAlpha           |   0   alpha |   0    green |      word >> 8 in each half
+//     greenAlpha           |   0   alpha |   0    green |      word >> 8 in each lane
 //
 // No intermediate value needs more than 16 bits, except a product of which only the upper 16 bits are used
-// (mulHigh). The bounds stand beside the formulas. Tried and rejected, with the times where they were tried: products
-// of 32 bits, factors and masks that the compiler knows, one store for both formulas of a blend, and tests of opacity
-// by SIMD lanes.
+// (mulHigh). The bounds are beside the formulas. Tried and rejected, with the times beside the code in question:
+// 32-bit products, compile-time factors and masks, one store for both formulas of a blend, and opacity tests on SIMD
+// lanes.
 
-/// What a register of source pixels brings to a composition. Both halves of a word have their own copy of its
-/// pixel's alpha; `greenAlpha` has 255 in the alpha's place, by which one formula serves all four channels.
+/// A register of source pixels, prepared for a composition. Both 16-bit lanes of a word have a copy of its pixel's
+/// alpha. `greenAlpha` has 255 in place of the alpha, so that one formula serves all four channels.
 struct SourceBlock {
     U16 alpha, blueRed, greenAlpha;
 };
 
-/// What the formulas multiply by, add and mask with, in every lane. A loop reads them once, through a volatile:
-/// g++ 12 computes a product by a factor that it knows by half a dozen shifts and sums (RGB565 into ARGB8888
-/// took 0.27 ns a pixel instead of 0.17), and makes a constant that it knows anew wherever a branch uses it
-/// (masks took 0.44 instead of 0.33).
+/// The factors, terms and masks of the formulas, in every lane. A loop reads them once, through a volatile, because
+/// g++ 12 handles compile-time constants badly. It replaces a product with a constant by half a dozen shifts and sums
+/// (RGB565 to ARGB8888 took 0.27 ns per pixel, instead of 0.17). It builds a constant again in every branch that uses
+/// it (masks took 0.44 ns per pixel, instead of 0.33).
 struct Constants {
-    U16 widen5, widen6;   // factors; widen6 times 4
+    U16 widen5, widen6;   // factors; widen6 is multiplied by 4
     U16 narrow5, narrow6; // factors of mulHigh
     U16 one, by257;
-    U16 low, high; // masks of the lower and of the upper byte
-    U16 opaque;    // 255 in the upper half of a word
+    U16 low, high; // masks of the low and the high byte
+    U16 opaque;    // 255 in the upper lane of a word
 
     Constants() {
-        static constexpr volatile uint16_t kHalves[] = {527, 259 * 4, 7971, 16192,
-                                                        1,   257,     0xFF, 0xFF00};
-        static constexpr volatile uint32_t kWord = 0x00FF0000U;
-        widen5 = U16{} + kHalves[0];
-        widen6 = U16{} + kHalves[1];
-        narrow5 = U16{} + kHalves[2];
-        narrow6 = U16{} + kHalves[3];
-        one = U16{} + kHalves[4];
-        by257 = U16{} + kHalves[5];
-        low = U16{} + kHalves[6];
-        high = U16{} + kHalves[7];
-        opaque = U16(U32{} + kWord);
+        static constexpr volatile uint16_t kU16Values[] = {527, 259 * 4, 7971, 16192,
+                                                           1,   257,     0xFF, 0xFF00};
+        static constexpr volatile uint32_t kU32Value = 0x00FF0000U;
+        widen5 = U16{} + kU16Values[0];
+        widen6 = U16{} + kU16Values[1];
+        narrow5 = U16{} + kU16Values[2];
+        narrow6 = U16{} + kU16Values[3];
+        one = U16{} + kU16Values[4];
+        by257 = U16{} + kU16Values[5];
+        low = U16{} + kU16Values[6];
+        high = U16{} + kU16Values[7];
+        opaque = U16(U32{} + kU32Value);
     }
 };
 
@@ -57,9 +57,9 @@ inline U16 divideBy255(U16 values, const Constants& c) {
     return mulHigh(values + c.one, c.by257);
 }
 
-/// floor(p * rest / 255) for p up to 255^2 and rest up to 255, which is floor(p * R / 65535) with
-/// R = 257 * rest. Of p * R = 65536 high + low = 65535 high + (high + low), the sum holds 65535 once more or
-/// not at all.
+/// floor(p * rest / 255) for p up to 255^2 and rest up to 255. It equals floor(p * R / 65535) with R = 257 * rest.
+/// p * R = 65536 high + low = 65535 high + (high + low), and (high + low) / 65535 is less than 2. So the quotient is
+/// high, or high + 1 if high + low >= 65535.
 inline U16 scaleBy(U16 products, U16 rest, const Constants& c) {
     const U16 factor = rest * c.by257;
     const U16 low = products * factor;
@@ -67,7 +67,7 @@ inline U16 scaleBy(U16 products, U16 rest, const Constants& c) {
     return high - U16(high >= ~low); // true is -1
 }
 
-/// Divides the numerators of blue and red, and of green and alpha, by 255 and puts the quotients in their places.
+/// Divides the numerators of blue and red, and of green and alpha, by 255 and combines the quotients into words.
 inline U32 quotientWords(U16 blueRed, U16 greenAlpha, const Constants& c) {
     return U32(divideBy255(blueRed, c) | divideBy255(greenAlpha, c) << 8);
 }
@@ -77,14 +77,14 @@ inline U32 quotientWords(U16 blueRed, U16 greenAlpha, const Constants& c) {
 constexpr uint32_t kAlphas = 0xFF000000U;
 constexpr uint32_t kColors = 0x00FFFFFFU;
 
-// The channel formulas stay below 2^16, so they run on red and blue at a time, one in each half of the word.
-// Green is computed times 4, which leaves it at its place after a mask.
+// The channel formulas stay below 2^16, so they run on red and blue at a time, one in each lane of a word. Green is
+// computed times 4: the result is at bits 8 to 15 and needs only a mask.
 
 inline U32 load565(const uint8_t* pixels, const Constants& c) {
     const U32 stored = loadU16(pixels);
     const U16 redBlue = U16((stored << 5 & 0x001F0000U) | (stored & 31U));
     const U16 green = U16(stored >> 5 & 63U);
-    // What is added above green is alpha.
+    // kAlphas is added in the upper lane: the alpha.
     return U32((redBlue * c.widen5 + 23) >> 6) |
            (U32(green * c.widen6 + U16(U32{} + (kAlphas | 33 * 4))) & 0xFF00FF00U);
 }
@@ -96,20 +96,20 @@ inline U32 load1555(const uint8_t* pixels, const Constants& c) {
     return U32((redBlue * c.widen5 + 23) >> 6) | (U32(green * c.widen5 + 23 * 4) & 0xFF00U);
 }
 
-// Four bits are widened by repeating them.
+// Widening repeats the four bits.
 inline U32 load4444(const uint8_t* pixels) {
     const U16 apart = U16(loadU8Pairs(pixels)) & 0xF00F;
     return U32(apart | apart >> 4 | apart << 4);
 }
 
-// (v + 4) * 7971 / 2^16 and (v + 2) * 16192 / 2^16 narrow every byte as the scalar formulas do.
+// (v + 4) * 7971 / 2^16 and (v + 2) * 16192 / 2^16 equal the scalar narrowing for every byte.
 inline void store565(U32 words, uint8_t* pixels, const Constants& c) {
     const U16 redBlue = mulHigh((U16(words) & 0xFF) + 4, c.narrow5);
     const U16 green = mulHigh((U16(words) >> 8) + 2, c.narrow6);
     storeU16(U32(redBlue) | U32(redBlue) >> 5 | U32(green << 5), pixels);
 }
 
-// (v * 527 + 23) >> 6, of which v * 512 is taken out to stay below 2^16.
+// (v * 527 + 23) >> 6. v * 512 is shifted apart from the rest, which then stays below 2^16.
 inline U16 overWiden(U16 values) {
     return (values << 3) + ((values * 15 + 23) >> 6);
 }
@@ -178,17 +178,17 @@ inline void storePixels(U32 words, uint8_t* pixels, const Constants& c) {
 
 // ---- Whole rows
 
-/// Works on whole registers of pixels; `count` is a multiple of kPixels.
+/// A loop over whole registers of pixels: `count` is a multiple of kPixels.
 using BlocksLoop = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                             const SourceRule& rule);
 
-// Shorter tails take the scalar row: starting a SIMD loop on a buffer takes as long as that many pixels, some
-// 9 ns. Composing a pixel takes longer than converting one.
+// Shorter tails go through the scalar row: a SIMD loop on a buffer costs some 9 ns to start, as much as that many
+// scalar pixels. Composing a pixel takes longer than converting one.
 constexpr uint32_t kMinConvertedTail = 6;
 constexpr uint32_t kMinBlendedTail = 3;
 
-/// Runs a loop on a row of any length. The tail, fewer than kPixels pixels, goes through a buffer of one register,
-/// or where it is shorter than `minTail` through the scalar row.
+/// Runs a loop on a row of any length. The tail has fewer than kPixels pixels. It goes through a buffer of one
+/// register, or through the scalar row if it is shorter than `minTail`.
 template <Mode targetMode, Mode sourceMode, BlocksLoop loop, BlocksLoop scalarRow, uint32_t minTail>
 void finishRow(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
     constexpr uint64_t kTargetBytes = ModeTraits<targetMode>::kBytes;
@@ -223,7 +223,8 @@ template <Mode targetMode, Mode sourceMode>
     // Local copy: stores through `target` may alias the caller's object.
     const SourceRule rule = callersRule;
     const Constants constants;
-// Four registers an iteration take a quarter off the lightest pairs, in which counting would cost more.
+// Four registers per iteration save a quarter of the time on the fastest pairs of modes, where the loop counter
+// would cost more than the unrolling.
 #pragma GCC unroll 4
     for (uint32_t i = 0; i < count; i += kPixels) {
         U32 words = loadPixels<sourceMode>(source, rule, constants);
@@ -240,14 +241,14 @@ template <Mode target, Mode source>
 constexpr PixelRow kConvertRow = finishRow<target, source, convertBlocks<target, source>,
                                            scalarConvertRow<target, source>, kMinConvertedTail>;
 
-/// Pixels of the same mode are a copy where the rule leaves their alpha alone. (Not those of ARGB1555, whose
-/// channels do not come back from widening and narrowing.)
+/// Converting to the same mode is a copy if the rule keeps the alpha. ARGB1555 is the exception: its encoding does
+/// not undo its decoding.
 template <Mode mode>
 void convertSameMode(uint8_t* target, const uint8_t* source, uint32_t count,
                      const SourceRule& rule) {
     if (!ModeTraits<mode>::kHasAlpha || rule.keepsAlpha()) {
-        // Source and target may be the same pixels. Moved in one piece, large arrays take the C library's way
-        // around the caches, which costs a tenth on a screenful.
+        // Source and target may be the same pixels. For large arrays the C library uses stores that bypass the
+        // caches, which costs a tenth on a screenful, so the copy is made in pieces.
         constexpr uint64_t kPiece = 8192;
         const uint64_t byteCount = uint64_t{count} * ModeTraits<mode>::kBytes;
         for (uint64_t done = 0; done < byteCount; done += kPiece) {
@@ -260,7 +261,7 @@ void convertSameMode(uint8_t* target, const uint8_t* source, uint32_t count,
     }
 }
 
-/// The row of a pair of modes, or null where the scalar row serves.
+/// The row function of a pair of modes, or null where the scalar row is used.
 template <Mode target, Mode source>
 constexpr PixelRow convertRowOf() {
     constexpr bool arePixels = ModeTraits<target>::kBytes != 0 && ModeTraits<source>::kBytes != 0;
@@ -275,7 +276,7 @@ constexpr PixelRow convertRowOf() {
 
 // ---- Composition
 
-// Each channel times the pixel's alpha, and the alpha as if it were a channel of 255.
+// Each channel multiplied by the pixel's alpha. The alpha itself counts as a channel of 255.
 struct Products {
     U16 blueRed, greenAlpha;
 };
@@ -285,9 +286,9 @@ inline Products timesOwnAlpha(U32 words, const Constants& c) {
     return {(U16(words) & c.low) * alpha, (U16(words) >> 8 | c.opaque) * alpha};
 }
 
-/// Composes `source` over pixels that are all opaque. There the formula shrinks to
-/// (target * (255 - s) + source * s) / 255, whose numerator, below 2^16, is taken as
-/// target * 255 + (source - target) * s by arithmetic that wraps.
+/// Composes `source` over pixels that are all opaque. The formula becomes
+/// (target * (255 - s) + source * s) / 255. Its numerator is below 2^16 and computed as
+/// target * 255 + (source - target) * s, with arithmetic that wraps.
 inline U32 composeOverOpaque(U32 words, const SourceBlock& source, const Constants& c) {
     const U16 stored = U16(words);
     const U16 blueRed = stored & c.low;
@@ -298,8 +299,8 @@ inline U32 composeOverOpaque(U32 words, const SourceBlock& source, const Constan
 }
 
 /// Composes `source` over any pixels: floor((P r + 255 Y) / 255^2) with P = target * its alpha, r = 255 - s and
-/// Y = source * s, in 16 bits throughout as floor((floor(P r / 255) + Y) / 255). In words of 32 bits it took
-/// 1.09 ns a pixel, so 0.40.
+/// Y = source * s. It equals floor((floor(P r / 255) + Y) / 255), which needs 16-bit lanes only: 0.40 ns per pixel,
+/// instead of 1.09 with 32-bit lanes.
 inline U32 composeOver(U32 words, const SourceBlock& source, const Constants& c) {
     const Products target = timesOwnAlpha(words, c);
     const U16 rest = c.low - source.alpha;
@@ -313,8 +314,8 @@ inline U32 composeNothingOver(U32 words, const Constants& c) {
     return quotientWords(target.blueRed, target.greenAlpha, c);
 }
 
-// Whether a register of four-byte pixels in memory is opaque, and whether all of it has alpha 0. Tested with
-// scalar loads: the integer ports are idle here, and moving SIMD lanes to them is slow.
+// Whether all four-byte pixels of a register, in memory, are opaque, and whether all have alpha 0. Tested with scalar
+// loads: the integer ports are idle here, and moving SIMD lanes to them is slow.
 constexpr uint64_t kAlphaPair = 0xFF000000FF000000;
 
 inline uint64_t pixelPair(const uint8_t* pixels, uint32_t first) {
@@ -345,12 +346,12 @@ inline bool areEqualBytes(const uint8_t* bytes, uint8_t value) {
     return std::memcmp(bytes, block, sizeof block) == 0;
 }
 
-/// The source of a blend: an alpha and a color for each pixel, by mode and rule. Whether the rule keeps the alpha
-/// is known to the compiler: tested in the loop, it costs a fifth on masks.
+/// The source of a blend: an alpha and a color for each pixel, by mode and rule. `keepsAlpha` is a template argument
+/// because a test in the loop costs a fifth on masks.
 template <Mode mode, bool keepsAlpha>
 struct BlendSource {
     SourceRule rule;
-    // Of the rule, in every lane.
+    // The values of the rule, in every lane.
     U16 alphaFactor, alphaTerm, blueRed, greenAlpha;
 
     explicit BlendSource(const SourceRule& callersRule)
@@ -361,8 +362,8 @@ struct BlendSource {
         greenAlpha = U16(U32{} + (0x00FF0000U | rule.constant.green));
     }
 
-    // Shortcuts for whole registers, which icons and glyphs are full of: twice as fast on them, and not felt
-    // elsewhere, since the first pixel alone identifies most mixed registers.
+    // Shortcuts for registers that are all clear or all opaque: twice as fast on icons and glyphs, which have many of
+    // them. Others lose nothing, because the first pixel alone excludes most mixed registers.
     bool isClear(const uint8_t* pixels) const {
         if constexpr (mode == Mode::ARGB8888) {
             return pixels[3] == 0 && hasNoTerm() && areClear(pixels);
@@ -427,7 +428,7 @@ template <Mode targetMode, Mode sourceMode, bool keepsAlpha>
         } else {
             const U32 words = loadPixels<targetMode>(target, colors.rule, constants);
             const SourceBlock above = colors.load(source, constants);
-            // A store for each formula: one store of a choice took 12 % longer on opaque targets (g++ 12).
+            // Each formula has its own store: a common store took 12 % longer on opaque targets (g++ 12).
             if (targetIsOpaque) {
                 storePixels<targetMode>(composeOverOpaque(words, above, constants), target,
                                         constants);
@@ -451,11 +452,11 @@ void blendRow(uint8_t* target, const uint8_t* source, uint32_t count, const Sour
     row(target, source, count, rule);
 }
 
-/// The row of a pair of modes, or null where the scalar row serves.
+/// The row function of a pair of modes, or null where the scalar row is used.
 template <Mode target, Mode source>
 constexpr PixelRow blendRowOf() {
     constexpr bool isMixed = source == Mode::ARGB8888 || source == Mode::A8;
-    // ARGB1555 pixels decode with alpha 0: blending them is rare, so the scalar row serves.
+    // ARGB1555 pixels decode with alpha 0. Blending them is rare, so the scalar row is used.
     constexpr bool isBlended = ModeTraits<source>::kBytes != 0 && source != Mode::ARGB1555;
     if constexpr ((target == Mode::ARGB8888 && isBlended) ||
                   ((target == Mode::RGB888 || target == Mode::RGB565) && isMixed)) {

@@ -1,9 +1,9 @@
-// Turning pixels tile by tile: tiles of whole cache lines are transposed in 16-byte registers.
+// Rotates pixels tile by tile. Tiles of whole cache lines are transposed in 16-byte registers.
 //
 // Included inside a namespace after a src/simd/vec_<isa>.h with registers of 16 bytes; the includer has
 // src/internal/pixel_rotation.h and <algorithm>.
 //
-//     source, a tile of kTileSide rows            target, its columns as rows, the last one first
+//     source, a tile of kTileSide rows            target: source columns as rows, the last one first
 //        a0 a1 a2 a3                                 a3 b3 c3 d3
 //        b0 b1 b2 b3                                 a2 b2 c2 d2
 //        c0 c1 c2 c3                                 a1 b1 c1 d1
@@ -13,7 +13,7 @@ constexpr uint32_t kRegisterBytes = 16;
 constexpr uint32_t kCacheLine = 64;
 static_assert(sizeof(U8) == kRegisterBytes);
 
-// The pixels of a register, and the lower or upper halves of two of them taken in turn.
+// The pixels of a register, and the pixels of two lower or two upper halves of registers, alternating.
 template <uint32_t pixelSize>
 struct Interleave;
 
@@ -48,8 +48,8 @@ struct Interleave<4> {
     static Pixels high(Pixels a, Pixels b) { return __builtin_shufflevector(a, b, 2, 6, 3, 7); }
 };
 
-// Rows of a square of pixels, one a register. All steps are unrolled by folding over row numbers, so that the
-// rows stay in registers whatever the level of optimization.
+// Rows of a square of pixels, one per register. All steps are fold expressions over row numbers, so that the rows
+// stay in registers at every optimization level.
 template <uint32_t pixelSize, uint32_t... i>
 struct Square {
     using Pixels = typename Interleave<pixelSize>::Pixels;
@@ -60,14 +60,13 @@ struct Square {
         (std::memcpy(&rows[i], from + i * stride, sizeof(Pixels)), ...);
     }
 
-    /// Stores the rows in ascending order from the lowest upwards.
+    /// Stores row 0 lowest and each following row one stride above.
     void storeUpwards(uint8_t* to, uint64_t stride) const {
         (std::memcpy(to - i * stride, &rows[i], sizeof(Pixels)), ...);
     }
 
-    // Interleaving the first half of the rows with the second exchanges rows and columns once it has been done
-    // as often as their count can be halved: each time, one bit of a pixel's row number becomes one of its
-    // column number.
+    // Each round interleaves the first half of the rows with the second: one bit of a pixel's row number moves to
+    // its column number. log2(row count) rounds exchange rows and columns.
     template <uint32_t rounds = sizeof...(i)>
     void transpose() {
         constexpr uint32_t kHalf = sizeof...(i) / 2;
@@ -86,15 +85,15 @@ struct Square {
 template <uint32_t pixelSize, uint32_t... i>
 Square<pixelSize, i...> squareOf(std::integer_sequence<uint32_t, i...>);
 
-// Pixels of one side of a tile: a cache line of each of its rows and of its source rows.
+// The side of a tile in pixels: its rows and its source rows are one cache line each.
 template <uint32_t pixelSize>
 constexpr int64_t kTileSide = kCacheLine / pixelSize;
 
-// A tile through a buffer, so that every cache line of the source is read at once and every one of the target
-// written at once. Where rows are a power of two apart, all of them fall on the same few places of the caches,
-// and what is not used at once is lost before it is used again: 4096 by 4096 pixels take half the time of the
-// scalar tiles, those of one byte a third. `nextColumn` is where the next tile starts; prefetching its source
-// rows saves another third on a screenful of pixels of four bytes, since no hardware foresees steps of a row.
+// Rotates a tile through a buffer, so that each cache line of source and target is used once, as a whole. If the
+// stride is a power of two, all rows of a tile share a few cache sets, and a line that is used in parts is evicted
+// in between. 4096 by 4096 pixels take half the time of the scalar tiles, or a third for pixels of one byte.
+// `nextColumn` is the first column of the next tile. Prefetching its source rows saves another third on a screenful
+// of four-byte pixels, because hardware prefetchers do not predict steps of a stride.
 template <uint32_t pixelSize>
 [[gnu::flatten]] void rotateTile(const RotatedCopy& copy, int64_t firstRow, int64_t firstColumn,
                                  int64_t nextColumn) {
@@ -122,22 +121,22 @@ template <uint32_t pixelSize>
     }
 }
 
-// Where the tile of the grid at `start` begins. The first and the last tile begin and end where the pixels do,
-// even if they turn some of their neighbors' pixels once more.
+// The first row or column of the grid's tile at `start`. The first and the last tile are moved inside the array, and
+// then rotate some pixels of their neighbors once more.
 template <uint32_t pixelSize>
 int64_t tileStart(int64_t start, int64_t size) {
     return std::clamp<int64_t>(start, 0, size - kTileSide<pixelSize>);
 }
 
-// How many pixels lie between an address and the start of its cache line.
+// The number of pixels between the start of a cache line and an address in it.
 template <uint32_t pixelSize>
 int64_t pixelsIntoCacheLine(const uint8_t* address) {
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(address) % kCacheLine / pixelSize);
 }
 
-// The grid starts such that tiles are made of whole cache lines of both arrays, as far as strides keep their rows
-// alike: blocks from an allocator mostly start inside one, and touching two for each costs a quarter more on a
-// screenful of pixels of four bytes.
+// The grid starts so that tiles consist of whole cache lines of both arrays, if the strides are multiples of a cache
+// line. Buffers from an allocator mostly start inside a cache line. Tiles across two cache lines would cost a quarter
+// more on a screenful of four-byte pixels.
 template <uint32_t pixelSize>
 bool rotateTiles(const RotatedCopy& copy) {
     constexpr int64_t kSide = kTileSide<pixelSize>;

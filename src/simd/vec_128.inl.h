@@ -1,10 +1,10 @@
-// Moves between the bytes of 16-byte registers, in the compiler's vector types: both instruction sets with such
-// registers compile these to a few instructions.
+// Loads and stores that move bytes in 16-byte registers, in the compiler's vector types. For both SSE2 and NEON they
+// compile to a few instructions.
 //
-// Included inside a namespace after U8, U16, U32 and U64. Every load and store keeps to the bytes of its pixels,
-// because a buffer may end with them.
+// Included inside a namespace after U8, U16, U32 and U64. No load or store accesses a byte outside its pixels,
+// because a buffer may end there.
 
-/// Each byte in all four bytes of its word.
+/// Pixels of one byte, each repeated in all four bytes of a word.
 inline U32 loadU8(const uint8_t* from) {
     uint32_t four;
     std::memcpy(&four, from, sizeof four);
@@ -14,15 +14,15 @@ inline U32 loadU8(const uint8_t* from) {
     return U32(__builtin_shufflevector(twice, twice, 0, 8, 1, 9, 2, 10, 3, 11));
 }
 
-/// Each pixel of two bytes in both halves of its word.
+/// Pixels of two bytes, each repeated in both halves of a word.
 inline U32 loadU16(const uint8_t* from) {
     uint64_t four;
     std::memcpy(&four, from, sizeof four);
-    const U16 halves = U16(U64{four});
-    return U32(__builtin_shufflevector(halves, halves, 0, 8, 1, 9, 2, 10, 3, 11));
+    const U16 pixels = U16(U64{four});
+    return U32(__builtin_shufflevector(pixels, pixels, 0, 8, 1, 9, 2, 10, 3, 11));
 }
 
-/// Pixels of two bytes, each byte in both bytes of its half.
+/// Pixels of two bytes, each byte repeated in both bytes of a 16-bit lane.
 inline U32 loadU8Pairs(const uint8_t* from) {
     uint64_t eight;
     std::memcpy(&eight, from, sizeof eight);
@@ -31,7 +31,7 @@ inline U32 loadU8Pairs(const uint8_t* from) {
                                        22, 7, 23));
 }
 
-/// Pixels of three bytes as words, in whose upper byte anything may stand.
+/// Pixels of three bytes as words. The upper byte of each word is unspecified.
 inline U32 loadU24(const uint8_t* from) {
     uint64_t first;
     uint32_t last;
@@ -44,30 +44,30 @@ inline U32 loadU24(const uint8_t* from) {
 /// The low byte of each word.
 inline void storeU8(U32 from, uint8_t* to) {
     const U64 pairs = U64(from & 0xFFU);
-    const U64 joined = pairs | pairs >> 24;
-    const auto four = static_cast<uint32_t>((joined[0] & 0xFFFFU) | joined[1] << 16);
+    const U64 packed = pairs | pairs >> 24;
+    const auto four = static_cast<uint32_t>((packed[0] & 0xFFFFU) | packed[1] << 16);
     std::memcpy(to, &four, sizeof four);
 }
 
-/// The low half of each word.
+/// The low 16 bits of each word.
 inline void storeU16(U32 from, uint8_t* to) {
     const U64 pairs = U64(from & 0xFFFFU);
-    const U64 joined = pairs | pairs >> 16;
-    const uint64_t low = (joined[0] & 0xFFFFFFFFU) | joined[1] << 32;
+    const U64 packed = pairs | pairs >> 16;
+    const uint64_t low = (packed[0] & 0xFFFFFFFFU) | packed[1] << 32;
     std::memcpy(to, &low, sizeof low);
 }
 
 /// The low three bytes of each word.
 inline void storeU24(U32 from, uint8_t* to) {
     const U64 pairs = U64(from & 0xFFFFFFU);
-    const U64 joined = (pairs & 0xFFFFFFU) | pairs >> 32 << 24;
-    const uint64_t first = joined[0] | joined[1] << 48;
-    const auto last = static_cast<uint32_t>(joined[1] >> 16);
+    const U64 packed = (pairs & 0xFFFFFFU) | pairs >> 32 << 24;
+    const uint64_t first = packed[0] | packed[1] << 48;
+    const auto last = static_cast<uint32_t>(packed[1] >> 16);
     std::memcpy(to, &first, sizeof first);
     std::memcpy(to + sizeof first, &last, sizeof last);
 }
 
-/// The upper byte of each word in the lower bytes of both halves; anything may stand above.
+/// The upper byte of each word in the lower byte of both its 16-bit lanes. Their upper bytes are unspecified.
 inline U16 spreadAlpha(U32 from) {
     const U32 alpha = from >> 24;
     return U16(alpha | alpha << 16);

@@ -29,36 +29,36 @@ inline void storeBytes(U8 from, uint8_t* to) {
     vst1q_u8(to, uint8x16_t(from));
 }
 
-inline U8 lower(U8 a, U8 b) {
+inline U8 min(U8 a, U8 b) {
     return U8(vminq_u8(uint8x16_t(a), uint8x16_t(b)));
 }
 
-inline U8 upper(U8 a, U8 b) {
+inline U8 max(U8 a, U8 b) {
     return U8(vmaxq_u8(uint8x16_t(a), uint8x16_t(b)));
 }
 
-/// Sums that end at 255.
+/// Sums, at most 255.
 inline U8 addSaturating(U8 a, U8 b) {
     return U8(vqaddq_u8(uint8x16_t(a), uint8x16_t(b)));
 }
 
-/// Differences that end at 0.
+/// Differences, at least 0.
 inline U8 subtractSaturating(U8 a, U8 b) {
     return U8(vqsubq_u8(uint8x16_t(a), uint8x16_t(b)));
 }
 
-/// Half the sums, rounded up.
+/// Averages, rounded up.
 inline U8 averageUp(U8 a, U8 b) {
     return U8(vrhaddq_u8(uint8x16_t(a), uint8x16_t(b)));
 }
 
-/// Moves each byte up by `count`; zeros come in below.
+/// Moves each byte up by `count` bytes. The lowest bytes become 0.
 template <int count>
 U8 moveUp(U8 from) {
     return U8(vextq_u8(vdupq_n_u8(0), uint8x16_t(from), 16 - count));
 }
 
-/// Moves each byte down by `count`; zeros come in above.
+/// Moves each byte down by `count` bytes. The highest bytes become 0.
 template <int count>
 U8 moveDown(U8 from) {
     return U8(vextq_u8(uint8x16_t(from), vdupq_n_u8(0), count));
