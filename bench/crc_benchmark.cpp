@@ -1,7 +1,7 @@
 // The chunk checksum and its slower ways beside zlib's, for an icon's chunk, the usual chunk of 8 KiB, and a large
 // one.
 #include "bench/sample_data.h"
-#include "png/internal/crc_ways.h"
+#include "png/internal/crc_methods.h"
 #include "png/png_crc32.h"
 
 #include <benchmark/benchmark.h>

@@ -30,8 +30,8 @@ void rows(benchmark::State& state, uint8_t filter) {
     const auto channels = static_cast<uint32_t>(state.range(0));
     const std::vector<uint8_t> filtered = filtered_block(channels, filter);
     std::vector<uint8_t> block(filtered.size());
-    const png_rows_t image = {.block = block.data(),
-                              .blockSize = block.size(),
+    const png_rows_t image = {.buffer = block.data(),
+                              .bufferSize = block.size(),
                               .sourceOffset = 0,
                               .stride = uint64_t{kWidth} * channels,
                               .width = kWidth,

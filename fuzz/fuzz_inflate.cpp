@@ -132,7 +132,7 @@ Outcome decodeThroughWindow(const std::vector<uint8_t>& data, uint32_t windowSiz
 void checkRehearsal(const std::vector<uint8_t>& data, uint32_t capacity, int32_t expected) {
     const auto rehearsal = std::make_unique<inflate_detail::rehearsal_t>();
     inflate_detail::rehearsal_begin(rehearsal.get(), capacity);
-    const int32_t result = inflate_detail::rehearsal_take(rehearsal.get(), data.data(),
+    const int32_t result = inflate_detail::rehearsal_feed(rehearsal.get(), data.data(),
                                                           static_cast<uint32_t>(data.size()));
     require(result == expected || rehearsal->fixedBlocks > 0);
     require((rehearsal->fault != inflate_detail::fault_t::none) == (result == kInflateInvalid));

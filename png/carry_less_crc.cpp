@@ -1,25 +1,25 @@
-// The checksum by folding: the message is shortened from its front, 64 bytes at a time, without a change of its
-// remainder.
+// The CRC by folding: the message is shortened from its start, 64 bytes at a time, without a change of its remainder.
 //
-// A block of 128 bits has n more bits of the message behind it. As polynomials over bits, with the first bit as the
-// highest power of x and all arithmetic modulo the checksum's polynomial:
+// n more bits of the message follow a block of 128 bits. As polynomials over bits, with the first bit as the highest
+// power of x and all arithmetic modulo the CRC's polynomial P:
 //
 //     | first 64 bits: A | last 64 bits: B | n bits: M |
 //
 //     A x^(n + 64) + B x^n + M  =  A (x^(n + 64) mod P) + B (x^n mod P) + M
 //
 // Each product on the right has at most 64 + 32 = 96 bits. So the block disappears, and its products are added to
-// the last 128 bits of M's first n bits: with n = 512, one block in four stays, and four chains run side by side,
-// which hides the multiplier's latency (4 cycles and more). At the end n = 128 joins the four blocks.
+// the last 128 bits of M's first n bits. With n = 512 there are four independent chains, which hides the multiplier's
+// latency (4 cycles and more). At the end n = 128 combines their four blocks.
 //
-// The bits are reversed: bit i of a register of 64 bits stands for x^(63 - i), one of 128 bits for x^(127 - i).
-//   - The product of bits i and j is bit i + j and stands for x^(126 - (i + j)). Read as a block it counts x times
-//     as much.
-//   - The 32 bits of a constant stand at bits 1 to 32, so that they count x^31 times as much.
-//   - Both together are x^32. The powers are that much smaller: n + 32 for A and n - 32 for B.
+// The bits are reversed: bit i is x^(63 - i) in a 64-bit operand, and x^(127 - i) in a 128-bit block.
+//   - The product of bits i and j is bit i + j and means x^(126 - (i + j)). Read as a block, the same bit is
+//     x^(127 - (i + j)): a factor of x too much.
+//   - The 32 bits of a constant are at bits 1 to 32: a factor of x^31 too much.
+//   - Together the factor is x^32. The powers are smaller by 32: n + 32 for A and n - 32 for B.
 //
-// The last block goes through the table of single bytes, 16 lookups, in place of the usual reduction by further
-// multiplications and their constants. A byte takes 0.07 ns, against 0.41 by eight tables (docs/performance.md).
+// The last block goes through the table of single bytes, 16 lookups, instead of the usual reduction by further
+// multiplications and their constants. A byte takes 0.07 ns, compared with 0.41 ns by eight tables
+// (docs/performance.md).
 #include "png/internal/carry_less_crc.h"
 
 using namespace png_detail;
@@ -41,7 +41,7 @@ consteval int64_t power(int n) {
     return static_cast<int64_t>(remainder) << 1;
 }
 
-// What moves a block on by n bits. The low half of a register is the block's first half, A.
+// The factors that move a block on by n bits. The low half of a register is the block's first half, A.
 struct powers_t {
     int64_t low, high;
 };

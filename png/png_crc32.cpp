@@ -1,8 +1,8 @@
-// The checksum by one table lookup a byte, and two faster ways to the same remainder.
+// The CRC by one table lookup per byte, and two faster methods.
 #include "png/png_crc32.h"
 
 #include "png/internal/carry_less_crc.h"
-#include "png/internal/crc_ways.h"
+#include "png/internal/crc_methods.h"
 #include "src/simd/cpu.h"
 
 #include <array>
@@ -15,7 +15,7 @@ constexpr uint32_t kSlices = 8;
 
 using table_t = std::array<uint32_t, 256>;
 
-// Remainder of each byte value.
+// The remainder of each byte value.
 consteval table_t make_table() {
     table_t table{};
     for (uint32_t byte = 0; byte < 256; ++byte) {
@@ -30,7 +30,7 @@ consteval table_t make_table() {
 
 constexpr table_t kTable = make_table();
 
-// Table n holds the remainder of a byte that n zero bytes follow.
+// Table n has the remainder of each byte value followed by n zero bytes.
 consteval std::array<table_t, kSlices> make_slices() {
     std::array<table_t, kSlices> slices{};
     slices[0] = kTable;

@@ -1,8 +1,8 @@
-// The checks of a PNG file in their order: signature, header, then chunk by chunk; and in the full
-// pass what the chunks bring, on its way into the surface. All state lives in the call's own frame.
+// The checks of a PNG file in order: signature, header, then chunk by chunk. The full pass also stores
+// the content of the chunks in the surface. All state is on the stack.
 //
-// Each check returns its fault. The decoder always knows the current chunk, so that the record of a fault
-// is written in one place, behind the last check, and only for a caller who asks for it.
+// Each check returns its fault. The decoder always knows the current chunk, so that the record of a fault is written in
+// one place, after the last check, and only if the caller requests it.
 #include "png/png_decode.h"
 
 #include "inflate/src/streams.h"
@@ -28,7 +28,7 @@ uint32_t load_big_endian(const uint8_t* bytes) {
 
 // ---- Chunks
 
-// A chunk's type with the case of its letters ignored, which is how the known names are compared.
+// Chunk types are compared without the case of their letters.
 constexpr uint32_t kLetterCaseBits = 0x20202020;
 
 consteval uint32_t chunk_type(const char (&name)[5]) {
@@ -45,7 +45,7 @@ constexpr uint32_t kTrns = chunk_type("tRNS");
 constexpr uint32_t kIdat = chunk_type("IDAT");
 constexpr uint32_t kIend = chunk_type("IEND");
 
-constexpr uint32_t kLengthSize = 4; // then follow the type, the data, and the CRC
+constexpr uint32_t kLengthSize = 4; // the type, the data and the CRC follow
 constexpr uint32_t kTypeSize = 4;
 constexpr uint32_t kCrcSize = 4;
 constexpr uint32_t kFrameSize = kLengthSize + kTypeSize + kCrcSize;
@@ -63,7 +63,7 @@ struct chunk_t {
     uint64_t size() const { return uint64_t{kFrameSize} + length; }
 };
 
-// Reads the next chunk, which begins at `bytes`; `remaining` bytes follow to the end of the file.
+// Reads the next chunk, which starts at `bytes`. `remaining` is the number of bytes to the end of the file.
 fault_t read_chunk(const uint8_t* bytes, uint64_t remaining, chunk_t* chunk) {
     ++chunk->index;
     chunk->name = nullptr;
@@ -94,15 +94,16 @@ constexpr uint16_t kMaxPaletteSize = 256;
 
 enum color_type_t : uint8_t { kGray = 0, kRgb = 2, kIndexed = 3, kGrayAlpha = 4, kRgba = 6 };
 
-// What follows from a color type.
+// The properties of a color type.
 struct color_rules_t {
-    uint32_t validDepths; // the sum of the bit depths that the PNG standard allows; 0: no such type
+    uint32_t
+        validDepths; // the sum of the bit depths that the PNG standard allows; 0: an invalid type
     DsColorMode colorMode;
     uint32_t samplesPerPixel;
     uint16_t paletteSize;
 };
 
-// Of the one depth that is supported.
+// The only supported depth.
 constexpr uint8_t kBitDepth = 8;
 constexpr uint32_t kBytesPerSample = kBitDepth / 8;
 
@@ -136,7 +137,7 @@ bool is_valid_depth(const color_rules_t& rules, uint8_t depth) {
     return std::has_single_bit(depth) && (rules.validDepths & depth) != 0;
 }
 
-// Checks the header and sets what follows from the color type.
+// Checks the header and sets the fields that depend on the color type.
 fault_t read_header(const chunk_t& chunk, png_info_t* info) {
     if (chunk.type != kIhdr) {
         return fault_t::header_missing;
@@ -178,8 +179,8 @@ fault_t read_header(const chunk_t& chunk, png_info_t* info) {
 struct decoder_t {
     png_info_t* info;
     DsSurface* surface;            // null in the header pass
-    const image_data_sink_t* sink; // null unless it takes the image data in place of the surface
-    chunk_t chunk;                 // the current one, or the last
+    const image_data_sink_t* sink; // null unless it receives the image data instead of the surface
+    chunk_t chunk;                 // the current or the last one
     uint32_t rawSize;              // bytes of the filtered rows, see png_detail::filtered_size()
     bool idatSeen;
     uint64_t imageDataSize; // of the IDAT chunks so far
@@ -193,7 +194,7 @@ uint64_t raw_offset(const decoder_t& decoder) {
     return decoder.surface->getDataSize() - decoder.rawSize;
 }
 
-// Makes the tail of the surface's pixel block the place of the inflated rows.
+// Sets the output of inflate to the tail of the surface's pixel buffer.
 fault_t prepare_pixels(decoder_t* decoder) {
     decoder->rawSize = filtered_size(*decoder->info);
     inflate_process(&decoder->inflate, nullptr);
@@ -202,10 +203,10 @@ fault_t prepare_pixels(decoder_t* decoder) {
     }
     uint8_t* const pixels = decoder->surface->getPixels();
     if (pixels == nullptr) {
-        return fault_t::pixel_block_missing;
+        return fault_t::pixel_buffer_missing;
     }
     if (decoder->surface->getDataSize() < decoder->rawSize) {
-        return fault_t::pixel_block_too_small;
+        return fault_t::pixel_buffer_too_small;
     }
     decoder->inflate.out = pixels + raw_offset(*decoder);
     decoder->inflate.outAvailable = decoder->rawSize;
@@ -220,7 +221,7 @@ bool is_gray(const png_info_t& info) {
     return info.colorType == kGray || info.colorType == kGrayAlpha;
 }
 
-fault_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
+fault_t store_palette(decoder_t* decoder, const chunk_t& chunk) {
     if (decoder->info->paletteSize != 0) {
         return is_gray(*decoder->info) ? fault_t::palette_in_gray_image : fault_t::palette_repeated;
     }
@@ -231,14 +232,14 @@ fault_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
     if (decoder->surface == nullptr) {
         return fault_t::none;
     }
-    // Kept on purpose: a suggested palette in an image of type 2 or 6 ends here, since surfaces of
-    // their modes have no palette block.
+    // Kept on purpose: a suggested palette in an image of type 2 or 6 is rejected here, because
+    // surfaces of their modes have no palette buffer.
     const DsSurface& surface = *decoder->surface;
     if (surface.getPaletteSize() < decoder->info->paletteSize) {
         return fault_t::palette_too_large;
     }
     if (surface.getPalette() == nullptr) {
-        return fault_t::palette_block_missing;
+        return fault_t::palette_buffer_missing;
     }
     for (uint32_t i = 0; i < decoder->info->paletteSize; ++i) {
         const uint8_t* const rgb = chunk.data + uint64_t{3} * i;
@@ -250,7 +251,7 @@ fault_t take_palette(decoder_t* decoder, const chunk_t& chunk) {
     return fault_t::none;
 }
 
-fault_t take_palette_alpha(decoder_t* decoder, const chunk_t& chunk) {
+fault_t store_palette_alpha(decoder_t* decoder, const chunk_t& chunk) {
     if (chunk.length > decoder->info->paletteSize) {
         return fault_t::transparency_length;
     }
@@ -268,7 +269,7 @@ fault_t take_palette_alpha(decoder_t* decoder, const chunk_t& chunk) {
 }
 
 // Kept on purpose: the key colors of types 0 and 2 change the color mode, but no pixel.
-fault_t take_key_color(decoder_t* decoder, const chunk_t& chunk, DsColorMode modeWithAlpha) {
+fault_t apply_key_color(decoder_t* decoder, const chunk_t& chunk, DsColorMode modeWithAlpha) {
     constexpr uint32_t kKeySampleSize = 2;
 
     const uint32_t samples = kColorRules[decoder->info->colorType].samplesPerPixel;
@@ -279,17 +280,17 @@ fault_t take_key_color(decoder_t* decoder, const chunk_t& chunk, DsColorMode mod
     return fault_t::none;
 }
 
-fault_t take_transparency(decoder_t* decoder, const chunk_t& chunk) {
+fault_t process_transparency(decoder_t* decoder, const chunk_t& chunk) {
     if (decoder->idatSeen) {
         return fault_t::transparency_after_image_data;
     }
     switch (decoder->info->colorType) {
     case kGray:
-        return take_key_color(decoder, chunk, DsColorMode::AI88);
+        return apply_key_color(decoder, chunk, DsColorMode::AI88);
     case kRgb:
-        return take_key_color(decoder, chunk, DsColorMode::ARGB8888);
+        return apply_key_color(decoder, chunk, DsColorMode::ARGB8888);
     case kIndexed:
-        return take_palette_alpha(decoder, chunk);
+        return store_palette_alpha(decoder, chunk);
     default:
         return fault_t::transparency_beside_alpha;
     }
@@ -298,14 +299,14 @@ fault_t take_transparency(decoder_t* decoder, const chunk_t& chunk) {
 int32_t inflate_piece(decoder_t* decoder, const uint8_t* data, uint32_t size) {
     if (decoder->sink != nullptr) {
         const image_data_sink_t& sink = *decoder->sink;
-        return sink.take(sink.context, data, size, &decoder->inflateFault);
+        return sink.process(sink.context, data, size, &decoder->inflateFault);
     }
     decoder->input.data = data;
     decoder->input.available = size;
     return inflate_detail::process(&decoder->inflate, &decoder->input, &decoder->inflateFault);
 }
 
-fault_t take_image_data(decoder_t* decoder, const chunk_t& chunk) {
+fault_t process_image_data(decoder_t* decoder, const chunk_t& chunk) {
     if (chunk.length < kZlibHeaderSize) { // in later chunks, too
         return fault_t::image_data_length;
     }
@@ -329,14 +330,14 @@ fault_t take_image_data(decoder_t* decoder, const chunk_t& chunk) {
     }
 }
 
-fault_t take_chunk(decoder_t* decoder, const chunk_t& chunk) {
+fault_t process_chunk(decoder_t* decoder, const chunk_t& chunk) {
     switch (chunk.type) {
     case kPlte:
-        return take_palette(decoder, chunk);
+        return store_palette(decoder, chunk);
     case kTrns:
-        return take_transparency(decoder, chunk);
+        return process_transparency(decoder, chunk);
     case kIdat:
-        return take_image_data(decoder, chunk);
+        return process_image_data(decoder, chunk);
     default:
         if (chunk.ancillary) {
             return fault_t::none;
@@ -345,8 +346,8 @@ fault_t take_chunk(decoder_t* decoder, const chunk_t& chunk) {
     }
 }
 
-// Takes every chunk from `offset` up to the end chunk; what follows that is ignored.
-fault_t walk_chunks(decoder_t* decoder, const uint8_t* file, uint64_t size, uint64_t offset) {
+// Processes every chunk from `offset` up to the end chunk. Data after that is ignored.
+fault_t process_chunks(decoder_t* decoder, const uint8_t* file, uint64_t size, uint64_t offset) {
     chunk_t& chunk = decoder->chunk;
     for (;;) {
         chunk.offset = offset;
@@ -354,7 +355,7 @@ fault_t walk_chunks(decoder_t* decoder, const uint8_t* file, uint64_t size, uint
         if (fault != fault_t::none || chunk.type == kIend) {
             return fault;
         }
-        fault = take_chunk(decoder, chunk);
+        fault = process_chunk(decoder, chunk);
         if (fault != fault_t::none) {
             return fault;
         }
@@ -362,7 +363,7 @@ fault_t walk_chunks(decoder_t* decoder, const uint8_t* file, uint64_t size, uint
     }
 }
 
-// Checks that nothing is missing once all chunks have been taken.
+// Checks that nothing is missing after the last chunk.
 fault_t check_complete(const decoder_t& decoder) {
     if (!decoder.idatSeen) {
         return fault_t::image_data_missing;
@@ -376,11 +377,11 @@ fault_t check_complete(const decoder_t& decoder) {
     return fault_t::none;
 }
 
-// Grayscale images get a palette in which every index is its own gray.
+// Grayscale images get a palette in which entry i is the gray i.
 fault_t fill_gray_ramp(const DsSurface& surface) {
     const uint32_t count = surface.getPaletteSize();
     if (count > 0 && surface.getPalette() == nullptr) {
-        return fault_t::gray_ramp_block_missing;
+        return fault_t::gray_ramp_buffer_missing;
     }
     for (uint32_t i = 0; i < count; ++i) {
         uint8_t* const entry = palette_entry(surface, i);
@@ -401,8 +402,8 @@ fault_t convert_pixels(const decoder_t& decoder) {
             return fault;
         }
     }
-    return png_convert_rows({.block = surface.getPixels(),
-                             .blockSize = surface.getDataSize(),
+    return png_convert_rows({.buffer = surface.getPixels(),
+                             .bufferSize = surface.getDataSize(),
                              .sourceOffset = raw_offset(decoder),
                              .stride = surface.getStride(),
                              .width = info.width,
@@ -410,7 +411,7 @@ fault_t convert_pixels(const decoder_t& decoder) {
                              .bytesPerPixel = bytes_per_pixel(info)});
 }
 
-// Every check in its order.
+// All checks in order.
 fault_t run(decoder_t* decoder, const uint8_t* file, uint64_t size) {
     constexpr uint64_t kSignatureSize = sizeof kSignature;
     if (size < kSignatureSize || std::memcmp(file, kSignature, kSignatureSize) != 0) {
@@ -430,7 +431,7 @@ fault_t run(decoder_t* decoder, const uint8_t* file, uint64_t size) {
     if (fault != fault_t::none) {
         return fault;
     }
-    fault = walk_chunks(decoder, file, size, kSignatureSize + header.size());
+    fault = process_chunks(decoder, file, size, kSignatureSize + header.size());
     if (fault != fault_t::none) {
         return fault;
     }
@@ -440,7 +441,7 @@ fault_t run(decoder_t* decoder, const uint8_t* file, uint64_t size) {
 }
 
 // The only place that writes a record.
-void note(const decoder_t& decoder, fault_t fault, fault_record_t* record) {
+void write_record(const decoder_t& decoder, fault_t fault, fault_record_t* record) {
     const chunk_t& chunk = decoder.chunk;
     *record = {};
     record->fault = fault;
@@ -464,7 +465,7 @@ void note(const decoder_t& decoder, fault_t fault, fault_record_t* record) {
 int32_t finish(decoder_t* decoder, const uint8_t* file, uint64_t size, fault_record_t* record) {
     const fault_t fault = run(decoder, file, size);
     if (record != nullptr) {
-        note(*decoder, fault, record);
+        write_record(*decoder, fault, record);
     }
     return result_of(fault);
 }
@@ -473,12 +474,12 @@ int32_t finish(decoder_t* decoder, const uint8_t* file, uint64_t size, fault_rec
 
 namespace png_detail {
 
-uint64_t uncut_filtered_size(const png_info_t& info) {
+uint64_t full_filtered_size(const png_info_t& info) {
     return (uint64_t{info.width} * bytes_per_pixel(info) + 1) * info.height;
 }
 
 uint32_t filtered_size(const png_info_t& info) {
-    return static_cast<uint32_t>(uncut_filtered_size(info));
+    return static_cast<uint32_t>(full_filtered_size(info));
 }
 
 int32_t decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,

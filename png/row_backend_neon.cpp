@@ -15,7 +15,7 @@ namespace neon {
 namespace {
 
 #include "src/simd/vec_neon.h"
-// The vectors come first.
+// The shared bodies need the vectors above.
 #include "png/simd/row_functions.inl.h"
 
 } // namespace

@@ -1,4 +1,4 @@
-// The scalar backend: the definition that the others are held against.
+// The scalar backend: the definition with which tests compare the others.
 #include "png/internal/row_backend.h"
 #include "png/internal/scalar_rows.h"
 

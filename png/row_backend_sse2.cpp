@@ -15,7 +15,7 @@ namespace sse2 {
 namespace {
 
 #include "src/simd/vec_sse2.h"
-// The vectors come first.
+// The shared bodies need the vectors above.
 #include "png/simd/row_functions.inl.h"
 
 } // namespace

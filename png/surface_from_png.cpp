@@ -1,4 +1,4 @@
-// Header pass, a surface made to fit, full pass, rotation.
+// Header pass, a surface that fits, full pass, rotation.
 #include "png/surface_from_png.h"
 
 #include "png/internal/surface_buffer.h"
@@ -14,14 +14,14 @@ constexpr uint8_t kGrayType = 0; // the PNG color type
 std::unique_ptr<DsSurface> make_surface(const png_info_t& info, bool alphaOnly) {
     const DsColorMode colorMode = alphaOnly ? DsColorMode::A8 : info.colorMode;
     const uint64_t paletteSize = alphaOnly ? 0 : info.paletteSize;
-    constexpr uint32_t kUnturned = 0;
+    constexpr uint32_t kNoRotation = 0;
     constexpr uint32_t kRowAlignment = 1;
-    // The filtered rows, which pass through the pixel block, take a byte a row more than the
+    // The filtered rows are inflated into the pixel buffer. They need one byte per row more than the
     // pixels.
     const uint64_t filterBytes = info.height;
-    // Sizes beyond 31 bits turn negative here, for which no block can be had.
+    // Sizes beyond 31 bits become negative, for which the allocation fails.
     return std::make_unique<DsSurface>(
-        static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), kUnturned, colorMode,
+        static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), kNoRotation, colorMode,
         info.paletteHasAlpha, paletteSize, png_detail::allocate_zeroed, png_detail::release,
         kRowAlignment, filterBytes);
 }

@@ -1,13 +1,13 @@
-// The fast loop: it decodes the symbols of one block without going through the states of the state machine.
-// Photographs take less than a quarter of the time of the states, graphics a fifth (docs/performance.md).
+// The fast loop decodes the symbols of one block without the states of the state machine. Photographs take less than
+// a quarter of the time of the state machine, graphics a fifth (docs/performance.md).
 //
-// Input. DEFLATE packs bits from the lowest of each byte upwards. A code comes with its first bit first, so that its
-// bits must be reversed before they compare as a number; the extra bits of a match come as they are. A stretch of
-// the input is held in both forms:
+// Input. DEFLATE packs bits from the lowest bit of each byte upwards. The first bit of a code is its highest, so its
+// bits must be reversed before they compare as a number. The extra bits of a match are not reversed. A segment of the
+// input is stored in both forms:
 //
-//     reader's last bits | stretch: at most 1,024 bytes             | later input
+//     reader's last bits | segment: at most 1,024 bytes             | later input
 //                        | an iteration may start here   | margin   |
-//     forward   8 bytes  |  bytes as they are: extra bits           |
+//     forward   8 bytes  |  bytes as in the input: extra bits       |
 //     reversed           |  bits of each byte reversed: codes       |
 //
 //     bit buffer:        | next bit ... `count` bits | bits that the next refill reads again |
@@ -20,16 +20,16 @@
 //     refill           if fewer than 48 bits are left
 //     match            length code 15 + 5 extra bits, distance code 15 + 13 extra bits: 48 <= 56
 //
-// Bounds. A refill advances at most 7 bytes and reads 8, two of them stay within 15 bytes: kInputMargin. An iteration
-// writes at most two literals and a match of 258 bytes, and copy_match() reads up to 7 bytes beyond the output:
-// kOutputMargin. With less room than that, the state machine goes on.
+// Bounds. A refill advances at most 7 bytes and reads 8, so two refills stay within 15 bytes: kInputMargin. An
+// iteration writes at most two literals and a match of 258 bytes, and copy_match() reads up to 7 bytes beyond the
+// output: kOutputMargin. If less is left, the state machine continues.
 //
-// Rejection. A symbol is taken only once all of it is known to be good. Before anything doubtful (an invalid code, a
-// distance too far back, a symbol without meaning) the loop stops, and the state machine meets the same bits and
-// notes what is wrong with them. The record, the reader and the output stand exactly as it would have left them.
+// Rejection. The loop consumes a symbol only after all checks. Before an invalid code, a distance too far back, or a
+// symbol without meaning, it stops. The state machine then reads the same bits and rejects them with the reason. The
+// record, the reader and the output are exactly as the state machine would have left them.
 //
-// Tried and rejected: bits reversed at each refill (5 to 14 % longer), and a second bit buffer that holds the bits
-// as they come, in place of the load from `forward` (docs/performance.md).
+// Tried and rejected: reversing the bits at each refill (5 to 14 % slower), and a second bit buffer with the bits in
+// input order, in place of the load from `forward` (docs/performance.md).
 #include "inflate/src/internal/inflate_fast.h"
 
 #include "inflate/src/internal/deflate_tables.h"
@@ -49,21 +49,21 @@ constexpr uint32_t kWordSize = 8;
 constexpr uint32_t kMaxAdvance = 63 / 8;
 constexpr uint32_t kInputMargin = 2 * kWordSize;
 static_assert(kMaxAdvance + kWordSize <= kInputMargin);
-// Bytes of a stretch, margin included. Both forms of it stand in the call's frame.
-constexpr uint32_t kStretch = 1024;
-static_assert(kStretch > kInputMargin);
-// Below this, deriving the tables takes longer than the loop saves.
-constexpr uint32_t kWorthwhileInput = 64;
-static_assert(kWorthwhileInput >= kInputMargin);
+// Bytes of a segment, with the margin. Both forms are on the stack.
+constexpr uint32_t kSegmentSize = 1024;
+static_assert(kSegmentSize > kInputMargin);
+// With less input, deriving the tables takes longer than the loop saves.
+constexpr uint32_t kMinInput = 64;
+static_assert(kMinInput >= kInputMargin);
 
 constexpr uint32_t kLiteralsPerRefill = 3;
 constexpr uint32_t kMaxMatch = 258;
 constexpr uint32_t kCopyReadsBeyond = 7; // see copy_match
-// An iteration writes fewer literals than that and one match, or the literals alone.
+// An iteration writes either kLiteralsPerRefill literals, or fewer literals and one match.
 constexpr uint32_t kOutputMargin = kLiteralsPerRefill + kMaxMatch + kCopyReadsBeyond;
 static_assert(kLiteralsPerRefill - 1 + kMaxMatch + kCopyReadsBeyond <= kOutputMargin);
 
-// After a refill the buffer holds at least this many bits.
+// The min number of bits in the buffer after a refill.
 constexpr uint32_t kBitsAfterRefill = 56;
 constexpr uint32_t kMaxLengthBits = kMaxCodeLength + 5;
 constexpr uint32_t kMaxDistanceBits = kMaxCodeLength + 13;
@@ -71,7 +71,7 @@ constexpr uint32_t kMaxMatchBits = kMaxLengthBits + kMaxDistanceBits;
 static_assert(kLiteralsPerRefill * kMaxCodeLength <= kBitsAfterRefill);
 static_assert(kMaxMatchBits <= kBitsAfterRefill);
 
-// The bits of each byte the other way round.
+// Reverses the bits of each byte.
 uint64_t reversed_in_bytes(uint64_t word) {
     constexpr uint64_t kNibbles = 0x0F0F0F0F0F0F0F0F;
     constexpr uint64_t kPairs = 0x3333333333333333;
@@ -81,37 +81,38 @@ uint64_t reversed_in_bytes(uint64_t word) {
     return ((word >> 1) & kSingles) | (word & kSingles) << 1;
 }
 
-// A stretch of input: as it is, with the word in front of it, for extra bits; and with the bits of each
-// byte reversed, for codes. Reversed here, a byte costs a third of what it does at every refill.
-struct stretch_t {
-    uint32_t size; // the margin included, which the next stretch begins with
-    uint8_t forward[kWordSize + kStretch];
-    uint8_t reversed[kStretch];
+// A segment of input in two forms: unchanged, after the word before the segment, for extra bits; and with the bits of
+// each byte reversed, for codes. Reversing a byte once here costs a third of reversing it at every refill.
+struct segment_t {
+    uint32_t size; // with the margin, which is also the start of the next segment
+    uint8_t forward[kWordSize + kSegmentSize];
+    uint8_t reversed[kSegmentSize];
 
-    // Takes as much as it can of what `left` bytes from `in` on hold, at least a margin.
-    void take(const uint8_t* in, size_t left) {
-        size = left < kStretch ? static_cast<uint32_t>(left) : kStretch;
+    // Loads as much as fits from `left` bytes at `in`, which are at least a margin.
+    void load(const uint8_t* in, size_t left) {
+        size = left < kSegmentSize ? static_cast<uint32_t>(left) : kSegmentSize;
         for (uint32_t at = 0; at + kWordSize <= size; at += kWordSize) {
-            take_word(in, at);
+            load_both_forms(in, at);
         }
-        take_word(in, size - kWordSize); // overlaps the word before
+        load_both_forms(in, size - kWordSize); // overlaps the word before
     }
-    void take_word(const uint8_t* in, uint32_t at) {
+    void load_both_forms(const uint8_t* in, uint32_t at) {
         const uint64_t word = load_word(in + at);
         store_word(forward + kWordSize + at, word);
         store_word(reversed + at, reversed_in_bytes(word));
     }
 };
 
-// The next bits, the first one highest, so that a code stands left-justified and compares as a number.
+// The next bits, the first one highest, so that a code is left-justified and compares as a number.
 struct bit_buffer_t {
     uint64_t bits;
     uint32_t count;
 
-    void refill(const stretch_t& stretch, uint32_t* at) {
-        bits |= __builtin_bswap64(load_word(stretch.reversed + *at)) >> count;
+    void refill(const segment_t& segment, uint32_t* at) {
+        bits |= __builtin_bswap64(load_word(segment.reversed + *at)) >> count;
         *at += (63 - count) / 8;
-        count |= kBitsAfterRefill; // whole bytes only, so the bits above are read again next time
+        count |=
+            kBitsAfterRefill; // only whole bytes count; the bits after them are read again at the next refill
     }
     void drop(uint32_t length) {
         bits <<= length;
@@ -120,24 +121,24 @@ struct bit_buffer_t {
     uint32_t front(uint32_t length) const {
         return static_cast<uint32_t>(bits >> (kCodeBits - length));
     }
-    // The same bits as they come, the first one lowest; at least 57 of them.
-    uint64_t forward(const stretch_t& stretch, uint32_t at) const {
+    // The same bits in input order, the first one lowest; at least 57 of them.
+    uint64_t forward(const segment_t& segment, uint32_t at) const {
         const uint32_t bytes = (count + 7) / 8;
-        return load_word(stretch.forward + kWordSize + at - bytes) >> (8 * bytes - count);
+        return load_word(segment.forward + kWordSize + at - bytes) >> (8 * bytes - count);
     }
 };
 
-// What a payload and the bits that follow its code stand for.
+// The value of a payload and the extra bits after its code.
 uint32_t value_of(uint32_t payload, uint64_t forward) {
     const uint64_t mask = (uint64_t{1} << (payload >> kPayloadExtraShift)) - 1;
     return (payload & kPayloadBaseMask) + static_cast<uint32_t>(forward & mask);
 }
 
-// What a block's codes come to.
+// The tables of a block's codes.
 struct fast_block_t {
     fast_code_t litlen;
     fast_code_t dist;
-    uint32_t literalEnds[kMaxCodeLength + 1];       // by length: the index behind its last literal
+    uint32_t literalEnds[kMaxCodeLength + 1];       // by length: the index after its last literal
     uint32_t litlenPayloads[kMaxLitlenSymbols + 2]; // the fixed code has two more symbols
     uint32_t distPayloads[kMaxDistSymbols];
 };
@@ -152,8 +153,8 @@ uint32_t litlen_payload(uint32_t symbol, bool hasDistances) {
                : kPayloadIsInvalid;
 }
 
-// Within one length symbols ascend, so the literals come first. Without any distance, no length is for
-// the loop: the limits have no place for a code without symbols.
+// Within one code length symbols ascend, so the literals come first. Without distance codes the loop decodes no match:
+// the limits cannot represent a code without symbols.
 void derive_litlen(fast_block_t* block, const huffman_t& huffman, bool hasDistances) {
     fast_code_derive(&block->litlen, huffman);
     uint32_t index = 0;
@@ -179,25 +180,24 @@ void derive_dist(fast_block_t* block, const huffman_t& huffman) {
     }
 }
 
-// Where the loop stands. What the record shows of the last match is only worked out at the end.
+// The position of the loop. The record's fields about the last match are computed only at the end.
 struct position_t {
-    uint32_t at; // of the stretch
+    uint32_t at; // in the segment
     uint8_t* out;
     bit_buffer_t buffer;
     uint8_t* lastMatch; // null if there was none
     uint32_t lastLength, lastDistance, lastDistIndex;
     bool blockHasEnded;
-    bool hasStopped; // at something that is not for this loop
+    bool hasStopped; // at the end of the block or before a symbol that the loop does not decode
 };
 
-// Takes a match whose length symbol is known to come next. False, with nothing taken, if it is not
-// a plain one.
-[[gnu::always_inline]] inline bool take_match(const fast_block_t& block, const stretch_t& stretch,
-                                              position_t* position, uint32_t payload,
-                                              uint32_t codeLength, const uint8_t* oldest) {
+// Decodes and copies a match whose length code is next. Returns false, and changes nothing, if the distance is invalid.
+[[gnu::always_inline]] inline bool decode_match(const fast_block_t& block, const segment_t& segment,
+                                                position_t* position, uint32_t payload,
+                                                uint32_t codeLength, const uint8_t* oldest) {
     bit_buffer_t buffer = position->buffer;
     buffer.drop(codeLength);
-    const uint64_t forward = buffer.forward(stretch, position->at);
+    const uint64_t forward = buffer.forward(segment, position->at);
     const uint32_t lengthExtraBits = payload >> kPayloadExtraShift;
     const uint32_t length = value_of(payload, forward);
     buffer.drop(lengthExtraBits);
@@ -222,17 +222,17 @@ struct position_t {
     return true;
 }
 
-void decode_stretch(const fast_block_t& block, const stretch_t& stretch, position_t* result,
+void decode_segment(const fast_block_t& block, const segment_t& segment, position_t* result,
                     const uint8_t* outLimit, const uint8_t* oldest) {
-    position_t position = *result; // a local of its own, so that it can live in registers
-    const uint32_t limit = stretch.size - kInputMargin;
+    position_t position = *result; // a local copy, so that it stays in registers
+    const uint32_t limit = segment.size - kInputMargin;
     while (position.at <= limit && position.out <= outLimit) {
         bit_buffer_t& buffer = position.buffer;
-        buffer.refill(stretch, &position.at);
+        buffer.refill(segment, &position.at);
         uint32_t literals = 0;
         uint32_t length = fast_code_length(block.litlen, buffer.bits);
         uint32_t index = block.litlen.base[length] + buffer.front(length);
-        // Whether the code is a literal's is known before its payload has been loaded.
+        // The index identifies a literal before the payload is loaded.
         while (index < block.literalEnds[length]) {
             *position.out++ = static_cast<uint8_t>(block.litlenPayloads[index]);
             buffer.drop(length);
@@ -246,7 +246,7 @@ void decode_stretch(const fast_block_t& block, const stretch_t& stretch, positio
             continue;
         }
         if (buffer.count < kMaxMatchBits) {
-            buffer.refill(stretch, &position.at);
+            buffer.refill(segment, &position.at);
         }
         const uint32_t payload = block.litlenPayloads[index];
         if (payload >= kPayloadIsEndOfBlock) {
@@ -257,7 +257,7 @@ void decode_stretch(const fast_block_t& block, const stretch_t& stretch, positio
             position.hasStopped = true;
             break;
         }
-        if (!take_match(block, stretch, &position, payload, length, oldest)) {
+        if (!decode_match(block, segment, &position, payload, length, oldest)) {
             position.hasStopped = true;
             break;
         }
@@ -265,28 +265,28 @@ void decode_stretch(const fast_block_t& block, const stretch_t& stretch, positio
     *result = position;
 }
 
-// Decodes from the reader's input, up to its margin. Returns where the input stands.
+// Decodes from the reader's input, up to its margin. Returns the position after the segments' used bytes.
 const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, position_t* position,
                       const uint8_t* outLimit, const uint8_t* oldest) {
-    stretch_t stretch;
+    segment_t segment;
     const uint8_t* in = stream.data;
     size_t left = stream.available;
     // The reader's last bits.
     uint64_t before = uint64_t{stream.bits} << 1 << (63 - stream.bitCount);
     while (left >= kInputMargin && !position->hasStopped && position->out <= outLimit) {
-        store_word(stretch.forward, before);
-        stretch.take(in, left);
+        store_word(segment.forward, before);
+        segment.load(in, left);
         position->at = 0;
-        decode_stretch(block, stretch, position, outLimit, oldest);
+        decode_segment(block, segment, position, outLimit, oldest);
         in += position->at;
         left -= position->at;
-        before = load_word(stretch.forward + position->at);
+        before = load_word(segment.forward + position->at);
     }
     return in;
 }
 
-// Gives back the whole bytes that were not used, but none from before this call: those may be gone, and
-// there are such where the very first symbol was left to the state machine.
+// Returns the unused whole bytes of the bit buffer to the reader, but no byte from before this call: its piece of input
+// may have been freed. Such bytes are left if the loop has not decoded a single symbol.
 void return_input(bitstream_t* stream, const uint8_t* in, uint32_t count) {
     while (count >= 8 && in > stream->data) {
         --in;
@@ -326,12 +326,12 @@ void store_record(inflate_t* inflate, const position_t& position) {
 } // namespace
 
 void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
-    // `totalOut` wraps at 2^32, and from then on bounds distances again. The loop stops before that, so that
-    // its own bound, the distance to the oldest byte of output, is `totalOut` at every symbol.
+    // Distances are limited by `totalOut`, which wraps at 2^32. The loop stops before that, so that its own limit, the
+    // distance to the first byte of output, equals `totalOut` at every symbol.
     const uint32_t room =
         std::min(inflate->outAvailable, std::numeric_limits<uint32_t>::max() - inflate->totalOut);
     if (inflate->window != nullptr || inflate->litlenTable->maxBits == 0 ||
-        stream->available < kWorthwhileInput || room < kOutputMargin) {
+        stream->available < kMinInput || room < kOutputMargin) {
         return;
     }
     fast_block_t block;

@@ -1,5 +1,5 @@
-// The DEFLATE state machine, one function a step. Each step either completes, or leaves the record
-// so that it runs again from its start: that is what makes the decoder resumable at any byte.
+// The DEFLATE state machine, one function per step. A step either completes, or leaves the record so
+// that the step can start again: that makes the decoder resumable at any byte.
 #include "inflate/src/internal/deflate_tables.h"
 #include "inflate/src/internal/inflate_fast.h"
 #include "inflate/src/internal/inflate_steps.h"
@@ -27,22 +27,22 @@ huffman_t gFixedDist = {0, gFixedDistCounts, gFixedDistSymbols};
 
 // ---- Output
 
-// The bytes from `position` to the window's end, where copies wrap.
+// The number of bytes from `position` to the end of the window, where copies wrap.
 uint32_t to_window_end(const inflate_t* inflate, const uint8_t* position) {
     return inflate->windowSize - static_cast<uint32_t>(position - inflate->window);
 }
 
-// `position` moved on by `count` bytes, which reach the window's end at the most.
+// The offset in the window after `count` bytes from `position`, which end at the window's end at most.
 uint32_t wrapped_offset(const inflate_t* inflate, const uint8_t* position, uint32_t count) {
     const uint32_t offset = static_cast<uint32_t>(position - inflate->window) + count;
     return offset == inflate->windowSize ? 0 : offset;
 }
 
-// Writes `count` bytes, which must fit the output and the rest of the window, from `from` on, one
-// byte after the other: an overlapping match repeats its own output.
+// Writes `count` bytes from `from`, which must fit the output and the rest of the window. Copies byte
+// by byte, because an overlapping match repeats its own output.
 void emit(inflate_t* inflate, const uint8_t* from, uint32_t count) {
     if (inflate->window != nullptr) {
-        // A match may overlap the window's write position, never the output block.
+        // A match may overlap the window's write position, but never the output buffer.
         for (uint32_t i = 0; i < count; ++i) {
             inflate->windowPos[i] = from[i];
             inflate->out[i] = inflate->windowPos[i];
@@ -73,19 +73,19 @@ int32_t read_block_header(inflate_t* inflate, bitstream_t* stream) {
     case 0:
         bitstream_align(stream);
         inflate->state = kStoredLength;
-        return kGoOn;
+        return kContinue;
     case 1:
-        // Kept on purpose: unless inflate_init_fixed was called these codes are not built, and the
-        // block's first symbol is refused.
+        // Kept on purpose: these codes are built only by inflate_init_fixed. Without it the block's
+        // first symbol is rejected.
         inflate->litlenTable = &gFixedLitlen;
         inflate->distTable = &gFixedDist;
         inflate->state = kLitlenSymbol;
-        return kGoOn;
+        return kContinue;
     case 2:
         inflate->litlenTable = &inflate->dynLitlen;
         inflate->distTable = &inflate->dynDist;
         inflate->state = kDynamicHeader;
-        return kGoOn;
+        return kContinue;
     default:
         return reject(fault_t::block_type);
     }
@@ -98,7 +98,7 @@ int32_t read_stored_length(inflate_t* inflate, bitstream_t* stream) {
     }
     inflate->length = static_cast<uint16_t>(length);
     inflate->state = kStoredComplement;
-    return kGoOn;
+    return kContinue;
 }
 
 int32_t check_stored_complement(inflate_t* inflate, bitstream_t* stream) {
@@ -110,11 +110,11 @@ int32_t check_stored_complement(inflate_t* inflate, bitstream_t* stream) {
         return reject(fault_t::stored_complement);
     }
     inflate->state = kStoredCopy;
-    return kGoOn;
+    return kContinue;
 }
 
-// Takes bytes straight from the input: after the alignment the bit buffer held whole bytes, at most
-// four, and the two 16-bit fields have used them up.
+// Copies directly from the input. The bit buffer is empty: after the alignment it had whole bytes, at
+// most four, and the two 16-bit fields have used them.
 int32_t copy_stored(inflate_t* inflate, bitstream_t* stream) {
     while (inflate->length > 0) {
         if (stream->available == 0) {
@@ -134,7 +134,7 @@ int32_t copy_stored(inflate_t* inflate, bitstream_t* stream) {
         inflate->length = static_cast<uint16_t>(inflate->length - count);
     }
     inflate->state = kBlockHeader;
-    return kGoOn;
+    return kContinue;
 }
 
 // ---- The header of a dynamic block
@@ -154,7 +154,7 @@ int32_t read_dynamic_header(inflate_t* inflate, bitstream_t* stream) {
     inflate->count = static_cast<uint16_t>(((header >> 10) & 15) + 4);
     inflate->symbol = 0;
     inflate->state = kCodeLengthLengths;
-    return kGoOn;
+    return kContinue;
 }
 
 int32_t read_code_length_lengths(inflate_t* inflate, bitstream_t* stream) {
@@ -168,7 +168,7 @@ int32_t read_code_length_lengths(inflate_t* inflate, bitstream_t* stream) {
     for (auto rest = static_cast<uint32_t>(inflate->symbol); rest < kCodeLengthCodes; ++rest) {
         inflate->lengths[kCodeLengthOrder[rest]] = 0;
     }
-    // Kept on purpose: an incomplete code is accepted here, only an over-subscribed one is not.
+    // Kept on purpose: an incomplete code is accepted here. Only an over-subscribed one is rejected.
     if (huffman_build(&inflate->dynLitlen, inflate->lengths, kCodeLengthCodes, kMaxCodeLength) <
         0) {
         return reject(fault_t::code_length_code);
@@ -176,10 +176,10 @@ int32_t read_code_length_lengths(inflate_t* inflate, bitstream_t* stream) {
     inflate->count = static_cast<uint16_t>(inflate->length + inflate->distance);
     inflate->lengthCursor = inflate->lengths;
     inflate->state = kCodeLengthSymbol;
-    return kGoOn;
+    return kContinue;
 }
 
-// Writes `repeats` equal code lengths and goes on with the next symbol, or with the tables.
+// Writes `repeats` equal code lengths and continues with the next symbol, or with the tables.
 void write_code_lengths(inflate_t* inflate, uint16_t length, uint32_t repeats) {
     inflate->lengthCursor = std::fill_n(inflate->lengthCursor, repeats, length);
     inflate->count = static_cast<uint16_t>(inflate->count - repeats);
@@ -195,10 +195,10 @@ int32_t read_code_length_symbol(inflate_t* inflate, bitstream_t* stream) {
     inflate->symbol = static_cast<int16_t>(symbol);
     if (symbol < 16) {
         write_code_lengths(inflate, static_cast<uint16_t>(symbol), 1);
-        return kGoOn;
+        return kContinue;
     }
     inflate->state = kCodeLengthRepeat;
-    return kGoOn;
+    return kContinue;
 }
 
 int32_t repeat_code_length(inflate_t* inflate, bitstream_t* stream) {
@@ -224,10 +224,11 @@ int32_t repeat_code_length(inflate_t* inflate, bitstream_t* stream) {
         return reject(fault_t::repeat_too_long);
     }
     write_code_lengths(inflate, repeatsPrevious ? inflate->lengthCursor[-1] : uint16_t{0}, repeats);
-    return kGoOn;
+    return kContinue;
 }
 
-// Builds the code of `n` lengths; an incomplete code passes only as a single code of one bit.
+// Builds the code of `n` lengths. An incomplete code is accepted only if it is a single code of one
+// bit.
 bool build_block_code(huffman_t* huffman, const uint16_t* lengths, uint32_t n) {
     const int32_t left = huffman_build(huffman, lengths, n, kMaxCodeLength);
     const uint32_t atMostOneBit = uint32_t{huffman->counts[0]} + huffman->counts[1];
@@ -247,7 +248,7 @@ int32_t build_tables(inflate_t* inflate, bitstream_t* /*stream*/) {
         return reject(fault_t::distance_code);
     }
     inflate->state = kLitlenSymbol;
-    return kGoOn;
+    return kContinue;
 }
 
 // ---- Compressed data
@@ -270,19 +271,19 @@ int32_t read_litlen_symbol(inflate_t* inflate, bitstream_t* stream) {
         inflate->symbol = static_cast<int16_t>(symbol - kFirstLengthSymbol);
         inflate->state = kLengthExtra;
     }
-    return kGoOn;
+    return kContinue;
 }
 
-// The same after the fast loop, which takes as many symbols as it may.
+// The same after the fast loop, which decodes as many symbols as it can.
 int32_t read_litlen_symbols(inflate_t* inflate, bitstream_t* stream) {
     inflate_fast(inflate, stream);
-    return inflate->state == kLitlenSymbol ? read_litlen_symbol(inflate, stream) : kGoOn;
+    return inflate->state == kLitlenSymbol ? read_litlen_symbol(inflate, stream) : kContinue;
 }
 
 int32_t read_length_extra(inflate_t* inflate, bitstream_t* stream) {
     const auto index = static_cast<uint32_t>(inflate->symbol);
     if (index >= kLengthCodes) {
-        // Symbols 286 and 287 exist in the fixed code only and stand for no length.
+        // Symbols 286 and 287 exist only in the fixed code and have no length.
         return reject(fault_t::length_symbol);
     }
     const uint32_t extra = bitstream_extract(stream, kLengthExtraBits[index]);
@@ -291,7 +292,7 @@ int32_t read_length_extra(inflate_t* inflate, bitstream_t* stream) {
     }
     inflate->length = static_cast<uint16_t>(kLengthBase[index] + extra);
     inflate->state = kDistanceSymbol;
-    return kGoOn;
+    return kContinue;
 }
 
 int32_t read_distance_symbol(inflate_t* inflate, bitstream_t* stream) {
@@ -301,10 +302,10 @@ int32_t read_distance_symbol(inflate_t* inflate, bitstream_t* stream) {
     }
     inflate->symbol = static_cast<int16_t>(symbol);
     inflate->state = kDistanceExtra;
-    return kGoOn;
+    return kContinue;
 }
 
-// How far back a match may reach: to the start of the output, and no further than a window holds.
+// Whether a match starts inside the output and, in window mode, inside the window.
 bool reaches_back(const inflate_t* inflate, uint32_t distance) {
     return distance <= inflate->totalOut &&
            (inflate->window == nullptr || distance <= inflate->windowSize);
@@ -324,7 +325,7 @@ int32_t read_distance_extra(inflate_t* inflate, bitstream_t* stream) {
         return reject(fault_t::distance_too_far);
     }
     inflate->state = kMatchCopy;
-    return kGoOn;
+    return kContinue;
 }
 
 int32_t write_literal(inflate_t* inflate, bitstream_t* /*stream*/) {
@@ -334,7 +335,7 @@ int32_t write_literal(inflate_t* inflate, bitstream_t* /*stream*/) {
     const auto literal = static_cast<uint8_t>(inflate->symbol);
     emit(inflate, &literal, 1);
     inflate->state = kLitlenSymbol;
-    return kGoOn;
+    return kContinue;
 }
 
 int32_t copy_match_from_window(inflate_t* inflate) {
@@ -353,7 +354,7 @@ int32_t copy_match_from_window(inflate_t* inflate) {
         inflate->length = static_cast<uint16_t>(inflate->length - count);
     }
     inflate->state = kLitlenSymbol;
-    return kGoOn;
+    return kContinue;
 }
 
 int32_t copy_match(inflate_t* inflate, bitstream_t* /*stream*/) {
@@ -367,17 +368,17 @@ int32_t copy_match(inflate_t* inflate, bitstream_t* /*stream*/) {
     const uint32_t count = std::min<uint32_t>(inflate->length, inflate->outAvailable);
     emit(inflate, inflate->copyFrom, count);
     inflate->length = static_cast<uint16_t>(inflate->length - count);
-    // Kept on purpose: what does not fit is dropped. The output is sized for the whole stream, and
-    // callers give up at the next byte that finds no room.
+    // Kept on purpose: bytes that do not fit are dropped. The output is sized for the whole stream, so
+    // callers reject a stream that needs space for one more byte.
     inflate->state = kLitlenSymbol;
-    return kGoOn;
+    return kContinue;
 }
 
 using step_t = int32_t (*)(inflate_t* inflate, bitstream_t* stream);
 
 using steps_t = std::array<step_t, kStateCount>;
 
-// The state machine alone.
+// The state machine without the fast loop.
 constexpr steps_t kStatesOnly = {
     read_block_header,
     read_stored_length,
@@ -396,7 +397,7 @@ constexpr steps_t kStatesOnly = {
     build_tables,
 };
 
-// The state machine with the fast loop in it.
+// The state machine with the fast loop.
 constexpr steps_t kSteps = [] {
     steps_t steps = kStatesOnly;
     steps[kLitlenSymbol] = read_litlen_symbols;
@@ -413,7 +414,7 @@ int32_t reset(inflate_t* inflate) {
     return kInflateDone;
 }
 
-// Runs until a step stops the machine. @return what that step returned
+// Runs until a step stops the machine. @return the result of that step
 template <const steps_t& steps>
 int32_t run(inflate_t* inflate, bitstream_t* stream) {
     for (;;) {
@@ -421,7 +422,7 @@ int32_t run(inflate_t* inflate, bitstream_t* stream) {
             return reject(fault_t::state);
         }
         const int32_t outcome = steps[inflate->state](inflate, stream);
-        if (outcome != kGoOn) {
+        if (outcome != kContinue) {
             return outcome;
         }
     }
@@ -452,7 +453,7 @@ void build_fixed_codes(huffman_t* litlen, huffman_t* dist) {
         lengths[symbol] = symbol < 144 ? 8 : symbol < 256 ? 9 : symbol < 280 ? 7 : 8;
     }
     huffman_build(litlen, lengths, kFixedLitlenSymbols, kMaxCodeLength);
-    // Two of the 32 five-bit patterns stay without a symbol, and are invalid data.
+    // Two of the 32 five-bit patterns have no symbol and are invalid data.
     std::fill_n(lengths, kMaxDistSymbols, uint16_t{5});
     huffman_build(dist, lengths, kMaxDistSymbols, kMaxCodeLength);
 }

@@ -1,9 +1,9 @@
-// The state machine in window mode, kept to what direct mode would do.
+// Runs the state machine in window mode and reproduces the verdict of direct mode.
 //
-// Direct mode has the room for all output at once and cuts the match that reaches beyond it; whatever wants
-// to write after that is rejected. Window mode would resume the match in the next buffer. So the last byte of
-// the room is given alone: a match that still has more than this byte to copy at that point is the one that
-// direct mode cuts.
+// Direct mode has the space for all output at once. It truncates a match that extends beyond the end and rejects the
+// stream if it writes more after that. Window mode would continue the match in the next buffer. So the last byte of
+// output space is given separately: a match that has more than this byte left to copy at that point is the one that
+// direct mode truncates.
 #include "inflate/src/internal/inflate_rehearsal.h"
 
 #include "inflate/src/internal/deflate_tables.h"
@@ -15,24 +15,24 @@ namespace {
 
 constexpr uint32_t kBlockHeaderBits = 3;
 
-// Bits of the stream that have been taken.
-uint64_t bits_taken(const rehearsal_t& rehearsal) {
+// The number of bits read from the stream.
+uint64_t bits_read(const rehearsal_t& rehearsal) {
     return (rehearsal.bytesGiven - rehearsal.input.available) * 8 - rehearsal.input.bitCount;
 }
 
-// False if direct mode would reject what comes next.
+// Gives the record more output space. False if direct mode would reject the stream here.
 bool give_room(rehearsal_t* rehearsal) {
     inflate_t& inflate = rehearsal->inflate;
     if (rehearsal->room == 0) {
-        if (!rehearsal->cutsMatch) {
+        if (!rehearsal->truncatesMatch) {
             return false;
         }
-        rehearsal->cutsMatch = false;
+        rehearsal->truncatesMatch = false;
         inflate.state = kLitlenSymbol; // the rest of the match is dropped
         return true;
     }
     const bool isLast = rehearsal->room == 1;
-    rehearsal->cutsMatch = isLast && inflate.state == kMatchCopy && inflate.length > 1;
+    rehearsal->truncatesMatch = isLast && inflate.state == kMatchCopy && inflate.length > 1;
     const uint64_t count =
         isLast ? 1 : std::min<uint64_t>(sizeof rehearsal->output, rehearsal->room - 1);
     inflate.out = rehearsal->output;
@@ -45,22 +45,22 @@ bool is_in_fixed_block(const rehearsal_t& rehearsal) {
     return rehearsal.inflate.litlenTable == &rehearsal.fixedLitlen;
 }
 
-// Notes the block whose header has just been read, and lends the record the codes for it.
+// Records the block whose header has just been read, and gives the decoder the codes for it.
 void enter_fixed_block(rehearsal_t* rehearsal) {
     if (rehearsal->fixedBlocks++ == 0) {
-        rehearsal->firstFixedBlock.firstByte = (bits_taken(*rehearsal) - kBlockHeaderBits) / 8;
+        rehearsal->firstFixedBlock.firstByte = (bits_read(*rehearsal) - kBlockHeaderBits) / 8;
     }
     rehearsal->inflate.litlenTable = &rehearsal->fixedLitlen;
     rehearsal->inflate.distTable = &rehearsal->fixedDist;
 }
 
-// Called where the machine stands inside the block, and once at its end.
-void note_last_byte(rehearsal_t* rehearsal, int32_t outcome) {
+// Called when the machine stops inside the block, and at its end.
+void set_last_byte(rehearsal_t* rehearsal, int32_t outcome) {
     if (rehearsal->fixedBlocks == 1) {
-        // Where the input ends, the bits of an unfinished code are still in the reader.
+        // At the end of the input, the bits of an unfinished code are still in the reader.
         const bool isAtEndOfInput = outcome == kInflateNeedsInput;
         rehearsal->firstFixedBlock.lastByte =
-            isAtEndOfInput ? rehearsal->bytesGiven - 1 : (bits_taken(*rehearsal) - 1) / 8;
+            isAtEndOfInput ? rehearsal->bytesGiven - 1 : (bits_read(*rehearsal) - 1) / 8;
     }
 }
 
@@ -69,15 +69,17 @@ int32_t run(rehearsal_t* rehearsal) {
     inflate_t& inflate = rehearsal->inflate;
     for (;;) {
         const int32_t outcome = step(&inflate, &rehearsal->input);
-        if (is_in_fixed_block(*rehearsal) && (outcome != kGoOn || inflate.state == kBlockHeader)) {
-            note_last_byte(rehearsal, outcome);
+        if (is_in_fixed_block(*rehearsal) &&
+            (outcome != kContinue || inflate.state == kBlockHeader)) {
+            set_last_byte(rehearsal, outcome);
             if (inflate.state == kBlockHeader) {
-                inflate.litlenTable = nullptr; // the next block brings its own
+                inflate.litlenTable = nullptr; // the next block sets its own
             }
         }
         if (fault_of(outcome) == fault_t::fixed_code_block) {
             enter_fixed_block(rehearsal);
-        } else if (outcome != kGoOn && (outcome != kInflateNeedsOutput || !give_room(rehearsal))) {
+        } else if (outcome != kContinue &&
+                   (outcome != kInflateNeedsOutput || !give_room(rehearsal))) {
             return outcome;
         }
     }
@@ -98,7 +100,7 @@ void rehearsal_begin(rehearsal_t* rehearsal, uint64_t room) {
     give_room(rehearsal);
 }
 
-int32_t rehearsal_take(rehearsal_t* rehearsal, const uint8_t* data, uint32_t size) {
+int32_t rehearsal_feed(rehearsal_t* rehearsal, const uint8_t* data, uint32_t size) {
     rehearsal->input.data = data;
     rehearsal->input.available = size;
     rehearsal->bytesGiven += size;
@@ -108,7 +110,7 @@ int32_t rehearsal_take(rehearsal_t* rehearsal, const uint8_t* data, uint32_t siz
 }
 
 uint64_t rehearsal_position(const rehearsal_t& rehearsal) {
-    return bits_taken(rehearsal) / 8;
+    return bits_read(rehearsal) / 8;
 }
 
 } // namespace inflate_detail

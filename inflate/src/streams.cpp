@@ -1,5 +1,5 @@
-// The bit reader and canonical Huffman codes. Nothing here takes a bit from the reader that a later
-// call could still need: what the input does not complete stays in the bit buffer.
+// The bit reader and canonical Huffman codes. No function removes bits from the reader that a later
+// call needs: the bits of an incomplete value stay in the bit buffer.
 #include "inflate/src/streams.h"
 
 #include <algorithm>
@@ -9,16 +9,17 @@
 
 namespace {
 
-constexpr uint32_t kMaxExtract = 24; // more could overflow the 32-bit buffer while it loads bytes
+constexpr uint32_t kMaxExtract = 24; // with more, loading bytes could overflow the 32-bit buffer
 
-// Adds the next input byte above the bits held; the caller has made sure that both have room.
+// Adds the next input byte above the bits in the buffer. The caller makes sure that there is a byte
+// and space for it.
 void load_byte(bitstream_t* stream) {
     stream->bits |= static_cast<uint32_t>(*stream->data++) << stream->bitCount;
     stream->bitCount += 8;
     --stream->available;
 }
 
-// bitstream_extract of one bit, here in line: codes are read so, bit by bit.
+// bitstream_extract of one bit, inline because codes are read bit by bit.
 inline uint32_t extract_bit(bitstream_t* stream) {
     if (stream->bitCount == 0) {
         if (stream->available == 0) {
@@ -119,9 +120,9 @@ int32_t huffman_decode(const huffman_t* huffman, bitstream_t* stream) {
     if (huffman->maxBits == 0) {
         return kHuffmanInvalid;
     }
-    // The code is read from a copy of the reader. If the input ends inside it, every byte has been
-    // loaded and no bit of the code was taken from the reader itself: its bits wait in the buffer,
-    // even if they came from a piece of input that is gone by the next call.
+    // The code is read from a copy of the reader. If the input ends inside the code, its bits stay in
+    // the buffer of the reader itself. Its remaining bytes are loaded there too, because the caller
+    // may free the piece of input before the next call.
     bitstream_t ahead = *stream;
     int32_t code = 0;
     int32_t first = 0;

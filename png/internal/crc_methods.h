@@ -1,15 +1,14 @@
-// The ways to a checksum. Each gives what png_crc32() gives.
+// Three methods to calculate a CRC, with the same results as png_crc32().
 #pragma once
 
 #include <cstdint>
 
 namespace png_detail {
 
-/// By one table lookup a byte: the definition.
+/// By one table lookup per byte: the definition.
 uint32_t crc_by_bytes(const uint8_t* bytes, uint64_t length, uint32_t previous);
 
-/// By eight table lookups for eight bytes. Their remainders do not wait for each other, so that a byte takes a third
-/// of the time.
+/// By eight independent table lookups for eight bytes, in a third of the time.
 uint32_t crc_by_slices(const uint8_t* bytes, uint64_t length, uint32_t previous);
 
 /// By carry-less multiplication, for at least kMinCarryLessBytes bytes.

@@ -1,4 +1,4 @@
-// The decoder's entries for callers who want to know more than the result of png_decode().
+// The decoder's functions for callers that need more than the result of png_decode().
 #pragma once
 
 #include "png/internal/png_fault.h"
@@ -10,30 +10,29 @@ class DsSurface;
 
 namespace png_detail {
 
-/// Bytes in front of the DEFLATE stream, in the first IDAT chunk. The decoder does not look at them.
+/// Bytes before the DEFLATE stream, in the first IDAT chunk. The decoder does not check them.
 inline constexpr uint32_t kZlibHeaderSize = 2;
 
-/// Bytes of the filtered rows, cut to 32 bits as the inflate record counts.
+/// Bytes of the filtered rows, truncated to the 32 bits of the inflate record.
 uint32_t filtered_size(const png_info_t& info);
 
-/// The same, not counted in 32 bits.
-uint64_t uncut_filtered_size(const png_info_t& info);
+/// The same in 64 bits, not truncated.
+uint64_t full_filtered_size(const png_info_t& info);
 
-/// png_decode(), which also fills `*record` unless that is null.
+/// png_decode() that also fills `*record`, unless it is null.
 int32_t decode(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,
                fault_record_t* record);
 
-/// Takes the image data in place of a surface's pixel block.
+/// Receives the image data instead of a surface's pixel buffer.
 struct image_data_sink_t {
     void* context;
-    /// Takes the next bytes of the DEFLATE stream. @return what inflate_detail::process() would
-    int32_t (*take)(void* context, const uint8_t* data, uint32_t size,
-                    inflate_detail::fault_t* fault);
+    /// Processes the next bytes of the DEFLATE stream. @return a result of inflate_detail::process()
+    int32_t (*process)(void* context, const uint8_t* data, uint32_t size,
+                       inflate_detail::fault_t* fault);
 };
 
-/// The full pass up to the rows, which are not converted: every check, with `sink` in place of the pixel
-/// block. `surface` stands for the surface of a full pass and may have any size; its palette is filled.
-/// The record's imageDataOffset stays 0.
+/// The full pass without the conversion of the rows. It makes every check, and `sink` gets the image data. `surface`
+/// may have any size; its palette is filled. The record's imageDataOffset stays 0.
 int32_t decode_into_sink(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,
                          const image_data_sink_t& sink, fault_record_t* record);
 

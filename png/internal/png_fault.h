@@ -1,4 +1,4 @@
-// Why the decoder rejects a file: one value for each check, and where it stood.
+// The reasons for which the decoder rejects a file, one for each check, and the position in the file.
 #pragma once
 
 #include "inflate/src/internal/inflate_fault.h"
@@ -13,32 +13,32 @@ namespace png_detail {
 /// In the order of the checks.
 enum class fault_t : uint8_t {
     none,
-    signature, ///< the first eight bytes are others, or not there
+    signature, ///< the first eight bytes differ or are missing
     // Every chunk, the header included
     end_chunk_missing,     ///< the file ends where a chunk must begin
-    chunk_frame_truncated, ///< the file ends before the room for length, type and CRC
+    chunk_frame_truncated, ///< the file ends before there is space for length, type and CRC
     chunk_truncated,
     chunk_crc,
     // The header
-    header_missing, ///< the first chunk is another one
+    header_missing, ///< the first chunk has another type
     header_length,
     size_zero,
     color_type,
-    bit_depth, ///< one that the color type cannot have
+    bit_depth, ///< not allowed for the color type
     compression_method,
     filter_method,
     interlace_method,
     bit_depth_unsupported,
     interlace_unsupported,
-    // The surface's pixel block
-    pixel_block_missing,
-    pixel_block_too_small,
+    // The surface's pixel buffer
+    pixel_buffer_missing,
+    pixel_buffer_too_small,
     // PLTE
     palette_in_gray_image,
     palette_repeated,
     palette_length,
     palette_too_large, ///< for the surface
-    palette_block_missing,
+    palette_buffer_missing,
     // tRNS
     transparency_after_image_data,
     key_color_length,
@@ -53,18 +53,18 @@ enum class fault_t : uint8_t {
     // Other chunks
     header_repeated,
     critical_chunk_unknown,
-    // What must have come by the end of the chunks
+    // Chunks that are missing at the end
     image_data_missing,
     image_data_truncated,
     palette_missing,
     // The palette and the rows of the surface
-    gray_ramp_block_missing,
+    gray_ramp_buffer_missing,
     rows_truncated, ///< the filtered rows end too early
     rows_do_not_fit,
     count
 };
 
-/// The results of png_decode() by fault. No other place decides between them.
+/// The result of png_decode() for each fault. No other code chooses a result.
 struct fault_result_t {
     fault_t fault;
     int32_t result;
@@ -86,13 +86,13 @@ inline constexpr fault_result_t kFaultResults[] = {
     {fault_t::interlace_method, kPngMalformed},
     {fault_t::bit_depth_unsupported, kPngUnsupported},
     {fault_t::interlace_unsupported, kPngUnsupported},
-    {fault_t::pixel_block_missing, kPngDoesNotFit},
-    {fault_t::pixel_block_too_small, kPngDoesNotFit},
+    {fault_t::pixel_buffer_missing, kPngDoesNotFit},
+    {fault_t::pixel_buffer_too_small, kPngDoesNotFit},
     {fault_t::palette_in_gray_image, kPngMalformed},
     {fault_t::palette_repeated, kPngMalformed},
     {fault_t::palette_length, kPngMalformed},
     {fault_t::palette_too_large, kPngDoesNotFit},
-    {fault_t::palette_block_missing, kPngDoesNotFit},
+    {fault_t::palette_buffer_missing, kPngDoesNotFit},
     {fault_t::transparency_after_image_data, kPngMalformed},
     {fault_t::key_color_length, kPngMalformed},
     {fault_t::transparency_length, kPngMalformed},
@@ -107,7 +107,7 @@ inline constexpr fault_result_t kFaultResults[] = {
     {fault_t::image_data_missing, kPngMalformed},
     {fault_t::image_data_truncated, kPngMalformed},
     {fault_t::palette_missing, kPngMalformed},
-    {fault_t::gray_ramp_block_missing, kPngDoesNotFit},
+    {fault_t::gray_ramp_buffer_missing, kPngDoesNotFit},
     {fault_t::rows_truncated, kPngMalformed},
     {fault_t::rows_do_not_fit, kPngDoesNotFit},
 };
@@ -126,19 +126,19 @@ constexpr int32_t result_of(fault_t fault) {
     return kFaultResults[static_cast<size_t>(fault)].result;
 }
 
-/// What the decoder knows at a rejection. Fields that the fault has nothing to do with are zero; the
-/// image's sizes and types stand in the caller's png_info_t.
+/// The details of a rejection. Fields without a meaning for the fault are zero. The image's sizes and types are in the
+/// caller's png_info_t.
 struct fault_record_t {
     fault_t fault;
     inflate_detail::fault_t inflateFault; ///< for image_data_invalid
-    /// The current or last chunk, the header being 1; 0: the signature. For end_chunk_missing: the missing
-    /// chunk, one more than the file has.
+    /// The current or last chunk, counted from 1; 0 is the signature. For end_chunk_missing: the missing chunk, one
+    /// more than the file has.
     uint32_t chunkIndex;
-    uint64_t chunkOffset;          ///< of its length field in the file, or the file's end
-    uint32_t chunkLength;          ///< of its data; 0 if the frame is truncated
-    uint8_t chunkType[4];          ///< as in the file; zeros if the frame is truncated
+    uint64_t chunkOffset; ///< of the chunk's length field in the file, or the end of the file
+    uint32_t chunkLength; ///< of the chunk's data; 0 if the frame is truncated
+    uint8_t chunkType[4]; ///< as in the file; zeros if the frame is truncated
     uint32_t storedCrc, actualCrc; ///< for chunk_crc
-    /// Where the inflate decoder stood, in bytes from the first byte of image data, over all IDAT chunks.
+    /// The position of the inflate decoder, in bytes from the start of the image data of all IDAT chunks.
     uint64_t imageDataOffset;
 };
 

@@ -5,7 +5,7 @@
 
 namespace png_detail {
 
-/// As the first byte of a row names them.
+/// Values of the first byte of a row.
 enum png_filter_t : uint8_t {
     kFilterNone,
     kFilterSub,

@@ -8,7 +8,7 @@
 
 namespace png_detail {
 
-// What each filter adds to a sample, given its neighbors.
+// The prediction of each filter, which is added to a sample. The arguments are its neighbors.
 struct no_filter_t {
     static uint32_t predict(uint32_t, uint32_t, uint32_t) { return 0; }
 };
@@ -39,13 +39,13 @@ struct paeth_filter_t {
     }
 };
 
-/// Where a PNG sample goes inside its pixel.
+/// The position of a PNG sample in the pixel of the surface.
 template <uint32_t pixelBytes>
 constexpr uint32_t target_sample(uint32_t sample) {
     return kExchangesRedAndBlue<pixelBytes> && sample < 3 ? 2 - sample : sample;
 }
 
-/// Converts a row from its byte `done` on, which starts a pixel. The pixels before it are finished.
+/// Converts a row from byte `done` on, where a pixel starts. The pixels before it are finished.
 /// @param above not read if `hasAbove` is false
 template <uint32_t pixelBytes, typename filter_t, bool hasAbove>
 void convert_rest_of_row(uint8_t* target, const uint8_t* source, const uint8_t* above,

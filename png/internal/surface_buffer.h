@@ -1,4 +1,4 @@
-// Where the surfaces lie that the decoder fills.
+// The buffers of the surfaces that the decoder fills.
 #pragma once
 
 #include "src/internal/huge_pages.h"
@@ -10,9 +10,9 @@
 namespace png_detail {
 
 /// @param byteCount at least 1
-/// @return a zeroed buffer on large pages, so that bytes which no input byte reaches are the same in
-/// every run; `release` frees it
-/// @throws std::bad_alloc without memory
+/// @return a buffer on large pages, for `release`. It is zeroed, so that bytes without input are the
+/// same in every run.
+/// @throws std::bad_alloc if there is not enough memory
 inline void* allocate_zeroed(size_t byteCount) {
     void* const buffer = std::calloc(1, byteCount);
     if (buffer == nullptr) {

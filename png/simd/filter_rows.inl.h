@@ -3,29 +3,29 @@
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h and png/simd/pixel_lanes.inl.h; the
 // includer has png/internal/scalar_rows.h.
 //
-// None and Up have no chain from pixel to pixel. Sub is a running sum, computed by prefix sums. For pixels a, b, c, d
-// of four bytes:
+// In None and Up, pixels do not depend on each other. Sub is a running sum, computed by prefix sums. For pixels a, b,
+// c, d of four bytes:
 //
 //     block                        a     b     c      d
 //     + block moved up by 1        a    ab    bc     cd
-//     + that moved up by 2         a    ab   abc   abcd
-//     + last sum of the row        what the filter gives
+//     + result moved up by 2       a    ab   abc   abcd
+//     + last pixel so far          the pixels
 //
-// so that the only chain from block to block is one addition. Average goes pixel by pixel, its samples at once.
+// so that only one addition depends on the block before. Average runs pixel by pixel, with all samples at once.
 //
-// Every loop reads a block before it writes the same block of the row, because the target may lie a single byte
+// Every loop reads a block before it writes the same block of the row, because the target may start a single byte
 // before the source.
 
 constexpr uint64_t kBlockBytes = 16;
 static_assert(sizeof(U8) == kBlockBytes);
 
-// Pixels of three bytes leave the block's last byte over. It is written all the same: it lies in the row, ahead of
-// what the next block will write, and not ahead of what has been read, because the target starts at least a byte
+// The last byte of a block is unused by pixels of three bytes. The store still writes it. It is inside the row, and
+// the next block overwrites it. It is not source that is still to be read, because the target starts at least one byte
 // before the source.
 template <uint32_t pixelBytes>
 constexpr uint64_t kStep = (kBlockBytes / pixelBytes) * pixelBytes;
 
-// Exchanges red and blue in a block of pixels without gaps; a byte that is left over becomes zero.
+// Exchanges red and blue in a block of adjacent pixels. An unused last byte becomes zero.
 template <uint32_t pixelBytes>
 U8 exchange_in_block(U8 block) {
     if constexpr (pixelBytes == 3) {
@@ -37,7 +37,7 @@ U8 exchange_in_block(U8 block) {
     }
 }
 
-// ---- Filters without a chain
+// ---- Filters without dependencies between pixels
 
 template <uint32_t pixelBytes>
 void copy_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
@@ -60,7 +60,7 @@ void up_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64
 
 // ---- Sub
 
-// Sums of the pixels up to each pixel of the block.
+// The sums of all pixels of the block up to each one.
 template <uint32_t pixelBytes>
 U8 prefix_sums(U8 block) {
     block += moveUp<pixelBytes>(block);
@@ -106,14 +106,14 @@ void sub_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint6
 
 // ---- Average
 
-// The prediction is (left + up) / 2, rounded down; instructions round up. The complements exchange both:
+// The prediction is (left + up) / 2, rounded down, but the instruction rounds up. With complements it rounds down:
 //
 //     (left + up) / 2 = ~averageUp(~left, ~up)
 //     pixel = filtered + ~averageUp(~left, ~up)     and by ~(x + ~y) = y - x:
 //     ~pixel = averageUp(~left, ~up) - filtered
 //
-// so that two instructions lead from pixel to pixel. All but the last pixel, because pixels of three bytes are read
-// and written as four.
+// so that each pixel depends on the one before by two instructions. The loop leaves out the last pixel, because pixels
+// of three bytes are read and written as four.
 template <uint32_t pixelBytes>
 void average_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
     U8 notLeft = ~U8{};

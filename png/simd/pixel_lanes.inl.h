@@ -1,8 +1,8 @@
-// Pixels in the words of a register, and their way in and out.
+// Pixels in the words of a register: loads, stores and the exchange of red and blue.
 //
 // Included inside a namespace after a src/simd/vec_<isa>.h; the includer has png/internal/row_backend.h.
 
-/// A pixel from memory; one of three bytes is read together with the byte behind it.
+/// Loads a pixel. For a pixel of three bytes the byte after it is read, too.
 template <uint32_t pixelBytes>
 uint32_t load_pixel(const uint8_t* bytes) {
     uint32_t pixel = 0;
@@ -10,13 +10,13 @@ uint32_t load_pixel(const uint8_t* bytes) {
     return pixel;
 }
 
-/// Writes a pixel; the byte behind one of three bytes is written too.
+/// Stores a pixel. For a pixel of three bytes the byte after it is written, too.
 template <uint32_t pixelBytes>
 void store_pixel(uint8_t* bytes, uint32_t pixel) {
     std::memcpy(bytes, &pixel, pixelBytes == 3 ? 4 : pixelBytes);
 }
 
-/// Exchanges red and blue in pixels that have a word each, if there are both.
+/// Exchanges red and blue, if the pixels have them. Each pixel has a word.
 template <uint32_t pixelBytes>
 U32 exchange_in_words(U32 pixels) {
     if constexpr (kExchangesRedAndBlue<pixelBytes>) {

@@ -1,15 +1,14 @@
-// The row functions that the backends with registers of 16 bytes have.
+// The row functions of the backends with registers of 16 bytes.
 //
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h; the includer has
 // png/internal/scalar_rows.h, <cstring> and <utility>.
 
 #include "png/simd/pixel_lanes.inl.h"
-// The lanes come first.
+// The row functions need the lanes above.
 #include "png/simd/filter_rows.inl.h"
 #include "png/simd/wavefront.inl.h"
 
-// Single Paeth rows are left to the scalar backend, and those of Average with one or two bytes a pixel, which take as
-// long there.
+// Single rows of Paeth, and of Average with one or two bytes per pixel, use the scalar backend, which is as fast.
 template <uint32_t pixelBytes>
 constexpr row_functions_t kFunctions = {
     {},

@@ -28,7 +28,7 @@ rehearsal_outcome_t rehearse(const byte_vector& raw, uint64_t room,
     sizes.push_back(raw.size());
     for (size_t at = 0, i = 0; i < sizes.size() && result == kInflateNeedsInput; ++i) {
         const byte_vector piece = slice(raw, at, std::min(sizes[i], raw.size() - at));
-        result = inflate_detail::rehearsal_take(rehearsal.get(), piece.data(),
+        result = inflate_detail::rehearsal_feed(rehearsal.get(), piece.data(),
                                                 static_cast<uint32_t>(piece.size()));
         at += piece.size();
     }

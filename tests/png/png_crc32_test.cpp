@@ -1,6 +1,6 @@
 // The CRC against zlib's.
 #include "png/internal/carry_less_crc.h"
-#include "png/internal/crc_ways.h"
+#include "png/internal/crc_methods.h"
 #include "png/png_crc32.h"
 #include "src/simd/cpu.h"
 #include "tests/support/test_bytes.h"

@@ -157,12 +157,12 @@ TEST(PngFault, NamesInterlacing) {
 TEST(PngFault, NamesAMissingPixelBlock) {
     const auto no_block = [](size_t) -> void* { return nullptr; };
     DsSurface surface(64, 64, 0, DsColorMode::ARGB8888, 0, 0, no_block, std::free, 1, 64);
-    expect_full_fault(fault_t::pixel_block_missing, png().rgb(2, 2).bytes(), surface);
+    expect_full_fault(fault_t::pixel_buffer_missing, png().rgb(2, 2).bytes(), surface);
 }
 
 TEST(PngFault, NamesAPixelBlockThatIsTooSmall) {
     DsSurface surface = fenced_surface({131, 1});
-    expect_full_fault(fault_t::pixel_block_too_small, png().gray(10, 12).bytes(), surface);
+    expect_full_fault(fault_t::pixel_buffer_too_small, png().gray(10, 12).bytes(), surface);
 }
 
 // --- The palette
@@ -190,7 +190,7 @@ TEST(PngFault, NamesAPaletteThatIsTooLargeForTheSurface) {
 
 TEST(PngFault, NamesASurfaceWithoutAPaletteBlock) {
     DsSurface surface = fenced_surface({64, 64, DsColorMode::RGB888, 0, 256, 64});
-    expect_full_fault(fault_t::palette_block_missing, png().rgb(2, 2).palette(4).bytes(), surface);
+    expect_full_fault(fault_t::palette_buffer_missing, png().rgb(2, 2).palette(4).bytes(), surface);
 }
 
 // --- Transparency
@@ -304,7 +304,7 @@ TEST(PngFault, NamesAMissingPalette) {
 
 TEST(PngFault, NamesASurfaceWithoutAPaletteBlockForTheGrayRamp) {
     DsSurface surface = fenced_surface({64, 64, DsColorMode::RGB888, 0, 256, 64});
-    expect_full_fault(fault_t::gray_ramp_block_missing, png().gray(2, 2).bytes(), surface);
+    expect_full_fault(fault_t::gray_ramp_buffer_missing, png().gray(2, 2).bytes(), surface);
 }
 
 TEST(PngFault, NamesRowsThatEndTooEarly) {
@@ -384,7 +384,7 @@ TEST(PngFault, IsTheSameWithASinkForTheImageData) {
     EXPECT_EQ(fault_with_sink(image.bytes(), counting), fault_t::none);
     EXPECT_EQ(counting.bytes, image.image_data().size() - png_detail::kZlibHeaderSize);
     EXPECT_EQ(fault_with_sink(png().rgb(3, 3).palette(3).bytes(), counting),
-              fault_t::palette_block_missing);
+              fault_t::palette_buffer_missing);
     EXPECT_EQ(fault_with_sink(png().rgb(3, 3).bit_depth(16).bytes(), counting),
               fault_t::bit_depth_unsupported);
 }

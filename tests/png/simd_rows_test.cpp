@@ -93,8 +93,8 @@ struct conversion_t {
 };
 
 conversion_t convert(const image_t& image, byte_vector block) {
-    const fault_t fault = png_convert_rows({.block = block.data(),
-                                            .blockSize = block.size(),
+    const fault_t fault = png_convert_rows({.buffer = block.data(),
+                                            .bufferSize = block.size(),
                                             .sourceOffset = image.room,
                                             .stride = image.stride,
                                             .width = image.width,

@@ -19,7 +19,7 @@
 
 namespace {
 
-// Leaves a block unreleased for good. LeakSanitizer, where it runs, does not report this block.
+// Marks a buffer that is never released, so that LeakSanitizer does not report it.
 void keepForever([[maybe_unused]] const char* text) {
 #if defined(PNGSLAB_LEAK_SANITIZER)
     __lsan_ignore_object(text);
@@ -39,7 +39,7 @@ bool beginsWithMinus(const std::string& token) {
     return !token.empty() && token.front() == '-';
 }
 
-// How messages name an option that may have two spellings.
+// The name of an option in messages. An option may have two spellings.
 std::string labelOf(const std::string& name, const std::string& alternativeName) {
     if (name.empty()) {
         return alternativeName;
@@ -90,8 +90,8 @@ StringArgumentParser::StringArgumentParser(std::string* target)
 std::list<std::string>::iterator
 StringArgumentParser::parse(std::list<std::string>::iterator position,
                             std::list<std::string>& tokens) {
-    // Kept on purpose: an empty value is not reported as missing, its first character is out of
-    // range.
+    // Kept on purpose: an empty value is not reported as missing. Its first character is out of range,
+    // which throws.
     if (position == tokens.end() || position->at(0) == '-') {
         throw CommandLineException(nullptr, "missing value");
     }
@@ -138,7 +138,7 @@ bool CommandLine::getPositional(ArgumentParser& parser) {
         if (beginsWithMinus(*token)) {
             isFree = false;
         } else if (!isFree) {
-            isFree = true; // the value of the option before it
+            isFree = true; // this token is the value of the option before it
         } else {
             try {
                 parser.parse(token, mTokens);

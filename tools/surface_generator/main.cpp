@@ -22,7 +22,7 @@ constexpr const char* kTitle = "Quillory Surface Generator";
 constexpr const char* kProgramName = "pngslab";
 constexpr const char* kMakersNotice = "Turns PNG images into surfaces that are ready to draw on.";
 
-// Ends the run normally: success and the help screen leave through the same exit path as failures.
+// Ends the run normally. Success and the help screen use an exception like failures.
 [[noreturn]] void exitSuccess() {
     throw 0U;
 }
@@ -53,7 +53,7 @@ struct Buffer {
     size_t byteCount;
 };
 
-// What the command line asks for.
+// The values of the command line.
 struct Request {
     std::string imagePath, outputPath;
     bool alphaOnly;
@@ -72,19 +72,19 @@ void declareOptions(CommandLine& commandLine) {
     commandLine.addOption("--output <output file>", "Output surface file");
 }
 
-bool takeFlag(CommandLine& commandLine, const char* name) {
+bool parseFlag(CommandLine& commandLine, const char* name) {
     NullArgumentParser parser;
     return commandLine.getOption(name, "", parser, false);
 }
 
-bool takeValue(CommandLine& commandLine, const char* name, std::string& value) {
+bool parseValue(CommandLine& commandLine, const char* name, std::string& value) {
     StringArgumentParser parser(&value);
     return commandLine.getOption(name, "", parser, false);
 }
 
-int32_t takeRotation(CommandLine& commandLine) {
+int32_t parseRotation(CommandLine& commandLine) {
     std::string text;
-    if (!takeValue(commandLine, "--rotation", text)) {
+    if (!parseValue(commandLine, "--rotation", text)) {
         return 0;
     }
     if (text == "90") {
@@ -99,19 +99,19 @@ int32_t takeRotation(CommandLine& commandLine) {
     throwError("invalid rotation");
 }
 
-// Takes the options in the order in which their mistakes are to be reported.
-Request takeOptions(CommandLine& commandLine) {
-    if (takeFlag(commandLine, "--help")) {
+// Parses the options in the order in which their mistakes are reported.
+Request parseOptions(CommandLine& commandLine) {
+    if (parseFlag(commandLine, "--help")) {
         commandLine.printUsage();
         exitSuccess();
     }
     Request request;
-    if (!takeValue(commandLine, "--image", request.imagePath)) {
+    if (!parseValue(commandLine, "--image", request.imagePath)) {
         throw CommandLineException("--image", "missing file name");
     }
-    request.alphaOnly = takeFlag(commandLine, "--alphaonly");
-    request.rotation = takeRotation(commandLine);
-    if (!takeValue(commandLine, "--output", request.outputPath)) {
+    request.alphaOnly = parseFlag(commandLine, "--alphaonly");
+    request.rotation = parseRotation(commandLine);
+    if (!parseValue(commandLine, "--output", request.outputPath)) {
         throw CommandLineException("--output", "missing output file");
     }
     commandLine.checkUnused();
@@ -120,25 +120,25 @@ Request takeOptions(CommandLine& commandLine) {
 
 void checkSuffix(const std::string& imagePath) {
     constexpr size_t kSuffixLength = 4;
-    // Kept on purpose: a shorter path is out of range for substr, which ends the run abnormally.
+    // Kept on purpose: for a shorter path substr throws, which ends the run abnormally.
     if (imagePath.substr(imagePath.size() - kSuffixLength, kSuffixLength) != ".png") {
         throwError("unrecognized input file");
     }
 }
 
-// Kept on purpose: both files are reported with the same words; the path tells them apart.
+// Kept on purpose: both files have the same message. Only the path differs.
 File openFile(const std::string& path, const char* mode) {
     File file(std::fopen(path.c_str(), mode));
     if (file == nullptr) {
         throwError("cannot open input file '%s'", path.c_str());
     }
-    // It is read or written in one piece, which needs no memory in between.
+    // The file is read or written in one piece, so a buffer would only cost a copy.
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
 }
 
-// Reads the file in one piece. A size that cannot be determined comes out as one that cannot be
-// allocated.
+// Reads the file in one piece. If the size cannot be determined, it becomes so large that the
+// allocation fails.
 Buffer<uint8_t> readWhole(std::FILE* file, const std::string& path) {
     std::fseek(file, 0, SEEK_END);
     const auto size = static_cast<size_t>(std::ftell(file));
@@ -166,22 +166,22 @@ Buffer<uint32_t> serialize(const DsSurface& surface) {
     const uint64_t wordCount = size / sizeof(uint32_t);
     Buffer<uint32_t> file = {std::make_unique_for_overwrite<uint32_t[]>(wordCount), size};
     ds_detail::askForHugePages(file.data.get(), size);
-    // The surface leaves the padding behind its last line as it is; the same image is to give the
-    // same file.
+    // The surface does not write the padding after its last row. It is zeroed, so that the same image
+    // always gives the same file.
     file.data[wordCount - 1] = 0;
     surface.serialize(file.data.get());
     return file;
 }
 
 [[noreturn]] void convert(CommandLine& commandLine) {
-    const Request request = takeOptions(commandLine);
+    const Request request = parseOptions(commandLine);
     checkSuffix(request.imagePath);
-    // The input first: a missing one must not create or empty the output.
+    // The input is opened first: if it is missing, the output must not be created or truncated.
     File input = openFile(request.imagePath, "rb");
     File output = openFile(request.outputPath, "wb");
     std::unique_ptr<DsSurface> surface = decode(std::move(input), request);
     const Buffer<uint32_t> file = serialize(*surface);
-    // Kept on purpose: neither the write nor the closing is examined.
+    // Kept on purpose: the results of writing and closing are not checked.
     std::fwrite(file.data.get(), file.byteCount, 1, output.get());
     output.reset();
     std::printf("\nGenerated surface for '%s', size %lu bytes", request.imagePath.c_str(),
@@ -201,7 +201,7 @@ void printFailure(const CommandLineException& failure) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // Other exceptions than the program's own end it abnormally; nothing goes to standard error.
+    // Exceptions that are not caught below end the program abnormally, without output on standard error.
     std::set_terminate(std::abort);
     printBanner();
     CommandLine commandLine(kProgramName, argc, argv);

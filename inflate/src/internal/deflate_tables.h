@@ -1,5 +1,5 @@
-// What the state machine and the fast loop share: the states, and constants of the DEFLATE format
-// (RFC 1951).
+// The states, and constants of the DEFLATE format (RFC 1951), for the state machine and the fast
+// loop.
 #pragma once
 
 #include "inflate/src/streams.h"
@@ -8,7 +8,7 @@
 
 namespace inflate_detail {
 
-// The states, numbered as they are stored in the record.
+// The states. Their numbers are stored in the record.
 enum state_t : uint16_t {
     kBlockHeader,
     kStoredLength,

@@ -1,9 +1,9 @@
-// Canonical codes in the form that the fast loop reads: limits that give a code's length without a search or a
-// branch, and payloads beside the sorted symbols.
+// Canonical codes for the fast loop: limits that give a code's length without a search or a branch, and payloads
+// in the order of the sorted symbols.
 //
-// Canonical codes of one length are consecutive numbers, and each length goes on where the shorter one ended. So with
-// the first bit of the input highest, the inputs that begin with a code of one length are a range of numbers, and the
-// ranges ascend with the length. For codes of 2, 3, 3, 4 and 4 bits:
+// Canonical codes of one length are consecutive numbers, and each length continues where the shorter one ended. Take
+// the input as a number whose highest bit is the first bit. Then the inputs that begin with a code of one length are
+// a range of numbers, and the ranges ascend with the length. For codes of 2, 3, 3, 4 and 4 bits:
 //
 //     input  0                                                                     2^64 - 1
 //            |------ 00 ------|- 010 --|- 011 --|1000|1001|-------- no code --------|
@@ -13,12 +13,12 @@
 //     length(input) = firstLength + (input > limits[0]) + (input > limits[1]) + ...
 //     index(input)  = base[length] + the first `length` bits of the input
 //
-// where base[length] is the number of shorter codes less the first code of the length. The index is that of the
-// symbol among the sorted ones. The first four comparisons are taken together; longer codes, which are rare, take a
-// branch, mostly predicted right. Correctness does not rest on how rare they are.
+// where base[length] is the number of shorter codes minus the first code of the length. The index is that of the
+// symbol among the sorted symbols. The first four comparisons have no branch. Longer codes take a branch. They are
+// rare, so the branch is mostly predicted; correctness does not depend on that.
 //
-// Tried and rejected: six comparisons (some 3 % longer), two (up to 15 %), a window of lengths moved to where most
-// codes are, and comparing by vector instructions (docs/performance.md).
+// Tried and rejected: six comparisons (some 3 % slower), two (up to 15 % slower), a window of lengths that moves to
+// the most frequent ones, and SIMD comparisons (docs/performance.md).
 #pragma once
 
 #include "inflate/src/internal/deflate_tables.h"
@@ -28,25 +28,25 @@
 
 namespace inflate_detail {
 
-/// Codes stand left-justified: the first bit of the input is the highest.
+/// Codes are left-justified in words of this size: the first bit of the input is the highest.
 inline constexpr uint32_t kCodeBits = 64;
 
-/// Lengths beside the shortest that are told apart without a branch.
+/// Limits that are compared without a branch.
 inline constexpr uint32_t kCommonLengths = 4;
 
-/// One code, by what follows from its counts per length.
+/// One code, derived from its counts per length.
 struct fast_code_t {
-    uint32_t firstLength; ///< the shortest length that any code has
-    uint32_t longest;     ///< the longest
+    uint32_t firstLength; ///< min length
+    uint32_t longest;     ///< max length
     uint64_t last;        ///< the highest input that begins with a code
-    /// The highest input that begins with a code of at most firstLength + i bits; all ones from the
-    /// longest on, which no input exceeds.
+    /// The highest input that begins with a code of at most firstLength + i bits. From the longest
+    /// length on all ones, which no input exceeds.
     uint64_t limits[kMaxCodeLength + kCommonLengths];
-    /// By length: what to add to a code to get the index of its symbol (wrapping).
+    /// By length: the number to add to a code to get the index of its symbol (wrapping).
     uint32_t base[kMaxCodeLength + 1];
 };
 
-/// The highest input before what begins with the `length` bits of `code`.
+/// The highest input below those that begin with the `length` bits of `code`.
 inline constexpr uint64_t last_before(uint32_t code, uint32_t length) {
     return (uint64_t{code} << (kCodeBits - length)) - 1;
 }
@@ -77,9 +77,9 @@ inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
     }
 }
 
-/// The length of the code at the front of `input`. Each limit that the input exceeds means one bit more.
+/// The length of the code at the start of `input`. Each limit that the input exceeds adds one bit.
 inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
-    // Two sums, and the compiler kept from joining them, so that neither waits for the other.
+    // Two independent sums run in parallel. The asm keeps the compiler from combining them.
     uint32_t length = code.firstLength;
     uint32_t more = 0;
     for (uint32_t i = 0; i < kCommonLengths; i += 2) {
@@ -97,11 +97,11 @@ inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
     return length;
 }
 
-/// A symbol's payload: a base value and, above it, how many extra bits to add to it. For literals
+/// A symbol's payload: a base value and, above it, the number of extra bits to add to it. For literals
 /// the base is the byte.
 inline constexpr uint32_t kPayloadExtraShift = 16;
 inline constexpr uint32_t kPayloadBaseMask = (1 << kPayloadExtraShift) - 1;
-/// Flags payloads of what the fast loop does not decode by itself.
+/// Flags of payloads that the fast loop does not decode.
 inline constexpr uint32_t kPayloadIsEndOfBlock = 1 << 30;
 inline constexpr uint32_t kPayloadIsInvalid = 1U << 31;
 

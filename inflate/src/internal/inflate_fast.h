@@ -1,15 +1,15 @@
-// The fast loop beside the state machine: decodes literals and matches in bulk while there is
-// plenty of input and output.
+// The fast loop beside the state machine: decodes literals and matches in bulk while input and output
+// are far from their ends.
 #pragma once
 
 #include "inflate/src/streams.h"
 
 namespace inflate_detail {
 
-/// Goes on from the state that reads a literal/length symbol, in direct mode, as far as it may: to
-/// the end of the block, to the margins of input or output, or to the first symbol that is not
-/// plain sailing. The record and the reader are left exactly as the state machine would have left
-/// them. Does nothing where it would not pay.
+/// Decodes from the state that reads a literal/length symbol, in direct mode. Stops at the end of the
+/// block, at the margins of input or output, or before a symbol that the loop does not decode. Leaves
+/// the record and the reader exactly as the state machine would. Does nothing if the input is too
+/// short to gain from it.
 void inflate_fast(inflate_t* inflate, bitstream_t* stream);
 
 } // namespace inflate_detail

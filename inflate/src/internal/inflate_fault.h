@@ -1,4 +1,4 @@
-// Why the decoder rejects a stream. Each step of the state machine names the reason at the check that fails.
+// The reasons for which the decoder rejects a stream. Each check of the state machine has its own.
 #pragma once
 
 #include "inflate/src/streams.h"
@@ -15,19 +15,19 @@ enum class fault_t : uint8_t {
     stored_complement,     ///< a stored block's length does not match its complement
     fixed_code_block,      ///< block type 1, whose codes are not built
     code_counts,           ///< more than 286 literal/length or 30 distance codes
-    code_length_code,      ///< the code of the code lengths is over-subscribed
-    code_length_symbol,    ///< bits that are no code of a code length
+    code_length_code,      ///< the code-length code is over-subscribed
+    code_length_symbol,    ///< bits that are no code of the code-length code
     code_length_kind,      ///< a code length symbol above 18
     repeat_of_nothing,     ///< a repeat of the previous code length at the first one
     repeat_too_long,       ///< a repeat of a code length beyond the last one
-    end_of_block_missing,  ///< a block without a code for its end
+    end_of_block_missing,  ///< a block without an end-of-block code
     litlen_code,           ///< the literal/length code is over-subscribed or incomplete
     distance_code,         ///< the distance code is over-subscribed or incomplete
     litlen_symbol,         ///< bits that are no literal/length code
-    length_symbol,         ///< a symbol of the fixed code that stands for no length
+    length_symbol,         ///< a symbol of the fixed code that has no length
     distance_symbol,       ///< bits that are no distance code
     distance_without_base, ///< a distance symbol above 29
-    distance_too_far,      ///< a match from before the first byte of output, or beyond the window
+    distance_too_far,      ///< a match from before the first byte of output, or before the window
     count
 };
 

@@ -19,7 +19,7 @@ bool hasKeyColor(const png_info_t& info) {
 
 // Whether the filtered rows fit the decoder's 32-bit count, and the file is large enough to fill them.
 bool hasPlausibleSize(const png_info_t& info, size_t fileSize) {
-    const uint64_t bytes = png_detail::uncut_filtered_size(info);
+    const uint64_t bytes = png_detail::full_filtered_size(info);
     return bytes == png_detail::filtered_size(info) && bytes / kMaxExpansion <= fileSize;
 }
 

@@ -65,7 +65,7 @@ private:
     static int32_t consume(void* context, const uint8_t* data, uint32_t size,
                            inflate_detail::fault_t* fault) {
         auto* const state = static_cast<inflate_detail::rehearsal_t*>(context);
-        const int32_t result = rehearsal_take(state, data, size);
+        const int32_t result = rehearsal_feed(state, data, size);
         *fault = state->fault;
         return result;
     }
@@ -188,7 +188,7 @@ public:
         case fault_t::image_data_before_palette:
             return {"bad-palette", "image data before the palette: " + chunk()};
         case fault_t::palette_too_large:
-        case fault_t::palette_block_missing:
+        case fault_t::palette_buffer_missing:
             return {"suggested-palette", "a suggested palette in a truecolor image: " + chunk()};
         case fault_t::transparency_after_image_data:
             return {"bad-transparency", "transparency after image data: " + chunk()};
@@ -210,10 +210,10 @@ public:
         case fault_t::critical_chunk_unknown:
             return {"critical-chunk", "an unknown critical chunk: " + chunk()};
         case fault_t::none:
-        case fault_t::pixel_block_missing:
-        case fault_t::pixel_block_too_small:
+        case fault_t::pixel_buffer_missing:
+        case fault_t::pixel_buffer_too_small:
         case fault_t::palette_without_alpha:
-        case fault_t::gray_ramp_block_missing:
+        case fault_t::gray_ramp_buffer_missing:
         case fault_t::rows_truncated:
         case fault_t::rows_do_not_fit:
         case fault_t::count:

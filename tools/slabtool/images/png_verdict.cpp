@@ -82,7 +82,7 @@ PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alpha
     if (const auto reason = whyRejected(file)) {
         return {false, "", *reason, {}};
     }
-    if (png_detail::uncut_filtered_size(info) != png_detail::filtered_size(info)) {
+    if (png_detail::full_filtered_size(info) != png_detail::filtered_size(info)) {
         return judgeWrapped(file, info, alphaOnly, surfaceBytes);
     }
     return acceptedWith(file, info, alphaOnly, surfaceBytes);
