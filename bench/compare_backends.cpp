@@ -1,5 +1,5 @@
-// What SIMD is worth in the decoder: decodes PNG files in memory by each backend that the machine supports, side by
-// side.
+// The gain from SIMD in the decoder: decodes PNG files in memory with each backend that the machine supports, in
+// turns.
 #include "bench/comparison.h"
 #include "bench/options.h"
 #include "png/surface_from_png.h"

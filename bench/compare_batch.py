@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""One run of slabtool convert beside one pngslab a file and beside Pillow in a pool of processes.
+"""Compare one run of slabtool convert with one pngslab per file and with Pillow in a pool of processes.
 
-    bench/compare_batch.py [--rounds N] [--most N] SLABTOOL PNGSLAB ICONS.txt PHOTOGRAPHS.txt
+    bench/compare_batch.py [--rounds N] [--max-icons N] SLABTOOL PNGSLAB ICONS.txt PHOTOGRAPHS.txt
 
-Both lists name PNG files, one a line. All work is done in memory (/dev/shm) if there is room. What is compared takes
-turns, round after round; processor time is user and system time of a program and all that it starts. The Python that
-runs this needs Pillow (Debian's package python3-pil).
+Both lists have one PNG file per line. All files are in memory (/dev/shm) if that is writable. The programs run in
+turns, round after round. Processor time is the user and system time of a program and of its child processes. Python
+needs Pillow (Debian's package python3-pil).
 """
 
 import argparse
@@ -19,9 +19,9 @@ import tempfile
 import time
 
 UP_TO_DATE_IMAGES = 100_000
-IMAGES_A_FOLDER = 1000
+IMAGES_PER_FOLDER = 1000
 
-# The same bytes as pngslab's, by a library: decoded, in the order of a surface's channels, behind a header.
+# Writes the same bytes as pngslab with a library: a header, then the pixels with a surface's order of channels.
 PILLOW = """
 import multiprocessing, os, struct, sys
 from PIL import Image
@@ -44,7 +44,7 @@ if __name__ == "__main__":
 
 
 class Usage:
-    """Seconds of a program and of what it has started."""
+    """Run a program and measure its seconds, with its child processes."""
 
     def __init__(self, command):
         begin = time.monotonic()
@@ -57,10 +57,10 @@ class Usage:
         self.processor = used.ru_utime + used.ru_stime
 
 
-def chosen(path, most):
-    """At most so many of a list's files, evenly spread."""
+def sample(path, max_count):
+    """Return at most max_count of a list's files, evenly spread."""
     lines = pathlib.Path(path).read_text().split("\n")[:-1]
-    count = min(most, len(lines))
+    count = min(max_count, len(lines))
     return [lines[i * len(lines) // count] for i in range(count)]
 
 
@@ -72,7 +72,7 @@ class Bench:
         self.folder = folder
 
     def fill(self, name, files):
-        """A folder with copies of the files."""
+        """Make a folder with copies of the files."""
         images = self.folder / name
         images.mkdir()
         for number, file in enumerate(files):
@@ -83,7 +83,7 @@ class Bench:
         return Usage([self.slabtool, "convert", "--quiet", *options, str(images), self.fresh()])
 
     def singles(self, images):
-        """Processor seconds of a pngslab for each image."""
+        """Return the processor seconds of one pngslab per image."""
         output = self.fresh()
         os.mkdir(output)
         return sum(Usage([self.pngslab, "--image", str(image), "--output", f"{output}/{image.name}.surface"]).processor
@@ -108,39 +108,39 @@ class Bench:
         return [statistics.median(times) for times in samples]
 
 
-def show(what, ours, theirs):
-    print(f"| {what:<58} | {ours:9.3f} | {theirs:9.3f} | {theirs / ours:6.2f} |")
+def show(name, ours, theirs):
+    print(f"| {name:<58} | {ours:9.3f} | {theirs:9.3f} | {theirs / ours:6.2f} |")
 
 
 def compare(bench, icons, photographs):
     print("\n| batch                                                      |    ours s |   other s |  ratio |")
     print("|---|---|---|---|")
-    # Two threads on the halves of one core take longer each: beside what runs alone, there is one.
+    # Two threads on one physical core slow each other down. A single process is compared with one thread.
     count = len(list(icons.iterdir()))
     batch, singles = bench.medians(lambda: bench.batch(icons, "--jobs", "1").processor, lambda: bench.singles(icons))
-    show(f"{count} icons, one run, beside a pngslab each, CPU", batch, singles)
+    show(f"{count} icons, one run / a pngslab each, CPU", batch, singles)
     batch, pool = bench.medians(lambda: bench.batch(icons).processor, lambda: bench.pool(icons))
-    show(f"{count} icons, one run, beside Pillow in a pool, CPU", batch, pool)
+    show(f"{count} icons, one run / Pillow in a pool, CPU", batch, pool)
     batch, singles = bench.medians(lambda: bench.batch(photographs, "--jobs", "1").processor,
                                    lambda: bench.singles(photographs))
-    show("photographs, one run, beside a pngslab each, CPU", batch, singles)
+    show("photographs, one run / a pngslab each, CPU", batch, singles)
     two, one = bench.medians(lambda: bench.batch(photographs, "--jobs", "2").wall,
                              lambda: bench.batch(photographs, "--jobs", "1").wall)
-    show("photographs, two threads beside one, wall", two, one)
+    show("photographs, two threads / one, wall", two, one)
     two, one = bench.medians(lambda: bench.batch(icons, "--jobs", "2").wall,
                              lambda: bench.batch(icons, "--jobs", "1").wall)
-    show(f"{count} icons, two threads beside one, wall", two, one)
+    show(f"{count} icons, two threads / one, wall", two, one)
 
 
 def update(bench, icon):
-    """What a run costs that has nothing to do: links are images as good as copies."""
+    """Measure a run that has nothing to do. Hard links replace copies of an image."""
     images = bench.folder / "many"
     for number in range(UP_TO_DATE_IMAGES):
-        if number % IMAGES_A_FOLDER == 0:
+        if number % IMAGES_PER_FOLDER == 0:
             (images / str(number)).mkdir(parents=True)
             first = images / str(number) / "0.png"
             shutil.copy(icon, first)
-            os.utime(first, (0, 0)) # long ago: what is fresh is read again
+            os.utime(first, (0, 0)) # an old date, because slabtool reads recent files again
         else:
             os.link(first, first.with_name(f"{number}.png"))
     command = [bench.slabtool, "convert", "--quiet", "--update", str(images), bench.fresh()]
@@ -153,15 +153,15 @@ def update(bench, icon):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--most", type=int, default=2000, help="icons")
+    parser.add_argument("--max-icons", type=int, default=2000, help="number of icons")
     for name in ("slabtool", "pngslab", "icons", "photographs"):
         parser.add_argument(name)
     options = parser.parse_args()
     memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
     with tempfile.TemporaryDirectory(dir=memory) as name:
         bench = Bench(options, pathlib.Path(name))
-        icons = chosen(options.icons, options.most)
-        compare(bench, bench.fill("icons", icons), bench.fill("photographs", chosen(options.photographs, 5)))
+        icons = sample(options.icons, options.max_icons)
+        compare(bench, bench.fill("icons", icons), bench.fill("photographs", sample(options.photographs, 5)))
         update(bench, icons[0])
 
 

@@ -1,5 +1,5 @@
-// Decodes PNG files that stand in memory, with this project's decoder and with its peers, side by
-// side. What a decoder allocates is released within its time.
+// Decodes PNG files in memory with this project's decoder and with its peers, in turns. The time
+// includes freeing the decoder's memory.
 #include "bench/comparison.h"
 #include "bench/options.h"
 #include "bench/peers/peer_decoders.h"
@@ -32,7 +32,7 @@ std::unique_ptr<DsSurface> decode_by_pngslab(const bytes_t& file) {
 
 } // namespace
 
-// Apart and by this name for tools that count what happens within it.
+// A function of its own, so that profilers can select it by name.
 [[gnu::noinline]] void run_contender(const contender_t& contender, const bytes_t& file) {
     if (contender.decode == nullptr) {
         decode_by_pngslab(file);
@@ -69,20 +69,20 @@ bool agrees(const contender_t& contender, const bytes_t& file, const DsSurface& 
     return same;
 }
 
-// The contenders whose pixels are those of ours in every file.
-std::vector<contender_t> find_able(const std::vector<bytes_t>& files) {
-    std::vector<contender_t> able(std::begin(kContenders), std::end(kContenders));
+// The contenders whose pixels equal ours in every file.
+std::vector<contender_t> find_equal(const std::vector<bytes_t>& files) {
+    std::vector<contender_t> equal(std::begin(kContenders), std::end(kContenders));
     for (const bytes_t& file : files) {
         const std::unique_ptr<DsSurface> surface = decode_by_pngslab(file);
-        std::erase_if(able, [&](const contender_t& contender) {
-            const bool out = !agrees(contender, file, *surface);
-            if (out) {
-                std::printf("(%s is left out: other pixels)\n", contender.name);
+        std::erase_if(equal, [&](const contender_t& contender) {
+            const bool differs = !agrees(contender, file, *surface);
+            if (differs) {
+                std::printf("(%s is left out: its pixels differ)\n", contender.name);
             }
-            return out;
+            return differs;
         });
     }
-    return able;
+    return equal;
 }
 
 struct set_t {
@@ -91,14 +91,14 @@ struct set_t {
     double megapixels;
 };
 
-// Leaves out what ours refuses.
+// Leaves out files that ours rejects.
 set_t load(const std::vector<std::string>& paths) {
     set_t set = {};
     for (const std::string& path : paths) {
         bytes_t file = read_file(path);
         const std::unique_ptr<DsSurface> surface = decode_by_pngslab(file);
         if (surface == nullptr) {
-            std::printf("(%s is left out: refused)\n", file_name(path).c_str());
+            std::printf("(%s is left out: rejected)\n", file_name(path).c_str());
             continue;
         }
         set.megapixels += 1e-6 * surface->getWidth() * surface->getHeight();
@@ -109,14 +109,15 @@ set_t load(const std::vector<std::string>& paths) {
 }
 
 void compare(const set_t& set, const comparison_options_t& options) {
-    const std::vector<contender_t> able = find_able(set.files);
+    const std::vector<contender_t> equal = find_equal(set.files);
     std::vector<std::string> names;
-    for (const contender_t& contender : able) {
+    for (const contender_t& contender : equal) {
         names.emplace_back(contender.name);
     }
     comparison_t comparison(names, options.rounds);
     for (size_t i = 0; i < set.files.size(); ++i) {
-        comparison.measure([&](size_t contender) { run_contender(able[contender], set.files[i]); });
+        comparison.measure(
+            [&](size_t contender) { run_contender(equal[contender], set.files[i]); });
         if (options.each) {
             comparison.print_last(set.names[i]);
         }

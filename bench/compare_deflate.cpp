@@ -1,5 +1,5 @@
-// Inflates the raw DEFLATE streams of PNG files, with this project's decoder and with its peers, side
-// by side, into memory that has been written before.
+// Inflates the raw DEFLATE streams of PNG files with this project's decoder and with its peers, in
+// turns, into memory that has been written before.
 #include "bench/comparison.h"
 #include "bench/options.h"
 #include "inflate/src/internal/inflate_steps.h"
@@ -26,8 +26,7 @@ uint32_t big_endian(const uint8_t* bytes) {
     return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-// The IDAT chunks' content in one piece, without the two bytes of the zlib header. The file is
-// trusted.
+// The content of all IDAT chunks, without the two bytes of the zlib header. The file is trusted.
 bytes_t raw_deflate(const bytes_t& png) {
     constexpr size_t kSignatureBytes = 8;
     constexpr size_t kChunkOverhead = 12; // length, name, CRC
@@ -70,7 +69,7 @@ bool inflate_by_zlib(const bytes_t& deflated, bytes_t& target) {
     return result == Z_STREAM_END;
 }
 
-// Its decompressor is made once, as its documentation advises.
+// The decompressor is created once, as the documentation recommends.
 bool inflate_by_libdeflate(const bytes_t& deflated, bytes_t& target) {
     static libdeflate_decompressor* const decompressor = libdeflate_alloc_decompressor();
     size_t actual = 0;
@@ -92,7 +91,7 @@ constexpr contender_t kContenders[] = {
 
 } // namespace
 
-// Apart and by this name for tools that count what happens within it.
+// A function of its own, so that profilers can select it by name.
 [[gnu::noinline]] bool run_contender(const contender_t& contender, const bytes_t& deflated,
                                      bytes_t& target) {
     return contender.inflate(deflated, target);
@@ -100,7 +99,7 @@ constexpr contender_t kContenders[] = {
 
 namespace {
 
-// The size of what zlib makes of the stream, piece by piece.
+// The size of zlib's output for the stream.
 size_t inflated_size(const bytes_t& deflated) {
     z_stream stream = {};
     inflateInit2(&stream, -15);
@@ -140,7 +139,7 @@ std::vector<stream_t> load(const std::vector<std::string>& paths) {
         if (all_agree(stream)) {
             streams.push_back(std::move(stream));
         } else {
-            std::printf("(%s is left out: refused)\n", stream.name.c_str());
+            std::printf("(%s is left out: rejected)\n", stream.name.c_str());
         }
     }
     return streams;

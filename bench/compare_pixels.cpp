@@ -1,7 +1,7 @@
-// The pixel operations side by side with pixman and libyuv, in one process: every round runs each
-// contender once on the same pixels, and the ratios are those of the medians (peer over ours, bigger
-// is better for us). Prints one table. Arguments, both optional: words that rows must contain, and
-// the backend to measure, by name.
+// Compares the pixel operations with pixman and libyuv, in one process. Every round runs each contender
+// once on the same pixels. Ratios are those of the medians (peer divided by ours, larger is better for
+// us). Prints one table. Two optional arguments: a text that the names of rows must contain, and the
+// name of the backend.
 #include "src/ds_surface.h"
 #include "src/pixel_kernels.h"
 #include "src/simd/backend.h"
@@ -27,14 +27,14 @@ namespace {
 using Mode = DsColorMode;
 using Bytes = std::vector<uint8_t>;
 
-// ---- Measuring
+// ---- Measurement
 
 struct Contender {
     std::string name;
     std::function<void()> run;
 };
 
-// What is compared: ours first, then the peers. `prepare` runs before every single turn, untimed.
+// One row of the table: ours first, then the peers. `prepare` runs before every timed call.
 struct Row {
     std::string name;
     uint64_t pixelCount;
@@ -70,11 +70,11 @@ void compare(const Row& row) {
         }
     }
     const double ours = median(times[0]);
-    const double oursAtBest = *std::min_element(times[0].begin(), times[0].end());
+    const double oursMin = *std::min_element(times[0].begin(), times[0].end());
     std::printf("| %-46s | %7.3f |", row.name.c_str(), ours / static_cast<double>(row.pixelCount));
     for (size_t i = 1; i < times.size(); ++i) {
         std::printf(" %s %.2f (%.2f) |", row.contenders[i].name.c_str(), median(times[i]) / ours,
-                    *std::min_element(times[i].begin(), times[i].end()) / oursAtBest);
+                    *std::min_element(times[i].begin(), times[i].end()) / oursMin);
     }
     std::printf("\n");
     std::fflush(stdout);
@@ -88,7 +88,7 @@ struct Size {
     uint64_t count() const { return uint64_t{width} * height; }
 };
 
-// One that stays in the second-level cache, and a screen.
+// One size that fits the second-level cache, and one screen.
 constexpr Size kSizes[] = {{"256x128", 256, 128}, {"1920x1080", 1920, 1080}};
 
 enum class Alpha { Random, Opaque, MostlyClearOrOpaque };
@@ -102,8 +102,8 @@ Bytes randomBytes(uint64_t count, uint32_t seed) {
     return bytes;
 }
 
-// A byte of coverage or alpha as a glyph or an icon has it: long runs of nothing and of everything,
-// and a few steps between.
+// A byte of coverage or alpha as in a glyph or an icon: long runs of 0 and of 255, with a few steps
+// between.
 uint8_t alphaInRuns(uint64_t position) {
     const uint64_t place = position % 64;
     if (place < 28) {
@@ -124,7 +124,7 @@ Bytes argbPixels(uint64_t count, Alpha alpha, uint32_t seed) {
         } else if (alpha == Alpha::MostlyClearOrOpaque) {
             pixel[3] = alphaInRuns(i);
         }
-        // Pixman's colors are multiplied by alpha, and never above it.
+        // Pixman's colors are premultiplied, so they are never above alpha.
         for (int channel = 0; channel < 3; ++channel) {
             pixel[channel] = std::min(pixel[channel], pixel[3]);
         }
@@ -172,8 +172,8 @@ void composite(pixman_op_t operation, const Image& source, pixman_image_t* mask,
                              static_cast<int>(size.width), static_cast<int>(size.height));
 }
 
-// The format with the same bytes in memory. I8, read as gray, has none that is not a palette, and
-// AI88 none at all: they are compared with libyuv's gray, or with pixman's g8 by way of a palette.
+// The format with the same bytes in memory. I8 has only a palette format, and AI88 has none: they are
+// compared with libyuv's gray, or with pixman's g8 and a palette.
 pixman_format_code_t pixmanFormat(Mode mode) {
     switch (mode) {
     case Mode::ARGB8888:
@@ -193,7 +193,7 @@ pixman_format_code_t pixmanFormat(Mode mode) {
     }
 }
 
-// Gray levels as a palette, with the way back that pixman asks for.
+// A palette of gray levels, with the inverse table that pixman requires.
 pixman_indexed_t* grayPalette() {
     static pixman_indexed_t palette = [] {
         pixman_indexed_t gray = {};
@@ -213,17 +213,17 @@ pixman_indexed_t* grayPalette() {
 void compareFills(const Size& size) {
     for (const Mode mode : {Mode::I8, Mode::RGB565, Mode::RGB888, Mode::ARGB8888}) {
         const uint32_t pixelSize = bytesPerPixel(mode);
-        const uint64_t lineBytes = uint64_t{size.width} * pixelSize;
-        Bytes target(lineBytes * size.height);
+        const uint64_t rowBytes = uint64_t{size.width} * pixelSize;
+        Bytes target(rowBytes * size.height);
         Row row = {"fill " + std::to_string(pixelSize) + " bytes, " + size.name, size.count(), {}};
         row.contenders.push_back({"", [&] {
                                       fillPixels(target.data(), size.width, size.width, size.height,
                                                  mode, 0x12345678);
                                   }});
-        if (mode != Mode::RGB888) { // three bytes are not for pixman_fill
+        if (mode != Mode::RGB888) { // pixman_fill does not support three bytes
             row.contenders.push_back({"pixman", [&] {
                                           pixman_fill(reinterpret_cast<uint32_t*>(target.data()),
-                                                      static_cast<int>(lineBytes / 4),
+                                                      static_cast<int>(rowBytes / 4),
                                                       static_cast<int>(pixelSize * 8), 0, 0,
                                                       static_cast<int>(size.width),
                                                       static_cast<int>(size.height), 0x12345678);
@@ -231,8 +231,7 @@ void compareFills(const Size& size) {
         }
         row.contenders.push_back({"memset", [&] {
                                       for (uint32_t y = 0; y < size.height; ++y) {
-                                          std::memset(target.data() + y * lineBytes, 0x5A,
-                                                      lineBytes);
+                                          std::memset(target.data() + y * rowBytes, 0x5A, rowBytes);
                                       }
                                   }});
         compare(row);
@@ -242,7 +241,7 @@ void compareFills(const Size& size) {
 using YuvCopy = int (*)(const uint8_t* source, int sourceStride, uint8_t* target, int targetStride,
                         int width, int height);
 
-// libyuv's loop for a pair, or null. To I8 it would weigh colors into gray, so none stands there.
+// libyuv's loop for a pair of modes, or null. It has none to I8: its gray is a weighted sum of colors.
 YuvCopy yuvCopy(Mode target, Mode source) {
     if (target == Mode::ARGB8888) {
         switch (source) {
@@ -357,7 +356,7 @@ void compareBlends(const Size& size) {
     }
 }
 
-// A color through coverage, by way of an A8 source and by spans, a line each.
+// A color through coverage: as an A8 source, and as one span per row.
 void compareMasks(const Size& size) {
     for (const uint32_t colorAlpha : {255U, 100U}) {
         for (const Alpha targetAlpha : {Alpha::Opaque, Alpha::Random}) {
@@ -398,28 +397,28 @@ void compareMasks(const Size& size) {
     }
 }
 
-// ---- Turning. A surface takes its new block from a callback; here that hands out two blocks that
-// have been written before. The peers turn the first into the second as well.
+// ---- Rotation. A surface gets its new buffer from a callback, which returns one of two buffers that
+// have been written before. The peers rotate the first into the second as well.
 
-constexpr uint64_t kLargestBlock = uint64_t{4096} * 4096 * 4;
-std::array<void*, 2> gBlocks = {};
-std::array<bool, 2> gIsTaken = {};
+constexpr uint64_t kMaxBufferSize = uint64_t{4096} * 4096 * 4;
+std::array<void*, 2> gBuffers = {};
+std::array<bool, 2> gIsUsed = {};
 
-void* takeBlock(size_t byteCount) {
-    for (size_t i = 0; i < gBlocks.size(); ++i) {
-        if (!gIsTaken[i] && byteCount <= kLargestBlock) {
-            gIsTaken[i] = true;
-            return gBlocks[i];
+void* allocateBuffer(size_t byteCount) {
+    for (size_t i = 0; i < gBuffers.size(); ++i) {
+        if (!gIsUsed[i] && byteCount <= kMaxBufferSize) {
+            gIsUsed[i] = true;
+            return gBuffers[i];
         }
     }
     return nullptr;
 }
 
-void giveBackBlock(void* block) {
-    gIsTaken[block == gBlocks[1] ? 1 : 0] = false;
+void releaseBuffer(void* buffer) {
+    gIsUsed[buffer == gBuffers[1] ? 1 : 0] = false;
 }
 
-void compareTurns(const Size& size, Mode mode) {
+void compareRotations(const Size& size, Mode mode) {
     const uint32_t pixelSize = bytesPerPixel(mode);
     Bytes pixels = randomBytes(size.count() * pixelSize, 7);
     std::unique_ptr<DsSurface> surface;
@@ -429,25 +428,25 @@ void compareTurns(const Size& size, Mode mode) {
         const uint32_t rotation = 0;
         surface = std::make_unique<DsSurface>(static_cast<int32_t>(size.width),
                                               static_cast<int32_t>(size.height), rotation, mode, 0,
-                                              0, takeBlock, giveBackBlock, 1, 0);
+                                              0, allocateBuffer, releaseBuffer, 1, 0);
         std::memcpy(surface->getPixels(), pixels.data(), pixels.size());
     };
     row.contenders.push_back({"", [&] { surface->rotate(90); }});
-    const auto* const from = static_cast<const uint8_t*>(gBlocks[0]);
-    auto* const to = static_cast<uint8_t*>(gBlocks[1]);
+    const auto* const from = static_cast<const uint8_t*>(gBuffers[0]);
+    auto* const to = static_cast<uint8_t*>(gBuffers[1]);
     const auto width = static_cast<int>(size.width);
     const auto height = static_cast<int>(size.height);
     const int stride = static_cast<int>(pixelSize) * width;
-    const int turnedStride = static_cast<int>(pixelSize) * height;
-    const Image source = pixmanImage(pixmanFormat(mode), size.width, size.height, gBlocks[0],
+    const int rotatedStride = static_cast<int>(pixelSize) * height;
+    const Image source = pixmanImage(pixmanFormat(mode), size.width, size.height, gBuffers[0],
                                      uint64_t{pixelSize} * size.width);
-    const Image target = pixmanImage(pixmanFormat(mode), size.height, size.width, gBlocks[1],
+    const Image target = pixmanImage(pixmanFormat(mode), size.height, size.width, gBuffers[1],
                                      uint64_t{pixelSize} * size.height);
     const pixman_fixed_t one = pixman_fixed_1;
-    const pixman_transform_t turn = {
+    const pixman_transform_t transform = {
         {{0, -one, pixman_int_to_fixed(width)}, {one, 0, 0}, {0, 0, one}}};
-    pixman_image_set_transform(source.get(), &turn);
-    if (pixelSize != 3) { // pixman would take half a second
+    pixman_image_set_transform(source.get(), &transform);
+    if (pixelSize != 3) { // pixman needs half a second
         row.contenders.push_back(
             {"pixman", [&] {
                  composite(PIXMAN_OP_SRC, source, nullptr, target, {"", size.height, size.width});
@@ -455,13 +454,13 @@ void compareTurns(const Size& size, Mode mode) {
     }
     if (pixelSize == 4) {
         row.contenders.push_back({"libyuv", [&] {
-                                      libyuv::ARGBRotate(from, stride, to, turnedStride, width,
+                                      libyuv::ARGBRotate(from, stride, to, rotatedStride, width,
                                                          height, libyuv::kRotate270);
                                   }});
     }
     if (pixelSize == 1) {
         row.contenders.push_back({"libyuv", [&] {
-                                      libyuv::RotatePlane(from, stride, to, turnedStride, width,
+                                      libyuv::RotatePlane(from, stride, to, rotatedStride, width,
                                                           height, libyuv::kRotate270);
                                   }});
     }
@@ -477,7 +476,7 @@ int main(int argumentCount, char** arguments) {
         std::fprintf(stderr, "no backend '%s' here\n", arguments[2]);
         return 2;
     }
-    std::printf("| operation | ns a pixel | peer: ratio of medians (of minima), bigger is better "
+    std::printf("| operation | ns per pixel | peer: ratio of medians (of minima), larger is better "
                 "for us |\n| --- | --- | --- |\n");
     for (const Size& size : kSizes) {
         compareFills(size);
@@ -485,17 +484,17 @@ int main(int argumentCount, char** arguments) {
         compareBlends(size);
         compareMasks(size);
     }
-    for (void*& block : gBlocks) {
-        block = std::malloc(kLargestBlock);
-        std::memset(block, 1, kLargestBlock);
+    for (void*& buffer : gBuffers) {
+        buffer = std::malloc(kMaxBufferSize);
+        std::memset(buffer, 1, kMaxBufferSize);
     }
     for (const Size& size : {Size{"1920x1080", 1920, 1080}, Size{"4096x4096", 4096, 4096}}) {
         for (const Mode mode : {Mode::ARGB8888, Mode::RGB888, Mode::RGB565, Mode::A8}) {
-            compareTurns(size, mode);
+            compareRotations(size, mode);
         }
     }
-    for (void* block : gBlocks) {
-        std::free(block);
+    for (void* buffer : gBuffers) {
+        std::free(buffer);
     }
     return 0;
 }

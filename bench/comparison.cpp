@@ -1,4 +1,4 @@
-// Interleaved rounds, medians and minima, and the tables made of them.
+// Interleaved rounds, their medians and minima, and tables of the results.
 #include "bench/comparison.h"
 
 #include <sched.h>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Processor time rather than time that passes: other programs' turns on the core do not count.
+// Processor time, not wall time: other programs on the core do not count.
 double processor_seconds() {
     timespec now = {};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -26,7 +26,7 @@ double time_of(const std::function<void(size_t)>& job, size_t contender, uint32_
     return (processor_seconds() - start) / repeats;
 }
 
-// Enough for the clock's own cost, about half a microsecond, not to matter.
+// Enough repeats that the cost of the clock, about half a microsecond, is negligible.
 uint32_t repeats_for(double seconds) {
     constexpr double kMinSample = 300e-6;
     constexpr double kMaxRepeats = 100;
@@ -68,7 +68,8 @@ void comparison_t::measure(const std::function<void(size_t)>& job) {
     std::vector<std::vector<double>> samples(names.size());
     for (uint32_t round = 0; round < rounds; ++round) {
         for (size_t turn = 0; turn < names.size(); ++turn) {
-            // Nobody always follows the same neighbor's traces in the caches.
+            // The order alternates, so that no contender always follows the same one, which leaves the caches in
+            // its own state.
             const size_t contender = round % 2 == 0 ? turn : names.size() - 1 - turn;
             samples[contender].push_back(time_of(job, contender, repeats));
         }

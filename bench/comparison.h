@@ -1,5 +1,5 @@
-// Side-by-side timing for the comparison programs: every contender does the same job in turn, round
-// after round, on one core, so that whatever else the machine does meets all of them alike.
+// Timing for the comparison programs. In each round every contender does the same job once, on one core,
+// so that other load on the machine affects all of them alike.
 #pragma once
 
 #include <cstddef>
@@ -17,26 +17,25 @@ struct timing_t {
 /// Median and minimum of at least one sample.
 timing_t summarize(std::vector<double> samples);
 
-/// Keeps this process, and those that it starts, on one of the cores that it may use.
+/// Pins this process, and those that it starts, to one of its allowed cores.
 void pin_to_one_core();
 
-/// Sums of timings over files, one for each contender, of which the first is the one that the others
-/// are compared with.
+/// Sums of timings over files, one for each contender. The first contender is the reference.
 class comparison_t {
 public:
     comparison_t(std::vector<std::string> contenderNames, uint32_t roundCount);
 
-    /// Times `job`, which is called with the number of a contender, for all contenders in every
-    /// round, and adds the results to the sums. Short jobs are repeated within a sample.
+    /// Times `job` for all contenders in every round, and adds the results to the sums. Its argument is
+    /// the number of the contender. Short jobs are repeated within a sample.
     void measure(const std::function<void(size_t contender)>& job);
 
-    /// One line with what `measure` found last; `title` says what it was.
+    /// Prints the last results of `measure` in one line. `title` is the name of the job.
     void print_last(const std::string& title) const;
 
-    /// The sums as a table: a row for each contender, with its rate of `units` (a number of 10^6
-    /// things named `unit`) and how many times as long as the first it takes: by the sums of medians
-    /// and of minima, which the large files decide, and as the geometric mean of the files' ratios,
-    /// in which each file counts alike.
+    /// Prints the sums as a table with a row for each contender. Its rate is `units` per second, which
+    /// count millions of `unit`. Its ratios compare it with the first contender: by the sums of medians
+    /// and of minima, which large files dominate, and as the geometric mean of the files' ratios, in
+    /// which every file has the same weight.
     void print_sums(const std::string& title, double units, const char* unit) const;
 
 private:

@@ -1,5 +1,5 @@
-// The chunk checksum and its slower ways beside zlib's, for an icon's chunk, the usual chunk of 8 KiB, and a large
-// one.
+// The CRC of chunks by all methods, compared with zlib's, for an icon's chunk, the usual chunk of 8 KiB, and a large
+// chunk.
 #include "bench/sample_data.h"
 #include "png/internal/crc_methods.h"
 #include "png/png_crc32.h"

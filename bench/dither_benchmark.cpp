@@ -1,4 +1,4 @@
-// Rows of colors packed into RGB565, as slabtool convert does it: 1080p pictures with each kind of dithering.
+// Packing rows of colors into RGB565, as in slabtool convert: 1080p images with each kind of dithering.
 #include "bench/sample_data.h"
 #include "tools/slabtool/surfaces/dither.h"
 
@@ -11,7 +11,7 @@ namespace {
 constexpr uint32_t kWidth = 1920, kHeight = 1080;
 
 void pack(benchmark::State& state, Dither dither) {
-    const std::vector<uint8_t> samples = photograph_lines(kWidth * kHeight * sizeof(Rgba));
+    const std::vector<uint8_t> samples = photograph_rows(kWidth * kHeight * sizeof(Rgba));
     std::vector<Rgba> colors(size_t{kWidth} * kHeight);
     std::memcpy(colors.data(), samples.data(), samples.size());
     std::vector<uint8_t> pixels(colors.size() * 2);

@@ -3,9 +3,9 @@
 #
 #     bench/get_images.sh FOLDER
 #
-# Drawings, screenshots and icons are the packages' own PNG files. Photographs come as JPEG in every
-# package, so they are decoded by djpeg and stored without loss by pnmtopng with its usual settings;
-# large palette and gray images are rare too, so some are made by pnmquant and ppmtopgm.
+# Drawings, screenshots and icons are PNG files of the packages. Photographs are JPEG files in every
+# package: djpeg decodes them, and pnmtopng stores them without loss, with its default settings. Large
+# palette and gray images are rare, so pnmquant and ppmtopgm make some.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../scripts/common.sh"
 
@@ -29,8 +29,8 @@ for package in "$unpacked"/*.deb; do
 done
 cd "$unpacked/usr/share"
 
-# Takes the PNG files that find's arguments name, from the second on, into the set $1.
-take() {
+# Moves PNG files into the set $1. The other arguments are those of find.
+add_found() {
     local set=$1 path
     shift
     find "$@" -name '*.png' -type f | while IFS= read -r path; do
@@ -38,7 +38,7 @@ take() {
     done
 }
 
-# Adds gray and palette versions of the PNG file $1, by the name $2.
+# Adds gray and palette versions of the PNG file $1, with the name $2.
 add_few_colored() {
     pngtopnm -quiet "$1" | ppmtopgm -quiet | pnmtopng -quiet >"$folder/palette_and_gray/$2-gray.png"
     pngtopnm -quiet "$1" | pnmquant -quiet 256 | pnmtopng -quiet \
@@ -55,9 +55,9 @@ done
     add_few_colored backgrounds/mate/abstract/Flow.png flow
     add_few_colored backgrounds/mate/desktop/Float-into-MATE.png float
 } 2>/dev/null # libpng's warnings about the images' color profiles
-take graphics backgrounds desktop-base plymouth -size +99k
-take graphics doc/debian-handbook/html/en-US/images -size +19k
-take graphics icons/oxygen -path '*/256x256/apps/preferences-desktop-*'
-take icons icons/oxygen icons/Tango -not -path '*/256x256/*' -not -path '*/animations/*'
+add_found graphics backgrounds desktop-base plymouth -size +99k
+add_found graphics doc/debian-handbook/html/en-US/images -size +19k
+add_found graphics icons/oxygen -path '*/256x256/apps/preferences-desktop-*'
+add_found icons icons/oxygen icons/Tango -not -path '*/256x256/*' -not -path '*/animations/*'
 rm -r "$unpacked"
 touch "$folder/complete"

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""What hostile PNG files cost: makes them, converts each, and prints time, peak memory and verdict.
+"""Make hostile PNG files, convert each, and print time, peak memory and verdict.
 
     bench/hostile_inputs.py PNGSLAB [KiB of address space]
 
-Needs time(1), Debian's package `time`. With a limit the program runs under it (as by ulimit -v). The last column is the time for each input
-byte beyond that of starting the program, as a multiple of what an ordinary image costs.
+Needs time(1), Debian's package `time`. The optional limit applies to the program (like ulimit -v). The last column is
+the time per input byte without the start of the program, as a multiple of that of an ordinary image.
 """
 
 import pathlib
@@ -45,7 +45,7 @@ def split(deflated, size):
 
 
 def dynamic_empty_block(literals):
-    """A dynamic block of an end-of-block symbol alone, with codes for itself and 0 or 1 literals."""
+    """A dynamic block with only an end-of-block symbol, and codes for it and 0 or 1 literals."""
     bits = []
 
     def put(value, count):
@@ -89,7 +89,7 @@ def inputs():
     bomb = zlib.compressobj(9, zlib.DEFLATED, -15)
     deflated = bomb.compress(bytes(10241 * 10240)) + bomb.flush()
     yield "bomb that fills 100 MiB", png(10240, 10240, 0, idat(deflated))
-    yield "bomb behind a small image", png(16, 16, 0, idat(deflated))
+    yield "bomb after a small image", png(16, 16, 0, idat(deflated))
 
     small = zlib.compress(bytes(65 * 64), 0)[2:]
     yield "100,000 image chunks of 2 bytes", \
@@ -105,7 +105,7 @@ def inputs():
 
 
 def run(program, source, target, limit):
-    """Seconds of processor time, peak memory in KiB, and how it ended."""
+    """Return the seconds of processor time, the peak memory in KiB, and the verdict."""
     usage = target + ".usage"
 
     def set_limits():
@@ -114,8 +114,8 @@ def run(program, source, target, limit):
             resource.setrlimit(resource.RLIMIT_AS, (limit * 1024, limit * 1024))
 
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
-    # time(1) reads the peak of a process that it forks itself: a child of this one would start with
-    # the interpreter's own.
+    # time(1) starts the program and reads its peak. In a direct child of this script, the peak would start
+    # at the interpreter's.
     child = subprocess.run(["/usr/bin/time", "-q", "-o", usage, "-f", "%M", program, "--image",
                             source, "--output", target], stdout=subprocess.PIPE,
                            preexec_fn=set_limits, check=False)

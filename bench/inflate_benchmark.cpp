@@ -1,5 +1,5 @@
-// Inflating dynamic blocks made by zlib, beside zlib's own inflating: of a photograph's kind of data
-// and of a drawing's.
+// Inflating dynamic blocks made by zlib, compared with zlib: data like that of a photograph and of a
+// drawing.
 #include "bench/sample_data.h"
 #include "inflate/src/streams.h"
 
@@ -13,8 +13,8 @@ namespace {
 constexpr int kRawDeflate = -15;
 constexpr uint32_t kSize = 1 << 22;
 
-// Z_FILTERED, as libpng compresses filtered lines. So much data never ends in a fixed-code block
-// within the part that counts; should zlib choose one, ours would refuse and the benchmark stop.
+// Z_FILTERED, as libpng compresses filtered rows. For this much data zlib makes no fixed-code blocks. If
+// it did, our decoder would reject the stream and the benchmark would stop.
 std::vector<uint8_t> deflate_raw(const std::vector<uint8_t>& data) {
     z_stream stream = {};
     deflateInit2(&stream, 6, Z_DEFLATED, kRawDeflate, 8, Z_FILTERED);
@@ -64,9 +64,9 @@ void inflates(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * kSize);
 }
 
-BENCHMARK(inflates<inflate_by_pngslab, photograph_lines>)->Name("inflate photograph/pngslab");
-BENCHMARK(inflates<inflate_by_zlib, photograph_lines>)->Name("inflate photograph/zlib");
-BENCHMARK(inflates<inflate_by_pngslab, drawing_lines>)->Name("inflate drawing/pngslab");
-BENCHMARK(inflates<inflate_by_zlib, drawing_lines>)->Name("inflate drawing/zlib");
+BENCHMARK(inflates<inflate_by_pngslab, photograph_rows>)->Name("inflate photograph/pngslab");
+BENCHMARK(inflates<inflate_by_zlib, photograph_rows>)->Name("inflate photograph/zlib");
+BENCHMARK(inflates<inflate_by_pngslab, drawing_rows>)->Name("inflate drawing/pngslab");
+BENCHMARK(inflates<inflate_by_zlib, drawing_rows>)->Name("inflate drawing/zlib");
 
 } // namespace

@@ -1,4 +1,4 @@
-// What the comparison programs take on their command lines, and reading the files named there.
+// The command line of the comparison programs, and reading of its files.
 #pragma once
 
 #include <cstdint>
@@ -8,15 +8,15 @@
 /// `[--rounds N] [--each] [--only NAME] FILES...`
 struct comparison_options_t {
     uint32_t rounds = 9;
-    bool each = false; ///< a line for each file besides the sums
-    std::string only;  ///< run this contender alone, once a file, without timing; empty: compare
+    bool each = false; ///< print a line for each file, not only the sums
+    std::string only;  ///< run only this contender, once per file, without timing; empty: compare
     std::vector<std::string> files;
 };
 
-/// Ends the program with a message if the arguments make no sense or name no file.
+/// Ends the program with a message if the arguments are invalid or name no file.
 comparison_options_t parse_comparison_options(int argc, char** argv);
 
-/// The bytes of a file; ends the program if it cannot be read.
+/// The bytes of a file. Ends the program if it cannot be read.
 std::vector<uint8_t> read_file(const std::string& path);
 
 /// The name without its folders.

@@ -1,4 +1,4 @@
-// Each fill, each pair of modes that is converted or blended, spans in every mode and turning, on a
+// Fills and spans of every mode, conversions and blends of every pair of modes, and rotation, on a
 // quarter of a megapixel.
 #include "src/ds_surface.h"
 #include "src/pixel_kernels.h"
@@ -28,7 +28,7 @@ constexpr NamedMode kModes[] = {{Mode::ARGB8888, "ARGB8888"}, {Mode::RGB888, "RG
                                 {Mode::ARGB4444, "ARGB4444"}, {Mode::I8, "I8"},
                                 {Mode::AI88, "AI88"},         {Mode::A8, "A8"}};
 
-// Pixels with every byte in them, in no order that a predictor would learn.
+// Random pixels, so that branch prediction cannot learn them.
 std::vector<uint8_t> pixelsOf(Mode mode) {
     std::vector<uint8_t> pixels(uint64_t{kSide} * kSide * bytesPerPixel(mode));
     uint32_t state = 1;
@@ -64,7 +64,7 @@ void copy(benchmark::State& state, decltype(&convertPixels) kernel, Mode targetM
     countPixels(state);
 }
 
-// Lines of adjacent pixels, or columns of pixels a line apart.
+// Rows of adjacent pixels, or columns.
 void span(benchmark::State& state, Mode mode, bool isColumn) {
     std::vector<uint8_t> target = pixelsOf(mode);
     const std::vector<uint8_t> coverage = pixelsOf(Mode::A8);

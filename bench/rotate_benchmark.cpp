@@ -1,5 +1,5 @@
-// Turning surfaces by 90 degrees, by bytes a pixel, in a size that is no power of two and in one that
-// is.
+// Rotation of surfaces by 90 degrees, by bytes per pixel, in one size that is a power of two and one that
+// is not.
 #include "src/ds_surface.h"
 
 #include <benchmark/benchmark.h>
@@ -10,35 +10,35 @@
 
 namespace {
 
-// Blocks that the surface has released. Handing them out again keeps the system's way of providing
-// fresh memory out of the measurement.
+// Buffers that the surface has released. They are reused, so that the measurement does not include the
+// system's cost of new memory.
 std::vector<void*> gSpare;
 
 void* allocate(size_t byteCount) {
     if (gSpare.empty()) {
         return std::calloc(1, byteCount);
     }
-    void* const block = gSpare.back();
+    void* const buffer = gSpare.back();
     gSpare.pop_back();
-    return block;
+    return buffer;
 }
 
-void release(void* block) {
-    gSpare.push_back(block);
+void release(void* buffer) {
+    gSpare.push_back(buffer);
 }
 
 void rotates(benchmark::State& state, int32_t width, int32_t height, DsColorMode mode) {
     {
         DsSurface surface(width, height, 0U, mode, 0, 0, allocate, release, 1, 0);
         std::memset(surface.getPixels(), 0x5A, surface.getDataSize());
-        surface.rotate(90); // which touches the second block
+        surface.rotate(90); // writes the second buffer for the first time
         for (auto _ : state) {
             surface.rotate(90);
             benchmark::ClobberMemory();
         }
     }
-    for (void* const block : gSpare) {
-        std::free(block);
+    for (void* const buffer : gSpare) {
+        std::free(buffer);
     }
     gSpare.clear();
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * width * height);

@@ -1,5 +1,5 @@
-// Each filter by bytes a pixel: 1080p images of rows with that filter alone, converted in place as
-// the decoder does it.
+// Each filter by bytes per pixel: 1080p images with only that filter, converted in place as in the
+// decoder.
 #include "bench/sample_data.h"
 #include "png/internal/png_rows.h"
 #include "png/png_decode.h"
@@ -16,31 +16,31 @@ namespace {
 constexpr uint32_t kWidth = 1920;
 constexpr uint32_t kHeight = 1080;
 
-// Filtered rows that fill a block, so that the pixels follow closely behind them.
-std::vector<uint8_t> filtered_block(uint32_t channels, uint8_t filter) {
+// Filtered rows in a buffer without extra bytes, so that the target is close to the source.
+std::vector<uint8_t> filtered_rows(uint32_t channels, uint8_t filter) {
     const uint32_t rowBytes = kWidth * channels + 1;
-    std::vector<uint8_t> block = photograph_lines(rowBytes * kHeight);
+    std::vector<uint8_t> filtered = photograph_rows(rowBytes * kHeight);
     for (uint32_t y = 0; y < kHeight; ++y) {
-        block[size_t{y} * rowBytes] = filter;
+        filtered[size_t{y} * rowBytes] = filter;
     }
-    return block;
+    return filtered;
 }
 
 void rows(benchmark::State& state, uint8_t filter) {
     const auto channels = static_cast<uint32_t>(state.range(0));
-    const std::vector<uint8_t> filtered = filtered_block(channels, filter);
-    std::vector<uint8_t> block(filtered.size());
-    const png_rows_t image = {.buffer = block.data(),
-                              .bufferSize = block.size(),
+    const std::vector<uint8_t> filtered = filtered_rows(channels, filter);
+    std::vector<uint8_t> buffer(filtered.size());
+    const png_rows_t image = {.buffer = buffer.data(),
+                              .bufferSize = buffer.size(),
                               .sourceOffset = 0,
                               .stride = uint64_t{kWidth} * channels,
                               .width = kWidth,
                               .height = kHeight,
                               .bytesPerPixel = channels};
     for (auto _ : state) {
-        // Converting destroys its source, so that this copy is part of every measurement; the
-        // benchmark of the same name shows what it takes.
-        std::copy(filtered.begin(), filtered.end(), block.begin());
+        // The conversion overwrites its source, so every measurement includes this copy. The benchmark
+        // "copy alone" shows its time.
+        std::copy(filtered.begin(), filtered.end(), buffer.begin());
         if (png_convert_rows(image) != fault_t::none) {
             std::abort();
         }
@@ -50,10 +50,10 @@ void rows(benchmark::State& state, uint8_t filter) {
 }
 
 void copy_alone(benchmark::State& state) {
-    const std::vector<uint8_t> filtered = filtered_block(static_cast<uint32_t>(state.range(0)), 0);
-    std::vector<uint8_t> block(filtered.size());
+    const std::vector<uint8_t> filtered = filtered_rows(static_cast<uint32_t>(state.range(0)), 0);
+    std::vector<uint8_t> buffer(filtered.size());
     for (auto _ : state) {
-        std::copy(filtered.begin(), filtered.end(), block.begin());
+        std::copy(filtered.begin(), filtered.end(), buffer.begin());
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations()) * kWidth * kHeight);

@@ -1,11 +1,11 @@
-// Runs converters as processes, alternately over the files, on one core, and prints what each took.
-// Before that it checks that all of them write the same file.
+// Runs converters as processes, in turns for each file, on one core, and prints their times and memory.
+// First checks that all of them write the same file.
 //
 //     run_interleaved [--rounds N] FOLDER NAME=PROGRAM... -- IMAGES...
 //
 // Each is run as `PROGRAM --image IMAGE --output FOLDER/NAME.surface`. A program that writes no file
-// is one that measures starting alone. Linked statically and sparing with memory, because a process's
-// peak memory, as the system counts it, starts at that of the process that started it.
+// measures only the start of a process. This program is linked statically and uses little memory,
+// because the system counts a process's peak memory from that of the process that started it.
 #include "bench/comparison.h"
 
 #include <fcntl.h>
@@ -26,7 +26,7 @@ struct command_t {
     std::string name, program, output;
     // Sums over the files.
     double processorSeconds, wallSeconds;
-    // The most over the files, in KiB.
+    // Max over the files, in KiB.
     double peakMemory;
 };
 
@@ -83,7 +83,7 @@ double wall_seconds() {
 }
 
 sample_t run(const command_t& command, char* image) {
-    static posix_spawn_file_actions_t* const quietly = [] {
+    static posix_spawn_file_actions_t* const discardOutput = [] {
         static posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
@@ -94,7 +94,7 @@ sample_t run(const command_t& command, char* image) {
                          words[2].data(), words[3].data(), nullptr};
     const double start = wall_seconds();
     pid_t child = 0;
-    if (posix_spawn(&child, arguments[0], quietly, nullptr, arguments, environ) != 0) {
+    if (posix_spawn(&child, arguments[0], discardOutput, nullptr, arguments, environ) != 0) {
         stop("cannot start " + command.program);
     }
     int status = 0;
@@ -108,7 +108,7 @@ sample_t run(const command_t& command, char* image) {
             static_cast<double>(usage.ru_maxrss)};
 }
 
-// Compares in small pieces, for the sake of this process's own memory.
+// Compares in small pieces, because this process must use little memory.
 bool same_content(const std::string& path, const std::string& otherPath) {
     std::FILE* const files[] = {std::fopen(path.c_str(), "rb"),
                                 std::fopen(otherPath.c_str(), "rb")};
@@ -135,7 +135,7 @@ void check(const request_t& request, char* image) {
         run(command, image);
         const bool wroteNone = access(command.output.c_str(), F_OK) != 0;
         if (!wroteNone && !same_content(ours.output, command.output)) {
-            stop(command.name + " writes another file for " + image);
+            stop(command.name + " writes a different file for " + image);
         }
     }
 }
@@ -163,7 +163,7 @@ void measure(request_t& request, char* image) {
 void print(const request_t& request) {
     const auto files = static_cast<double>(request.images.size());
     const command_t& ours = request.commands.front();
-    std::printf("\n| whole process, %6zu files        | CPU ms a file | ratio | wall ms a file | "
+    std::printf("\n| whole process, %6zu files        | CPU ms / file | ratio | wall ms / file | "
                 "ratio | peak MiB |\n|---|---|---|---|---|---|\n",
                 request.images.size());
     for (const command_t& command : request.commands) {

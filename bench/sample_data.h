@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <vector>
 
-/// `size` bytes without any pattern.
+/// `size` random bytes.
 std::vector<uint8_t> noise(uint32_t size);
 
-/// `size` bytes like a photograph's filtered lines: small differences around zero.
-std::vector<uint8_t> photograph_lines(uint32_t size);
+/// `size` bytes like filtered rows of a photograph: small differences around zero.
+std::vector<uint8_t> photograph_rows(uint32_t size);
 
-/// `size` bytes like a drawing's filtered lines: areas without change between edges that come again
-/// from line to line.
-std::vector<uint8_t> drawing_lines(uint32_t size);
+/// `size` bytes like filtered rows of a drawing: areas without a change, between edges that repeat from
+/// row to row.
+std::vector<uint8_t> drawing_rows(uint32_t size);

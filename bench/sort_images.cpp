@@ -1,9 +1,9 @@
-// Sorts the PNG files in a folder into the benchmarks' sets, by what their headers say; a folder named
-// photographs or graphics has its say too. Other files are left out and counted.
+// Sorts the PNG files in a folder into the benchmarks' sets, by their headers and by the names of their
+// folders (photographs, graphics). Other files are left out and counted.
 //
 //     sort_images FOLDER TARGET
 //
-// Writes TARGET/SET.txt, one path a line, for each set.
+// Writes TARGET/SET.txt for each set, with one path per line.
 #include "bench/options.h"
 #include "png/png_decode.h"
 #include "png/surface_from_png.h"
@@ -21,27 +21,27 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kSets[] = {"photographs", "graphics", "palette_and_gray", "icons"};
-// Icons that not every peer can convert to the same file.
-constexpr const char* kNoSet = "palette and gray icons, which take no part";
+// Not every peer can convert these icons to the same file.
+constexpr const char* kNoSet = "palette and gray icons (unused)";
 
-bool lies_in(const char* folder, const fs::path& path) {
+bool is_in(const char* folder, const fs::path& path) {
     return std::find(path.begin(), path.end(), folder) != path.end();
 }
 
-// Photographs resist compression; drawings and screenshots of that kind shrink to less than a fifth.
+// Photographs compress badly. Drawings and screenshots compress to less than a fifth.
 bool is_photograph(const fs::path& path, const png_info_t& info, uint64_t fileSize) {
     constexpr uint8_t kTruecolor = 2;
     const bool likely =
         info.colorType == kTruecolor && fileSize * 5 >= uint64_t{3} * info.width * info.height;
-    return lies_in("photographs", path) || (likely && !lies_in("graphics", path));
+    return is_in("photographs", path) || (likely && !is_in("graphics", path));
 }
 
 const char* set_of(const fs::path& path, const png_info_t& info, uint64_t fileSize) {
     constexpr uint8_t kTruecolorBit = 2;
     constexpr uint8_t kIndexed = 3;
-    constexpr uint32_t kLargestIcon = 128;
+    constexpr uint32_t kMaxIconSide = 128;
     const bool truecolor = (info.colorType & kTruecolorBit) != 0 && info.colorType != kIndexed;
-    if (info.width <= kLargestIcon && info.height <= kLargestIcon) {
+    if (info.width <= kMaxIconSide && info.height <= kMaxIconSide) {
         return truecolor ? "icons" : kNoSet;
     }
     if (!truecolor) {
@@ -61,8 +61,8 @@ std::vector<std::string> png_files(const std::string& folder) {
     return paths;
 }
 
-// The set that the file belongs to, or null if ours refuses it. A key color would come out as other
-// pixels than those of any peer, so that such files are no common ground.
+// The set of the file, or null if ours rejects it or if it has a key color, for which ours has other
+// pixels than every peer.
 const char* classify(const std::string& path) {
     const std::vector<uint8_t> file = read_file(path);
     const std::unique_ptr<DsSurface> surface(surface_from_png(file.data(), file.size(), false, 0));
@@ -83,11 +83,11 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::map<std::string, std::vector<std::string>> sets;
-    size_t refused = 0;
+    size_t rejected = 0;
     for (const std::string& path : png_files(argv[1])) {
         const char* const set = classify(path);
         if (set == nullptr) {
-            ++refused;
+            ++rejected;
         } else {
             sets[set].push_back(path);
         }
@@ -99,6 +99,6 @@ int main(int argc, char** argv) {
         }
         std::printf("%s: %zu, ", set, sets[set].size());
     }
-    std::printf("%s: %zu, refused by pngslab or with a key color: %zu\n", kNoSet,
-                sets[kNoSet].size(), refused);
+    std::printf("%s: %zu, rejected by pngslab or with a key color: %zu\n", kNoSet,
+                sets[kNoSet].size(), rejected);
 }

@@ -1,4 +1,4 @@
-// The option parser: any tokens, any lookups.
+// The option parser with arbitrary tokens and lookups.
 #include "fuzz/fuzz_input.h"
 #include "tools/surface_generator/command_line.h"
 
@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     FuzzInput input(bytes, size);
     std::vector<std::string> tokens = {"pngslab"};
     for (uint32_t i = input.below(8); i > 0; --i) {
-        tokens.push_back(takeToken(input).c_str()); // arguments end at their first zero
+        tokens.push_back(takeToken(input).c_str()); // an argument ends at its first zero byte
     }
     std::vector<const char*> arguments;
     for (const std::string& token : tokens) {

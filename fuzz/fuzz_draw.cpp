@@ -1,5 +1,5 @@
-// A sequence of drawing operations on small surfaces, decoded from the input, after which the target
-// is turned. Every sequence runs on each backend, which must leave the same bytes as the scalar one.
+// A sequence of drawing operations on small surfaces, decoded from the input. At the end the target is
+// rotated. Every sequence runs on each backend, with the same bytes as on the scalar backend.
 #include "fuzz/fuzz_input.h"
 #include "src/ds_ellipse.h"
 #include "src/ds_surface.h"
@@ -13,10 +13,10 @@
 namespace {
 
 constexpr uint64_t kHeaderSize = 20;
-constexpr uint32_t kMaxSide = 80; // more than a tile of any way to turn pixels
+constexpr uint32_t kMaxSide = 80; // more than any tile of a rotation
 constexpr int kMaxOperations = 12;
 
-// A surface file in heap memory of exactly its size, with any header that a view may trust.
+// A surface file in heap memory of exactly its size, with any header that is valid for a view.
 std::vector<uint8_t> takeSurfaceFile(FuzzInput& input) {
     const uint32_t rotations[] = {0, 90, 180, 270, input.take<uint16_t>()};
     const uint32_t mode = input.take<uint8_t>() % 12;
@@ -60,11 +60,11 @@ void paintSpan(DsSurface& surface, FuzzInput& input) {
     const uint32_t step = 1 + input.take<uint8_t>() % 3;
     std::vector<uint8_t> coverage = input.takeBytes(width);
     coverage.resize(width, 77);
-    uint8_t* const line = surface.getPixels() + row * surface.getStride();
+    uint8_t* const pixels = surface.getPixels() + row * surface.getStride();
     if (step == 1) {
-        blendSpan(line, coverage.data(), width);
+        blendSpan(pixels, coverage.data(), width);
     } else {
-        blendSpanStrided(line, step, coverage.data(), (width - 1) / step + 1);
+        blendSpanStrided(pixels, step, coverage.data(), (width - 1) / step + 1);
     }
 }
 
@@ -77,7 +77,7 @@ void useRegions(const DsSurface& surface, FuzzInput& input) {
     rect.moveBy({input.take<float>(), input.take<float>()});
     ellipse.verticalSpanAt(input.take<float>());
     const auto angle = input.take<float>();
-    // Small negative angles are the caller's to avoid: their walk round the axes does not end.
+    // Callers must avoid small negative angles: the loop over the axes does not end.
     if (!(angle < 0.0F && std::fmod(angle, 360.0F) > -1.0F)) {
         ellipse.arcBounds(input.flag(), input.take<float>(), angle);
     }
@@ -85,7 +85,7 @@ void useRegions(const DsSurface& surface, FuzzInput& input) {
     roundPoint(point, ellipse.pointAt(angle));
 }
 
-// One operation; `target` may be a sub-surface, which only what respects the clip may touch.
+// One operation that respects the clip, because `target` may be a sub-surface.
 void drawInsideClip(DsSurface& target, const DsSurface& source, FuzzInput& input) {
     switch (input.take<uint8_t>() % 6) {
     case 0:
@@ -113,7 +113,7 @@ void drawInsideClip(DsSurface& target, const DsSurface& source, FuzzInput& input
     }
 }
 
-// At the same place, which is the one kind of overlap that copies support.
+// At the same position: copies support no other overlap.
 void copyOntoItself(DsSurface& target, FuzzInput& input) {
     const uint32_t alphaMode = input.take<uint8_t>() % 4;
     if (input.flag()) {
@@ -163,9 +163,9 @@ void drawAnywhere(DsSurface& target, const DsSurface& source, FuzzInput& input) 
     }
 }
 
-// The pixels of an owning surface of the same size and mode, turned; it is filled with what the
-// target's first lines hold.
-std::vector<uint8_t> turned(const DsSurface& target) {
+// The rotated pixels of an owning surface of the same size and mode, filled with the first bytes of the
+// target.
+std::vector<uint8_t> rotatedPixels(const DsSurface& target) {
     DsSurface copy(target.getWidth(), target.getHeight(), 0, target.getColorMode(), 0, 0,
                    std::malloc, std::free, 1, 0);
     if (copy.getDataSize() != 0) {
@@ -189,7 +189,7 @@ std::vector<uint8_t> draw(FuzzInput input) {
             drawAnywhere(target, source, input);
         }
     }
-    const std::vector<uint8_t> pixels = turned(target);
+    const std::vector<uint8_t> pixels = rotatedPixels(target);
     targetFile.insert(targetFile.end(), pixels.begin(), pixels.end());
     return targetFile;
 }

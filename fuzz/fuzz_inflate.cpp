@@ -1,7 +1,6 @@
-// inflate_process on any bytes: whole, in pieces of any size that are gone when the next one comes,
-// through a window with small outputs, and without the fast loop. All must agree, and with and without
-// the fast loop the record and the reader must be the same after every piece. A run for the verdict alone
-// agrees, too.
+// inflate_process with arbitrary bytes: as a whole, in pieces of any size that are freed after use, through a window
+// with small outputs, and without the fast loop. All must agree. After every piece the record and the reader must be
+// the same with and without the fast loop. The rehearsal must have the same verdict.
 #include "fuzz/fuzz_input.h"
 #include "inflate/src/internal/inflate_rehearsal.h"
 #include "inflate/src/internal/inflate_steps.h"
@@ -11,7 +10,7 @@
 
 namespace {
 
-constexpr uint32_t kMaxOutput = 1 << 12; // and so the furthest that a match can reach back
+constexpr uint32_t kMaxOutput = 1 << 12; // also the max distance of a match
 
 struct Outcome {
     int32_t result;
@@ -61,7 +60,7 @@ public:
                            : inflate_process(mInflate.get(), &mStream);
     }
 
-    // Whether both stand at the same place in the same state, having been fed the same piece.
+    // Whether both have the same position and state, after the same piece.
     bool operator==(const PieceDecoder& other) const {
         const inflate_t& a = *mInflate;
         const inflate_t& b = *other.mInflate;
@@ -109,7 +108,7 @@ Outcome decodeInPieces(const std::vector<uint8_t>& data, uint32_t capacity, uint
     return {result, fast.bytes()};
 }
 
-// Outputs of one to a few bytes, each in memory of its own.
+// Small output buffers, each allocated separately.
 Outcome decodeThroughWindow(const std::vector<uint8_t>& data, uint32_t windowSize, uint32_t seed) {
     std::vector<uint8_t> window(windowSize);
     const auto inflate = freshDecoder(window.data(), windowSize);
@@ -128,7 +127,7 @@ Outcome decodeThroughWindow(const std::vector<uint8_t>& data, uint32_t windowSiz
     return {result, bytes};
 }
 
-// A run for the verdict alone has that of direct mode, unless it has passed a fixed-code block.
+// A rehearsal has the verdict of direct mode, unless there is a fixed-code block.
 void checkRehearsal(const std::vector<uint8_t>& data, uint32_t capacity, int32_t expected) {
     const auto rehearsal = std::make_unique<inflate_detail::rehearsal_t>();
     inflate_detail::rehearsal_begin(rehearsal.get(), capacity);
@@ -152,7 +151,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     require(decodeWhole(data, capacity, inflate_detail::process_states_only) == whole);
     require(decodeInPieces(data, capacity, seed) == whole);
     const Outcome windowed = decodeThroughWindow(data, kMaxOutput, seed);
-    const uint32_t room = std::min(capacity, kMaxOutput); // what both have
+    const uint32_t room = std::min(capacity, kMaxOutput); // the output space of both
     if (whole.result != kInflateNeedsOutput && whole.bytes.size() < room) {
         require(windowed == whole);
     }

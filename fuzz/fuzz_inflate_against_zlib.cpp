@@ -1,5 +1,5 @@
-// inflate_process against zlib: the same bytes and the same verdict on every stream, apart from
-// what this decoder means to differ in.
+// inflate_process compared with zlib: the same bytes and the same verdict for every stream, except for
+// intended differences.
 #include "fuzz/fuzz_input.h"
 #include "inflate/src/streams.h"
 
@@ -13,8 +13,8 @@ constexpr uint32_t kMaxOutput = 1 << 13;
 struct Outcome {
     bool complete;
     bool invalid;
-    bool leavesFixedBlocksOut; // a block of type 1 came up, which this decoder refuses
-    bool incompleteLengthCode; // which this decoder accepts in the header of a dynamic block
+    bool hasFixedBlock;        // a block of type 1, which this decoder rejects
+    bool incompleteLengthCode; // accepted by this decoder in the header of a dynamic block
     std::vector<uint8_t> bytes;
 };
 
@@ -33,8 +33,8 @@ Outcome inflateHere(const std::vector<uint8_t>& data) {
     return outcome;
 }
 
-// Goes block by block, so that the type of each block header can be seen: zlib stops behind a block
-// and says how many bits of the last byte are unused.
+// Decoding runs block by block, to read the type in each block header: zlib stops after a block and
+// reports how many bits of the last byte are unused.
 bool nextBlockIsFixed(const z_stream& zlib, const std::vector<uint8_t>& data) {
     const size_t bit = zlib.total_in * 8 - static_cast<size_t>(zlib.data_type & 7);
     uint32_t header = 0;
@@ -58,10 +58,10 @@ Outcome inflateWithZlib(std::vector<uint8_t> data) {
     zlib.avail_out = kMaxOutput;
     int result = Z_OK;
     while (result == Z_OK && zlib.avail_out > 0) {
-        const bool isBehindBlock = (zlib.data_type & 128) != 0;
+        const bool isAfterBlock = (zlib.data_type & 128) != 0;
         const bool wasFinalBlock = (zlib.data_type & 64) != 0;
-        if (zlib.total_in == 0 || (isBehindBlock && !wasFinalBlock)) {
-            outcome.leavesFixedBlocksOut |= nextBlockIsFixed(zlib, data);
+        if (zlib.total_in == 0 || (isAfterBlock && !wasFinalBlock)) {
+            outcome.hasFixedBlock |= nextBlockIsFixed(zlib, data);
         }
         const uLong before = zlib.total_in + zlib.total_out;
         const int type = zlib.data_type;
@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const size_t common = std::min(here.bytes.size(), zlib.bytes.size());
     require(std::equal(here.bytes.begin(), here.bytes.begin() + static_cast<ptrdiff_t>(common),
                        zlib.bytes.begin()));
-    if (zlib.leavesFixedBlocksOut) {
+    if (zlib.hasFixedBlock) {
         require(!here.complete);
         return 0;
     }
@@ -98,7 +98,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         if (here.complete) {
             require(here.bytes == zlib.bytes);
         }
-        // What zlib finds invalid is invalid here at the latest when the input ends.
+        // If zlib rejects a stream, this decoder rejects it at the end of the input at the latest.
         require(!(zlib.complete && here.invalid) && !(here.complete && zlib.invalid));
     }
     return 0;

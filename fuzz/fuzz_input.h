@@ -1,4 +1,4 @@
-// Takes a fuzzer's bytes apart: a few decisions from the front, the rest as data.
+// Splits a fuzzer's bytes: a few decisions from the start, the rest as data.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ public:
 
     size_t size() const { return mSize; }
 
-    /// The next bytes as a number; zeros once they have run out.
+    /// The next bytes as a number. Missing bytes are zeros.
     template <typename Number>
     Number take() {
         Number value{};
@@ -35,7 +35,7 @@ public:
     bool flag() { return (take<uint8_t>() & 1) != 0; }
 
     /// Up to `count` of the next bytes, in heap memory of exactly their size, so that a sanitizer
-    /// sees every access outside.
+    /// detects every access outside.
     std::vector<uint8_t> takeBytes(size_t count) {
         const size_t taken = mSize < count ? mSize : count;
         std::vector<uint8_t> bytes(mData, mData + taken);

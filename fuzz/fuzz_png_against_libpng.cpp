@@ -1,4 +1,4 @@
-// png_decode against libpng: what both accept has the same pixels.
+// png_decode compared with libpng: a file that both accept has the same pixels.
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr uint64_t kMaxBlock = 1 << 19;
+constexpr uint64_t kMaxBytes = 1 << 19;
 
 void* allocate(size_t byteCount) {
     return std::calloc(1, byteCount);
@@ -35,8 +35,8 @@ void leave(png_structp png, png_const_charp /*text*/) {
     png_longjmp(png, 1);
 }
 
-// Rows as the surface has them; false if libpng refuses the file. Objects with destructors stay
-// with the caller, since errors jump.
+// Reads the rows in the surface's layout. Returns false if libpng rejects the file. Errors jump, so this
+// function has no objects with destructors.
 bool readRows(png_structp png, png_infop info, std::vector<uint8_t>& pixels) {
     if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const std::vector<uint8_t> file(bytes, bytes + size);
     png_info_t info = {};
     if (png_decode(file.data(), file.size(), &info, nullptr) != kPngOk ||
-        uint64_t{info.width} * info.height > kMaxBlock / 4) {
+        uint64_t{info.width} * info.height > kMaxBytes / 4) {
         return 0;
     }
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         !decodeWithLibpng(file, pixels)) {
         return 0;
     }
-    // libpng takes chunk names by their exact case, so it may have met another first header.
+    // libpng compares chunk names with their case, so it may use another header.
     const size_t rowBytes = pixels.size() / info.height;
     require(rowBytes * info.height == pixels.size() && rowBytes <= surface.getStride());
     for (uint32_t y = 0; y < info.height; ++y) {

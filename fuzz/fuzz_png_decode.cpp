@@ -1,6 +1,6 @@
-// png_decode on any bytes: the header pass, and the full pass into surfaces of the right size and
-// of any other, on a backend that the input chooses and on the scalar one, which must leave the same
-// bytes. Pixel and palette blocks lie in heap memory of exactly their size.
+// png_decode with arbitrary bytes: the header pass, and the full pass into surfaces of the right size and
+// of any other. A backend chosen by the input must leave the same bytes as the scalar backend. Pixel and
+// palette buffers are in heap memory of exactly their size.
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"
@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr uint64_t kMaxBlock = 1 << 20;
+constexpr uint64_t kMaxBytes = 1 << 20;
 constexpr uint32_t kMaxSide = 50;
-constexpr size_t kDecisionBytes = 16; // in front of the file
+constexpr size_t kDecisionBytes = 16; // before the file
 
 void* allocate(size_t byteCount) {
     return std::calloc(1, byteCount);
@@ -21,18 +21,18 @@ void* allocate(size_t byteCount) {
 
 bool isAffordable(const png_info_t& info) {
     const uint64_t pixelSize = std::max<uint64_t>(bytesPerPixel(info.colorMode), 1);
-    return info.width <= kMaxBlock && info.height <= kMaxBlock &&
-           uint64_t{info.width} * info.height * pixelSize <= kMaxBlock;
+    return info.width <= kMaxBytes && info.height <= kMaxBytes &&
+           uint64_t{info.width} * info.height * pixelSize <= kMaxBytes;
 }
 
-int32_t decodeAsAsked(const std::vector<uint8_t>& file, png_info_t info) {
+int32_t decodeIntoFitting(const std::vector<uint8_t>& file, png_info_t info) {
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
                       info.colorMode, info.paletteHasAlpha, info.paletteSize, allocate, std::free,
                       1, info.height);
     return png_decode(file.data(), file.size(), &info, &surface);
 }
 
-// Makes a backend the active one. What the machine does not support leaves the active one as it is.
+// Activates a backend, unless the machine does not support it.
 void selectAny(FuzzInput* decisions) {
     const size_t number = decisions->take<uint8_t>() % ds_detail::kBackendCount;
     ds_detail::selectBackend(ds_detail::backends()[number].name);
@@ -75,8 +75,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     png_info_t info = {};
     const int32_t result = png_decode(file.data(), file.size(), &info, nullptr);
     if (result == kPngOk && isAffordable(info)) {
-        const int32_t fullResult = decodeAsAsked(file, info);
-        // A surface made as the header pass says can fail by what the header pass does not look at.
+        const int32_t fullResult = decodeIntoFitting(file, info);
+        // With a fitting surface the full pass can still find errors that the header pass does not check.
         require(fullResult != kPngUnsupported);
     }
     const Outcome outcome = decodeIntoAny(file, decisions);

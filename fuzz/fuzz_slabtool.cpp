@@ -1,6 +1,6 @@
-// What slabtool reads: its words agree with the decoder's verdict, images that it prepares are taken with their
-// pixels, and no surface file leads it, or the header for C, outside of the file. What it converts: surfaces are
-// consistent, and as pngslab makes them unless more is asked for.
+// slabtool with arbitrary inputs. Its verdicts agree with the decoder. The decoder accepts prepared images, with the
+// same pixels. No surface file makes slabtool, or the header for C, read outside the file. Converted surfaces are
+// consistent, and without options they equal those of pngslab.
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"
@@ -28,7 +28,7 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize);
 namespace {
 
 constexpr uint64_t kMaxPixels = 1 << 17;
-// The first byte tells what the others are. In front of a PNG file that is converted stands the request.
+// The first byte is the kind of the input. If it is a PNG file to convert, a request comes before the file.
 constexpr uint8_t kIsSurface = 1, kKeyToAlpha = 2, kExpandPalette = 4, kIsConverted = 8,
                   kIsSamples = 16;
 constexpr size_t kRequestBytes = 12;
@@ -49,13 +49,13 @@ bool isAffordable(ByteView png) {
            uint64_t{info.width} * info.height <= kMaxPixels;
 }
 
-bool decoderTakes(ByteView png, bool alphaOnly) {
+bool decoderAccepts(ByteView png, bool alphaOnly) {
     const std::unique_ptr<DsSurface> surface(
         surface_from_png(png.data(), png.size(), alphaOnly, 0));
     return surface != nullptr;
 }
 
-// Nothing where not even addresses can be had for a surface: check says then that memory is short.
+// Nothing if there are not enough addresses for a surface: then `check` reports too little memory.
 std::optional<PngVerdict> judge(ByteView png, bool alphaOnly) {
     try {
         return judgePng(png, alphaOnly);
@@ -72,14 +72,14 @@ void checkVerdicts(ByteView png) {
     const auto alphaVerdict = judge(png, true);
     if (isAffordable(png)) {
         require(verdict && alphaVerdict);
-        require(decoderTakes(png, false) == !reason && verdict->isAccepted == !reason);
-        require(decoderTakes(png, true) == alphaVerdict->isAccepted);
+        require(decoderAccepts(png, false) == !reason && verdict->isAccepted == !reason);
+        require(decoderAccepts(png, true) == alphaVerdict->isAccepted);
     }
 }
 
 // ---- prepare
 
-// As the surface has them.
+// The samples in the surface's order.
 Bytes storedSamples(const PngImage& image) {
     Bytes samples = image.samples;
     if (image.colorType == kRgbType || image.colorType == kRgbaType) {
@@ -100,8 +100,8 @@ void checkSurface(const DsSurface& surface, const PngImage& image) {
     }
 }
 
-// Whether the converter takes the file; then it finds the image's pixels there.
-bool isTakenAs(ByteView file, const PngImage& image) {
+// Whether the converter accepts the file. If so, the pixels must be those of the image.
+bool isAcceptedAs(ByteView file, const PngImage& image) {
     const std::unique_ptr<DsSurface> surface(surface_from_png(file.data(), file.size(), false, 0));
     if (surface != nullptr) {
         checkSurface(*surface, image);
@@ -112,7 +112,7 @@ bool isTakenAs(ByteView file, const PngImage& image) {
 bool survives(const PngImage& image, const PngEffort& effort) {
     const Bytes file = encodePng(image, effort);
     require(decodePng(file).samples == image.samples);
-    return isTakenAs(file, image);
+    return isAcceptedAs(file, image);
 }
 
 void checkPreparation(ByteView png, const PngChanges& changes) {
@@ -129,7 +129,7 @@ void checkPreparation(ByteView png, const PngChanges& changes) {
         survives(image, kEfforts[png.size() % kEfforts.size()]);
         require(survives(image, kStored));
         if (!changes.expandPalette && !changes.keyToAlpha) {
-            isTakenAs(png, image);
+            isAcceptedAs(png, image);
         }
     }
 }
@@ -141,7 +141,7 @@ uint32_t argb(const uint8_t* pixel) {
     const uint32_t stored = ds_detail::loadPixel<mode>(pixel);
     ds_detail::DsColor color = ds_detail::ModeTraits<mode>::decode(stored, {});
     if constexpr (mode == DsColorMode::ARGB1555) {
-        color.alpha = (stored >> 15) * 255; // which drawing operations do not read
+        color.alpha = (stored >> 15) * 255; // drawing operations do not read this bit
     }
     return color.alpha << 24 | color.red << 16 | color.green << 8 | color.blue;
 }
@@ -182,7 +182,7 @@ void checkSurfaceFile(const Bytes& file) {
     require(isRejected == (verdict != QUILLORY_ACCEPTED));
 }
 
-// A path can be any bytes.
+// A path can have any bytes.
 void checkTexts(const Bytes& bytes) {
     const auto isControl = [](char c) { return static_cast<uint8_t>(c) < 0x20; };
     const std::string text(bytes.begin(), bytes.end());
@@ -201,7 +201,7 @@ ConversionRequest takeRequest(FuzzInput& input) {
     const uint8_t flags = input.take<uint8_t>();
     const uint8_t mode = input.take<uint8_t>();
     const uint8_t dither = input.take<uint8_t>();
-    const uint8_t turn = input.take<uint8_t>();
+    const uint8_t rotation = input.take<uint8_t>();
     const uint32_t background = input.take<uint32_t>();
     const uint16_t alignment = input.take<uint16_t>();
     const uint16_t pixels = input.take<uint16_t>();
@@ -216,7 +216,7 @@ ConversionRequest takeRequest(FuzzInput& input) {
     request.alphaOnly = (flags & 4) != 0;
     request.keepColors = (flags & 8) != 0;
     request.palette = (flags & 16) != 0;
-    request.rotation = turn % 4 * 90;
+    request.rotation = rotation % 4 * 90;
     request.rowAlignment = 1U + alignment % ((flags & 32) != 0 ? 4096 : 1);
     request.maxPixels = pixels;
     return request;
@@ -270,12 +270,12 @@ void checkSamePicture(const Bytes& file, const Bytes& other) {
 }
 
 void checkAgainstDecoder(ByteView png, const ConversionRequest& request) {
-    const ConversionRequest plain = {.alphaOnly = request.alphaOnly,
-                                     .rotation = request.rotation,
-                                     .maxPixels = request.maxPixels};
-    const Conversion conversion = converted(png, plain);
+    const ConversionRequest simple = {.alphaOnly = request.alphaOnly,
+                                      .rotation = request.rotation,
+                                      .maxPixels = request.maxPixels};
+    const Conversion conversion = converted(png, simple);
     const std::unique_ptr<DsSurface> surface(surface_from_png(
-        png.data(), png.size(), plain.alphaOnly, static_cast<int32_t>(plain.rotation)));
+        png.data(), png.size(), simple.alphaOnly, static_cast<int32_t>(simple.rotation)));
     if (surface != nullptr) {
         Bytes expected(surface->serialize(nullptr));
         surface->serialize(expected.data());
@@ -325,9 +325,9 @@ void checkConversion(ByteView png, const ConversionRequest& request) {
     }
 }
 
-// ---- Samples to modes of two bytes a pixel
+// ---- Samples to modes of two bytes per pixel
 
-// How far a level may be from its channel's value, in units of 1/255 level.
+// The max difference of a level from its channel's value, in units of 1/255 level.
 uint32_t toleranceOf(Dither dither) {
     switch (dither) {
     case Dither::None:
@@ -335,7 +335,7 @@ uint32_t toleranceOf(Dither dither) {
     case Dither::Ordered:
         return 254;
     case Dither::FloydSteinberg:
-        return 256; // half a level of errors received, half a level to the nearest, and rounding
+        return 256; // half a level of received errors, half a level to the nearest level, and rounding
     }
     return 0;
 }
@@ -382,7 +382,7 @@ void checkIdentifier(const std::string& identifier) {
     require(identifierIn(identifier) == identifier);
 }
 
-// Whatever the files are called, sources hold plain ASCII, complete strings, and all bytes.
+// With any file names, sources have only ASCII, complete strings, and all bytes.
 void checkEmbedding(const Bytes& bytes) {
     const std::string name(bytes.begin(), bytes.end());
     checkIdentifier(identifierIn(name));

@@ -1,4 +1,4 @@
-// The converter's whole way from bytes to a surface file: no crash, and the same file every time.
+// The whole conversion from bytes to a surface file: no crash, and the same file every time.
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"
@@ -10,7 +10,7 @@
 namespace {
 
 constexpr uint64_t kMaxPixels = 1 << 17;
-constexpr size_t kDecisionBytes = 2; // in front of the file
+constexpr size_t kDecisionBytes = 2; // before the file
 
 // The surface file; empty if there is none.
 std::vector<uint8_t> convert(const std::vector<uint8_t>& png, bool alphaOnly, int32_t rotation) {

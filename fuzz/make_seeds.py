@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes small seeds for every fuzzer into corpus/<fuzzer>/, from nothing but Python's standard library.
+"""Write small seeds for every fuzzer into corpus/<fuzzer>/, with only Python's standard library.
 
 The archives in the tree hold these seeds and what the fuzzers found from there, minimized.
 """
@@ -48,7 +48,7 @@ def pngs():
 
 
 def surfaces():
-    """In every mode: with padding, just large enough, a byte too short, and a line too short."""
+    """In every mode: with padding, exact, one byte too short, and with a stride below the row size."""
     sizes = {0: 4, 1: 3, 2: 2, 3: 2, 4: 2, 5: 1, 7: 2, 9: 1}
     for number, (mode, size) in enumerate(sizes.items()):
         for stride, missing in ((3 * size + 1, 0), (3 * size, 0), (3 * size, 1), (3 * size - 1, 0)):
@@ -57,13 +57,13 @@ def surfaces():
 
 
 def requests():
-    """Decisions in front of images to convert: flags, mode, dither, turn, background, alignment, most pixels."""
+    """Images to convert, after the decisions: flags, mode, dither, rotation, background, alignment, max pixels."""
     for number, image in enumerate(pngs()):
         yield struct.pack("<5BIHH", 8, number * 11 % 64, number, number, number % 2, 0xFFFFFF, 4, 1000) + image
 
 
 def samples():
-    """In each mode of two bytes a pixel, with each kind of dithering."""
+    """In each mode of two bytes per pixel, with each kind of dithering."""
     rng = random.Random(3)
     for mode in range(3):
         for dither in range(3):
@@ -72,10 +72,10 @@ def samples():
 
 def streams():
     rng = random.Random(7)
-    plain = [b"", b"a" * 300, bytes(rng.randrange(256) for _ in range(400)),
+    data_sets = [b"", b"a" * 300, bytes(rng.randrange(256) for _ in range(400)),
              b"the quick brown fox jumps over the lazy dog " * 12,
              bytes((x * x // 7) & 255 for x in range(900))]
-    for data in plain:
+    for data in data_sets:
         for level, strategy in ((0, 0), (9, 0), (6, 2), (6, 3)):
             packer = zlib.compressobj(level, zlib.DEFLATED, -15, 9, strategy)
             yield packer.compress(data[:200]) + packer.flush(zlib.Z_FULL_FLUSH) + \

@@ -1,4 +1,4 @@
-// Takes a file into chunks, changes one thing, and puts it together again.
+// Splits a file into chunks, changes one of them, and writes the file again.
 #include "fuzz/png_mutator.h"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ void appendBigEndian(Bytes& bytes, uint32_t value) {
     }
 }
 
-// Whatever the bytes are: lengths that do not fit are cut.
+// Accepts any bytes: lengths that do not fit are truncated.
 std::vector<Chunk> chunksOf(const uint8_t* file, size_t size) {
     std::vector<Chunk> chunks;
     size_t at = std::min(size, sizeof kSignature);
@@ -59,9 +59,9 @@ Bytes fileOf(const std::vector<Chunk>& chunks) {
     return file;
 }
 
-void mutateBytes(Bytes& bytes, size_t room) {
+void mutateBytes(Bytes& bytes, size_t extra) {
     const size_t size = bytes.size();
-    bytes.resize(size + room);
+    bytes.resize(size + extra);
     bytes.resize(LLVMFuzzerMutate(bytes.data(), size, bytes.size()));
 }
 
@@ -69,21 +69,21 @@ bool isImageData(const Chunk& chunk) {
     return std::memcmp(chunk.type.data(), "IDAT", 4) == 0;
 }
 
-// The image data of all chunks, inflated as far as it goes.
-Bytes inflatedPixels(const std::vector<Chunk>& chunks) {
-    Bytes packed;
+// The image data of all chunks, inflated as far as possible.
+Bytes inflatePixels(const std::vector<Chunk>& chunks) {
+    Bytes compressed;
     for (const Chunk& chunk : chunks) {
         if (isImageData(chunk)) {
-            packed.insert(packed.end(), chunk.data.begin(), chunk.data.end());
+            compressed.insert(compressed.end(), chunk.data.begin(), chunk.data.end());
         }
     }
     Bytes pixels(kMaxPixels);
     z_stream zlib = {};
-    if (packed.size() < 2 || inflateInit2(&zlib, -15) != Z_OK) {
+    if (compressed.size() < 2 || inflateInit2(&zlib, -15) != Z_OK) {
         return {};
     }
-    zlib.next_in = packed.data() + 2;
-    zlib.avail_in = static_cast<uInt>(packed.size() - 2);
+    zlib.next_in = compressed.data() + 2;
+    zlib.avail_in = static_cast<uInt>(compressed.size() - 2);
     zlib.next_out = pixels.data();
     zlib.avail_out = kMaxPixels;
     inflate(&zlib, Z_FINISH);
@@ -92,20 +92,20 @@ Bytes inflatedPixels(const std::vector<Chunk>& chunks) {
     return pixels;
 }
 
-// Compresses with few fixed-code blocks, which the decoder refuses: stored, or long enough.
-Bytes packedPixels(Bytes pixels, Random& random) {
+// Compresses with few fixed-code blocks, which the decoder rejects: stores short data.
+Bytes compressPixels(Bytes pixels, Random& random) {
     const int level =
         random() % 2 == 0 || pixels.size() < 300 ? 0 : 1 + static_cast<int>(random() % 9);
-    Bytes packed(compressBound(static_cast<uLong>(pixels.size())));
-    uLongf size = static_cast<uLongf>(packed.size());
-    compress2(packed.data(), &size, pixels.data(), static_cast<uLong>(pixels.size()), level);
-    packed.resize(size);
-    return packed;
+    Bytes compressed(compressBound(static_cast<uLong>(pixels.size())));
+    uLongf size = static_cast<uLongf>(compressed.size());
+    compress2(compressed.data(), &size, pixels.data(), static_cast<uLong>(pixels.size()), level);
+    compressed.resize(size);
+    return compressed;
 }
 
-// Replaces the image data by that of changed pixels, in the place of its first chunk.
+// Replaces the image data by changed pixels, at the position of its first chunk.
 void mutatePixels(std::vector<Chunk>& chunks, Random& random) {
-    Bytes pixels = inflatedPixels(chunks);
+    Bytes pixels = inflatePixels(chunks);
     if (pixels.empty()) {
         return;
     }
@@ -114,7 +114,7 @@ void mutatePixels(std::vector<Chunk>& chunks, Random& random) {
     const auto place = first - chunks.begin();
     std::erase_if(chunks, isImageData);
     chunks.insert(chunks.begin() + place,
-                  {Bytes{'I', 'D', 'A', 'T'}, packedPixels(std::move(pixels), random)});
+                  {Bytes{'I', 'D', 'A', 'T'}, compressPixels(std::move(pixels), random)});
 }
 
 void mutateChunkList(std::vector<Chunk>& chunks, Random& random) {
@@ -133,7 +133,7 @@ void mutateChunkList(std::vector<Chunk>& chunks, Random& random) {
     case 2:
         chunks.erase(place);
         break;
-    default: { // in two, which matters for image data
+    default: { // splits a chunk in two, which is valid for image data
         Chunk second = chunks[index];
         const size_t half = second.data.empty() ? 0 : random() % second.data.size();
         chunks[index].data.resize(half);
@@ -149,7 +149,7 @@ void mutateChunkList(std::vector<Chunk>& chunks, Random& random) {
 size_t mutatePng(uint8_t* data, size_t size, size_t maxSize, unsigned seed, size_t skipped) {
     Random random(seed);
     if (size <= skipped || random() % 8 == 0) {
-        return LLVMFuzzerMutate(data, size, maxSize); // broken checksums too, now and then
+        return LLVMFuzzerMutate(data, size, maxSize); // sometimes with wrong CRCs
     }
     std::vector<Chunk> chunks = chunksOf(data + skipped, size - skipped);
     if (chunks.empty()) {

@@ -126,7 +126,7 @@ measure_process() {
 measure_batch() {
     echo "### Many images: slabtool convert in one run"
     # Debian's Pillow needs Debian's Python.
-    /usr/bin/python3 "$tree/bench/compare_batch.py" --rounds "$rounds" --most "$icon_processes" \
+    /usr/bin/python3 "$tree/bench/compare_batch.py" --rounds "$rounds" --max-icons "$icon_processes" \
         "$bin/slabtool" "$bin/pngslab" "$lists/icons.txt" "$lists/photographs.txt"
 }
 

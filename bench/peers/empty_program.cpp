@@ -1,2 +1,2 @@
-// Does nothing: what starting and ending a process costs by itself.
+// Does nothing: measures the start and end of a process.
 int main() {}

@@ -1,4 +1,4 @@
-// libpng's sequential interface, reading whole images; it brings blue to the front itself.
+// libpng's sequential interface, for whole images. libpng itself exchanges red and blue.
 #include "bench/peers/peer_decoders.h"
 
 #include <png.h>
@@ -23,16 +23,16 @@ void read_from_memory(png_structp png, png_bytep target, size_t count) {
     source->left -= count;
 }
 
-// What is to be released, or given on, after an error too.
+// The memory to free or return, also after an error.
 struct decoding_t {
     peer_image_t image;
-    png_bytep* lines;
+    png_bytep* rows;
 };
 
 void read_image(png_structp png, png_infop info, decoding_t* decoding) {
     png_read_info(png, info);
     if (png_get_bit_depth(png, info) != 8) {
-        png_error(png, "not 8 bits a sample");
+        png_error(png, "not 8 bits per sample");
     }
     png_set_bgr(png);
     png_read_update_info(png, info);
@@ -41,19 +41,19 @@ void read_image(png_structp png, png_infop info, decoding_t* decoding) {
     image.height = png_get_image_height(png, info);
     image.channels = png_get_channels(png, info);
     image.pixels = static_cast<uint8_t*>(std::malloc(pixel_bytes(image)));
-    decoding->lines = static_cast<png_bytep*>(std::malloc(image.height * sizeof(png_bytep)));
-    if (image.pixels == nullptr || decoding->lines == nullptr) {
+    decoding->rows = static_cast<png_bytep*>(std::malloc(image.height * sizeof(png_bytep)));
+    if (image.pixels == nullptr || decoding->rows == nullptr) {
         png_error(png, "no memory");
     }
-    const size_t lineBytes = size_t{image.width} * image.channels;
+    const size_t rowBytes = size_t{image.width} * image.channels;
     for (uint32_t y = 0; y < image.height; ++y) {
-        decoding->lines[y] = image.pixels + y * lineBytes;
+        decoding->rows[y] = image.pixels + y * rowBytes;
     }
-    png_read_image(png, decoding->lines);
+    png_read_image(png, decoding->rows);
     png_read_end(png, nullptr);
 }
 
-// Returns whether it went well; errors of libpng come back as a long jump.
+// Returns false after an error, which libpng reports by a long jump.
 bool read_or_fail(png_structp png, png_infop info, decoding_t* decoding) {
     if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
@@ -64,7 +64,7 @@ bool read_or_fail(png_structp png, png_infop info, decoding_t* decoding) {
 
 void ignore_warning(png_structp, png_const_charp) {}
 
-// A null `reader` is libpng's own, for a std::FILE.
+// A null `reader` selects libpng's function for a std::FILE.
 peer_image_t decode(void* source, png_rw_ptr reader) {
     png_structp png =
         png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, ignore_warning);
@@ -75,7 +75,7 @@ peer_image_t decode(void* source, png_rw_ptr reader) {
         std::free(decoding.image.pixels);
         decoding.image.pixels = nullptr;
     }
-    std::free(decoding.lines);
+    std::free(decoding.rows);
     png_destroy_read_struct(&png, &info, nullptr);
     return decoding.image;
 }

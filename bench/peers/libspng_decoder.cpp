@@ -1,4 +1,4 @@
-// libspng decoding a whole image in the file's own format.
+// libspng, which decodes whole images in the format of the file.
 #include "bench/peers/peer_decoders.h"
 
 #include <spng.h>

@@ -1,4 +1,4 @@
-// lodepng, told to leave the colours as they stand in the file.
+// lodepng, without conversion of the file's colors.
 #include "bench/peers/peer_decoders.h"
 
 #include <lodepng.h>
@@ -15,7 +15,7 @@ peer_image_t decode_by_lodepng(const uint8_t* data, size_t size) {
     image.channels = lodepng_get_bpp(&state.info_png.color) / 8;
     lodepng_state_cleanup(&state);
     if (error != 0) {
-        image.pixels = nullptr; // lodepng has released them
+        image.pixels = nullptr; // lodepng has freed them
     }
     return image;
 }

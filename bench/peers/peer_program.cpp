@@ -1,9 +1,9 @@
-// A converter like ours, made of a peer library in the plainest good way: decodes a PNG file and
-// writes the surface file, the same to the byte.
+// A simple converter with a peer library: decodes a PNG file and writes the same surface file as ours, to
+// the byte.
 //
 //     PROGRAM --image IMAGE --output OUTPUT
 //
-// Compiled once for each library, which PEER_DECODER names.
+// Compiled once for each library, with its function as PEER_DECODER.
 #include "bench/peers/peer_decoders.h"
 
 #include <cstdlib>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// The file's pixels; libpng has its own way to read a file, the others want it in memory.
+// The file's pixels. libpng reads files itself, the others decode from memory.
 peer_image_t decode(std::FILE* file) {
 #ifdef PEER_READS_FILE
     return PEER_DECODER(file);

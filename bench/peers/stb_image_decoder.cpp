@@ -1,4 +1,4 @@
-// stb_image with as many channels as the file has.
+// stb_image, with the number of channels of the file.
 #include "bench/peers/peer_decoders.h"
 
 #define STB_IMAGE_IMPLEMENTATION
