@@ -51,8 +51,8 @@ public:
 
     uint8_t* bytes() const { return static_cast<uint8_t*>(mBytes); }
 
-    /// Whether the header is valid and the file contains all rows. A view trusts the header, so untrusted files need this
-    /// check.
+    /// Whether the header is valid and the file contains all rows. A view trusts the header, so untrusted files need
+    /// this check.
     bool isSurfaceFile() const {
         constexpr uint64_t kHeaderSize = 20;
         if (mBytes == MAP_FAILED || mSize < kHeaderSize) {

@@ -1,6 +1,6 @@
 /* Reads an untrusted surface file: maps it into memory, checks it, and prints its properties or some of its pixels. You
- * may copy this program. It needs a C compiler, a system with mmap, and one header of this project, which implements the
- * format.
+ * may copy this program. It needs a C compiler, a system with mmap, and one header of this project, which implements
+ * the format.
  *
  *     read_surface FILE             prints the image's size, the color mode and the rotation
  *     read_surface FILE X Y ...     prints the pixels at these coordinates of the image, one on each line
@@ -45,9 +45,9 @@ static const char* const reasons[] = {
 
 /* ---- Opening a file */
 
-/* Maps an open file and checks it. Returns the reason of a rejection, or null. The mapping stays until the program ends.
- * If another program truncates the file in the meantime, a read beyond the new end raises SIGBUS. A program that must
- * survive that has to read the file into its own memory. */
+/* Maps an open file and checks it. Returns the reason of a rejection, or null. The mapping stays until the program
+ * ends. If another program truncates the file in the meantime, a read beyond the new end raises SIGBUS. A program that
+ * must survive that has to read the file into its own memory. */
 static const char* map_surface(int file, struct quillory_surface* surface) {
     struct stat status;
     if (fstat(file, &status) != 0) {

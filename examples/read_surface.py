@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Reads an untrusted surface file: checks it, and prints its properties or some of its pixels. You may copy this program.
-It needs only Python's standard library. Its output is that of read_surface.c.
+"""Reads an untrusted surface file: checks it, and prints its properties or some of its pixels. You may copy this
+program. It needs only Python's standard library. Its output is that of read_surface.c.
 
     read_surface.py FILE             prints the image's size, the color mode and the rotation
     read_surface.py FILE X Y ...     prints the pixels at these coordinates of the image, one on each line

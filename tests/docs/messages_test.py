@@ -79,8 +79,8 @@ class Messages(unittest.TestCase):
         for word, message in (("word", "error: unknown sub-command 'word'"),
                               ("--word", "error: unknown option '--word'"),
                               ("chek", "error: unknown sub-command 'chek'; did you mean 'check'?")):
-            said = subprocess.run([os.environ["PNGSLAB_SLABTOOL"], word], stderr=subprocess.PIPE, text=True)
-            self.assertEqual(message, said.stderr.splitlines()[0])
+            ended = subprocess.run([os.environ["PNGSLAB_SLABTOOL"], word], stderr=subprocess.PIPE, text=True)
+            self.assertEqual(message, ended.stderr.splitlines()[0])
             self.expect_explained([message.replace("chek", "word")], "docs/man/slabtool.1")
         self.expect_explained([message], "docs/troubleshooting.md")
 
@@ -108,10 +108,10 @@ class Messages(unittest.TestCase):
                       re.findall(r"^\.It (.*)", (TREE / "docs/man/slabtool.1").read_text(), re.M) +
                       re.findall("`([^`]+)`", (TREE / "docs/troubleshooting.md").read_text())}
         for surface in surfaces:
-            said = subprocess.run([os.environ["PNGSLAB_SLABTOOL"], "info", "-"], input=surface,
+            output = subprocess.run([os.environ["PNGSLAB_SLABTOOL"], "info", "-"], input=surface,
                                   stdout=subprocess.PIPE).stdout.decode()
-            self.assertIn("problem: ", said)
-            for problem in re.findall("problem: (.*)", said):
+            self.assertIn("problem: ", output)
+            for problem in re.findall("problem: (.*)", output):
                 with self.subTest(problem=problem):
                     self.assertIn(in_general(problem), documented)
 

@@ -55,7 +55,7 @@ class Transcripts(unittest.TestCase):
         self.folder = Path(scratch.name)
         sample = TREE / "samples/quill.png"
         (self.folder / "quill.png").write_bytes(sample.read_bytes())
-        for name, options in (("quill", []), ("turned", ["--rotation", "90"])):
+        for name, options in (("quill", []), ("rotated", ["--rotation", "90"])):
             subprocess.run([os.environ["PNGSLAB_PROGRAM"], "--image", sample, "--output",
                             self.folder / f"{name}.surface", *options], stdout=subprocess.DEVNULL, check=True)
         changed = bytearray((self.folder / "quill.surface").read_bytes())

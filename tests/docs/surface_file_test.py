@@ -44,16 +44,16 @@ class TableOfPixels(InScratchFolder):
 
     def test_shows_bytes_that_the_readers_read_as_shown(self):
         path = self.folder / "one.surface"
-        for mode, name, shown, _, words in self.ROWS:
+        for mode, name, shown, _, text in self.ROWS:
             with self.subTest(mode=mode):
                 pixel = bytes.fromhex(shown)
                 path.write_bytes(surface_bytes(int(mode), 1, [pixel or bytes(8)]))
-                if words == "no pixels":
+                if text == "no pixels":
                     self.assertEqual(b"", pixel)
                     for program in READERS.values():
                         self.assertEqual(1, run(program, path)[0])
                     continue
-                self.assertEqual([words], read_with_both(self, path, 0, 0))
+                self.assertEqual([text], read_with_both(self, path, 0, 0))
                 self.assertEqual("mode %s %s" % (mode, name), read_with_both(self, path)[1])
                 # Without its last byte the pixel is incomplete.
                 path.write_bytes(surface_bytes(int(mode), 1, [pixel[:-1]]))
@@ -67,8 +67,8 @@ class TableOfPixels(InScratchFolder):
                 self.assertEqual(int.from_bytes(bytes.fromhex(shown), "little"), int(word, 16))
 
     def test_shows_the_nearest_color_of_each_mode(self):
-        for _, name, _, _, words in self.ROWS:
-            for channel, value in re.findall(r"(\w+) (\d+)", words):
+        for _, name, _, _, text in self.ROWS:
+            for channel, value in re.findall(r"(\w+) (\d+)", text):
                 if channel == "alpha" and name in ("RGB888", "RGB565"):
                     self.assertEqual("255", value)
                 else:

@@ -30,24 +30,24 @@ def png(color_type, width, height, samples, *further):
             chunk(b"IDAT", zlib.compress(rows, 0)) + chunk(b"IEND", b""))
 
 
-def rgb_words(samples):
+def rgb_text(samples):
     return "alpha 255 red %d green %d blue %d" % tuple(samples)
 
 
-def rgba_words(samples):
+def rgba_text(samples):
     red, green, blue, alpha = samples
     return "alpha %d red %d green %d blue %d" % (alpha, red, green, blue)
 
 
-def value_words(samples):
+def value_text(samples):
     return "value %d" % samples[0]
 
 
-def value_alpha_words(samples):
+def value_alpha_text(samples):
     return "value %d alpha %d" % tuple(samples)
 
 
-def alpha_words(samples):
+def alpha_text(samples):
     return "alpha %d" % samples[0]
 
 
@@ -79,7 +79,7 @@ class Images(Reading):
         self.assertEqual(["size %d x %d" % (width, height), "mode " + mode, "rotation %d" % rotation],
                          read_with_both(self, path))
 
-    def expect_image(self, mode, color_type, words, *further, options=()):
+    def expect_image(self, mode, color_type, text, *further, options=()):
         for width, height in self.SIZES:
             with self.subTest(mode=mode, width=width, height=height):
                 channels = CHANNELS[color_type]
@@ -88,28 +88,28 @@ class Images(Reading):
                 upright, rotated = self.convert_both_ways(image, *options)
                 self.expect_facts(upright, width, height, mode, 0)
                 self.expect_facts(rotated, width, height, mode, 90)
-                expected = [words(samples[i:i + channels]) for i in range(0, len(samples), channels)]
+                expected = [text(samples[i:i + channels]) for i in range(0, len(samples), channels)]
                 self.assertEqual(expected, all_pixels(self, upright, width, height))
                 self.assertEqual(expected, all_pixels(self, rotated, width, height))
 
     def test_of_grayscale(self):
-        self.expect_image("5 I8", GRAY, value_words)
+        self.expect_image("5 I8", GRAY, value_text)
 
     def test_of_grayscale_as_alpha(self):
-        self.expect_image("9 A8", GRAY, alpha_words, options=["--alphaonly"])
+        self.expect_image("9 A8", GRAY, alpha_text, options=["--alphaonly"])
 
     def test_of_indices(self):
         palette = chunk(b"PLTE", bytes(range(256)) * 3)
-        self.expect_image("5 I8", INDEXED, value_words, palette)
+        self.expect_image("5 I8", INDEXED, value_text, palette)
 
     def test_of_grayscale_with_alpha(self):
-        self.expect_image("7 AI88", GRAY_ALPHA, value_alpha_words)
+        self.expect_image("7 AI88", GRAY_ALPHA, value_alpha_text)
 
     def test_of_truecolor(self):
-        self.expect_image("1 RGB888", RGB, rgb_words)
+        self.expect_image("1 RGB888", RGB, rgb_text)
 
     def test_of_truecolor_with_alpha(self):
-        self.expect_image("0 ARGB8888", RGBA, rgba_words)
+        self.expect_image("0 ARGB8888", RGBA, rgba_text)
 
     def expect_key_image(self, mode, color_type, key, known):
         """Each row starts with the samples without alpha, so a pixel is made of samples of several pixels."""
@@ -128,12 +128,12 @@ class Images(Reading):
 
     def test_of_grayscale_with_a_key_color(self):
         self.expect_key_image("7 AI88", GRAY, b"\0\1", lambda row: [
-            value_alpha_words(row[i:i + 2]) for i in range(0, len(row), 2)])
+            value_alpha_text(row[i:i + 2]) for i in range(0, len(row), 2)])
 
     def test_of_truecolor_with_a_key_color(self):
         def known(row):
             stored = b"".join(row[i:i + 3][::-1] for i in range(0, len(row), 3))
-            return [rgba_words((stored[i + 2], stored[i + 1], stored[i], stored[i + 3]))
+            return [rgba_text((stored[i + 2], stored[i + 1], stored[i], stored[i + 3]))
                     for i in range(0, len(stored), 4)]
 
         self.expect_key_image("0 ARGB8888", RGB, bytes(6), known)

@@ -17,9 +17,9 @@ class Convert(Workshop):
         self.assert_runs(self.command)
         self.assertTrue(all((self.folder / surface_path(name)).exists() for name in names))
         (self.folder / "images/one.png").unlink()
-        said = self.assert_runs(self.command).stdout
-        self.assertIn("up to date 1", said)
-        self.assertIn("pruned 1", said)
+        output = self.assert_runs(self.command).stdout
+        self.assertIn("up to date 1", output)
+        self.assertIn("pruned 1", output)
         self.assertFalse((self.folder / surface_path("one.png")).exists())
 
 

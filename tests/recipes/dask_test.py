@@ -37,8 +37,8 @@ class Process:
             pass
         self.run.wait()
 
-    def wait_for(self, words):
-        while words not in self.log.read_text():
+    def wait_for(self, text):
+        while text not in self.log.read_text():
             if self.run.poll() is not None:
                 raise AssertionError(self.log.read_text())
             time.sleep(0.02)
@@ -134,10 +134,10 @@ class Dask(Workshop):
 
     def test_reports_folders_with_rejected_images(self):
         self.add_image("folder 3/a.png", b"no image")
-        said = self.assert_runs(self.command, status=1).stdout
-        self.assertIn("images/folder 3/a.png: rejected: ", said)
-        self.assertIn("folder 3: exit status 1\n", said)
-        self.assertEqual(len(FOLDERS) - 1, said.count(": exit status 0\n"))
+        output = self.assert_runs(self.command, status=1).stdout
+        self.assertIn("images/folder 3/a.png: rejected: ", output)
+        self.assertIn("folder 3: exit status 1\n", output)
+        self.assertEqual(len(FOLDERS) - 1, output.count(": exit status 0\n"))
         before = self.made()
         self.add_image("folder 3/a.png", make_png(99))
         self.assert_runs(self.command)

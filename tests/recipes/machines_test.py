@@ -128,7 +128,7 @@ class Machines(MachineWorkshop):
     def make_surfaces_here(self):
         self.assert_runs(section("xargs")[1][0])
         self.age_all()
-        self.asked()
+        self.calls()
 
     def test_share_the_work_and_keep_no_files(self):
         self.assert_runs(self.command)
@@ -141,7 +141,7 @@ class Machines(MachineWorkshop):
         self.add_image("two.png", make_png(99))
         (self.folder / "surfaces/quill.surface").unlink()
         self.assert_runs(self.command)
-        self.assertEqual(self.asked(), ["images/quill.png", "images/two.png"])
+        self.assertEqual(self.calls(), ["images/quill.png", "images/two.png"])
         self.assert_surfaces(NAMES)
 
     def test_keep_the_old_surface_of_a_rejected_image(self):

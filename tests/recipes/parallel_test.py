@@ -26,9 +26,9 @@ class Parallel(Slabtool):
         self.assert_runs(self.list_images)
         self.assert_runs(self.command)
         self.assert_surfaces(NAMES)
-        self.asked()
+        self.calls()
         self.assert_runs(self.command)
-        self.assertEqual(self.asked(), [])
+        self.assertEqual(self.calls(), [])
 
     def test_converts_only_failed_images_after_they_were_fixed(self):
         for name in ("icons/bell.png", "rejected.png"):
@@ -36,13 +36,13 @@ class Parallel(Slabtool):
         self.assert_runs(self.list_images)
         self.assert_runs(self.command, status=2)
         self.assert_surfaces(NAMES)
-        self.asked()
+        self.calls()
 
-        said = self.assert_runs(self.fix).stdout
-        self.assertEqual([line.split(": ")[0] for line in said.splitlines()],
+        output = self.assert_runs(self.fix).stdout
+        self.assertEqual([line.split(": ")[0] for line in output.splitlines()],
                          ["images/icons/bell.png", "images/rejected.png"])
         self.assert_runs(self.command, status=1)
-        self.assertEqual(self.asked(), ["images/icons/bell.png", "images/rejected.png"])
+        self.assertEqual(self.calls(), ["images/icons/bell.png", "images/rejected.png"])
         self.assert_surfaces([*NAMES, "icons/bell.png"])
 
     def test_keeps_the_old_surface_of_a_rejected_image(self):
@@ -59,10 +59,10 @@ class Parallel(Slabtool):
         self.assert_runs(self.list_images)
         self.interrupt_at_halt(self.command)
         log = (self.folder / "surfaces.log").read_text()
-        self.asked()
+        self.calls()
 
         self.assert_runs(self.command)
-        again = self.asked()
+        again = self.calls()
         self.assertIn("images/halt.png", again)
         self.assertEqual([name for name in again if f"\t0\t0\t./convert-one.sh {name} " in log], [])
         self.assert_surfaces([*NAMES, "halt.png"])

@@ -18,8 +18,8 @@ class ConvertOne(Workshop):
 
     def test_passes_options_on(self):
         self.add_image("a.png", make_png(1))
-        self.assert_runs("./convert-one.sh images/a.png turned.surface --rotation 90")
-        self.assertEqual((self.folder / "turned.surface").read_bytes()[0], 90)
+        self.assert_runs("./convert-one.sh images/a.png rotated.surface --rotation 90")
+        self.assertEqual((self.folder / "rotated.surface").read_bytes()[0], 90)
 
     def test_prints_the_reason_of_a_rejection(self):
         self.add_image("a.png", REJECTED)
@@ -72,34 +72,34 @@ class BuildRecipe:
 
     def test_does_nothing_the_second_time(self):
         self.run_recipe()
-        self.asked()
+        self.calls()
         self.run_recipe()
-        self.assertEqual(self.asked(), [])
+        self.assertEqual(self.calls(), [])
 
     def test_makes_a_changed_image_again(self):
         self.run_recipe()
         self.age_all()
-        self.asked()
+        self.calls()
         self.add_image("two.png", make_png(99))
         self.run_recipe()
-        self.assertEqual(self.asked(), ["images/two.png"])
+        self.assertEqual(self.calls(), ["images/two.png"])
         self.assert_surfaces(PLAIN_NAMES)
 
     def test_makes_everything_again_when_pngslab_changed(self):
         self.run_recipe()
         self.age_all()
-        self.asked()
+        self.calls()
         (self.folder / "bin/pngslab").touch()
         self.run_recipe()
-        self.assertEqual(self.asked(), sorted(f"images/{name}" for name in PLAIN_NAMES))
+        self.assertEqual(self.calls(), sorted(f"images/{name}" for name in PLAIN_NAMES))
 
     def test_converts_the_other_images_after_a_rejection_and_tries_again(self):
         self.add_image("0.png", REJECTED)  # the first one
         self.run_recipe(self.failure)
         self.assert_surfaces(PLAIN_NAMES)
-        self.asked()
+        self.calls()
         self.run_recipe(self.failure)
-        self.assertEqual(self.asked(), ["images/0.png"])
+        self.assertEqual(self.calls(), ["images/0.png"])
 
     def test_finishes_after_an_interruption(self):
         self.add_image("halt.png", make_png(3))
@@ -166,9 +166,9 @@ class Ninja(BuildRecipe, Workshop):
         self.add_images(ODD_NAMES)
         self.run_recipe()
         self.assert_surfaces(PLAIN_NAMES + ODD_NAMES)
-        self.asked()
+        self.calls()
         self.run_recipe()
-        self.assertEqual(self.asked(), [])
+        self.assertEqual(self.calls(), [])
 
     def test_keeps_the_old_surface_of_a_rejected_image(self):
         self.run_recipe()
@@ -177,9 +177,9 @@ class Ninja(BuildRecipe, Workshop):
         self.add_image("two.png", REJECTED)
         self.run_recipe(1)
         self.assertEqual(self.surface("two.png"), older)
-        self.asked()
+        self.calls()
         self.run_recipe(1)
-        self.assertEqual(self.asked(), ["images/two.png"])
+        self.assertEqual(self.calls(), ["images/two.png"])
 
     def test_removes_surfaces_whose_image_was_removed(self):
         self.run_recipe()
@@ -217,15 +217,15 @@ class Xargs(Workshop):
         shutil.rmtree(self.folder / "images")
         (self.folder / "images").mkdir()
         self.assert_runs(self.command)
-        self.assertEqual(self.asked(), [])
+        self.assertEqual(self.calls(), [])
 
     def test_converts_only_outdated_images_on_request(self):
         self.assert_runs(self.command)
         self.age_all()
-        self.asked()
+        self.calls()
         self.add_image("two.png", make_png(99))
         self.assert_runs("./outdated.sh |\n" + self.command.split("\n", 1)[1])
-        self.assertEqual(self.asked(), ["images/two.png"])
+        self.assertEqual(self.calls(), ["images/two.png"])
         self.assert_surfaces(self.names)
 
 

@@ -63,7 +63,7 @@ class Workshop(unittest.TestCase):
         for name in ("home", "bin", "images"):
             (self.folder / name).mkdir()
         self.write_script("bin/pngslab", f"""
-            echo "$2" >>'{self.folder}/asked'
+            echo "$2" >>'{self.folder}/calls'
             if [ -e '{self.folder}/halt' ] && [ "$2" = images/halt.png ]; then
                 : >"$4"
                 echo >'{self.folder}/halted'
@@ -113,9 +113,9 @@ class Workshop(unittest.TestCase):
             self.assertNotEqual(run.wait(), 0)
         (self.folder / "halt").unlink()
 
-    def asked(self):
+    def calls(self):
         """The images that pngslab was called with since the last call, sorted."""
-        log = self.folder / "asked"
+        log = self.folder / "calls"
         images = sorted(log.read_text().splitlines()) if log.exists() else []
         log.unlink(missing_ok=True)
         return images

@@ -95,11 +95,11 @@ TEST_F(Compare, NamesDifferentHeights) {
 
 TEST_F(Compare, ComparesRotatedFilesUpright) {
     const byte_vector image = png().rgb(5, 3).bytes();
-    const byte_vector turned = makeSurface("turned", image, {"--rotation", "90"});
+    const byte_vector rotated = makeSurface("rotated", image, {"--rotation", "90"});
     expectComparison(
         1, "different rotations: 0 and 90\nthe pixels of the upright pictures are the same\n",
-        makeSurface("upright", image), turned);
-    byte_vector other = turned;
+        makeSurface("upright", image), rotated);
+    byte_vector other = rotated;
     other[20] ^= 1; // the rightmost pixel of the image's first row
     const ProgramOutcome outcome = [&] {
         write("other", other);
@@ -129,11 +129,11 @@ TEST_F(Compare, PairsTheFilesOfFolders) {
     makeSurface("new/a.surface", png().gray(2, 1).pixels({1, 3}).bytes());
     makeSurface("old/b/same.surface", png().rgb(2, 2).bytes());
     makeSurface("new/b/same.surface", png().rgb(2, 2).bytes());
-    makeSurface("old/gone.surface", png().rgb(2, 2).bytes());
+    makeSurface("old/old-only.surface", png().rgb(2, 2).bytes());
     write("new/z.surface", {1});
     const std::string differences =
         "a.surface: 1 of 2 pixels differ, the first at x 1, y 0: 02 and 03\n"
-        "gone.surface: only in old\n"
+        "old-only.surface: only in old\n"
         "z.surface: only in new\n";
     expectTool(1, differences + "equal 1, different 3\n", "", {"compare", "old", "new"});
     expectTool(1, differences, "", {"compare", "--quiet", "--jobs", "2", "old", "new"});

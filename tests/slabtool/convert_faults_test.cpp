@@ -481,7 +481,7 @@ TEST_F(ConvertUpdates, RemoveTheOldPaletteOfAnImageWithoutOne) {
 
 TEST_F(ConvertUpdates, PruneNothingOutsideTheFolder) {
     write("victim.surface", {7});
-    replaceInManifest("../images/a.png", "../images/gone.png");
+    replaceInManifest("../images/a.png", "../images/removed.png");
     replaceInManifest("\"file\":\"a.surface\"", "\"file\":\"../victim.surface\"");
     expectTool(1, "",
                "slabtool: " + realPath("surfaces/surfaces.json") +

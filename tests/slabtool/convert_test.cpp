@@ -79,14 +79,14 @@ TEST_F(Convert, KeepsColors) {
         png().indexed(2, 1).plte({1, 2, 3, 4, 5, 6}).trns({7}).pixels({0, 1}).bytes();
     EXPECT_EQ((byte_vector{3, 2, 1, 7, 6, 5, 4, 255}),
               slice(convert(image, {"--keep-colors"}), 20, 8));
-    const byte_vector turned =
+    const byte_vector rotated =
         png()
             .gray(2, 1)
             .pixels({1, 2})
             .chunk_before_idat({"eXIf", {'M',  'M', 0, 42, 0, 0, 0, 8, 0, 1, 1,
                                          0x12, 0,   3, 0,  0, 0, 1, 0, 6, 0, 0}})
             .bytes();
-    const byte_vector surface = convert(turned, {"--keep-colors"});
+    const byte_vector surface = convert(rotated, {"--keep-colors"});
     EXPECT_EQ((byte_vector{1, 0, 0, 0, 2, 0, 0, 0}), slice(surface, 8, 8)) << "width and height";
     EXPECT_EQ((byte_vector{1, 2}), slice(surface, 20, 2));
 }

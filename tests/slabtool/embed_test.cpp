@@ -28,9 +28,9 @@ protected:
 
     void expectRejection(const std::string& error,
                          const std::vector<std::string>& arguments) const {
-        std::vector<std::string> words = {"embed", "-o", "set"};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        expectTool(1, "", "slabtool: " + error + "\n", words);
+        std::vector<std::string> command = {"embed", "-o", "set"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        expectTool(1, "", "slabtool: " + error + "\n", command);
         EXPECT_FALSE(fs::exists(path("set.h")));
         EXPECT_FALSE(fs::exists(path("set.c")));
     }
@@ -151,9 +151,9 @@ TEST_F(Embed, WritesTheSameFilesForEveryOrderOfTheSurfaces) {
 }
 
 TEST_F(Embed, GivesTheSizeOfTheUprightPicture) {
-    write("turned.surface", surfaceOf({1, 2, 3}, 90));
-    expectTool(0, "", "", {"embed", "-o", "set", "turned.surface"});
-    expectPart("set.c", "sizeof set_turned_surface, 9, 1, 3},\n");
+    write("rotated.surface", surfaceOf({1, 2, 3}, 90));
+    expectTool(0, "", "", {"embed", "-o", "set", "rotated.surface"});
+    expectPart("set.c", "sizeof set_rotated_surface, 9, 1, 3},\n");
 }
 
 TEST_F(Embed, WritesIntoTheFolderOfTheName) {

@@ -189,16 +189,16 @@ TEST(SurfaceMaker, RotatesThePixelsOfTheUprightSurface) {
                                             << ", dither " << static_cast<int>(dither));
             const Picture picture = noisePicture(19, 13, Kind::GrayAlpha);
             const MadeSurface upright = picture.made({.mode = mode, .dither = dither});
-            const SurfacePicture turned(
+            const SurfacePicture rotated(
                 picture.made({.mode = mode, .dither = dither, .rotation = 90, .rowAlignment = 8})
                     .file);
-            ASSERT_EQ(90U, turned.header().rotation);
+            ASSERT_EQ(90U, rotated.header().rotation);
             const SurfacePicture plain(upright.file);
             for (uint32_t y = 0; y < 13; ++y) {
                 for (uint32_t x = 0; x < 19; ++x) {
                     const uint8_t* const expected = plain.pixel(x, y);
                     ASSERT_TRUE(
-                        std::equal(expected, expected + bytesPerPixel(mode), turned.pixel(x, y)))
+                        std::equal(expected, expected + bytesPerPixel(mode), rotated.pixel(x, y)))
                         << "row " << y << ", column " << x;
                 }
             }

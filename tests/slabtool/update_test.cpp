@@ -125,10 +125,10 @@ TEST_F(Updates, ReportRemovedImages) {
 TEST_F(Updates, FindEntriesWithoutImage) {
     Manifest manifest;
     manifest.put(entry);
-    ManifestEntry gone = entry;
-    gone.file = "gone.surface";
-    gone.source.path = "../in/gone.png";
-    manifest.put(gone);
+    ManifestEntry removed = entry;
+    removed.file = "removed.surface";
+    removed.source.path = "../in/removed.png";
+    manifest.put(removed);
     ManifestEntry below = entry;
     below.file = "below.surface";
     below.source.path = "../in/a.png/b.png"; // its folder is a file now
@@ -138,7 +138,7 @@ TEST_F(Updates, FindEntriesWithoutImage) {
     broken.source.path = "../in/link.png"; // a broken link still counts as an image
     fs::create_symlink("nowhere", path("in/link.png"));
     manifest.put(broken);
-    EXPECT_EQ((std::vector<ManifestEntry>{below, gone}),
+    EXPECT_EQ((std::vector<ManifestEntry>{below, removed}),
               entriesWithoutImage(manifest, path("out")));
 }
 

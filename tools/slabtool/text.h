@@ -9,6 +9,6 @@ inline constexpr const char* kStandardStream = "-";
 /// `text` for a line of output: control characters, including U+0080 to U+009F, become question marks.
 std::string printable(const std::string& text);
 
-/// A path as one word of a POSIX shell's command line. No program mistakes it for an option. The shell drops line
+/// A path as one word of any shell's command line. No program mistakes it for an option. The shell drops line
 /// breaks at the end of the path.
 std::string shellWord(const std::string& path);

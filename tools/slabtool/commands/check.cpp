@@ -45,7 +45,7 @@ void setFix(Judgment& judgment, const std::string& command, const std::string& f
     }
 }
 
-// Sets the prepare command that avoids every avoidable loss.
+// Sets the slabtool prepare command, with the option against each loss.
 void setPrepareFix(Judgment& judgment, const std::string& path,
                    const std::vector<Finding>& losses) {
     std::string command = "slabtool prepare";

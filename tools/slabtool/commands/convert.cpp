@@ -158,7 +158,7 @@ private:
         mReport.add(std::exchange(result.report, {}));
     }
 
-    // Work on a file that belongs to no single image. A failure is printed after the summary.
+    // Runs `work` on a file of the whole run, such as the manifest. A failure is printed after the summary.
     template <typename Work>
     void attempt(const std::string& file, const Work& work) {
         try {

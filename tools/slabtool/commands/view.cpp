@@ -1,5 +1,5 @@
-// slabtool view draws the pixels of every mode as PNG samples. Alpha values, and indices without a palette, are drawn as
-// gray.
+// slabtool view draws the pixels of every mode as PNG samples. Alpha values, and indices without a palette, are drawn
+// as gray.
 #include "tools/slabtool/commands/commands.h"
 
 #include "src/internal/mode_traits.h"

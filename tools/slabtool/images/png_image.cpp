@@ -56,7 +56,7 @@ void writeBytes(png_structp png, png_bytep bytes, size_t count) {
     }
 }
 
-// Never called, but libpng would use its default, which expects a FILE, without it.
+// Never called. Without it, libpng would set its default, which expects a FILE.
 void flushNothing(png_structp) {}
 
 [[noreturn]] void jumpToCaller(png_structp png, png_const_charp message) {

@@ -1,4 +1,4 @@
-// Reads and writes PNG files as images of 8 bits a sample. The only file that includes libpng is png_image.cpp.
+// Reads and writes PNG files as images of 8 bits a sample. Only png_image.cpp includes libpng.
 #pragma once
 
 #include "tools/slabtool/rejection.h"
@@ -11,7 +11,7 @@
 inline constexpr uint8_t kGrayType = 0, kRgbType = 2, kIndexedType = 3, kGrayAlphaType = 4,
                          kRgbaType = 6;
 
-/// The bound of an image's size divided by its file's size: two bits of DEFLATE code at most 258 bytes.
+/// The max ratio of image size to file size: two bits of DEFLATE data are at most 258 bytes.
 inline constexpr uint64_t kMaxExpansion = uint64_t{258} * 4;
 
 /// Bytes of a pixel of 8 bits a sample.
@@ -32,9 +32,10 @@ struct PngImage {
 
 /// Conversions while reading.
 struct PngChanges {
-    bool keyToAlpha = false; ///< replace a color that means "transparent" by an alpha channel
-    bool expandPalette =
-        false; ///< replace indices by their colors, with alpha if the palette has it
+    /// Replace a color that means "transparent" by an alpha channel.
+    bool keyToAlpha = false;
+    /// Replace indices by their colors, with alpha if the palette has it.
+    bool expandPalette = false;
 };
 
 /// Reads any PNG file as 8 bits a sample: lower bit depths are widened, 16 bits are narrowed. Indices are kept, a

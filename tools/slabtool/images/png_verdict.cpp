@@ -56,9 +56,9 @@ bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
     return png_decode(file.data(), file.size(), &info, &surface) == kPngOk;
 }
 
-// The decoder counts the bytes of the filtered rows modulo 2^32, and accepts an image if the data have that many
-// bytes. They suffice if enough rows have an unknown filter type: such a row has one byte, and its pixels stay
-// untouched.
+// The decoder counts the bytes of the filtered rows in 32 bits. If the sum is larger, it inflates only as many bytes as
+// the wrapped count. These bytes are enough if many rows have an unknown filter type: such a row has one byte, and its
+// pixels stay untouched.
 //
 // Bound of the memory: every other row has its own bytes in the count, and touches its pages of the surface. Each page
 // of 4 KiB needs at least 128 counted bytes, because rows that are shorter than that share a page. So the touched
@@ -73,7 +73,7 @@ PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                : tooLarge("more pixels than pngslab can count", info);
 }
 
-// Decodes without pixels: the result has every rejection but those of the rows themselves.
+// Decodes without pixels. Finds every reason for a rejection except faults in the rows.
 PngVerdict judgeWithoutSurface(ByteView file, const png_info_t& info, bool alphaOnly,
                                uint64_t surfaceBytes) {
     if (info.width >= kSideLimit || info.height >= kSideLimit) {

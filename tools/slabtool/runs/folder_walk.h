@@ -36,8 +36,8 @@ void walkFolder(const std::string& folder, const std::string& suffix,
 /// An input file.
 struct FoundFile {
     std::string path;
-    std::string
-        relativePath; ///< to the folder on the command line; the name if the file itself is named there
+    /// Relative to the folder on the command line; the file name if the file itself is named there.
+    std::string relativePath;
 };
 
 /// The input files of a command line, in its order. A named file is always included, even if it does not exist or has

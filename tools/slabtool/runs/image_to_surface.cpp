@@ -1,5 +1,5 @@
-// Surfaces are made in two ways: with pngslab's own code, or from samples if the mode, colors or orientation differ from
-// what pngslab makes of the image.
+// Surfaces are made in two ways: with pngslab's own code, or from samples if the mode, colors or orientation differ
+// from what pngslab makes of the image.
 #include "tools/slabtool/runs/image_to_surface.h"
 
 #include "png/surface_from_png.h"
@@ -26,7 +26,7 @@ constexpr const char* kAlphaLoss = "alpha";
     throw RejectedImage({code, text});
 }
 
-// Decodes an image that decodeAccepted does not. If libpng fails too, the reason of pngslab's decoder is reported.
+// Decodes with libpng. If libpng rejects the image, throws the reason of pngslab's decoder, or else libpng's.
 PngImage decodeByLibpng(ByteView file, const PngChanges& changes) {
     try {
         return decodePng(file, changes);

@@ -10,8 +10,8 @@
 /// Keeps the order in which members are added.
 using Json = nlohmann::ordered_json;
 
-/// Adds a text, such as a path. JSON is UTF-8: invalid bytes become U+FFFD, and a second member, `name` plus "_hex", has
-/// all bytes of the text as hexadecimal digits.
+/// Adds a text, such as a path. JSON is UTF-8: invalid bytes become U+FFFD, and a second member, `name` plus "_hex",
+/// has all bytes of the text as hexadecimal digits.
 void addText(Json& object, const std::string& name, const std::string& text);
 
 Json toJson(const Finding& finding);

@@ -71,7 +71,7 @@ private:
     bool mIsChanged = false;
 };
 
-/// Merges manifests, for example those of several machines. Each must be in the folder of `output` or below it. The paths
-/// in the result are relative to that folder, so that a run into it finds the surfaces up to date.
+/// Merges manifests, for example those of several machines. Each must be in the folder of `output` or below it. The
+/// paths in the result are relative to that folder, so that a run into it finds the surfaces up to date.
 /// @throws Rejection that names a manifest that cannot be merged, or two with different entries for one surface
 Manifest mergeManifests(const std::vector<std::string>& paths, const std::string& output);

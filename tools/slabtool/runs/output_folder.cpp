@@ -130,7 +130,8 @@ void OutputFolder::removePartialFiles() const {
     for (fs::recursive_directory_iterator file(mRoot, kOptions, error), end; !error && file != end;
          file.increment(error)) {
         std::error_code ignored; // the file may have been removed meanwhile
-        // Another run may be writing into a subfolder with a lock. If that run was killed, the next run there cleans up.
+        // Another run may be writing into a subfolder with a lock. If that run was killed, the next run there cleans
+        // up.
         if (file->is_directory(ignored) && fs::exists(file->path() / kLockName, ignored)) {
             file.disable_recursion_pending();
         }

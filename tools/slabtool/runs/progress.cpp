@@ -121,7 +121,7 @@ void Progress::clear() {
     }
 }
 
-// Ignores errors: the run goes on if the terminal is closed.
+// Ignores errors: the run continues if the terminal is closed.
 void Progress::put(const std::string& text) const {
     [[maybe_unused]] const ssize_t count = ::write(mDescriptor, text.data(), text.size());
 }

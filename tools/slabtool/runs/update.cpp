@@ -1,4 +1,4 @@
-// A surface that is up to date costs two system calls: stat of the image and lstat of the surface.
+// Checking a surface that is up to date needs two system calls: stat of the image and lstat of the surface.
 #include "tools/slabtool/runs/update.h"
 
 #include "tools/slabtool/runs/files.h"

@@ -22,11 +22,12 @@ struct SurfaceMaker {
     std::string tool;    ///< version of slabtool
 };
 
-/// The new entry if the surface of `job` is up to date; otherwise nothing. It is up to date if it was made with the same
-/// options and version from the same content, and still exists in `folder` with the same size. The image is read only
-/// if its time differs from that in `old`; the returned entry has the new time. `old` may be null. Thread-safe.
+/// The new entry if the surface of `job` is up to date; otherwise nothing. It is up to date if it was made with the
+/// same options and version from the same content, and still exists in `folder` with the same size. The image is read
+/// only if its time is unreliable or differs from that in `old`; the returned entry has the new time. `old` may be
+/// null. Thread-safe.
 std::optional<ManifestEntry> upToDateEntry(const ManifestEntry* old, const Job& job,
                                            const SurfaceMaker& maker, const std::string& folder);
 
-/// The entries whose image was removed. An image that only cannot be accessed does not count.
+/// The entries whose image was removed. An image that cannot be accessed does not count as removed.
 std::vector<ManifestEntry> entriesWithoutImage(const Manifest& manifest, const std::string& folder);

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-/// The mode with the given name, such as "RGB565", in any letter case. Nothing for an unknown name and for modes without
-/// pixels.
+/// The mode with the given name, such as "RGB565", in any letter case. Nothing for an unknown name and for modes
+/// without pixels.
 std::optional<DsColorMode> parseMode(const std::string& word);
 
 /// 0xRRGGBB for "#rrggbb" or "rrggbb", hexadecimal digits in any letter case. Nothing for any other word.

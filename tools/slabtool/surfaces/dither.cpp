@@ -171,8 +171,8 @@ constexpr SplitError split(int32_t error) {
     return {next, belowPrevious, below, error - next - belowPrevious - below};
 }
 
-// If every error is at most half a level, the shares that one pixel receives from four errors are too, in spite of
-// rounding. By induction every error is at most half a level, so want + kHalfLevel is never negative.
+// If every error is at most half a level, so is the sum of the shares that one pixel receives from four errors, in spite
+// of rounding. By induction every error is at most half a level, so want + kHalfLevel is never negative.
 constexpr bool areErrorsBounded() {
     SplitError max = {};
     for (int32_t error = 0; error <= kHalfLevel; ++error) {

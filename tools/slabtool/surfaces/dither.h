@@ -16,8 +16,8 @@ enum class Dither {
     /// 8x8 Bayer matrix. With max = 2^bits - 1, the channel value v of pixel (x, y) becomes the level
     /// floor(v * max / 255 + (bayer(x mod 8, y mod 8) + 1/2) / 64), computed exactly.
     Ordered,
-    /// Floyd-Steinberg. Rows 0, 2, 4, ... are processed from left to right, the others from right to left. All numbers are
-    /// integers in units of 1/4080 level:
+    /// Floyd-Steinberg. Rows 0, 2, 4, ... are processed from left to right, the others from right to left. All numbers
+    /// are integers in units of 1/4080 level:
     ///
     ///     want  = v * max * 16 + shares received
     ///     level = floor((want + 2040) / 4080), at most max
@@ -39,8 +39,8 @@ public:
 /// Makes the packer of a mode with pixels.
 ///
 /// Without dithering the packer calls convertPixels, except for ARGB1555: convertPixels lets the fields of that mode
-/// overflow into each other on purpose, which would garble pictures. Here, color channels are rounded to 5 bits, and the
-/// alpha bit is set for alpha 128 and above, with and without dithering.
+/// overflow into each other on purpose, which would garble pictures. Here, color channels are rounded to 5 bits, and
+/// the alpha bit is set for alpha 128 and above, with and without dithering.
 ///
 /// @param width pixels in a row
 std::unique_ptr<RowPacker> makeRowPacker(DsColorMode mode, Dither dither, uint32_t width);

@@ -59,6 +59,6 @@ MadeSurface makeSurface(const Samples& samples, const SurfaceRequest& request);
 /// Entries of a palette file: one for each 8-bit index.
 inline constexpr size_t kPaletteEntries = 256;
 
-/// The content of a palette file: blue, green, red of every entry, and its alpha if `alpha` is not empty. Entries beyond
-/// `colors` are black, entries beyond `alpha` are opaque.
+/// The content of a palette file: blue, green, red of every entry, and its alpha if `alpha` is not empty. Entries
+/// beyond `colors` are black, entries beyond `alpha` are opaque.
 Bytes paletteBytes(std::span<const std::array<uint8_t, 3>> colors, ByteView alpha);
