@@ -1,6 +1,6 @@
-// Converts every PNG file below a folder and holds the pixels against libpng's: every accepted
-// image must be equal, and every refused one must have a reason that can be named. Not a part of
-// the suite, since the images come from elsewhere.
+// Converts every PNG file below a folder and compares the pixels with libpng's. Every accepted image must
+// be equal, and every rejected one must have a known reason. Not a part of the test suite, which has no such
+// images.
 //
 //     check_corpus FOLDER
 #include "png/surface_from_png.h"
@@ -21,18 +21,18 @@ uint32_t big_endian_at(const byte_vector& bytes, size_t offset) {
            uint32_t{bytes[offset + 2]} << 8 | uint32_t{bytes[offset + 3]};
 }
 
-// What matters of a file that libpng accepts, whose chunks can therefore be walked blindly.
+// The relevant properties of a file that libpng accepts. So its chunks are valid and are not checked.
 struct png_facts_t {
     uint8_t bit_depth, color_type, interlace;
     bool has_palette = false;
     bool has_wrong_checksum = false;
-    bool has_short_image_data = false; // an IDAT chunk of fewer than 2 bytes
+    bool has_short_image_data = false; // an IDAT chunk shorter than 2 bytes
     byte_vector image_data = {};
 };
 
-constexpr size_t kChunkFrame = 12; // length, type and checksum
+constexpr size_t kChunkFrame = 12; // length, type and CRC
 
-// Whether the chunk's checksum is that of its type and data; libpng skips ancillary chunks where not.
+// Whether the chunk's CRC is correct. libpng skips ancillary chunks with a wrong CRC.
 bool has_right_checksum(const byte_vector& file, size_t at, size_t length) {
     const uLong checksum = crc32_z(0, file.data() + at + 4, length + 4);
     return checksum == big_endian_at(file, at + 8 + length);
@@ -43,7 +43,7 @@ png_facts_t facts_of(const byte_vector& file) {
     for (size_t at = 8; at + kChunkFrame <= file.size();) {
         const size_t length = big_endian_at(file, at);
         if (length > file.size() - at - kChunkFrame) {
-            break; // behind the IEND chunk, where libpng does not look
+            break; // after the IEND chunk, where libpng does not read
         }
         const std::string type(file.begin() + static_cast<ptrdiff_t>(at) + 4,
                                file.begin() + static_cast<ptrdiff_t>(at) + 8);
@@ -60,23 +60,23 @@ png_facts_t facts_of(const byte_vector& file) {
     return facts;
 }
 
-std::string reason_for_refusal(const byte_vector& file) {
+std::string reason_for_rejection(const byte_vector& file) {
     if (file.size() < 33 || !oracle_decode_png(file)) {
         const bool other_depth = file.size() >= 33 && file[24] != 8;
-        return other_depth ? "other than 8 bits a sample" : "refused by libpng too";
+        return other_depth ? "not 8 bits per sample" : "rejected by libpng too";
     }
     const png_facts_t facts = facts_of(file);
     if (facts.bit_depth != 8) {
-        return "other than 8 bits a sample";
+        return "not 8 bits per sample";
     }
     if (facts.interlace != 0) {
         return "interlaced";
     }
     if (facts.has_wrong_checksum) {
-        return "a chunk with a wrong checksum";
+        return "a chunk with a wrong CRC";
     }
     if (facts.has_short_image_data) {
-        return "an IDAT chunk of fewer than 2 bytes";
+        return "an IDAT chunk shorter than 2 bytes";
     }
     const bool is_truecolor = facts.color_type == 2 || facts.color_type == 6;
     if (is_truecolor && facts.has_palette) {
@@ -88,8 +88,8 @@ std::string reason_for_refusal(const byte_vector& file) {
     return "UNEXPLAINED";
 }
 
-// Pixels as packed rows. Rows of images with a key color are written in the narrower layout of
-// their color type, at the front of each surface row.
+// Pixels as packed rows. Rows of images with a key color are written in the narrower layout of their color
+// type, at the start of each surface row.
 byte_vector packed_pixels(const DsSurface& surface, size_t row_bytes) {
     byte_vector pixels;
     for (int32_t y = 0; y < surface.getHeight(); ++y) {
@@ -103,11 +103,11 @@ byte_vector packed_pixels(const DsSurface& surface, size_t row_bytes) {
 std::string verdict_on(const byte_vector& file) {
     const std::unique_ptr<DsSurface> surface(surface_from_png(file.data(), file.size(), false, 0));
     if (surface == nullptr) {
-        return "refused: " + reason_for_refusal(file);
+        return "rejected: " + reason_for_rejection(file);
     }
     const auto oracle = oracle_decode_png(file);
     if (!oracle) {
-        return "accepted, but refused by libpng";
+        return "accepted, but rejected by libpng";
     }
     const byte_vector pixels = packed_pixels(*surface, oracle->pixels.size() / oracle->height);
     return pixels == oracle->pixels ? "accepted, equal" : "accepted, DIFFERENT";
@@ -116,7 +116,7 @@ std::string verdict_on(const byte_vector& file) {
 bool is_failure(const std::string& verdict) {
     return verdict.find("UNEXPLAINED") != std::string::npos ||
            verdict.find("DIFFERENT") != std::string::npos ||
-           verdict == "accepted, but refused by libpng";
+           verdict == "accepted, but rejected by libpng";
 }
 
 } // namespace

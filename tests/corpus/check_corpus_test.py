@@ -1,4 +1,4 @@
-"""check_corpus on folders of single images: each refusal of an image that libpng reads has a reason."""
+"""check_corpus with folders of single images: each rejection of an image that libpng reads has a reason."""
 
 import os
 import struct
@@ -37,30 +37,30 @@ class CheckCorpus(unittest.TestCase):
     def test_accepts_an_image_with_equal_pixels(self):
         self.expect(0, "accepted, equal", image(chunk(b"IDAT", PIXELS)))
 
-    def test_explains_a_wrong_checksum_of_an_ancillary_chunk(self):
+    def test_explains_a_wrong_crc_of_an_ancillary_chunk(self):
         for name in (b"iCCP", b"tEXt", b"prVt"):
             with self.subTest(name=name):
-                self.expect(0, "refused: a chunk with a wrong checksum",
+                self.expect(0, "rejected: a chunk with a wrong CRC",
                             image(chunk(name, b"words", checksum_error=1), chunk(b"IDAT", PIXELS)))
 
-    def test_explains_image_data_of_fewer_than_2_bytes(self):
+    def test_explains_image_data_shorter_than_2_bytes(self):
         for cut in (0, 1):
             with self.subTest(cut=cut):
-                self.expect(0, "refused: an IDAT chunk of fewer than 2 bytes",
+                self.expect(0, "rejected: an IDAT chunk shorter than 2 bytes",
                             image(chunk(b"IDAT", PIXELS[:-cut or None]), chunk(b"IDAT", PIXELS[-cut:] * cut)))
 
-    def test_explains_other_refusals(self):
+    def test_explains_other_rejections(self):
         fixed = zlib.compressobj(9, zlib.DEFLATED, 15, 9, zlib.Z_FIXED)
         for words, contents in (
                 ("fixed-code block", image(chunk(b"IDAT", fixed.compress(bytes(6)) + fixed.flush()))),
-                ("other than 8 bits a sample",
+                ("not 8 bits per sample",
                  image(chunk(b"IDAT", zlib.compress(bytes(10), STORED)), depth=16)),
-                ("refused by libpng too", image())):
+                ("rejected by libpng too", image())):
             with self.subTest(words=words):
-                self.expect(0, f"refused: {words}", contents)
+                self.expect(0, f"rejected: {words}", contents)
 
     def test_looks_at_nothing_behind_the_end_chunk(self):
-        self.expect(0, "refused: an IDAT chunk of fewer than 2 bytes",
+        self.expect(0, "rejected: an IDAT chunk shorter than 2 bytes",
                     image(chunk(b"IDAT", PIXELS), chunk(b"IDAT", b"")) + bytes([255]) * 20)
 
 

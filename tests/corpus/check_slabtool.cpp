@@ -1,6 +1,7 @@
-// Holds slabtool against pngslab and libpng on every PNG file below a folder: `check` must be of
-// pngslab's opinion, `prepare` must make of every image that libpng reads one that pngslab takes, with the
-// same pixels, and `convert` must write what pngslab writes, after `prepare` where that is needed. Not a part of the suite, since the images come from elsewhere.
+// Compares slabtool with pngslab and libpng for every PNG file below a folder. `check` must have pngslab's verdict.
+// If libpng reads an image, pngslab must accept the result of `prepare`, with the same pixels. `convert` must write
+// the file that pngslab writes, after `prepare` if pngslab rejects the image. Not a part of the test suite, which has
+// no such images.
 //
 //     check_slabtool FOLDER
 #include "tests/corpus/corpus_run.h"
@@ -19,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr uint64_t kMaxPixels = ConversionRequest().maxPixels;
 
-// A folder for what the programs write, gone with the run.
+// A temporary folder for the output of the programs.
 class scratch_folder {
 public:
     scratch_folder() {
@@ -52,12 +53,12 @@ class slabtool_judge {
 public:
     corpus_verdict_t operator()(const fs::path& image) const {
         const std::string path = fs::absolute(image).string();
-        const bool is_taken = converts(path);
-        if (is_taken != succeeds(PNGSLAB_SLABTOOL, {"check", path})) {
+        const bool is_accepted = converts(path);
+        if (is_accepted != succeeds(PNGSLAB_SLABTOOL, {"check", path})) {
             return {"check and pngslab DISAGREE", true};
         }
-        const std::string before = is_taken ? "taken before" : "refused before";
-        if (!is_converted_alike(path, is_taken)) {
+        const std::string before = is_accepted ? "accepted before" : "rejected before";
+        if (!is_converted_alike(path, is_accepted)) {
             return {before + ", and convert and pngslab DISAGREE", true};
         }
         for (const bool with_alpha : {false, true}) {
@@ -70,16 +71,16 @@ public:
     }
 
 private:
-    // Images beyond --max-pixels are left out: convert rejects them.
-    bool is_converted_alike(const std::string& path, bool is_taken) const {
+    // Images above --max-pixels are left out: convert rejects them.
+    bool is_converted_alike(const std::string& path, bool is_accepted) const {
         const std::string ours = m_scratch.file("converted.surface");
         fs::remove(ours);
         if (factsOf(read_file(path)).pixels() > kMaxPixels) {
             return true;
         }
         const bool is_converted = succeeds(PNGSLAB_SLABTOOL, {"convert", "--quiet", path, ours});
-        bool is_expected = is_taken;
-        if (!is_taken) {
+        bool is_expected = is_accepted;
+        if (!is_accepted) {
             const std::string fixed = m_scratch.file("fixed.png");
             is_expected = succeeds(PNGSLAB_SLABTOOL, {"prepare", path, fixed}) && converts(fixed);
         }
@@ -105,20 +106,20 @@ private:
             return {"prepare and libpng DISAGREE", true};
         }
         if (!expected) {
-            return {"refused by libpng", false};
+            return {"rejected by libpng", false};
         }
         if (!converts(output)) {
-            return {"prepared, and STILL REFUSED", true};
+            return {"prepared, and STILL REJECTED", true};
         }
         const auto prepared = oracle_decode_png(read_file(output));
         if (!prepared || prepared->pixels != expected->pixels ||
             prepared->palette != palette_of(*expected)) {
             return {"prepared, and DIFFERENT", true};
         }
-        return {"prepared, equal, taken", false};
+        return {"prepared, equal, accepted", false};
     }
 
-    // Truecolor images lose theirs.
+    // Truecolor images lose their palette.
     static byte_vector palette_of(const oracle_image_t& image) {
         const bool is_indexed = image.pixels.size() == size_t{image.width} * image.height;
         return is_indexed ? image.palette : byte_vector();

@@ -1,4 +1,4 @@
-// The walk over a folder, and the table at its end.
+// The loop over a folder, and the table of verdicts.
 #include "tests/corpus/corpus_run.h"
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// What the programs that are run by hand on a folder of images share: finding the images, and counting
-// what is said of them.
+// Helpers for programs that are run by hand on a folder of images: find the images, and count the
+// verdicts.
 #pragma once
 
 #include "tests/support/test_bytes.h"
@@ -10,7 +10,7 @@
 
 byte_vector read_file(const std::filesystem::path& path);
 
-/// What is said of one image; `is_failure` puts its path on the screen.
+/// The verdict on one image. If `is_failure`, its path is printed.
 struct corpus_verdict_t {
     std::string words;
     bool is_failure;
@@ -18,6 +18,6 @@ struct corpus_verdict_t {
 
 using corpus_judge = std::function<corpus_verdict_t(const std::filesystem::path& path)>;
 
-/// Asks `judge` of every PNG file below a folder and prints how often each verdict came.
+/// Calls `judge` for every PNG file below a folder and prints the number of each verdict.
 /// @return the exit status: 1 if one was a failure
 int run_on_corpus(const std::filesystem::path& folder, const corpus_judge& judge);

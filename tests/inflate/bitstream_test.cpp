@@ -1,4 +1,4 @@
-// The bit reader: taking, aligning, stepping back, and what it keeps when the input runs out.
+// The bit reader: reading, aligning, stepping back, and the bits that it keeps at the end of the input.
 #include "inflate/src/streams.h"
 #include "tests/support/deflate_maker.h"
 
@@ -10,7 +10,7 @@ bitstream_t reader_of(const byte_vector& bytes) {
     return {bytes.data(), static_cast<uint32_t>(bytes.size()), 0, 0};
 }
 
-TEST(BitstreamExtract, TakesBitsFromTheLowEndOfEachByte) {
+TEST(BitstreamExtract, ReadsBytesFromTheLowestBit) {
     const byte_vector bytes{0b10110101, 0b01100011};
     bitstream_t reader = reader_of(bytes);
 
@@ -38,7 +38,7 @@ TEST(BitstreamExtract, LoadsOnlyTheBytesItNeeds) {
     EXPECT_EQ(reader.bits, 0U);
 }
 
-TEST(BitstreamExtract, TakesTwentyFourBitsBehindSevenHeldOnes) {
+TEST(BitstreamExtract, Reads24BitsAfter7BitsInTheBuffer) {
     const byte_vector bytes{0x80, 0x12, 0x34, 0x56};
     bitstream_t reader = reader_of(bytes);
     bitstream_extract(&reader, 1);
@@ -48,7 +48,7 @@ TEST(BitstreamExtract, TakesTwentyFourBitsBehindSevenHeldOnes) {
     EXPECT_EQ(reader.available, 0U);
 }
 
-TEST(BitstreamExtract, GivesZeroForZeroBitsEvenWithoutInput) {
+TEST(BitstreamExtract, ReturnsZeroForZeroBitsEvenWithoutInput) {
     bitstream_t reader{};
 
     EXPECT_EQ(bitstream_extract(&reader, 0), 0U);
@@ -67,7 +67,7 @@ TEST(BitstreamExtract, KeepsTheBytesItLoadedWhenTheInputRunsOut) {
     EXPECT_EQ(reader.bits, 0x3412U);
 }
 
-TEST(BitstreamExtract, GoesOnWithTheNextPieceAfterRunningOut) {
+TEST(BitstreamExtract, ContinuesWithTheNextPieceAfterRunningOut) {
     const byte_vector first{0x12};
     const byte_vector second{0x34, 0x56};
     bitstream_t reader = reader_of(first);
@@ -80,7 +80,7 @@ TEST(BitstreamExtract, GoesOnWithTheNextPieceAfterRunningOut) {
     EXPECT_EQ(bitstream_extract(&reader, 4), 0x5U);
 }
 
-TEST(BitstreamExtract, ReportsMissingInputAgainAndAgain) {
+TEST(BitstreamExtract, ReportsMissingInputRepeatedly) {
     const byte_vector bytes{0x0F};
     bitstream_t reader = reader_of(bytes);
 
@@ -98,7 +98,7 @@ TEST(BitstreamExtract, UsesAFullBufferBeforeLoadingMore) {
     EXPECT_EQ(bitstream_extract(&reader, 16), 0xEE87U);
 }
 
-TEST(BitstreamExtractDeathTest, AssertsThatAtMostTwentyFourBitsAreAsked) {
+TEST(BitstreamExtractDeathTest, AssertsThatTheCountIsAtMost24) {
     const byte_vector bytes(8, 0);
     bitstream_t reader = reader_of(bytes);
 
@@ -127,7 +127,7 @@ TEST(BitstreamAlign, DoesNothingOnAByteBoundary) {
     EXPECT_EQ(bitstream_extract(&reader, 8), 0x12U);
 }
 
-TEST(BitstreamAlign, KeepsTheWholeBytesItHolds) {
+TEST(BitstreamAlign, KeepsTheWholeBytesInTheBuffer) {
     bitstream_t reader{nullptr, 0, 0x15B5, 13};
 
     bitstream_align(&reader);
@@ -153,7 +153,7 @@ TEST(BitstreamUnread, ReloadsUpToFourBytesFromMemory) {
     bitstream_t reader = reader_of(bytes);
     bitstream_extract(&reader, 10);
 
-    // 6 bits held and 10 to read again end exactly at the first byte.
+    // 6 bits in the buffer and 10 to read again start exactly at the first byte.
     bitstream_unread(&reader, 10);
 
     EXPECT_EQ(reader.bits, 0x67452301U);
@@ -162,7 +162,7 @@ TEST(BitstreamUnread, ReloadsUpToFourBytesFromMemory) {
     EXPECT_EQ(reader.available, 2U);
 }
 
-TEST(BitstreamUnread, TakesOnlyTheUnreadTopOfTheFirstByte) {
+TEST(BitstreamUnread, KeepsOnlyTheUnreadTopOfTheFirstByte) {
     const byte_vector bytes{0xE7, 0x23, 0x45, 0x67, 0x89};
     bitstream_t reader = reader_of(bytes);
     bitstream_extract(&reader, 5);
@@ -176,7 +176,7 @@ TEST(BitstreamUnread, TakesOnlyTheUnreadTopOfTheFirstByte) {
     EXPECT_EQ(reader.available, 1U);
 }
 
-TEST(BitstreamUnread, ReloadsWhatIsThereAtTheEndOfTheInput) {
+TEST(BitstreamUnread, ReloadsTheRemainingBytesAtTheEndOfTheInput) {
     const byte_vector bytes{0x12, 0x34};
     bitstream_t reader = reader_of(bytes);
     bitstream_extract(&reader, 2);
@@ -190,7 +190,7 @@ TEST(BitstreamUnread, ReloadsWhatIsThereAtTheEndOfTheInput) {
     EXPECT_EQ(reader.data, bytes.data() + 2);
 }
 
-TEST(BitstreamUnread, GivesTheSameBitsAgainFromEveryPosition) {
+TEST(BitstreamUnread, ReturnsTheSameBitsAgainFromEveryPosition) {
     const byte_vector bytes = make_bytes(data_kind::noise, 12, 1);
     for (uint32_t before = 0; before <= 24; ++before) {
         for (uint32_t count = 1; count <= 14; ++count) {
@@ -209,7 +209,7 @@ TEST(BitstreamUnread, GivesTheSameBitsAgainFromEveryPosition) {
     }
 }
 
-TEST(BitstreamUnread, LeavesAReaderThatReadsOnToTheEnd) {
+TEST(BitstreamUnread, LeavesAReaderThatCanReadToTheEnd) {
     const byte_vector bytes = make_bytes(data_kind::noise, 9, 2);
     bitstream_t straight = reader_of(bytes);
     bitstream_t stepping = reader_of(bytes);
@@ -223,7 +223,7 @@ TEST(BitstreamUnread, LeavesAReaderThatReadsOnToTheEnd) {
     EXPECT_EQ(bitstream_remaining(&stepping), 2U);
 }
 
-TEST(BitstreamRemaining, CountsHeldBitsAndBytesLeft) {
+TEST(BitstreamRemaining, CountsBufferedBitsAndUnreadBytes) {
     const byte_vector bytes(5, 0);
     bitstream_t reader = reader_of(bytes);
     EXPECT_EQ(bitstream_remaining(&reader), 40U);

@@ -1,5 +1,5 @@
-// Fixed-code blocks once their tables are built. A program of its own: building them changes what
-// every later decode in the same process accepts.
+// Fixed-code blocks after their tables are built. A separate program, because building the tables changes
+// the verdict of every later decode in the process.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
@@ -19,45 +19,45 @@ int32_t result_of(const deflate_maker& maker) {
     return inflate_whole(maker.bytes(), 1000).result;
 }
 
-TEST_F(FixedCodes, DecodeZlibsFixedBlocks) {
+TEST_F(FixedCodes, DecodeFixedBlocksOfZlib) {
     test_rng rng(50);
     for (int round = 0; round < 1000; ++round) {
         deflate_settings_t settings = random_settings(rng);
         settings.strategy = Z_FIXED;
         settings.level = static_cast<int>(random_between(rng, 1, 9));
-        const byte_vector plain = make_bytes(kAllDataKinds[rng() % 4], rng() % 2000, rng());
-        const byte_vector raw = raw_deflate(plain, settings);
+        const byte_vector content = make_bytes(kAllDataKinds[rng() % 4], rng() % 2000, rng());
+        const byte_vector raw = raw_deflate(content, settings);
 
         const inflate_outcome_t outcome =
-            inflate_pieces(raw, plain.size(), random_pieces(rng, raw.size()));
+            inflate_pieces(raw, content.size(), random_pieces(rng, raw.size()));
 
         ASSERT_EQ(outcome.result, kInflateDone) << "round " << round;
-        ASSERT_TRUE(same_bytes(plain, outcome.plain)) << "round " << round;
+        ASSERT_TRUE(same_bytes(content, outcome.content)) << "round " << round;
     }
 }
 
 TEST_F(FixedCodes, DecodeStreamsThatMixTheBlockTypes) {
     test_rng rng(51);
     for (int round = 0; round < 500; ++round) {
-        const byte_vector plain = make_bytes(kAllDataKinds[rng() % 4], rng() % 5000, rng());
-        const byte_vector raw = raw_deflate(plain, random_settings(rng));
+        const byte_vector content = make_bytes(kAllDataKinds[rng() % 4], rng() % 5000, rng());
+        const byte_vector raw = raw_deflate(content, random_settings(rng));
 
-        const inflate_outcome_t outcome = inflate_whole(raw, plain.size());
+        const inflate_outcome_t outcome = inflate_whole(raw, content.size());
 
         ASSERT_EQ(outcome.result, kInflateDone) << "round " << round;
-        ASSERT_TRUE(same_bytes(plain, outcome.plain)) << "round " << round;
+        ASSERT_TRUE(same_bytes(content, outcome.content)) << "round " << round;
     }
 }
 
-// With so much around them that the fast loop meets them.
-TEST_F(FixedCodes, RefuseTheSymbolsWithoutMeaningInLongBlocks) {
+// Enough data around the symbols that the fast loop decodes them.
+TEST_F(FixedCodes, RejectTheSymbolsWithoutMeaningInLongBlocks) {
     for (const uint32_t symbol : {286U, 287U}) {
         deflate_maker maker;
         maker.fixed(block_is::last).literals(byte_vector(300, 'a')).litlen_symbol(symbol);
-        maker.dist_symbol(0).literals(byte_vector(300, 'b')).end(); // all well but for the symbol
+        maker.dist_symbol(0).literals(byte_vector(300, 'b')).end(); // valid except for the symbol
         const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 1000);
         EXPECT_EQ(kInflateInvalid, outcome.result) << symbol;
-        EXPECT_TRUE(same_bytes(byte_vector(300, 'a'), outcome.plain)) << symbol;
+        EXPECT_TRUE(same_bytes(byte_vector(300, 'a'), outcome.content)) << symbol;
     }
 }
 
@@ -72,7 +72,7 @@ TEST_F(FixedCodes, HaveACodeForEveryLiteral) {
     const inflate_outcome_t outcome = inflate_pieces(maker.bytes(), 256, {1, 1, 1, 100, 1, 1});
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_TRUE(same_bytes(all, outcome.plain));
+    EXPECT_TRUE(same_bytes(all, outcome.content));
 }
 
 TEST_F(FixedCodes, HaveACodeForEveryLengthAndDistance) {
@@ -91,11 +91,11 @@ TEST_F(FixedCodes, HaveACodeForEveryLengthAndDistance) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), expected.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_TRUE(same_bytes(expected, outcome.plain));
+    EXPECT_TRUE(same_bytes(expected, outcome.content));
 }
 
-// The codes of 286 and 287 exist but stand for no length.
-TEST_F(FixedCodes, RefuseTheLengthSymbols286And287) {
+// The codes of 286 and 287 exist but have no length.
+TEST_F(FixedCodes, RejectTheLengthSymbols286And287) {
     for (const uint32_t symbol : {286U, 287U}) {
         deflate_maker maker;
         maker.fixed(block_is::last).literals(byte_vector(10, 'a')).litlen_symbol(symbol);
@@ -104,7 +104,7 @@ TEST_F(FixedCodes, RefuseTheLengthSymbols286And287) {
     }
 }
 
-TEST_F(FixedCodes, RefuseTheDistanceSymbols30And31) {
+TEST_F(FixedCodes, RejectTheDistanceSymbols30And31) {
     for (const uint32_t symbol : {30U, 31U}) {
         deflate_maker maker;
         maker.fixed(block_is::last).literals(byte_vector(10, 'a')).litlen_symbol(257);
@@ -113,11 +113,12 @@ TEST_F(FixedCodes, RefuseTheDistanceSymbols30And31) {
     }
 }
 
-TEST_F(FixedCodes, LeaveTheDynamicOnesAsTheyAre) {
+TEST_F(FixedCodes, DoNotChangeDynamicCodes) {
     test_rng rng(52);
     const made_stream_t stream = random_stream(rng, 32768);
 
-    EXPECT_TRUE(same_bytes(stream.plain, inflate_whole(stream.raw, stream.plain.size()).plain));
+    EXPECT_TRUE(
+        same_bytes(stream.content, inflate_whole(stream.raw, stream.content.size()).content));
 }
 
 TEST_F(FixedCodes, MayBeBuiltAgain) {
@@ -125,7 +126,7 @@ TEST_F(FixedCodes, MayBeBuiltAgain) {
     deflate_maker maker;
     maker.fixed(block_is::last).literals({'o', 'k'}).end();
 
-    EXPECT_EQ(inflate_whole(maker.bytes(), 2).plain, (byte_vector{'o', 'k'}));
+    EXPECT_EQ(inflate_whole(maker.bytes(), 2).content, (byte_vector{'o', 'k'}));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Canonical codes: what building reports and stores, and decoding bit by bit.
+// Canonical codes: the results of building, and decoding bit by bit.
 #include "inflate/src/streams.h"
 #include "tests/support/deflate_maker.h"
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-// A code with storage of its own, filled with what a former use may have left there.
+// A code with its own storage, filled with old content as after a previous use.
 struct stored_code_t {
     uint16_t counts[16];
     uint16_t symbols[288];
@@ -69,7 +69,7 @@ TEST(HuffmanBuild, CountsUnusedSymbolsAtLengthZero) {
     EXPECT_EQ(code.symbols[1], 4);
 }
 
-TEST(HuffmanBuild, TakesACodeWithoutSymbolsAsComplete) {
+TEST(HuffmanBuild, TreatsACodeWithoutSymbolsAsComplete) {
     stored_code_t code;
 
     EXPECT_EQ(code.build(code_lengths(30, 0)), 0);
@@ -97,7 +97,7 @@ TEST(HuffmanBuild, ReportsAnOversubscribedCodeByANegativeNumber) {
     EXPECT_EQ(code.build({1, 2, 3, 3, 15}), -1);
 }
 
-TEST(HuffmanBuild, FindsEveryRandomCompleteCodeComplete) {
+TEST(HuffmanBuild, ReportsEveryRandomCompleteCodeAsComplete) {
     test_rng rng(3);
     for (size_t symbols = 2; symbols <= 286; ++symbols) {
         stored_code_t code;
@@ -126,7 +126,7 @@ TEST(HuffmanDecode, ReadsEverySymbolOfRandomCodes) {
     }
 }
 
-TEST(HuffmanDecode, FailsWithAnUnbuiltCodeAndTakesNothing) {
+TEST(HuffmanDecode, FailsWithAnUnbuiltCodeAndReadsNothing) {
     const stored_code_t code;
     const byte_vector bytes{0, 0};
     bitstream_t reader = reader_of(bytes);
@@ -155,7 +155,7 @@ TEST(HuffmanDecode, FailsAfterTheLongestLengthWithACodeWithoutSymbols) {
     EXPECT_EQ(bitstream_remaining(&reader), 16U - 7U);
 }
 
-TEST(HuffmanDecode, AsksForInputBeforeItKnowsThatAPatternIsNoCode) {
+TEST(HuffmanDecode, RequestsInputBeforeItKnowsThatAPatternIsNoCode) {
     stored_code_t code;
     code.build({1});
     const byte_vector bytes{0xFF};
@@ -164,7 +164,7 @@ TEST(HuffmanDecode, AsksForInputBeforeItKnowsThatAPatternIsNoCode) {
     EXPECT_EQ(huffman_decode(&code.huffman, &reader), kHuffmanNeedsInput);
 }
 
-TEST(HuffmanDecode, KeepsTheBitsOfACodeThatTheInputEndsIn) {
+TEST(HuffmanDecode, KeepsTheBitsOfATruncatedCode) {
     stored_code_t code;
     code.build({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 15});
     const byte_vector bytes{0b11111110, 0xFF};
@@ -179,7 +179,7 @@ TEST(HuffmanDecode, KeepsTheBitsOfACodeThatTheInputEndsIn) {
     EXPECT_EQ(reader.bits, 0x3FFFU);
 }
 
-TEST(HuffmanDecode, FinishesACodeWhoseFirstPiecesAreGone) {
+TEST(HuffmanDecode, FinishesACodeWhoseFirstPiecesAreFreed) {
     stored_code_t code;
     code.build({1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 15});
     bitstream_t reader{};
@@ -196,7 +196,7 @@ TEST(HuffmanDecode, FinishesACodeWhoseFirstPiecesAreGone) {
     EXPECT_EQ(bitstream_remaining(&reader), 24U - 3U - 15U);
 }
 
-TEST(HuffmanDecode, AsksForInputWithoutAnyAndKeepsNothing) {
+TEST(HuffmanDecode, RequestsInputWithoutAnyAndKeepsNothing) {
     stored_code_t code;
     code.build({1, 1});
     bitstream_t reader{};

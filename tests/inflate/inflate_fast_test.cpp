@@ -1,5 +1,5 @@
-// The fast loop against the state machine that it stands beside: after every piece of input both must
-// have left the same record, the same reader and the same output block, to the last byte.
+// The fast loop compared with the state machine: after every piece of input both must have the same
+// record, the same reader and the same output buffer, to the last byte.
 #include "inflate/src/internal/deflate_tables.h"
 #include "inflate/src/internal/fast_codes.h"
 #include "inflate/src/internal/inflate_fast.h"
@@ -21,20 +21,20 @@ using namespace inflate_detail;
 
 namespace {
 
-// A decoder whose output block, with bytes beyond what may be written, is there to be looked at.
-class watched_decoder {
+// A decoder whose output buffer can be inspected, with bytes after it that must not change.
+class inspected_decoder {
 public:
-    watched_decoder(size_t room, bool states_only)
+    inspected_decoder(size_t room, bool states_only)
         : m_states_only(states_only)
-        , m_block(room + 64, 0xA5) {
+        , m_output(room + 64, 0xA5) {
         inflate_process(&m_state, nullptr);
-        m_state.out = m_block.data();
+        m_state.out = m_output.data();
         m_state.outAvailable = static_cast<uint32_t>(room);
     }
-    watched_decoder(const watched_decoder&) = delete;
-    watched_decoder& operator=(const watched_decoder&) = delete;
+    inspected_decoder(const inspected_decoder&) = delete;
+    inspected_decoder& operator=(const inspected_decoder&) = delete;
 
-    // As feed, but with up to `held` bytes of the piece taken into the reader beforehand.
+    // Feeds a piece, of which up to `held` bytes are already loaded into the reader.
     decoder_snapshot_t feed(const byte_vector& piece, uint32_t held = 0) {
         m_reader.data = piece.data();
         m_reader.available = static_cast<uint32_t>(piece.size());
@@ -45,27 +45,28 @@ public:
         }
         const int32_t result = m_states_only ? process_states_only(&m_state, &m_reader)
                                              : inflate_process(&m_state, &m_reader);
-        return snapshot_of(result, m_state, m_reader, piece.data(), m_block.data(), m_block.size());
+        return snapshot_of(result, m_state, m_reader, piece.data(), m_output.data(),
+                           m_output.size());
     }
 
 private:
     bool m_states_only;
-    byte_vector m_block;
+    byte_vector m_output;
     inflate_t m_state{};
     bitstream_t m_reader{};
 };
 
-// Feeds both decoders the same pieces until one of them is through.
+// Feeds both decoders the same pieces until one of them finishes.
 void expect_same_steps(const byte_vector& raw, size_t room, const std::vector<size_t>& sizes) {
-    watched_decoder fast(room, false);
-    watched_decoder states(room, true);
+    inspected_decoder fast(room, false);
+    inspected_decoder states(room, true);
     size_t at = 0;
     for (const size_t size : sizes) {
         const byte_vector piece = slice(raw, at, size);
         const decoder_snapshot_t expected = states.feed(piece);
         ASSERT_TRUE(same_snapshot(expected, fast.feed(piece)))
-            << "piece of " << size << " bytes at " << at << " of " << raw.size() << ", room for "
-            << room;
+            << "piece of " << size << " bytes at " << at << " of " << raw.size()
+            << ", output space for " << room;
         if (expected.result != kInflateNeedsInput) {
             return;
         }
@@ -82,19 +83,19 @@ std::vector<size_t> long_pieces(test_rng& rng, size_t total) {
     return sizes;
 }
 
-byte_vector any_stream(test_rng& rng, size_t* plain_size) {
+byte_vector any_stream(test_rng& rng, size_t* content_size) {
     if (rng() % 2 == 0) {
         const made_stream_t stream = random_stream(rng, 32768);
-        *plain_size = stream.plain.size();
+        *content_size = stream.content.size();
         return stream.raw;
     }
-    const byte_vector plain =
+    const byte_vector content =
         make_bytes(kAllDataKinds[rng() % 4], random_between(rng, 300, 6000), rng());
-    *plain_size = plain.size();
-    return deflate_without_fixed_codes(plain, random_settings(rng));
+    *content_size = content.size();
+    return deflate_without_fixed_codes(content, random_settings(rng));
 }
 
-TEST(InflateFast, LeavesWhatTheStateMachineLeaves) {
+TEST(InflateFast, EqualsTheStateMachine) {
     test_rng rng(1);
     for (int round = 0; round < 800 && !HasFatalFailure(); ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -106,9 +107,9 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeaves) {
     }
 }
 
-// As many as there can be after a step back. Wherever the first piece ends, inside a match too, the
-// fast loop has to find the bits that were never among its own bytes.
-TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfBitsThatTheReaderHolds) {
+// The reader has the max number of bits, as after a step back. The first piece may end anywhere, also inside
+// a match. The fast loop must also use bits that are not among the bytes of its own input.
+TEST(InflateFast, EqualsTheStateMachineForBitsInTheReader) {
     test_rng rng(6);
     for (int round = 0; round < 400; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -116,12 +117,12 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfBitsThatTheReaderHolds) {
         const byte_vector raw = any_stream(rng, &size);
         const size_t first = rng() % raw.size();
         const uint32_t held = random_between(rng, 1, 4);
-        watched_decoder fast(size, false);
-        watched_decoder states(size, true);
+        inspected_decoder fast(size, false);
+        inspected_decoder states(size, true);
         const byte_vector begin = slice(raw, 0, first);
         const decoder_snapshot_t expected = states.feed(begin);
         ASSERT_TRUE(same_snapshot(expected, fast.feed(begin))) << "the first " << first << " bytes";
-        // Stored bytes are taken from the input alone.
+        // Stored bytes are read only from the input.
         if (expected.result == kInflateNeedsInput && expected.record[0] != kStoredCopy) {
             const byte_vector rest = slice(raw, first, raw.size() - first);
             ASSERT_TRUE(same_snapshot(states.feed(rest, held), fast.feed(rest, held)))
@@ -130,7 +131,7 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfBitsThatTheReaderHolds) {
     }
 }
 
-TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfDamagedStreams) {
+TEST(InflateFast, EqualsTheStateMachineForDamagedStreams) {
     test_rng rng(2);
     for (int round = 0; round < 1200 && !HasFatalFailure(); ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -144,33 +145,33 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfDamagedStreams) {
     }
 }
 
-// Wherever the output ends, the last matches are cut by the same rule.
-TEST(InflateFast, LeavesWhatTheStateMachineLeavesForEveryOutputSize) {
+// For every output size, the last match is truncated by the same rule.
+TEST(InflateFast, EqualsTheStateMachineForEveryOutputSize) {
     test_rng rng(3);
     for (const data_kind kind : kAllDataKinds) {
-        const byte_vector plain = make_bytes(kind, 1200, rng());
-        const byte_vector raw = deflate_without_fixed_codes(plain, {});
-        for (size_t room = 0; room <= plain.size() && !HasFatalFailure(); ++room) {
+        const byte_vector content = make_bytes(kind, 1200, rng());
+        const byte_vector raw = deflate_without_fixed_codes(content, {});
+        for (size_t room = 0; room <= content.size() && !HasFatalFailure(); ++room) {
             expect_same_steps(raw, room, {raw.size()});
         }
     }
 }
 
-TEST(InflateFast, LeavesWhatTheStateMachineLeavesForEveryInputSize) {
+TEST(InflateFast, EqualsTheStateMachineForEveryInputSize) {
     test_rng rng(4);
     for (const data_kind kind : kAllDataKinds) {
-        const byte_vector plain = make_bytes(kind, 1500, rng());
-        const byte_vector raw = deflate_without_fixed_codes(plain, {});
+        const byte_vector content = make_bytes(kind, 1500, rng());
+        const byte_vector raw = deflate_without_fixed_codes(content, {});
         for (size_t first = 0; first <= raw.size() && !HasFatalFailure(); ++first) {
-            expect_same_steps(raw, plain.size(), {first, raw.size() - first});
+            expect_same_steps(raw, content.size(), {first, raw.size() - first});
         }
     }
 }
 
-// Any bits at all mean something in a block whose codes are complete and reach back but a little, so
-// that they go on for long: every pair of symbols, of extra bits and of code lengths comes together. In
-// one case of four a distance is of a single code or there is none.
-TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfAnyBits) {
+// If a block's codes are complete and its distances are short, any bits are valid, so that decoding continues
+// for long and all pairs of symbols, extra bits and code lengths occur. In one case of four there is a single
+// distance code or none.
+TEST(InflateFast, EqualsTheStateMachineForRandomBits) {
     test_rng rng(7);
     for (int round = 0; round < 600 && !HasFatalFailure(); ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -182,7 +183,7 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfAnyBits) {
                                      lengths_of(1, {{0, static_cast<uint16_t>(rng() % 2)}})};
         deflate_maker maker;
         maker.stored(make_bytes(data_kind::noise, 300, rng()), block_is::followed);
-        maker.dynamic(usual_header(random_complete_lengths(rng, litlens, 15), dist[rng() % 4]),
+        maker.dynamic(simple_header(random_complete_lengths(rng, litlens, 15), dist[rng() % 4]),
                       block_is::last);
         byte_vector raw = maker.bytes();
         const byte_vector bits = make_bytes(data_kind::noise, 3000, rng());
@@ -193,10 +194,10 @@ TEST(InflateFast, LeavesWhatTheStateMachineLeavesOfAnyBits) {
     }
 }
 
-// A single distance code takes one bit, and leaves half of all patterns without a code.
+// A single distance code has one bit, so that half of all patterns are no code.
 TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
     for (const uint32_t pattern : {0x0001U, 0x0003U, 0xFFFFU}) {
-        const dynamic_header_t header = usual_header(
+        const dynamic_header_t header = simple_header(
             lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}}), lengths_of(1, {{0, 1}}));
         deflate_maker maker;
         maker.dynamic(header, block_is::last).literals(byte_vector(200, 'a'));
@@ -208,13 +209,12 @@ TEST(InflateFast, LeavesDistancePatternsWithoutACodeToTheStateMachine) {
     }
 }
 
-// A block of literals alone has no distance code, and no bits that follow a length, zeros included, are
-// one.
+// A block with only literals has no distance code, so that no bits after a length are one, not even zeros.
 TEST(InflateFast, LeavesALengthWithoutADistanceCodeToTheStateMachine) {
     for (const uint8_t filler : byte_vector{0x00, 0xFF}) {
         deflate_maker maker;
         const auto litlen = lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}});
-        maker.dynamic(usual_header(litlen, lengths_of(1, {})), block_is::last);
+        maker.dynamic(simple_header(litlen, lengths_of(1, {})), block_is::last);
         maker.literals(byte_vector(40, 'a')).litlen_symbol(257);
         byte_vector raw = maker.bytes();
         raw.resize(raw.size() + 100, filler);
@@ -224,16 +224,16 @@ TEST(InflateFast, LeavesALengthWithoutADistanceCodeToTheStateMachine) {
     }
 }
 
-// Codes of a single symbol are incomplete, which the limits have no place for.
+// Codes of a single symbol are incomplete. The limits cannot represent them.
 TEST(InflateFast, LeavesBlocksOfASingleCodeToTheStateMachine) {
     deflate_maker maker;
-    const dynamic_header_t empty = usual_header(lengths_of(257, {{256, 1}}), lengths_of(1, {}));
+    const dynamic_header_t empty = simple_header(lengths_of(257, {{256, 1}}), lengths_of(1, {}));
     for (int block = 0; block < 20; ++block) {
         maker.dynamic(empty, block_is::followed).end();
     }
     maker.stored(byte_vector(300, 'a'), block_is::last);
     expect_same_steps(maker.bytes(), 1000, {maker.bytes().size()});
-    EXPECT_TRUE(same_bytes(byte_vector(300, 'a'), inflate_whole(maker.bytes(), 1000).plain));
+    EXPECT_TRUE(same_bytes(byte_vector(300, 'a'), inflate_whole(maker.bytes(), 1000).content));
 }
 
 TEST(MatchCopy, WritesTheMatchAndNothingElse) {
@@ -251,14 +251,14 @@ TEST(MatchCopy, WritesTheMatchAndNothingElse) {
     }
 }
 
-// Every code that the limits find is the one that bits taken one by one lead to.
+// The limits find the same code as decoding bit by bit.
 TEST(FastCodes, GiveTheLengthAndSymbolOfEveryCode) {
     test_rng rng(5);
     int codes = 0;
     for (int round = 0; round < 60; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
         const made_stream_t stream = random_stream(rng, 32768);
-        inflate_session session(stream.plain.size());
+        inflate_session session(stream.content.size());
         session.feed(slice(stream.raw, 0, stream.raw.size() / 2));
         const huffman_t& huffman = session.state.dynLitlen;
         if (session.state.state != 4 || huffman.maxBits == 0) {

@@ -14,7 +14,7 @@ using namespace inflate_detail;
 
 namespace {
 
-// Names the fault of the session's stream, which `piece` continues.
+// The fault of the session's stream after `piece`.
 fault_t fault_of(inflate_session& session, const byte_vector& piece) {
     session.reader.data = piece.data();
     session.reader.available = static_cast<uint32_t>(piece.size());
@@ -29,7 +29,7 @@ fault_t fault_of(const deflate_maker& maker) {
     return fault_of(session, maker.bytes());
 }
 
-// Behind the header follow more than enough zero bits.
+// More than enough zero bits follow the header.
 fault_t fault_of_header(const dynamic_header_t& header) {
     return fault_of(deflate_maker().dynamic(header, block_is::last).bits(0, 32));
 }
@@ -37,10 +37,10 @@ fault_t fault_of_header(const dynamic_header_t& header) {
 const code_lengths kLitlen = lengths_of(286, {{'a', 2}, {256, 2}, {257, 2}, {285, 2}});
 
 dynamic_header_t small_header() {
-    return usual_header(kLitlen, {1, 1});
+    return simple_header(kLitlen, {1, 1});
 }
 
-// A record in a state that no stream leads to.
+// A record in a state that no stream reaches.
 fault_t fault_in_state(uint16_t state, int16_t symbol) {
     inflate_session session(10);
     session.state.state = state;
@@ -116,36 +116,36 @@ TEST(InflateFault, NamesARepeatBeyondTheLastCodeLength) {
     EXPECT_EQ(fault_of_header(header), fault_t::repeat_too_long);
 }
 
-TEST(InflateFault, NamesABlockWithoutAnEnd) {
-    EXPECT_EQ(fault_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
+TEST(InflateFault, NamesABlockWithoutAnEndOfBlockCode) {
+    EXPECT_EQ(fault_of_header(simple_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
               fault_t::end_of_block_missing);
 }
 
-TEST(InflateFault, NamesALiteralLengthCodeThatIsNotComplete) {
-    EXPECT_EQ(fault_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
+TEST(InflateFault, NamesAnIncompleteLiteralLengthCode) {
+    EXPECT_EQ(fault_of_header(simple_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
               fault_t::litlen_code);
-    EXPECT_EQ(fault_of_header(usual_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
+    EXPECT_EQ(fault_of_header(simple_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
               fault_t::litlen_code);
 }
 
-TEST(InflateFault, NamesADistanceCodeThatIsNotComplete) {
-    EXPECT_EQ(fault_of_header(usual_header(kLitlen, {1, 1, 1})), fault_t::distance_code);
-    EXPECT_EQ(fault_of_header(usual_header(kLitlen, {1, 2})), fault_t::distance_code);
+TEST(InflateFault, NamesAnIncompleteDistanceCode) {
+    EXPECT_EQ(fault_of_header(simple_header(kLitlen, {1, 1, 1})), fault_t::distance_code);
+    EXPECT_EQ(fault_of_header(simple_header(kLitlen, {1, 2})), fault_t::distance_code);
 }
 
 TEST(InflateFault, NamesBitsThatAreNoLiteralLengthSymbol) {
-    const dynamic_header_t header = usual_header(lengths_of(257, {{256, 1}}), {1});
+    const dynamic_header_t header = simple_header(lengths_of(257, {{256, 1}}), {1});
     EXPECT_EQ(fault_of(deflate_maker().dynamic(header, block_is::last).bits(0x7FFF, 15)),
               fault_t::litlen_symbol);
 }
 
-TEST(InflateFault, NamesASymbolThatStandsForNoLength) {
+TEST(InflateFault, NamesASymbolWithoutALength) {
     EXPECT_EQ(fault_in_state(kLengthExtra, 29), fault_t::length_symbol);
 }
 
 TEST(InflateFault, NamesBitsThatAreNoDistanceSymbol) {
     deflate_maker maker;
-    maker.dynamic(usual_header(kLitlen, {1}), block_is::last).literals({'a'});
+    maker.dynamic(simple_header(kLitlen, {1}), block_is::last).literals({'a'});
     EXPECT_EQ(fault_of(maker.litlen_symbol(257).bits(0x7FFF, 15)), fault_t::distance_symbol);
 }
 
@@ -153,7 +153,7 @@ TEST(InflateFault, NamesADistanceSymbolWithoutABase) {
     EXPECT_EQ(fault_in_state(kDistanceExtra, 30), fault_t::distance_without_base);
 }
 
-TEST(InflateFault, NamesADistanceThatReachesTooFarBack) {
+TEST(InflateFault, NamesADistanceTooFarBack) {
     deflate_maker maker;
     maker.dynamic(small_header(), block_is::last).literals({'a'}).match(3, 2);
     EXPECT_EQ(fault_of(maker), fault_t::distance_too_far);
@@ -173,7 +173,8 @@ TEST(InflateFault, AgreesWithTheResultOnDamagedStreams) {
         const int32_t result = without_fault.feed(stream.raw);
 
         ASSERT_EQ(result == kInflateInvalid, fault != fault_t::none) << "byte " << damaged;
-        ASSERT_TRUE(same_bytes(without_fault.plain(), with_fault.plain())) << "byte " << damaged;
+        ASSERT_TRUE(same_bytes(without_fault.content(), with_fault.content()))
+            << "byte " << damaged;
         seen.insert(fault);
     }
     EXPECT_GT(seen.size(), 10U);

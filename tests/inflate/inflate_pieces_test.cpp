@@ -1,5 +1,5 @@
-// Input in pieces: however a stream is cut, it decodes as if it were in one piece, and nothing of a
-// piece is needed once it has been handed over.
+// Input in pieces: a stream in any pieces decodes like a stream in one piece, and a piece is not needed
+// after the call.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
@@ -20,23 +20,23 @@ made_stream_t mixed_stream() {
     return stream;
 }
 
-void expect_plain(const inflate_outcome_t& outcome, const byte_vector& plain,
-                  const std::string& where) {
+void expect_content(const inflate_outcome_t& outcome, const byte_vector& content,
+                    const std::string& where) {
     EXPECT_EQ(outcome.result, kInflateDone) << where;
-    EXPECT_TRUE(same_bytes(plain, outcome.plain)) << where;
+    EXPECT_TRUE(same_bytes(content, outcome.content)) << where;
 }
 
 TEST(InflatePieces, DecodeTheSameInOnePiece) {
     const made_stream_t stream = mixed_stream();
 
-    expect_plain(inflate_whole(stream.raw, stream.plain.size()), stream.plain, "whole");
+    expect_content(inflate_whole(stream.raw, stream.content.size()), stream.content, "whole");
 }
 
 TEST(InflatePieces, DecodeTheSameSplitAnywhere) {
     const made_stream_t stream = mixed_stream();
     for (size_t split = 0; split <= stream.raw.size(); ++split) {
-        expect_plain(inflate_pieces(stream.raw, stream.plain.size(), {split}), stream.plain,
-                     "split at " + std::to_string(split));
+        expect_content(inflate_pieces(stream.raw, stream.content.size(), {split}), stream.content,
+                       "split at " + std::to_string(split));
     }
 }
 
@@ -44,9 +44,9 @@ TEST(InflatePieces, DecodeTheSameWithAShortPieceAnywhere) {
     const made_stream_t stream = mixed_stream();
     for (size_t split = 0; split < stream.raw.size(); ++split) {
         for (const size_t length : {1U, 2U, 3U}) {
-            expect_plain(inflate_pieces(stream.raw, stream.plain.size(), {split, length}),
-                         stream.plain,
-                         "piece of " + std::to_string(length) + " at " + std::to_string(split));
+            expect_content(inflate_pieces(stream.raw, stream.content.size(), {split, length}),
+                           stream.content,
+                           "piece of " + std::to_string(length) + " at " + std::to_string(split));
         }
     }
 }
@@ -55,8 +55,8 @@ TEST(InflatePieces, DecodeTheSameInPiecesOfEverySize) {
     const made_stream_t stream = mixed_stream();
     for (size_t size = 1; size <= stream.raw.size(); ++size) {
         const std::vector<size_t> sizes(stream.raw.size() / size, size);
-        expect_plain(inflate_pieces(stream.raw, stream.plain.size(), sizes), stream.plain,
-                     "pieces of " + std::to_string(size));
+        expect_content(inflate_pieces(stream.raw, stream.content.size(), sizes), stream.content,
+                       "pieces of " + std::to_string(size));
     }
 }
 
@@ -67,14 +67,14 @@ TEST(InflatePieces, MayBeEmptyAnyNumberOfTimes) {
         sizes.insert(sizes.end(), {0, 1, 0, 0});
     }
 
-    expect_plain(inflate_pieces(stream.raw, stream.plain.size(), sizes), stream.plain, "empty");
+    expect_content(inflate_pieces(stream.raw, stream.content.size(), sizes), stream.content,
+                   "empty");
 }
 
-TEST(InflatePieces, EmptyOnesFinishWhatTheBitsHeldAllow) {
-    // Everything up to the end of the final block lies in the bytes handed over, but a literal
-    // could not be written.
+TEST(InflatePieces, EmptyOnesFinishWithTheBitsInTheBuffer) {
+    // The bytes so far include the end of the final block, but there was no space for a literal.
     deflate_maker maker;
-    maker.dynamic(usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
+    maker.dynamic(simple_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
     maker.literals({'a', 'a'}).end();
     inflate_session session(2);
     session.state.outAvailable = 1;
@@ -82,13 +82,13 @@ TEST(InflatePieces, EmptyOnesFinishWhatTheBitsHeldAllow) {
     session.state.outAvailable = 1;
 
     EXPECT_EQ(session.feed({}), kInflateDone);
-    EXPECT_EQ(session.plain(), (byte_vector{'a', 'a'}));
+    EXPECT_EQ(session.content(), (byte_vector{'a', 'a'}));
 }
 
-TEST(InflatePieces, EmptyOnesAskForMoreInEveryState) {
+TEST(InflatePieces, EmptyOnesRequestMoreInEveryState) {
     const made_stream_t stream = mixed_stream();
     for (size_t split = 0; split < stream.raw.size(); ++split) {
-        inflate_session session(stream.plain.size());
+        inflate_session session(stream.content.size());
         ASSERT_EQ(session.feed(slice(stream.raw, 0, split)), kInflateNeedsInput)
             << "split at " << split;
         const uint32_t before = session.state.totalOut;
@@ -102,33 +102,33 @@ TEST(InflatePieces, RandomStreamsDecodeTheSameInRandomPieces) {
     for (int round = 0; round < 3000; ++round) {
         const made_stream_t stream = random_stream(rng, 32768);
         const auto sizes = random_pieces(rng, stream.raw.size());
-        expect_plain(inflate_pieces(stream.raw, stream.plain.size(), sizes), stream.plain,
-                     "round " + std::to_string(round));
+        expect_content(inflate_pieces(stream.raw, stream.content.size(), sizes), stream.content,
+                       "round " + std::to_string(round));
         ASSERT_FALSE(testing::Test::HasFailure());
     }
 }
 
-TEST(InflatePieces, RandomStreamsAreWhatZlibTakesThemFor) {
+TEST(InflatePieces, RandomStreamsDecodeTheSameWithZlib) {
     test_rng rng(21);
     for (int round = 0; round < 200; ++round) {
         const made_stream_t stream = random_stream(rng, 32768);
         const oracle_result_t oracle = oracle_inflate(stream.raw);
         ASSERT_TRUE(oracle.complete) << "round " << round << ": " << oracle.message;
-        ASSERT_TRUE(same_bytes(stream.plain, oracle.plain)) << "round " << round;
+        ASSERT_TRUE(same_bytes(stream.content, oracle.content)) << "round " << round;
     }
 }
 
-TEST(InflatePieces, RefusalsComeNoEarlierInPieces) {
+TEST(InflatePieces, RejectionsComeNoEarlierInPieces) {
     test_rng rng(22);
     for (int round = 0; round < 1000; ++round) {
         made_stream_t stream = random_stream(rng, 32768);
         stream.raw[rng() % stream.raw.size()] ^= static_cast<uint8_t>(1U << rng() % 8);
-        const size_t room = stream.plain.size() + 1000;
+        const size_t room = stream.content.size() + 1000;
         const inflate_outcome_t whole = inflate_whole(stream.raw, room);
         const inflate_outcome_t pieces =
             inflate_pieces(stream.raw, room, std::vector<size_t>(stream.raw.size(), 1));
         ASSERT_EQ(pieces.result, whole.result) << "round " << round;
-        ASSERT_TRUE(same_bytes(whole.plain, pieces.plain)) << "round " << round;
+        ASSERT_TRUE(same_bytes(whole.content, pieces.content)) << "round " << round;
     }
 }
 

@@ -1,4 +1,4 @@
-// The decoder's results, refusals and record, on hand-made streams.
+// The decoder's results, rejections and record, for streams made bit by bit.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/inflate_session.h"
 #include "tests/support/same_bytes.h"
@@ -15,7 +15,7 @@ const code_lengths kLitlen = lengths_of(
 const code_lengths kDist = lengths_of(5, {{0, 2}, {1, 2}, {2, 2}, {3, 3}, {4, 3}});
 
 dynamic_header_t small_header() {
-    return usual_header(kLitlen, kDist);
+    return simple_header(kLitlen, kDist);
 }
 
 byte_vector text(const char* characters) {
@@ -29,13 +29,13 @@ deflate_maker small_block() {
     return maker;
 }
 
-constexpr uint16_t kReadsCodeLengths = 12; // as the record numbers the states
+constexpr uint16_t kReadsCodeLengths = 12; // the state's number in the record
 
 int32_t result_of(const deflate_maker& maker) {
     return inflate_whole(maker.bytes(), 1000).result;
 }
 
-// The result for a block with this header, which is followed by more than enough zero bits.
+// The result for a block with this header and more than enough zero bits after it.
 int32_t result_of_header(const dynamic_header_t& header) {
     deflate_maker maker;
     maker.dynamic(header, block_is::last).bits(0, 32);
@@ -58,10 +58,10 @@ TEST(Inflate, DecodesAStreamOfStoredBlocks) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, text("hello world"));
+    EXPECT_EQ(outcome.content, text("hello world"));
 }
 
-TEST(Inflate, DecodesAStoredBlockOfTheGreatestLength) {
+TEST(Inflate, DecodesAStoredBlockOfMaxLength) {
     const byte_vector data = make_bytes(data_kind::noise, 65535, 1);
     deflate_maker maker;
     maker.stored(data, block_is::last);
@@ -69,10 +69,10 @@ TEST(Inflate, DecodesAStoredBlockOfTheGreatestLength) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), data.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_TRUE(same_bytes(data, outcome.plain));
+    EXPECT_TRUE(same_bytes(data, outcome.content));
 }
 
-TEST(Inflate, GoesOnBehindAnEmptyStoredBlock) {
+TEST(Inflate, ContinuesAfterAnEmptyStoredBlock) {
     deflate_maker maker;
     maker.stored({}, block_is::followed).stored(text("x"), block_is::followed);
     maker.stored({}, block_is::last);
@@ -80,10 +80,10 @@ TEST(Inflate, GoesOnBehindAnEmptyStoredBlock) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 1);
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, text("x"));
+    EXPECT_EQ(outcome.content, text("x"));
 }
 
-TEST(Inflate, TakesAnEmptyStoredBlockWithoutAnyRoomForOutput) {
+TEST(Inflate, AcceptsAnEmptyStoredBlockWithoutOutputSpace) {
     deflate_maker maker;
     maker.stored({}, block_is::last);
 
@@ -97,19 +97,19 @@ TEST(Inflate, DecodesLiteralsAndMatchesOfADynamicBlock) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, text("abcabcaaaaaaaaaaaaaaa"));
+    EXPECT_EQ(outcome.content, text("abcabcaaaaaaaaaaaaaaa"));
 }
 
-TEST(Inflate, ReusesNothingOfTheBlockBefore) {
+TEST(Inflate, ReusesNothingOfThePreviousBlock) {
     deflate_maker maker;
     maker.dynamic(small_header(), block_is::followed).literals(text("ab")).end();
-    maker.dynamic(usual_header(lengths_of(257, {{'z', 1}, {256, 1}}), {0}), block_is::last);
+    maker.dynamic(simple_header(lengths_of(257, {{'z', 1}, {256, 1}}), {0}), block_is::last);
     maker.literals(text("zz")).end();
 
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, text("abzz"));
+    EXPECT_EQ(outcome.content, text("abzz"));
 }
 
 TEST(Inflate, CopiesMatchesAcrossBlocks) {
@@ -117,7 +117,7 @@ TEST(Inflate, CopiesMatchesAcrossBlocks) {
     maker.stored(text("xyz"), block_is::followed);
     maker.dynamic(small_header(), block_is::last).match(3, 3).end();
 
-    EXPECT_EQ(inflate_whole(maker.bytes(), 100).plain, text("xyzxyz"));
+    EXPECT_EQ(inflate_whole(maker.bytes(), 100).content, text("xyzxyz"));
 }
 
 TEST(Inflate, DecodesEveryLengthAndDistanceSymbol) {
@@ -128,7 +128,7 @@ TEST(Inflate, DecodesEveryLengthAndDistanceSymbol) {
     const byte_vector start = make_bytes(data_kind::noise, 33000, 2);
     deflate_maker maker;
     maker.stored(start, block_is::followed);
-    maker.dynamic(usual_header(litlen, all_distances), block_is::last);
+    maker.dynamic(simple_header(litlen, all_distances), block_is::last);
     byte_vector expected = start;
     const auto match = [&maker, &expected](uint32_t length, uint32_t distance) {
         maker.match(length, distance);
@@ -148,23 +148,23 @@ TEST(Inflate, DecodesEveryLengthAndDistanceSymbol) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), expected.size());
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_TRUE(same_bytes(expected, outcome.plain));
+    EXPECT_TRUE(same_bytes(expected, outcome.content));
 }
 
-TEST(Inflate, TakesTheOtherSpellingOfLength258) {
+TEST(Inflate, AcceptsTheOtherEncodingOfLength258) {
     const code_lengths litlen = lengths_of(285, {{'a', 2}, {256, 2}, {284, 1}});
     deflate_maker maker;
-    maker.dynamic(usual_header(litlen, {1}), block_is::last);
+    maker.dynamic(simple_header(litlen, {1}), block_is::last);
     maker.literals(text("a")).litlen_symbol(284).bits(31, 5).dist_symbol(0).end();
 
-    EXPECT_TRUE(same_bytes(byte_vector(259, 'a'), inflate_whole(maker.bytes(), 1000).plain));
+    EXPECT_TRUE(same_bytes(byte_vector(259, 'a'), inflate_whole(maker.bytes(), 1000).content));
 }
 
 TEST(Inflate, UsesRepeatsOfCodeLengthsAcrossTheTwoCodes) {
-    // 254 unused symbols, 255 and 256 with 2 bits, and a repeat that gives 2 bits to three more
-    // symbols: one literal/length symbol and the first two distances.
+    // 254 unused symbols, 255 and 256 with 2 bits, and a repeat with 2 bits for three more symbols: one
+    // literal/length symbol and the first two distances.
     dynamic_header_t header =
-        usual_header(lengths_of(258, {{254, 2}, {255, 2}, {256, 2}, {257, 2}}), {2, 2, 1});
+        simple_header(lengths_of(258, {{254, 2}, {255, 2}, {256, 2}, {257, 2}}), {2, 2, 1});
     header.items = {{18, 127}, {18, 105}, {2, 0}, {2, 0}, {16, 1}, {1, 0}};
     deflate_maker maker;
     maker.dynamic(header, block_is::last).literals({254, 255}).match(3, 2).end();
@@ -172,37 +172,37 @@ TEST(Inflate, UsesRepeatsOfCodeLengthsAcrossTheTwoCodes) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, (byte_vector{254, 255, 254, 255, 254}));
+    EXPECT_EQ(outcome.content, (byte_vector{254, 255, 254, 255, 254}));
 }
 
 TEST(Inflate, RepeatsZeroLengthsWithCode16) {
-    dynamic_header_t header = usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
+    dynamic_header_t header = simple_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
     header.items = {{17, 0}, {16, 3}, {18, 77}, {1, 0}, {18, 127},
                     {17, 7}, {17, 7}, {1, 0},   {0, 0}};
     deflate_maker maker;
     maker.dynamic(header, block_is::last).literals(text("aa")).end();
 
-    EXPECT_EQ(inflate_whole(maker.bytes(), 100).plain, text("aa"));
+    EXPECT_EQ(inflate_whole(maker.bytes(), 100).content, text("aa"));
 }
 
-TEST(Inflate, TakesASingleDistanceOfOneBit) {
+TEST(Inflate, AcceptsASingleDistanceCodeOfOneBit) {
     deflate_maker maker;
-    maker.dynamic(usual_header(kLitlen, {0, 0, 1}), block_is::last);
+    maker.dynamic(simple_header(kLitlen, {0, 0, 1}), block_is::last);
     maker.literals(text("abc")).match(3, 3).end();
 
-    EXPECT_EQ(inflate_whole(maker.bytes(), 100).plain, text("abcabc"));
+    EXPECT_EQ(inflate_whole(maker.bytes(), 100).content, text("abcabc"));
 }
 
-TEST(Inflate, TakesASingleLiteralLengthCodeOfOneBit) {
+TEST(Inflate, AcceptsASingleLiteralLengthCodeOfOneBit) {
     deflate_maker maker;
-    maker.dynamic(usual_header(lengths_of(257, {{256, 1}}), {0}), block_is::last).end();
+    maker.dynamic(simple_header(lengths_of(257, {{256, 1}}), {0}), block_is::last).end();
 
     EXPECT_EQ(inflate_whole(maker.bytes(), 0).result, kInflateDone);
 }
 
-// Kept on purpose: only an over-subscribed code-length code is refused.
+// Kept on purpose: only an over-subscribed code-length code is rejected.
 TEST(Inflate, AcceptsAnIncompleteCodeLengthCode) {
-    dynamic_header_t header = usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
+    dynamic_header_t header = simple_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0});
     header.length_code = {};
     header.length_code[0] = 2;
     header.length_code[1] = 2;
@@ -213,31 +213,31 @@ TEST(Inflate, AcceptsAnIncompleteCodeLengthCode) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, text("aaa"));
+    EXPECT_EQ(outcome.content, text("aaa"));
 }
 
-// --- Refusals
+// --- Rejections
 
-TEST(InflateRefuses, BlockType3) {
+TEST(InflateRejects, BlockType3) {
     EXPECT_EQ(result_of(deflate_maker().block_header(3, block_is::last)), kInflateInvalid);
 }
 
 // Kept on purpose: the fixed codes stay unbuilt.
-TEST(InflateRefuses, AFixedCodeBlockAtItsFirstSymbol) {
+TEST(InflateRejects, AFixedCodeBlockAtItsFirstSymbol) {
     EXPECT_EQ(result_of(deflate_maker().fixed(block_is::last).end()), kInflateInvalid);
 }
 
-TEST(InflateRefuses, AFixedCodeBlockBehindGoodOnes) {
+TEST(InflateRejects, AFixedCodeBlockAfterValidOnes) {
     deflate_maker maker;
     maker.stored(text("abc"), block_is::followed).fixed(block_is::last).literals(text("d")).end();
 
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateInvalid);
-    EXPECT_EQ(outcome.plain, text("abc"));
+    EXPECT_EQ(outcome.content, text("abc"));
 }
 
-TEST(InflateRefuses, AStoredLengthThatDiffersFromItsComplement) {
+TEST(InflateRejects, AStoredLengthThatDiffersFromItsComplement) {
     for (uint32_t bit = 0; bit < 16; ++bit) {
         deflate_maker maker;
         maker.bits(1, 8).bits(3, 16).bits((~3U & 0xFFFF) ^ 1U << bit, 16).bits(0, 24);
@@ -245,7 +245,7 @@ TEST(InflateRefuses, AStoredLengthThatDiffersFromItsComplement) {
     }
 }
 
-TEST(InflateRefuses, MoreThan286LiteralLengthCodes) {
+TEST(InflateRejects, MoreThan286LiteralLengthCodes) {
     for (const uint32_t field : {30U, 31U}) {
         dynamic_header_t header = small_header();
         header.hlit = field;
@@ -253,7 +253,7 @@ TEST(InflateRefuses, MoreThan286LiteralLengthCodes) {
     }
 }
 
-TEST(InflateRefuses, MoreThan30DistanceCodes) {
+TEST(InflateRejects, MoreThan30DistanceCodes) {
     for (const uint32_t field : {30U, 31U}) {
         dynamic_header_t header = small_header();
         header.hdist = field;
@@ -261,27 +261,27 @@ TEST(InflateRefuses, MoreThan30DistanceCodes) {
     }
 }
 
-TEST(InflateRefuses, TooManyCodesAsSoonAsTheCountsAreRead) {
+TEST(InflateRejects, TooManyCodesAsSoonAsTheCountsAreRead) {
     deflate_maker maker;
     maker.block_header(2, block_is::last).bits(30, 5).bits(0, 5).bits(0, 4);
 
     EXPECT_EQ(result_of(maker), kInflateInvalid);
 }
 
-TEST(InflateRefuses, AnOversubscribedCodeLengthCode) {
+TEST(InflateRejects, AnOversubscribedCodeLengthCode) {
     dynamic_header_t header = small_header();
     header.length_code[18] = 4;
     EXPECT_EQ(result_of_header(header), kInflateInvalid);
 }
 
-TEST(InflateRefuses, ACodeLengthCodeWithoutSymbols) {
+TEST(InflateRejects, ACodeLengthCodeWithoutSymbols) {
     deflate_maker maker;
     maker.block_header(2, block_is::last).bits(0, 14).bits(0, 12).bits(0, 15);
 
     EXPECT_EQ(result_of(maker), kInflateInvalid);
 }
 
-TEST(InflateRefuses, ABitPatternThatIsNoCodeLengthSymbol) {
+TEST(InflateRejects, ABitPatternThatIsNoCodeLengthSymbol) {
     dynamic_header_t header = small_header();
     header.length_code = {};
     header.length_code[0] = 2;
@@ -301,7 +301,7 @@ TEST(Inflate, KeepsTheLastCodeLengthSymbol) {
         session.feed({byte});
         if (session.state.state == kReadsCodeLengths &&
             session.state.lengthCursor > session.state.lengths) {
-            // Each length of this header is a symbol of its own.
+            // This header has one symbol for each length.
             ASSERT_EQ(session.state.lengthCursor[-1], session.state.symbol)
                 << "length " << session.state.lengthCursor - session.state.lengths - 1;
             ++seen;
@@ -310,8 +310,8 @@ TEST(Inflate, KeepsTheLastCodeLengthSymbol) {
     EXPECT_GT(seen, 100U);
 }
 
-TEST(InflateRefuses, ARepeatWithoutAPreviousLength) {
-    // The first three lengths are zero indeed, but there is nothing to repeat yet.
+TEST(InflateRejects, ARepeatWithoutAPreviousLength) {
+    // The first three lengths are zero, but there is no previous length to repeat.
     dynamic_header_t header = small_header();
     header.items.erase(header.items.begin(), header.items.begin() + 2);
     header.items[0] = {16, 0};
@@ -321,18 +321,18 @@ TEST(InflateRefuses, ARepeatWithoutAPreviousLength) {
     EXPECT_EQ(result_of(maker), kInflateInvalid);
 }
 
-TEST(InflateRefuses, RepeatsPastTheLastCodeLength) {
+TEST(InflateRejects, RepeatsPastTheLastCodeLength) {
     for (const code_length_item_t& repeat :
          {code_length_item_t{16, 0}, code_length_item_t{17, 0}, code_length_item_t{18, 0}}) {
-        dynamic_header_t header = usual_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
+        dynamic_header_t header = simple_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
         header.items.resize(258);
         header.items.push_back(repeat);
         EXPECT_EQ(result_of_header(header), kInflateInvalid) << repeat.symbol;
     }
 }
 
-TEST(Inflate, TakesARepeatThatEndsWithTheLastCodeLength) {
-    dynamic_header_t header = usual_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
+TEST(Inflate, AcceptsARepeatThatEndsWithTheLastCodeLength) {
+    dynamic_header_t header = simple_header(lengths_of(257, {{0, 1}, {256, 1}}), {0, 0, 0});
     header.items.resize(257);
     header.items.push_back({17, 0});
     deflate_maker maker;
@@ -341,46 +341,46 @@ TEST(Inflate, TakesARepeatThatEndsWithTheLastCodeLength) {
     EXPECT_EQ(result_of(maker), kInflateDone);
 }
 
-TEST(InflateRefuses, ABlockWithoutAnEndOfBlockCode) {
-    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
+TEST(InflateRejects, ABlockWithoutAnEndOfBlockCode) {
+    EXPECT_EQ(result_of_header(simple_header(lengths_of(257, {{0, 1}, {1, 1}}), {1})),
               kInflateInvalid);
 }
 
-TEST(InflateRefuses, AnOversubscribedLiteralLengthCode) {
-    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
+TEST(InflateRejects, AnOversubscribedLiteralLengthCode) {
+    EXPECT_EQ(result_of_header(simple_header(lengths_of(257, {{0, 1}, {1, 1}, {256, 1}}), {1})),
               kInflateInvalid);
 }
 
-TEST(InflateRefuses, AnIncompleteLiteralLengthCode) {
-    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
+TEST(InflateRejects, AnIncompleteLiteralLengthCode) {
+    EXPECT_EQ(result_of_header(simple_header(lengths_of(257, {{0, 2}, {256, 1}}), {1})),
               kInflateInvalid);
 }
 
-TEST(InflateRefuses, ASingleLiteralLengthCodeOfTwoBits) {
-    EXPECT_EQ(result_of_header(usual_header(lengths_of(257, {{256, 2}}), {1})), kInflateInvalid);
+TEST(InflateRejects, ASingleLiteralLengthCodeOfTwoBits) {
+    EXPECT_EQ(result_of_header(simple_header(lengths_of(257, {{256, 2}}), {1})), kInflateInvalid);
 }
 
-TEST(InflateRefuses, AnOversubscribedDistanceCode) {
-    EXPECT_EQ(result_of_header(usual_header(kLitlen, {1, 1, 1})), kInflateInvalid);
+TEST(InflateRejects, AnOversubscribedDistanceCode) {
+    EXPECT_EQ(result_of_header(simple_header(kLitlen, {1, 1, 1})), kInflateInvalid);
 }
 
-TEST(InflateRefuses, AnIncompleteDistanceCode) {
-    EXPECT_EQ(result_of_header(usual_header(kLitlen, {1, 2})), kInflateInvalid);
-    EXPECT_EQ(result_of_header(usual_header(kLitlen, {2})), kInflateInvalid);
+TEST(InflateRejects, AnIncompleteDistanceCode) {
+    EXPECT_EQ(result_of_header(simple_header(kLitlen, {1, 2})), kInflateInvalid);
+    EXPECT_EQ(result_of_header(simple_header(kLitlen, {2})), kInflateInvalid);
 }
 
-TEST(InflateRefuses, TheUnusedPatternOfASingleDistanceCode) {
+TEST(InflateRejects, TheUnusedPatternOfASingleDistanceCode) {
     deflate_maker maker;
-    maker.dynamic(usual_header(kLitlen, {1}), block_is::last);
+    maker.dynamic(simple_header(kLitlen, {1}), block_is::last);
     maker.literals(text("a")).litlen_symbol(257).bits(0x7FFF, 15);
 
     EXPECT_EQ(result_of(maker), kInflateInvalid);
 }
 
-// A pattern that is no code is refused only when 15 bits of it have been seen.
+// A pattern that is no code is rejected only after 15 bits of it.
 TEST(Inflate, WaitsForFifteenBitsOfAPatternThatIsNoCode) {
     deflate_maker maker;
-    maker.dynamic(usual_header(kLitlen, {1}), block_is::last);
+    maker.dynamic(simple_header(kLitlen, {1}), block_is::last);
     pad_until(maker, 8 - 3);
     maker.litlen_symbol(257);
     inflate_session session(100);
@@ -390,32 +390,32 @@ TEST(Inflate, WaitsForFifteenBitsOfAPatternThatIsNoCode) {
     EXPECT_EQ(session.feed({0xFF}), kInflateInvalid);
 }
 
-TEST(InflateRefuses, AMatchInABlockWithoutDistances) {
+TEST(InflateRejects, AMatchInABlockWithoutDistances) {
     deflate_maker maker;
-    maker.dynamic(usual_header(kLitlen, {0}), block_is::last);
+    maker.dynamic(simple_header(kLitlen, {0}), block_is::last);
     maker.literals(text("a")).litlen_symbol(257).bits(0, 15);
 
     EXPECT_EQ(result_of(maker), kInflateInvalid);
 }
 
-TEST(Inflate, TakesADistanceThatReachesTheFirstByte) {
+TEST(Inflate, AcceptsADistanceToTheFirstByte) {
     deflate_maker maker = small_block();
     maker.literals(text("abcd")).match(3, 4).end();
 
-    EXPECT_EQ(inflate_whole(maker.bytes(), 100).plain, text("abcdabc"));
+    EXPECT_EQ(inflate_whole(maker.bytes(), 100).content, text("abcdabc"));
 }
 
-TEST(InflateRefuses, ADistanceOneByteBeforeTheFirst) {
+TEST(InflateRejects, ADistanceToOneByteBeforeTheFirst) {
     deflate_maker maker = small_block();
     maker.literals(text("abc")).match(3, 4).end();
 
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 100);
 
     EXPECT_EQ(outcome.result, kInflateInvalid);
-    EXPECT_EQ(outcome.plain, text("abc"));
+    EXPECT_EQ(outcome.content, text("abc"));
 }
 
-TEST(InflateRefuses, ACorruptStateNumber) {
+TEST(InflateRejects, ACorruptStateNumber) {
     for (const uint16_t state : std::vector<uint16_t>{15, 16, 255, 65535}) {
         inflate_session session(10);
         session.state.state = state;
@@ -423,7 +423,7 @@ TEST(InflateRefuses, ACorruptStateNumber) {
     }
 }
 
-TEST(InflateRefuses, ACorruptRepeatSymbol) {
+TEST(InflateRejects, ACorruptRepeatSymbol) {
     for (const int16_t symbol : std::vector<int16_t>{-1, 0, 15, 19, 300}) {
         inflate_session session(10);
         session.state.state = 13;
@@ -434,7 +434,7 @@ TEST(InflateRefuses, ACorruptRepeatSymbol) {
     }
 }
 
-TEST(InflateRefuses, ALengthIndexBeyondTheTable) {
+TEST(InflateRejects, ALengthIndexBeyondTheTable) {
     for (const int16_t index : std::vector<int16_t>{29, 30, 57, 58, 1000}) {
         inflate_session session(10);
         session.state.state = 5;
@@ -445,7 +445,7 @@ TEST(InflateRefuses, ALengthIndexBeyondTheTable) {
     }
 }
 
-TEST(InflateRefuses, ADistanceSymbolBeyondTheTable) {
+TEST(InflateRejects, ADistanceSymbolBeyondTheTable) {
     for (const int16_t symbol : std::vector<int16_t>{30, 31, 59, 60, 1000}) {
         inflate_session session(10);
         session.state.state = 7;
@@ -456,29 +456,29 @@ TEST(InflateRefuses, ADistanceSymbolBeyondTheTable) {
 
 // --- Running out of output
 
-TEST(InflateOutput, KeepsALiteralPendingUntilThereIsRoom) {
+TEST(InflateOutput, KeepsALiteralPendingUntilThereIsSpace) {
     deflate_maker maker = small_block();
     maker.literals(text("ab")).end();
     inflate_session session(2);
     session.state.outAvailable = 1;
 
     EXPECT_EQ(session.feed(maker.bytes()), kInflateNeedsOutput);
-    EXPECT_EQ(session.plain(), text("a"));
+    EXPECT_EQ(session.content(), text("a"));
     EXPECT_EQ(session.state.outAvailable, 0U);
     EXPECT_EQ(session.state.state, 8);
 }
 
-TEST(InflateOutput, AsksForRoomForAStoredByte) {
+TEST(InflateOutput, RequestsOutputForAStoredByte) {
     deflate_maker maker;
     maker.stored(text("abc"), block_is::last);
 
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 2);
 
     EXPECT_EQ(outcome.result, kInflateNeedsOutput);
-    EXPECT_EQ(outcome.plain, text("ab"));
+    EXPECT_EQ(outcome.content, text("ab"));
 }
 
-TEST(InflateOutput, AsksForInputBeforeRoomInAStoredBlock) {
+TEST(InflateOutput, RequestsInputBeforeOutputInAStoredBlock) {
     deflate_maker maker;
     maker.stored(text("abc"), block_is::last);
     const byte_vector raw = maker.bytes();
@@ -486,7 +486,7 @@ TEST(InflateOutput, AsksForInputBeforeRoomInAStoredBlock) {
     EXPECT_EQ(inflate_whole(slice(raw, 0, raw.size() - 1), 2).result, kInflateNeedsInput);
 }
 
-TEST(InflateOutput, AsksForRoomForAMatch) {
+TEST(InflateOutput, RequestsOutputForAMatch) {
     deflate_maker maker = small_block();
     maker.literals(text("a")).match(3, 1).end();
     inflate_session session(1);
@@ -497,7 +497,7 @@ TEST(InflateOutput, AsksForRoomForAMatch) {
     EXPECT_EQ(session.state.distance, 1);
 }
 
-// Kept on purpose: without a window, what does not fit of a match is dropped.
+// Kept on purpose: without a window, the part of a match that does not fit is dropped.
 TEST(InflateOutput, DropsTheRestOfAMatchWithoutAWindow) {
     deflate_maker maker = small_block();
     maker.literals(text("ab")).match(258, 2).end();
@@ -505,20 +505,20 @@ TEST(InflateOutput, DropsTheRestOfAMatchWithoutAWindow) {
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 7);
 
     EXPECT_EQ(outcome.result, kInflateDone);
-    EXPECT_EQ(outcome.plain, text("abababa"));
+    EXPECT_EQ(outcome.content, text("abababa"));
 }
 
-TEST(InflateOutput, GoesOnWithTheNextSymbolBehindADroppedRest) {
+TEST(InflateOutput, ContinuesWithTheNextSymbolAfterADroppedRest) {
     deflate_maker maker = small_block();
     maker.literals(text("ab")).match(11, 1).literals(text("c")).end();
 
     const inflate_outcome_t outcome = inflate_whole(maker.bytes(), 5);
 
     EXPECT_EQ(outcome.result, kInflateNeedsOutput);
-    EXPECT_EQ(outcome.plain, text("abbbb"));
+    EXPECT_EQ(outcome.content, text("abbbb"));
 }
 
-TEST(InflateOutput, FinishesWithoutRoomWhenNothingIsToBeWritten) {
+TEST(InflateOutput, FinishesWithoutOutputSpaceIfNothingIsWritten) {
     deflate_maker maker = small_block();
     maker.literals(text("ab")).end();
 
@@ -527,7 +527,7 @@ TEST(InflateOutput, FinishesWithoutRoomWhenNothingIsToBeWritten) {
 
 // --- The end of the stream
 
-TEST(InflateEnd, NeverLooksAtWhatFollowsTheFinalBlock) {
+TEST(InflateEnd, DoesNotReadAfterTheFinalBlock) {
     deflate_maker maker = small_block();
     maker.literals(text("ab")).end();
     byte_vector raw = maker.bytes();
@@ -538,7 +538,7 @@ TEST(InflateEnd, NeverLooksAtWhatFollowsTheFinalBlock) {
     EXPECT_EQ(session.reader.available, 4U);
 }
 
-TEST(InflateEnd, LeavesTheBytesBehindAStoredBlock) {
+TEST(InflateEnd, LeavesTheBytesAfterAStoredBlock) {
     deflate_maker maker;
     maker.stored(text("ab"), block_is::last);
     byte_vector raw = maker.bytes();
@@ -559,7 +559,7 @@ TEST(InflateEnd, ReturnsDoneAgainForEveryFurtherPiece) {
         EXPECT_EQ(session.feed(more), kInflateDone) << more.size() << " bytes";
         EXPECT_EQ(session.reader.available, more.size());
     }
-    EXPECT_EQ(session.plain(), text("ab"));
+    EXPECT_EQ(session.content(), text("ab"));
 }
 
 TEST(InflateEnd, DecodesAnotherStreamAfterAReset) {
@@ -574,10 +574,10 @@ TEST(InflateEnd, DecodesAnotherStreamAfterAReset) {
 
     EXPECT_EQ(session.state.totalOut, 0U);
     EXPECT_EQ(session.feed(second.bytes()), kInflateDone);
-    EXPECT_EQ(session.plain(), text("xy"));
+    EXPECT_EQ(session.content(), text("xy"));
 }
 
-TEST(InflateEnd, DecodesAgainAfterARefusalAndAReset) {
+TEST(InflateEnd, DecodesAgainAfterARejectionAndAReset) {
     deflate_maker good = small_block();
     good.literals(text("abc")).end();
     inflate_session session(10);
@@ -586,10 +586,10 @@ TEST(InflateEnd, DecodesAgainAfterARefusalAndAReset) {
     session.reset();
 
     EXPECT_EQ(session.feed(good.bytes()), kInflateDone);
-    EXPECT_EQ(session.plain(), text("abc"));
+    EXPECT_EQ(session.content(), text("abc"));
 }
 
-TEST(InflateEnd, RefusesDistancesIntoTheStreamBeforeTheReset) {
+TEST(InflateEnd, RejectsDistancesIntoTheStreamBeforeTheReset) {
     deflate_maker first = small_block();
     first.literals(text("abc")).end();
     deflate_maker second = small_block();
@@ -604,7 +604,7 @@ TEST(InflateEnd, RefusesDistancesIntoTheStreamBeforeTheReset) {
 
 // --- The record
 
-TEST(InflateReset, SetsUpTheRecordAndLeavesTheOutputAlone) {
+TEST(InflateReset, SetsUpTheRecordAndKeepsTheOutput) {
     uint8_t window[4];
     uint8_t output[4];
     inflate_t state{};
@@ -630,7 +630,7 @@ TEST(InflateReset, SetsUpTheRecordAndLeavesTheOutputAlone) {
     EXPECT_EQ(state.dynDist.symbols, state.distSymbols);
 }
 
-TEST(InflateRecord, StandsAtTheStepThatWantsMoreOfAStoredBlock) {
+TEST(InflateRecord, KeepsTheStateThatNeedsMoreOfAStoredBlock) {
     deflate_maker maker;
     maker.stored(text("abcd"), block_is::last);
     inflate_session session(10);
@@ -669,8 +669,8 @@ TEST(InflateRecord, WaitsForABlockHeaderInStateZero) {
     EXPECT_EQ(session.state.state, 0);
 }
 
-TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
-    const dynamic_header_t header = usual_header(kLitlen, kDist);
+TEST(InflateRecord, ShowsTheProgressOfADynamicHeader) {
+    const dynamic_header_t header = simple_header(kLitlen, kDist);
     deflate_maker maker;
     maker.dynamic(header, block_is::last);
     inflate_session session(10);
@@ -680,7 +680,7 @@ TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
     EXPECT_EQ(session.state.litlenTable, &session.state.dynLitlen);
     EXPECT_EQ(session.state.distTable, &session.state.dynDist);
 
-    // 17 bits of headers and two of the 3-bit lengths lie in the first three bytes.
+    // The first three bytes have 17 bits of headers and two of the 3-bit lengths.
     session.feed(slice(maker.bytes(), 1, 2));
     EXPECT_EQ(session.state.state, 11);
     EXPECT_EQ(session.state.length, 286);
@@ -688,7 +688,7 @@ TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
     EXPECT_EQ(session.state.symbol, 2);
     EXPECT_EQ(session.state.count, 19 - 2);
 
-    // 74 bits: all 19 lengths and the first zero, of 4 bits, ends within byte 10.
+    // 74 bits: all 19 lengths and the first zero, of 4 bits, ends in byte 10.
     session.feed(slice(maker.bytes(), 3, 7));
     EXPECT_EQ(session.state.state, 12);
     EXPECT_EQ(session.state.count, 286 + 5 - 1);
@@ -697,7 +697,7 @@ TEST(InflateRecord, ShowsADynamicHeaderAsItIsRead) {
 }
 
 TEST(InflateRecord, WaitsForRepeatBitsInState13) {
-    dynamic_header_t header = usual_header(lengths_of(257, {{255, 1}, {256, 1}}), {0});
+    dynamic_header_t header = simple_header(lengths_of(257, {{255, 1}, {256, 1}}), {0});
     header.length_code = {};
     header.length_code[18] = 1;
     header.length_code[1] = 2;
@@ -745,7 +745,7 @@ TEST(InflateRecord, WaitsForDistanceBitsInState7) {
     const code_lengths litlen = lengths_of(257 + 1, {{'a', 2}, {256, 2}, {257, 1}});
     deflate_maker maker;
     maker.stored(byte_vector(40000, 'x'), block_is::followed);
-    maker.dynamic(usual_header(litlen, lengths_of(30, {{0, 1}, {29, 1}})), block_is::last);
+    maker.dynamic(simple_header(litlen, lengths_of(30, {{0, 1}, {29, 1}})), block_is::last);
     maker.literals(text("a")).litlen_symbol(257).dist_symbol(29);
     const size_t whole = maker.bytes().size();
     maker.bits(123, 13).end();

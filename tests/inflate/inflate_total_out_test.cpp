@@ -1,5 +1,5 @@
-// `totalOut` near 2^32, where it wraps: the fast loop must still leave what the state machine leaves. The
-// output lies in a sparse mapping, of which a few pages are touched.
+// `totalOut` near 2^32, where it wraps: the fast loop must still give the result of the state machine. The
+// output is in a sparse mapping, of which only a few pages are accessed.
 #include "inflate/src/internal/inflate_steps.h"
 #include "tests/support/decoder_snapshot.h"
 #include "tests/support/deflate_maker.h"
@@ -12,10 +12,10 @@
 namespace {
 
 constexpr uint64_t kWrap = uint64_t{1} << 32;
-constexpr size_t kHistory = 32768; // as far as a match can reach
+constexpr size_t kHistory = 32768; // the max distance of a match
 constexpr size_t kRoom = 1 << 17;
 
-// Addresses for 4 GiB of output that has gone by, and memory for the end of it and for what follows.
+// Addresses for 4 GiB of earlier output, and memory for its end and for the output after it.
 class sparse_output {
 public:
     sparse_output()
@@ -42,7 +42,7 @@ private:
     void* m_bytes;
 };
 
-// Decodes `raw` behind `total_out` bytes that are taken as produced already.
+// Decodes `raw` as if `total_out` bytes had been produced before.
 decoder_snapshot_t run(const sparse_output& output, const byte_vector& raw, uint32_t total_out,
                        bool is_fast) {
     uint8_t* const start = output.at(total_out);
@@ -59,7 +59,7 @@ decoder_snapshot_t run(const sparse_output& output, const byte_vector& raw, uint
     return snapshot_of(result, state, reader, raw.data(), start, kRoom);
 }
 
-// Literals, then a match that reaches `distance` back.
+// Literals, then a match with this distance.
 byte_vector match_behind_literals(size_t literals, uint32_t distance) {
     test_rng rng(1);
     std::vector<deflate_token_t> tokens(literals, {'x', 0, 0});
@@ -81,26 +81,26 @@ protected:
     const sparse_output m_output;
 };
 
-TEST_F(InflateTotalOut, RefusesAMatchThatReachesBehindTheWrapInBothLoops) {
+TEST_F(InflateTotalOut, RejectsAMatchFromBeforeTheWrapInBothLoops) {
     ASSERT_TRUE(m_output.exists());
     const byte_vector raw = match_behind_literals(1000, 600);
-    // The match comes 500 bytes after the wrap, so 600 is further back than `totalOut` tells.
+    // The match is 500 bytes after the wrap, so a distance of 600 exceeds `totalOut`.
     const decoder_snapshot_t after = run(m_output, raw, static_cast<uint32_t>(kWrap - 500), true);
     EXPECT_EQ(kInflateInvalid, after.result);
     EXPECT_EQ(500, after.record.back()); // totalOut
     expect_same(raw, static_cast<uint32_t>(kWrap - 500));
-    // Behind 400 bytes less, the wrap is yet to come.
+    // After 400 bytes less, the wrap has not happened yet.
     EXPECT_EQ(kInflateDone, run(m_output, raw, static_cast<uint32_t>(kWrap - 1500), true).result);
     expect_same(raw, static_cast<uint32_t>(kWrap - 1500));
 }
 
-TEST_F(InflateTotalOut, IsTheSameFromBothLoopsWhereverItWraps) {
+TEST_F(InflateTotalOut, IsTheSameInBothLoopsForEveryWrapPosition) {
     ASSERT_TRUE(m_output.exists());
     test_rng rng(2);
     for (int round = 0; round < 60 && !HasFailure(); ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
         const made_stream_t stream = random_stream(rng, kHistory);
-        const auto size = static_cast<uint32_t>(stream.plain.size());
+        const auto size = static_cast<uint32_t>(stream.content.size());
         expect_same(stream.raw, static_cast<uint32_t>(kWrap - random_between(rng, 1, size + 400)));
     }
 }

@@ -1,5 +1,5 @@
-// Window mode: a circular history of the decoder's own, so that the output can come in blocks of
-// any size, each gone when the next one comes.
+// Window mode: the decoder has a circular history, so that output buffers can have any size and can be
+// freed after each call.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(InflateWindow, GivesOutOneByteAtATime) {
+TEST(InflateWindow, WritesOneByteAtATime) {
     test_rng rng(30);
     for (int round = 0; round < 50; ++round) {
         const made_stream_t stream = random_stream(rng, 32768);
@@ -17,11 +17,11 @@ TEST(InflateWindow, GivesOutOneByteAtATime) {
         const inflate_outcome_t outcome = inflate_windowed(stream.raw, {}, 32768, {1});
 
         ASSERT_EQ(outcome.result, kInflateDone) << "round " << round;
-        ASSERT_TRUE(same_bytes(stream.plain, outcome.plain)) << "round " << round;
+        ASSERT_TRUE(same_bytes(stream.content, outcome.content)) << "round " << round;
     }
 }
 
-TEST(InflateWindow, MayBeAsSmallAsTheGreatestDistance) {
+TEST(InflateWindow, MayBeAsSmallAsTheMaxDistance) {
     test_rng rng(31);
     for (uint32_t window = 1; window <= 70; ++window) {
         for (int round = 0; round < 20; ++round) {
@@ -33,19 +33,19 @@ TEST(InflateWindow, MayBeAsSmallAsTheGreatestDistance) {
             const inflate_outcome_t outcome = inflate_windowed(stream.raw, pieces, window, blocks);
 
             ASSERT_EQ(outcome.result, kInflateDone) << "window " << window << ", round " << round;
-            ASSERT_TRUE(same_bytes(stream.plain, outcome.plain))
+            ASSERT_TRUE(same_bytes(stream.content, outcome.content))
                 << "window " << window << ", round " << round;
         }
     }
 }
 
-TEST(InflateWindow, DecodesZlibsStreamsOfEveryWindowSize) {
+TEST(InflateWindow, DecodesStreamsOfZlibOfEveryWindowSize) {
     test_rng rng(32);
     for (int round = 0; round < 300; ++round) {
         deflate_settings_t settings = random_settings(rng);
         const data_kind kind = kAllDataKinds[rng() % 4];
-        const byte_vector plain = make_bytes(kind, rng() % 60000, rng());
-        const byte_vector raw = deflate_without_fixed_codes(plain, settings);
+        const byte_vector content = make_bytes(kind, rng() % 60000, rng());
+        const byte_vector raw = deflate_without_fixed_codes(content, settings);
         const uint32_t window = 1U << settings.window_bits;
 
         const inflate_outcome_t outcome =
@@ -53,26 +53,27 @@ TEST(InflateWindow, DecodesZlibsStreamsOfEveryWindowSize) {
                              {random_between(rng, 1, 40000), random_between(rng, 1, 3000)});
 
         ASSERT_EQ(outcome.result, kInflateDone) << "round " << round;
-        ASSERT_TRUE(same_bytes(plain, outcome.plain)) << "round " << round << ", window " << window;
+        ASSERT_TRUE(same_bytes(content, outcome.content))
+            << "round " << round << ", window " << window;
     }
 }
 
 TEST(InflateWindow, KeepsTheRestOfAMatchForTheNextOutput) {
     deflate_maker maker;
     maker.stored({'a', 'b'}, block_is::followed);
-    maker.dynamic(usual_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 1}), block_is::last);
+    maker.dynamic(simple_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 1}), block_is::last);
     maker.match(258, 2).end();
 
     const inflate_outcome_t outcome = inflate_windowed(maker.bytes(), {}, 3, {100});
 
     ASSERT_EQ(outcome.result, kInflateDone);
-    ASSERT_EQ(outcome.plain.size(), 260U);
+    ASSERT_EQ(outcome.content.size(), 260U);
     for (size_t i = 0; i < 260; ++i) {
-        ASSERT_EQ(outcome.plain[i], i % 2 == 0 ? 'a' : 'b') << "byte " << i;
+        ASSERT_EQ(outcome.content[i], i % 2 == 0 ? 'a' : 'b') << "byte " << i;
     }
 }
 
-TEST(InflateWindow, HoldsTheLastBytesOfTheOutput) {
+TEST(InflateWindow, ContainsTheLastBytesOfTheOutput) {
     uint8_t window[5];
     uint8_t output[7];
     inflate_t state{};
@@ -102,7 +103,7 @@ TEST(InflateWindow, WrapsItsPositionAsSoonAsItIsFull) {
     state.out = output;
     state.outAvailable = sizeof output;
     deflate_maker maker;
-    maker.dynamic(usual_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
+    maker.dynamic(simple_header(lengths_of(257, {{'a', 1}, {256, 1}}), {0}), block_is::last);
     maker.literals({'a', 'a', 'a', 'a'}).end();
     bitstream_t reader{maker.bytes().data(), static_cast<uint32_t>(maker.bytes().size()), 0, 0};
 
@@ -111,11 +112,11 @@ TEST(InflateWindow, WrapsItsPositionAsSoonAsItIsFull) {
     EXPECT_EQ(state.windowPos, window);
 }
 
-TEST(InflateWindow, RefusesADistanceBeyondIt) {
+TEST(InflateWindow, RejectsADistanceBeyondIt) {
     deflate_maker maker;
     maker.stored(byte_vector(20, 'x'), block_is::followed);
     maker.dynamic(
-        usual_header(lengths_of(258, {{256, 1}, {257, 1}}), lengths_of(5, {{3, 1}, {4, 1}})),
+        simple_header(lengths_of(258, {{256, 1}, {257, 1}}), lengths_of(5, {{3, 1}, {4, 1}})),
         block_is::last);
     maker.match(3, 5).end();
 
@@ -123,10 +124,10 @@ TEST(InflateWindow, RefusesADistanceBeyondIt) {
     EXPECT_EQ(inflate_windowed(maker.bytes(), {}, 4, {100}).result, kInflateInvalid);
 }
 
-TEST(InflateWindow, RefusesADistanceBeyondTheOutputSoFar) {
+TEST(InflateWindow, RejectsADistanceBeyondTheOutputSoFar) {
     deflate_maker maker;
     maker.stored({'x', 'y'}, block_is::followed);
-    maker.dynamic(usual_header(lengths_of(258, {{256, 1}, {257, 1}}), {0, 0, 1}), block_is::last);
+    maker.dynamic(simple_header(lengths_of(258, {{256, 1}, {257, 1}}), {0, 0, 1}), block_is::last);
     maker.match(3, 3).end();
 
     EXPECT_EQ(inflate_windowed(maker.bytes(), {}, 100, {100}).result, kInflateInvalid);

@@ -1,4 +1,4 @@
-// The walk over the chunks: bounds, CRCs and names, and the rules of the known chunks.
+// The loop over the chunks: bounds, CRCs and names, and the rules of the known chunks.
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_runs.h"
@@ -11,14 +11,14 @@ namespace {
 constexpr both_results_t kBothOk{kPngOk, kPngOk};
 constexpr both_results_t kBothMalformed{kPngMalformed, kPngMalformed};
 constexpr both_results_t kBothUnsupported{kPngUnsupported, kPngUnsupported};
-// Only the full pass looks at it.
+// Only the full pass reads it.
 constexpr both_results_t kFullMalformed{kPngOk, kPngMalformed};
 
 png_maker small_indexed() {
     return png().indexed(6, 5).palette(4).pixels(byte_vector(30, 2));
 }
 
-// A file with every kind of chunk that the decoder knows, and two that it does not.
+// A file with every kind of chunk that the decoder knows, and two unknown ones.
 std::vector<png_chunk_t> all_chunks() {
     return small_indexed()
         .trns({9, 8})
@@ -27,7 +27,7 @@ std::vector<png_chunk_t> all_chunks() {
         .chunks();
 }
 
-// The results for an image with this chunk in front of its IDAT.
+// The results for an image with this chunk before its IDAT.
 both_results_t with_chunk(const std::string& name, const byte_vector& data = {1, 2, 3}) {
     return both_passes(png().rgb(4, 4).chunk_before_idat({name, data}).bytes());
 }
@@ -38,7 +38,7 @@ TEST(PngChunks, OfEveryKindTogetherAreAccepted) {
     EXPECT_EQ(both_passes(png_file(all_chunks())), kBothOk);
 }
 
-TEST(PngChunks, AreRefusedWithAnyFlippedBitInNameDataOrCrc) {
+TEST(PngChunks, AreRejectedWithAnyFlippedBitInNameDataOrCrc) {
     const std::vector<png_chunk_t> chunks = all_chunks();
     const byte_vector sound = png_file(chunks);
     size_t begin = 8;
@@ -56,14 +56,14 @@ TEST(PngChunks, AreRefusedWithAnyFlippedBitInNameDataOrCrc) {
     }
 }
 
-TEST(PngChunks, AreRefusedForTheirCrcBeforeTheirName) {
+TEST(PngChunks, AreRejectedForTheirCrcBeforeTheirName) {
     std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks.insert(chunks.begin() + 1, {"CRIT", {}, 1});
 
     EXPECT_EQ(both_passes(png_file(chunks)), kBothMalformed);
 }
 
-TEST(PngChunks, AreRefusedInTheirOrder) {
+TEST(PngChunks, AreRejectedInTheirOrder) {
     std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks.insert(chunks.begin() + 1, {"CRIT", {}});
     chunk_named(chunks, "IDAT").crc_flips = 1;
@@ -71,14 +71,14 @@ TEST(PngChunks, AreRefusedInTheirOrder) {
     EXPECT_EQ(both_passes(png_file(chunks)), kBothUnsupported);
 }
 
-TEST(PngChunks, AreRefusedWhereverTheFileIsCutOff) {
+TEST(PngChunks, AreRejectedAtEveryTruncation) {
     const byte_vector file = png_file(all_chunks());
     for (size_t size = 0; size < file.size(); ++size) {
         ASSERT_EQ(both_passes(slice(file, 0, size)), kBothMalformed) << size << " bytes";
     }
 }
 
-TEST(PngChunks, AreRefusedWithALengthBeyondTheFileUpToTheGreatest) {
+TEST(PngChunks, AreRejectedWithEveryLengthBeyondTheFile) {
     const byte_vector sound = png().gray(4, 4).bytes();
     const uint32_t rest = static_cast<uint32_t>(sound.size()) - 33 - 4;
     for (const uint32_t length :
@@ -99,7 +99,7 @@ TEST(PngChunks, MustEndWithIend) {
     EXPECT_EQ(both_passes(png_file(chunks)), kBothMalformed);
 }
 
-TEST(PngChunks, BehindIendAreIgnored) {
+TEST(PngChunks, AfterIendAreIgnored) {
     byte_vector file = png().gray(4, 4).bytes();
     append(file, chunk_bytes({"CRIT", {1}, 1}));
     append(file, {0, 0, 0});
@@ -107,7 +107,7 @@ TEST(PngChunks, BehindIendAreIgnored) {
     EXPECT_EQ(both_passes(file), kBothOk);
 }
 
-TEST(PngIend, MayHoldData) {
+TEST(PngIend, MayHaveData) {
     std::vector<png_chunk_t> chunks = png().gray(4, 4).chunks();
     chunks.back().data = {1, 2, 3};
 
@@ -128,8 +128,8 @@ TEST(PngChunkNames, AreKnownInAnyCase) {
     EXPECT_EQ(full_pass(png_file(all_chunks()), expected), kPngOk);
     EXPECT_EQ(full_pass(png_file(chunks), surface), kPngOk);
 
-    EXPECT_TRUE(same_pixels(pixel_block(expected), pixel_block(surface), layout_of(surface)));
-    EXPECT_TRUE(same_bytes(palette_block(expected), palette_block(surface)));
+    EXPECT_TRUE(same_pixels(pixel_buffer(expected), pixel_buffer(surface), layout_of(surface)));
+    EXPECT_TRUE(same_bytes(palette_buffer(expected), palette_buffer(surface)));
 }
 
 TEST(PngChunkNames, AreKnownInEveryCaseOfEveryLetter) {
@@ -168,13 +168,13 @@ TEST(PngChunkNames, ASecondHeaderIsAnUnknownChunk) {
 
 // --- PLTE
 
-TEST(PngPlte, IsRefusedInGrayImages) {
+TEST(PngPlte, IsRejectedInGrayImages) {
     EXPECT_EQ(both_passes(png().gray(4, 4).plte({1, 2, 3}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(png().gray_alpha(4, 4).plte({1, 2, 3}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(png().gray(4, 4).plte({}).bytes()), kBothMalformed);
 }
 
-TEST(PngPlte, IsRefusedTwice) {
+TEST(PngPlte, IsRejectedTwice) {
     EXPECT_EQ(both_passes(small_indexed().another_plte({1, 2, 3}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(small_indexed().another_plte({}).bytes()), kBothMalformed);
 }
@@ -187,7 +187,7 @@ TEST(PngPlte, MayFollowEmptyOnes) {
     EXPECT_EQ(header_pass(file).info.paletteSize, 1);
 }
 
-TEST(PngPlte, IsRefusedUnlessItHasWholeEntriesAndAtMost256) {
+TEST(PngPlte, IsRejectedUnlessItHasWholeEntriesAndAtMost256) {
     for (size_t length = 1; length <= 780; ++length) {
         const byte_vector file = png().indexed(2, 2).plte(byte_vector(length, 5)).bytes();
         EXPECT_EQ(both_passes(file), length % 3 == 0 && length <= 768 ? kBothOk : kBothMalformed)
@@ -195,7 +195,7 @@ TEST(PngPlte, IsRefusedUnlessItHasWholeEntriesAndAtMost256) {
     }
 }
 
-TEST(PngPlte, MustBeThereForAnIndexedImage) {
+TEST(PngPlte, IsRequiredForAnIndexedImage) {
     std::vector<png_chunk_t> chunks = png().indexed(4, 4).chunks();
     chunks.erase(chunks.begin() + 1);
 
@@ -203,7 +203,7 @@ TEST(PngPlte, MustBeThereForAnIndexedImage) {
     EXPECT_EQ(both_passes(png().indexed(4, 4).palette(0).bytes()), kBothMalformed);
 }
 
-TEST(PngPlte, BehindTheImageDataIsMissedByTheFullPassOnly) {
+TEST(PngPlte, AfterTheImageDataIsMissingOnlyInTheFullPass) {
     std::vector<png_chunk_t> chunks = png().indexed(4, 4).chunks();
     std::swap(chunks[1], chunks[2]);
 
@@ -217,17 +217,17 @@ TEST(PngPlte, IsWrittenAsBlueGreenRed) {
     EXPECT_EQ(full_pass(file, surface), kPngOk);
 
     const uint8_t k = kFreshByte;
-    EXPECT_EQ(palette_block(surface), (byte_vector{3, 2, 1, 6, 5, 4, k, k, k}));
+    EXPECT_EQ(palette_buffer(surface), (byte_vector{3, 2, 1, 6, 5, 4, k, k, k}));
 }
 
-TEST(PngPlte, LeavesTheAlphaOfItsEntriesAlone) {
+TEST(PngPlte, DoesNotChangeTheAlphaOfItsEntries) {
     DsSurface surface = fenced_surface({4, 4, DsColorMode::I8, 1, 3, 4});
     const byte_vector file = png().indexed(4, 4).plte({1, 2, 3, 4, 5, 6}).bytes();
 
     EXPECT_EQ(full_pass(file, surface), kPngOk);
 
     const uint8_t k = kFreshByte;
-    EXPECT_EQ(palette_block(surface), (byte_vector{3, 2, 1, k, 6, 5, 4, k, k, k, k, k}));
+    EXPECT_EQ(palette_buffer(surface), (byte_vector{3, 2, 1, k, 6, 5, 4, k, k, k, k, k}));
 }
 
 TEST(PngPlte, DoesNotFitASmallerPalette) {
@@ -248,14 +248,14 @@ TEST(PngPlte, DoesNotFitASurfaceWithoutAPalette) {
     EXPECT_EQ(full_pass(small_indexed().bytes(), surface), kPngDoesNotFit);
 }
 
-TEST(PngPlte, IsJudgedByItsLengthBeforeTheSurfaceIsLookedAt) {
+TEST(PngPlte, IsCheckedForItsLengthBeforeTheSurface) {
     DsSurface surface = fenced_surface({6, 5, DsColorMode::A8, 0, 0, 5});
     const byte_vector file = png().indexed(6, 5).plte({1, 2}).bytes();
 
     EXPECT_EQ(full_pass(file, surface), kPngMalformed);
 }
 
-// Kept on purpose: a suggested palette has no place in a surface of a truecolor image.
+// Kept on purpose: the surface of a truecolor image cannot store a suggested palette.
 TEST(PngPlte, OfATruecolorImageFailsTheFullPass) {
     for (png_maker maker : {png().rgb(4, 4), png().rgba(4, 4)}) {
         const decode_outcome_t outcome = decode_png(maker.plte(byte_vector(30, 1)).bytes());
@@ -278,7 +278,7 @@ TEST(PngGrayRamp, FillsThePaletteOfGrayImages) {
     for (png_maker maker : {png().gray(4, 4), png().gray_alpha(4, 4)}) {
         const decode_outcome_t outcome = decode_png(maker.bytes());
         ASSERT_EQ(outcome.result, kPngOk);
-        const byte_vector palette = palette_block(*outcome.surface);
+        const byte_vector palette = palette_buffer(*outcome.surface);
         ASSERT_EQ(palette.size(), 768U);
         for (size_t i = 0; i < 768; ++i) {
             ASSERT_EQ(palette[i], i / 3) << "byte " << i;
@@ -291,7 +291,7 @@ TEST(PngGrayRamp, IsOpaqueWhereEntriesHaveAlpha) {
 
     EXPECT_EQ(full_pass(png().gray(4, 4).bytes(), surface), kPngOk);
 
-    EXPECT_EQ(palette_block(surface), (byte_vector{0, 0, 0, 255, 1, 1, 1, 255, 2, 2, 2, 255}));
+    EXPECT_EQ(palette_buffer(surface), (byte_vector{0, 0, 0, 255, 1, 1, 1, 255, 2, 2, 2, 255}));
 }
 
 TEST(PngGrayRamp, IsAsLongAsTheLow16BitsOfThePaletteSize) {
@@ -308,7 +308,7 @@ TEST(PngGrayRamp, IsNotWrittenForOtherTypes) {
 
     EXPECT_EQ(full_pass(png().rgb(4, 4).bytes(), surface), kPngOk);
 
-    EXPECT_EQ(palette_block(surface), byte_vector(6, kFreshByte));
+    EXPECT_EQ(palette_buffer(surface), byte_vector(6, kFreshByte));
 }
 
 TEST(PngGrayRamp, IsNotNeededByASurfaceWithoutAPalette) {
@@ -319,7 +319,7 @@ TEST(PngGrayRamp, IsNotNeededByASurfaceWithoutAPalette) {
 
 // --- tRNS
 
-TEST(PngTrns, IsRefusedBehindTheImageData) {
+TEST(PngTrns, IsRejectedAfterTheImageData) {
     const png_chunk_t for_type[] = {
         {"tRNS", {0, 1}}, {}, {"tRNS", byte_vector(6, 0)}, {"tRNS", {1}}};
     for (const uint8_t type : {kGray, kRgb, kIndexed}) {
@@ -328,7 +328,7 @@ TEST(PngTrns, IsRefusedBehindTheImageData) {
     }
 }
 
-TEST(PngTrns, IsRefusedInImagesWithAlpha) {
+TEST(PngTrns, IsRejectedInImagesWithAlpha) {
     for (const size_t length : {0U, 1U, 2U, 6U, 8U}) {
         const byte_vector data(length, 1);
         EXPECT_EQ(both_passes(png().gray_alpha(4, 4).trns(data).bytes()), kBothMalformed) << length;
@@ -360,7 +360,7 @@ TEST(PngTrns, ChangesTheModeOfGrayAndTruecolorImages) {
     EXPECT_EQ(rgb.paletteSize, 0);
 }
 
-TEST(PngTrns, MayComeTwice) {
+TEST(PngTrns, MayBeRepeated) {
     EXPECT_EQ(both_passes(png().gray(4, 4).trns({0, 1}).trns({0, 2}).bytes()), kBothOk);
     const byte_vector six(6, 0);
     EXPECT_EQ(both_passes(png().rgb(4, 4).trns(six).trns(six).bytes()), kBothOk);
@@ -382,7 +382,7 @@ TEST(PngTrns, MayPrecedeThePaletteOnlyIfItIsEmpty) {
               kBothMalformed);
 }
 
-TEST(PngTrns, GivesThePaletteAlpha) {
+TEST(PngTrns, AddsAlphaToThePalette) {
     for (const byte_vector& data : {byte_vector{}, byte_vector{5}}) {
         const png_info_t info = header_pass(small_indexed().trns(data).bytes()).info;
         EXPECT_EQ(info.paletteHasAlpha, 1);
@@ -396,7 +396,7 @@ TEST(PngTrns, IsWrittenAsTheFourthByteOfItsEntriesOnly) {
     const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
-    EXPECT_EQ(palette_block(*outcome.surface), (byte_vector{3, 2, 1, 9, 6, 5, 4, kFreshByte}));
+    EXPECT_EQ(palette_buffer(*outcome.surface), (byte_vector{3, 2, 1, 9, 6, 5, 4, kFreshByte}));
 }
 
 TEST(PngTrns, IsOverwrittenByALaterOne) {
@@ -406,7 +406,7 @@ TEST(PngTrns, IsOverwrittenByALaterOne) {
     const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
-    EXPECT_EQ(palette_block(*outcome.surface), (byte_vector{3, 2, 1, 7, 6, 5, 4, 8}));
+    EXPECT_EQ(palette_buffer(*outcome.surface), (byte_vector{3, 2, 1, 7, 6, 5, 4, 8}));
 }
 
 TEST(PngTrns, DoesNotFitAPaletteWithoutAlpha) {

@@ -1,4 +1,4 @@
-// The CRC against zlib's.
+// The CRC compared with zlib's.
 #include "png/internal/carry_less_crc.h"
 #include "png/internal/crc_methods.h"
 #include "png/png_crc32.h"
@@ -14,7 +14,7 @@ uint32_t oracle_crc(const uint8_t* bytes, size_t length, uint32_t previous) {
     return static_cast<uint32_t>(crc32(previous, bytes, static_cast<uInt>(length)));
 }
 
-TEST(PngCrc32, GivesTheCheckValueOfItsKind) {
+TEST(PngCrc32, HasTheStandardCheckValue) {
     const byte_vector digits{'1', '2', '3', '4', '5', '6', '7', '8', '9'};
 
     EXPECT_EQ(png_crc32(digits.data(), digits.size(), 0), 0xCBF43926U);
@@ -43,7 +43,7 @@ TEST(PngCrc32, EqualsZlibsForEveryByte) {
     }
 }
 
-TEST(PngCrc32, GoesOnFromAnEarlierPart) {
+TEST(PngCrc32, ContinuesFromAnEarlierPart) {
     const byte_vector bytes = make_bytes(data_kind::noise, 200, 61);
     const uint32_t whole = png_crc32(bytes.data(), bytes.size(), 0);
     for (size_t split = 0; split <= bytes.size(); ++split) {
@@ -70,8 +70,8 @@ TEST(PngCrc32, EqualsZlibsForAMebibyte) {
     EXPECT_EQ(png_crc32(bytes.data(), bytes.size(), 0), oracle_crc(bytes.data(), bytes.size(), 0));
 }
 
-// Every way, whichever the machine would take.
-TEST(PngCrc32, EqualsZlibsByEachWay) {
+// Every method, not only the one that this machine uses.
+TEST(PngCrc32, EqualsZlibsByEachMethod) {
     const byte_vector bytes = make_bytes(data_kind::noise, 700, 43);
     for (uint64_t length = 0; length <= 600; ++length) {
         const uint8_t* const start = bytes.data() + length % 17;

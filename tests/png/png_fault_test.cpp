@@ -1,4 +1,4 @@
-// Every reason for which a file is rejected, in the order of the checks, with the chunk where it lies.
+// Every reason for which a file is rejected, in the order of the checks, with the chunk.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
@@ -52,7 +52,7 @@ byte_vector stored_file(png_maker maker, const byte_vector& filtered) {
     return maker.deflate_stream(deflate_maker().stored(filtered, block_is::last).bytes()).bytes();
 }
 
-TEST(PngFault, IsNoneForSoundFiles) {
+TEST(PngFault, IsNoneForValidFiles) {
     for (const uint8_t type : kColorTypes) {
         const byte_vector file = png().image(type, 3, 3).bytes();
         DsSurface surface = roomy_surface();
@@ -113,7 +113,7 @@ TEST(PngFault, NamesAMissingHeader) {
     expect_fault(fault_t::header_missing, png_file({{"tEXt", {1}}, {"IEND", {}}}));
 }
 
-TEST(PngFault, NamesAHeaderOfAnotherLength) {
+TEST(PngFault, NamesAHeaderOfWrongLength) {
     expect_fault(fault_t::header_length, png_file({{"IHDR", byte_vector(14, 1)}, {"IEND", {}}}));
 }
 
@@ -122,25 +122,25 @@ TEST(PngFault, NamesAnImageWithoutPixels) {
     expect_fault(fault_t::size_zero, png().gray(2, 2).declared_size(2, 0).bytes());
 }
 
-TEST(PngFault, NamesAColorTypeThatDoesNotExist) {
+TEST(PngFault, NamesAnInvalidColorType) {
     for (const uint8_t type : byte_vector{1, 5, 7, 255}) {
         expect_fault(fault_t::color_type, png().gray(2, 2).declared_type(type).bytes());
     }
 }
 
-TEST(PngFault, NamesABitDepthThatTheColorTypeCannotHave) {
+TEST(PngFault, NamesABitDepthNotAllowedForTheColorType) {
     expect_fault(fault_t::bit_depth, png().gray(2, 2).bit_depth(3).bytes());
     expect_fault(fault_t::bit_depth, png().rgb(2, 2).bit_depth(4).bytes());
     expect_fault(fault_t::bit_depth, png().indexed(2, 2).bit_depth(16).bytes());
 }
 
-TEST(PngFault, NamesEachMethodThatDoesNotExist) {
+TEST(PngFault, NamesEachInvalidMethod) {
     expect_fault(fault_t::compression_method, png().gray(2, 2).compression_method(1).bytes());
     expect_fault(fault_t::filter_method, png().gray(2, 2).filter_method(1).bytes());
     expect_fault(fault_t::interlace_method, png().gray(2, 2).interlace_method(2).bytes());
 }
 
-TEST(PngFault, NamesAnotherBitDepthBeforeInterlacing) {
+TEST(PngFault, NamesAnUnsupportedBitDepthBeforeInterlacing) {
     expect_fault(fault_t::bit_depth_unsupported, png().gray(2, 2).bit_depth(16).bytes());
     expect_fault(fault_t::bit_depth_unsupported,
                  png().gray(2, 2).bit_depth(16).interlace_method(1).bytes());
@@ -152,15 +152,15 @@ TEST(PngFault, NamesInterlacing) {
                  "IHDR");
 }
 
-// --- The surface's pixel block
+// --- The surface's pixel buffer
 
-TEST(PngFault, NamesAMissingPixelBlock) {
+TEST(PngFault, NamesAMissingPixelBuffer) {
     const auto no_block = [](size_t) -> void* { return nullptr; };
     DsSurface surface(64, 64, 0, DsColorMode::ARGB8888, 0, 0, no_block, std::free, 1, 64);
     expect_full_fault(fault_t::pixel_buffer_missing, png().rgb(2, 2).bytes(), surface);
 }
 
-TEST(PngFault, NamesAPixelBlockThatIsTooSmall) {
+TEST(PngFault, NamesAPixelBufferThatIsTooSmall) {
     DsSurface surface = fenced_surface({131, 1});
     expect_full_fault(fault_t::pixel_buffer_too_small, png().gray(10, 12).bytes(), surface);
 }
@@ -178,7 +178,7 @@ TEST(PngFault, NamesASecondPalette) {
     expect_chunk(record_of(file), 3, 48, 3, "PLTE");
 }
 
-TEST(PngFault, NamesAPaletteOfAnotherLength) {
+TEST(PngFault, NamesAPaletteOfWrongLength) {
     expect_fault(fault_t::palette_length, png().indexed(2, 2).plte({1, 2, 3, 4}).bytes());
     expect_fault(fault_t::palette_length, png().indexed(2, 2).plte(byte_vector(771)).bytes());
 }
@@ -188,7 +188,7 @@ TEST(PngFault, NamesAPaletteThatIsTooLargeForTheSurface) {
     expect_full_fault(fault_t::palette_too_large, png().indexed(2, 2).palette(4).bytes(), surface);
 }
 
-TEST(PngFault, NamesASurfaceWithoutAPaletteBlock) {
+TEST(PngFault, NamesASurfaceWithoutAPaletteBuffer) {
     DsSurface surface = fenced_surface({64, 64, DsColorMode::RGB888, 0, 256, 64});
     expect_full_fault(fault_t::palette_buffer_missing, png().rgb(2, 2).palette(4).bytes(), surface);
 }
@@ -200,12 +200,12 @@ TEST(PngFault, NamesTransparencyAfterImageData) {
                  png().gray(2, 2).chunk_after_idat({"tRNS", {0, 1}}).bytes());
 }
 
-TEST(PngFault, NamesAKeyColorOfAnotherLength) {
+TEST(PngFault, NamesAKeyColorOfWrongLength) {
     expect_fault(fault_t::key_color_length, png().gray(2, 2).trns({1}).bytes());
     expect_fault(fault_t::key_color_length, png().rgb(2, 2).trns({1, 2}).bytes());
 }
 
-TEST(PngFault, NamesTransparencyOfMoreThanThePalette) {
+TEST(PngFault, NamesTransparencyLongerThanThePalette) {
     expect_fault(fault_t::transparency_length,
                  png().indexed(2, 2).palette(2).trns({1, 2, 3}).bytes());
 }
@@ -223,7 +223,7 @@ TEST(PngFault, NamesTransparencyInAnImageThatHasAlpha) {
 
 // --- Image data
 
-TEST(PngFault, NamesImageDataOfLessThanTwoBytes) {
+TEST(PngFault, NamesImageDataShorterThanTwoBytes) {
     expect_fault(fault_t::image_data_length, png().gray(2, 2).idat_bytes({1}).bytes());
     const byte_vector data = png().gray(2, 2).image_data();
     EXPECT_EQ(record_of(png().gray(2, 2).idat_split_at({data.size() - 1}).bytes()).fault,
@@ -274,7 +274,7 @@ TEST(PngFault, NamesASecondHeader) {
     expect_chunk(record_of(file), 2, kSecondChunkOffset, 13, "IHDR");
 }
 
-TEST(PngFault, NamesAnUnknownCriticalChunkAsTheFileHasIt) {
+TEST(PngFault, NamesAnUnknownCriticalChunkAsInTheFile) {
     const byte_vector file = png().gray(2, 2).chunk_before_idat({"AbCd", {}}).bytes();
     expect_fault(fault_t::critical_chunk_unknown, file);
     expect_chunk(record_of(file), 2, kSecondChunkOffset, 0, "AbCd");
@@ -293,7 +293,7 @@ TEST(PngFault, NamesTruncatedImageData) {
     expect_full_fault(fault_t::image_data_truncated, png().gray(2, 2).deflate_stream(raw).bytes());
 }
 
-// Only the header pass gets there: the full pass has stopped at the image data.
+// Only the header pass reaches this check: the full pass has stopped at the image data.
 TEST(PngFault, NamesAMissingPalette) {
     std::vector<png_chunk_t> chunks = png().indexed(2, 2).chunks();
     chunks.erase(chunks.begin() + 1);
@@ -302,7 +302,7 @@ TEST(PngFault, NamesAMissingPalette) {
 
 // --- The rows
 
-TEST(PngFault, NamesASurfaceWithoutAPaletteBlockForTheGrayRamp) {
+TEST(PngFault, NamesASurfaceWithoutAPaletteBufferForTheGrayRamp) {
     DsSurface surface = fenced_surface({64, 64, DsColorMode::RGB888, 0, 256, 64});
     expect_full_fault(fault_t::gray_ramp_buffer_missing, png().gray(2, 2).bytes(), surface);
 }
@@ -323,14 +323,14 @@ TEST(PngFault, NamesRowsThatDoNotFitTheSurface) {
 
 // --- Records
 
-TEST(PngFault, AgreesWithTheResultInEveryRow) {
+TEST(PngFault, AgreesWithTheResultInEveryEntry) {
     for (size_t i = 0; i < static_cast<size_t>(fault_t::count); ++i) {
         const auto fault = static_cast<fault_t>(i);
         EXPECT_EQ(png_detail::result_of(fault) == kPngOk, fault == fault_t::none) << i;
     }
 }
 
-// Both passes over every truncation and every changed byte. Each run compares the fault with the result of
+// Both passes for every truncation and every changed byte. Each run compares the fault with the result of
 // png_decode().
 TEST(PngFault, AgreesWithTheResultOfEveryDamagedFile) {
     std::set<fault_t> seen;

@@ -1,5 +1,5 @@
-// Surfaces that the caller made by himself: too small, without blocks, or of another shape than the
-// image. Whatever they are, nothing outside their blocks is touched.
+// Surfaces that were not made for the image: too small, without buffers, or with another shape. The
+// decoder never accesses memory outside their buffers.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
@@ -20,12 +20,12 @@ void* no_block(size_t) {
     return nullptr;
 }
 
-// Gives a block for the pixels, and none for the palette, which is asked for with 768 bytes.
+// Returns a buffer for the pixels, and null for the palette, whose size is 768 bytes.
 void* no_palette(size_t byte_count) {
     return byte_count == 768 ? nullptr : std::calloc(byte_count, 1);
 }
 
-TEST(PngFit, NeedsOneByteARowMoreThanThePixels) {
+TEST(PngFit, NeedsOneBytePerRowMoreThanThePixels) {
     const byte_vector file = png().gray(10, 12).bytes();
     DsSurface rows_only = fenced_surface({10, 12, DsColorMode::I8, 0, 256, 0});
     DsSurface one_short = fenced_surface({131, 1});
@@ -34,13 +34,14 @@ TEST(PngFit, NeedsOneByteARowMoreThanThePixels) {
     EXPECT_EQ(full_pass(file, one_short), kPngDoesNotFit);
 }
 
-TEST(PngFit, TakesABlockOfExactlyTheNeededSize) {
+TEST(PngFit, AcceptsABufferOfExactlyTheNeededSize) {
     png_maker maker = png().gray(10, 12);
     DsSurface surface = fenced_surface({10, 12, DsColorMode::I8, 0, 256, 12});
     ASSERT_EQ(surface.getDataSize(), 132U);
 
     EXPECT_EQ(full_pass(maker.bytes(), surface), kPngOk);
-    EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_block(surface), 0, 120), {10, 12, 10, 1}));
+    EXPECT_TRUE(
+        same_pixels(maker.samples(), slice(pixel_buffer(surface), 0, 120), {10, 12, 10, 1}));
 }
 
 TEST(PngFit, WritesNothingIntoASurfaceThatIsTooSmall) {
@@ -49,18 +50,18 @@ TEST(PngFit, WritesNothingIntoASurfaceThatIsTooSmall) {
     EXPECT_EQ(full_pass(png().gray(10, 10).bytes(), surface), kPngDoesNotFit);
 
     EXPECT_TRUE(
-        same_pixels(byte_vector(100, kFreshByte), pixel_block(surface), layout_of(surface)));
-    EXPECT_TRUE(same_bytes(byte_vector(768, kFreshByte), palette_block(surface)));
+        same_pixels(byte_vector(100, kFreshByte), pixel_buffer(surface), layout_of(surface)));
+    EXPECT_TRUE(same_bytes(byte_vector(768, kFreshByte), palette_buffer(surface)));
 }
 
-TEST(PngFit, FailsWithoutAPixelBlock) {
+TEST(PngFit, FailsWithoutAPixelBuffer) {
     for (const uint8_t type : kColorTypes) {
         DsSurface surface(64, 64, 0, DsColorMode::ARGB8888, 0, 0, no_block, std::free, 1, 64);
         EXPECT_NE(full_pass(png().image(type, 3, 3).bytes(), surface), kPngOk) << +type;
     }
 }
 
-TEST(PngFit, FailsForAGrayImageWithoutAPaletteBlockToFill) {
+TEST(PngFit, FailsForAGrayImageWithoutAPaletteBuffer) {
     for (const uint8_t type : {kGray, kGrayAlpha}) {
         DsSurface failed(64, 64, 0, DsColorMode::I8, 0, 256, no_palette, std::free, 1, 64);
         EXPECT_NE(full_pass(png().image(type, 3, 3).bytes(), failed), kPngOk) << +type;
@@ -70,7 +71,7 @@ TEST(PngFit, FailsForAGrayImageWithoutAPaletteBlockToFill) {
     }
 }
 
-TEST(PngFit, FailsWhereRowsWouldLieBeyondTheBlock) {
+TEST(PngFit, FailsIfRowsWouldBeOutsideTheBuffer) {
     DsSurface wide = fenced_surface({500, 1});
     EXPECT_NE(full_pass(png().gray(10, 12).bytes(), wide), kPngOk);
 
@@ -78,17 +79,17 @@ TEST(PngFit, FailsWhereRowsWouldLieBeyondTheBlock) {
     EXPECT_NE(full_pass(png().rgb(10, 12).bytes(), deep), kPngOk);
 }
 
-TEST(PngFit, TakesWideRowsThatEndWithinTheBlock) {
+TEST(PngFit, AcceptsWideRowsThatEndInsideTheBuffer) {
     png_maker maker = png().gray(10, 2);
     DsSurface surface = fenced_surface({50, 1, DsColorMode::I8, 0, 256, 10});
 
     EXPECT_EQ(full_pass(maker.bytes(), surface), kPngOk);
 
-    EXPECT_EQ(slice(pixel_block(surface), 0, 10), slice(maker.samples(), 0, 10));
-    EXPECT_EQ(slice(pixel_block(surface), 50, 10), slice(maker.samples(), 10, 10));
+    EXPECT_EQ(slice(pixel_buffer(surface), 0, 10), slice(maker.samples(), 0, 10));
+    EXPECT_EQ(slice(pixel_buffer(surface), 50, 10), slice(maker.samples(), 10, 10));
 }
 
-// Modes and sizes of any kind: the decoder looks at the block's size and the stride alone.
+// Any mode and size: the decoder uses only the buffer's size and the stride.
 TEST(PngFit, FollowsTheModelInSurfacesOfAnyShape) {
     static constexpr DsColorMode kModes[] = {DsColorMode::ARGB8888, DsColorMode::RGB888,
                                              DsColorMode::RGB565,   DsColorMode::I8,
@@ -119,12 +120,12 @@ TEST(PngFit, FollowsTheModelInSurfacesOfAnyShape) {
             ASSERT_EQ(full_pass(file, surface), kPngDoesNotFit);
             continue;
         }
-        const model_block_t expected =
-            model_rows(pixel_block(surface), {type, width, height, surface.getStride()}, filtered);
+        const model_buffer_t expected =
+            model_rows(pixel_buffer(surface), {type, width, height, surface.getStride()}, filtered);
         const int32_t result = full_pass(file, surface);
         if (expected.stays_inside) {
             ASSERT_EQ(result, kPngOk);
-            ASSERT_TRUE(same_pixels(expected.bytes, pixel_block(surface),
+            ASSERT_TRUE(same_pixels(expected.bytes, pixel_buffer(surface),
                                     {width, height, surface.getStride(), samples_per_pixel(type)}));
             ++decoded;
         } else {
@@ -136,12 +137,12 @@ TEST(PngFit, FollowsTheModelInSurfacesOfAnyShape) {
     EXPECT_GT(outside, 100);
 }
 
-// --- Sizes whose product does not fit 32 bits: the room asked for wraps, and the rows end outside.
+// --- Sizes whose product does not fit 32 bits: the required size wraps, and the rows end outside.
 
 struct wrapping_size_t {
     uint8_t color_type;
     uint32_t width, height;
-    uint32_t room; ///< what is left of the product
+    uint32_t room; ///< the product modulo 2^32
 };
 
 constexpr wrapping_size_t kWrappingSizes[] = {
@@ -158,7 +159,7 @@ constexpr wrapping_size_t kWrappingSizes[] = {
     {kGrayAlpha, 0x7FFFFFFF, 1, 0xFFFFFFFF},
 };
 
-TEST(PngFit, FailsWhereTheRowsOfAWrappedSizeLeaveTheBlock) {
+TEST(PngFit, FailsIfTheRowsOfAWrappedSizeLeaveTheBuffer) {
     for (const wrapping_size_t& size : kWrappingSizes) {
         DsSurface surface = roomy_surface();
         png_maker maker = png().image(size.color_type, 1, 1).declared_size(size.width, size.height);
@@ -172,18 +173,18 @@ TEST(PngFit, FailsWhereTheRowsOfAWrappedSizeLeaveTheBlock) {
     }
 }
 
-TEST(PngFit, FailsWhereOnlyTheLastByteOfARowLeavesTheBlock) {
+TEST(PngFit, FailsIfOnlyTheLastByteOfARowLeavesTheBuffer) {
     DsSurface surface = fenced_surface({1, 4096});
     const png_maker maker = png().gray(1, 1).declared_size(1, 0x80000010);
-    // One skipped row takes one byte: the last filter byte in the block has no pixel behind it.
+    // One skipped row uses one byte: the last filter byte in the buffer has no pixels after it.
     byte_vector rows(32, kNone);
     rows[0] = 5;
 
     EXPECT_NE(full_pass(stored_file(maker, rows), surface), kPngOk);
 }
 
-// Skipped rows take one byte of the block each, but move the next row's place by a whole stride.
-TEST(PngFit, FailsWhereARowBehindSkippedOnesStartsBeyondTheBlock) {
+// Each skipped row uses one byte of source, but the next row's target is a whole stride further.
+TEST(PngFit, FailsIfARowAfterSkippedOnesStartsOutsideTheBuffer) {
     DsSurface surface = fenced_surface({50, 2});
     byte_vector rows(100, kNone);
     std::fill_n(rows.begin(), 10, static_cast<uint8_t>(5));
@@ -191,24 +192,24 @@ TEST(PngFit, FailsWhereARowBehindSkippedOnesStartsBeyondTheBlock) {
     EXPECT_EQ(full_pass(stored_file(png().gray(1, 50), rows), surface), kPngDoesNotFit);
 }
 
-// Every row then has the same place.
-TEST(PngFit, TakesASurfaceWhoseStrideIsZero) {
+// Every row has the same target.
+TEST(PngFit, AcceptsASurfaceWhoseStrideIsZero) {
     DsSurface surface = fenced_surface({0, 2, DsColorMode::I8, 0, 256, 4});
     png_maker maker = png().gray(1, 2);
 
     EXPECT_EQ(full_pass(maker.bytes(), surface), kPngOk);
-    EXPECT_EQ(pixel_block(surface)[0], maker.samples()[1]);
+    EXPECT_EQ(pixel_buffer(surface)[0], maker.samples()[1]);
 }
 
-TEST(PngFit, FailsWhereTheDataOfAWrappedSizeAreTooLong) {
+TEST(PngFit, FailsIfTheDataOfAWrappedSizeAreTooLong) {
     DsSurface surface = roomy_surface();
     const png_maker maker = png().gray(1, 1).declared_size(1073741848, 4);
 
     EXPECT_EQ(full_pass(stored_file(maker, byte_vector(101, 0)), surface), kPngMalformed);
 }
 
-// Rows with an unknown filter byte take one byte and no pixel, so that these stay inside.
-TEST(PngFit, TakesAWrappedSizeWhoseRowsAreAllSkipped) {
+// Rows with an unknown filter byte use one byte and write no pixel, so that they stay inside.
+TEST(PngFit, AcceptsAWrappedSizeWhoseRowsAreAllSkipped) {
     DsSurface surface = roomy_surface();
     const png_maker maker = png().rgba(1, 1).declared_size(0x40000000, 4);
 
@@ -216,7 +217,7 @@ TEST(PngFit, TakesAWrappedSizeWhoseRowsAreAllSkipped) {
 
     byte_vector expected(surface.getDataSize(), kFreshByte);
     std::fill_n(expected.end() - 4, 4, static_cast<uint8_t>(5));
-    EXPECT_TRUE(same_pixels(expected, pixel_block(surface), layout_of(surface)));
+    EXPECT_TRUE(same_pixels(expected, pixel_buffer(surface), layout_of(surface)));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// What the decoder checks before the first chunk behind the header: signature, bounds, and the
-// fields of the header, with the result of each check and the record that is left.
+// The checks before the second chunk: signature, bounds and header fields, with the result of each check
+// and the information record.
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_runs.h"
@@ -29,13 +29,13 @@ bool is_untouched(const png_info_t& info) {
     return std::memcmp(&stale, &info, sizeof info) == 0;
 }
 
-TEST(PngSignature, RefusesFilesShorterThanItAndAnEmptyOne) {
+TEST(PngSignature, RejectsShorterFilesAndAnEmptyOne) {
     for (size_t size = 0; size < 8; ++size) {
         EXPECT_EQ(both_passes(slice(small_file(), 0, size)), kBothMalformed) << size;
     }
 }
 
-TEST(PngSignature, RefusesAnyOtherByte) {
+TEST(PngSignature, RejectsAnyOtherByte) {
     for (size_t position = 0; position < 8; ++position) {
         for (uint32_t bit = 0; bit < 8; ++bit) {
             byte_vector file = small_file();
@@ -45,7 +45,7 @@ TEST(PngSignature, RefusesAnyOtherByte) {
     }
 }
 
-TEST(PngHeader, RefusesAFileThatEndsInIt) {
+TEST(PngHeader, RejectsAFileThatEndsInsideIt) {
     for (size_t size = 8; size < 33; ++size) {
         const header_outcome_t outcome = header_pass(slice(small_file(), 0, size));
         EXPECT_EQ(outcome.result, kPngMalformed) << size;
@@ -53,7 +53,7 @@ TEST(PngHeader, RefusesAFileThatEndsInIt) {
     }
 }
 
-TEST(PngHeader, RefusesLengthsBeyondTheFileUpToTheGreatest) {
+TEST(PngHeader, RejectsEveryLengthBeyondTheFile) {
     const uint32_t rest = static_cast<uint32_t>(small_file().size()) - 12;
     for (const uint32_t length : {rest - 7, rest, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFF0U,
                                   0xFFFFFFF4U, 0xFFFFFFF7U, 0xFFFFFFF8U, 0xFFFFFFFFU}) {
@@ -67,7 +67,7 @@ TEST(PngHeader, RefusesLengthsBeyondTheFileUpToTheGreatest) {
     }
 }
 
-TEST(PngHeader, RefusesEveryFlippedBit) {
+TEST(PngHeader, RejectsEveryFlippedBit) {
     for (size_t position = 12; position < 33; ++position) {
         for (uint32_t bit = 0; bit < 8; ++bit) {
             byte_vector file = small_file();
@@ -104,13 +104,13 @@ TEST(PngHeader, MayBeNamedInAnyCase) {
     }
 }
 
-TEST(PngHeader, RefusesEmptyImages) {
+TEST(PngHeader, RejectsEmptyImages) {
     EXPECT_EQ(both_passes(png().gray(4, 4).declared_size(0, 4).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(png().gray(4, 4).declared_size(4, 0).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(png().gray(4, 4).declared_size(0, 0).bytes()), kBothMalformed);
 }
 
-TEST(PngHeader, PassesTheGreatestSizesInTheHeaderPass) {
+TEST(PngHeader, AcceptsTheMaxSizesInTheHeaderPass) {
     for (const uint32_t size : {0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         const header_outcome_t outcome =
             header_pass(png().gray(4, 4).declared_size(size, size).bytes());
@@ -120,9 +120,9 @@ TEST(PngHeader, PassesTheGreatestSizesInTheHeaderPass) {
     }
 }
 
-// Depths that the format knows for the type but this decoder does not are unsupported, not
+// A bit depth that is valid for the color type but not supported by the decoder is unsupported, not
 // malformed.
-TEST(PngHeader, JudgesEveryTypeAndDepth) {
+TEST(PngHeader, HasAResultForEveryTypeAndDepth) {
     const auto expected = [](uint32_t type, uint32_t depth) {
         const bool small_depth = depth == 1 || depth == 2 || depth == 4;
         const bool known_type = type == kGray || type == kRgb || type == kIndexed ||
@@ -145,7 +145,7 @@ TEST(PngHeader, JudgesEveryTypeAndDepth) {
     }
 }
 
-TEST(PngHeader, RefusesOtherCompressionAndFilterMethods) {
+TEST(PngHeader, RejectsOtherCompressionAndFilterMethods) {
     for (uint32_t method = 1; method < 256; ++method) {
         const uint8_t byte = static_cast<uint8_t>(method);
         EXPECT_EQ(both_passes(png().gray(4, 4).compression_method(byte).bytes()), kBothMalformed)
@@ -155,11 +155,11 @@ TEST(PngHeader, RefusesOtherCompressionAndFilterMethods) {
     }
 }
 
-TEST(PngHeader, KnowsInterlacingButDoesNotSupportIt) {
+TEST(PngHeader, ReportsInterlacingAsUnsupported) {
     EXPECT_EQ(both_passes(png().gray(4, 4).interlace_method(1).bytes()), kBothUnsupported);
 }
 
-TEST(PngHeader, RefusesUnknownInterlaceMethods) {
+TEST(PngHeader, RejectsUnknownInterlaceMethods) {
     for (uint32_t method = 2; method < 256; ++method) {
         const uint8_t byte = static_cast<uint8_t>(method);
         EXPECT_EQ(both_passes(png().gray(4, 4).interlace_method(byte).bytes()), kBothMalformed)
@@ -167,7 +167,7 @@ TEST(PngHeader, RefusesUnknownInterlaceMethods) {
     }
 }
 
-TEST(PngHeader, IsMalformedRatherThanUnsupportedIfItIsBoth) {
+TEST(PngHeader, IsMalformedIfItIsAlsoUnsupported) {
     const png_maker deep = png().gray(4, 4).bit_depth(16);
     EXPECT_EQ(both_passes(png_maker(deep).compression_method(1).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(png_maker(deep).filter_method(1).bytes()), kBothMalformed);
@@ -175,7 +175,7 @@ TEST(PngHeader, IsMalformedRatherThanUnsupportedIfItIsBoth) {
     EXPECT_EQ(both_passes(png_maker(deep).declared_size(0, 1).bytes()), kBothMalformed);
 }
 
-TEST(PngHeader, IsUnsupportedBeforeAnyOtherChunkIsLookedAt) {
+TEST(PngHeader, IsUnsupportedBeforeAnyOtherChunkIsRead) {
     for (png_maker maker :
          {png().rgb(4, 4).bit_depth(16), png().indexed(4, 4).interlace_method(1)}) {
         std::vector<png_chunk_t> chunks = maker.chunks();
@@ -186,13 +186,13 @@ TEST(PngHeader, IsUnsupportedBeforeAnyOtherChunkIsLookedAt) {
     }
 }
 
-TEST(PngHeader, IsUnsupportedBeforeTheSurfaceIsLookedAt) {
+TEST(PngHeader, IsUnsupportedBeforeTheSurfaceIsChecked) {
     DsSurface tiny = fenced_surface({1, 1});
 
     EXPECT_EQ(full_pass(png().gray(9, 9).bit_depth(16).bytes(), tiny), kPngUnsupported);
 }
 
-TEST(PngHeader, DoesNotFitBeforeAnyOtherChunkIsLookedAt) {
+TEST(PngHeader, DoesNotFitBeforeAnyOtherChunkIsRead) {
     DsSurface tiny = fenced_surface({1, 1});
     std::vector<png_chunk_t> chunks = png().gray(9, 9).chunks();
     chunks.resize(1);
@@ -202,7 +202,7 @@ TEST(PngHeader, DoesNotFitBeforeAnyOtherChunkIsLookedAt) {
 
 // --- The record
 
-TEST(PngInfo, HoldsTheHeaderFieldsEvenIfTheyAreRefused) {
+TEST(PngInfo, HasTheHeaderFieldsEvenIfTheyAreRejected) {
     const png_maker maker =
         png().gray(4, 4).declared_size(0, 0x01020304).bit_depth(3).declared_type(5);
     const byte_vector file =
@@ -221,7 +221,7 @@ TEST(PngInfo, HoldsTheHeaderFieldsEvenIfTheyAreRefused) {
     }
 }
 
-TEST(PngInfo, HoldsTheHeaderFieldsOfAnUnsupportedImage) {
+TEST(PngInfo, HasTheHeaderFieldsOfAnUnsupportedImage) {
     const header_outcome_t outcome = header_pass(png().rgba(5, 3).bit_depth(16).bytes());
 
     EXPECT_EQ(outcome.result, kPngUnsupported);
@@ -231,7 +231,7 @@ TEST(PngInfo, HoldsTheHeaderFieldsOfAnUnsupportedImage) {
     EXPECT_EQ(outcome.info.colorType, kRgba);
 }
 
-TEST(PngInfo, HoldsTheFindingsSoFarWhenALaterChunkFails) {
+TEST(PngInfo, HasTheFieldsSoFarIfALaterChunkFails) {
     png_maker maker = png().indexed(4, 4).palette(5).trns({1, 2});
     std::vector<png_chunk_t> chunks = maker.chunks();
     chunk_named(chunks, "IDAT").crc_flips = 1;
@@ -254,7 +254,7 @@ TEST(PngInfo, ForgetsThePaletteOfAnEarlierFile) {
     EXPECT_EQ(outcome.info.paletteHasAlpha, 0);
 }
 
-TEST(PngInfo, ClearsThePaletteFieldsBeforeItJudgesTheColorType) {
+TEST(PngInfo, ClearsThePaletteFieldsBeforeItChecksTheColorType) {
     const header_outcome_t outcome = header_pass(png().gray(4, 4).declared_type(5).bytes());
 
     EXPECT_EQ(outcome.result, kPngMalformed);
@@ -268,7 +268,7 @@ struct type_rule_t {
     uint16_t palette_size;
 };
 
-TEST(PngInfo, AsksForTheModeAndPaletteOfTheColorType) {
+TEST(PngInfo, HasTheModeAndPaletteOfTheColorType) {
     for (const type_rule_t& rule :
          {type_rule_t{kGray, DsColorMode::I8, 256}, type_rule_t{kRgb, DsColorMode::RGB888, 0},
           type_rule_t{kIndexed, DsColorMode::I8, 7},

@@ -1,4 +1,4 @@
-// The image data chunks: how they are cut, what must be in them, and what is never looked at.
+// The image data chunks: how they are split, their required content, and bytes that are not checked.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
@@ -23,19 +23,19 @@ constexpr pixel_layout_t kSampleLayout{9, 7, 9, 1};
 byte_vector decoded_block(const byte_vector& file) {
     const decode_outcome_t outcome = decode_png(file);
     EXPECT_EQ(outcome.result, kPngOk);
-    return outcome.surface ? pixel_block(*outcome.surface) : byte_vector{};
+    return outcome.surface ? pixel_buffer(*outcome.surface) : byte_vector{};
 }
 
 testing::AssertionResult decodes_as_the_sample(const byte_vector& file) {
     return same_pixels(decoded_block(sample().bytes()), decoded_block(file), kSampleLayout);
 }
 
-// An IDAT chunk for the image data `raw`, which need not be what the sample's rows compress to.
+// An IDAT chunk with the image data `raw`, which may differ from the sample's compressed rows.
 both_results_t with_stream(const byte_vector& raw) {
     return both_passes(sample().deflate_stream(raw).bytes());
 }
 
-TEST(PngIdat, MustBeThere) {
+TEST(PngIdat, IsRequired) {
     std::vector<png_chunk_t> chunks = sample().chunks();
     chunks.erase(chunks.begin() + 1);
 
@@ -66,27 +66,27 @@ TEST(PngIdat, MayHaveOtherChunksBetween) {
     EXPECT_TRUE(decodes_as_the_sample(maker.bytes()));
 }
 
-TEST(PngIdat, IsRefusedShorterThanTwoBytes) {
+TEST(PngIdat, IsRejectedShorterThanTwoBytes) {
     EXPECT_EQ(both_passes(sample().idat_split_at({0}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(sample().idat_split_at({1}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(sample().idat_split_at({5, 5}).bytes()), kBothMalformed);
     EXPECT_EQ(both_passes(sample().idat_split_at({5, 6}).bytes()), kBothMalformed);
 }
 
-TEST(PngIdat, IsRefusedShorterThanTwoBytesEvenBehindTheEndOfTheStream) {
+TEST(PngIdat, IsRejectedShorterThanTwoBytesEvenAfterTheEndOfTheStream) {
     for (const byte_vector& data : {byte_vector{}, byte_vector{0}}) {
         const byte_vector file = sample().chunk_after_idat({"IDAT", data}).bytes();
         EXPECT_EQ(both_passes(file), kBothMalformed) << data.size();
     }
 }
 
-TEST(PngIdat, IsIgnoredBehindTheEndOfTheStream) {
+TEST(PngIdat, IsIgnoredAfterTheEndOfTheStream) {
     const byte_vector file = sample().chunk_after_idat({"IDAT", byte_vector(50, 0xFF)}).bytes();
 
     EXPECT_TRUE(decodes_as_the_sample(file));
 }
 
-TEST(PngIdat, SkipsTheZlibHeaderUnseen) {
+TEST(PngIdat, SkipsTheZlibHeaderUnchecked) {
     for (const byte_vector& header : {byte_vector{0, 0}, byte_vector{0xFF, 0xFF}}) {
         std::vector<png_chunk_t> chunks = sample().chunks();
         std::copy(header.begin(), header.end(), chunks[1].data.begin());
@@ -123,29 +123,29 @@ TEST(PngIdat, FailsTheFullPassWithAnInvalidStream) {
     EXPECT_EQ(with_stream(deflate_maker().block_header(3, block_is::last).bytes()), kFullMalformed);
 }
 
-// Kept on purpose: streams with fixed codes are refused.
+// Kept on purpose: streams with fixed codes are rejected.
 TEST(PngIdat, FailsTheFullPassWithAFixedCodeBlock) {
     const byte_vector file = sample().compression({9, Z_FIXED, 15, 8}).bytes();
 
     EXPECT_EQ(both_passes(file), kFullMalformed);
 }
 
-TEST(PngIdat, FailsTheFullPassWithMoreThanTheRowsTake) {
+TEST(PngIdat, FailsTheFullPassWithMoreDataThanTheRows) {
     byte_vector rows = sample().filtered();
     EXPECT_EQ(with_stream(deflate_maker().stored(rows, block_is::last).bytes()), kBothOk);
     rows.push_back(0);
     EXPECT_EQ(with_stream(deflate_maker().stored(rows, block_is::last).bytes()), kFullMalformed);
 }
 
-TEST(PngIdat, MayEndWithAnEmptyBlockBehindTheLastRow) {
+TEST(PngIdat, MayEndWithAnEmptyBlockAfterTheLastRow) {
     deflate_maker maker;
     maker.stored(sample().filtered(), block_is::followed).stored({}, block_is::last);
 
     EXPECT_EQ(with_stream(maker.bytes()), kBothOk);
 }
 
-// Kept on purpose: the number of bytes is not compared with what the rows take.
-TEST(PngIdat, MayHaveFewerBytesThanTheRowsTake) {
+// Kept on purpose: the number of bytes is not compared with the size of the rows.
+TEST(PngIdat, MayHaveLessDataThanTheRows) {
     const byte_vector file =
         png()
             .gray(3, 2)
@@ -156,10 +156,10 @@ TEST(PngIdat, MayHaveFewerBytesThanTheRowsTake) {
 
     EXPECT_EQ(full_pass(file, surface), kPngOk);
 
-    EXPECT_EQ(slice(pixel_block(surface), 0, 6), (byte_vector{10, 11, 11, 0, 0, 0}));
+    EXPECT_EQ(slice(pixel_buffer(surface), 0, 6), (byte_vector{10, 11, 11, 0, 0, 0}));
 }
 
-TEST(PngIdat, MayHaveNoBytesOfImageAtAll) {
+TEST(PngIdat, MayHaveNoDataAtAll) {
     EXPECT_EQ(with_stream(deflate_maker().stored({}, block_is::last).bytes()), kBothOk);
 }
 
@@ -167,7 +167,7 @@ TEST(PngIdat, MayHaveNoBytesOfImageAtAll) {
 TEST(PngIdat, MayEndInAMatchThatGoesBeyondTheLastRow) {
     deflate_maker maker;
     maker.stored({0, 1, 2, 3}, block_is::followed);
-    maker.dynamic(usual_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 0, 0, 1}),
+    maker.dynamic(simple_header(lengths_of(286, {{256, 1}, {285, 1}}), {0, 0, 0, 1}),
                   block_is::last);
     maker.match(258, 4).end();
     const byte_vector file = png().gray(3, 5).deflate_stream(maker.bytes()).bytes();
@@ -175,12 +175,12 @@ TEST(PngIdat, MayEndInAMatchThatGoesBeyondTheLastRow) {
     const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
-    EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 15),
+    EXPECT_EQ(slice(pixel_buffer(*outcome.surface), 0, 15),
               (byte_vector{1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3, 1, 2, 3}));
 }
 
 TEST(PngIdat, KeepsBitsOfOneChunkForTheNext) {
-    // Long codes and extra bits fall across every cut.
+    // Long codes and extra bits cross every split.
     test_rng rng(70);
     for (int round = 0; round < 100; ++round) {
         const uint32_t height = random_between(rng, 1, 12);

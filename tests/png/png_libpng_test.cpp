@@ -1,4 +1,4 @@
-// The decoder against libpng, on generated images of every type, filter, compression and cut.
+// The decoder compared with libpng, for generated images of every type, filter, compression and split.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Where a random image gets its new IDAT chunks, none of them shorter than two bytes.
+// Random offsets of IDAT chunks, each at least two bytes long.
 std::vector<size_t> random_splits(test_rng& rng, size_t size) {
     std::vector<size_t> splits;
     const uint32_t longest = 2U << rng() % 10;
@@ -54,7 +54,7 @@ png_maker random_image(test_rng& rng, uint8_t type) {
 
 // Entries without their alpha.
 byte_vector palette_colors(const DsSurface& surface) {
-    const byte_vector palette = palette_block(surface);
+    const byte_vector palette = palette_buffer(surface);
     byte_vector colors;
     for (size_t i = 0; i < palette.size(); i += 3U + surface.getPaletteHasAlpha()) {
         append(colors, slice(palette, i, 3));
@@ -89,7 +89,7 @@ TEST_P(PngAgainstLibpng, DecodesTheSamePixelsUnlessFixedCodesAreUsed) {
         ASSERT_EQ(outcome.info.width, expected->width);
         ASSERT_EQ(outcome.info.height, expected->height);
         ASSERT_TRUE(same_pixels(expected->pixels,
-                                slice(pixel_block(*outcome.surface), 0, expected->pixels.size()),
+                                slice(pixel_buffer(*outcome.surface), 0, expected->pixels.size()),
                                 layout_of(*expected)));
         if (GetParam() == kIndexed) {
             ASSERT_TRUE(same_bytes(expected->palette, palette_colors(*outcome.surface)));
@@ -112,7 +112,7 @@ TEST_P(PngAgainstLibpng, DecodesTheSamePixelsOfLongAndFlatImages) {
         ASSERT_TRUE(expected) << size.width << " x " << size.height;
         ASSERT_EQ(outcome.result, kPngOk) << size.width << " x " << size.height;
         ASSERT_TRUE(same_pixels(expected->pixels,
-                                slice(pixel_block(*outcome.surface), 0, expected->pixels.size()),
+                                slice(pixel_buffer(*outcome.surface), 0, expected->pixels.size()),
                                 layout_of(*expected)))
             << "type " << +GetParam();
     }

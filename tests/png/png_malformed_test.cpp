@@ -1,5 +1,5 @@
-// Broken files: every truncation and every changed byte of some small images ends in a surface or
-// in none, the same one each time, and (under sanitizers) without a single stray access.
+// Damaged files: every truncation and every changed byte of some small images gives a surface or null, the
+// same in every run and (with sanitizers) without an access outside the buffers.
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_runs.h"
@@ -50,9 +50,9 @@ conversion_t convert(const byte_vector& file, bool alpha_only) {
         if (surface != nullptr) {
             result.serialized.resize(surface->serialize(nullptr));
             surface->serialize(result.serialized.data());
-            result.pixels = pixel_block(*surface);
+            result.pixels = pixel_buffer(*surface);
             if (surface->getPalette() != nullptr) {
-                result.palette = palette_block(*surface);
+                result.palette = palette_buffer(*surface);
             }
         }
     } catch (const std::bad_alloc&) {
@@ -61,12 +61,12 @@ conversion_t convert(const byte_vector& file, bool alpha_only) {
     return result;
 }
 
-// Into a surface that fits something else, and whose fences are checked.
+// Decodes into a surface of another size, whose fences are checked.
 void expect_repeatable_in_another_surface(const byte_vector& file) {
     DsSurface first = roomy_surface();
     DsSurface second = roomy_surface();
     ASSERT_EQ(full_pass(file, first), full_pass(file, second));
-    ASSERT_TRUE(same_pixels(pixel_block(first), pixel_block(second), layout_of(first)));
+    ASSERT_TRUE(same_pixels(pixel_buffer(first), pixel_buffer(second), layout_of(first)));
 }
 
 void expect_repeatable(const byte_vector& file) {
@@ -77,7 +77,7 @@ void expect_repeatable(const byte_vector& file) {
     expect_repeatable_in_another_surface(file);
 }
 
-TEST(PngMalformed, TheSoundImagesAreSound) {
+TEST(PngMalformed, TheOriginalImagesAreValid) {
     size_t image = 0;
     for (const png_maker& maker : small_images()) {
         SCOPED_TRACE(testing::Message() << "image " << image++);
@@ -86,7 +86,7 @@ TEST(PngMalformed, TheSoundImagesAreSound) {
     }
 }
 
-TEST(PngMalformed, EveryTruncationIsRefused) {
+TEST(PngMalformed, EveryTruncationIsRejected) {
     size_t image = 0;
     for (const png_maker& maker : small_images()) {
         SCOPED_TRACE(testing::Message() << "image " << image++);
@@ -98,7 +98,7 @@ TEST(PngMalformed, EveryTruncationIsRefused) {
     }
 }
 
-TEST(PngMalformed, EveryChangedByteIsRefused) {
+TEST(PngMalformed, EveryChangedByteIsRejected) {
     size_t image = 0;
     for (const png_maker& maker : small_images()) {
         SCOPED_TRACE(testing::Message() << "image " << image++);
@@ -114,14 +114,14 @@ TEST(PngMalformed, EveryChangedByteIsRefused) {
     }
 }
 
-TEST(PngMalformed, EveryChangedByteWithMendedCrcsEndsInTheSameWayTwice) {
+TEST(PngMalformed, EveryChangedByteWithCorrectedCrcsGivesTheSameResultTwice) {
     size_t image = 0;
     for (const png_maker& maker : small_images()) {
         SCOPED_TRACE(testing::Message() << "image " << image++);
         const byte_vector sound = maker.bytes();
         for (size_t position = 0; position < sound.size(); ++position) {
             if (position >= kSizesBegin && position < kSizesEnd) {
-                continue; // sizes are changed on their own, below
+                continue; // sizes are changed by the tests below
             }
             for (uint32_t value = 0; value < 256; value += position % 2 == 0 ? 3 : 5) {
                 byte_vector file = sound;
@@ -133,8 +133,8 @@ TEST(PngMalformed, EveryChangedByteWithMendedCrcsEndsInTheSameWayTwice) {
     }
 }
 
-// Other sizes than the data have: the low bytes in full, since the surfaces stay small.
-TEST(PngMalformed, EveryChangedLowSizeByteEndsInTheSameWayTwice) {
+// Sizes that differ from those of the data: all values of the low bytes, because the surfaces stay small.
+TEST(PngMalformed, EveryChangedLowSizeByteGivesTheSameResultTwice) {
     size_t image = 0;
     for (const png_maker& maker : small_images()) {
         SCOPED_TRACE(testing::Message() << "image " << image++);
@@ -164,7 +164,7 @@ TEST(PngMalformed, EveryChangedSizeByteStaysInsideASurfaceOfAnotherSize) {
     }
 }
 
-TEST(PngMalformed, RandomDamageToTheImageDataEndsInTheSameWayTwice) {
+TEST(PngMalformed, RandomDamageToTheImageDataGivesTheSameResultTwice) {
     test_rng rng(110);
     size_t image = 0;
     for (const png_maker& maker : small_images()) {
@@ -181,7 +181,7 @@ TEST(PngMalformed, RandomDamageToTheImageDataEndsInTheSameWayTwice) {
     }
 }
 
-TEST(PngMalformed, RandomBytesBehindASignatureAreRefused) {
+TEST(PngMalformed, RandomBytesAfterASignatureAreRejected) {
     test_rng rng(111);
     for (int round = 0; round < 2000; ++round) {
         byte_vector file = slice(png().gray(4, 4).bytes(), 0, rng() % 40);

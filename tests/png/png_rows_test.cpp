@@ -1,5 +1,5 @@
-// Rows: every filter on every type, laid in place into the block that their own data come from,
-// held against a plain model of that one array.
+// Rows: every filter for every type, converted in place in the buffer of their own data, compared with a
+// simple model of that buffer.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/fenced_surface.h"
 #include "tests/support/png_maker.h"
@@ -12,8 +12,8 @@
 
 namespace {
 
-// Heights that are multiples of 4 leave no slack behind the rows: row 0 then lies one byte behind
-// its own source.
+// With a height that is a multiple of 4 there are no extra bytes: the target of row 0 then starts one byte
+// before its source.
 constexpr uint32_t kHeights[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 64, 128, 256};
 
 void fill_block(DsSurface& surface, const byte_vector& bytes) {
@@ -29,8 +29,8 @@ byte_vector surface_order(byte_vector samples, uint8_t color_type) {
     return samples;
 }
 
-// Decodes into a surface as the header pass asks for it, whose block holds noise before, and
-// compares the whole block with the model's.
+// Decodes into a surface that fits and is filled with noise, and compares the whole buffer with the
+// model's.
 void expect_as_modelled(const png_maker& maker) {
     const byte_vector file = maker.bytes();
     const png_info_t info = header_pass(file).info;
@@ -38,12 +38,12 @@ void expect_as_modelled(const png_maker& maker) {
     const byte_vector before = make_bytes(data_kind::noise, surface.getDataSize(), 80);
     fill_block(surface, before);
     const row_layout_t layout{info.colorType, info.width, info.height, surface.getStride()};
-    const model_block_t expected = model_rows(before, layout, maker.filtered());
+    const model_buffer_t expected = model_rows(before, layout, maker.filtered());
     ASSERT_TRUE(expected.stays_inside);
 
     ASSERT_EQ(full_pass(file, surface), kPngOk);
 
-    ASSERT_EQ(pixel_block(surface), expected.bytes)
+    ASSERT_EQ(pixel_buffer(surface), expected.bytes)
         << "type " << +info.colorType << ", " << info.width << " x " << info.height;
 }
 
@@ -59,7 +59,7 @@ TEST_P(PngRowsOfType, UndoEveryFilterInPlaceAtEveryHeight) {
                 png_maker maker = png().image(GetParam(), width, height).filter(filter);
                 const decode_outcome_t outcome = decode_png(maker.bytes());
                 ASSERT_EQ(outcome.result, kPngOk);
-                ASSERT_EQ(slice(pixel_block(*outcome.surface), 0, maker.samples().size()),
+                ASSERT_EQ(slice(pixel_buffer(*outcome.surface), 0, maker.samples().size()),
                           surface_order(maker.samples(), GetParam()))
                     << "filter " << +filter << ", " << width << " x " << height;
             }
@@ -67,7 +67,7 @@ TEST_P(PngRowsOfType, UndoEveryFilterInPlaceAtEveryHeight) {
     }
 }
 
-TEST_P(PngRowsOfType, LeaveTheWholeBlockAsTheModelDoes) {
+TEST_P(PngRowsOfType, LeaveTheWholeBufferAsTheModelDoes) {
     for (const uint32_t height : kHeights) {
         for (const uint32_t width : {1U, 2U, 3U, 5U, 16U, 31U}) {
             expect_as_modelled(png().image(GetParam(), width, height));
@@ -75,7 +75,7 @@ TEST_P(PngRowsOfType, LeaveTheWholeBlockAsTheModelDoes) {
     }
 }
 
-TEST_P(PngRowsOfType, TakeWhatIsMissingOfTheDataForWhatTheBlockHeld) {
+TEST_P(PngRowsOfType, UseTheOldBufferContentForMissingData) {
     for (uint32_t rows = 0; rows < 8; ++rows) {
         png_maker maker = png().image(GetParam(), 5, 8);
         const size_t row_bytes = 5 * samples_per_pixel(GetParam()) + 1;
@@ -84,8 +84,8 @@ TEST_P(PngRowsOfType, TakeWhatIsMissingOfTheDataForWhatTheBlockHeld) {
     }
 }
 
-// Kept on purpose: nothing is resynchronised behind an unknown filter byte.
-TEST_P(PngRowsOfType, WithAnUnknownFilterTakeOneByteAndLeaveTheirTargetAlone) {
+// Kept on purpose: nothing is resynchronized after an unknown filter byte.
+TEST_P(PngRowsOfType, WithAnUnknownFilterUseOneByteAndKeepTheirTarget) {
     png_maker maker = png().image(GetParam(), 3, 4);
     const byte_vector samples = make_bytes(data_kind::noise, 9U * samples_per_pixel(GetParam()), 5);
     const byte_vector rows =
@@ -99,14 +99,14 @@ TEST_P(PngRowsOfType, WithAnUnknownFilterTakeOneByteAndLeaveTheirTargetAlone) {
     }
 }
 
-TEST_P(PngRowsOfType, WithEveryUnknownFilterByteAreSkippedAlike) {
+TEST_P(PngRowsOfType, WithAnyUnknownFilterAreSkipped) {
     for (uint32_t filter = 5; filter < 256; ++filter) {
         const byte_vector filtered(4, static_cast<uint8_t>(filter));
         expect_as_modelled(png().image(GetParam(), 2, 4).rows(filtered));
     }
 }
 
-// With the source left behind, targets overtake it: what the model's single array gives is exact.
+// Targets that overtake their source: the model with its single array gives the exact result.
 TEST_P(PngRowsOfType, OvertakeTheirSourceAsTheModelDoes) {
     test_rng rng(81);
     for (int round = 0; round < 400; ++round) {
@@ -136,7 +136,7 @@ TEST_P(PngRowsOfType, ReverseTheFiltersOnExtremeSamples) {
         maker.pixels(samples).filter(filter);
         const decode_outcome_t outcome = decode_png(maker.bytes());
         ASSERT_EQ(outcome.result, kPngOk);
-        ASSERT_EQ(slice(pixel_block(*outcome.surface), 0, samples.size()),
+        ASSERT_EQ(slice(pixel_buffer(*outcome.surface), 0, samples.size()),
                   surface_order(samples, GetParam()));
     }
 }
@@ -149,37 +149,37 @@ TEST(PngRows, AddWithoutOverflowInAverage) {
 
     ASSERT_EQ(outcome.result, kPngOk);
     // 255 + 255 / 2 is 126 modulo 256; 1 + (126 + 255) / 2 is 191.
-    EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 4), (byte_vector{255, 255, 126, 191}));
+    EXPECT_EQ(slice(pixel_buffer(*outcome.surface), 0, 4), (byte_vector{255, 255, 126, 191}));
 }
 
 TEST(PngRows, PreferLeftToUpLeftInPaeth) {
-    // Left 14, up 8, up-left 10: the estimate 12 is as near to left as to up-left.
+    // Left 14, up 8, up-left 10: the estimate 12 has the same distance from left and from up-left.
     const byte_vector file = png().gray(2, 2).rows({0, 10, 8, 4, 4, 1}).bytes();
 
     const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
-    EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 4), (byte_vector{10, 8, 14, 15}));
+    EXPECT_EQ(slice(pixel_buffer(*outcome.surface), 0, 4), (byte_vector{10, 8, 14, 15}));
 }
 
 TEST(PngRows, PreferUpToUpLeftInPaeth) {
-    // Left 8, up 14, up-left 10: the estimate 12 is as near to up as to up-left.
+    // Left 8, up 14, up-left 10: the estimate 12 has the same distance from up and from up-left.
     const byte_vector file = png().gray(2, 2).rows({0, 10, 14, 4, 254, 1}).bytes();
 
     const decode_outcome_t outcome = decode_png(file);
 
     ASSERT_EQ(outcome.result, kPngOk);
-    EXPECT_EQ(slice(pixel_block(*outcome.surface), 0, 4), (byte_vector{10, 14, 8, 15}));
+    EXPECT_EQ(slice(pixel_buffer(*outcome.surface), 0, 4), (byte_vector{10, 14, 8, 15}));
 }
 
-TEST(PngRows, TakeASkippedRowAsTheUpRow) {
+TEST(PngRows, UseASkippedRowAsTheUpRow) {
     const byte_vector file = png().gray(2, 3).rows({0, 10, 20, 9, 2, 1, 1}).bytes();
     DsSurface surface = fenced_surface({2, 3, DsColorMode::I8, 0, 256, 30});
     fill_block(surface, byte_vector(surface.getDataSize(), 100));
 
     ASSERT_EQ(full_pass(file, surface), kPngOk);
 
-    EXPECT_EQ(slice(pixel_block(surface), 0, 6), (byte_vector{10, 20, 100, 100, 101, 101}));
+    EXPECT_EQ(slice(pixel_buffer(surface), 0, 6), (byte_vector{10, 20, 100, 100, 101, 101}));
 }
 
 TEST(PngRows, ReverseRedAndBlueOnly) {
@@ -187,13 +187,13 @@ TEST(PngRows, ReverseRedAndBlueOnly) {
     const byte_vector rgba = png().rgba(1, 1).rows({0, 1, 2, 3, 4}).bytes();
     const byte_vector gray_alpha = png().gray_alpha(1, 1).rows({0, 1, 2}).bytes();
 
-    EXPECT_EQ(slice(pixel_block(*decode_png(rgb).surface), 0, 3), (byte_vector{3, 2, 1}));
-    EXPECT_EQ(slice(pixel_block(*decode_png(rgba).surface), 0, 4), (byte_vector{3, 2, 1, 4}));
-    EXPECT_EQ(slice(pixel_block(*decode_png(gray_alpha).surface), 0, 2), (byte_vector{1, 2}));
+    EXPECT_EQ(slice(pixel_buffer(*decode_png(rgb).surface), 0, 3), (byte_vector{3, 2, 1}));
+    EXPECT_EQ(slice(pixel_buffer(*decode_png(rgba).surface), 0, 4), (byte_vector{3, 2, 1, 4}));
+    EXPECT_EQ(slice(pixel_buffer(*decode_png(gray_alpha).surface), 0, 2), (byte_vector{1, 2}));
 }
 
-// Kept on purpose: a key color widens the surface's mode but not the rows, which stay packed at
-// the start of each surface row; the rest of the row keeps what the block held.
+// Kept on purpose: a key color widens the surface's mode but not the rows, which stay packed at the start
+// of each surface row. The rest of the row keeps its old content.
 TEST(PngRows, WithAKeyColorStayInTheirNarrowLayout) {
     for (const uint32_t height : kHeights) {
         for (const uint32_t width : {1U, 2U, 3U, 7U, 20U}) {
@@ -203,25 +203,25 @@ TEST(PngRows, WithAKeyColorStayInTheirNarrowLayout) {
     }
 }
 
-TEST(PngRows, WithAKeyColorLeaveInflatedBytesBehindThem) {
+TEST(PngRows, WithAKeyColorLeaveInflatedBytesAfterThem) {
     png_maker maker = png().gray(2, 2).filter(kNone).pixels(byte_vector{1, 2, 3, 4}).trns({0, 1});
     DsSurface surface = fenced_surface_for(header_pass(maker.bytes()).info);
     fill_block(surface, byte_vector(surface.getDataSize(), 0));
 
     ASSERT_EQ(full_pass(maker.bytes(), surface), kPngOk);
 
-    // 8 bytes of rows and 4 more; the 6 inflated ones came to lie at byte 6.
-    EXPECT_EQ(pixel_block(surface), (byte_vector{1, 2, 0, 0, 3, 4, 0, 1, 2, 0, 3, 4}));
+    // 8 bytes of rows and 4 extra bytes. The 6 inflated bytes started at byte 6.
+    EXPECT_EQ(pixel_buffer(surface), (byte_vector{1, 2, 0, 0, 3, 4, 0, 1, 2, 0, 3, 4}));
 }
 
-// Key colors are checked but applied to no pixel.
+// Key colors are checked but change no pixel.
 TEST(PngRows, IgnoreTheValueOfTheKeyColor) {
     png_maker first = png().rgb(4, 4);
     png_maker second = first;
     const decode_outcome_t one = decode_png(first.trns({0, 0, 0, 0, 0, 0}).bytes());
     const decode_outcome_t other = decode_png(second.trns({0, 255, 0, 255, 0, 255}).bytes());
 
-    EXPECT_EQ(pixel_block(*one.surface), pixel_block(*other.surface));
+    EXPECT_EQ(pixel_buffer(*one.surface), pixel_buffer(*other.surface));
 }
 
 } // namespace

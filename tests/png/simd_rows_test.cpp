@@ -1,5 +1,5 @@
-// The row functions of each backend beside the scalar ones, on whole blocks, so that a byte too many shows; and the
-// arithmetic of Paeth for all bytes.
+// The row functions of each backend compared with the scalar ones, on whole buffers, so that every excess byte is
+// found; and the arithmetic of Paeth for all bytes.
 #include "png/internal/png_rows.h"
 #include "png/internal/row_backend.h"
 #include "png/internal/scalar_rows.h"
@@ -67,7 +67,7 @@ TEST(SimdFilters, AverageAllBytes) {
 struct image_t {
     uint32_t pixel_bytes, width, height;
     uint64_t stride;
-    uint64_t room; // bytes in front of the filtered rows
+    uint64_t room; // bytes before the filtered rows
     uint32_t seed;
 };
 
@@ -75,46 +75,46 @@ uint64_t row_bytes(const image_t& image) {
     return uint64_t{image.width} * image.pixel_bytes;
 }
 
-// A block of noise whose rows have filters chosen by `filter_of`.
+// A buffer of noise whose rows have filters chosen by `filter_of`.
 template <typename filter_of_t>
-byte_vector filtered_block(const image_t& image, filter_of_t filter_of) {
+byte_vector filtered_buffer(const image_t& image, filter_of_t filter_of) {
     const uint64_t filtered = row_bytes(image) + 1;
-    byte_vector block =
+    byte_vector buffer =
         make_bytes(data_kind::noise, image.room + filtered * image.height, image.seed);
     for (uint32_t row = 0; row < image.height; ++row) {
-        block[image.room + row * filtered] = static_cast<uint8_t>(filter_of(row));
+        buffer[image.room + row * filtered] = static_cast<uint8_t>(filter_of(row));
     }
-    return block;
+    return buffer;
 }
 
 struct conversion_t {
     fault_t fault;
-    byte_vector block;
+    byte_vector buffer;
 };
 
-conversion_t convert(const image_t& image, byte_vector block) {
-    const fault_t fault = png_convert_rows({.buffer = block.data(),
-                                            .bufferSize = block.size(),
+conversion_t convert(const image_t& image, byte_vector buffer) {
+    const fault_t fault = png_convert_rows({.buffer = buffer.data(),
+                                            .bufferSize = buffer.size(),
                                             .sourceOffset = image.room,
                                             .stride = image.stride,
                                             .width = image.width,
                                             .height = image.height,
                                             .bytesPerPixel = image.pixel_bytes});
-    return {fault, std::move(block)};
+    return {fault, std::move(buffer)};
 }
 
-void expect_same_from_each_backend(const image_t& image, const byte_vector& block) {
+void expect_same_from_each_backend(const image_t& image, const byte_vector& buffer) {
     const conversion_t expected = [&] {
         const WithBackend scalar("scalar");
-        return convert(image, block);
+        return convert(image, buffer);
     }();
     forEachBackend([&] {
         SCOPED_TRACE(testing::Message()
                      << image.pixel_bytes << " bytes a pixel, stride " << image.stride << ", room "
                      << image.room << ", seed " << image.seed);
-        const conversion_t got = convert(image, block);
+        const conversion_t got = convert(image, buffer);
         EXPECT_EQ(got.fault, expected.fault);
-        EXPECT_TRUE(same_pixels(expected.block, got.block,
+        EXPECT_TRUE(same_pixels(expected.buffer, got.buffer,
                                 {image.width, image.height, image.stride, image.pixel_bytes}));
     });
 }
@@ -129,42 +129,42 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFilterAndWidth) {
         for (uint32_t width = 1; width <= 40; ++width) {
             const image_t image{GetParam(), width, 9, uint64_t{width} * GetParam(), 0, width};
             expect_same_from_each_backend(image,
-                                          filtered_block(image, [=](uint32_t) { return filter; }));
+                                          filtered_buffer(image, [=](uint32_t) { return filter; }));
         }
     }
 }
 
-// 5^4 groups, each behind a row of its own.
+// 5^4 groups, each after a separate row.
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFourFilters) {
     for (uint32_t group = 0; group < 625; ++group) {
         const image_t image{GetParam(), 7, 5, uint64_t{7} * GetParam(), 0, group};
         const uint32_t filters[] = {1, group % 5, group / 5 % 5, group / 25 % 5, group / 125};
         expect_same_from_each_backend(
-            image, filtered_block(image, [&](uint32_t row) { return filters[row]; }));
+            image, filtered_buffer(image, [&](uint32_t row) { return filters[row]; }));
     }
 }
 
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForManyPaethPixels) {
     for (uint32_t seed = 41; seed < 45; ++seed) {
         const image_t image{GetParam(), 4096, 5, uint64_t{4096} * GetParam(), 0, seed};
-        expect_same_from_each_backend(image, filtered_block(image, [](uint32_t row) {
+        expect_same_from_each_backend(image, filtered_buffer(image, [](uint32_t row) {
                                           return row == 0 ? kFilterNone : kFilterPaeth;
                                       }));
     }
 }
 
-TEST_P(PngRowsOnBackends, EqualTheScalarOnesWhereRowsAreAtTheLimitOfAWavefront) {
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesAtTheMaxRowSizeOfAWavefront) {
     const auto limit = static_cast<uint32_t>(kWavefrontRowBytes / GetParam());
     for (const uint32_t width : {limit - 1, limit, limit + 1}) {
         const image_t image{GetParam(), width, 6, uint64_t{width} * GetParam(), 0, width};
         expect_same_from_each_backend(
-            image, filtered_block(image, [](uint32_t row) { return 4 - row % 2; }));
+            image, filtered_buffer(image, [](uint32_t row) { return 4 - row % 2; }));
     }
 }
 
-// Surfaces made by others: rows that lie apart or overlap, and pixels that overtake their source behind rows with
-// unknown filters, which take one byte.
-TEST_P(PngRowsOnBackends, EqualTheScalarOnesInBlocksOfAnyShape) {
+// Any surfaces: rows with gaps or overlaps, and pixels that overtake their source after rows with unknown filters,
+// which use one byte.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesInBuffersOfAnyShape) {
     test_rng rng(42);
     for (int round = 0; round < 4000; ++round) {
         image_t image{GetParam(), random_between(rng, 1, 12), random_between(rng, 1, 14),
@@ -172,33 +172,33 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesInBlocksOfAnyShape) {
         image.stride =
             random_between(rng, 0, 2) == 0 ? random_between(rng, 0, 60) : row_bytes(image);
         const uint32_t unknown = random_between(rng, 0, 1);
-        expect_same_from_each_backend(image, filtered_block(image, [&](uint32_t) {
+        expect_same_from_each_backend(image, filtered_buffer(image, [&](uint32_t) {
                                           return random_between(rng, 0, 4 + unknown);
                                       }));
     }
 }
 
-// A decoder never hands over such a block; the walk rejects it all the same.
-TEST_P(PngRowsOnBackends, EqualTheScalarOnesWhereTheBlockEndsInsideARow) {
+// The decoder never passes such a buffer, but the row loop rejects it.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesIfTheBufferEndsInsideARow) {
     for (const uint32_t filter : {kFilterUp, kFilterPaeth}) {
         const image_t image{GetParam(), 9, 7, uint64_t{9} * GetParam(), 200, filter};
-        byte_vector block = filtered_block(image, [=](uint32_t) { return filter; });
-        for (; block.size() >= image.room; block.pop_back()) {
-            expect_same_from_each_backend(image, byte_vector(block));
+        byte_vector buffer = filtered_buffer(image, [=](uint32_t) { return filter; });
+        for (; buffer.size() >= image.room; buffer.pop_back()) {
+            expect_same_from_each_backend(image, byte_vector(buffer));
         }
     }
 }
 
-// Multiples of such strides come round to the block's start. Rows with unknown filters keep the walk going that far.
+// Multiples of such strides wrap to the buffer's start. Rows with unknown filters keep the loop running that far.
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForStridesWhoseMultiplesWrap) {
     for (const uint64_t stride : {uint64_t{1} << 62, uint64_t{1} << 63, ~uint64_t{0} / 3 + 1,
                                   ~uint64_t{0} / 4 + 3, ~uint64_t{0} - 20, ~uint64_t{0}}) {
         for (uint32_t unknown = 0; unknown < 7; ++unknown) {
             image_t image{GetParam(), 8, 12, stride, 100, unknown};
-            byte_vector block = filtered_block(image, [](uint32_t) { return 4; });
-            image.room -= unknown; // each of these rows is its filter alone
-            std::fill_n(block.begin() + static_cast<ptrdiff_t>(image.room), unknown, kFilterCount);
-            expect_same_from_each_backend(image, block);
+            byte_vector buffer = filtered_buffer(image, [](uint32_t) { return 4; });
+            image.room -= unknown; // each of these rows is only its filter byte
+            std::fill_n(buffer.begin() + static_cast<ptrdiff_t>(image.room), unknown, kFilterCount);
+            expect_same_from_each_backend(image, buffer);
         }
     }
 }

@@ -1,5 +1,5 @@
-// From the bytes of a file to a new surface: its mode, size, palette and pixels, and what gives
-// none.
+// From the bytes of a file to a new surface: its mode, size, palette and pixels, and files without a
+// result.
 #include "png/surface_from_png.h"
 
 #include "tests/support/deflate_maker.h"
@@ -12,8 +12,7 @@
 #include <gtest/gtest.h>
 #include <new>
 
-// Allocations that cannot be satisfied are to return null under AddressSanitizer as they do
-// without.
+// Allocations without enough memory must return null under AddressSanitizer, too.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
     return "allocator_may_return_null=1";
@@ -21,7 +20,7 @@ extern "C" const char* __asan_default_options() {
 
 namespace {
 
-TEST(SurfaceFromPng, MakesAnI8SurfaceWithAGrayRampOfAGrayImage) {
+TEST(SurfaceFromPng, MakesAnI8SurfaceWithAGrayRampFromAGrayImage) {
     png_maker maker = png().gray(5, 3);
 
     const auto surface = convert_png(maker.bytes());
@@ -34,34 +33,34 @@ TEST(SurfaceFromPng, MakesAnI8SurfaceWithAGrayRampOfAGrayImage) {
     EXPECT_EQ(surface->getRotation(), 0U);
     EXPECT_EQ(surface->getPaletteHasAlpha(), 0);
     ASSERT_EQ(surface->getPaletteSize(), 256);
-    EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_block(*surface), 0, 15), {5, 3, 5, 1}));
-    const byte_vector palette = palette_block(*surface);
+    EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_buffer(*surface), 0, 15), {5, 3, 5, 1}));
+    const byte_vector palette = palette_buffer(*surface);
     for (size_t i = 0; i < palette.size(); ++i) {
         ASSERT_EQ(palette[i], i / 3) << "byte " << i;
     }
 }
 
-TEST(SurfaceFromPng, MakesAnI8SurfaceOfAnIndexedImage) {
+TEST(SurfaceFromPng, MakesAnI8SurfaceFromAnIndexedImage) {
     png_maker maker = png().indexed(4, 2).plte({1, 2, 3, 4, 5, 6}).filter(kNone);
 
     const auto surface = convert_png(maker.pixels({0, 1, 0, 1, 1, 0, 1, 0}).bytes());
 
     ASSERT_NE(surface, nullptr);
     EXPECT_EQ(surface->getColorMode(), DsColorMode::I8);
-    EXPECT_EQ(palette_block(*surface), (byte_vector{3, 2, 1, 6, 5, 4}));
-    EXPECT_EQ(slice(pixel_block(*surface), 0, 8), (byte_vector{0, 1, 0, 1, 1, 0, 1, 0}));
+    EXPECT_EQ(palette_buffer(*surface), (byte_vector{3, 2, 1, 6, 5, 4}));
+    EXPECT_EQ(slice(pixel_buffer(*surface), 0, 8), (byte_vector{0, 1, 0, 1, 1, 0, 1, 0}));
 }
 
-TEST(SurfaceFromPng, MakesAPaletteWithAlphaOfAnIndexedImageWithTrns) {
+TEST(SurfaceFromPng, MakesAPaletteWithAlphaFromAnIndexedImageWithTrns) {
     const auto surface =
         convert_png(png().indexed(4, 2).plte({1, 2, 3, 4, 5, 6}).trns({7}).bytes());
 
     ASSERT_NE(surface, nullptr);
     EXPECT_EQ(surface->getPaletteHasAlpha(), 1);
-    EXPECT_EQ(palette_block(*surface), (byte_vector{3, 2, 1, 7, 6, 5, 4, 0}));
+    EXPECT_EQ(palette_buffer(*surface), (byte_vector{3, 2, 1, 7, 6, 5, 4, 0}));
 }
 
-TEST(SurfaceFromPng, MakesTheModeThatTheColorTypeAsksFor) {
+TEST(SurfaceFromPng, UsesTheModeOfTheColorType) {
     const auto rgb = convert_png(png().rgb(3, 2).bytes());
     const auto gray_alpha = convert_png(png().gray_alpha(3, 2).bytes());
     const auto rgba = convert_png(png().rgba(3, 2).bytes());
@@ -77,14 +76,14 @@ TEST(SurfaceFromPng, MakesTheModeThatTheColorTypeAsksFor) {
     EXPECT_EQ(rgba->getPalette(), nullptr);
 }
 
-TEST(SurfaceFromPng, ReservesOneByteARowBehindThePixels) {
+TEST(SurfaceFromPng, ReservesOneBytePerRowAfterThePixels) {
     for (uint32_t height = 1; height <= 9; ++height) {
         const auto surface = convert_png(png().rgb(3, height).bytes());
         EXPECT_EQ(surface->getDataSize(), 9 * height + (height + 3) / 4 * 4) << height << " rows";
     }
 }
 
-TEST(SurfaceFromPng, OwnsItsBlocksAndMayBeTurned) {
+TEST(SurfaceFromPng, OwnsItsBuffersAndCanBeRotated) {
     const auto surface = convert_png(png().rgb(3, 2).bytes());
 
     surface->rotate(90);
@@ -94,7 +93,7 @@ TEST(SurfaceFromPng, OwnsItsBlocksAndMayBeTurned) {
 
 // --- Alpha only
 
-TEST(SurfaceFromPng, MakesAnA8SurfaceOfTheGrayValuesIfAskedTo) {
+TEST(SurfaceFromPng, MakesAnA8SurfaceFromTheGrayValuesForAlphaOnly) {
     png_maker maker = png().gray(6, 4);
 
     const auto surface = convert_png(maker.bytes(), true);
@@ -104,21 +103,21 @@ TEST(SurfaceFromPng, MakesAnA8SurfaceOfTheGrayValuesIfAskedTo) {
     EXPECT_EQ(surface->getPaletteSize(), 0);
     EXPECT_EQ(surface->getPalette(), nullptr);
     EXPECT_EQ(surface->getStride(), 6U);
-    EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_block(*surface), 0, 24), {6, 4, 6, 1}));
+    EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_buffer(*surface), 0, 24), {6, 4, 6, 1}));
 }
 
-TEST(SurfaceFromPng, MakesAnA8SurfaceOfAGrayImageWithAKeyColor) {
+TEST(SurfaceFromPng, MakesAnA8SurfaceFromAGrayImageWithAKeyColor) {
     png_maker maker = png().gray(6, 4).trns({0, 5});
 
     const auto surface = convert_png(maker.bytes(), true);
 
     ASSERT_NE(surface, nullptr);
     EXPECT_EQ(surface->getColorMode(), DsColorMode::A8);
-    EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_block(*surface), 0, 24), {6, 4, 6, 1}));
+    EXPECT_TRUE(same_pixels(maker.samples(), slice(pixel_buffer(*surface), 0, 24), {6, 4, 6, 1}));
 }
 
-// Kept on purpose: only plain grayscale becomes alpha.
-TEST(SurfaceFromPng, RefusesOtherTypesAsAlphaOnly) {
+// Kept on purpose: only grayscale without alpha becomes an alpha-only surface.
+TEST(SurfaceFromPng, RejectsOtherTypesAsAlphaOnly) {
     for (const uint8_t type : {kRgb, kIndexed, kGrayAlpha, kRgba}) {
         EXPECT_EQ(convert_png(png().image(type, 4, 4).bytes(), true), nullptr) << +type;
     }
@@ -126,7 +125,7 @@ TEST(SurfaceFromPng, RefusesOtherTypesAsAlphaOnly) {
 
 // --- Key colors
 
-TEST(SurfaceFromPng, KeepsZerosAndInflatedBytesBehindTheRowsOfAKeyedImage) {
+TEST(SurfaceFromPng, KeepsZerosAndInflatedBytesAfterTheRowsOfAKeyedImage) {
     for (const uint8_t type : {kGray, kRgb}) {
         for (const uint32_t height : {1U, 2U, 3U, 4U, 5U, 8U, 64U}) {
             png_maker maker =
@@ -135,10 +134,10 @@ TEST(SurfaceFromPng, KeepsZerosAndInflatedBytesBehindTheRowsOfAKeyedImage) {
             ASSERT_NE(surface, nullptr) << "type " << +type << ", " << height << " rows";
             ASSERT_EQ(surface->getColorMode(),
                       type == kGray ? DsColorMode::AI88 : DsColorMode::ARGB8888);
-            const model_block_t expected =
+            const model_buffer_t expected =
                 model_rows(byte_vector(surface->getDataSize(), 0),
                            {type, 7, height, surface->getStride()}, maker.filtered());
-            ASSERT_TRUE(same_pixels(expected.bytes, pixel_block(*surface), layout_of(*surface)))
+            ASSERT_TRUE(same_pixels(expected.bytes, pixel_buffer(*surface), layout_of(*surface)))
                 << "type " << +type;
         }
     }
@@ -149,18 +148,18 @@ TEST(SurfaceFromPng, StartsFromZeros) {
     const auto surface = convert_png(png().rgba(50, 50).deflate_stream(raw).bytes());
 
     ASSERT_NE(surface, nullptr);
-    EXPECT_TRUE(same_pixels(byte_vector(surface->getDataSize(), 0), pixel_block(*surface),
+    EXPECT_TRUE(same_pixels(byte_vector(surface->getDataSize(), 0), pixel_buffer(*surface),
                             layout_of(*surface)));
 }
 
-TEST(SurfaceFromPng, FillsABlockThatAsksForLargePagesAsAnyOther) {
+TEST(SurfaceFromPng, FillsABufferOnLargePagesLikeAnyOther) {
     png_maker maker = png().gray(2100, 2000);
 
     const auto surface = convert_png(maker.bytes());
 
     ASSERT_NE(surface, nullptr);
     EXPECT_TRUE(same_pixels(maker.samples(),
-                            slice(pixel_block(*surface), 0, maker.samples().size()),
+                            slice(pixel_buffer(*surface), 0, maker.samples().size()),
                             layout_of(*surface)));
 }
 
@@ -170,7 +169,7 @@ TEST(SurfaceFromPng, LeavesUnsetPaletteBytesZero) {
     const auto surface = convert_png(file);
 
     ASSERT_NE(surface, nullptr);
-    const byte_vector palette = palette_block(*surface);
+    const byte_vector palette = palette_buffer(*surface);
     for (size_t i = 0; i < palette.size(); ++i) {
         EXPECT_EQ(palette[i], i % 4 == 3 ? 0 : 9) << "byte " << i;
     }
@@ -178,7 +177,7 @@ TEST(SurfaceFromPng, LeavesUnsetPaletteBytesZero) {
 
 // --- Rotation
 
-TEST(SurfaceFromPng, TurnsThePixelsBy90) {
+TEST(SurfaceFromPng, RotatesThePixelsBy90) {
     png_maker maker = png().gray(3, 2).filter(kNone).pixels(byte_vector{1, 2, 3, 4, 5, 6});
 
     const auto surface = convert_png(maker.bytes(), false, 90);
@@ -188,39 +187,39 @@ TEST(SurfaceFromPng, TurnsThePixelsBy90) {
     EXPECT_EQ(surface->getWidth(), 2);
     EXPECT_EQ(surface->getHeight(), 3);
     EXPECT_EQ(surface->getDataSize(), 6U);
-    EXPECT_EQ(pixel_block(*surface), (byte_vector{3, 6, 2, 5, 1, 4}));
+    EXPECT_EQ(pixel_buffer(*surface), (byte_vector{3, 6, 2, 5, 1, 4}));
 }
 
-TEST(SurfaceFromPng, TurnsAnAlphaOnlySurfaceToo) {
+TEST(SurfaceFromPng, RotatesAnAlphaOnlySurfaceToo) {
     png_maker maker = png().gray(2, 1).filter(kNone).pixels(byte_vector{1, 2});
 
     const auto surface = convert_png(maker.bytes(), true, 90);
 
     EXPECT_EQ(surface->getColorMode(), DsColorMode::A8);
-    EXPECT_EQ(pixel_block(*surface), (byte_vector{2, 1}));
+    EXPECT_EQ(pixel_buffer(*surface), (byte_vector{2, 1}));
 }
 
-TEST(SurfaceFromPng, LeavesThePixelsAloneForEveryOtherAngle) {
+TEST(SurfaceFromPng, DoesNotChangeThePixelsForOtherAngles) {
     png_maker maker = png().gray(3, 2);
     for (const int32_t angle : {0, 180, 270, 45, -90, 360, 450, 1}) {
         const auto surface = convert_png(maker.bytes(), false, angle);
         ASSERT_NE(surface, nullptr);
         EXPECT_EQ(surface->getRotation(), 0U) << angle;
         EXPECT_EQ(surface->getWidth(), 3) << angle;
-        EXPECT_EQ(slice(pixel_block(*surface), 0, 6), maker.samples()) << angle;
+        EXPECT_EQ(slice(pixel_buffer(*surface), 0, 6), maker.samples()) << angle;
     }
 }
 
 // --- Failures
 
-TEST(SurfaceFromPng, GivesNothingWhenTheHeaderPassFails) {
+TEST(SurfaceFromPng, ReturnsNullIfTheHeaderPassFails) {
     EXPECT_EQ(surface_from_png(nullptr, 0, false, 0), nullptr);
     EXPECT_EQ(convert_png({1, 2, 3}), nullptr);
     EXPECT_EQ(convert_png(png().gray(4, 4).bit_depth(16).bytes()), nullptr);
     EXPECT_EQ(convert_png(png().gray(4, 4).interlace_method(1).bytes()), nullptr);
 }
 
-TEST(SurfaceFromPng, GivesNothingWhenTheFullPassFails) {
+TEST(SurfaceFromPng, ReturnsNullIfTheFullPassFails) {
     const byte_vector invalid = deflate_maker().block_header(3, block_is::last).bytes();
     for (const uint8_t type : kColorTypes) {
         EXPECT_EQ(convert_png(png().image(type, 4, 4).deflate_stream(invalid).bytes()), nullptr)
@@ -229,7 +228,7 @@ TEST(SurfaceFromPng, GivesNothingWhenTheFullPassFails) {
     EXPECT_EQ(convert_png(png().gray(4, 4).deflate_stream(invalid).bytes(), true), nullptr);
 }
 
-TEST(SurfaceFromPng, GivesNothingForATruecolorImageWithAPalette) {
+TEST(SurfaceFromPng, ReturnsNullForATruecolorImageWithAPalette) {
     EXPECT_EQ(convert_png(png().rgb(4, 4).plte({1, 2, 3}).bytes()), nullptr);
     EXPECT_EQ(convert_png(png().rgba(4, 4).plte({1, 2, 3}).bytes()), nullptr);
 }
@@ -256,7 +255,7 @@ TEST(SurfaceFromPng, ThrowsWhenAnAlphaOnlySurfaceCannotBeAllocated) {
     EXPECT_THROW(convert_png(maker.bytes(), true), std::bad_alloc);
 }
 
-TEST(SurfaceFromPng, RefusesABrokenFileBeforeItAllocates) {
+TEST(SurfaceFromPng, RejectsAnInvalidFileBeforeItAllocates) {
     std::vector<png_chunk_t> chunks =
         png().gray(4, 4).declared_size(0xFFFFFFFF, 0xFFFFFFFF).chunks();
     chunks.back().crc_flips = 1;

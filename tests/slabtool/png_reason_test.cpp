@@ -91,7 +91,7 @@ TEST(PngReason, AgreesWithTheDecoderForTooFewAndTooManyRows) {
 
 // The last match may end after the last row, but nothing may follow it.
 TEST(PngReason, AgreesWithTheDecoderOnMatchesThatReachBeyondTheEnd) {
-    const dynamic_header_t header = usual_header(
+    const dynamic_header_t header = simple_header(
         lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}}), lengths_of(30, {{0, 1}}));
     for (uint32_t width = 1; width < 520; ++width) {
         for (const bool goesOn : {false, true}) {
@@ -112,7 +112,7 @@ TEST(PngReason, AgreesWithTheDecoderOnRandomStreams) {
     for (uint32_t seed = 0; seed < 300; ++seed) {
         test_rng rng(seed);
         made_stream_t made = random_stream(rng, 1000);
-        const uint32_t size = random_between(rng, 1, static_cast<uint32_t>(made.plain.size()) + 2);
+        const uint32_t size = random_between(rng, 1, static_cast<uint32_t>(made.content.size()) + 2);
         made.raw[rng() % made.raw.size()] ^= static_cast<uint8_t>(seed % 2 << rng() % 8);
         expectAgreement(png().gray(1, 1).declared_size(size, 1).deflate_stream(made.raw).bytes(),
                         "seed " + std::to_string(seed));
@@ -169,7 +169,7 @@ TEST(PngReason, NamesTheBytesOfAFixedBlockBetweenOthers) {
 
 TEST(PngReason, NamesTheBytesOfAFixedBlockBeforeADynamicOne) {
     const dynamic_header_t header =
-        usual_header(lengths_of(286, {{0, 1}, {256, 1}}), lengths_of(30, {{0, 1}}));
+        simple_header(lengths_of(286, {{0, 1}, {256, 1}}), lengths_of(30, {{0, 1}}));
     for (const size_t literals : {0U, 1U, 2U, 5U}) { // 10 bits and 8 for each of them
         deflate_maker stream;
         stream.fixed(block_is::followed).literals(byte_vector(literals)).end();
@@ -204,7 +204,7 @@ TEST(PngReason, DoesNotBuildTheFixedCodesOfThePngDecoder) {
 TEST(PngReason, NamesOtherFaultsOfTheImageData) {
     const code_lengths litlen = lengths_of(286, {{0, 2}, {256, 2}, {257, 2}, {285, 2}});
     const code_lengths dist = lengths_of(30, {{0, 1}});
-    const dynamic_header_t header = usual_header(litlen, dist);
+    const dynamic_header_t header = simple_header(litlen, dist);
     EXPECT_EQ("accepted", reasonFor(deflate_maker().stored({1, 2}, block_is::last)));
     EXPECT_EQ("the image data are invalid at byte 2: an unknown block type",
               reasonFor(deflate_maker().block_header(3, block_is::last)));
@@ -222,7 +222,7 @@ TEST(PngReason, NamesOtherFaultsOfTheImageData) {
                                                .litlen_symbol(257)
                                                .bits(0x7FFF, 15))
                                      .find("bits that match no code"));
-    const dynamic_header_t endsOnly = usual_header(lengths_of(286, {{256, 1}}), dist);
+    const dynamic_header_t endsOnly = simple_header(lengths_of(286, {{256, 1}}), dist);
     EXPECT_NE(std::string::npos,
               reasonFor(deflate_maker().dynamic(endsOnly, block_is::last).bits(0x7FFF, 15))
                   .find("bits that match no code"));

@@ -1,5 +1,5 @@
-// The ten pixel formats: sizes, channel rules, and whole pixels, compared with formulas written out
-// here once more, for every value there is.
+// The ten pixel formats: sizes, channel rules, and whole pixels, compared with independent formulas, for
+// every value.
 #include "src/ds_color_mode.h"
 #include "src/internal/mode_traits.h"
 
@@ -24,8 +24,7 @@ void expectColor(const DsColor& expected, const DsColor& actual, uint32_t stored
         << ", " << actual.green << ", " << actual.blue;
 }
 
-// Calls `check` with every pair of a channel's 8-bit values beside fixed other channels, so that
-// every value of every channel and every pair of neighbors meets.
+// Calls `check` with every pair of values of two neighboring channels, and fixed values of the others.
 template <typename Check>
 void forColors(Check check) {
     for (uint32_t a = 0; a < 256; ++a) {
@@ -99,7 +98,7 @@ TEST(ColorMode, KnowsTheSizeOfEveryMode) {
     }
 }
 
-TEST(ColorMode, GivesUnknownModesNoSize) {
+TEST(ColorMode, HasSizeZeroForUnknownModes) {
     for (const uint32_t mode : {10U, 11U, 255U, 256U, 0x80000000U, 0xFFFFFFFFU}) {
         EXPECT_EQ(0U, bytesPerPixel(Mode{mode})) << mode;
     }
@@ -173,7 +172,7 @@ TEST(PixelEncoding, NarrowsIntoRgb565) {
     });
 }
 
-// The color channels take the rule that widens, and nothing masks what it gives.
+// The color channels are widened, and the result is not masked.
 TEST(PixelEncoding, SpillsArgb1555ChannelsIntoTheirNeighbors) {
     expectEncoding<Mode::ARGB1555>([](const DsColor& c) {
         const uint32_t sum = (c.alpha >= 128 ? 32768 : 0) + ((c.red * 527 + 23) >> 6) * 1024 +
@@ -189,7 +188,7 @@ TEST(PixelEncoding, NarrowsIntoArgb4444) {
     });
 }
 
-TEST(PixelEncoding, TakesTheIndexOfPaletteModesFromBlue) {
+TEST(PixelEncoding, UsesBlueAsTheIndexInPaletteModes) {
     expectEncoding<Mode::I8>([](const DsColor& c) { return c.blue; });
     expectEncoding<Mode::AI88>([](const DsColor& c) { return c.alpha * 256 + c.blue; });
 }
@@ -198,23 +197,23 @@ TEST(PixelEncoding, KeepsOnlyTheAlphaInA8) {
     expectEncoding<Mode::A8>([](const DsColor& c) { return c.alpha; });
 }
 
-TEST(PixelEncoding, GivesFullWordsForWhite) {
+TEST(PixelEncoding, EncodesWhiteAsFullFields) {
     constexpr DsColor white = {255, 255, 255, 255};
     EXPECT_EQ(65535U, ModeTraits<Mode::RGB565>::encode(white));
     EXPECT_EQ(65535U, ModeTraits<Mode::ARGB4444>::encode(white));
     EXPECT_EQ(0xFFFFFFFFU, ModeTraits<Mode::ARGB8888>::encode(white));
 }
 
-TEST(PixelEncoding, GivesFullTransparentBlueInArgb1555TheWord2100) {
+TEST(PixelEncoding, EncodesFullTransparentBlueInArgb1555As2100) {
     EXPECT_EQ(2100U, ModeTraits<Mode::ARGB1555>::encode({0, 0, 0, 255}));
 }
 
-TEST(PixelEncoding, TakesTheAlphaBitOfArgb1555FromTheTopBit) {
+TEST(PixelEncoding, UsesTheTopBitOfAlphaInArgb1555) {
     EXPECT_EQ(0U, ModeTraits<Mode::ARGB1555>::encode({127, 0, 0, 0}));
     EXPECT_EQ(0x8000U, ModeTraits<Mode::ARGB1555>::encode({128, 0, 0, 0}));
 }
 
-TEST(PixelDecoding, UnpacksEveryByteOfTheWideModes) {
+TEST(PixelDecoding, UnpacksEveryByteOfTheModesWithWholeBytes) {
     for (uint32_t v = 0; v < 256; ++v) {
         const uint32_t word = v << 24 | (v ^ 0x55) << 16 | (v ^ 0xAA) << 8 | (255 - v);
         expectColor({v, v ^ 0x55, v ^ 0xAA, 255 - v}, ModeTraits<Mode::ARGB8888>::decode(word, {}),
@@ -263,13 +262,13 @@ TEST(PixelDecoding, UsesThePaletteIndexAsGray) {
     expectColor({255, 40, 40, 40}, ModeTraits<Mode::I8>::decode(40, {}), 40);
 }
 
-TEST(PixelDecoding, TakesTheColorOfA8FromTheConstant) {
+TEST(PixelDecoding, UsesTheConstantAsTheColorOfA8) {
     for (uint32_t alpha = 0; alpha < 256; ++alpha) {
         expectColor({alpha, 1, 2, 3}, ModeTraits<Mode::A8>::decode(alpha, {200, 1, 2, 3}), alpha);
     }
 }
 
-TEST(PixelDecoding, FindsNothingInModesWithoutPixels) {
+TEST(PixelDecoding, GivesZerosForModesWithoutPixels) {
     expectDecodesToNothing<Mode::Reserved6>();
     expectDecodesToNothing<Mode::Reserved8>();
 }
@@ -302,7 +301,7 @@ TEST(PixelMemory, TouchesNothingForModesWithoutPixels) {
     expectBytesInMemory<Mode::Reserved8>({1, 2, 3, 4});
 }
 
-// The words of blue, green, red and alpha bytes in memory, for the two modes of whole bytes.
+// The bytes in memory are blue, green, red and alpha, in the two modes with whole bytes.
 TEST(PixelMemory, OrdersBytesBlueGreenRedAlpha) {
     std::array<uint8_t, 4> memory{};
     storePixel<Mode::ARGB8888>(memory.data(), ModeTraits<Mode::ARGB8888>::encode({4, 3, 2, 1}));

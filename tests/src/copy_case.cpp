@@ -1,4 +1,4 @@
-// Making and checking kernel calls.
+// Makes and checks kernel calls.
 #include "tests/src/copy_case.h"
 
 #include "tests/support/each_backend.h"
@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint32_t kPoolSize = 1 << 16;
 
-// Cuts from two pools made once; drawing every byte anew would take longer than all checks.
+// Slices of two pools that are made once: new random bytes for every case would take longer than the checks.
 byte_vector randomBytes(test_rng& random, size_t size) {
     static const byte_vector noise = make_bytes(data_kind::noise, kPoolSize, 1);
     static const byte_vector extremes = [] {
@@ -26,33 +26,33 @@ byte_vector randomBytes(test_rng& random, size_t size) {
                  random_between(random, 0, kPoolSize - static_cast<uint32_t>(size)), size);
 }
 
-// Makes most pixels of four bytes opaque: all of them, or all but one in sixteen.
+// Makes pixels of four bytes opaque: all of them, or all but one in sixteen.
 void makeOpaque(test_rng& random, PixelRect& rect) {
     const bool all = random() % 2 == 0;
-    for (size_t i = rect.start + 3; i < rect.block.size(); i += 4) {
+    for (size_t i = rect.start + 3; i < rect.buffer.size(); i += 4) {
         if (all || random() % 16 != 0) {
-            rect.block[i] = 255;
+            rect.buffer[i] = 255;
         }
     }
 }
 
-// What the rule makes of the target's block.
+// The target's buffer after the rule.
 byte_vector modelResult(const CopyKernel& kernel, const ModelCopy& copy, const PixelRect& target,
                         const PixelRect& source, uint32_t width, uint32_t height) {
-    byte_vector block = target.block;
+    byte_vector buffer = target.buffer;
     const uint32_t targetSize = modelPixelSize(copy.target);
     const uint32_t sourceSize = modelPixelSize(copy.source);
     for (uint32_t y = 0; y < height && targetSize != 0; ++y) {
-        uint8_t* pixel = block.data() + target.start + size_t{y} * target.pitch * targetSize;
+        uint8_t* pixel = buffer.data() + target.start + size_t{y} * target.pitch * targetSize;
         const uint8_t* from =
-            source.block.data() + source.start + size_t{y} * source.pitch * sourceSize;
+            source.buffer.data() + source.start + size_t{y} * source.pitch * sourceSize;
         for (uint32_t x = 0; x < width; ++x, pixel += targetSize, from += sourceSize) {
             modelStore(
                 copy.target, pixel,
                 (copy.*kernel.rule)(modelLoad(copy.target, pixel), modelLoad(copy.source, from)));
         }
     }
-    return block;
+    return buffer;
 }
 
 std::string describe(const CopyKernel& kernel, const ModelCopy& copy, uint32_t width,
@@ -78,7 +78,7 @@ PixelRect randomRect(test_rng& random, DsColorMode mode, uint32_t width, uint32_
     rect.pitch = width + random_between(random, 0, 5);
     const size_t pixels = height == 0 ? 0 : size_t{height - 1} * rect.pitch + width;
     const size_t behind = surroundings == Surroundings::Tight ? 0 : random_between(random, 1, 40);
-    rect.block = randomBytes(random, rect.start + pixels * modelPixelSize(mode) + behind);
+    rect.buffer = randomBytes(random, rect.start + pixels * modelPixelSize(mode) + behind);
     if (random() % 2 == 0) {
         makeOpaque(random, rect);
     }
@@ -88,16 +88,16 @@ PixelRect randomRect(test_rng& random, DsColorMode mode, uint32_t width, uint32_
 void expectCopy(const CopyKernel& kernel, const ModelCopy& copy, const PixelRect& target,
                 const PixelRect& source, uint32_t width, uint32_t height) {
     const byte_vector expected = modelResult(kernel, copy, target, source, width, height);
-    const byte_vector tightSource = source.block; // without spare capacity
+    const byte_vector tightSource = source.buffer; // without spare capacity
     forEachBackend([&] {
-        byte_vector block = target.block;
-        kernel.run(block.data() + target.start, target.pitch, copy.target,
+        byte_vector buffer = target.buffer;
+        kernel.run(buffer.data() + target.start, target.pitch, copy.target,
                    tightSource.data() + source.start, source.pitch, copy.source, width, height,
                    copy.alphaMode, copy.color);
-        EXPECT_TRUE(same_pixels(expected, block, layoutOf(copy.target, target, width, height)))
+        EXPECT_TRUE(same_pixels(expected, buffer, layoutOf(copy.target, target, width, height)))
             << describe(kernel, copy, width, height);
     });
-    EXPECT_TRUE(same_bytes(source.block, tightSource))
+    EXPECT_TRUE(same_bytes(source.buffer, tightSource))
         << "the source, " << describe(kernel, copy, width, height);
 }
 
@@ -129,11 +129,11 @@ void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed) {
                 const PixelRect rect = randomRect(random, mode, width, 2, Surroundings::Guarded);
                 const byte_vector expected = modelResult(kernel, copy, rect, rect, width, 2);
                 forEachBackend([&] {
-                    byte_vector block = rect.block;
-                    uint8_t* pixels = block.data() + rect.start;
+                    byte_vector buffer = rect.buffer;
+                    uint8_t* pixels = buffer.data() + rect.start;
                     kernel.run(pixels, rect.pitch, mode, pixels, rect.pitch, mode, width, 2,
                                alphaMode, copy.color);
-                    EXPECT_TRUE(same_pixels(expected, block, layoutOf(mode, rect, width, 2)))
+                    EXPECT_TRUE(same_pixels(expected, buffer, layoutOf(mode, rect, width, 2)))
                         << "in place, " << describe(kernel, copy, width, 2);
                 });
                 ASSERT_FALSE(testing::Test::HasFailure());
@@ -142,8 +142,8 @@ void expectCopiesInPlace(const CopyKernel& kernel, uint32_t seed) {
     }
 }
 
-void expectCopyOfBlocks(const CopyKernel& kernel, const ModelCopy& copy, const byte_vector& target,
-                        const byte_vector& source, uint32_t height) {
+void expectCopyOfBuffers(const CopyKernel& kernel, const ModelCopy& copy, const byte_vector& target,
+                         const byte_vector& source, uint32_t height) {
     expectCopy(kernel, copy, {target, 0, 256}, {source, 0, 256}, 256, height);
 }
 

@@ -1,12 +1,12 @@
-// Dispatch tables whose order other programs rely on: where a virtual operation stands in one.
+// Slots of virtual operations in dispatch tables. Other programs rely on their order.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-/// The slot of a virtual operation. A pointer to it holds its byte offset in the table; on some
-/// machines the lowest bit is a mark.
+/// The slot of a virtual operation. A member pointer contains its byte offset in the table. On some machines
+/// the lowest bit is a flag.
 template <typename Operation>
 size_t slotOf(Operation operation) {
     uintptr_t offset = 0;

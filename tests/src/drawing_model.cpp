@@ -1,11 +1,11 @@
-// Drawing by plain rules.
+// The drawing model.
 #include "tests/src/drawing_model.h"
 
 #include <algorithm>
 
 namespace {
 
-// Bytes up to the last pixel; the padding of the last line need not be there.
+// Bytes up to the last pixel. The padding of the last row may be missing.
 size_t bytesOfPixels(const DsSurface& surface) {
     return surface.getHeight() < 1 || surface.getWidth() < 1
                ? 0
@@ -36,13 +36,13 @@ ModelArea overlap(const ModelArea& a, const ModelArea& b) {
     return {x, y, std::max<int64_t>(right - x, 0), std::max<int64_t>(bottom - y, 0)};
 }
 
-ModelPicture::ModelPicture(const DsSurface& surface, uint64_t blockSize)
+ModelPicture::ModelPicture(const DsSurface& surface, uint64_t bufferSize)
     : mRotation(surface.getRotation())
     , mWidth(surface.getWidth())
     , mHeight(surface.getHeight())
     , mMode(surface.getColorMode())
     , mStride(surface.getStride())
-    , mBlock(surface.getPixels(), surface.getPixels() + blockSize) {
+    , mBuffer(surface.getPixels(), surface.getPixels() + bufferSize) {
     const bool turned = mRotation == 90 || mRotation == 270;
     for (int64_t y = 0; y < (turned ? mWidth : mHeight); ++y) {
         for (int64_t x = 0; x < (turned ? mHeight : mWidth); ++x) {
@@ -88,11 +88,11 @@ size_t ModelPicture::offsetOf(const ModelPoint& storedPoint) const {
 }
 
 uint32_t ModelPicture::getStored(const ModelPoint& storedPoint) const {
-    return modelLoad(mMode, mBlock.data() + offsetOf(storedPoint));
+    return modelLoad(mMode, mBuffer.data() + offsetOf(storedPoint));
 }
 
 void ModelPicture::set(const ModelPoint& p, uint32_t value) {
-    modelStore(mMode, mBlock.data() + offsetOf(stored(p)), value);
+    modelStore(mMode, mBuffer.data() + offsetOf(stored(p)), value);
 }
 
 TightSurface::TightSurface(int32_t width, int32_t height, DsColorMode mode, uint32_t rotation,

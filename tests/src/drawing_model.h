@@ -1,5 +1,5 @@
-// Drawing once more, one pixel at a time in the caller's coordinates: a copy of a surface's pixels
-// that tests change by plain rules, to compare it with what the drawing operations leave.
+// A model of drawing, one pixel at a time in the caller's coordinates. Tests draw on a copy of a surface's
+// pixels and compare it with the result of the drawing operations.
 #pragma once
 
 #include "src/ds_surface.h"
@@ -16,7 +16,7 @@ struct ModelPoint {
     int64_t x, y;
 };
 
-/// The pixels from (x, y) on, in numbers that cannot wrap.
+/// The pixels from (x, y) on, in 64 bits, which cannot wrap.
 struct ModelArea {
     int64_t x, y, width, height;
 
@@ -26,22 +26,21 @@ struct ModelArea {
 };
 
 ModelArea modelArea(const DsRect& rect);
-/// What two areas share; sizes below 0 become 0.
+/// The intersection of two areas. Sizes below 0 become 0.
 ModelArea overlap(const ModelArea& a, const ModelArea& b);
 
-/// A copy of a surface's pixel block, by default the whole of it: padding and extra bytes are part
-/// of it.
+/// A copy of a surface's pixel buffer, by default all of it, with padding and extra bytes.
 class ModelPicture {
 public:
     explicit ModelPicture(const DsSurface& surface)
         : ModelPicture(surface, surface.getDataSize()) {}
-    ModelPicture(const DsSurface& surface, uint64_t blockSize);
+    ModelPicture(const DsSurface& surface, uint64_t bufferSize);
 
-    /// The pixels that there are, as the caller sees them.
+    /// All pixels, in caller coordinates.
     const std::vector<ModelPoint>& pixels() const { return mPixels; }
     bool holds(const ModelPoint& p) const;
 
-    /// Where a caller's pixel or rectangle lies in the stored array.
+    /// The stored position of a caller's pixel or rectangle.
     ModelPoint stored(const ModelPoint& p) const;
     ModelArea stored(const ModelArea& area) const;
 
@@ -49,7 +48,7 @@ public:
     uint32_t getStored(const ModelPoint& storedPoint) const;
     void set(const ModelPoint& p, uint32_t value);
 
-    const byte_vector& block() const { return mBlock; }
+    const byte_vector& buffer() const { return mBuffer; }
     DsColorMode mode() const { return mMode; }
     ModelArea storedArray() const { return {0, 0, mWidth, mHeight}; }
 
@@ -60,12 +59,12 @@ private:
     int64_t mWidth, mHeight;
     DsColorMode mMode;
     uint64_t mStride;
-    byte_vector mBlock;
+    byte_vector mBuffer;
     std::vector<ModelPoint> mPixels;
 };
 
-/// A view over a surface file that ends with its last pixel, without the padding of its last line,
-/// so that AddressSanitizer sees reads behind it.
+/// A view over a surface file that ends with its last pixel, without the padding of its last row, so that
+/// AddressSanitizer detects reads after it.
 class TightSurface {
 public:
     TightSurface(int32_t width, int32_t height, DsColorMode mode, uint32_t rotation, uint32_t seed);
@@ -77,9 +76,9 @@ public:
     DsSurface surface;
 };
 
-/// What a copy of `source` to (x, y) leaves of `target` inside its clip, a caller's rectangle. A
-/// source pixel falls on the stored pixel that lies as far from the stored corner of the target's
-/// rectangle; where the rotations are equal, that is the pixel as far from (x, y).
+/// Copies `source` to (x, y) of `target` inside `clip`, a caller's rectangle. A source pixel is copied to the
+/// stored pixel at the same distance from the stored corner of the target's rectangle. If the rotations are
+/// equal, that is the pixel at the same distance from (x, y).
 using ModelCopyRule = uint32_t (ModelCopy::*)(uint32_t, uint32_t) const;
 void copyByModel(ModelPicture& target, const ModelArea& clip, const ModelPoint& position,
                  const DsSurface& source, ModelCopyRule rule, uint32_t alphaMode, uint32_t color);

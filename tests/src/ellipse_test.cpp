@@ -1,5 +1,5 @@
-// Ellipse spans, polar points, arc boxes and rounding: bit by bit against the formulas written out
-// once more in their order and widths, and against double precision within what floats allow.
+// Ellipse spans, polar points, arc boxes and rounding: compared bit by bit with independent formulas of the
+// same order and precision, and with double precision within the rounding of floats.
 #include "src/ds_ellipse.h"
 #include "tests/src/dispatch_slot.h"
 #include "tests/src/surface_makers.h"
@@ -24,7 +24,7 @@ constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
 constexpr double kPi = 3.141592653589793;
 constexpr double kUlp = 1.0 / (1 << 24); // half a unit in the last place of a float, relative
 
-// The same bits; any NaN stands for any other, since its sign and payload are the machine's own.
+// Equality of bits. All NaNs are equal, because their signs and payloads depend on the machine.
 bool sameBits(float a, float b) {
     return (std::isnan(a) && std::isnan(b)) ||
            std::bit_cast<uint32_t>(a) == std::bit_cast<uint32_t>(b);
@@ -64,7 +64,7 @@ float modelNormalized(float angle) {
 }
 
 int modelQuadrant(float normalized) {
-    // What does not fit an integer comes out as one whose low byte is 0.
+    // A value that does not fit becomes an integer whose low byte is 0.
     return std::isnan(normalized)
                ? 0
                : static_cast<int>(std::floor(static_cast<double>(normalized) / 90.0));
@@ -89,7 +89,7 @@ struct ModelBox {
     }
 };
 
-// Extends a box by an arc, given its points at angles and at axes.
+// Extends a box by an arc, with functions for its points at angles and at axes.
 template <typename PointAt, typename AxisAt>
 void extendByModelArc(ModelBox& box, float startAngle, float endAngle, PointAt pointAt,
                       AxisAt axisAt) {
@@ -177,18 +177,18 @@ ModelBox modelUnitArc(bool sector, float start, float end) {
 
 // ---- Makers
 
-DsEllipse ellipseOf(const ModelEllipse& plain) {
-    return DsEllipse({plain.centerX, plain.centerY}, {plain.radiusX, plain.radiusY});
+DsEllipse ellipseOf(const ModelEllipse& model) {
+    return DsEllipse({model.centerX, model.centerY}, {model.radiusX, model.radiusY});
 }
 
-// The documented ellipse: center (5, 3), radii (5, 3).
+// The ellipse of the documentation: center (5, 3), radii (5, 3).
 DsEllipse smallEllipse() {
     DsEllipse ellipse({0, 0}, {1, 1});
     ellipse.setFromRect(DsFRect(0, 0, 10, 6));
     return ellipse;
 }
 
-// The eight fields behind the dispatch pointer.
+// The eight fields after the dispatch pointer.
 std::array<float, 8> fieldsOf(const DsEllipse& ellipse) {
     std::array<float, 8> fields;
     std::memcpy(fields.data(), reinterpret_cast<const char*>(&ellipse) + sizeof(void*),
@@ -196,10 +196,10 @@ std::array<float, 8> fieldsOf(const DsEllipse& ellipse) {
     return fields;
 }
 
-void expectFields(const ModelEllipse& plain, const DsEllipse& ellipse) {
-    const float x2 = plain.radiusX2(), y2 = plain.radiusY2();
+void expectFields(const ModelEllipse& model, const DsEllipse& ellipse) {
+    const float x2 = model.radiusX2(), y2 = model.radiusY2();
     const std::array<float, 8> expected = {
-        plain.centerX, plain.centerY, plain.radiusX, plain.radiusY, x2, y2, x2 / y2, y2 / x2};
+        model.centerX, model.centerY, model.radiusX, model.radiusY, x2, y2, x2 / y2, y2 / x2};
     const std::array<float, 8> fields = fieldsOf(ellipse);
     for (size_t i = 0; i < fields.size(); ++i) {
         EXPECT_TRUE(sameBits(expected[i], fields[i]))
@@ -219,7 +219,7 @@ ModelEllipse randomEllipse(test_rng& random) {
             std::fabs(randomNumber(random, size)), std::fabs(randomNumber(random, size))};
 }
 
-// Angles of every kind, but none that normalizes to exactly 360: an arc's walk never ends there.
+// Angles of every kind, except those that normalize to exactly 360: an arc's loop would not end.
 float randomAngle(test_rng& random) {
     switch (random() % 4) {
     case 0:
@@ -249,7 +249,7 @@ void expectBox(const ModelBox& expected, const ModelBox& actual) {
 
 // ---- The object
 
-TEST(Ellipse, IsARegionWithItsFieldsBehindTheDispatchPointer) {
+TEST(Ellipse, IsARegionWithItsFieldsAfterTheDispatchPointer) {
     static_assert(std::is_base_of_v<DsRegion, DsEllipse>);
     static_assert(!std::has_virtual_destructor_v<DsEllipse>);
     EXPECT_EQ(0U, slotOf(&DsEllipse::verticalSpanAt));
@@ -277,14 +277,14 @@ TEST(Ellipse, RecomputesItsCachedValuesWithTheRadii) {
     test_rng random(81);
     for (int round = 0; round < 3000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const ModelEllipse plain = randomEllipse(random);
-        DsEllipse ellipse({plain.centerX, plain.centerY}, {1, 2});
-        ellipse.setRadii({plain.radiusX, plain.radiusY});
-        expectFields(plain, ellipse);
+        const ModelEllipse model = randomEllipse(random);
+        DsEllipse ellipse({model.centerX, model.centerY}, {1, 2});
+        ellipse.setRadii({model.radiusX, model.radiusY});
+        expectFields(model, ellipse);
     }
 }
 
-TEST(Ellipse, KeepsWhateverRadiiItIsGiven) {
+TEST(Ellipse, KeepsAnyRadii) {
     for (const float radius : {0.0F, -0.0F, -3.0F, kInf, kNan, 1e30F, 1e-30F}) {
         SCOPED_TRACE(testing::Message() << "radius " << radius);
         DsEllipse ellipse({1, 2}, {4, 5});
@@ -295,7 +295,7 @@ TEST(Ellipse, KeepsWhateverRadiiItIsGiven) {
     }
 }
 
-TEST(EllipseFromRect, FormsTheCenterInDoublePrecision) {
+TEST(EllipseFromRect, ComputesTheCenterInDoublePrecision) {
     test_rng random(82);
     for (int round = 0; round < 5000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -311,8 +311,8 @@ TEST(EllipseFromRect, FormsTheCenterInDoublePrecision) {
     }
 }
 
-// Half of the smallest float is nothing in single precision, but enough for a center in double to
-// round another way.
+// Half of the smallest float is 0 in single precision, but in double precision it changes the rounding of the
+// center.
 TEST(EllipseFromRect, DiffersFromSinglePrecisionAtTinySizes) {
     constexpr float kTiny = std::numeric_limits<float>::denorm_min();
     DsEllipse ellipse({0, 0}, {1, 1});
@@ -326,7 +326,7 @@ TEST(EllipseFromRect, HasTheKnownExample) {
     expectFields({5, 3, 5, 3}, smallEllipse());
 }
 
-TEST(EllipseBounds, AreCenterLessRadiiAndTwiceTheRadii) {
+TEST(EllipseBounds, AreCenterMinusRadiiAndTwiceTheRadii) {
     expectRectF(DsFRect(0, 0, 10, 6), smallEllipse().bounds());
     test_rng random(83);
     for (int round = 0; round < 3000; ++round) {
@@ -351,7 +351,7 @@ TEST(EllipseMoveBy, MovesTheCenterAndReturnsTheBounds) {
     }
 }
 
-TEST(EllipseMapping, TurnsTheCenterBetweenPixelsAndExchangesTheRadii) {
+TEST(EllipseMapping, RotatesTheCenterBetweenPixelsAndExchangesTheRadii) {
     test_rng random(85);
     for (int round = 0; round < 500; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -380,7 +380,7 @@ TEST(EllipseMapping, HasTheKnownExample) {
     expectFields({3, 45, 3, 5}, ellipse);
 }
 
-TEST(EllipseMapping, KeepsSignedZerosUnturned) {
+TEST(EllipseMapping, KeepsSignedZerosWithoutRotation) {
     DsEllipse ellipse({-0.0F, -0.0F}, {1, 1});
     ellipse.mapToSurface(SurfaceShape(0, 10, 10).surface);
     expectFields({-0.0F, -0.0F, 1, 1}, ellipse);
@@ -404,26 +404,26 @@ TEST(EllipseSpans, FollowTheOrderOfOperationsBitByBit) {
     test_rng random(86);
     for (int round = 0; round < 30000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const ModelEllipse plain = randomEllipse(random);
-        const DsEllipse ellipse = ellipseOf(plain);
-        const float x = plain.centerX + plain.radiusX * randomNumber(random, 1.1F);
-        const float y = plain.centerY + plain.radiusY * randomNumber(random, 1.1F);
-        const DsFSpan vertical = plain.verticalSpanAt(x);
-        const DsFSpan horizontal = plain.horizontalSpanAt(y);
+        const ModelEllipse model = randomEllipse(random);
+        const DsEllipse ellipse = ellipseOf(model);
+        const float x = model.centerX + model.radiusX * randomNumber(random, 1.1F);
+        const float y = model.centerY + model.radiusY * randomNumber(random, 1.1F);
+        const DsFSpan vertical = model.verticalSpanAt(x);
+        const DsFSpan horizontal = model.horizontalSpanAt(y);
         expectSpan(vertical.first, vertical.last, ellipse.verticalSpanAt(x));
         expectSpan(horizontal.first, horizontal.last, ellipse.horizontalSpanAt(y));
     }
 }
 
-TEST(EllipseSpans, LieOnTheTrueEllipseWithinRounding) {
+TEST(EllipseSpans, EqualTheTrueEllipseWithinRounding) {
     test_rng random(87);
     for (int round = 0; round < 30000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        ModelEllipse plain = randomEllipse(random);
-        plain.centerX = plain.centerY = 0;
-        const float x = plain.radiusX * randomNumber(random, 1.0F);
-        const DsFSpan span = ellipseOf(plain).verticalSpanAt(x);
-        const double rx = plain.radiusX, ry = plain.radiusY, d = x;
+        ModelEllipse model = randomEllipse(random);
+        model.centerX = model.centerY = 0;
+        const float x = model.radiusX * randomNumber(random, 1.0F);
+        const DsFSpan span = ellipseOf(model).verticalSpanAt(x);
+        const double rx = model.radiusX, ry = model.radiusY, d = x;
         const double truth = ry * ry * (1 - d * d / (rx * rx));
         if (std::isnan(span.last)) {
             EXPECT_LE(truth, 12 * kUlp * ry * ry);
@@ -456,14 +456,13 @@ TEST(EllipseSpans, AreEmptyForNanAndInfinity) {
     expectSpan(kInf, -kInf, DsEllipse({0, 0}, {-1, -1}).horizontalSpanAt(0));
 }
 
-// The value under the root may come out negative by rounding where a column just touches; it is
-// not clamped.
-TEST(EllipseSpans, MayBeNanAtTheVeryEdge) {
+// At the edge of the ellipse, rounding may make the value under the root negative. It is not clamped.
+TEST(EllipseSpans, MayBeNanAtTheEdge) {
     int nans = 0;
     for (int i = 1; i < 300; ++i) {
-        const ModelEllipse plain = {0, 0, static_cast<float>(i) * 0.7F, 3.3F};
-        const DsFSpan expected = plain.verticalSpanAt(plain.radiusX);
-        expectSpan(expected.first, expected.last, ellipseOf(plain).verticalSpanAt(plain.radiusX));
+        const ModelEllipse model = {0, 0, static_cast<float>(i) * 0.7F, 3.3F};
+        const DsFSpan expected = model.verticalSpanAt(model.radiusX);
+        expectSpan(expected.first, expected.last, ellipseOf(model).verticalSpanAt(model.radiusX));
         nans += std::isnan(expected.first) ? 1 : 0;
     }
     EXPECT_GT(nans, 10);
@@ -492,29 +491,29 @@ TEST(EllipsePolar, FollowsTheOrderOfOperationsBitByBit) {
     test_rng random(88);
     for (int round = 0; round < 20000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const ModelEllipse plain = randomEllipse(random);
-        const DsEllipse ellipse = ellipseOf(plain);
+        const ModelEllipse model = randomEllipse(random);
+        const DsEllipse ellipse = ellipseOf(model);
         const float angle = randomAngle(random);
-        expectBits(plain.radiusAt(angle), ellipse.radiusAt(angle), "radius");
-        expectPoint(plain.pointAt(angle), ellipse.pointAt(angle));
+        expectBits(model.radiusAt(angle), ellipse.radiusAt(angle), "radius");
+        expectPoint(model.pointAt(angle), ellipse.pointAt(angle));
     }
 }
 
-TEST(EllipsePolar, LiesOnTheTrueEllipseWithinRounding) {
+TEST(EllipsePolar, EqualsTheTrueEllipseWithinRounding) {
     test_rng random(89);
     for (int round = 0; round < 20000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        ModelEllipse plain = randomEllipse(random);
-        plain.radiusX += 0.01F;
-        plain.radiusY += 0.01F;
+        ModelEllipse model = randomEllipse(random);
+        model.radiusX += 0.01F;
+        model.radiusY += 0.01F;
         const float angle = randomNumber(random, 720);
-        const double rx = plain.radiusX, ry = plain.radiusY;
+        const double rx = model.radiusX, ry = model.radiusY;
         const double sine = std::sin(inRadians(angle)), cosine = std::cos(inRadians(angle));
         const double truth = 1 / std::hypot(cosine / rx, sine / ry);
-        const DsEllipse ellipse = ellipseOf(plain);
+        const DsEllipse ellipse = ellipseOf(model);
         EXPECT_NEAR(truth, ellipse.radiusAt(angle), 12 * kUlp * truth);
         const DsFPoint point = ellipse.pointAt(angle);
-        const double x = plain.centerX, y = plain.centerY;
+        const double x = model.centerX, y = model.centerY;
         EXPECT_NEAR(x + truth * cosine, point.x, 12 * kUlp * (truth + std::fabs(x)));
         EXPECT_NEAR(y - truth * sine, point.y, 12 * kUlp * (truth + std::fabs(y)));
     }
@@ -564,20 +563,20 @@ TEST(ArcBounds, FollowTheOrderOfOperationsBitByBit) {
     test_rng random(90);
     for (int round = 0; round < 20000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const ModelEllipse plain = randomEllipse(random);
+        const ModelEllipse model = randomEllipse(random);
         const float start = randomAngle(random), end = randomAngle(random);
         const bool sector = random() % 2 == 0;
-        expectRectF(plain.arcBounds(sector, start, end),
-                    ellipseOf(plain).arcBounds(sector, start, end));
+        expectRectF(model.arcBounds(sector, start, end),
+                    ellipseOf(model).arcBounds(sector, start, end));
     }
 }
 
-// The box of the true arc: its ends, and every axis that it passes.
-TEST(ArcBounds, HoldTheTrueArcWithinRounding) {
+// The box of the true arc: its ends, and every axis between them.
+TEST(ArcBounds, ContainTheTrueArcWithinRounding) {
     test_rng random(91);
     for (int round = 0; round < 5000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        const ModelEllipse plain = {randomNumber(random, 50), randomNumber(random, 50),
+        const ModelEllipse model = {randomNumber(random, 50), randomNumber(random, 50),
                                     std::fabs(randomNumber(random, 40)) + 1,
                                     std::fabs(randomNumber(random, 40)) + 1};
         const auto start = static_cast<float>(random() % 3600) / 10.0F;
@@ -586,11 +585,11 @@ TEST(ArcBounds, HoldTheTrueArcWithinRounding) {
         const auto extendBy = [&](double degrees) {
             const double sine = std::sin(degrees * kPi / 180),
                          cosine = std::cos(degrees * kPi / 180);
-            const double r = 1 / std::hypot(cosine / plain.radiusX, sine / plain.radiusY);
-            minX = std::min(minX, plain.centerX + r * cosine);
-            maxX = std::max(maxX, plain.centerX + r * cosine);
-            minY = std::min(minY, plain.centerY - r * sine);
-            maxY = std::max(maxY, plain.centerY - r * sine);
+            const double r = 1 / std::hypot(cosine / model.radiusX, sine / model.radiusY);
+            minX = std::min(minX, model.centerX + r * cosine);
+            maxX = std::max(maxX, model.centerX + r * cosine);
+            minY = std::min(minY, model.centerY - r * sine);
+            maxY = std::max(maxY, model.centerY - r * sine);
         };
         const double last = end < start ? end + 360.0 : end;
         extendBy(start);
@@ -600,7 +599,7 @@ TEST(ArcBounds, HoldTheTrueArcWithinRounding) {
                 extendBy(axis);
             }
         }
-        const DsFRect box = ellipseOf(plain).arcBounds(false, start, end);
+        const DsFRect box = ellipseOf(model).arcBounds(false, start, end);
         EXPECT_NEAR(minX, box.mX, 1e-4);
         EXPECT_NEAR(minY, box.mY, 1e-4);
         EXPECT_NEAR(maxX - minX, box.mWidth, 1e-4) << start << " to " << end;
@@ -608,33 +607,33 @@ TEST(ArcBounds, HoldTheTrueArcWithinRounding) {
     }
 }
 
-TEST(ArcBounds, EndForNanAndInfiniteAngles) {
-    const ModelEllipse plain = {5, 3, 5, 3};
-    const DsEllipse ellipse = ellipseOf(plain);
+TEST(ArcBounds, TerminateForNanAndInfiniteAngles) {
+    const ModelEllipse model = {5, 3, 5, 3};
+    const DsEllipse ellipse = ellipseOf(model);
     for (const float angle : {kNan, kInf, -kInf}) {
         for (const float other : {0.0F, 45.0F, 100.0F, 200.0F, 300.0F, kNan, kInf}) {
             SCOPED_TRACE(testing::Message() << "other " << other);
             for (const bool sector : {false, true}) {
-                expectRectF(plain.arcBounds(sector, angle, other),
+                expectRectF(model.arcBounds(sector, angle, other),
                             ellipse.arcBounds(sector, angle, other));
-                expectRectF(plain.arcBounds(sector, other, angle),
+                expectRectF(model.arcBounds(sector, other, angle),
                             ellipse.arcBounds(sector, other, angle));
             }
         }
     }
-    // Nothing extends the box, which stays inside out, or the center.
+    // Nothing extends the box: it keeps min above max, or the center.
     expectRectF(DsFRect(10, 6, -10, -6), ellipse.arcBounds(false, kNan, kNan));
     expectRectF(DsFRect(5, 3, 0, 0), ellipse.arcBounds(true, kInf, kNan));
 }
 
-// A start angle may normalize to 360; its walk passes all axes up to the end's.
-TEST(ArcBounds, WalkFromATinyNegativeStart) {
-    const ModelEllipse plain = {5, 3, 5, 3};
+// A start angle may normalize to 360. Then the box includes all axes up to the end's.
+TEST(ArcBounds, StartFromATinyNegativeAngle) {
+    const ModelEllipse model = {5, 3, 5, 3};
     ASSERT_EQ(360.0F, modelNormalized(-0.000001F));
     for (const float end : {10.0F, 100.0F, 200.0F, 300.0F}) {
         SCOPED_TRACE(testing::Message() << "end " << end);
-        expectRectF(plain.arcBounds(false, -0.000001F, end),
-                    ellipseOf(plain).arcBounds(false, -0.000001F, end));
+        expectRectF(model.arcBounds(false, -0.000001F, end),
+                    ellipseOf(model).arcBounds(false, -0.000001F, end));
     }
     expectRectF(DsFRect(0, 0, 10, 6), smallEllipse().arcBounds(false, -0.000001F, 10));
 }
@@ -677,7 +676,7 @@ TEST(UnitArcExtents, KeepSignedZeros) {
     expectBox({0, 1, 0.0F, 0.0F}, unitArc(true, 0, 0));
 }
 
-TEST(UnitArcExtents, EndForNanAndInfiniteAngles) {
+TEST(UnitArcExtents, TerminateForNanAndInfiniteAngles) {
     for (const float angle : {kNan, kInf, -kInf}) {
         SCOPED_TRACE(testing::Message() << "angle " << angle);
         expectBox({1, -1, 1, -1}, unitArc(false, angle, angle));
@@ -687,7 +686,7 @@ TEST(UnitArcExtents, EndForNanAndInfiniteAngles) {
     }
 }
 
-TEST(UnitArcExtents, WalkFromATinyNegativeStart) {
+TEST(UnitArcExtents, StartFromATinyNegativeAngle) {
     expectBox(modelUnitArc(false, -0.000001F, 10), unitArc(false, -0.000001F, 10));
     expectBox({-1, 1, -1, 1}, unitArc(false, -0.000001F, 10));
 }
@@ -712,7 +711,7 @@ TEST(RoundPoint, RoundsHalvesAwayFromZero) {
     expectRounded(1, -1, rounded(1.49F, -0.5F));
     expectRounded(1, 0, rounded(0.5F, -0.49F));
     expectRounded(0, 0, rounded(0.0F, -0.0F));
-    // The float just below a half must not be lifted over it by an addition.
+    // The float just below 0.5 must not be rounded up, as it would be by adding 0.5.
     expectRounded(0, 0, rounded(std::nextafter(0.5F, 0.0F), std::nextafter(-0.5F, 0.0F)));
     expectRounded(8388609, -8388609, rounded(8388609.0F, -8388609.0F));
 }
@@ -726,7 +725,7 @@ TEST(RoundPoint, EqualsExactRoundingForAllQuarters) {
     }
 }
 
-TEST(RoundPoint, GivesTheLowestNumberOutOfRange) {
+TEST(RoundPoint, GivesTheMinIntegerOutOfRange) {
     expectRounded(kMin, kMin, rounded(kNan, kInf));
     expectRounded(kMin, kMin, rounded(-kInf, 2147483648.0F));
     expectRounded(kMin, kMin, rounded(-2147483648.0F, -2147483904.0F));

@@ -1,5 +1,5 @@
-// Surfaces at the far ends of what numbers hold: origins outside any block, and heights without a
-// single pixel. Sanitizers watch the addresses.
+// Surfaces at the ends of the number range: origins outside any buffer, and heights without a single pixel.
+// Sanitizers check the addresses.
 #include "src/ds_surface.h"
 #include "src/pixel_kernels.h"
 #include "tests/src/surface_makers.h"
@@ -22,7 +22,7 @@ byte_vector fileWithoutPixels(DsColorMode mode, int32_t height) {
     return file;
 }
 
-TEST(FarSubSurface, DrawsInsideItsParentOnly) {
+TEST(FarSubSurface, DrawsOnlyInsideItsParent) {
     constexpr uint64_t kStride = 4 * 32768;
     byte_vector file(20 + 2 * kStride);
     const uint32_t header[] = {0, 0, 32768, 2, static_cast<uint32_t>(kStride)};
@@ -32,13 +32,13 @@ TEST(FarSubSurface, DrawsInsideItsParentOnly) {
     part.fill(0xFFFFFFFF);
     part.setPixel(0, kMax - 1, 0xFFFFFFFF);
     part.blend(0, kMax - 1, parent, 0, 0);
-    // Its last line is the parent's first.
+    // Its last row is the parent's first.
     for (size_t i = 20; i < file.size(); ++i) {
         ASSERT_EQ(i < 20 + 10 * 4 ? 255 : 0, file[i]) << i;
     }
 }
 
-TEST(SurfacesWithoutColumns, AreWalkedInNoTime) {
+TEST(SurfacesWithoutColumns, TakeNoTime) {
     byte_vector file = fileWithoutPixels(DsColorMode::ARGB8888, kMax);
     byte_vector alphaFile = fileWithoutPixels(DsColorMode::A8, kMax);
     const byte_vector before = file;
@@ -51,7 +51,7 @@ TEST(SurfacesWithoutColumns, AreWalkedInNoTime) {
     EXPECT_EQ(before, file);
 }
 
-TEST(KernelsWithoutColumns, ReturnInNoTime) {
+TEST(KernelsWithoutColumns, TakeNoTime) {
     uint8_t pixel[4] = {1, 2, 3, 4};
     const uint32_t height = std::numeric_limits<uint32_t>::max();
     const auto mode = DsColorMode::ARGB8888;

@@ -1,5 +1,5 @@
-// The blending kernel against the plain rules: every pair of modes, every triple of bytes that the
-// color formula can meet on opaque pixels, every pair of alphas.
+// The blending kernel compared with the model: every pair of modes, all combinations of three bytes in the
+// color formula for opaque pixels, every pair of alphas.
 #include "tests/src/copy_case.h"
 #include "tests/support/each_backend.h"
 #include "tests/support/same_bytes.h"
@@ -13,8 +13,8 @@ namespace {
 
 using Mode = DsColorMode;
 
-// Sanitizers make the loops over all triples ten times slower; there, every fifth source alpha
-// stands for the others. Both 0 and 255 are among them.
+// Sanitizers make the loops over three bytes ten times slower. With them, only every fifth source alpha is
+// tested, with 0 and 255 among them.
 constexpr uint32_t kAlphaStep = kSanitized ? 5 : 1;
 
 uint32_t blended(Mode target, Mode source, uint32_t targetStored, uint32_t sourceStored,
@@ -26,7 +26,7 @@ constexpr uint32_t gray(uint32_t alpha, uint32_t level) {
     return alpha << 24 | level << 16 | level << 8 | level;
 }
 
-// The color formula on an opaque target, as it stands.
+// The color formula for an opaque target.
 uint32_t formula(uint32_t cd, uint32_t cs, uint32_t s) {
     return (cd * 255 * (255 - s) + cs * s * 255) / 65025;
 }
@@ -38,8 +38,8 @@ byte_vector grayColumns(Mode mode) {
     });
 }
 
-// 256 by 256 ARGB8888 pixels of one alpha: the gray level is the line.
-byte_vector grayLines(uint32_t alpha) {
+// 256 by 256 ARGB8888 pixels of one alpha: the gray level is the row.
+byte_vector grayRows(uint32_t alpha) {
     return makePixels(Mode::ARGB8888, 65536, [alpha](uint32_t i) { return gray(alpha, i / 256); });
 }
 
@@ -47,14 +47,14 @@ byte_vector grayLines(uint32_t alpha) {
 void expectAllTriples(Mode target) {
     const byte_vector columns = grayColumns(target);
     for (uint32_t s = 0; s < 256; s += kAlphaStep) {
-        const byte_vector lines = grayLines(s);
+        const byte_vector rows = grayRows(s);
         const byte_vector expected = makePixels(target, 65536, [=](uint32_t i) {
             const uint32_t level = formula(i % 256, i / 256, s);
             return modelEncode(target, {255, level, level, level});
         });
         forEachBackend([&] {
             byte_vector pixels = columns;
-            blendPixels(pixels.data(), 256, target, lines.data(), 256, Mode::ARGB8888, 256, 256, 0,
+            blendPixels(pixels.data(), 256, target, rows.data(), 256, Mode::ARGB8888, 256, 256, 0,
                         0);
             const uint64_t size = modelPixelSize(target);
             EXPECT_TRUE(same_pixels(expected, pixels, {256, 256, 256 * size, size}))
@@ -68,15 +68,15 @@ TEST(BlendPixels, FollowsTheModelForEveryPairOfModes) {
     expectCopiesOfAllModes(kBlend, 41);
 }
 
-TEST(BlendPixels, IsExactForAllByteTriplesOnOpaqueArgb8888) {
+TEST(BlendPixels, IsExactForAllCombinationsOfThreeBytesOnOpaqueArgb8888) {
     expectAllTriples(Mode::ARGB8888);
 }
 
-TEST(BlendPixels, IsExactForAllByteTriplesOnRgb888) {
+TEST(BlendPixels, IsExactForAllCombinationsOfThreeBytesOnRgb888) {
     expectAllTriples(Mode::RGB888);
 }
 
-// All stored values, so all that a channel can decode to, under every gray level of an alpha.
+// All stored values, and so all decoded channels, under every gray level of an alpha.
 TEST(BlendPixels, IsExactForAllStoredValuesOfRgb565) {
     const byte_vector values = allStoredValues(Mode::RGB565);
     for (uint32_t s = 0; s < 256; s += 15) {
@@ -84,12 +84,12 @@ TEST(BlendPixels, IsExactForAllStoredValuesOfRgb565) {
             const byte_vector source = makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) {
                 return gray(s, (i + i / 256 + turn) % 256);
             });
-            expectCopyOfBlocks(kBlend, {Mode::RGB565, Mode::ARGB8888, 0, 0}, values, source, 256);
+            expectCopyOfBuffers(kBlend, {Mode::RGB565, Mode::ARGB8888, 0, 0}, values, source, 256);
         }
     }
 }
 
-// Columns of target alphas under lines of source alphas, for colors of all kinds.
+// Columns of target alphas under rows of source alphas, for colors of all kinds.
 TEST(BlendPixels, IsExactForAllPairsOfAlphas) {
     test_rng random(43);
     for (int round = 0; round < 32; ++round) {
@@ -98,9 +98,9 @@ TEST(BlendPixels, IsExactForAllPairsOfAlphas) {
         const uint32_t above = round == 0 ? 0xFFFFFF : random() % 0x1000000;
         const byte_vector columns =
             makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) { return i << 24 | below; });
-        const byte_vector lines =
+        const byte_vector rows =
             makePixels(Mode::ARGB8888, 65536, [=](uint32_t i) { return (i / 256) << 24 | above; });
-        expectCopyOfBlocks(kBlend, {Mode::ARGB8888, Mode::ARGB8888, 0, 0}, columns, lines, 256);
+        expectCopyOfBuffers(kBlend, {Mode::ARGB8888, Mode::ARGB8888, 0, 0}, columns, rows, 256);
     }
 }
 
@@ -109,19 +109,19 @@ TEST(BlendPixels, ComposesOverEveryStoredValueOfTwoBytes) {
         for (const Mode source : kAllModes) {
             const byte_vector noise =
                 make_bytes(data_kind::noise, size_t{65536} * modelPixelSize(source), 5);
-            expectCopyOfBlocks(kBlend, {target, source, 0, 0x12345678}, allStoredValues(target),
-                               noise, 256);
+            expectCopyOfBuffers(kBlend, {target, source, 0, 0x12345678}, allStoredValues(target),
+                                noise, 256);
         }
     }
 }
 
-TEST(BlendPixels, TakesEveryStoredValueOfTwoBytesAsItsSource) {
+TEST(BlendPixels, AcceptsEveryStoredValueOfTwoBytesAsItsSource) {
     for (const Mode source : kTwoByteModes) {
         for (const Mode target : kAllModes) {
             const byte_vector noise =
                 make_bytes(data_kind::noise, size_t{65536} * modelPixelSize(target), 6);
-            expectCopyOfBlocks(kBlend, {target, source, 2, 0x12345678}, noise,
-                               allStoredValues(source), 256);
+            expectCopyOfBuffers(kBlend, {target, source, 2, 0x12345678}, noise,
+                                allStoredValues(source), 256);
         }
     }
 }
@@ -131,10 +131,10 @@ TEST(BlendPixels, ComposesEveryPairOfBytes) {
         for (const Mode source : {Mode::I8, Mode::A8}) {
             const byte_vector columns =
                 makePixels(target, 65536, [](uint32_t i) { return i % 256; });
-            const byte_vector lines = makePixels(source, 65536, [](uint32_t i) { return i / 256; });
+            const byte_vector rows = makePixels(source, 65536, [](uint32_t i) { return i / 256; });
             for (const uint32_t alpha : {0U, 1U, 128U, 200U, 255U}) {
-                expectCopyOfBlocks(kBlend, {target, source, 2, 0xC3000000 | alpha}, columns, lines,
-                                   256);
+                expectCopyOfBuffers(kBlend, {target, source, 2, 0xC3000000 | alpha}, columns, rows,
+                                    256);
             }
         }
     }
@@ -148,8 +148,8 @@ TEST(BlendPixels, PaintsTheConstantColorThroughEveryMaskOverEveryAlpha) {
             return i << 24 | (color ^ (i * 0x010307U)) % 0x1000000;
         });
         for (const uint32_t alphaMode : {0U, 1U, 2U, 3U}) {
-            expectCopyOfBlocks(kBlend, {Mode::ARGB8888, Mode::A8, alphaMode, color}, target, mask,
-                               256);
+            expectCopyOfBuffers(kBlend, {Mode::ARGB8888, Mode::A8, alphaMode, color}, target, mask,
+                                256);
         }
     }
 }
@@ -170,7 +170,7 @@ TEST(BlendPixels, MultipliesTranslucentPixelsUnderATransparentSource) {
     EXPECT_EQ(gray(128, 100), blended(Mode::ARGB8888, Mode::ARGB8888, gray(128, 200), 0));
 }
 
-TEST(BlendPixels, WritesAnOpaqueSourceAsItIs) {
+TEST(BlendPixels, WritesAnOpaqueSourceUnchanged) {
     for (uint32_t level = 0; level < 256; ++level) {
         for (const uint32_t below : {0U, 0x80123456U, 0xFFFFFFFFU}) {
             EXPECT_EQ(gray(255, level),
@@ -190,7 +190,7 @@ TEST(BlendPixels, MultipliesTheSourceByItsAlphaOverTransparentPixels) {
     }
 }
 
-TEST(BlendPixels, LetsNothingOfAnArgb1555TargetTakePart) {
+TEST(BlendPixels, IgnoresTheTargetInArgb1555) {
     for (const uint32_t stored : {0U, 0x7FFFU, 0xFFFFU}) {
         EXPECT_EQ(0U, blended(Mode::ARGB1555, Mode::ARGB8888, stored, 0x00FFFFFF))
             << "over " << stored;
@@ -199,13 +199,13 @@ TEST(BlendPixels, LetsNothingOfAnArgb1555TargetTakePart) {
     }
 }
 
-TEST(BlendPixels, TakesAnArgb1555SourceForTransparent) {
+TEST(BlendPixels, TreatsAnArgb1555SourceAsTransparent) {
     EXPECT_EQ(gray(255, 60), blended(Mode::ARGB8888, Mode::ARGB1555, gray(255, 60), 0xFFFF));
     EXPECT_EQ(gray(255, 255),
               blended(Mode::ARGB8888, Mode::ARGB1555, gray(255, 60), 0x7FFF, 1, 255));
 }
 
-TEST(BlendPixels, TakesModesWithoutPixelsForTransparent) {
+TEST(BlendPixels, TreatsModesWithoutPixelsAsTransparent) {
     for (const Mode source : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
         EXPECT_EQ(gray(255, 60), blended(Mode::ARGB8888, source, gray(255, 60), 0, 0, 0xFFFFFFFF))
             << modeName(source);
@@ -217,10 +217,10 @@ TEST(BlendPixels, TakesModesWithoutPixelsForTransparent) {
 TEST(BlendPixels, WritesNothingIntoModesWithoutPixels) {
     for (const Mode target : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
         for (const Mode source : kAllModes) {
-            byte_vector block(64, 9);
+            byte_vector buffer(64, 9);
             const byte_vector pixels(64, 200);
-            blendPixels(block.data() + 8, 4, target, pixels.data(), 4, source, 4, 4, 0, 0);
-            EXPECT_TRUE(same_bytes(byte_vector(64, 9), block))
+            blendPixels(buffer.data() + 8, 4, target, pixels.data(), 4, source, 4, 4, 0, 0);
+            EXPECT_TRUE(same_bytes(byte_vector(64, 9), buffer))
                 << modeName(source) << " over " << modeName(target);
         }
     }

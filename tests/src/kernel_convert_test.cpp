@@ -1,5 +1,5 @@
-// The converting kernel against the plain rules: every pair of modes, every stored value of the
-// small modes, every alpha.
+// The converting kernel compared with the model: every pair of modes, every stored value of the small
+// modes, every alpha.
 #include "tests/src/copy_case.h"
 #include "tests/support/same_bytes.h"
 
@@ -16,12 +16,12 @@ uint32_t converted(Mode target, Mode source, uint32_t stored, uint32_t alphaMode
     return copied(kConvert, {target, source, alphaMode, color}, 0xA5A5A5A5, stored);
 }
 
-// Converts a block of source pixels, 256 a line, into a mode.
+// Converts a buffer of source pixels, 256 per row, to a mode.
 void expectConversion(const ModelCopy& copy, const byte_vector& source) {
     const size_t pixels = source.size() / modelPixelSize(copy.source);
     const byte_vector target =
         make_bytes(data_kind::noise, pixels * modelPixelSize(copy.target) + 1, 3);
-    expectCopyOfBlocks(kConvert, copy, target, source, static_cast<uint32_t>(pixels / 256));
+    expectCopyOfBuffers(kConvert, copy, target, source, static_cast<uint32_t>(pixels / 256));
 }
 
 TEST(ConvertPixels, FollowsTheModelForEveryPairOfModes) {
@@ -60,7 +60,7 @@ TEST(ConvertPixels, ScalesEveryAlphaByEveryConstantAlpha) {
     }
 }
 
-TEST(ConvertPixels, TakesEveryConstantAlpha) {
+TEST(ConvertPixels, UsesEveryConstantAlpha) {
     for (const Mode source : kAllModes) {
         for (uint32_t constant = 0; constant < 256; ++constant) {
             const uint32_t stored = converted(Mode::ARGB8888, source, 0x13572468, 1, constant);
@@ -80,7 +80,7 @@ TEST(ConvertPixels, NarrowsWhiteToFullFields) {
     EXPECT_EQ(65535U, converted(Mode::ARGB4444, Mode::ARGB8888, 0xFFFFFFFF));
 }
 
-TEST(ConvertPixels, GivesBackWhatItWidened) {
+TEST(ConvertPixels, NarrowsWidenedPixelsToTheOriginals) {
     for (uint32_t stored = 0; stored < 65536; ++stored) {
         const uint32_t wide = converted(Mode::ARGB8888, Mode::RGB565, stored);
         ASSERT_EQ(stored, converted(Mode::RGB565, Mode::ARGB8888, wide));
@@ -89,7 +89,7 @@ TEST(ConvertPixels, GivesBackWhatItWidened) {
     }
 }
 
-TEST(ConvertPixels, LetsArgb1555ColorsSpill) {
+TEST(ConvertPixels, SpillsArgb1555Colors) {
     EXPECT_EQ(2100U, converted(Mode::ARGB1555, Mode::ARGB8888, 0x000000FF));
     EXPECT_EQ(2100U * 32 % 65536, converted(Mode::ARGB1555, Mode::ARGB8888, 0x0000FF00));
     EXPECT_EQ(32768U, converted(Mode::ARGB1555, Mode::ARGB8888, 0x80000000));
@@ -130,10 +130,10 @@ TEST(ConvertPixels, ReadsModesWithoutPixelsAsZeros) {
 TEST(ConvertPixels, WritesNothingIntoModesWithoutPixels) {
     for (const Mode target : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
         for (const Mode source : kAllModes) {
-            byte_vector block(64, 9);
+            byte_vector buffer(64, 9);
             const byte_vector pixels(64, 200);
-            convertPixels(block.data() + 8, 4, target, pixels.data(), 4, source, 4, 4, 0, 0);
-            EXPECT_TRUE(same_bytes(byte_vector(64, 9), block))
+            convertPixels(buffer.data() + 8, 4, target, pixels.data(), 4, source, 4, 4, 0, 0);
+            EXPECT_TRUE(same_bytes(byte_vector(64, 9), buffer))
                 << modeName(source) << " into " << modeName(target);
         }
     }

@@ -1,5 +1,5 @@
-// The fill kernel and the byte fill: every pixel size at every width, with bytes all around that
-// must stay.
+// The fill kernel and the byte fill: every pixel size at every width, with bytes all around that must not
+// change.
 #include "src/pixel_kernels.h"
 #include "tests/src/pixel_model.h"
 #include "tests/support/each_backend.h"
@@ -24,22 +24,22 @@ struct Fill {
 
 void expectFill(const Fill& fill) {
     const uint32_t size = modelPixelSize(fill.mode);
-    const size_t lineBytes = size_t{fill.pitch} * size;
+    const size_t rowBytes = size_t{fill.pitch} * size;
     const byte_vector before =
-        make_bytes(data_kind::noise, kGuard + fill.height * lineBytes + kGuard, fill.width);
+        make_bytes(data_kind::noise, kGuard + fill.height * rowBytes + kGuard, fill.width);
     byte_vector expected = before;
     for (uint32_t y = 0; y < fill.height; ++y) {
         for (uint32_t x = 0; x < fill.width; ++x) {
-            modelStore(fill.mode, &expected[fill.start + y * lineBytes + size_t{x} * size],
+            modelStore(fill.mode, &expected[fill.start + y * rowBytes + size_t{x} * size],
                        fill.value);
         }
     }
     forEachBackend([&] {
-        byte_vector block = before;
-        fillPixels(block.data() + fill.start, fill.pitch, fill.width, fill.height, fill.mode,
+        byte_vector buffer = before;
+        fillPixels(buffer.data() + fill.start, fill.pitch, fill.width, fill.height, fill.mode,
                    fill.value);
         EXPECT_TRUE(
-            same_pixels(expected, block, {fill.width, fill.height, lineBytes, size, fill.start}))
+            same_pixels(expected, buffer, {fill.width, fill.height, rowBytes, size, fill.start}))
             << modeName(fill.mode) << ", " << fill.width << " x " << fill.height;
     });
 }
@@ -111,22 +111,22 @@ TEST(FillPixels, WritesNothingForModesWithoutPixels) {
 
 TEST(FillBytes, WritesExactlyItsCount) {
     for (uint32_t count = 0; count <= 200; ++count) {
-        byte_vector block = make_bytes(data_kind::noise, count + 2 * kGuard, count);
-        byte_vector expected = block;
+        byte_vector buffer = make_bytes(data_kind::noise, count + 2 * kGuard, count);
+        byte_vector expected = buffer;
         const auto value = static_cast<uint8_t>(count * 37);
         const size_t start = count % kGuard;
         std::fill_n(expected.data() + start, count, value);
-        fillBytes(block.data() + start, value, count);
-        EXPECT_TRUE(same_bytes(expected, block))
+        fillBytes(buffer.data() + start, value, count);
+        EXPECT_TRUE(same_bytes(expected, buffer))
             << count << " bytes filled from " << start << " on";
     }
 }
 
-TEST(FillBytes, TakesEveryValue) {
+TEST(FillBytes, WritesEveryValue) {
     for (uint32_t value = 0; value < 256; ++value) {
-        byte_vector block(100);
-        fillBytes(block.data(), static_cast<uint8_t>(value), 100);
-        EXPECT_TRUE(same_bytes(byte_vector(100, static_cast<uint8_t>(value)), block));
+        byte_vector buffer(100);
+        fillBytes(buffer.data(), static_cast<uint8_t>(value), 100);
+        EXPECT_TRUE(same_bytes(byte_vector(100, static_cast<uint8_t>(value)), buffer));
     }
 }
 

@@ -1,4 +1,4 @@
-// The plain pixel rules.
+// The pixel model.
 #include "tests/src/pixel_model.h"
 
 namespace {
@@ -27,7 +27,7 @@ uint32_t field(uint32_t word, uint32_t lowestBit, uint32_t bitCount) {
     return (word >> lowestBit) % (1U << bitCount);
 }
 
-// What the target weighs in a painted pixel, each term multiplied by what the color leaves.
+// The weight of the target in a painted pixel.
 ModelColor targetTerms(DsColorMode mode, uint32_t p, uint32_t rest) {
     const auto terms = [rest](uint32_t alpha, uint32_t red, uint32_t green, uint32_t blue) {
         return ModelColor{alpha * rest, red * alpha * rest, green * alpha * rest,
@@ -50,7 +50,7 @@ ModelColor targetTerms(DsColorMode mode, uint32_t p, uint32_t rest) {
         return terms(field(p, 8, 8), field(p, 0, 8), field(p, 0, 8), field(p, 0, 8));
     case DsColorMode::A8:
         return {p * rest, 0, 0, 0};
-    default: // ARGB1555: the target takes no part
+    default: // ARGB1555: the target has no effect
         return {0, 0, 0, 0};
     }
 }
@@ -128,7 +128,7 @@ uint32_t modelEncode(DsColorMode mode, const ModelColor& color) {
         return (red << 16) + (green << 8) + blue;
     case DsColorMode::RGB565:
         return (to5Bits(red) << 11) + (to6Bits(green) << 5) + to5Bits(blue);
-    case DsColorMode::ARGB1555: // the widening rule, and sums that run over into other fields
+    case DsColorMode::ARGB1555: // the widening rule, and sums that overflow into other fields
         return ((alpha >= 128 ? 32768U : 0U) + (from5Bits(red) << 10) + (from5Bits(green) << 5) +
                 from5Bits(blue)) %
                65536;

@@ -1,5 +1,5 @@
-// The pixel rules once more, one pixel at a time and straight from their tables: what the kernels,
-// the spans and the drawing operations are held against. It shares no code with them.
+// A model of the pixel rules, one pixel at a time, from their tables. Tests compare the kernels, the spans and
+// the drawing operations with it. It shares no code with them.
 #pragma once
 
 #include "src/ds_color_mode.h"
@@ -18,7 +18,7 @@ inline constexpr std::array kAllModes = {
 inline constexpr std::array kTwoByteModes = {DsColorMode::RGB565, DsColorMode::ARGB1555,
                                              DsColorMode::ARGB4444, DsColorMode::AI88};
 
-/// The alpha modes that mean something, and two that take alpha away.
+/// The alpha modes with a meaning, and two that set alpha to 0.
 inline constexpr uint32_t kAlphaModes[] = {0, 1, 2, 3, 0xFFFFFFFF};
 
 struct ModelColor {
@@ -30,7 +30,7 @@ struct ModelColor {
 ModelColor modelColor(uint32_t word);
 uint32_t modelWord(const ModelColor& color);
 
-/// "RGB565", or "mode 10" where there is no such mode.
+/// "RGB565", or "mode 10" for an unknown mode.
 std::string modeName(DsColorMode mode);
 
 uint32_t modelPixelSize(DsColorMode mode);
@@ -44,7 +44,7 @@ uint32_t modelEncode(DsColorMode mode, const ModelColor& color);
 /// `above` over `below`.
 ModelColor modelOver(const ModelColor& below, const ModelColor& above);
 
-/// How a copy turns one source pixel and one target pixel into the new target pixel.
+/// The new target pixel of a copy, from one source pixel and one target pixel.
 struct ModelCopy {
     DsColorMode target, source;
     uint32_t alphaMode, color;
@@ -57,5 +57,5 @@ struct ModelCopy {
 /// The stored value after painting a color word through a coverage byte.
 uint32_t modelPainted(DsColorMode mode, uint32_t stored, uint32_t coverage, uint32_t color);
 
-/// A value for every bit pattern of a pixel of one or two bytes, 256 a line.
+/// Every bit pattern of a pixel of one or two bytes, 256 per row.
 byte_vector allStoredValues(DsColorMode mode);

@@ -1,5 +1,5 @@
-// The two rectangles as regions: spans, bounds, mapping and moving, bit by bit, at the ends of
-// their number ranges too.
+// The two rectangles as regions: spans, bounds, mapping and moving, bit by bit, also at the ends of their
+// number ranges.
 #include "src/ds_region.h"
 #include "tests/src/dispatch_slot.h"
 #include "tests/src/surface_makers.h"
@@ -77,7 +77,7 @@ TEST(Region, IsAbstractWithoutDataOrVirtualDestructor) {
     EXPECT_FALSE(std::has_virtual_destructor_v<DsFRect>);
 }
 
-TEST(Region, BearsItsNamesAtRunTime) {
+TEST(Region, HasItsTypeNamesAtRunTime) {
     const DsRect rect;
     const DsFRect rectF;
     const DsRegion& region = rect;
@@ -87,7 +87,7 @@ TEST(Region, BearsItsNamesAtRunTime) {
     EXPECT_STREQ("7DsFRect", typeid(regionF).name());
 }
 
-TEST(Region, KeepsRectangleFieldsInOrderBehindTheDispatchPointer) {
+TEST(Region, KeepsRectangleFieldsInOrderAfterTheDispatchPointer) {
     expectFieldsBehindTheDispatchPointer<DsRect>();
     expectFieldsBehindTheDispatchPointer<DsFRect>();
 }
@@ -104,7 +104,7 @@ TEST(Region, NeverCorrectsNegativeSizes) {
     expectRectF(5, -6, -7, -kInf, DsFRect(5, -6, -7, -kInf));
 }
 
-TEST(RectSpans, AnswerTheFullStretchWhereverTheArgumentLies) {
+TEST(RectSpans, AreTheFullExtentForAnyArgument) {
     const DsRect rect(10, 20, 30, 40);
     for (const float at : {0.0F, 5.0F, -1000.0F, 5000.0F, -0.0F, 25.5F}) {
         SCOPED_TRACE(testing::Message() << "at " << at);
@@ -123,8 +123,8 @@ TEST(RectSpans, AreEmptyForAnExtentBelowOne) {
     }
 }
 
-// The extent along the span itself is reported as it is.
-TEST(RectSpans, ReportANegativeStretchOfTheOtherAxis) {
+// The extent along the span itself is not checked.
+TEST(RectSpans, MayHaveANegativeExtent) {
     expectSpan(20, 15, DsRect(10, 20, 30, -5).verticalSpanAt(0));
     expectSpan(10, 7, DsRect(10, 20, -3, 40).horizontalSpanAt(0));
     expectSpan(20, 15.5F, DsFRect(10, 20, 30, -4.5F).verticalSpanAt(0));
@@ -148,8 +148,8 @@ TEST(RectSpans, AreEmptyAtTheInfinities) {
     }
 }
 
-// 100000000 is a multiple of 8, the distance of floats there; half of it rounds back to even.
-TEST(RectSpans, AreEmptyWhereSinglePrecisionSwallowsTheExtent) {
+// 100000000 is a multiple of 8, the distance of floats there. An extent of half of that rounds to even.
+TEST(RectSpans, AreEmptyIfSinglePrecisionRoundsTheExtentAway) {
     for (int32_t extent = 1; extent <= 4; ++extent) {
         expectEmpty(DsRect(0, 0, extent, 9).verticalSpanAt(100000000.0F));
         expectEmpty(DsRect(0, 0, 9, extent).horizontalSpanAt(100000000.0F));
@@ -162,8 +162,8 @@ TEST(RectSpans, AreEmptyWhereSinglePrecisionSwallowsTheExtent) {
     }
 }
 
-// Floats are 2^30 apart at 2^53, so an extent of 2^29 rounds back to even, and anything above it
-// does not; but 2^29 + 1 is itself 2^29 in single precision.
+// Floats are 2^30 apart at 2^53, so an extent of 2^29 rounds to even, and a larger one does not. But 2^29 + 1
+// itself is 2^29 in single precision.
 TEST(RectSpans, ConvertTheExtentToSinglePrecisionBeforeTheSum) {
     const float at = 9007199254740992.0F;
     expectEmpty(DsRect(0, 0, 536870913, 9).verticalSpanAt(at));
@@ -195,7 +195,7 @@ TEST(RectSpans, AreEmptyForAFloatExtentThatIsNotANumber) {
     expectEmpty(DsFRect(0, 0, kInf, 9).verticalSpanAt(-kInf)); // infinity minus infinity
 }
 
-TEST(RectSpans, AnswerForTheSmallestExtentsAtZeroOnly) {
+TEST(RectSpans, AreNotEmptyForTheSmallestExtentsAtZeroOnly) {
     const float tiny = std::numeric_limits<float>::denorm_min();
     expectSpan(2, 5, DsFRect(1, 2, tiny, 3).verticalSpanAt(0));
     expectEmpty(DsFRect(1, 2, tiny, 3).verticalSpanAt(1));
@@ -213,14 +213,14 @@ TEST(RectBounds, CopyTheFloatRectangle) {
     expectRectF(-0.0F, 1.5F, -kInf, 1e-40F, DsFRect(-0.0F, 1.5F, -kInf, 1e-40F).bounds());
 }
 
-TEST(RectBounds, AreWholeRectanglesThatAnswerThemselves) {
+TEST(RectBounds, AreRectanglesWithTheSameBounds) {
     const DsFRect bounds = DsRect(10, 20, 30, 40).bounds();
     const DsRegion& region = bounds;
     expectSpan(20, 60, region.verticalSpanAt(0));
     expectRectF(10, 20, 30, 40, region.bounds());
 }
 
-TEST(RectMapping, TurnsTheRectangleByTheRotationOfTheSurface) {
+TEST(RectMapping, RotatesTheRectangleByTheRotationOfTheSurface) {
     const auto mapped = [](uint32_t rotation) {
         const SurfaceShape shape(rotation, 100, 50);
         DsRect rect(10, 5, 20, 8);
@@ -235,7 +235,7 @@ TEST(RectMapping, TurnsTheRectangleByTheRotationOfTheSurface) {
     }
 }
 
-TEST(RectMapping, TurnsTheFloatRectangle) {
+TEST(RectMapping, RotatesTheFloatRectangle) {
     const auto mapped = [](uint32_t rotation) {
         const SurfaceShape shape(rotation, 100, 50);
         DsFRect rect(10.5F, 5.25F, 20, 8.5F);
@@ -268,7 +268,7 @@ TEST(RectMapping, WrapsIntegers) {
     }
 }
 
-// (H - x) - w and H - (x + w) differ here, and so does H in double precision.
+// (H - x) - w and H - (x + w) differ here, and both differ from double precision.
 TEST(RectMapping, SubtractsFloatsFromLeftToRightInSinglePrecision) {
     const SurfaceShape shape(90, 16777219, 16777217);
     DsFRect rect(0.5F, 2, 0.5F, 3);
@@ -323,14 +323,14 @@ TEST(RectMoving, MovesEachAxisByItsOwnOffset) {
     expectRectF(1, 0, 3, 3, bounds);
 }
 
-TEST(RectMoving, ReturnsTheBoundsAfterTheMoveAndStaysMoved) {
+TEST(RectMoving, ReturnsTheBoundsAfterTheMove) {
     DsRect rect(10, 20, 30, 40);
     const DsFRect bounds = rect.moveBy({100, -200});
     expectRect(110, -180, 30, 40, rect);
     expectRectF(110, -180, 30, 40, bounds);
 }
 
-TEST(RectMoving, GivesTheLowestIntegerForWhatDoesNotFit) {
+TEST(RectMoving, GivesTheMinIntegerForSumsThatDoNotFit) {
     for (const float by : {kNan, -kNan, kInf, -kInf, 3e9F, -3e9F, 2147483648.0F, 1e38F}) {
         SCOPED_TRACE(testing::Message() << "by " << by);
         DsRect rect(0, 0, 3, 3);
@@ -342,15 +342,15 @@ TEST(RectMoving, GivesTheLowestIntegerForWhatDoesNotFit) {
     }
 }
 
-TEST(RectMoving, KeepsTheEndsThatStillFit) {
+TEST(RectMoving, KeepsTheLastSumsThatFit) {
     DsRect rect(0, 0, 3, 3);
     rect.moveBy({2147483520.0F, -2147483648.0F});
     expectRect(2147483520, kMin, 3, 3, rect);
 }
 
-// The position itself goes through single precision: the highest one becomes 2^31, which is out of
-// range, and low bits beyond 2^24 are lost even by a move of nothing.
-TEST(RectMoving, LosesWhatSinglePrecisionCannotHoldEvenWithoutAnOffset) {
+// The position is converted to single precision: the highest one becomes 2^31, which is out of range, and low
+// bits beyond 2^24 are lost even by a move of 0.
+TEST(RectMoving, RoundsToSinglePrecisionEvenWithoutAnOffset) {
     DsRect rect(kMax, 16777217, 3, 3);
     const DsFRect bounds = rect.moveBy({0, 0});
     expectRect(kMin, 16777216, 3, 3, rect);
@@ -364,7 +364,7 @@ TEST(RectMoving, AddsFloatsInSinglePrecision) {
     expectRectF(0.1F + 0.2F, 16777216, 3, 4, result);
 }
 
-TEST(RectMoving, CarriesInfinityAndNanInFloats) {
+TEST(RectMoving, KeepsInfinityAndNanInFloats) {
     DsFRect rect(1, 2, 3, 4);
     rect.moveBy({kInf, -kInf});
     expectRectF(kInf, -kInf, 3, 4, rect);

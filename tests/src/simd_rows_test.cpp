@@ -1,5 +1,5 @@
-// The SIMD rows: their arithmetic for every number that it can meet, their tails, and the list of backends. That
-// they give what the scalar rows give is shown with the kernels.
+// The SIMD rows: their arithmetic for every possible number, their tails, and the list of backends. The tests of the
+// kernels compare their results with the scalar rows.
 #include "src/internal/pixel_backend.h"
 #include "src/pixel_kernels.h"
 #include "src/simd/cpu.h"
@@ -88,7 +88,7 @@ TEST(SimdArithmetic, DividesBy65025InSixteenBits) {
 }
 #endif
 
-// Float arithmetic would follow it.
+// Float arithmetic would depend on it.
 TEST(SimdRows, DoNotDependOnTheRoundingModeOfFloats) {
     const byte_vector source = make_bytes(data_kind::noise, 4096, 1);
     const byte_vector before = make_bytes(data_kind::noise, 4096, 2);
@@ -105,7 +105,7 @@ TEST(SimdRows, DoNotDependOnTheRoundingModeOfFloats) {
     }
 }
 
-// The formula of the scalar rule shrinks where the target is opaque.
+// For an opaque target the scalar formula is simpler.
 TEST(SimdArithmetic, NeedsOnlyOneDivisionBy255OnOpaquePixels) {
     for (uint32_t s = 0; s < 256; ++s) {
         for (uint32_t cd = 0; cd < 256; ++cd) {
@@ -119,7 +119,7 @@ TEST(SimdArithmetic, NeedsOnlyOneDivisionBy255OnOpaquePixels) {
 }
 
 #if defined(__x86_64__)
-TEST(Processor, HasWhatItAnswersByItself) {
+TEST(Processor, HasTheFeaturesThatItReports) {
     EXPECT_EQ(__builtin_cpu_supports("avx2") != 0, processorHasAvx2());
     EXPECT_EQ(__builtin_cpu_supports("pclmul") != 0, processorHasCarryLessMultiplication());
 }
@@ -131,7 +131,7 @@ const char* activeName() {
     return backends()[activeBackend()].name;
 }
 
-TEST(Backends, StandInOrderOfPreference) {
+TEST(Backends, AreInOrderOfPreference) {
     std::vector<std::string> names;
     for (const Backend& backend : backends()) {
         names.emplace_back(backend.name);
@@ -165,7 +165,7 @@ std::string describe(const ModePair& pair) {
     return modeName(pair.source) + " to " + modeName(pair.target);
 }
 
-TEST(Backends, LeaveModesWithoutPixelsWithoutRows) {
+TEST(Backends, HaveNoRowsForModesWithoutPixels) {
     forEachBackend([] {
         for (const Mode source : kAllModes) {
             for (const Mode target : {Mode::Reserved6, Mode::Reserved8, Mode{10}}) {
@@ -210,7 +210,7 @@ PixelRow rowOf(const ModePairTable<PixelRow>& rows, const ModePair& pair) {
     return rows.at(static_cast<uint32_t>(pair.target), static_cast<uint32_t>(pair.source));
 }
 
-TEST(SimdRows, StandBesideThePairsThatDrawingUsesMost) {
+TEST(SimdRows, ExistForThePairsThatDrawingUsesMost) {
     for (size_t i = 0; i < kBackendCount; ++i) {
         SCOPED_TRACE(backends()[i].name);
         for (const ModePair& pair : kConvertPairs) {
@@ -222,7 +222,7 @@ TEST(SimdRows, StandBesideThePairsThatDrawingUsesMost) {
     }
 }
 
-// A row of `count` pixels leaves the bytes behind it alone, and is what the scalar row makes of it.
+// A row of `count` pixels equals the scalar row, and the bytes after it do not change.
 void expectWholeRow(PixelRow row, PixelRow scalarRow, const ModePair& pair, uint32_t count) {
     const uint32_t size = modelPixelSize(pair.target);
     const byte_vector source = make_bytes(data_kind::noise, count * modelPixelSize(pair.source), 1);

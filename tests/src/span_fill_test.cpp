@@ -1,5 +1,5 @@
-// Painting through coverage: both routines in every mode against the plain rule, pixel by pixel in
-// their order, on each backend, and with coverage that lies in the painted bytes.
+// Painting through coverage: both functions in every mode compared with the model, pixel by pixel in order, on
+// each backend, also with coverage that overlaps the painted bytes.
 #include "src/span_fill.h"
 #include "tests/src/copy_case.h"
 #include "tests/src/pixel_model.h"
@@ -26,15 +26,15 @@ FillState fillState() {
     return {gBlendColorMode, gBlendColor, gBlendBytesPerPixel};
 }
 
-// Looked at before any test can set it.
+// Read before any test can set it.
 const FillState kStateAtStart = fillState();
 
 constexpr size_t kMargin = 24;
-constexpr uint32_t kFarthestStep = 64; // bytes; what wrapping products may come to in these tests
+constexpr uint32_t kMaxDistance = 64; // in bytes; the limit for wrapping products in these tests
 
-// One call: painted pixels and coverage are both somewhere in one block of bytes.
+// One call. Painted pixels and coverage are in one buffer of bytes.
 struct SpanCase {
-    byte_vector block;
+    byte_vector buffer;
     size_t destination, coverage;
     uint32_t count;
     std::optional<uint32_t> step; // none for adjacent pixels
@@ -44,9 +44,9 @@ uint32_t distanceOf(const SpanCase& span) {
     return span.step.value_or(1) * gBlendBytesPerPixel;
 }
 
-void paint(const SpanCase& span, byte_vector& block) {
-    uint8_t* destination = block.data() + span.destination;
-    const uint8_t* coverage = block.data() + span.coverage;
+void paint(const SpanCase& span, byte_vector& buffer) {
+    uint8_t* destination = buffer.data() + span.destination;
+    const uint8_t* coverage = buffer.data() + span.coverage;
     if (span.step) {
         blendSpanStrided(destination, *span.step, coverage, span.count);
     } else {
@@ -54,23 +54,23 @@ void paint(const SpanCase& span, byte_vector& block) {
     }
 }
 
-void paintPlainly(const SpanCase& span, byte_vector& block) {
+void paintModel(const SpanCase& span, byte_vector& buffer) {
     size_t pixel = span.destination;
     for (uint32_t i = 0; i < span.count && modelPixelSize(gBlendColorMode) != 0; ++i) {
-        const uint32_t stored = modelLoad(gBlendColorMode, &block[pixel]);
-        modelStore(gBlendColorMode, &block[pixel],
-                   modelPainted(gBlendColorMode, stored, block[span.coverage + i], gBlendColor));
+        const uint32_t stored = modelLoad(gBlendColorMode, &buffer[pixel]);
+        modelStore(gBlendColorMode, &buffer[pixel],
+                   modelPainted(gBlendColorMode, stored, buffer[span.coverage + i], gBlendColor));
         pixel += distanceOf(span);
     }
 }
 
 void expectPaintingOfModel(const SpanCase& span) {
-    byte_vector expected = span.block;
-    paintPlainly(span, expected);
+    byte_vector expected = span.buffer;
+    paintModel(span, expected);
     forEachBackend([&] {
-        byte_vector block = span.block;
-        paint(span, block);
-        EXPECT_TRUE(same_bytes(expected, block))
+        byte_vector buffer = span.buffer;
+        paint(span, buffer);
+        EXPECT_TRUE(same_bytes(expected, buffer))
             << modeName(gBlendColorMode) << ", color 0x" << std::hex << gBlendColor << std::dec
             << ", " << span.count << " pixels, " << distanceOf(span)
             << " bytes apart, painted from byte " << span.destination << " on, coverage from byte "
@@ -78,18 +78,18 @@ void expectPaintingOfModel(const SpanCase& span) {
     });
 }
 
-// Random pixels, then random coverage, both with bytes around them; some coverage is all 0 or 255.
+// Random pixels, then random coverage, both with bytes around them. Some coverage is all 0 or 255.
 SpanCase randomSpan(test_rng& random, uint32_t count, std::optional<uint32_t> step) {
     SpanCase span = {{}, random_between(random, 0, kMargin), 0, count, step};
     const size_t reach = kMargin + size_t{count} * distanceOf(span) + kMargin;
-    span.block = make_bytes(data_kind::noise, reach, random());
+    span.buffer = make_bytes(data_kind::noise, reach, random());
     span.coverage = reach;
-    append(span.block,
+    append(span.buffer,
            make_bytes(random() % 4 == 0 ? data_kind::runs : data_kind::noise, count, random()));
     return span;
 }
 
-// A random color; every other one is opaque.
+// A random color. Every second one is opaque.
 uint32_t randomColor(test_rng& random) {
     return random() % 2 == 0 ? random() : random() | 255U;
 }
@@ -113,10 +113,10 @@ uint32_t painted(Mode mode, uint32_t color, uint32_t stored, uint8_t coverage) {
     return modelLoad(mode, pixel);
 }
 
-// Paints pixels through one coverage after the other, 256 a line.
-void expectPaintedBlock(const byte_vector& pixels, const byte_vector& coverage) {
+// Paints pixels through one coverage after the other, 256 per row.
+void expectPaintedBuffer(const byte_vector& pixels, const byte_vector& coverage) {
     SpanCase span = {pixels, 0, pixels.size(), static_cast<uint32_t>(coverage.size()), {}};
-    append(span.block, coverage);
+    append(span.buffer, coverage);
     expectPaintingOfModel(span);
 }
 
@@ -136,19 +136,19 @@ TEST(FillStateOfSpans, IsSetTogether) {
     }
 }
 
-TEST(FillStateOfSpans, StaysAsItIsWhilePainting) {
+TEST(FillStateOfSpans, DoesNotChangeDuringPainting) {
     test_rng random(51);
     for (const Mode mode : kAllModes) {
         setBlendColor(mode, 0x40302010);
         SpanCase span = randomSpan(random, 40, 2);
-        paint(span, span.block);
+        paint(span, span.buffer);
         EXPECT_EQ((FillState{mode, 0x40302010, modelPixelSize(mode)}), fillState())
             << modeName(mode);
     }
 }
 
-// Nothing was set, so every coverage byte falls on the first pixel, and each multiplies it again.
-TEST(FillStateOfSpans, UnsetPaintsTheFirstPixelAgainAndAgain) {
+// Nothing was set, so every coverage byte paints the first pixel, and each multiplies it again.
+TEST(FillStateOfSpans, UnsetPaintsTheFirstPixelRepeatedly) {
     test_rng random(52);
     for (uint32_t count = 0; count <= 70; ++count) {
         setBlendColor(Mode::ARGB8888, 0);
@@ -182,7 +182,7 @@ TEST(BlendSpanStrided, FollowsTheModelInEveryModeAtEveryStep) {
     }
 }
 
-// Steps whose product with the pixel size passes 2^32.
+// Steps whose product with the pixel size exceeds 2^32.
 TEST(BlendSpanStrided, WrapsTheDistanceAt32Bits) {
     constexpr uint32_t kSteps[] = {0x40000000, 0x40000001, 0x80000000, 0x80000003, 0xC0000002,
                                    0x55555556, 0x55555557, 0xAAAAAAAB, 0xAAAAAAAC, 0xAAAAAAB0};
@@ -190,15 +190,15 @@ TEST(BlendSpanStrided, WrapsTheDistanceAt32Bits) {
     for (const Mode mode : kAllModes) {
         for (const uint32_t step : kSteps) {
             const uint32_t size = setBlendColor(mode, randomColor(random));
-            for (uint32_t count = 0; count <= 70 && step * size <= kFarthestStep; ++count) {
+            for (uint32_t count = 0; count <= 70 && step * size <= kMaxDistance; ++count) {
                 expectPaintingOfModel(randomSpan(random, count, step));
             }
         }
     }
 }
 
-// The largest distances: forwards, not backwards, and only as far as there is another pixel.
-TEST(BlendSpanStrided, GoesForwardsByNearlyFourGigabytes) {
+// The largest distances go forwards, not backwards, and only up to the last pixel.
+TEST(BlendSpanStrided, MovesForwardsByNearlyFourGigabytes) {
     constexpr uint64_t kDistance = 0xFFFFFFFC;
     void* memory = mmap(nullptr, kDistance + 4096, PROT_READ | PROT_WRITE,
                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
@@ -212,7 +212,7 @@ TEST(BlendSpanStrided, GoesForwardsByNearlyFourGigabytes) {
     munmap(memory, kDistance + 4096);
 }
 
-TEST(BlendSpanStrided, TouchesOnePixelForACountOfOneAtAnyStep) {
+TEST(BlendSpanStrided, AccessesOnePixelForACountOfOneAtAnyStep) {
     test_rng random(55);
     for (const Mode mode : kAllModes) {
         for (const uint32_t step : {0x3FFFFFFFU, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
@@ -236,16 +236,16 @@ TEST(BlendSpan, WritesNothingForACountOfZero) {
 TEST(BlendSpan, WritesNothingInModesWithoutPixels) {
     for (const Mode mode : {Mode::Reserved6, Mode::Reserved8, Mode{10}, Mode{0xFFFFFFFF}}) {
         setBlendColor(mode, 0xFFFFFFFF);
-        byte_vector block(200, 9);
+        byte_vector buffer(200, 9);
         const byte_vector coverage(70, 255);
-        blendSpan(block.data() + 60, coverage.data(), 70);
-        blendSpanStrided(block.data() + 60, 1, coverage.data(), 70);
-        EXPECT_TRUE(same_bytes(byte_vector(200, 9), block)) << modeName(mode);
+        blendSpan(buffer.data() + 60, coverage.data(), 70);
+        blendSpanStrided(buffer.data() + 60, 1, coverage.data(), 70);
+        EXPECT_TRUE(same_bytes(byte_vector(200, 9), buffer)) << modeName(mode);
     }
 }
 
-// The coverage ends with the block it lies in, and so do the pixels.
-TEST(BlendSpan, TouchesNothingBehindItsPixelsAndItsCoverage) {
+// The coverage ends with its buffer, and so do the pixels.
+TEST(BlendSpan, AccessesNothingAfterItsPixelsAndItsCoverage) {
     for (const Mode mode : kAllModes) {
         for (uint32_t count = 1; count <= 70; ++count) {
             const uint32_t size = setBlendColor(mode, 0xABCDEFFF);
@@ -265,29 +265,29 @@ TEST(BlendSpan, TouchesNothingBehindItsPixelsAndItsCoverage) {
     }
 }
 
-// A painted pixel may change coverage that is still to come, and must.
+// A painted pixel must change later coverage that it overlaps.
 void expectPaintingOverItsCoverage(Mode mode, std::optional<uint32_t> step, test_rng& random) {
     const uint32_t size = setBlendColor(mode, randomColor(random));
     for (const uint32_t count : {2U, 15U, 16U, 17U, 33U, 48U}) {
         const uint32_t reach = (count - 1) * step.value_or(1) * size + size;
-        const byte_vector block =
+        const byte_vector buffer =
             make_bytes(data_kind::noise, 2 * (count + 4) + reach + kMargin, random());
         const size_t destination = count + 4;
         for (size_t coverage = 0; coverage < destination + reach + 4; ++coverage) {
-            expectPaintingOfModel({block, destination, coverage, count, step});
+            expectPaintingOfModel({buffer, destination, coverage, count, step});
         }
         ASSERT_FALSE(testing::Test::HasFailure());
     }
 }
 
-TEST(BlendSpan, ReadsCoverageWhenItsPixelsTurnComesWhereverItLies) {
+TEST(BlendSpan, ReadsEachCoverageByteJustBeforeItsPixelIsWritten) {
     test_rng random(56);
     for (const Mode mode : kAllModes) {
         expectPaintingOverItsCoverage(mode, {}, random);
     }
 }
 
-TEST(BlendSpanStrided, ReadsCoverageWhenItsPixelsTurnComesWhereverItLies) {
+TEST(BlendSpanStrided, ReadsEachCoverageByteJustBeforeItsPixelIsWritten) {
     test_rng random(57);
     for (const Mode mode : kAllModes) {
         for (uint32_t step = 0; step <= 3; ++step) {
@@ -301,7 +301,7 @@ TEST(BlendSpan, ScalesEveryCoverageByEveryColorAlpha) {
     for (const Mode mode : kAllModes) {
         for (uint32_t alpha = 0; alpha < 256; ++alpha) {
             setBlendColor(mode, 0xFF806000 | alpha);
-            expectPaintedBlock(
+            expectPaintedBuffer(
                 make_bytes(data_kind::noise, 256 * size_t{gBlendBytesPerPixel}, alpha), coverage);
         }
     }
@@ -315,20 +315,20 @@ TEST(BlendSpan, PaintsEveryStoredValueOfTheSmallModes) {
         constexpr uint8_t kCoverages[] = {0, 1, 100, 128, 254, 255};
         for (const uint8_t coverage : kCoverages) {
             setBlendColor(mode, 0xC08040FF);
-            expectPaintedBlock(values, repeated(coverage, count));
+            expectPaintedBuffer(values, repeated(coverage, count));
             setBlendColor(mode, 0x0A64FF9B);
-            expectPaintedBlock(values, repeated(coverage, count));
+            expectPaintedBuffer(values, repeated(coverage, count));
         }
     }
 }
 
 TEST(BlendSpan, PaintsEveryByteThroughEveryCoverage) {
     const byte_vector columns = makePixels(Mode::A8, 65536, [](uint32_t i) { return i; });
-    const byte_vector lines = makePixels(Mode::A8, 65536, [](uint32_t i) { return i / 256; });
+    const byte_vector rows = makePixels(Mode::A8, 65536, [](uint32_t i) { return i / 256; });
     for (const Mode mode : {Mode::I8, Mode::A8}) {
         for (const uint32_t color : {0x000000FFU, 0xFFFFFFFFU, 0x80808080U, 0x6400FF9BU}) {
             setBlendColor(mode, color);
-            expectPaintedBlock(columns, lines);
+            expectPaintedBuffer(columns, rows);
         }
     }
 }
@@ -343,7 +343,7 @@ TEST(BlendSpan, LeavesOpaquePixelsUnderCoverageZero) {
     EXPECT_EQ(0x42U, painted(Mode::A8, color, 0x42, 0));
 }
 
-// Coverage 0 is not "leave alone".
+// Coverage 0 is not "no change".
 TEST(BlendSpan, MultipliesTranslucentPixelsUnderCoverageZero) {
     EXPECT_EQ(0x80646464U, painted(Mode::ARGB8888, 0xFFFFFFFF, 0x80C8C8C8, 0));
     EXPECT_EQ(0x8064U, painted(Mode::AI88, 0xFFFFFFFF, 0x80C8, 0));
@@ -367,7 +367,7 @@ TEST(BlendSpan, AddsUpAlphaInA8) {
     EXPECT_EQ(191U, painted(Mode::A8, 128, 128, 255));
 }
 
-TEST(BlendSpan, LetsArgb1555ColorsSpillAndIgnoresThePixel) {
+TEST(BlendSpan, SpillsArgb1555ColorsAndIgnoresThePixel) {
     for (const uint32_t stored : {0U, 0x1234U, 0xFFFFU}) {
         EXPECT_EQ(32768U, painted(Mode::ARGB1555, 255, stored, 255));
         EXPECT_EQ(24244U, painted(Mode::ARGB1555, 0xFFFFFFFF, stored, 255));

@@ -1,5 +1,5 @@
-// Surfaces over a part of another surface: where they lie, what their clip lets through, and that
-// drawing on them is drawing on the parent.
+// Surfaces over a part of another surface: their position and clip, and drawing on them, which draws on the
+// parent.
 #include "src/ds_surface.h"
 #include "tests/src/drawing_model.h"
 #include "tests/src/surface_makers.h"
@@ -24,7 +24,7 @@ int32_t randomInt(test_rng& random, int32_t low, int32_t high) {
     return low + static_cast<int32_t>(random_between(random, 0, static_cast<uint32_t>(high - low)));
 }
 
-// Areas inside the parent, sticking out of it, outside, and with sizes below 1.
+// Areas inside the parent, partly outside, outside, and with sizes below 1.
 DsRect randomArea(test_rng& random) {
     return {randomInt(random, -6, 14), randomInt(random, -6, 14), randomInt(random, -3, 20),
             randomInt(random, -3, 20)};
@@ -42,21 +42,21 @@ std::string describe(const DsSurface& parent, const DsRect& area) {
            std::to_string(parent.getRotation()) + ", clip " + describe(parent.getClip());
 }
 
-// How far the sub-surface's pixels lie behind the parent's; a number that may be negative.
+// The offset of the sub-surface's pixels from the parent's. It may be negative.
 int64_t offsetOf(const DsSurface& part, const DsSurface& parent) {
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(part.getPixels()) -
                                 reinterpret_cast<uintptr_t>(parent.getPixels()));
 }
 
-// The clip as stored: mapped again after reading, since the mappings undo each other.
+// The stored clip: getClip() maps it to caller coordinates, and mapping again undoes that.
 DsRect storedClip(const DsSurface& surface) {
     DsRect clip = surface.getClip();
     surface.mapRect(clip);
     return clip;
 }
 
-// Compares the clip: what the area, the parent's array and its clip share, seen from the area's
-// corner. Where an empty clip lies does not matter.
+// Compares the clip with the intersection of the area, the parent's array and its clip, relative to the area's
+// corner. The position of an empty clip does not matter.
 void expectClip(const DsSurface& parent, const DsRect& area) {
     SCOPED_TRACE(describe(parent, area));
     const DsSurface part(parent, area);
@@ -84,11 +84,11 @@ void expectPlace(const DsSurface& parent, const DsRect& area) {
               offsetOf(part, parent));
 }
 
-TEST(SubSurface, LiesWhereItsAreaIsInStoredCoordinates) {
+TEST(SubSurface, StartsAtItsAreaInStoredCoordinates) {
     test_rng random(161);
     for (const Mode mode : kModesWithPixels) {
         for (const uint32_t rotation : {0U, 90U, 180U, 270U, 33U}) {
-            TrackedBlocks blocks;
+            TrackedBuffers buffers;
             DsSurface parent = makeSurface(11, 8, mode, 4, rotation);
             for (int round = 0; round < 40; ++round) {
                 parent.setClip(randomArea(random));
@@ -100,8 +100,8 @@ TEST(SubSurface, LiesWhereItsAreaIsInStoredCoordinates) {
     }
 }
 
-TEST(SubSurface, KeepsItsSizeWhereItSticksOut) {
-    TrackedBlocks blocks;
+TEST(SubSurface, KeepsItsSizeBeyondTheParent) {
+    TrackedBuffers buffers;
     const DsSurface parent = makeSurface(10, 8, Mode::I8);
     const DsSurface part(parent, DsRect(-3, 5, 20, 30));
     EXPECT_EQ(20, part.getWidth());
@@ -110,7 +110,7 @@ TEST(SubSurface, KeepsItsSizeWhereItSticksOut) {
 }
 
 TEST(SubSurface, KeepsNegativeSizesWithAnEmptyClip) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface parent = makeSurface(10, 8, Mode::I8);
     const byte_vector before = fillWithNoise(parent, 1);
     DsSurface part(parent, DsRect(2, 3, -4, -5));
@@ -120,11 +120,11 @@ TEST(SubSurface, KeepsNegativeSizesWithAnEmptyClip) {
     EXPECT_EQ(0, part.getClip().mHeight);
     part.fill(0xFFFFFFFF);
     part.invert();
-    EXPECT_TRUE(same_pixels(before, pixelBlock(parent), layout_of(parent)));
+    EXPECT_TRUE(same_pixels(before, pixelBuffer(parent), layout_of(parent)));
 }
 
-TEST(SubSurface, OfAQuarterTurnExchangesItsSize) {
-    TrackedBlocks blocks;
+TEST(SubSurface, ExchangesItsSizeFor90Degrees) {
+    TrackedBuffers buffers;
     const DsSurface parent = makeSurface(10, 8, Mode::I8, 1, 90); // stored 8 by 10
     const DsSurface part(parent, DsRect(2, 3, 4, 1));
     EXPECT_EQ(1, part.getWidth());
@@ -136,9 +136,9 @@ TEST(SubSurface, OfAQuarterTurnExchangesItsSize) {
     EXPECT_EQ(4 * 8 + 3, offsetOf(part, parent)); // stored (3, 10 - 2 - 4)
 }
 
-TEST(SubSurface, SharesWhatAnAliasShares) {
-    TrackedBlocks blocks;
-    DsSurface parent(10, 8, 90, Mode::I8, 1, 300, TrackedBlocks::allocate, TrackedBlocks::release,
+TEST(SubSurface, SharesTheSameAsAnAlias) {
+    TrackedBuffers buffers;
+    DsSurface parent(10, 8, 90, Mode::I8, 1, 300, TrackedBuffers::allocate, TrackedBuffers::release,
                      4, 9);
     parent.setUserData(0x123456789);
     const DsSurface part(parent, DsRect(1, 1, 3, 3));
@@ -153,21 +153,21 @@ TEST(SubSurface, SharesWhatAnAliasShares) {
 }
 
 TEST(SubSurface, OwnsNothing) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     const DsSurface parent = makeSurface(10, 8, Mode::I8);
     {
         DsSurface part(parent, DsRect(1, 1, 3, 3));
         part.rotate(90);
         EXPECT_EQ(0U, part.getRotation());
     }
-    EXPECT_TRUE(blocks.released.empty());
+    EXPECT_TRUE(buffers.released.empty());
 }
 
-// Positions and sizes whose sums pass 32 bits cut the clip where they really lie.
+// Positions and sizes whose sums exceed 32 bits clip at their true positions.
 TEST(SubSurface, DoesNotWrapAtTheEndsOfTheNumberRange) {
     constexpr int32_t kNumbers[] = {kMin, kMin + 5, -5, 0, 3, kMax - 5, kMax};
     for (const uint32_t rotation : kRotations) {
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         DsSurface parent = makeSurface(10, 8, Mode::I8, 1, rotation);
         for (const int32_t x : kNumbers) {
             for (const int32_t width : kNumbers) {
@@ -180,12 +180,11 @@ TEST(SubSurface, DoesNotWrapAtTheEndsOfTheNumberRange) {
     }
 }
 
-// Draws on a part of a fresh parent by every operation that a clip limits, and compares the parent
-// with the same done by plain rules: seen from the part, its pixel (i, j) is the parent's
-// (x + i, y + j).
+// Draws on a part of a new parent by every operation that a clip limits, and compares the parent with the
+// model: the part's pixel (i, j) is the parent's (x + i, y + j).
 void expectDrawingOnPart(Mode mode, uint32_t rotation, test_rng& random) {
     constexpr uint32_t kColor = 0xA1B2C3D4;
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface parent = makeSurface(11, 8, mode, 4, rotation);
     fillWithNoise(parent, random());
     const DsRect clip = random() % 2 == 0 ? parent.getBounds() : randomArea(random);
@@ -212,7 +211,7 @@ void expectDrawingOnPart(Mode mode, uint32_t rotation, test_rng& random) {
     if (visible.holds(position) && picture.holds(position)) {
         picture.set(position, stored);
     }
-    EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(parent), layout_of(parent)))
+    EXPECT_TRUE(same_pixels(picture.buffer(), pixelBuffer(parent), layout_of(parent)))
         << describe(parent, area) << ", drawn at (" << x << ", " << y << ")";
 }
 
@@ -228,9 +227,9 @@ TEST(SubSurface, DrawsOnTheParentInsideItsAreaAndTheParentsClip) {
     }
 }
 
-TEST(SubSurface, InsideTheParentChangesOnlyItsOwnPixelsWhateverItsClip) {
+TEST(SubSurface, InsideTheParentChangesOnlyItsOwnPixelsForAnyClip) {
     for (const uint32_t rotation : kRotations) {
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         DsSurface parent = makeSurface(11, 8, Mode::RGB888, 4, rotation);
         fillWithNoise(parent, 5);
         ModelPicture picture(parent);
@@ -243,15 +242,15 @@ TEST(SubSurface, InsideTheParentChangesOnlyItsOwnPixelsWhateverItsClip) {
                 picture.set(p, ~picture.get(p));
             }
         }
-        EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(parent), layout_of(parent)))
+        EXPECT_TRUE(same_pixels(picture.buffer(), pixelBuffer(parent), layout_of(parent)))
             << "rotation " << rotation;
     }
 }
 
-TEST(SubSurface, OfASubSurfaceAddsUp) {
+TEST(SubSurface, OfASubSurfaceAddsBothOffsets) {
     for (const uint32_t rotation : kRotations) {
         SCOPED_TRACE(testing::Message() << "rotation " << rotation);
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         const DsSurface parent = makeSurface(30, 20, Mode::AI88, 4, rotation);
         const DsSurface part(parent, DsRect(5, 4, 20, 10));
         const DsSurface inner(part, DsRect(3, 2, 30, 4));
@@ -259,29 +258,29 @@ TEST(SubSurface, OfASubSurfaceAddsUp) {
         EXPECT_EQ(direct.getPixels(), inner.getPixels());
         EXPECT_EQ(direct.getWidth(), inner.getWidth());
         EXPECT_EQ(direct.getHeight(), inner.getHeight());
-        expectRect(0, 0, 17, 4, inner.getClip()); // cut by the part between them
+        expectRect(0, 0, 17, 4, inner.getClip()); // limited by the part between them
     }
 }
 
-TEST(SubSurface, ServesAsASource) {
-    TrackedBlocks blocks;
+TEST(SubSurface, CanBeASource) {
+    TrackedBuffers buffers;
     DsSurface parent = makeSurface(8, 6, Mode::I8, 4);
     const byte_vector pixels = fillWithNoise(parent, 6);
     DsSurface target = makeSurface(2, 2, Mode::I8);
     target.blit(0, 0, DsSurface(parent, DsRect(3, 1, 2, 2)), 0, 0);
     const byte_vector expected = {pixels[8 + 3], pixels[8 + 4], pixels[16 + 3], pixels[16 + 4]};
-    EXPECT_EQ(expected, pixelBlock(target));
+    EXPECT_EQ(expected, pixelBuffer(target));
 }
 
-TEST(SubSurface, AtTheSamePlaceIsCopiedOntoItsParent) {
-    TrackedBlocks blocks;
+TEST(SubSurface, AtTheSamePositionCanBeCopiedToItsParent) {
+    TrackedBuffers buffers;
     DsSurface parent = makeSurface(20, 6, Mode::ARGB8888);
     fillWithNoise(parent, 7);
     ModelPicture picture(parent);
     const DsSurface part(parent, DsRect(1, 2, 18, 3));
     copyByModel(picture, {0, 0, 20, 6}, {1, 2}, part, &ModelCopy::blended, 2, 0x80);
     parent.blend(1, 2, part, 2, 0x80);
-    EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(parent), layout_of(parent)));
+    EXPECT_TRUE(same_pixels(picture.buffer(), pixelBuffer(parent), layout_of(parent)));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// Recoloring and copying of channels: for every combination of flags, every mode and pair of
-// modes, against the plain rules, with clips and rotations that must not matter.
+// Recoloring and copying of channels: every combination of flags, every mode and pair of modes, compared with
+// the model. Clips and rotations must not matter.
 #include "src/ds_surface.h"
 #include "tests/src/copy_case.h"
 #include "tests/src/drawing_model.h"
@@ -46,14 +46,14 @@ void recolor(DsSurface& surface, const Recoloring& r) {
 
 uint32_t recolored(Mode mode, uint32_t stored, const Recoloring& r) {
     const ModelColor color = modelDecode(mode, stored);
-    // All compared channels are equal where taking them over from the match changes nothing.
+    // All compared channels are equal if copying them from the match changes nothing.
     if (mixed(r.matched, modelColor(r.match), color) != color) {
         return stored;
     }
     return modelEncode(mode, mixed(r.replaced, modelColor(r.replacement), color));
 }
 
-void recolorPlainly(ModelPicture& picture, const Recoloring& r) {
+void recolorModel(ModelPicture& picture, const Recoloring& r) {
     for (const ModelPoint& p : picture.pixels()) {
         picture.set(p, recolored(picture.mode(), picture.get(p), r));
     }
@@ -79,7 +79,7 @@ TEST(ReplaceColor, FollowsTheModelForAllFlagsInAllModes) {
     test_rng random(171);
     for (const Mode mode : kAllModes) {
         for (uint32_t flags = 0; flags < 256; ++flags) {
-            TrackedBlocks blocks;
+            TrackedBuffers buffers;
             DsSurface surface = makeSurface(9, 5, mode, 4, kRotations[flags % 4], 3);
             fillWithNoise(surface, random());
             surface.setClip(DsRect(2, 2, 1, 1)); // limits nothing
@@ -87,8 +87,8 @@ TEST(ReplaceColor, FollowsTheModelForAllFlagsInAllModes) {
             const Recoloring r = {
                 colorInside(picture, random), {flags % 16}, random(), {flags / 16}};
             recolor(surface, r);
-            recolorPlainly(picture, r);
-            ASSERT_TRUE(same_pixels(picture.block(), pixelBlock(surface), layout_of(surface)))
+            recolorModel(picture, r);
+            ASSERT_TRUE(same_pixels(picture.buffer(), pixelBuffer(surface), layout_of(surface)))
                 << modeName(mode) << ", flags " << flags;
         }
     }
@@ -106,8 +106,8 @@ TEST(ReplaceColor, FollowsTheModelForEveryStoredValueOfTheSmallModes) {
             ModelPicture picture(surface);
             const Recoloring r = {modelWord({255, 255, 130, 0}), {matched}, 0x12345678, {9}};
             recolor(surface, r);
-            recolorPlainly(picture, r);
-            EXPECT_TRUE(same_pixels(picture.block(), pixelBlock(surface), layout_of(surface)))
+            recolorModel(picture, r);
+            EXPECT_TRUE(same_pixels(picture.buffer(), pixelBuffer(surface), layout_of(surface)))
                 << modeName(mode) << ", matched flags " << matched;
         }
     }
@@ -129,7 +129,7 @@ TEST(ReplaceColor, ComparesAndReplacesOnlyFlaggedChannels) {
               recoloredPixel(Mode::ARGB8888, 0xFF0A141E, {0, {0}, modelWord({1, 2, 3, 4}), {8}}));
 }
 
-TEST(ReplaceColor, TakesIndicesForGrayAndA8ForBlack) {
+TEST(ReplaceColor, ReadsIndicesAsGrayAndA8AsBlack) {
     EXPECT_EQ(99U,
               recoloredPixel(Mode::I8, 40,
                              {modelWord({255, 40, 40, 40}), {15}, modelWord({0, 0, 0, 99}), {8}}));
@@ -160,7 +160,7 @@ TEST(ReplaceColor, SkipsModesWithoutPixels) {
 
 void expectChannelsCopied(DsSurface& target, const DsSurface& source, const Flags& flags) {
     ModelPicture picture(target);
-    byte_vector expected = picture.block();
+    byte_vector expected = picture.buffer();
     const ModelCopy copy = {target.getColorMode(), source.getColorMode(), 0, 0};
     const uint32_t size = modelPixelSize(copy.target), sourceSize = modelPixelSize(copy.source);
     for (uint64_t y = 0; y < static_cast<uint64_t>(target.getHeight()); ++y) {
@@ -173,17 +173,17 @@ void expectChannelsCopied(DsSurface& target, const DsSurface& source, const Flag
         }
     }
     target.copyChannels(source, flags.alpha(), flags.red(), flags.green(), flags.blue());
-    EXPECT_TRUE(same_pixels(expected, pixelBlock(target), layout_of(target)))
+    EXPECT_TRUE(same_pixels(expected, pixelBuffer(target), layout_of(target)))
         << modeName(copy.source) << " into " << modeName(copy.target) << ", flags " << flags.bits;
 }
 
-// Line goes with line and column with column of the stored arrays, whatever rotations and clips.
+// Stored rows and columns correspond, for any rotations and clips.
 TEST(CopyChannels, FollowsTheModelForAllFlagsAndPairsOfModes) {
     test_rng random(181);
     for (const Mode targetMode : kAllModes) {
         for (const Mode sourceMode : kAllModes) {
             for (uint32_t flags = 0; flags < 16; ++flags) {
-                TrackedBlocks blocks;
+                TrackedBuffers buffers;
                 DsSurface target = makeSurface(7, 5, targetMode, 8, random() % 2 * 180, 3);
                 fillWithNoise(target, random());
                 target.setClip(DsRect(1, 1, 2, 2));
@@ -215,7 +215,7 @@ TEST(CopyChannels, PairsEveryTwoByteValueWithAnother) {
     }
 }
 
-TEST(CopyChannels, TakesOneChannelAtATime) {
+TEST(CopyChannels, CopiesOneChannelAtATime) {
     byte_vector file = makeFileHeader(0, Mode::ARGB8888, 1, 1, 4);
     append(file, {1, 2, 3, 4});
     byte_vector sourceFile = makeFileHeader(0, Mode::ARGB8888, 1, 1, 4);
@@ -240,10 +240,10 @@ TEST(CopyChannels, ChangesArgb1555PixelsWithNoFlagSet) {
     EXPECT_EQ(2100U, modelLoad(Mode::ARGB1555, &file[20]));
 }
 
-TEST(CopyChannels, OfASurfaceOntoItselfEncodesItAgain) {
+TEST(CopyChannels, OfASurfaceToItselfEncodesItAgain) {
     test_rng random(182);
     for (const Mode mode : kAllModes) {
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         DsSurface surface = makeSurface(9, 4, mode, 4);
         fillWithNoise(surface, random());
         expectChannelsCopied(surface, surface, {random() % 16});

@@ -1,5 +1,5 @@
-// Surfaces coming and going: the three constructors, what the accessors say afterwards, line
-// layout, and every block that is asked for and given back.
+// Construction and destruction of surfaces: the three constructors, the accessors, the layout of rows, and
+// every buffer that is allocated and released.
 #include "src/ds_surface.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/surface_makers.h"
@@ -22,8 +22,8 @@ using Mode = DsColorMode;
 constexpr size_t kTooLarge = std::numeric_limits<size_t>::max();
 
 DsSurface makePaletteSurface(Mode mode, uint8_t hasAlpha, uint64_t entries) {
-    return DsSurface(3, 2, 0, mode, hasAlpha, entries, TrackedBlocks::allocate,
-                     TrackedBlocks::release, 1, 2);
+    return DsSurface(3, 2, 0, mode, hasAlpha, entries, TrackedBuffers::allocate,
+                     TrackedBuffers::release, 1, 2);
 }
 
 template <typename Field>
@@ -33,10 +33,10 @@ Field fieldAt(const DsSurface& surface, size_t offset) {
     return field;
 }
 
-TEST(SurfaceConstruction, KeepsWhatItWasGiven) {
-    TrackedBlocks blocks;
-    const DsSurface surface(5, 3, 0, Mode::RGB888, 1, 77, TrackedBlocks::allocate,
-                            TrackedBlocks::release, 4, 10);
+TEST(SurfaceConstruction, KeepsItsArguments) {
+    TrackedBuffers buffers;
+    const DsSurface surface(5, 3, 0, Mode::RGB888, 1, 77, TrackedBuffers::allocate,
+                            TrackedBuffers::release, 4, 10);
     EXPECT_EQ(0U, surface.getUserData());
     EXPECT_EQ(0U, surface.getRotation());
     EXPECT_EQ(5, surface.getWidth());
@@ -49,26 +49,26 @@ TEST(SurfaceConstruction, KeepsWhatItWasGiven) {
     EXPECT_EQ(77, surface.getPaletteSize());
     EXPECT_EQ(nullptr, surface.getPalette());
     EXPECT_EQ(3U * 24 + 12, surface.getDataSize());
-    EXPECT_EQ(blocks.blocks[0], surface.getPixels());
+    EXPECT_EQ(buffers.buffers[0], surface.getPixels());
     expectRect(0, 0, 5, 3, surface.getClip());
 }
 
-// Other programs know the record's layout.
-TEST(SurfaceConstruction, LaysItsFieldsOutInTheirOrder) {
-    TrackedBlocks blocks;
-    DsSurface surface(3, 2, 90, Mode::I8, 1, 300, TrackedBlocks::allocate, TrackedBlocks::release,
+// Other programs rely on the layout of the record.
+TEST(SurfaceConstruction, KeepsItsFieldsInOrder) {
+    TrackedBuffers buffers;
+    DsSurface surface(3, 2, 90, Mode::I8, 1, 300, TrackedBuffers::allocate, TrackedBuffers::release,
                       4, 5);
     surface.setUserData(0x0123456789ABCDEF);
     EXPECT_EQ(0x0123456789ABCDEFU, fieldAt<uint64_t>(surface, 0));
-    EXPECT_EQ(&TrackedBlocks::allocate, fieldAt<DsAllocFn>(surface, 8));
-    EXPECT_EQ(&TrackedBlocks::release, fieldAt<DsFreeFn>(surface, 16));
+    EXPECT_EQ(&TrackedBuffers::allocate, fieldAt<DsAllocFn>(surface, 8));
+    EXPECT_EQ(&TrackedBuffers::release, fieldAt<DsFreeFn>(surface, 16));
     EXPECT_EQ(90U, fieldAt<uint32_t>(surface, 24));
     EXPECT_EQ(2, fieldAt<int32_t>(surface, 28));
     EXPECT_EQ(3, fieldAt<int32_t>(surface, 32));
     EXPECT_EQ(Mode::I8, fieldAt<Mode>(surface, 36));
     EXPECT_EQ(8U, fieldAt<uint64_t>(surface, 40)); // extra bytes
     EXPECT_EQ(4U, fieldAt<uint64_t>(surface, 48)); // alignment
-    EXPECT_EQ(1U, fieldAt<uint64_t>(surface, 56)); // bytes a pixel
+    EXPECT_EQ(1U, fieldAt<uint64_t>(surface, 56)); // bytes per pixel
     EXPECT_EQ(4U, fieldAt<uint64_t>(surface, 64)); // stride
     EXPECT_EQ(4U, fieldAt<uint64_t>(surface, 72)); // pitch
     EXPECT_EQ(1, fieldAt<uint8_t>(surface, 80));
@@ -79,8 +79,8 @@ TEST(SurfaceConstruction, LaysItsFieldsOutInTheirOrder) {
     EXPECT_EQ(136U, sizeof(DsSurface));
 }
 
-TEST(SurfaceConstruction, ExchangesTheStoredSizeForQuarterTurnsOnly) {
-    TrackedBlocks blocks;
+TEST(SurfaceConstruction, ExchangesTheStoredSizeOnlyFor90And270Degrees) {
+    TrackedBuffers buffers;
     for (const uint32_t rotation : {90U, 270U}) {
         SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const DsSurface surface = makeSurface(10, 4, Mode::RGB565, 1, rotation);
@@ -104,7 +104,7 @@ TEST(SurfaceConstruction, ExchangesTheStoredSizeForQuarterTurnsOnly) {
 }
 
 TEST(SurfaceConstruction, KeepsAnyOtherRotationAndTreatsItAsNone) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     for (const uint32_t rotation : {1U, 45U, 89U, 360U, 450U, 0xFFFFFFFFU}) {
         SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const DsSurface surface = makeSurface(10, 4, Mode::A8, 1, rotation);
@@ -114,15 +114,15 @@ TEST(SurfaceConstruction, KeepsAnyOtherRotationAndTreatsItAsNone) {
     }
 }
 
-TEST(SurfaceConstruction, HoldsItsUserWordForTheOwner) {
-    TrackedBlocks blocks;
+TEST(SurfaceConstruction, KeepsTheUserWordOfTheOwner) {
+    TrackedBuffers buffers;
     DsSurface surface = makeSurface(1, 1, Mode::A8);
     surface.setUserData(0xFEDCBA9876543210);
     EXPECT_EQ(0xFEDCBA9876543210U, surface.getUserData());
 }
 
 TEST(SurfaceConstruction, ReportsOnlyTheLow16BitsOfThePaletteSize) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     for (const uint64_t entries : {uint64_t{65535}, uint64_t{65536}, uint64_t{65536 + 256}}) {
         EXPECT_EQ(entries % 65536, makePaletteSurface(Mode::I8, 0, entries).getPaletteSize());
     }
@@ -132,16 +132,16 @@ TEST(SurfaceConstruction, CannotBeAssigned) {
     EXPECT_FALSE(std::is_copy_assignable_v<DsSurface>);
 }
 
-TEST(SurfaceConstruction, LeavesTheBlocksUnwritten) {
-    TrackedBlocks blocks;
+TEST(SurfaceConstruction, DoesNotWriteTheBuffers) {
+    TrackedBuffers buffers;
     const DsSurface surface = makePaletteSurface(Mode::I8, 0, 4);
-    EXPECT_EQ(byte_vector(10, TrackedBlocks::kUnwritten), pixelBlock(surface));
-    EXPECT_EQ(byte_vector(12, TrackedBlocks::kUnwritten),
+    EXPECT_EQ(byte_vector(10, TrackedBuffers::kUnwritten), pixelBuffer(surface));
+    EXPECT_EQ(byte_vector(12, TrackedBuffers::kUnwritten),
               byte_vector(surface.getPalette(), surface.getPalette() + 12));
 }
 
 TEST(SurfaceStride, FollowsTheRowUnitForEveryModeAndAlignment) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     for (const Mode mode : kModesWithPixels) {
         for (uint32_t alignment = 1; alignment <= 64; ++alignment) {
             const DsSurface probe = makeSurface(1, 0, mode, alignment);
@@ -161,7 +161,7 @@ TEST(SurfaceStride, FollowsTheRowUnitForEveryModeAndAlignment) {
 }
 
 TEST(SurfaceStride, IsAMultipleOfPixelSizeAndAlignmentForPowersOfTwo) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     for (const Mode mode : kModesWithPixels) {
         for (uint32_t alignment = 1; alignment <= 4096; alignment *= 2) {
             const uint64_t unit = std::lcm<uint64_t>(alignment, bytesPerPixel(mode));
@@ -173,10 +173,9 @@ TEST(SurfaceStride, IsAMultipleOfPixelSizeAndAlignmentForPowersOfTwo) {
     }
 }
 
-// Only factors of two are shared: 6 and 3 have 6 as their common multiple, but lines are multiples
-// of 18.
+// Only factors of two are shared: 6 is a common multiple of 6 and 3, but strides are multiples of 18.
 TEST(SurfaceStride, MultipliesAlignmentsByPixelSizesThatAreNoPowersOfTwo) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     EXPECT_EQ(18U, makeSurface(1, 1, Mode::RGB888, 6).getStride());
     EXPECT_EQ(9U, makeSurface(1, 1, Mode::RGB888, 3).getStride());
     EXPECT_EQ(12U, makeSurface(1, 1, Mode::ARGB8888, 6).getStride());
@@ -185,7 +184,7 @@ TEST(SurfaceStride, MultipliesAlignmentsByPixelSizesThatAreNoPowersOfTwo) {
 }
 
 TEST(SurfaceStride, HasTheKnownExamples) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     EXPECT_EQ(9U, makeSurface(3, 2, Mode::RGB888).getStride());
     EXPECT_EQ(12U, makeSurface(1, 1, Mode::RGB888, 4).getStride());
     const DsSurface surface = makeSurface(5, 1, Mode::RGB565, 4);
@@ -194,7 +193,7 @@ TEST(SurfaceStride, HasTheKnownExamples) {
 }
 
 TEST(SurfaceStride, IsZeroForModesWithoutPixels) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     for (const Mode mode : kModesWithoutPixels) {
         SCOPED_TRACE(modeName(mode));
         const DsSurface surface = makeSurface(10, 4, mode, 4, 0, 6);
@@ -208,8 +207,8 @@ TEST(SurfaceStride, IsZeroForModesWithoutPixels) {
     }
 }
 
-TEST(SurfaceStride, TakesAMissingAlignmentAsOne) {
-    TrackedBlocks blocks;
+TEST(SurfaceStride, TreatsAMissingAlignmentAsOne) {
+    TrackedBuffers buffers;
     DsSurface owner = makeSurface(5, 2, Mode::RGB888, 8);
     ASSERT_EQ(24U, owner.getStride());
     const DsSurface alias(owner);
@@ -226,126 +225,126 @@ TEST(SurfaceStride, TakesAMissingAlignmentAsOne) {
 }
 
 TEST(SurfaceStride, IsComputedIn64Bits) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     const DsSurface surface = makeSurface(0x7FFFFFFF, 0, Mode::ARGB8888, 16);
     EXPECT_EQ(uint64_t{0x200000000}, surface.getStride());
     EXPECT_EQ(uint64_t{0x80000000}, surface.getPitch());
     EXPECT_EQ(uint64_t{0x200000000}, surface.computeStride(0x7FFFFFFE));
 }
 
-TEST(SurfaceBlocks, AskForLinesAndExtraBytesRoundedUpToFour) {
+TEST(SurfaceBuffers, HaveSpaceForRowsAndExtraBytesRoundedUpToFour) {
     for (uint64_t extra = 0; extra <= 9; ++extra) {
         SCOPED_TRACE(testing::Message() << "extra bytes " << extra);
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         const DsSurface surface = makeSurface(3, 2, Mode::RGB888, 1, 0, extra);
-        ASSERT_EQ(1U, blocks.requests.size());
-        EXPECT_EQ(18 + (extra + 3) / 4 * 4, blocks.requests[0]);
-        EXPECT_EQ(blocks.requests[0], surface.getDataSize());
+        ASSERT_EQ(1U, buffers.requests.size());
+        EXPECT_EQ(18 + (extra + 3) / 4 * 4, buffers.requests[0]);
+        EXPECT_EQ(buffers.requests[0], surface.getDataSize());
     }
 }
 
-TEST(SurfaceBlocks, AskForAPaletteInPaletteModesOnly) {
+TEST(SurfaceBuffers, IncludeAPaletteOnlyInPaletteModes) {
     for (const Mode mode : kModesWithPixels) {
         SCOPED_TRACE(modeName(mode));
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         const DsSurface surface = makePaletteSurface(mode, 0, 256);
         const bool palette = mode == Mode::I8 || mode == Mode::AI88;
-        ASSERT_EQ(palette ? 2U : 1U, blocks.requests.size());
-        EXPECT_EQ(palette ? blocks.blocks[1] : nullptr, surface.getPalette());
+        ASSERT_EQ(palette ? 2U : 1U, buffers.requests.size());
+        EXPECT_EQ(palette ? buffers.buffers[1] : nullptr, surface.getPalette());
     }
 }
 
-TEST(SurfaceBlocks, SizePaletteEntriesByTheirAlpha) {
+TEST(SurfaceBuffers, HavePaletteEntriesOfThreeOrFourBytes) {
     for (const uint64_t entries : {uint64_t{0}, uint64_t{1}, uint64_t{256}, uint64_t{70000}}) {
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         const DsSurface opaque = makePaletteSurface(Mode::I8, 0, entries);
         const DsSurface translucent = makePaletteSurface(Mode::AI88, 1, entries);
-        EXPECT_EQ(3 * entries, blocks.requests[1]);
-        EXPECT_EQ(4 * entries, blocks.requests[3]);
+        EXPECT_EQ(3 * entries, buffers.requests[1]);
+        EXPECT_EQ(4 * entries, buffers.requests[3]);
     }
 }
 
-TEST(SurfaceBlocks, AreReleasedPaletteFirst) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, AreReleasedPaletteFirst) {
+    TrackedBuffers buffers;
     { const DsSurface surface = makePaletteSurface(Mode::AI88, 1, 4); }
-    ASSERT_EQ(2U, blocks.released.size());
-    EXPECT_EQ(blocks.blocks[1], blocks.released[0]);
-    EXPECT_EQ(blocks.blocks[0], blocks.released[1]);
+    ASSERT_EQ(2U, buffers.released.size());
+    EXPECT_EQ(buffers.buffers[1], buffers.released[0]);
+    EXPECT_EQ(buffers.buffers[0], buffers.released[1]);
 }
 
-TEST(SurfaceBlocks, ReleaseOnlyPixelsWithoutAPalette) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, ReleaseOnlyPixelsWithoutAPalette) {
+    TrackedBuffers buffers;
     { const DsSurface surface = makeSurface(4, 4, Mode::RGB888); }
-    EXPECT_EQ(blocks.blocks, blocks.released);
+    EXPECT_EQ(buffers.buffers, buffers.released);
 }
 
-TEST(SurfaceBlocks, StayWithTheOwnerOfASurfaceWithoutReleaseCallback) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, StayWithTheOwnerOfASurfaceWithoutReleaseCallback) {
+    TrackedBuffers buffers;
     {
-        const DsSurface surface(2, 2, 0, Mode::A8, 0, 0, TrackedBlocks::allocate, nullptr, 1, 0);
+        const DsSurface surface(2, 2, 0, Mode::A8, 0, 0, TrackedBuffers::allocate, nullptr, 1, 0);
         EXPECT_EQ(4U, surface.getDataSize());
     }
-    EXPECT_TRUE(blocks.released.empty());
-    TrackedBlocks::release(blocks.blocks[0]);
+    EXPECT_TRUE(buffers.released.empty());
+    TrackedBuffers::release(buffers.buffers[0]);
 }
 
-TEST(SurfaceBlocks, GiveThePixelsBackWhenThePaletteThrows) {
-    TrackedBlocks blocks;
-    blocks.failure = TrackedBlocks::Failure::Throw;
-    blocks.failingRequest = 1;
+TEST(SurfaceBuffers, AreReleasedIfThePaletteThrows) {
+    TrackedBuffers buffers;
+    buffers.failure = TrackedBuffers::Failure::Throw;
+    buffers.failingRequest = 1;
     EXPECT_THROW(makePaletteSurface(Mode::I8, 0, 256), std::bad_alloc);
-    ASSERT_EQ(1U, blocks.released.size());
-    EXPECT_EQ(blocks.blocks[0], blocks.released[0]);
+    ASSERT_EQ(1U, buffers.released.size());
+    EXPECT_EQ(buffers.buffers[0], buffers.released[0]);
 }
 
-TEST(SurfaceBlocks, StayWithTheCallerWhenThePaletteThrowsAndNothingTakesThemBack) {
-    TrackedBlocks blocks;
-    blocks.failure = TrackedBlocks::Failure::Throw;
-    blocks.failingRequest = 1;
-    EXPECT_THROW(DsSurface(2, 2, 0, Mode::I8, 0, 256, TrackedBlocks::allocate, nullptr, 1, 0),
+TEST(SurfaceBuffers, StayWithTheCallerIfThePaletteThrowsWithoutReleaseCallback) {
+    TrackedBuffers buffers;
+    buffers.failure = TrackedBuffers::Failure::Throw;
+    buffers.failingRequest = 1;
+    EXPECT_THROW(DsSurface(2, 2, 0, Mode::I8, 0, 256, TrackedBuffers::allocate, nullptr, 1, 0),
                  std::bad_alloc);
-    EXPECT_TRUE(blocks.released.empty());
-    TrackedBlocks::release(blocks.blocks[0]);
+    EXPECT_TRUE(buffers.released.empty());
+    TrackedBuffers::release(buffers.buffers[0]);
 }
 
-TEST(SurfaceBlocks, GiveNothingBackWhenThePixelsThrow) {
-    TrackedBlocks blocks;
-    blocks.failure = TrackedBlocks::Failure::Throw;
+TEST(SurfaceBuffers, AreNotReleasedIfThePixelsThrow) {
+    TrackedBuffers buffers;
+    buffers.failure = TrackedBuffers::Failure::Throw;
     EXPECT_THROW(makePaletteSurface(Mode::I8, 0, 256), std::bad_alloc);
-    EXPECT_EQ(1U, blocks.requests.size());
-    EXPECT_TRUE(blocks.released.empty());
+    EXPECT_EQ(1U, buffers.requests.size());
+    EXPECT_TRUE(buffers.released.empty());
 }
 
-TEST(SurfaceBlocks, AreNotExaminedForNull) {
-    TrackedBlocks blocks;
-    blocks.failure = TrackedBlocks::Failure::Null;
+TEST(SurfaceBuffers, AreNotCheckedForNull) {
+    TrackedBuffers buffers;
+    buffers.failure = TrackedBuffers::Failure::Null;
     const DsSurface surface = makePaletteSurface(Mode::I8, 0, 256);
     EXPECT_EQ(nullptr, surface.getPixels());
-    EXPECT_EQ(blocks.blocks[1], surface.getPalette());
+    EXPECT_EQ(buffers.buffers[1], surface.getPalette());
     EXPECT_EQ(10U, surface.getDataSize());
 }
 
-TEST(SurfaceBlocks, AreEmptyForAnEmptySize) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, AreEmptyForAnEmptySize) {
+    TrackedBuffers buffers;
     EXPECT_EQ(0U, makeSurface(0, 5, Mode::ARGB8888, 16).getDataSize());
     EXPECT_EQ(0U, makeSurface(5, 0, Mode::ARGB8888, 16).getDataSize());
     EXPECT_EQ(4U, makeSurface(0, 0, Mode::ARGB8888, 16, 0, 1).getDataSize());
-    EXPECT_EQ((std::vector<size_t>{0, 0, 4}), blocks.requests);
+    EXPECT_EQ((std::vector<size_t>{0, 0, 4}), buffers.requests);
 }
 
-TEST(SurfaceBlocks, AreSizedIn64Bits) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, AreSizedIn64Bits) {
+    TrackedBuffers buffers;
     const DsSurface surface = makeSurface(0x40000, 0x40000, Mode::ARGB8888);
-    EXPECT_EQ(size_t{1} << 38, blocks.requests[0]);
+    EXPECT_EQ(size_t{1} << 38, buffers.requests[0]);
     EXPECT_EQ(uint64_t{1} << 38, surface.getDataSize());
     EXPECT_EQ((uint64_t{1} << 38) + 20, surface.serialize(nullptr));
 }
 
-TEST(SurfaceBlocks, AskForTheLargestSizeWhenPixelsDoNotFit64Bits) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, RequestTheMaxSizeIfPixelsDoNotFit64Bits) {
+    TrackedBuffers buffers;
     const auto asked = [&](int32_t width, int32_t height, uint32_t alignment, uint64_t extra) {
         makeSurface(width, height, Mode::ARGB8888, alignment, 0, extra);
-        return blocks.requests.back();
+        return buffers.requests.back();
     };
     EXPECT_EQ(uint64_t{0x7FFFFFFF} * 0x7FFFFFFF * 4, asked(0x7FFFFFFF, 0x7FFFFFFF, 4, 0));
     EXPECT_EQ(kTooLarge, asked(0x7FFFFFFF, 0x7FFFFFFF, 4, uint64_t{1} << 63 | uint64_t{1} << 62));
@@ -355,26 +354,26 @@ TEST(SurfaceBlocks, AskForTheLargestSizeWhenPixelsDoNotFit64Bits) {
     EXPECT_EQ(kTooLarge - 7, asked(1, 1, 1, kTooLarge - 11)); // 4 pixel bytes and 2^64 - 12: fits
 }
 
-TEST(SurfaceBlocks, AskForTheLargestSizeForNegativeSizes) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, RequestTheMaxSizeForNegativeSizes) {
+    TrackedBuffers buffers;
     for (const auto& [width, height] : {std::pair{-1, 5}, {5, -1}, {-1, 1}, {-1, 0}, {0, -1}}) {
         makeSurface(width, height, Mode::ARGB8888);
-        EXPECT_EQ(kTooLarge, blocks.requests.back()) << width << " by " << height;
+        EXPECT_EQ(kTooLarge, buffers.requests.back()) << width << " by " << height;
     }
 }
 
-TEST(SurfaceBlocks, AskForTheLargestSizeWhenThePaletteDoesNotFit64Bits) {
-    TrackedBlocks blocks;
+TEST(SurfaceBuffers, RequestTheMaxSizeIfThePaletteDoesNotFit64Bits) {
+    TrackedBuffers buffers;
     makePaletteSurface(Mode::I8, 1, uint64_t{1} << 62);
-    EXPECT_EQ(kTooLarge, blocks.requests[1]);
+    EXPECT_EQ(kTooLarge, buffers.requests[1]);
     makePaletteSurface(Mode::I8, 0, uint64_t{1} << 62);
-    EXPECT_EQ(uint64_t{3} << 62, blocks.requests[3]);
+    EXPECT_EQ(uint64_t{3} << 62, buffers.requests[3]);
 }
 
 TEST(SurfaceAlias, SharesEveryFieldButTheCallbacks) {
-    TrackedBlocks blocks;
-    DsSurface owner(7, 5, 90, Mode::AI88, 1, 20, TrackedBlocks::allocate, TrackedBlocks::release, 8,
-                    3);
+    TrackedBuffers buffers;
+    DsSurface owner(7, 5, 90, Mode::AI88, 1, 20, TrackedBuffers::allocate, TrackedBuffers::release,
+                    8, 3);
     owner.setUserData(99);
     owner.setClip(DsRect(1, 2, 3, 2));
     const DsSurface alias(owner);
@@ -395,17 +394,17 @@ TEST(SurfaceAlias, SharesEveryFieldButTheCallbacks) {
 }
 
 TEST(SurfaceAlias, ReleasesNothing) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface owner = makePaletteSurface(Mode::I8, 0, 2);
     const byte_vector before = fillWithNoise(owner, 1);
     { const DsSurface alias(owner); }
-    EXPECT_TRUE(blocks.released.empty());
-    EXPECT_EQ(2U, blocks.requests.size());
-    EXPECT_EQ(before, pixelBlock(owner));
+    EXPECT_TRUE(buffers.released.empty());
+    EXPECT_EQ(2U, buffers.requests.size());
+    EXPECT_EQ(before, pixelBuffer(owner));
 }
 
-TEST(SurfaceAlias, HasAClipOfItsOwn) {
-    TrackedBlocks blocks;
+TEST(SurfaceAlias, HasItsOwnClip) {
+    TrackedBuffers buffers;
     DsSurface owner = makeSurface(7, 5, Mode::A8);
     DsSurface alias(owner);
     alias.setClip(DsRect(1, 1, 2, 2));
@@ -414,14 +413,14 @@ TEST(SurfaceAlias, HasAClipOfItsOwn) {
 }
 
 TEST(SurfaceAlias, OfAnAliasOwnsNothingEither) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     const DsSurface owner = makeSurface(7, 5, Mode::A8);
     {
         const DsSurface alias(owner);
         const DsSurface second(alias);
         EXPECT_EQ(owner.getPixels(), second.getPixels());
     }
-    EXPECT_TRUE(blocks.released.empty());
+    EXPECT_TRUE(buffers.released.empty());
 }
 
 } // namespace

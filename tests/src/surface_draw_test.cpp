@@ -1,5 +1,5 @@
-// Pixels, fills and copies on whole surfaces: over all rotations, clips, modes and alpha modes,
-// against drawing pixel by pixel in the caller's coordinates, and at the ends of the number range.
+// Pixels, fills and copies on whole surfaces: all rotations, clips, modes and alpha modes, compared with
+// drawing pixel by pixel in the caller's coordinates, also at the ends of the number range.
 #include "src/ds_surface.h"
 #include "tests/src/drawing_model.h"
 #include "tests/src/surface_makers.h"
@@ -30,7 +30,7 @@ DsRect randomRect(test_rng& random, int32_t reach) {
             randomInt(random, -2, 2 * reach), randomInt(random, -2, 2 * reach)};
 }
 
-// A surface of noise with a clip, and its plain counterpart.
+// A surface of noise with a clip, and its model.
 struct Scene {
     Scene(int32_t width, int32_t height, Mode mode, uint32_t rotation, test_rng& random)
         : target(makeSurface(width, height, mode, 1U << random() % 5, rotation, random() % 9))
@@ -49,11 +49,11 @@ struct Scene {
         }
     }
     testing::AssertionResult isAsExpected() const {
-        return same_pixels(picture.block(), pixelBlock(target), layout_of(target))
+        return same_pixels(picture.buffer(), pixelBuffer(target), layout_of(target))
                << ", " << modeName(target.getColorMode()) << ", rotation " << target.getRotation();
     }
 
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface target;
     ModelPicture picture;
     ModelArea clip = {kMin, kMin, int64_t{1} << 32, int64_t{1} << 32};
@@ -93,7 +93,7 @@ TEST(SetPixel, WritesOnePixelInsideTheClipInEveryModeAndRotation) {
     }
 }
 
-TEST(SetPixel, IncludesTheFirstPixelOfTheClipAndNotTheOneBehindIt) {
+TEST(SetPixel, IncludesTheFirstPixelOfTheClipAndExcludesTheEnd) {
     test_rng random(102);
     Scene scene(8, 6, Mode::I8, 0, random);
     scene.setClip({2, 1, 3, 2});
@@ -121,7 +121,7 @@ TEST(SetPixel, WritesNothingAtTheEndsOfTheNumberRange) {
     }
 }
 
-TEST(SetPixel, TakesAnUnknownRotationForNone) {
+TEST(SetPixel, TreatsAnUnknownRotationAsNone) {
     test_rng random(104);
     Scene scene(5, 4, Mode::I8, 45, random);
     scene.target.setPixel(3, 1, 0x99000000);
@@ -207,7 +207,7 @@ constexpr Copying kBlendOver = {&DsSurface::blend, &ModelCopy::blended};
 
 void expectCopyAt(Scene& scene, const Copying& copying, const ModelPoint& position,
                   const DsSurface& source, uint32_t alphaMode, uint32_t color) {
-    // First by plain rules, since the source may be the target.
+    // The model draws first, because the source may be the target.
     copyByModel(scene.picture, scene.clip, position, source, copying.rule, alphaMode, color);
     (scene.target.*copying.run)(static_cast<int32_t>(position.x), static_cast<int32_t>(position.y),
                                 source, alphaMode, color);
@@ -218,7 +218,7 @@ void expectCopyAt(Scene& scene, const Copying& copying, const ModelPoint& positi
         << std::hex << color;
 }
 
-// One copy of random sizes at a random place.
+// One copy of random sizes at a random position.
 void expectRandomCopy(const Copying& copying, Mode targetMode, Mode sourceMode,
                       uint32_t targetRotation, uint32_t sourceRotation, test_rng& random) {
     const Size size = randomSize(random);
@@ -251,8 +251,8 @@ TEST(Blend, FollowsTheModelInAllModesAndRotations) {
     expectCopiesBetweenAllModes(kBlendOver, 122);
 }
 
-// Seen by the caller, a copy between surfaces of one rotation moves a picture as it is.
-TEST(Blit, PutsThePictureThatTheCallerSeesWhereTheCallerAsks) {
+// Seen by the caller, a copy between surfaces of one rotation does not change a picture.
+TEST(Blit, CopiesThePictureAsTheCallerSeesIt) {
     test_rng random(123);
     for (const uint32_t rotation : {0U, 90U, 180U, 270U, 77U}) {
         for (int round = 0; round < 50; ++round) {
@@ -273,7 +273,7 @@ TEST(Blit, PutsThePictureThatTheCallerSeesWhereTheCallerAsks) {
     }
 }
 
-TEST(Blit, CutsOffWhatLiesLeftOfTheTarget) {
+TEST(Blit, ClipsPixelsLeftOfTheTarget) {
     test_rng random(124);
     Scene scene(6, 1, Mode::I8, 0, random);
     DsSurface source = makeSurface(4, 1, Mode::I8);
@@ -298,9 +298,8 @@ TEST(Blit, WritesNothingOutsideTheClip) {
     }
 }
 
-// What lies outside the source's stored array is not there to be copied; TightSurface and the bytes
-// that stay tell.
-TEST(Copies, StayInsideTheSourceWhereRotationsDiffer) {
+// Nothing outside the source's stored array is copied. TightSurface and the unchanged bytes show that.
+TEST(Copies, StayInsideTheSourceIfRotationsDiffer) {
     test_rng random(126);
     for (const uint32_t targetRotation : kRotations) {
         for (const uint32_t sourceRotation : {0U, 90U, 180U, 270U, 12U}) {
@@ -331,7 +330,7 @@ TEST(Copies, DoNotWrapAtTheEndsOfTheNumberRange) {
     }
 }
 
-// Sources that claim a size without memory behind it: nothing of them lies in the picture.
+// Sources with a size but without memory: no pixel of them is inside the target.
 TEST(Copies, OfEnormousSourcesDoNotWrapIntoThePicture) {
     test_rng random(128);
     for (const uint32_t rotation : kRotations) {
@@ -346,7 +345,7 @@ TEST(Copies, OfEnormousSourcesDoNotWrapIntoThePicture) {
     }
 }
 
-// A source of one line of nearly two gigabytes, of which only the outermost pixels are ever read.
+// A source of one row of nearly two gigabytes, of which only the outermost pixels are read.
 TEST(Copies, ReachTheLastColumnsOfAnEnormousSource) {
     constexpr size_t kHeader = 20;
     const size_t size = kHeader + size_t{kMax};
@@ -368,7 +367,7 @@ TEST(Copies, ReachTheLastColumnsOfAnEnormousSource) {
     munmap(memory, size);
 }
 
-TEST(Copies, OfASurfaceOntoItselfAtTheSamePlaceWork) {
+TEST(Copies, OfASurfaceToItselfAtTheSamePositionWork) {
     test_rng random(130);
     for (const Mode mode : kAllModes) {
         for (const uint32_t rotation : kRotations) {
@@ -393,13 +392,13 @@ TEST(Copies, IgnoreTheClipOfTheSource) {
     expectCopyAt(scene, kBlit, {2, 1}, source.surface, 0, 0);
 }
 
-// The hooks have no effect; what a palette says takes no part.
-TEST(Copies, DoNotLookAtThePaletteOfTheSource) {
+// The hooks have no effect, and palettes are not used.
+TEST(Copies, IgnoreThePaletteOfTheSource) {
     test_rng random(132);
     for (const Mode mode : {Mode::I8, Mode::AI88}) {
         Scene scene(6, 6, Mode::ARGB8888, 0, random);
-        DsSurface source(4, 4, 0, mode, 1, 256, TrackedBlocks::allocate, TrackedBlocks::release, 1,
-                         0);
+        DsSurface source(4, 4, 0, mode, 1, 256, TrackedBuffers::allocate, TrackedBuffers::release,
+                         1, 0);
         fillWithNoise(source, 7);
         const byte_vector palette = make_bytes(data_kind::noise, 1024, 8);
         std::copy(palette.begin(), palette.end(), source.getPalette());
@@ -413,8 +412,8 @@ TEST(Copies, DoNotLookAtThePaletteOfTheSource) {
 TEST(Copies, IgnoreACountOfPaletteEntriesInModesWithoutPalette) {
     test_rng random(134);
     Scene scene(6, 6, Mode::ARGB8888, 0, random);
-    DsSurface source(4, 4, 0, Mode::A8, 1, 256, TrackedBlocks::allocate, TrackedBlocks::release, 1,
-                     0);
+    DsSurface source(4, 4, 0, Mode::A8, 1, 256, TrackedBuffers::allocate, TrackedBuffers::release,
+                     1, 0);
     fillWithNoise(source, 7);
     expectCopyAt(scene, kBlit, {1, 1}, source, 0, 0);
 }
@@ -436,7 +435,7 @@ TEST(Copies, OfAnEmptySourceDoNothing) {
     }
 }
 
-// Nothing lies behind these headers, so that AddressSanitizer sees any access.
+// There is no memory after these headers, so that AddressSanitizer detects any access.
 TEST(EmptySurfaces, AreNotDrawnOn) {
     const TightSurface source(4, 4, Mode::I8, 0, 1);
     for (const uint32_t rotation : kRotations) {
@@ -527,7 +526,7 @@ TEST(BlendAligned, CentersTheKnownExample) {
     EXPECT_TRUE(scene.isAsExpected());
 }
 
-// (3 - 6) >> 1 is -2: an odd remainder goes towards minus infinity.
+// (3 - 6) >> 1 is -2: an odd difference rounds towards minus infinity.
 TEST(BlendAligned, CentersALargerSourceTowardsMinusInfinity) {
     test_rng random(143);
     Scene scene(9, 9, Mode::A8, 0, random);
@@ -565,8 +564,8 @@ TEST(BlendAligned, DoesNotWrapAtTheEndsOfTheNumberRange) {
     }
 }
 
-// In 32 bits this sum would come out as 0.
-TEST(BlendAligned, DrawsNothingWhereThePositionPassesTheRange) {
+// In 32 bits this sum would be 0.
+TEST(BlendAligned, DrawsNothingIfThePositionExceedsTheRange) {
     test_rng random(146);
     Scene scene(6, 6, Mode::A8, 0, random);
     const TightSurface source(4, 4, Mode::A8, 0, 5);
@@ -577,7 +576,7 @@ TEST(BlendAligned, DrawsNothingWhereThePositionPassesTheRange) {
 // ---- invert
 
 // Complements all pixels of a picture.
-void invertPlainly(ModelPicture& picture) {
+void invertModel(ModelPicture& picture) {
     for (const ModelPoint& p : picture.pixels()) {
         picture.set(p, ~picture.get(p));
     }
@@ -590,9 +589,9 @@ TEST(Invert, ComplementsEveryPixelByteAndNoPadding) {
             for (int round = 0; round < 10; ++round) {
                 const Size size = randomSize(random);
                 Scene scene(size.width, size.height, mode, rotation, random);
-                scene.setRandomClip(random, 10); // and no clip limits it
+                scene.setRandomClip(random, 10); // has no effect
                 scene.target.invert();
-                invertPlainly(scene.picture);
+                invertModel(scene.picture);
                 ASSERT_TRUE(scene.isAsExpected()) << "round " << round;
             }
         }

@@ -1,4 +1,4 @@
-// Surface files: what serializing writes, byte by byte, and the view that reads it back.
+// Surface files: serialization, byte by byte, and the view that reads a file.
 #include "src/ds_surface.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/surface_makers.h"
@@ -15,8 +15,8 @@ using Mode = DsColorMode;
 
 constexpr uint8_t kUntouched = 0xEE;
 
-// The file that a surface makes, in a buffer that begins at an odd address and has room behind it;
-// what is not written stays kUntouched.
+// The file of a surface, in a buffer that starts at an odd address and has space after the file. Unwritten
+// bytes stay kUntouched.
 byte_vector serialized(const DsSurface& surface) {
     const uint64_t size = surface.serialize(nullptr);
     byte_vector memory(1 + size + 16, kUntouched);
@@ -27,19 +27,19 @@ byte_vector serialized(const DsSurface& surface) {
     return {memory.begin() + 1, memory.end() - 16};
 }
 
-// The same file, put together by hand.
+// The same file, made independently.
 byte_vector modelFile(const DsSurface& surface) {
     byte_vector file = makeFileHeader(
         surface.getRotation(), surface.getColorMode(), static_cast<uint32_t>(surface.getWidth()),
         static_cast<uint32_t>(surface.getHeight()), static_cast<uint32_t>(surface.getStride()));
-    const uint64_t lines = static_cast<uint64_t>(surface.getHeight()) * surface.getStride();
-    file.insert(file.end(), surface.getPixels(), surface.getPixels() + lines);
+    const uint64_t pixelBytes = static_cast<uint64_t>(surface.getHeight()) * surface.getStride();
+    file.insert(file.end(), surface.getPixels(), surface.getPixels() + pixelBytes);
     file.resize((file.size() + 3) / 4 * 4, kUntouched);
     return file;
 }
 
-TEST(SurfaceFile, HoldsTheHeaderWordsAndTheLines) {
-    TrackedBlocks blocks;
+TEST(SurfaceFile, ContainsTheHeaderWordsAndTheRows) {
+    TrackedBuffers buffers;
     const DsSurface surface = makeSurface(2, 2, Mode::A8, 4, 90);
     const byte_vector pixels = {1, 2, 3, 4, 5, 6, 7, 8};
     std::copy(pixels.begin(), pixels.end(), surface.getPixels());
@@ -49,7 +49,7 @@ TEST(SurfaceFile, HoldsTheHeaderWordsAndTheLines) {
 }
 
 TEST(SurfaceFile, RoundsItsSizeUpWithoutWritingThePadding) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface surface = makeSurface(3, 2, Mode::RGB888);
     fillWithNoise(surface, 1);
     const byte_vector file = serialized(surface);
@@ -60,7 +60,7 @@ TEST(SurfaceFile, RoundsItsSizeUpWithoutWritingThePadding) {
 }
 
 TEST(SurfaceFile, EqualsTheHandMadeFileForEveryModeSizeAndAlignment) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     for (const Mode mode : kModesWithPixels) {
         for (const uint32_t alignment : {1U, 3U, 4U, 16U}) {
             for (int32_t width = 0; width < 6; ++width) {
@@ -76,16 +76,16 @@ TEST(SurfaceFile, EqualsTheHandMadeFileForEveryModeSizeAndAlignment) {
     }
 }
 
-TEST(SurfaceFile, IsTheHeaderAloneForAnEmptySurface) {
-    TrackedBlocks blocks;
+TEST(SurfaceFile, IsOnlyTheHeaderForAnEmptySurface) {
+    TrackedBuffers buffers;
     const DsSurface surface = makeSurface(0, 7, Mode::ARGB8888);
     EXPECT_EQ(makeFileHeader(0, Mode::ARGB8888, 0, 7, 0), serialized(surface));
 }
 
 TEST(SurfaceFile, LeavesOutPaletteExtraBytesAndClip) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface bare = makeSurface(4, 3, Mode::I8);
-    DsSurface rich(4, 3, 0, Mode::I8, 1, 256, TrackedBlocks::allocate, TrackedBlocks::release, 1,
+    DsSurface rich(4, 3, 0, Mode::I8, 1, 256, TrackedBuffers::allocate, TrackedBuffers::release, 1,
                    100);
     fillWithNoise(bare, 2);
     std::copy_n(bare.getPixels(), 12, rich.getPixels());
@@ -94,28 +94,28 @@ TEST(SurfaceFile, LeavesOutPaletteExtraBytesAndClip) {
     EXPECT_TRUE(same_bytes(serialized(bare), serialized(rich)));
 }
 
-TEST(SurfaceFile, KeepsUnknownRotationsAsTheyAre) {
-    TrackedBlocks blocks;
+TEST(SurfaceFile, KeepsUnknownRotations) {
+    TrackedBuffers buffers;
     const DsSurface surface = makeSurface(1, 1, Mode::A8, 1, 0x12345678);
     const byte_vector file = serialized(surface);
     EXPECT_EQ((byte_vector{0x78, 0x56, 0x34, 0x12}), slice(file, 0, 4));
 }
 
-TEST(SurfaceFile, CutsTheStrideTo32Bits) {
-    TrackedBlocks blocks;
+TEST(SurfaceFile, TruncatesTheStrideTo32Bits) {
+    TrackedBuffers buffers;
     const DsSurface surface = makeSurface(0x40000001, 0, Mode::ARGB8888);
     ASSERT_EQ(0x100000004U, surface.getStride());
     EXPECT_EQ(makeFileHeader(0, Mode::ARGB8888, 0x40000001, 0, 4), serialized(surface));
 }
 
 TEST(SurfaceFile, IsTheSameFromAnAlias) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface owner = makeSurface(5, 3, Mode::RGB565, 4, 270);
     fillWithNoise(owner, 3);
     EXPECT_TRUE(same_bytes(serialized(owner), serialized(DsSurface(owner))));
 }
 
-TEST(SurfaceView, TakesEveryFieldFromTheHeader) {
+TEST(SurfaceView, ReadsEveryFieldFromTheHeader) {
     byte_vector file = makeFileHeader(270, Mode::RGB888, 5, 2, 24);
     file.resize(20 + 48);
     const DsSurface view(file.data());
@@ -153,7 +153,7 @@ TEST(SurfaceView, HasNoPitchInModesWithoutPixels) {
     }
 }
 
-TEST(SurfaceView, LeavesTheFileUntouchedWhenItGoes) {
+TEST(SurfaceView, DoesNotChangeTheFileOnDestruction) {
     byte_vector file = makeFileHeader(0, Mode::A8, 4, 1, 4);
     append(file, {1, 2, 3, 4});
     const byte_vector before = file;
@@ -161,8 +161,8 @@ TEST(SurfaceView, LeavesTheFileUntouchedWhenItGoes) {
     EXPECT_EQ(before, file);
 }
 
-TEST(SurfaceView, ReadsBackWhatWasWrittenAtAnyAddress) {
-    TrackedBlocks blocks;
+TEST(SurfaceView, ReadsASerializedSurfaceAtAnyAddress) {
+    TrackedBuffers buffers;
     for (const Mode mode : kModesWithPixels) {
         for (const uint32_t rotation : {0U, 90U, 180U, 270U, 7U}) {
             SCOPED_TRACE(modeName(mode) + ", rotation " + std::to_string(rotation));

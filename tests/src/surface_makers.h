@@ -1,9 +1,9 @@
-// What the surface tests share: surfaces and surface files made from a few numbers, the plain model
-// of a surface's line layout, and how rectangles are compared.
+// Helpers for the surface tests: make surfaces and surface files from a few numbers, a model of the stride, and
+// comparison of rectangles.
 #pragma once
 
 #include "src/ds_surface.h"
-#include "tests/src/tracked_blocks.h"
+#include "tests/src/tracked_buffers.h"
 #include "tests/support/test_bytes.h"
 
 #include <gtest/gtest.h>
@@ -19,12 +19,12 @@ inline constexpr std::array kModesWithPixels = {
 inline constexpr std::array kModesWithoutPixels = {DsColorMode::Reserved6, DsColorMode::Reserved8,
                                                    DsColorMode{10}, DsColorMode{0xFFFFFFFF}};
 
-/// An owning surface without palette entries on the callbacks of the living TrackedBlocks.
+/// An owning surface without palette entries, with the callbacks of the current TrackedBuffers.
 inline DsSurface makeSurface(int32_t width, int32_t height, DsColorMode mode,
                              uint32_t alignment = 1, uint32_t rotation = 0,
                              uint64_t extraBytes = 0) {
-    return DsSurface(width, height, rotation, mode, 0, 0, TrackedBlocks::allocate,
-                     TrackedBlocks::release, alignment, extraBytes);
+    return DsSurface(width, height, rotation, mode, 0, 0, TrackedBuffers::allocate,
+                     TrackedBuffers::release, alignment, extraBytes);
 }
 
 /// The 20 header bytes of a surface file.
@@ -39,7 +39,7 @@ inline byte_vector makeFileHeader(uint32_t rotation, DsColorMode mode, uint32_t 
     return header;
 }
 
-/// A surface of any stored size that has no memory behind it, for everything that touches no pixel.
+/// A surface of any stored size without memory for pixels, for operations that access no pixel.
 class SurfaceShape {
 public:
     SurfaceShape(uint32_t rotation, int32_t width, int32_t height)
@@ -54,8 +54,8 @@ public:
     DsSurface surface;
 };
 
-/// Bytes that a line takes: pixels rounded up to a unit that is the pixel size without the factors
-/// of two it shares with the alignment, times the alignment.
+/// The stride: the bytes of a row, rounded up to a unit. The unit is the alignment multiplied by the pixel size
+/// without their common factors of two.
 inline uint64_t modelStride(uint64_t width, uint64_t bytesPerPixel, uint64_t alignment) {
     uint64_t unit = bytesPerPixel;
     for (uint64_t rest = alignment; unit % 2 == 0 && rest % 2 == 0; rest /= 2) {
@@ -65,12 +65,12 @@ inline uint64_t modelStride(uint64_t width, uint64_t bytesPerPixel, uint64_t ali
     return (width * bytesPerPixel + unit - 1) / unit * unit;
 }
 
-/// A copy of a surface's whole pixel block.
-inline byte_vector pixelBlock(const DsSurface& surface) {
+/// A copy of a surface's whole pixel buffer.
+inline byte_vector pixelBuffer(const DsSurface& surface) {
     return {surface.getPixels(), surface.getPixels() + surface.getDataSize()};
 }
 
-/// Fills the whole pixel block with noise, and returns a copy of it.
+/// Fills the whole pixel buffer with noise, and returns a copy of it.
 inline byte_vector fillWithNoise(DsSurface& surface, uint32_t seed) {
     const byte_vector noise = make_bytes(data_kind::noise, surface.getDataSize(), seed);
     if (!noise.empty()) {

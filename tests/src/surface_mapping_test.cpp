@@ -1,4 +1,4 @@
-// Caller coordinates to stored coordinates and back, and the clip that lives between them.
+// Caller coordinates to stored coordinates and back, and the clip, which uses both.
 #include "src/ds_surface.h"
 #include "tests/src/surface_makers.h"
 
@@ -48,7 +48,7 @@ DsRect mappedRect(uint32_t rotation, int32_t width, int32_t height, DsRect rect)
 }
 
 DsRect clipped(uint32_t rotation, int32_t width, int32_t height, const DsRect& area) {
-    // Mapped again after reading, since the mappings undo each other: the stored clip itself.
+    // The stored clip: getClip() maps it to caller coordinates, and mapping again undoes that.
     SurfaceShape shape(rotation, width, height);
     shape.surface.setClip(area);
     DsRect clip = shape.surface.getClip();
@@ -56,8 +56,8 @@ DsRect clipped(uint32_t rotation, int32_t width, int32_t height, const DsRect& a
     return clip;
 }
 
-// The clip that an area leaves, in exact arithmetic: mapped, cut to the array, and where that
-// leaves nothing, empty where it was, as far as 32 bits reach.
+// The clip of an area, in exact arithmetic: mapped and limited to the array. If nothing is left, it is empty at
+// the area's position, clamped to 32 bits.
 DsRect modelClip(uint32_t rotation, int64_t W, int64_t H, const DsRect& area) {
     int64_t x = area.mX, y = area.mY, w = area.mWidth, h = area.mHeight;
     if (rotation == 90) {
@@ -80,14 +80,14 @@ DsRect modelClip(uint32_t rotation, int64_t W, int64_t H, const DsRect& area) {
             cut(std::max<int64_t>(bottom - y, 0))};
 }
 
-TEST(PointMapping, TurnsPixelPositionsByTheRotation) {
+TEST(PointMapping, RotatesPixelPositions) {
     EXPECT_EQ(Point(10, 7), mapped(0, 100, 50, 10, 7));
     EXPECT_EQ(Point(7, 39), mapped(90, 100, 50, 10, 7));
     EXPECT_EQ(Point(89, 42), mapped(180, 100, 50, 10, 7));
     EXPECT_EQ(Point(92, 10), mapped(270, 100, 50, 10, 7));
 }
 
-TEST(PointMapping, LeavesPointsAloneUnderUnknownRotations) {
+TEST(PointMapping, DoesNotChangePointsForUnknownRotations) {
     for (const uint32_t rotation : kUnknownRotations) {
         EXPECT_EQ(Point(10, 7), mapped(rotation, 100, 50, 10, 7)) << "rotation " << rotation;
         EXPECT_EQ(PointF(10, 7), mappedF(rotation, 100, 50, 10, 7)) << "rotation " << rotation;
@@ -146,7 +146,7 @@ TEST(PointMapping, ComputesFloatsInSinglePrecision) {
     }
 }
 
-TEST(SizeMapping, SwapsForQuarterTurnsOnly) {
+TEST(SizeMapping, ExchangesOnlyFor90And270Degrees) {
     for (const uint32_t rotation : {0U, 90U, 180U, 270U, 45U, 450U}) {
         SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const bool quarter = rotation == 90 || rotation == 270;
@@ -173,7 +173,7 @@ TEST(SizeMapping, ReportsTheSizeThatTheCallerSees) {
     }
 }
 
-TEST(RectangleMapping, TurnsRectanglesByTheRotation) {
+TEST(RectangleMapping, RotatesRectangles) {
     expectRect(10, 5, 20, 8, mappedRect(0, 100, 50, {10, 5, 20, 8}));
     expectRect(5, 20, 8, 20, mappedRect(90, 100, 50, {10, 5, 20, 8}));
     expectRect(70, 37, 20, 8, mappedRect(180, 100, 50, {10, 5, 20, 8}));
@@ -184,7 +184,7 @@ TEST(RectangleMapping, TurnsRectanglesByTheRotation) {
     }
 }
 
-TEST(RectangleMapping, CoversThePixelsThatThePointMappingFinds) {
+TEST(RectangleMapping, CoversTheSamePixelsAsThePointMapping) {
     for (const uint32_t rotation : kRotations) {
         SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         const DsRect area = mappedRect(rotation, 100, 50, {10, 5, 20, 8});
@@ -204,7 +204,7 @@ TEST(RectangleMapping, WrapsAndIsUndoneExactlyForEveryRectangle) {
     test_rng random(53);
     for (int round = 0; round < 3000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
-        // Wild numbers and small ones in turn.
+        // Arbitrary and small numbers, alternating.
         const auto number = [&] {
             return static_cast<int32_t>(random()) / (round % 2 == 0 ? 1 : 1 << 20);
         };
@@ -228,7 +228,7 @@ TEST(RectangleMapping, WrapsAndIsUndoneExactlyForEveryRectangle) {
     }
 }
 
-TEST(RectangleMapping, TurnsFloatRectanglesAsTheRegionDoes) {
+TEST(RectangleMapping, RotatesFloatRectanglesLikeTheRegion) {
     test_rng random(54);
     for (int round = 0; round < 1000; ++round) {
         SCOPED_TRACE(testing::Message() << "round " << round);
@@ -262,7 +262,7 @@ TEST(Clip, IsTheWholeArrayAtFirstAndAfterAReset) {
     }
 }
 
-TEST(Clip, ComesBackInCallerCoordinates) {
+TEST(Clip, IsReturnedInCallerCoordinates) {
     for (const uint32_t rotation : {0U, 90U, 180U, 270U, 45U}) {
         SCOPED_TRACE(testing::Message() << "rotation " << rotation);
         SurfaceShape shape(rotation, 100, 100);
@@ -271,7 +271,7 @@ TEST(Clip, ComesBackInCallerCoordinates) {
     }
 }
 
-TEST(Clip, IsCutToTheArray) {
+TEST(Clip, IsLimitedToTheArray) {
     expectRect(0, 0, 7, 3, clipped(0, 100, 50, {-3, -5, 10, 8}));
     expectRect(90, 45, 10, 5, clipped(0, 100, 50, {90, 45, 20, 20}));
     expectRect(0, 0, 100, 50, clipped(0, 100, 50, {-1000, -1000, 5000, 5000}));
@@ -281,11 +281,11 @@ TEST(Clip, IsCutToTheArray) {
     expectRect(90, 42, 10, 8, clipped(180, 100, 50, {-10, 0, 20, 8}));
 }
 
-TEST(Clip, KeepsThePositionOfAnAreaThatMissesTheArray) {
+TEST(Clip, KeepsThePositionOfAnAreaOutsideTheArray) {
     expectRect(200, 60, 0, 0, clipped(0, 100, 50, {200, 60, 5, 5}));
     expectRect(200, 10, 0, 5, clipped(0, 100, 50, {200, 10, 5, 5}));
     expectRect(100, 10, 0, 5, clipped(0, 100, 50, {100, 10, 5, 5}));
-    // Before the near edges the position is cut to 0, as for any area.
+    // Before the near edges the position becomes 0, as for any area.
     expectRect(0, 10, 0, 5, clipped(0, 100, 50, {-20, 10, 5, 5}));
     expectRect(130, 0, 0, 2, clipped(180, 100, 50, {-50, 48, 20, 5}));
 }
@@ -306,10 +306,10 @@ TEST(Clip, ReachesFarEdgesIn64Bits) {
     expectRect(0, 0, 0, 0, clipped(0, 100, 50, {kMin, kMin, kMax, kMax}));
 }
 
-TEST(Clip, CutsPositionsTo32Bits) {
+TEST(Clip, ClampsPositionsTo32Bits) {
     SurfaceShape shape(180, 100, 50);
     shape.surface.setClip({kMin, kMin, 0, 5});
-    // Stored (2^31 - 1, 2^31 - 1) after the cut, read back by the wrapping mapping.
+    // Stored as (2^31 - 1, 2^31 - 1) after clamping, and read with the wrapping mapping.
     const DsRect clip = shape.surface.getClip();
     expectRect(cutTo32Bits(int64_t{100} - kMax), cutTo32Bits(int64_t{50} - kMax), 0, 0, clip);
 }
@@ -335,7 +335,7 @@ TEST(Clip, FollowsExactArithmeticForAreasOfEverySize) {
     }
 }
 
-TEST(Clip, IsReadBackWithoutFurtherCutting) {
+TEST(Clip, IsReturnedWithoutFurtherClipping) {
     SurfaceShape shape(90, 100, 50);
     shape.surface.setClip({0, 300, 10, 20});
     expectRect(0, 300, 10, 0, shape.surface.getClip());

@@ -1,5 +1,5 @@
-// Taking the alpha channel from an A8 surface: for every stored value of every mode, with formulas
-// written out here once more, and with the lines of both surfaces padded differently.
+// Copying the alpha channel from an A8 surface: every stored value of every mode, compared with independent
+// formulas, with different padding in both surfaces.
 #include "src/ds_surface.h"
 #include "tests/src/pixel_model.h"
 #include "tests/src/surface_makers.h"
@@ -28,7 +28,7 @@ uint32_t wordAt(const DsSurface& surface, int32_t x, int32_t y) {
     return word;
 }
 
-// A surface of `values` pixels in 256 columns that holds every stored value once, in order.
+// A surface of `values` pixels in 256 columns with every stored value once, in order.
 DsSurface makeSurfaceOfAllValues(Mode mode, uint32_t values) {
     DsSurface surface = makeSurface(256, static_cast<int32_t>(values / 256), mode);
     const uint32_t size = bytesPerPixel(mode);
@@ -43,7 +43,7 @@ DsSurface makeSurfaceOfAllValues(Mode mode, uint32_t values) {
 // Replaces the alpha of every stored value by each of several alphas, and compares with the rule.
 void expectRule(Mode mode, uint32_t values, Rule rule) {
     for (const uint8_t alpha : kAlphas) {
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         DsSurface surface = makeSurfaceOfAllValues(mode, values);
         const DsSurface source = makeSurface(surface.getWidth(), surface.getHeight(), Mode::A8);
         std::fill_n(source.getPixels(), source.getDataSize(), alpha);
@@ -57,10 +57,10 @@ void expectRule(Mode mode, uint32_t values, Rule rule) {
     }
 }
 
-// Replaces the alpha of noise by noise, with padding on both sides and a larger source, and
-// compares every pixel with the rule and every other byte with what it was.
+// Replaces the alpha of noise by noise, with padding on both sides and a larger source. Compares every pixel with
+// the rule; no other byte may change.
 void expectRuleOnNoise(Mode mode, Rule rule) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface surface = makeSurface(37, 11, mode, 16, 0, 9);
     DsSurface source = makeSurface(41, 13, Mode::A8, 32, 0, 3);
     const byte_vector before = fillWithNoise(surface, 21);
@@ -82,8 +82,8 @@ void expectRuleOnNoise(Mode mode, Rule rule) {
             }
         }
     }
-    EXPECT_TRUE(same_pixels(expected, pixelBlock(surface), layout_of(surface))) << modeName(mode);
-    EXPECT_TRUE(same_pixels(alphas, pixelBlock(source), layout_of(source))) << "the source";
+    EXPECT_TRUE(same_pixels(expected, pixelBuffer(surface), layout_of(surface))) << modeName(mode);
+    EXPECT_TRUE(same_pixels(alphas, pixelBuffer(source), layout_of(source))) << "the source";
 }
 
 uint32_t unchanged(uint32_t stored, uint32_t) {
@@ -98,7 +98,7 @@ uint32_t alphaInTheTopByte(uint32_t stored, uint32_t alpha) {
     return alpha * 0x1000000 + stored % 0x1000000;
 }
 
-// The widening rule twice, each result added where its field lies, and the sum cut to a word.
+// The widening rule twice. Each result is added at its field's position, and the sum truncated to 16 bits.
 uint32_t spillingArgb1555(uint32_t stored, uint32_t alpha) {
     const auto twice = [](uint32_t c) { return (((c * 527 + 23) >> 6) * 527 + 23) >> 6; };
     return ((alpha >= 128 ? 32768 : 0) + twice(stored / 1024 % 32) * 1024 +
@@ -124,7 +124,7 @@ TEST(ReplaceAlpha, ChangesNothingInRgb888) {
     expectRuleOnNoise(Mode::RGB888, unchanged);
 }
 
-TEST(ReplaceAlpha, LeavesEveryRgb565WordAsItWas) {
+TEST(ReplaceAlpha, DoesNotChangeRgb565) {
     expectRule(Mode::RGB565, 65536, unchanged);
     expectRuleOnNoise(Mode::RGB565, unchanged);
 }
@@ -134,8 +134,8 @@ TEST(ReplaceAlpha, SpillsTheChannelsOfArgb1555) {
     expectRuleOnNoise(Mode::ARGB1555, spillingArgb1555);
 }
 
-TEST(ReplaceAlpha, TurnsOneInto66And31Into2100InArgb1555) {
-    TrackedBlocks blocks;
+TEST(ReplaceAlpha, Changes1To66And31To2100InArgb1555) {
+    TrackedBuffers buffers;
     DsSurface surface = makeSurfaceOfAllValues(Mode::ARGB1555, 256);
     const DsSurface source = makeSurface(256, 1, Mode::A8);
     std::fill_n(source.getPixels(), 256, uint8_t{0});
@@ -166,8 +166,8 @@ TEST(ReplaceAlpha, CopiesTheSourceIntoA8) {
     expectRuleOnNoise(Mode::A8, justAlpha);
 }
 
-TEST(ReplaceAlpha, TakesEveryAlphaByte) {
-    TrackedBlocks blocks;
+TEST(ReplaceAlpha, CopiesEveryAlphaByte) {
+    TrackedBuffers buffers;
     DsSurface nibbles = makeSurface(256, 1, Mode::ARGB4444);
     DsSurface bits = makeSurface(256, 1, Mode::ARGB1555);
     std::fill_n(nibbles.getPixels(), 512, uint8_t{0});
@@ -184,17 +184,17 @@ TEST(ReplaceAlpha, TakesEveryAlphaByte) {
 
 TEST(ReplaceAlpha, SkipsModesWithoutPixels) {
     for (const Mode mode : kModesWithoutPixels) {
-        TrackedBlocks blocks;
+        TrackedBuffers buffers;
         DsSurface surface = makeSurface(5, 3, mode, 1, 0, 16);
         const DsSurface source = makeSurface(5, 3, Mode::A8);
         const byte_vector before = fillWithNoise(surface, 1);
         surface.replaceAlpha(source);
-        EXPECT_TRUE(same_bytes(before, pixelBlock(surface))) << modeName(mode);
+        EXPECT_TRUE(same_bytes(before, pixelBuffer(surface))) << modeName(mode);
     }
 }
 
 TEST(ReplaceAlpha, DoesNothingToAnEmptySurface) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     const DsSurface source = makeSurface(4, 4, Mode::A8);
     DsSurface narrow = makeSurface(0, 4, Mode::ARGB8888, 1, 0, 8);
     DsSurface flat = makeSurface(4, 0, Mode::ARGB8888, 1, 0, 8);
@@ -202,13 +202,13 @@ TEST(ReplaceAlpha, DoesNothingToAnEmptySurface) {
     fillWithNoise(flat, 1);
     narrow.replaceAlpha(source);
     flat.replaceAlpha(source);
-    EXPECT_EQ(before, pixelBlock(narrow));
-    EXPECT_EQ(before, pixelBlock(flat));
+    EXPECT_EQ(before, pixelBuffer(narrow));
+    EXPECT_EQ(before, pixelBuffer(flat));
 }
 
-// Stored arrays are walked in step, whatever the two rotations say, and clips do not matter.
-TEST(ReplaceAlpha, PairsStoredPixelsWhateverRotationsAndClipsSay) {
-    TrackedBlocks blocks;
+// Stored pixels correspond for any rotations, and clips do not matter.
+TEST(ReplaceAlpha, PairsStoredPixelsForAnyRotationsAndClips) {
+    TrackedBuffers buffers;
     DsSurface surface = makeSurface(3, 2, Mode::AI88, 1, 90); // stored 2 by 3
     DsSurface source = makeSurface(2, 3, Mode::A8, 1, 180);
     std::fill_n(surface.getPixels(), 12, uint8_t{0});
@@ -217,7 +217,7 @@ TEST(ReplaceAlpha, PairsStoredPixelsWhateverRotationsAndClipsSay) {
     surface.setClip(DsRect(0, 0, 1, 1));
     source.setClip(DsRect(1, 1, 1, 1));
     surface.replaceAlpha(source);
-    EXPECT_EQ((byte_vector{0, 1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6}), pixelBlock(surface));
+    EXPECT_EQ((byte_vector{0, 1, 0, 2, 0, 3, 0, 4, 0, 5, 0, 6}), pixelBuffer(surface));
 }
 
 TEST(ReplaceAlpha, WorksOnAliasesAndViewsAndInPlace) {
@@ -234,7 +234,7 @@ TEST(ReplaceAlpha, WorksOnAliasesAndViewsAndInPlace) {
 }
 
 TEST(ReplaceAlphaDeathTest, AssertsThatTheSourceIsAlphaOnly) {
-    TrackedBlocks blocks;
+    TrackedBuffers buffers;
     DsSurface surface = makeSurface(2, 2, Mode::ARGB8888);
     for (const Mode mode : {Mode::ARGB8888, Mode::I8, Mode::AI88, Mode::Reserved8}) {
         const DsSurface source = makeSurface(2, 2, mode);

@@ -1,5 +1,5 @@
-// Geometry, surfaces and spans from several threads, each with data of its own. ThreadSanitizer watches what
-// they share.
+// Geometry, surfaces and spans in several threads, each with its own data. ThreadSanitizer checks the shared
+// data.
 #include "src/ds_ellipse.h"
 #include "src/ds_surface.h"
 #include "src/span_fill.h"
@@ -18,7 +18,7 @@ constexpr int kThreads = 4;
 constexpr int32_t kWidth = 64;
 constexpr int32_t kHeight = 40;
 
-// Runs the work in several threads at once; each gets its number.
+// Runs the work in several threads at once. Each gets its number.
 void runInThreads(const std::function<void(int)>& work) {
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
@@ -36,7 +36,7 @@ byte_vector surfaceFile(DsColorMode mode) {
     return file;
 }
 
-TEST(Threads, DrawOnSurfacesOfTheirOwn) {
+TEST(Threads, DrawOnTheirOwnSurfaces) {
     std::vector<byte_vector> files(kThreads, surfaceFile(DsColorMode::ARGB8888));
     const byte_vector sprite = surfaceFile(DsColorMode::RGB565);
     runInThreads([&](int i) {
@@ -70,7 +70,7 @@ TEST(Threads, ReadOneSurfaceTogether) {
     }
 }
 
-TEST(Threads, AskRegionsOfTheirOwn) {
+TEST(Threads, UseTheirOwnRegions) {
     std::vector<std::vector<float>> spans(kThreads);
     runInThreads([&](int i) {
         DsEllipse ellipse({20, 20}, {15, 10});
@@ -91,7 +91,7 @@ TEST(Threads, AskRegionsOfTheirOwn) {
     }
 }
 
-// The color is shared and must not change meanwhile; rows of one array are disjoint.
+// The color is shared and must not change. The rows of one array are disjoint.
 TEST(Threads, PaintSpansOfOneColorOnDisjointRows) {
     const uint32_t pixelSize = setBlendColor(DsColorMode::ARGB8888, 0x204060FFU);
     constexpr size_t kPixels = kWidth;

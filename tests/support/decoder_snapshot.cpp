@@ -10,7 +10,7 @@ constexpr std::array kRecordFields = {"state",  "finalBlock", "symbol",       "c
                                       "out",    "copyFrom",   "outAvailable", "totalOut"};
 constexpr std::array kReaderFields = {"data", "available", "bits", "bitCount"};
 
-constexpr int64_t kNowhere = INT64_MIN;
+constexpr int64_t kNullPointer = INT64_MIN;
 
 testing::AssertionResult different(const char* what, int64_t expected, int64_t got) {
     return testing::AssertionFailure() << what << ": expected " << expected << ", got " << got;
@@ -24,7 +24,7 @@ decoder_snapshot_t snapshot_of(int32_t result, const inflate_t& inflate, const b
             {inflate.state, inflate.finalBlock, inflate.symbol, inflate.count, inflate.length,
              inflate.distance, inflate.litlenTable == &inflate.dynLitlen,
              inflate.distTable == &inflate.dynDist, inflate.out - output,
-             inflate.copyFrom != nullptr ? inflate.copyFrom - output : kNowhere,
+             inflate.copyFrom != nullptr ? inflate.copyFrom - output : kNullPointer,
              inflate.outAvailable, inflate.totalOut},
             {reader.data - input, reader.available, reader.bits, reader.bitCount},
             {output, output + size}};

@@ -1,4 +1,4 @@
-// What a run of the DEFLATE decoder leaves, to compare the fast loop with the state machine.
+// The state after a run of the DEFLATE decoder, to compare the fast loop with the state machine.
 #pragma once
 
 #include "inflate/src/streams.h"
@@ -8,7 +8,7 @@
 
 #include <array>
 
-/// What of a decoder can be compared: positions as distances, tables as which of them.
+/// The comparable state of a decoder. Pointers are stored as offsets, and pointers to tables as which table.
 struct decoder_snapshot_t {
     int32_t result;
     std::array<int64_t, 12> record;
@@ -16,8 +16,8 @@ struct decoder_snapshot_t {
     byte_vector output;
 };
 
-/// @param input where the reader began
-/// @param output the whole block of `size` bytes that the decoder may write to, and what lies behind it
+/// @param input the start of the reader's input
+/// @param output the output buffer and the bytes after it, `size` bytes together
 decoder_snapshot_t snapshot_of(int32_t result, const inflate_t& inflate, const bitstream_t& reader,
                                const uint8_t* input, const uint8_t* output, size_t size);
 

@@ -1,4 +1,4 @@
-// Bit writer, canonical codes and blocks of hand-made DEFLATE streams.
+// Bit writer, canonical codes and blocks of DEFLATE streams.
 #include "tests/support/deflate_maker.h"
 
 #include <algorithm>
@@ -40,7 +40,7 @@ uint32_t length_symbol(uint32_t length) {
     return 257 + range_index(kLengthRanges, length);
 }
 
-// How many equal entries stand at `begin`.
+// The number of equal entries from `begin` on.
 size_t run_at(const code_lengths& lengths, size_t begin) {
     size_t end = begin;
     while (end < lengths.size() && lengths[end] == lengths[begin]) {
@@ -49,7 +49,7 @@ size_t run_at(const code_lengths& lengths, size_t begin) {
     return end - begin;
 }
 
-// One item for the code lengths from `begin` on, and how many of them it covers.
+// One item for the code lengths from `begin` on, and the number of lengths that it covers.
 std::pair<code_length_item_t, size_t> next_item(test_rng& rng, const code_lengths& all,
                                                 size_t begin) {
     const uint32_t run = static_cast<uint32_t>(run_at(all, begin));
@@ -86,30 +86,30 @@ code_lengths spread_lengths(test_rng& rng, size_t count, const std::set<uint32_t
 }
 
 std::vector<deflate_token_t> random_tokens(test_rng& rng, uint32_t max_distance,
-                                           byte_vector& plain) {
+                                           byte_vector& content) {
     std::vector<deflate_token_t> tokens;
     const uint32_t count = random_between(rng, 0, 200);
     for (uint32_t i = 0; i < count; ++i) {
-        if (plain.empty() || rng() % 3 == 0) {
+        if (content.empty() || rng() % 3 == 0) {
             tokens.push_back({static_cast<uint8_t>(rng() % 7 * 31), 0, 0});
-            plain.push_back(tokens.back().literal);
+            content.push_back(tokens.back().literal);
             continue;
         }
-        const uint32_t reach = std::min(max_distance, static_cast<uint32_t>(plain.size()));
+        const uint32_t reach = std::min(max_distance, static_cast<uint32_t>(content.size()));
         const uint32_t longest = rng() % 8 == 0 ? 258 : 12;
         tokens.push_back({0, random_between(rng, 3, longest), random_between(rng, 1, reach)});
         for (uint32_t copied = 0; copied < tokens.back().length; ++copied) {
-            plain.push_back(plain[plain.size() - tokens.back().distance]);
+            content.push_back(content[content.size() - tokens.back().distance]);
         }
     }
     return tokens;
 }
 
-// Length of the match at `position` with the bytes `distance` before it.
-uint32_t match_length(const byte_vector& plain, size_t position, size_t distance) {
+// The length of the match between `position` and `distance` bytes before it.
+uint32_t match_length(const byte_vector& content, size_t position, size_t distance) {
     uint32_t length = 0;
-    while (length < 258 && position + length < plain.size() &&
-           plain[position + length] == plain[position + length - distance]) {
+    while (length < 258 && position + length < content.size() &&
+           content[position + length] == content[position + length - distance]) {
         ++length;
     }
     return length;
@@ -158,12 +158,12 @@ void prefix_code::put(bit_writer& writer, uint32_t symbol) const {
 
 code_lengths random_complete_lengths(test_rng& rng, size_t symbols, uint16_t longest) {
     code_lengths lengths{static_cast<uint16_t>(symbols == 1 ? 1 : 0)};
-    const bool lopsided = rng() % 2 == 0;
+    const bool unbalanced = rng() % 2 == 0;
     while (lengths.size() < symbols) {
-        // Splitting the newest leaf again and again makes the long codes.
+        // Repeated splits of the newest leaf make long codes.
         const size_t last = lengths.size() - 1;
         const size_t leaf =
-            lopsided && lengths[last] < longest && rng() % 4 != 0 ? last : rng() % lengths.size();
+            unbalanced && lengths[last] < longest && rng() % 4 != 0 ? last : rng() % lengths.size();
         if (lengths[leaf] < longest) {
             lengths.push_back(++lengths[leaf]);
         }
@@ -180,7 +180,7 @@ code_lengths lengths_of(size_t count,
     return lengths;
 }
 
-dynamic_header_t usual_header(const code_lengths& litlen, const code_lengths& dist) {
+dynamic_header_t simple_header(const code_lengths& litlen, const code_lengths& dist) {
     dynamic_header_t header{litlen,
                             dist,
                             static_cast<uint32_t>(litlen.size()) - 257,
@@ -201,12 +201,12 @@ dynamic_header_t usual_header(const code_lengths& litlen, const code_lengths& di
 
 dynamic_header_t packed_header(test_rng& rng, const code_lengths& litlen,
                                const code_lengths& dist) {
-    dynamic_header_t header = usual_header(litlen, dist);
+    dynamic_header_t header = simple_header(litlen, dist);
     header.items.clear();
     header.length_code = {};
     code_lengths all = litlen;
     all.insert(all.end(), dist.begin(), dist.end());
-    // Two symbols at least: the code-length code is to be complete.
+    // At least two symbols, so that the code-length code is complete.
     std::set<uint32_t> used{0, 1};
     for (size_t begin = 0; begin < all.size();) {
         const auto [item, covered] = next_item(rng, all, begin);
@@ -325,28 +325,28 @@ void put_random_block(deflate_maker& maker, test_rng& rng,
 
 made_stream_t random_stream(test_rng& rng, uint32_t max_distance) {
     deflate_maker maker;
-    byte_vector plain;
+    byte_vector content;
     const uint32_t blocks = random_between(rng, 1, 4);
     for (uint32_t block = 1; block <= blocks; ++block) {
         const block_is place = block == blocks ? block_is::last : block_is::followed;
         if (rng() % 3 == 0) {
             const byte_vector data = make_bytes(data_kind::noise, rng() % 60, rng());
             maker.stored(data, place);
-            append(plain, data);
+            append(content, data);
         } else {
-            put_random_block(maker, rng, random_tokens(rng, max_distance, plain), place);
+            put_random_block(maker, rng, random_tokens(rng, max_distance, content), place);
         }
     }
-    return {maker.bytes(), plain};
+    return {maker.bytes(), content};
 }
 
-byte_vector dynamic_stream_of(const byte_vector& plain, uint32_t seed) {
+byte_vector dynamic_stream_of(const byte_vector& content, uint32_t seed) {
     static constexpr size_t kReach = 64;
     std::vector<deflate_token_t> tokens;
-    for (size_t position = 0; position < plain.size();) {
-        deflate_token_t best{plain[position], 0, 0};
+    for (size_t position = 0; position < content.size();) {
+        deflate_token_t best{content[position], 0, 0};
         for (size_t distance = 1; distance <= std::min(kReach, position); ++distance) {
-            const uint32_t length = match_length(plain, position, distance);
+            const uint32_t length = match_length(content, position, distance);
             if (length >= 3 && length > best.length) {
                 best = {0, length, static_cast<uint32_t>(distance)};
             }

@@ -1,5 +1,5 @@
-// Hand-made DEFLATE streams, bit by bit: every legal choice of a compressor and every violation of
-// the format can be written.
+// Makes DEFLATE streams bit by bit: with every valid choice of a compressor and every violation of the
+// format.
 #pragma once
 
 #include "tests/support/test_bytes.h"
@@ -23,7 +23,7 @@ private:
 
 using code_lengths = std::vector<uint16_t>;
 
-/// The canonical code of some code lengths.
+/// The canonical code for a list of code lengths.
 class prefix_code {
 public:
     explicit prefix_code(const code_lengths& lengths);
@@ -35,8 +35,8 @@ private:
     std::vector<uint32_t> m_codes;
 };
 
-/// Lengths of a random complete code for `symbols` symbols, none longer than `longest` bits; one
-/// bit if there is a single symbol.
+/// Lengths of a random complete code for `symbols` symbols, at most `longest` bits each; one bit if there
+/// is a single symbol.
 code_lengths random_complete_lengths(test_rng& rng, size_t symbols, uint16_t longest);
 
 /// One symbol of the code-length code, with the extra bits of the repeats 16 to 18.
@@ -45,28 +45,27 @@ struct code_length_item_t {
     uint32_t extra;
 };
 
-/// The header of a dynamic block, each part as it is written: nothing is kept consistent if a test
-/// changes it.
+/// The header of a dynamic block. Each part is written as it is, so that tests can make it inconsistent.
 struct dynamic_header_t {
     code_lengths litlen, dist;              ///< the codes that the block's symbols use
     uint32_t hlit, hdist, hclen;            ///< the three header fields
     std::array<uint16_t, 19> length_code{}; ///< lengths of the code-length code, by symbol
-    std::vector<code_length_item_t> items;  ///< the code lengths as they are written
+    std::vector<code_length_item_t> items;  ///< the items of the code lengths, in order
 };
 
-/// A header that writes every code length by itself, with all 19 entries of the code-length code.
-dynamic_header_t usual_header(const code_lengths& litlen, const code_lengths& dist);
+/// A header without repeats, with all 19 entries of the code-length code.
+dynamic_header_t simple_header(const code_lengths& litlen, const code_lengths& dist);
 
-/// A header with random use of the repeats and a random code-length code.
+/// A header with random repeats and a random code-length code.
 dynamic_header_t packed_header(test_rng& rng, const code_lengths& litlen, const code_lengths& dist);
 
-/// Code lengths for `count` symbols, zero but for those that are named.
+/// Code lengths for `count` symbols: zero except for the named symbols.
 code_lengths lengths_of(size_t count,
                         const std::vector<std::pair<uint32_t, uint16_t>>& symbols_and_lengths);
 
 enum class block_is { followed, last };
 
-/// A stream under construction. Symbols are written with the codes of the block begun last.
+/// Builds a stream. Symbols are written with the codes of the last block header.
 class deflate_maker {
 public:
     deflate_maker& bits(uint32_t value, uint32_t count);
@@ -89,24 +88,24 @@ private:
     prefix_code m_dist{{}};
 };
 
-/// A literal or a match; `length` 0 means the literal.
+/// A literal or a match. With `length` 0 it is the literal.
 struct deflate_token_t {
     uint8_t literal;
     uint32_t length;
     uint32_t distance;
 };
 
-/// Writes one dynamic block of `tokens` with random codes that have a place for each.
+/// Writes one dynamic block of `tokens` with random codes that have all their symbols.
 void put_random_block(deflate_maker& maker, test_rng& rng,
                       const std::vector<deflate_token_t>& tokens, block_is place);
 
 struct made_stream_t {
-    byte_vector raw;   ///< the DEFLATE stream
-    byte_vector plain; ///< what it decodes to
+    byte_vector raw;     ///< the DEFLATE stream
+    byte_vector content; ///< the decoded bytes
 };
 
-/// A random stream of stored and dynamic blocks, with matches at most `max_distance` back.
+/// A random stream of stored and dynamic blocks, with distances of at most `max_distance`.
 made_stream_t random_stream(test_rng& rng, uint32_t max_distance);
 
-/// `plain` as one dynamic block, with every match that repeats bytes near by.
-byte_vector dynamic_stream_of(const byte_vector& plain, uint32_t seed);
+/// `content` as one dynamic block, with matches of near distances.
+byte_vector dynamic_stream_of(const byte_vector& content, uint32_t seed);

@@ -1,4 +1,4 @@
-// zlib behind the interface that the tests need.
+// The reference functions on top of zlib.
 #include "tests/support/deflate_oracle.h"
 
 #include "tests/support/deflate_maker.h"
@@ -6,15 +6,15 @@
 #include <stdexcept>
 #include <zlib.h>
 
-byte_vector raw_deflate(const byte_vector& plain, const deflate_settings_t& settings) {
+byte_vector raw_deflate(const byte_vector& content, const deflate_settings_t& settings) {
     z_stream stream{};
     if (deflateInit2(&stream, settings.level, Z_DEFLATED, -settings.window_bits,
                      settings.memory_level, settings.strategy) != Z_OK) {
-        throw std::invalid_argument("settings that zlib does not know");
+        throw std::invalid_argument("settings that zlib does not support");
     }
-    byte_vector raw(deflateBound(&stream, static_cast<uLong>(plain.size())) + 16);
-    stream.next_in = const_cast<Bytef*>(plain.data());
-    stream.avail_in = static_cast<uInt>(plain.size());
+    byte_vector raw(deflateBound(&stream, static_cast<uLong>(content.size())) + 16);
+    stream.next_in = const_cast<Bytef*>(content.data());
+    stream.avail_in = static_cast<uInt>(content.size());
     stream.next_out = raw.data();
     stream.avail_out = static_cast<uInt>(raw.size());
     deflate(&stream, Z_FINISH);
@@ -38,11 +38,11 @@ oracle_result_t oracle_inflate(const byte_vector& raw) {
     oracle_result_t result{};
     int status = Z_OK;
     while (status == Z_OK) {
-        Bytef block[16384];
-        stream.next_out = block;
-        stream.avail_out = sizeof block;
+        Bytef piece[16384];
+        stream.next_out = piece;
+        stream.avail_out = sizeof piece;
         status = inflate(&stream, Z_NO_FLUSH);
-        result.plain.insert(result.plain.end(), block, block + sizeof block - stream.avail_out);
+        result.content.insert(result.content.end(), piece, piece + sizeof piece - stream.avail_out);
     }
     result.complete = status == Z_STREAM_END;
     result.invalid = status == Z_DATA_ERROR;
@@ -65,12 +65,12 @@ bool contains_fixed_block(const byte_vector& raw) {
     bool found = has_type_1_at(0);
     int status = Z_OK;
     while (status == Z_OK && !found) {
-        Bytef block[16384];
-        stream.next_out = block;
-        stream.avail_out = sizeof block;
+        Bytef piece[16384];
+        stream.next_out = piece;
+        stream.avail_out = sizeof piece;
         status = inflate(&stream, Z_BLOCK);
-        // Bit 7: stopped right before another block header; the low bits count what is left of a
-        // byte.
+        // Bit 7: zlib has stopped before another block header. The low bits are the number of unused bits of
+        // the last byte.
         if (status == Z_OK && (stream.data_type & 0xC0) == 0x80) {
             found = has_type_1_at(stream.total_in * 8 - static_cast<size_t>(stream.data_type & 7));
         }
@@ -79,8 +79,8 @@ bool contains_fixed_block(const byte_vector& raw) {
     return found;
 }
 
-byte_vector deflate_without_fixed_codes(const byte_vector& plain,
+byte_vector deflate_without_fixed_codes(const byte_vector& content,
                                         const deflate_settings_t& settings) {
-    byte_vector raw = raw_deflate(plain, settings);
-    return contains_fixed_block(raw) ? dynamic_stream_of(plain, 1) : raw;
+    byte_vector raw = raw_deflate(content, settings);
+    return contains_fixed_block(raw) ? dynamic_stream_of(content, 1) : raw;
 }

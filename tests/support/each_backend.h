@@ -1,4 +1,4 @@
-// Runs a check with each backend, so that every one meets the same inputs.
+// Runs a check with each backend, with the same inputs.
 #pragma once
 
 #include "src/simd/backend.h"
@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// A backend is the active one while this lives, and every failure names it.
+/// Activates a backend for the lifetime of this object. Every failure names it.
 class WithBackend {
 public:
     explicit WithBackend(const char* name)
@@ -26,7 +26,7 @@ private:
     testing::ScopedTrace mTrace;
 };
 
-/// Calls `check` with every backend that this machine supports; once something has failed, no more.
+/// Calls `check` with every backend that this machine supports, up to the first failure.
 template <typename Check>
 void forEachBackend(Check check) {
     for (const ds_detail::Backend& backend : ds_detail::backends()) {

@@ -1,19 +1,19 @@
-// Surfaces whose blocks lie between fences: bytes that nobody may touch, checked when the block is
-// released, and poisoned for AddressSanitizer.
+// Surfaces whose buffers have fences around them: bytes that must not change. They are checked when the
+// buffer is released, and poisoned for AddressSanitizer.
 #pragma once
 
 #include "png/png_decode.h"
 #include "src/ds_surface.h"
 #include "tests/support/test_bytes.h"
 
-/// What a fenced block holds at first.
+/// The initial content of a fenced buffer.
 inline constexpr uint8_t kFreshByte = 0xC3;
 
-/// Allocation callbacks of fenced blocks. Releasing one with a touched fence fails the test.
+/// Allocation callbacks of fenced buffers. Releasing one with a changed fence fails the test.
 void* fenced_alloc(size_t byte_count);
-void fenced_free(void* block);
+void fenced_free(void* buffer);
 
-/// The facts of a surface that matter to the decoder.
+/// The properties of a surface that matter to the decoder.
 struct surface_shape_t {
     int32_t width, height;
     DsColorMode mode = DsColorMode::I8;
@@ -25,11 +25,11 @@ struct surface_shape_t {
 
 DsSurface fenced_surface(const surface_shape_t& shape);
 
-/// A surface as the findings of a header pass ask for it.
+/// A surface that fits the result of a header pass.
 DsSurface fenced_surface_for(const png_info_t& info);
 
-/// One that takes every image of up to 64 rows and 60 pixels a row.
+/// A surface that fits every image of up to 64 rows and 60 pixels per row.
 DsSurface roomy_surface();
 
-byte_vector pixel_block(const DsSurface& surface);
-byte_vector palette_block(const DsSurface& surface);
+byte_vector pixel_buffer(const DsSurface& surface);
+byte_vector palette_buffer(const DsSurface& surface);

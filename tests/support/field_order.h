@@ -1,10 +1,10 @@
-// Records whose field order other programs rely on.
+// The order of fields in records. Other programs rely on it.
 #pragma once
 
 #include <cstddef>
 #include <initializer_list>
 
-/// Whether offsets ascend: the fields then stand in the order in which they are listed.
+/// Whether offsets ascend: then the fields have the order of the list.
 constexpr bool ascend(std::initializer_list<size_t> offsets) {
     size_t next = 0;
     for (const size_t offset : offsets) {

@@ -1,4 +1,4 @@
-// Feeds the DEFLATE decoder from pieces of short-lived memory.
+// Feeds the DEFLATE decoder with pieces in short-lived memory.
 #include "tests/support/inflate_session.h"
 
 #include "tests/support/inflate_entry.h"
@@ -9,10 +9,10 @@
 
 namespace {
 
-using heap_block = std::unique_ptr<uint8_t[]>;
+using heap_buffer = std::unique_ptr<uint8_t[]>;
 
-heap_block heap_copy(const byte_vector& bytes) {
-    heap_block copy(new uint8_t[bytes.size()]);
+heap_buffer heap_copy(const byte_vector& bytes) {
+    heap_buffer copy(new uint8_t[bytes.size()]);
     std::copy(bytes.begin(), bytes.end(), copy.get());
     return copy;
 }
@@ -32,7 +32,7 @@ void inflate_session::reset() {
 }
 
 int32_t inflate_session::feed(const byte_vector& piece) {
-    const heap_block memory = heap_copy(piece);
+    const heap_buffer memory = heap_copy(piece);
     reader.data = memory.get();
     reader.available = static_cast<uint32_t>(piece.size());
     const int32_t result = inflate_entry(&state, &reader);
@@ -42,7 +42,7 @@ int32_t inflate_session::feed(const byte_vector& piece) {
     return result;
 }
 
-byte_vector inflate_session::plain() const {
+byte_vector inflate_session::content() const {
     return slice(m_output, 0, state.totalOut);
 }
 
@@ -57,12 +57,12 @@ inflate_outcome_t inflate_pieces(const byte_vector& raw, size_t room,
     for (const size_t size : piece_sizes) {
         const int32_t result = session.feed(slice(raw, position, size));
         if (result != kInflateNeedsInput) {
-            return {result, session.plain()};
+            return {result, session.content()};
         }
         position += size;
     }
     const int32_t result = session.feed(slice(raw, position, raw.size()));
-    return {result, session.plain()};
+    return {result, session.content()};
 }
 
 std::vector<size_t> random_pieces(test_rng& rng, size_t total) {
@@ -76,19 +76,19 @@ std::vector<size_t> random_pieces(test_rng& rng, size_t total) {
 
 inflate_outcome_t inflate_windowed(const byte_vector& raw, const std::vector<size_t>& piece_sizes,
                                    uint32_t window_size, const std::vector<size_t>& output_sizes) {
-    const heap_block window(new uint8_t[window_size]);
+    const heap_buffer window(new uint8_t[window_size]);
     inflate_t state{};
     state.window = window.get();
     state.windowSize = window_size;
     EXPECT_EQ(inflate_process(&state, nullptr), kInflateDone);
     bitstream_t reader{};
     inflate_outcome_t outcome{kInflateNeedsInput, {}};
-    heap_block piece;
+    heap_buffer piece;
     size_t position = 0;
     size_t pieces = 0;
-    for (size_t blocks = 0;; ++blocks) {
-        const size_t room = output_sizes[blocks % output_sizes.size()];
-        const heap_block output(new uint8_t[room]);
+    for (size_t buffers = 0;; ++buffers) {
+        const size_t room = output_sizes[buffers % output_sizes.size()];
+        const heap_buffer output(new uint8_t[room]);
         state.out = output.get();
         state.outAvailable = static_cast<uint32_t>(room);
         do {
@@ -103,9 +103,9 @@ inflate_outcome_t inflate_windowed(const byte_vector& raw, const std::vector<siz
             }
             outcome.result = inflate_entry(&state, &reader);
         } while (outcome.result == kInflateNeedsInput && pieces <= piece_sizes.size());
-        outcome.plain.insert(outcome.plain.end(), output.get(), state.out);
+        outcome.content.insert(outcome.content.end(), output.get(), state.out);
         if (outcome.result != kInflateNeedsOutput) {
-            EXPECT_EQ(state.totalOut, outcome.plain.size());
+            EXPECT_EQ(state.totalOut, outcome.content.size());
             return outcome;
         }
     }

@@ -1,7 +1,7 @@
-// The main program of the tests: GoogleTest's, and options that choose among implementations.
+// The main program of the tests: GoogleTest, and options that choose an implementation.
 //
 //     --backend=NAME    scalar, sse2, avx2 or neon; without it the best that the machine supports
-//     --states-only     inflate by the state machine, without the fast loop
+//     --states-only     inflate without the fast loop
 #include "inflate/src/internal/inflate_steps.h"
 #include "src/simd/backend.h"
 #include "tests/support/inflate_entry.h"
@@ -14,8 +14,8 @@
 #include <string_view>
 
 int main(int argc, char** argv) {
-    constexpr int kWrongUse = 2;
-    constexpr int kSkipped = 77; // as ctest knows it
+    constexpr int kUsageError = 2;
+    constexpr int kSkipped = 77; // SKIP_RETURN_CODE of ctest
     constexpr std::string_view kBackends[] = {"scalar", "sse2", "avx2", "neon"};
     testing::InitGoogleTest(&argc, argv);
     for (int i = 1; i < argc; ++i) {
@@ -27,12 +27,12 @@ int main(int argc, char** argv) {
         }
         if (!word.starts_with(kOption)) {
             std::fprintf(stderr, "unknown option '%s'\n", argv[i]);
-            return kWrongUse;
+            return kUsageError;
         }
         const std::string_view name = word.substr(kOption.size());
         if (std::find(std::begin(kBackends), std::end(kBackends), name) == std::end(kBackends)) {
             std::fprintf(stderr, "unknown backend '%s'\n", argv[i] + kOption.size());
-            return kWrongUse;
+            return kUsageError;
         }
         if (!ds_detail::selectBackend(name)) {
             std::printf("Skipped: no backend '%s' here\n", argv[i] + kOption.size());
@@ -45,6 +45,6 @@ int main(int argc, char** argv) {
                                          << "run on backend " << backend.name
                                          << (inflate_entry == inflate_process
                                                  ? ""
-                                                 : ", inflate by the state machine alone"));
+                                                 : ", inflate without the fast loop"));
     return RUN_ALL_TESTS();
 }

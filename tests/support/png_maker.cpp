@@ -1,4 +1,4 @@
-// Puts PNG files together from their pieces.
+// Combines parts into PNG files.
 #include "tests/support/png_maker.h"
 
 #include <algorithm>
@@ -106,10 +106,10 @@ byte_vector filter_rows(const byte_vector& samples, size_t row_bytes, uint32_t p
     return filtered;
 }
 
-byte_vector zlib_wrapped(const byte_vector& raw, const byte_vector& plain) {
+byte_vector zlib_wrapped(const byte_vector& raw, const byte_vector& content) {
     byte_vector bytes{0x78, 0x9C};
     append(bytes, raw);
-    const uLong checksum = adler32(1, plain.data(), static_cast<uInt>(plain.size()));
+    const uLong checksum = adler32(1, content.data(), static_cast<uInt>(content.size()));
     append_big_endian(bytes, static_cast<uint32_t>(checksum));
     return bytes;
 }

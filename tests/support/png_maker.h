@@ -1,4 +1,4 @@
-// PNG files from named pieces, sound or broken in exactly one chosen way.
+// Makes PNG files from named parts: valid ones, or with exactly one chosen error.
 #pragma once
 
 #include "tests/support/deflate_oracle.h"
@@ -13,35 +13,34 @@ inline constexpr uint8_t kColorTypes[] = {kGray, kRgb, kIndexed, kGrayAlpha, kRg
 /// PNG's row filters.
 inline constexpr uint8_t kNone = 0, kSub = 1, kUp = 2, kAverage = 3, kPaeth = 4;
 
-/// What the filters 0 to 4 take a sample for, from its neighbors.
+/// The prediction of a sample by the filters 0 to 4, from its neighbors.
 int predict_sample(uint8_t filter, int left, int up, int up_left);
 
-/// Bytes of a pixel of `color_type` at 8 bits a sample.
+/// Bytes per pixel of `color_type` with 8 bits per sample.
 uint32_t samples_per_pixel(uint8_t color_type);
 
 struct png_chunk_t {
     std::string name;
     byte_vector data;
-    uint32_t crc_flips = 0; ///< bits of the CRC that are wrong
+    uint32_t crc_flips = 0; ///< wrong bits of the CRC
 };
 
 /// A chunk with its length, name and CRC.
 byte_vector chunk_bytes(const png_chunk_t& chunk);
 
-/// A signature and these chunks.
+/// A file of the signature and these chunks.
 byte_vector png_file(const std::vector<png_chunk_t>& chunks);
 
-/// Samples in filtered rows, each behind its filter byte; the filters are repeated as long as need
-/// be.
+/// Samples in filtered rows, each after its filter byte. The filters repeat as often as needed.
 byte_vector filter_rows(const byte_vector& samples, size_t row_bytes, uint32_t pixel_bytes,
                         const std::vector<uint8_t>& filters);
 
 /// A zlib header (`kZlibHeaderSize` bytes), the raw stream and a checksum.
-byte_vector zlib_wrapped(const byte_vector& raw, const byte_vector& plain);
+byte_vector zlib_wrapped(const byte_vector& raw, const byte_vector& content);
 inline constexpr size_t kZlibHeaderSize = 2;
 
-/// A picture under construction: by default noise in rows of every filter in turn, compressed
-/// without fixed codes, in one IDAT chunk; an indexed one has a palette of 256 random entries.
+/// Builds an image. Default: noise, with the filters in turn, compressed without fixed codes, in one IDAT
+/// chunk; an indexed image has a palette of 256 random entries.
 class png_maker {
 public:
     png_maker();
@@ -54,7 +53,7 @@ public:
     }
     png_maker& rgba(uint32_t width, uint32_t height) { return image(kRgba, width, height); }
 
-    // What the header says, whatever the image data are.
+    // The fields of the header. They do not change the image data.
     png_maker& declared_size(uint32_t width, uint32_t height);
     png_maker& declared_type(uint8_t color_type);
     png_maker& bit_depth(uint8_t bits);
@@ -66,19 +65,19 @@ public:
     png_maker& pixels(data_kind kind, uint32_t seed);
     png_maker& filter(uint8_t row_filter) { return filters({row_filter}); }
     png_maker& filters(const std::vector<uint8_t>& row_filters);
-    /// The uncompressed image data, filter bytes included.
+    /// The uncompressed image data, with filter bytes.
     png_maker& rows(const byte_vector& filtered);
-    /// zlib's settings; what they give may contain fixed codes.
+    /// zlib's settings. The result may have fixed codes.
     png_maker& compression(const deflate_settings_t& settings);
     png_maker& deflate_stream(const byte_vector& raw);
-    /// All bytes of the IDAT chunks, in place of a zlib stream.
+    /// All bytes of the IDAT chunks, instead of a zlib stream.
     png_maker& idat_bytes(const byte_vector& bytes);
-    /// Where new IDAT chunks begin, in ascending order.
+    /// The offsets at which new IDAT chunks start, in ascending order.
     png_maker& idat_split_at(const std::vector<size_t>& splits);
 
     png_maker& palette(size_t entries, uint32_t seed = 1);
     png_maker& plte(const byte_vector& data);
-    /// One more PLTE chunk behind what is there already.
+    /// One more PLTE chunk after the existing ones.
     png_maker& another_plte(const byte_vector& data);
     png_maker& trns(const byte_vector& data);
     png_maker& chunk_before_palette(const png_chunk_t& chunk);
@@ -88,7 +87,7 @@ public:
 
     /// The samples in PNG's order, without filters.
     const byte_vector& samples() const { return m_samples; }
-    /// What the image data decompress to.
+    /// The decompressed image data.
     byte_vector filtered() const;
     byte_vector raw_stream() const;
     byte_vector image_header() const;
@@ -116,8 +115,8 @@ private:
 
 png_maker png();
 
-/// The chunk called `name` of a list.
+/// The chunk with the name `name` in a list.
 png_chunk_t& chunk_named(std::vector<png_chunk_t>& chunks, const std::string& name);
 
-/// Gives every chunk that a file holds in full the CRC that its bytes call for.
+/// Corrects the CRC of every complete chunk of a file.
 byte_vector with_correct_crcs(byte_vector file);

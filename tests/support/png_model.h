@@ -1,5 +1,5 @@
-// A plain model of how rows are laid into a surface: one array that holds the decompressed rows at
-// its end and takes the pixels from its start, pixel by pixel, whatever overtakes what.
+// A simple model of the conversion of rows in place: one array has the decompressed rows at its end, and
+// the pixels are written from its start, pixel by pixel. Pixels may overtake the rows.
 #pragma once
 
 #include "tests/support/test_bytes.h"
@@ -10,12 +10,11 @@ struct row_layout_t {
     uint64_t stride; ///< bytes from one row of the surface to the next
 };
 
-struct model_block_t {
-    bool stays_inside; ///< false: some row would be read or written outside the block
-    byte_vector bytes; ///< the pixel block afterwards, up to there
+struct model_buffer_t {
+    bool stays_inside; ///< false if a row would be read or written outside the buffer
+    byte_vector bytes; ///< the pixel buffer afterwards, or at the first access outside
 };
 
-/// What becomes of a pixel block with the contents `block` when rows that decompress to `filtered`
-/// are laid into it.
-model_block_t model_rows(const byte_vector& block, const row_layout_t& layout,
-                         const byte_vector& filtered);
+/// The result of converting the decompressed rows `filtered` in a pixel buffer with the content `buffer`.
+model_buffer_t model_rows(const byte_vector& buffer, const row_layout_t& layout,
+                          const byte_vector& filtered);

@@ -36,7 +36,7 @@ void read_palette(png_structp context, png_infop info, byte_vector& palette) {
     }
 }
 
-void ask_for_8_bits(png_structp context, png_infop info, oracle_reading reading) {
+void request_8_bits(png_structp context, png_infop info, oracle_reading reading) {
     const bool is_indexed = png_get_color_type(context, info) == PNG_COLOR_TYPE_PALETTE;
     png_set_scale_16(context);
     if (is_indexed) {
@@ -49,7 +49,7 @@ void ask_for_8_bits(png_structp context, png_infop info, oracle_reading reading)
     }
 }
 
-// Everything between the two jumps: objects with destructors live in the caller's frame only.
+// Errors of libpng jump out of this function, so it must have no objects with destructors.
 void read_image(png_structp context, png_infop info, oracle_image_t& image,
                 oracle_reading reading) {
     png_read_info(context, info);
@@ -59,7 +59,7 @@ void read_image(png_structp context, png_infop info, oracle_image_t& image,
         png_set_bgr(context);
     }
     if (reading != oracle_reading::as_stored) {
-        ask_for_8_bits(context, info, reading);
+        request_8_bits(context, info, reading);
     }
     const int passes = png_set_interlace_handling(context);
     png_read_update_info(context, info);

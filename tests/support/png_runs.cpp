@@ -21,16 +21,16 @@ struct exact_file_t {
     uint64_t size;
 };
 
-// Puts the blocks of a surface back as they were.
+// Restores the buffers of a surface.
 class surface_content {
 public:
     explicit surface_content(DsSurface* surface)
         : m_surface(surface) {
         if (surface != nullptr && surface->getPixels() != nullptr) {
-            m_pixels = pixel_block(*surface);
+            m_pixels = pixel_buffer(*surface);
         }
         if (surface != nullptr && surface->getPalette() != nullptr) {
-            m_palette = palette_block(*surface);
+            m_palette = palette_buffer(*surface);
         }
     }
     void restore() const {
@@ -59,7 +59,7 @@ byte_vector bytes_of(const png_info_t& info) {
     return bytes;
 }
 
-// Every run is made with a record first: fault and result have to agree, whatever the file.
+// Every file is first decoded with a fault record: fault and result must agree.
 header_outcome_t run_pass(const byte_vector& file, DsSurface* surface) {
     const exact_file_t exact(file);
     const surface_content before(surface);
@@ -75,7 +75,7 @@ header_outcome_t run_pass(const byte_vector& file, DsSurface* surface) {
     EXPECT_EQ(outcome.result, result_with_record);
     EXPECT_EQ(outcome.result, png_detail::result_of(record.fault));
     EXPECT_TRUE(same_bytes(bytes_of(outcome.info), bytes_of(info_with_record)))
-        << "the image's record from a run that notes faults";
+        << "the information record of the run with a fault record";
     EXPECT_EQ(record.inflateFault != inflate_detail::fault_t::none,
               record.fault == png_detail::fault_t::image_data_invalid);
     EXPECT_LE(record.chunkOffset, exact.size);

@@ -1,6 +1,6 @@
-// Runs of the PNG decoder under test. Every file is handed over in heap memory of exactly its size,
-// so that a sanitizer sees every byte read beyond it. Each run also checks that the fault which the
-// decoder notes and the result agree.
+// Runs of the PNG decoder under test. Every file is in heap memory of exactly its size, so that a
+// sanitizer detects every access outside. Each run also checks that the fault and the result of the
+// decoder agree.
 #pragma once
 
 #include "png/internal/png_decoder.h"
@@ -11,7 +11,7 @@
 #include <memory>
 #include <ostream>
 
-/// What an information record holds before a run.
+/// The bytes of an information record before a run.
 inline constexpr uint8_t kStaleByte = 0xEE;
 
 struct header_outcome_t {
@@ -23,13 +23,13 @@ header_outcome_t header_pass(const byte_vector& file);
 
 int32_t full_pass(const byte_vector& file, DsSurface& surface);
 
-/// The full pass with a record to look at.
+/// The full pass, with the information record.
 header_outcome_t full_pass_with_info(const byte_vector& file, DsSurface& surface);
 
-/// What the decoder notes in a header pass, or with a surface in a full pass.
+/// The fault record of a header pass, or with a surface of a full pass.
 png_detail::fault_record_t record_of(const byte_vector& file, DsSurface* surface = nullptr);
 
-/// Header pass, a fenced surface as it asks for, full pass.
+/// Header pass, a fenced surface that fits, full pass.
 struct decode_outcome_t {
     int32_t header_result;
     int32_t result; ///< of the full pass, or of the header pass if that failed
@@ -39,7 +39,7 @@ struct decode_outcome_t {
 
 decode_outcome_t decode_png(const byte_vector& file);
 
-/// Results of the header pass, and of the full pass into a surface with room for anything small.
+/// Results of the header pass, and of the full pass into a surface that fits any small image.
 struct both_results_t {
     int32_t header, full;
     bool operator==(const both_results_t&) const = default;

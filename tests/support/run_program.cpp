@@ -52,7 +52,7 @@ std::vector<std::string> environment(const ProgramSurroundings& surroundings) {
     }
     variables.push_back(sanitizer);
     if (surroundings.fileSize || surroundings.asNobody) {
-        // A build that counts what the tests reach cannot write its counts then, and would say so.
+        // A coverage build could not write its counters and would print an error.
         std::erase_if(variables, [](const std::string& text) {
             return text.starts_with("LLVM_PROFILE_FILE=");
         });
@@ -61,7 +61,7 @@ std::vector<std::string> environment(const ProgramSurroundings& surroundings) {
     return variables;
 }
 
-// The null-terminated array of pointers that exec wants; it points into `texts`.
+// The null-terminated array of pointers for exec. It points into `texts`.
 std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
     for (std::string& text : texts) {
@@ -71,12 +71,12 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
     return result;
 }
 
-void limit(__rlimit_resource resource, uint64_t most) {
-    const rlimit limits = {most, most};
+void limit(__rlimit_resource resource, uint64_t max) {
+    const rlimit limits = {max, max};
     setrlimit(resource, &limits);
 }
 
-// In the child, like everything below: only calls that are safe after a fork.
+// Runs in the child, like `become`: only calls that are safe after a fork.
 bool enter(const ProgramSurroundings& surroundings) {
     constexpr uid_t kNobody = 65534;
     limit(RLIMIT_CORE, 0);
@@ -93,11 +93,11 @@ bool enter(const ProgramSurroundings& surroundings) {
            (setgid(kNobody) == 0 && setuid(kNobody) == 0);
 }
 
-// Takes over the files and becomes the program.
+// Redirects the standard streams and executes the program.
 [[noreturn]] void become(char* const* arguments, char* const* variables, const char* folder,
                          const ProgramSurroundings& surroundings, int output, int errors) {
     const int input = open("/dev/null", O_RDONLY);
-    // Opened with all rights: a user without any may not reach the folder that it was built in.
+    // Opened before rights are dropped: the unprivileged user may have no access to the build folder.
     const int program = open(arguments[0], O_RDONLY | O_CLOEXEC);
     if (input >= 0 && dup2(input, 0) == 0 && dup2(output, 1) == 1 && dup2(errors, 2) == 2 &&
         chdir(folder) == 0 && enter(surroundings)) {
@@ -106,7 +106,7 @@ bool enter(const ProgramSurroundings& surroundings) {
     _exit(127);
 }
 
-// The words in front of a program's own arguments.
+// The words of the command line before the program's arguments.
 std::vector<std::string> wordsToStart(const std::string& program) {
 #if defined(PNGSLAB_EMULATOR) // programs for another machine
     return {PNGSLAB_EMULATOR, program};
@@ -115,7 +115,7 @@ std::vector<std::string> wordsToStart(const std::string& program) {
 #endif
 }
 
-// Runs the file that the first word names, with the others as its arguments.
+// Runs the file named by the first word, with the other words as arguments.
 ProgramOutcome runWords(std::vector<std::string> words, const std::string& folder,
                         const ProgramSurroundings& surroundings) {
     const TemporaryFile output = openTemporaryFile();
@@ -134,7 +134,7 @@ ProgramOutcome runWords(std::vector<std::string> words, const std::string& folde
     }
     int status = 0;
     if (waitpid(child, &status, 0) != child) {
-        throw std::runtime_error("a program's end was not seen");
+        throw std::runtime_error("cannot wait for a program");
     }
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
             WIFSIGNALED(status) ? WTERMSIG(status) : 0, content(output.get()),

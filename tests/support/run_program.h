@@ -1,5 +1,4 @@
-// Runs a built program as a user would: a process of its own, in a folder, with everything that it
-// prints caught.
+// Runs a built program like a user: as a separate process, in a folder. Captures its output.
 #pragma once
 
 #include <cstdint>
@@ -14,21 +13,21 @@ struct ProgramOutcome {
     std::string errors; ///< standard error
 };
 
-/// What a program may find around it.
+/// The environment of a program.
 struct ProgramSurroundings {
-    std::optional<uint64_t> addressSpace = {}; ///< most bytes of memory, as by ulimit -v
-    std::optional<uint64_t> fileSize = {};     ///< most bytes of a file, as by ulimit -f
-    bool goesOnAtFileSize = false;           ///< a write beyond it fails instead of ending the run
-    bool asNobody = false;                   ///< as a user without any rights
-    std::vector<std::string> variables = {}; ///< further ones, as NAME=value
+    std::optional<uint64_t> addressSpace = {}; ///< max bytes of memory, like ulimit -v
+    std::optional<uint64_t> fileSize = {};     ///< max bytes of a file, like ulimit -f
+    bool goesOnAtFileSize = false; ///< a write beyond the limit fails, instead of ending the run
+    bool asNobody = false;         ///< as a user without any rights
+    std::vector<std::string> variables = {}; ///< further environment variables, as NAME=value
 };
 
 /// Runs the program at the absolute path `program` in `folder`, with standard input empty.
-/// A sanitizer's report ends the program by a signal, so that none is taken for an exit status.
+/// A sanitizer's report ends the program by a signal, so that it differs from every exit status.
 ProgramOutcome runProgram(const std::string& program, const std::vector<std::string>& arguments,
                           const std::string& folder, const ProgramSurroundings& surroundings = {});
 
-/// Runs a shell's command line in `folder`, in which the word `name` stands for the program at the absolute
-/// path `program`.
+/// Runs a shell command line in `folder`. In it, the command `name` runs the program at the absolute path
+/// `program`.
 ProgramOutcome runInShell(const std::string& commands, const std::string& name,
                           const std::string& program, const std::string& folder);

@@ -1,4 +1,4 @@
-// Finds the first difference, and puts its place into words.
+// Finds the first difference and describes its position.
 #include "tests/support/same_bytes.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace {
 
-// Where two buffers differ first, or the size of the shorter one.
+// The offset of the first difference, or the size of the shorter buffer.
 size_t first_difference(const byte_vector& a, const byte_vector& b) {
     const auto size = static_cast<ptrdiff_t>(std::min(a.size(), b.size()));
     return static_cast<size_t>(std::mismatch(a.begin(), a.begin() + size, b.begin()).first -
@@ -49,7 +49,7 @@ testing::AssertionResult same_bytes(const byte_vector& expected, const byte_vect
                        : ", which has " + std::to_string(got.size()) + " bytes");
     }
     return testing::AssertionFailure() << "expected " << expected.size() << " bytes, got "
-                                       << got.size() << ", equal as far as both reach";
+                                       << got.size() << ", equal up to the shorter size";
 }
 
 pixel_layout_t layout_of(const DsSurface& surface) {
@@ -76,7 +76,7 @@ testing::AssertionResult same_pixels(const byte_vector& expected, const byte_vec
     const uint64_t row_bytes = layout.width * layout.pixel_bytes;
     if (at - begin >= row_bytes) {
         return difference("row " + std::to_string(row) + ", byte " +
-                              std::to_string(at - begin - row_bytes) + " behind the pixels of " +
+                              std::to_string(at - begin - row_bytes) + " after the pixels of " +
                               size,
                           expected, got, at, 1);
     }

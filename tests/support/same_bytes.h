@@ -1,4 +1,4 @@
-// Comparing buffers, with a message that says where they differ.
+// Comparison of buffers, with the position of the first difference in the message.
 #pragma once
 
 #include "src/ds_surface.h"
@@ -14,13 +14,13 @@ struct pixel_layout_t {
     uint64_t width, height;
     uint64_t stride; ///< bytes from one row to the next
     uint64_t pixel_bytes;
-    uint64_t start = 0; ///< of the first row
+    uint64_t start = 0; ///< offset of the first row
 };
 
-/// The stored rows of a surface in its pixel block.
+/// The stored rows of a surface in its pixel buffer.
 pixel_layout_t layout_of(const DsSurface& surface);
 
-/// Whether two buffers are equal, and all that lies around the pixels too; if not, the row and the column of
-/// the first pixel that differs.
+/// Whether two buffers are equal, with the bytes around the pixels. If not, the row and the column of the first
+/// pixel that differs.
 testing::AssertionResult same_pixels(const byte_vector& expected, const byte_vector& got,
                                      const pixel_layout_t& layout);

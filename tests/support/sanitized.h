@@ -1,5 +1,5 @@
-// Whether AddressSanitizer watches: it slows tests down, so that those of millions of cases may take coarser
-// steps, and it needs more addresses than a small limit of memory leaves.
+// Whether the build has AddressSanitizer. It is slow, so that tests with millions of cases use coarser steps, and it
+// needs more addresses than a small memory limit allows.
 #pragma once
 
 #if defined(__SANITIZE_ADDRESS__)

@@ -9,7 +9,7 @@ from pathlib import Path
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 READERS = {"C": [os.environ["PNGSLAB_READER"]],
            "Python": [sys.executable, "-B", str(TREE / "examples/read_surface.py")]}
-#A sanitizer's report is to end the C program by a signal, so that it is not taken for a refusal.
+# A sanitizer's report ends the C program by a signal, so that it differs from a rejection.
 SURROUNDINGS = dict(os.environ, ASAN_OPTIONS="abort_on_error=1", UBSAN_OPTIONS="abort_on_error=1")
 
 

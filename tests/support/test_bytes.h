@@ -1,5 +1,5 @@
-// Bytes and seeded random material for tests. One generator type everywhere, so that a failing case
-// can be repeated from its seed.
+// Bytes and seeded random data for tests. All tests use one type of generator, so that a failing case can
+// be repeated from its seed.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 
 using byte_vector = std::vector<uint8_t>;
 
-/// A random generator with the same numbers on every platform. While it lives, every failure names its seed.
+/// A random generator with the same numbers on every platform. During its lifetime every failure names its seed.
 class test_rng {
 public:
     explicit test_rng(uint32_t seed)
@@ -30,12 +30,12 @@ enum class data_kind { noise, text, runs, gradient };
 inline constexpr data_kind kAllDataKinds[] = {data_kind::noise, data_kind::text, data_kind::runs,
                                               data_kind::gradient};
 
-/// A number from `low` to `high`, both included.
+/// A number from `low` to `high`, inclusive.
 uint32_t random_between(test_rng& rng, uint32_t low, uint32_t high);
 
 byte_vector make_bytes(data_kind kind, size_t size, uint32_t seed);
 
-/// `count` bytes of `bytes` from `begin` on, cut at its end.
+/// `count` bytes of `bytes` from `begin` on, or fewer at its end.
 byte_vector slice(const byte_vector& bytes, size_t begin, size_t count);
 
 void append(byte_vector& bytes, const byte_vector& more);

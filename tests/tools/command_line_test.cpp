@@ -1,4 +1,4 @@
-// The option parser by itself: lookups, values, what is left, the usage screen, and every mistake.
+// The option parser: lookups, values, unused tokens, the usage screen, and every mistake.
 #include "tools/surface_generator/command_line.h"
 
 #include "tests/src/dispatch_slot.h"
@@ -37,7 +37,7 @@ std::ostream& operator<<(std::ostream& stream, const Mistake& mistake) {
                   << mistake.message;
 }
 
-// Where an object's private fields lie, which an explicit instantiation may name.
+// The offsets of private fields, which an explicit instantiation can name.
 std::vector<const void*> fieldsOf(const CommandLine& commandLine);
 
 template <auto... fields>
@@ -111,7 +111,7 @@ std::string usageScreenOf(const CommandLine& commandLine) {
     return testing::internal::GetCapturedStdout();
 }
 
-// Throws what it is given, whatever there is to parse.
+// Always throws the given exception.
 template <typename Thrown>
 class ThrowingParser : public ArgumentParser {
 public:
@@ -130,7 +130,7 @@ public:
     }
 };
 
-// Takes every token behind the option.
+// Removes every token after the option.
 class GreedyParser : public ArgumentParser {
 public:
     Tokens::iterator parse(Tokens::iterator position, Tokens& tokens) override {
@@ -155,13 +155,13 @@ TEST(CommandLineException, CopiesItsTexts) {
     EXPECT_EQ(mistake.mMessage, mistake.what());
 }
 
-TEST(CommandLineException, HasNoOptionWhenNoneIsConcerned) {
+TEST(CommandLineException, MayHaveNoOption) {
     const CommandLineException mistake(nullptr, "");
     EXPECT_EQ(nullptr, mistake.mOption);
     EXPECT_STREQ("", mistake.what());
 }
 
-TEST(CommandLineException, TellsAnEmptyOptionFromNone) {
+TEST(CommandLineException, DistinguishesAnEmptyOptionFromNone) {
     const CommandLineException mistake("", "text");
     ASSERT_NE(nullptr, mistake.mOption);
     EXPECT_STREQ("", mistake.mOption);
@@ -176,7 +176,7 @@ TEST(CommandLineException, HasCopiesThatOutliveIt) {
     EXPECT_EQ(nullptr, CommandLineException(CommandLineException(nullptr, "words")).mOption);
 }
 
-TEST(CommandLineException, TakesOverTheTextsOfAnotherByAssignment) {
+TEST(CommandLineException, CopiesTheTextsByAssignment) {
     CommandLineException mistake("--first", "first words");
     const char* const option = mistake.mOption;
     {
@@ -185,7 +185,7 @@ TEST(CommandLineException, TakesOverTheTextsOfAnotherByAssignment) {
     }
     EXPECT_STREQ("--second", mistake.mOption);
     EXPECT_STREQ("second words", mistake.what());
-    EXPECT_STREQ("--first", option); // not released by an assignment either
+    EXPECT_STREQ("--first", option); // an assignment does not release it either
     mistake = *&mistake;
     EXPECT_STREQ("--second", mistake.mOption);
     EXPECT_STREQ("second words", mistake.what());
@@ -195,7 +195,7 @@ TEST(CommandLineException, TakesOverTheTextsOfAnotherByAssignment) {
 }
 
 // Exceptions of this type end the run, so the name is never released.
-TEST(CommandLineException, LeavesItsOptionToWhoeverCaughtIt) {
+TEST(CommandLineException, NeverReleasesItsOption) {
     auto mistake = std::make_optional<CommandLineException>("--an-option", "words");
     const char* const option = mistake->mOption;
     mistake.reset();
@@ -205,7 +205,7 @@ TEST(CommandLineException, LeavesItsOptionToWhoeverCaughtIt) {
 TEST(CommandLineException, IsAStandardExceptionWithTheUsualSlots) {
     EXPECT_TRUE((std::is_base_of_v<std::exception, CommandLineException>));
     EXPECT_TRUE((std::is_nothrow_constructible_v<CommandLineException, const char*, const char*>));
-    EXPECT_EQ(2U, slotOf(&CommandLineException::what)); // behind the two of the destructor
+    EXPECT_EQ(2U, slotOf(&CommandLineException::what)); // after the two of the destructor
     try {
         throw CommandLineException("--a", "words");
     } catch (const std::exception& mistake) {
@@ -230,7 +230,7 @@ TEST(NullArgumentParser, ConsumesNothing) {
     EXPECT_EQ((Tokens{"a", "b"}), tokens);
 }
 
-TEST(StringArgumentParser, TakesTheTokenAndReturnsThePositionBehindIt) {
+TEST(StringArgumentParser, RemovesTheTokenAndReturnsThePositionAfterIt) {
     Tokens tokens = {"a", "b", "c"};
     std::string value;
     StringArgumentParser parser(&value);
@@ -241,7 +241,7 @@ TEST(StringArgumentParser, TakesTheTokenAndReturnsThePositionBehindIt) {
     EXPECT_EQ(tokens.end(), parser.parse(behind, tokens));
 }
 
-TEST(StringArgumentParser, TakesAnythingThatDoesNotBeginWithAMinusSign) {
+TEST(StringArgumentParser, AcceptsAnythingThatDoesNotBeginWithAMinusSign) {
     for (const std::string token : {"x", " ", " -x", "a-b", "=", "+90",
                                     "\xE2\x88\x92"
                                     "5",
@@ -254,7 +254,7 @@ TEST(StringArgumentParser, TakesAnythingThatDoesNotBeginWithAMinusSign) {
     }
 }
 
-TEST(StringArgumentParser, MissesAValueAtTheEnd) {
+TEST(StringArgumentParser, ReportsAMissingValueAtTheEnd) {
     Tokens tokens = {"a"};
     std::string value = "before";
     StringArgumentParser parser(&value);
@@ -263,7 +263,7 @@ TEST(StringArgumentParser, MissesAValueAtTheEnd) {
     EXPECT_EQ("before", value);
 }
 
-TEST(StringArgumentParser, MissesAValueThatBeginsWithAMinusSign) {
+TEST(StringArgumentParser, ReportsAMissingValueBeforeAMinusSign) {
     for (const std::string token : {"-", "--", "-5", "--help", "-- x"}) {
         Tokens tokens = {token};
         std::string value = "before";
@@ -276,7 +276,7 @@ TEST(StringArgumentParser, MissesAValueThatBeginsWithAMinusSign) {
     }
 }
 
-TEST(StringArgumentParser, IsOutOfRangeForAnEmptyToken) {
+TEST(StringArgumentParser, ThrowsOutOfRangeForAnEmptyToken) {
     Tokens tokens = {""};
     std::string value;
     StringArgumentParser parser(&value);
@@ -297,21 +297,21 @@ TEST(CommandLine, CopiesItsArguments) {
     EXPECT_TRUE(takeFlag(commandLine, "--a"));
 }
 
-TEST(CommandLine, ReadsOnlyAsManyArgumentsAsItIsTold) {
+TEST(CommandLine, ReadsOnlyTheGivenNumberOfArguments) {
     const char* arguments[] = {"tool", "--a", "--b"};
     CommandLine commandLine("tool", 2, arguments);
     EXPECT_FALSE(takeFlag(commandLine, "--b"));
     EXPECT_TRUE(takeFlag(commandLine, "--a"));
 }
 
-TEST(CommandLine, RefusesNullArguments) {
+TEST(CommandLine, RejectsNullArguments) {
     const char* arguments[] = {"tool", "--a", nullptr};
     EXPECT_THROW(CommandLine("tool", 3, arguments), std::logic_error);
     const char* nameless[] = {nullptr, "--a"};
     EXPECT_THROW(CommandLine("tool", 2, nameless), std::logic_error);
 }
 
-TEST(OptionLookup, TakesTheOptionWithItsValueAndNothingElse) {
+TEST(OptionLookup, RemovesOnlyTheOptionWithItsValue) {
     CommandLine commandLine = makeCommandLine({"--b", "--a", "value", "rest"});
     EXPECT_EQ("value", takeValue(commandLine, "--a"));
     EXPECT_EQ("--b", leftover(commandLine));
@@ -319,14 +319,14 @@ TEST(OptionLookup, TakesTheOptionWithItsValueAndNothingElse) {
     EXPECT_EQ("rest", leftover(commandLine));
 }
 
-TEST(OptionLookup, LeavesEverythingWhenTheOptionIsAbsent) {
+TEST(OptionLookup, RemovesNothingIfTheOptionIsMissing) {
     CommandLine commandLine = makeCommandLine({"--b", "x"});
     EXPECT_EQ(std::nullopt, takeValue(commandLine, "--a"));
     EXPECT_FALSE(takeFlag(commandLine, "--a"));
     EXPECT_EQ("x", takeValue(commandLine, "--b"));
 }
 
-TEST(OptionLookup, NeedsNoDeclarationAndNoDeclarationIsALookup) {
+TEST(OptionLookup, IsIndependentOfDeclarations) {
     CommandLine commandLine = makeCommandLine({"--undeclared", "--declared"});
     commandLine.addOption("--declared", "is never looked up");
     EXPECT_TRUE(takeFlag(commandLine, "--undeclared"));
@@ -342,19 +342,19 @@ TEST(OptionLookup, ComparesWholeTokensCaseSensitively) {
     }
 }
 
-TEST(OptionLookup, TakesTheAlternativeName) {
+TEST(OptionLookup, AcceptsTheAlternativeName) {
     CommandLine commandLine = makeCommandLine({"-a", "value"});
     EXPECT_EQ("value", takeValue(commandLine, "--all", "-a"));
     EXPECT_EQ("", leftover(commandLine));
 }
 
-TEST(OptionLookup, TakesWhicheverNameComesFirst) {
+TEST(OptionLookup, AcceptsTheNameThatComesFirst) {
     CommandLine commandLine = makeCommandLine({"-a", "1", "--all", "2"});
     EXPECT_EQ("1", takeValue(commandLine, "--all", "-a", true));
     EXPECT_EQ("2", takeValue(commandLine, "--all", "-a", true));
 }
 
-// Names are compared with tokens by plain equality, and nothing excepts the empty name.
+// Names are compared with tokens by equality, without an exception for the empty name.
 TEST(OptionLookup, LetsAnEmptyAlternativeNameMatchAnEmptyToken) {
     CommandLine commandLine = makeCommandLine({"x", "", "--help"});
     EXPECT_TRUE(takeFlag(commandLine, "--image", ""));
@@ -362,7 +362,7 @@ TEST(OptionLookup, LetsAnEmptyAlternativeNameMatchAnEmptyToken) {
     EXPECT_TRUE(takeFlag(commandLine, "--help", ""));
 }
 
-TEST(OptionLookup, LeavesEmptyTokensToOtherNames) {
+TEST(OptionLookup, IgnoresEmptyTokensForOtherNames) {
     CommandLine commandLine = makeCommandLine({"", "x"});
     EXPECT_FALSE(takeFlag(commandLine, "--help", "-h"));
     EXPECT_EQ("", leftover(commandLine));
@@ -370,7 +370,7 @@ TEST(OptionLookup, LeavesEmptyTokensToOtherNames) {
               mistakeOf([&] { commandLine.checkUnused(); }));
 }
 
-TEST(OptionLookup, MissesTheValueOfTheLastTokenAndOfOneBeforeAnOption) {
+TEST(OptionLookup, ReportsAMissingValueAtTheEndAndBeforeAnOption) {
     const Mistake missing = {"--a", "missing value"};
     EXPECT_EQ(missing, valueMistake({"--a"}, "--a"));
     EXPECT_EQ(missing, valueMistake({"--a", "--b"}, "--a"));
@@ -378,14 +378,14 @@ TEST(OptionLookup, MissesTheValueOfTheLastTokenAndOfOneBeforeAnOption) {
     EXPECT_EQ(missing, valueMistake({"--a", "--a", "7"}, "--a"));
 }
 
-TEST(OptionLookup, LabelsMistakesWithBothNames) {
+TEST(OptionLookup, NamesBothNamesInMistakes) {
     EXPECT_EQ((Mistake{"--all, -a", "missing value"}), valueMistake({"-a"}, "--all", "-a"));
     EXPECT_EQ((Mistake{"-a", "missing value"}), valueMistake({"-a"}, "", "-a"));
     EXPECT_EQ((Mistake{"--all", "missing value"}), valueMistake({"--all"}, "--all", ""));
     EXPECT_EQ((Mistake{"", "missing value"}), valueMistake({""}, "", ""));
 }
 
-TEST(OptionLookup, RefusesARepetitionAfterTakingTheFirstValue) {
+TEST(OptionLookup, RejectsARepetitionAfterTheFirstValue) {
     CommandLine commandLine = makeCommandLine({"--a", "1", "--a", "2"});
     std::string value;
     StringArgumentParser parser(&value);
@@ -402,13 +402,13 @@ TEST(OptionLookup, FindsARepetitionUnderTheOtherNameAndWithoutAValue) {
     EXPECT_EQ((Mistake{"--a", "duplicate option"}), valueMistake({"--a", "1", "--a"}, "--a"));
 }
 
-TEST(OptionLookup, DoesNotTakeAValueForARepetition) {
+TEST(OptionLookup, DoesNotTreatAValueAsARepetition) {
     CommandLine commandLine = makeCommandLine({"name", "name", "rest"});
     EXPECT_EQ("name", takeValue(commandLine, "name"));
     EXPECT_EQ("rest", leftover(commandLine));
 }
 
-TEST(OptionLookup, MissesAValueBeforeItSeesARepetition) {
+TEST(OptionLookup, ReportsAMissingValueBeforeARepetition) {
     EXPECT_EQ((Mistake{"--a", "missing value"}), valueMistake({"--a", "--a", "1"}, "--a"));
 }
 
@@ -421,15 +421,15 @@ TEST(OptionLookup, LeavesAllowedRepetitionsForFurtherLookups) {
     EXPECT_EQ(std::nullopt, takeValue(commandLine, "--a", "", true));
 }
 
-TEST(OptionLookup, KeepsWhatWasConsumedWhenItFails) {
+TEST(OptionLookup, DoesNotRestoreTokensIfItFails) {
     CommandLine commandLine = makeCommandLine({"--a", "--b"});
     EXPECT_TRUE(mistakeOf([&] { takeValue(commandLine, "--a"); }));
     EXPECT_EQ("--b", leftover(commandLine));
     EXPECT_FALSE(takeFlag(commandLine, "--a"));
 }
 
-// The value is the token behind the option in what earlier lookups have left.
-TEST(OptionLookup, FindsAValueBehindOptionsThatWereTakenBefore) {
+// The value is the token after the option, among the tokens that earlier lookups have left.
+TEST(OptionLookup, FindsAValueAfterRemovedOptions) {
     CommandLine commandLine = makeCommandLine({"--a", "--flag", "value"});
     EXPECT_TRUE(takeFlag(commandLine, "--flag"));
     EXPECT_EQ("value", takeValue(commandLine, "--a"));
@@ -452,14 +452,14 @@ TEST(OptionLookup, LetsOtherExceptionsThrough) {
     EXPECT_THROW(takeValue(commandLine, "--b", "-b"), std::out_of_range);
 }
 
-TEST(OptionLookup, LetsParsersTakeAsManyTokensAsTheyLike) {
+TEST(OptionLookup, LetsParsersRemoveAnyNumberOfTokens) {
     CommandLine commandLine = makeCommandLine({"x", "--a", "--a", "y", "z"});
     GreedyParser parser;
     EXPECT_TRUE(commandLine.getOption("--a", "", parser, false));
     EXPECT_EQ("x", leftover(commandLine));
 }
 
-TEST(PositionalLookup, TakesTheFirstFreeToken) {
+TEST(PositionalLookup, ParsesTheFirstFreeToken) {
     CommandLine commandLine = makeCommandLine({"one", "two"});
     EXPECT_EQ("one", takePositional(commandLine));
     EXPECT_EQ("two", takePositional(commandLine));
@@ -467,7 +467,7 @@ TEST(PositionalLookup, TakesTheFirstFreeToken) {
     EXPECT_EQ("", leftover(commandLine));
 }
 
-TEST(PositionalLookup, TakesATokenBehindAnOptionForItsValue) {
+TEST(PositionalLookup, TreatsATokenAfterAnOptionAsItsValue) {
     CommandLine commandLine = makeCommandLine({"-v", "value", "free", "more"});
     EXPECT_EQ("free", takePositional(commandLine));
     EXPECT_EQ("more", takePositional(commandLine));
@@ -482,7 +482,7 @@ TEST(PositionalLookup, LetsSeveralOptionsInARowHaveOneValue) {
     EXPECT_EQ(std::nullopt, takePositional(commandLine));
 }
 
-TEST(PositionalLookup, CountsAnEmptyTokenAsAWord) {
+TEST(PositionalLookup, TreatsAnEmptyTokenAsAWord) {
     CommandLine behindAnOption = makeCommandLine({"-a", "", "free"});
     EXPECT_EQ("free", takePositional(behindAnOption));
 
@@ -492,7 +492,7 @@ TEST(PositionalLookup, CountsAnEmptyTokenAsAWord) {
     EXPECT_THROW(takePositional(inFront), std::out_of_range);
 }
 
-TEST(PositionalLookup, HandsTheParserTheTokenItself) {
+TEST(PositionalLookup, PassesTheTokenItselfToTheParser) {
     CommandLine commandLine = makeCommandLine({"one", "two"});
     NullArgumentParser parser;
     EXPECT_TRUE(commandLine.getPositional(parser));
@@ -502,7 +502,7 @@ TEST(PositionalLookup, HandsTheParserTheTokenItself) {
     EXPECT_EQ("", leftover(commandLine));
 }
 
-TEST(PositionalLookup, GivesMistakesAnEmptyOption) {
+TEST(PositionalLookup, ReportsMistakesWithAnEmptyOption) {
     CommandLine commandLine = makeCommandLine({"one"});
     MistakenParser parser;
     EXPECT_EQ((Mistake{"", "its own words"}),
@@ -523,14 +523,14 @@ TEST(CheckUnused, AcceptsAnEmptyListAndChangesNothing) {
     EXPECT_NO_THROW(commandLine.checkUnused());
 }
 
-TEST(CheckUnused, NamesTheFirstOfSeveralLeftoversWithoutAnOption) {
+TEST(CheckUnused, NamesTheFirstUnusedTokenWithoutAnOption) {
     CommandLine commandLine = makeCommandLine({"--known", "%s", "second", "--third"});
     EXPECT_TRUE(takeFlag(commandLine, "--known"));
     EXPECT_EQ((Mistake{std::nullopt, "invalid argument %s"}),
               mistakeOf([&] { commandLine.checkUnused(); }));
 }
 
-TEST(CheckUnused, NamesAWordBehindAFlag) {
+TEST(CheckUnused, NamesAWordAfterAFlag) {
     CommandLine commandLine = makeCommandLine({"--flag", "word"});
     EXPECT_TRUE(takeFlag(commandLine, "--flag"));
     EXPECT_EQ("word", leftover(commandLine));
@@ -555,7 +555,7 @@ TEST(UsageScreen, ListsOptionsInTheOrderOfTheirDeclaration) {
               usageScreenOf(commandLine));
 }
 
-TEST(UsageScreen, NeverCutsLongUsageTexts) {
+TEST(UsageScreen, NeverTruncatesLongUsageTexts) {
     CommandLine commandLine = makeCommandLine({});
     commandLine.addOption(std::string(31, 'a'), "x");
     commandLine.addOption(std::string(32, 'b'), "y");

@@ -88,7 +88,7 @@ void ConverterTest::expectAbnormalEnd(const std::vector<std::string>& arguments)
     const ProgramOutcome outcome = run(arguments);
     EXPECT_EQ(SIGABRT, outcome.signal) << "exit status " << outcome.exitStatus;
     EXPECT_EQ(std::string::npos, outcome.output.find("ERROR"));
-    // Nothing else may speak up than a sanitizer about a block that cannot be had, or an emulator.
+    // Only a sanitizer (about a failed allocation) or an emulator may write to standard error.
     EXPECT_TRUE(outcome.errors.empty() || outcome.errors.starts_with("=====") ||
                 outcome.errors.starts_with("qemu: "))
         << outcome.errors;

@@ -1,4 +1,4 @@
-// What the tests of the whole program share: a scratch folder to run in, and what every run prints.
+// Helpers for the tests of the whole program: a scratch folder for runs, and the output of every run.
 #pragma once
 
 #include "tests/support/run_program.h"
@@ -11,16 +11,16 @@
 #include <string>
 #include <vector>
 
-/// What a run prints first; its last words are the maker's own, learned from the program.
+/// The banner, which a run prints first. The notice at its end is read from the program.
 const std::string& banner();
 
-/// What a run prints about its options.
+/// The usage screen.
 std::string usageScreen();
 
 /// A command line for messages.
 std::string commandLineOf(const std::string& program, const std::vector<std::string>& arguments);
 
-/// Runs of the converter in an empty folder that goes with the test. Names are relative to it.
+/// Runs the converter in an empty folder, which is removed after the test. Names are relative to it.
 class ConverterTest : public testing::Test {
 protected:
     ConverterTest();
@@ -29,7 +29,7 @@ protected:
     ProgramOutcome run(const std::vector<std::string>& arguments,
                        const ProgramSurroundings& surroundings = {}) const;
 
-    /// Runs that end in every way there is; standard output and error are compared to the byte.
+    /// Run the converter with each kind of end, and compare standard output and error to the byte.
     void expectHelp(const std::vector<std::string>& arguments) const;
     void expectSuccess(const std::vector<std::string>& arguments, const std::string& imagePath,
                        size_t size) const;

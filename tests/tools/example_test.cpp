@@ -1,5 +1,5 @@
-// The drawing example, run on files that the converter made: every pixel that it leaves, compared
-// with the same drawing by plain rules.
+// The drawing example, run on files of the converter. Every pixel is compared with a model of the
+// drawing.
 #include "src/ds_surface.h"
 #include "tests/src/drawing_model.h"
 #include "tests/support/png_maker.h"
@@ -16,7 +16,7 @@ namespace {
 constexpr size_t kHeaderSize = 20;
 const std::string kSample = PNGSLAB_SOURCE_DIR "/samples/quill.png";
 
-// What the example paints with.
+// The colors and shapes of the example.
 constexpr ModelColor kBand = {255, 46, 34, 74};
 constexpr ModelColor kRing = {160, 255, 216, 150};
 
@@ -28,7 +28,7 @@ struct Ellipse {
         return dx * dx + dy * dy <= 1;
     }
 
-    // The share of a pixel that lies inside, from many points in it.
+    // The coverage of a pixel, from many points in it.
     double shareOf(const ModelPoint& pixel) const {
         constexpr int kPoints = 32;
         int inside = 0;
@@ -42,7 +42,7 @@ struct Ellipse {
     }
 };
 
-// What band and sprite leave of a picture, before the ellipse.
+// A picture with band and sprite, before the ellipse.
 ModelPicture withBandAndSprite(byte_vector& pictureFile, byte_vector& spriteFile) {
     const DsSurface surface(pictureFile.data());
     const DsSurface sprite(spriteFile.data());
@@ -62,9 +62,9 @@ ModelPicture withBandAndSprite(byte_vector& pictureFile, byte_vector& spriteFile
     return picture;
 }
 
-// Whether `after` is `before` with the ring's color painted through a coverage near to `share`.
+// Whether `after` is `before` with the ring's color painted through a coverage near `share`.
 bool isPainted(DsColorMode mode, uint32_t before, uint32_t after, double share) {
-    // The example looks at eight lines a row, which tells inside and outside nearly exactly.
+    // The example samples eight horizontal lines per row, so its coverage is nearly exact.
     const double tolerance = share == 0 || share == 1 ? 0.005 : 0.07;
     for (uint32_t coverage = 0; coverage < 256; ++coverage) {
         if (std::fabs(coverage / 255.0 - share) <= tolerance &&
@@ -72,16 +72,16 @@ bool isPainted(DsColorMode mode, uint32_t before, uint32_t after, double share) 
             return true;
         }
     }
-    // What is hardly touched may get no coverage at all, and then stays as it is.
+    // A pixel with hardly any coverage may get none. Then it does not change.
     return share <= tolerance && after == before;
 }
 
-// How many pixels lie inside the ellipse, outside, and on its edge.
+// The numbers of pixels inside the ellipse, outside, and on its edge.
 struct Counts {
     int inside = 0, outside = 0, edge = 0;
 };
 
-// Expects the ellipse on a picture and nothing else.
+// Expects the ellipse on a picture, and no other change.
 Counts expectEllipse(const ModelPicture& before, const ModelPicture& after,
                      const Ellipse& ellipse) {
     Counts counts;
@@ -114,7 +114,7 @@ protected:
         EXPECT_EQ("", outcome.errors);
     }
 
-    // Converts an image; options come behind the names.
+    // Converts an image. Options come after the names.
     byte_vector convert(const std::string& image, const std::string& output,
                         const std::vector<std::string>& options) const {
         std::vector<std::string> arguments = {"--image", image, "--output", output};
@@ -173,7 +173,7 @@ TEST_F(Example, DrawsBandSpriteAndEllipseAndNothingElse) {
     expectDrawingOnSample(png().rgba(30, 22).bytes(), {});
 }
 
-TEST_F(Example, DrawsTheSameOnATurnedPicture) {
+TEST_F(Example, DrawsTheSameOnARotatedPicture) {
     expectDrawingOnSample(png().rgba(30, 22).bytes(), {"--rotation", "90"});
 }
 
@@ -183,12 +183,12 @@ TEST_F(Example, BlendsSpritesOfOtherModes) {
     expectDrawingOnSample(png().gray(12, 9).bytes(), {});
 }
 
-TEST_F(Example, CutsASpriteThatIsLargerThanThePicture) {
+TEST_F(Example, ClipsASpriteThatIsLargerThanThePicture) {
     expectDrawingOnSample(png().rgba(200, 150).bytes(), {});
 }
 
-// The top of the ellipse, at 1.95, lies below all lines that the example looks at in row 1.
-TEST_F(Example, LeavesRowsThatTheEllipseHardlyTouches) {
+// The top of the ellipse, at 1.95, is below all lines that the example samples in row 1.
+TEST_F(Example, DoesNotChangeRowsWithHardlyAnyCoverage) {
     byte_vector picture = makeFileHeader(0, DsColorMode::ARGB8888, 30, 13, 120);
     append(picture, make_bytes(data_kind::noise, 120 * 13, 2));
     expectDrawing(picture, makeSurfaceFile());
@@ -213,7 +213,7 @@ TEST_F(Example, RunsOnPicturesOfEveryModeAndSize) {
     }
 }
 
-TEST_F(Example, ExplainsItselfWithoutTwoFiles) {
+TEST_F(Example, PrintsItsUsageWithoutTwoFiles) {
     const std::string usage = "usage: draw_on_surface PICTURE.surface SPRITE.surface\n";
     write("a", makeSurfaceFile());
     expectEnd(2, usage, {});
@@ -222,7 +222,7 @@ TEST_F(Example, ExplainsItselfWithoutTwoFiles) {
     EXPECT_TRUE(same_bytes(makeSurfaceFile(), read("a")));
 }
 
-TEST_F(Example, RefusesFilesThatAreNotThere) {
+TEST_F(Example, RejectsMissingFiles) {
     write("good", makeSurfaceFile());
     expectEnd(1, "not a surface file\n", {"missing", "good"});
     expectEnd(1, "not a surface file\n", {"good", "missing"});
@@ -231,16 +231,16 @@ TEST_F(Example, RefusesFilesThatAreNotThere) {
     EXPECT_FALSE(exists("missing"));
 }
 
-TEST_F(Example, RefusesFilesThatAreTooShort) {
+TEST_F(Example, RejectsTruncatedFiles) {
     for (const size_t size : {0U, 1U, 19U, 20U, 21U, 67U}) {
         SCOPED_TRACE(testing::Message() << size << " bytes");
         expectRefused(slice(makeSurfaceFile(), 0, size));
     }
 }
 
-TEST_F(Example, RefusesHeadersThatPromiseNoPixels) {
+TEST_F(Example, RejectsHeadersWithoutPixels) {
     using Mode = DsColorMode;
-    const auto refuse = [&](Mode mode, uint32_t width, uint32_t height, uint32_t stride) {
+    const auto expectRejection = [&](Mode mode, uint32_t width, uint32_t height, uint32_t stride) {
         byte_vector file = makeFileHeader(0, mode, width, height, stride);
         append(file, byte_vector(100, 1));
         SCOPED_TRACE(testing::Message() << modeName(mode) << ", " << width << " x " << height
@@ -248,15 +248,15 @@ TEST_F(Example, RefusesHeadersThatPromiseNoPixels) {
         expectRefused(file);
     };
     for (const Mode mode : kModesWithoutPixels) {
-        refuse(mode, 4, 3, 16);
+        expectRejection(mode, 4, 3, 16);
     }
-    refuse(Mode::ARGB8888, 0, 3, 16);
-    refuse(Mode::ARGB8888, 4, 0, 16);
-    refuse(Mode::ARGB8888, 4, 3, 15);
-    refuse(Mode::I8, 0x80000000, 1, 0x80000000);
-    refuse(Mode::I8, 1, 0xFFFFFFFF, 1);
-    refuse(Mode::ARGB8888, 0x40000001, 1, 4);
-    refuse(Mode::I8, 1, 0x10000, 0x10001);
+    expectRejection(Mode::ARGB8888, 0, 3, 16);
+    expectRejection(Mode::ARGB8888, 4, 0, 16);
+    expectRejection(Mode::ARGB8888, 4, 3, 15);
+    expectRejection(Mode::I8, 0x80000000, 1, 0x80000000);
+    expectRejection(Mode::I8, 1, 0xFFFFFFFF, 1);
+    expectRejection(Mode::ARGB8888, 0x40000001, 1, 4);
+    expectRejection(Mode::I8, 1, 0x10000, 0x10001);
 }
 
 } // namespace

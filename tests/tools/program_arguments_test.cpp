@@ -1,5 +1,5 @@
-// The built program's command line: every mistake, which of several is reported, and the help
-// screen, with standard output to the byte.
+// The built program's command line: every mistake, their order, and the help screen, with standard output
+// to the byte.
 #include "tests/tools/converter_test.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
-// None of these runs gets as far as a file.
+// None of these runs opens a file.
 class ProgramArguments : public ConverterTest {
 protected:
     ~ProgramArguments() override { EXPECT_FALSE(exists("out")) << "an output file was made"; }
@@ -31,13 +31,13 @@ TEST_F(ProgramArguments, ShowTheHelpScreen) {
     expectHelp({"--help"});
 }
 
-TEST_F(ProgramArguments, ShowTheSameProgramNameWhateverTheFileIsCalled) {
+TEST_F(ProgramArguments, ShowTheSameProgramNameForAnyFileName) {
     std::filesystem::create_symlink(PNGSLAB_PROGRAM, path("another-name"));
     const ProgramOutcome outcome = runProgram(path("another-name"), {"--help"}, "/");
     EXPECT_EQ(banner() + usageScreen() + "\n\n", outcome.output);
 }
 
-TEST_F(ProgramArguments, LetHelpWinOverEveryOtherMistake) {
+TEST_F(ProgramArguments, PreferHelpToEveryMistake) {
     expectHelp({"--help", "--bogus"});
     expectHelp({"--bogus", "--help"});
     expectHelp({"--rotation", "0", "--help"});
@@ -98,20 +98,20 @@ TEST_F(ProgramArguments, ReportEveryOtherRotationWithoutTheUsageScreen) {
     }
 }
 
-TEST_F(ProgramArguments, ReportAnInvalidRotationBeforeAMissingOutputAndLeftovers) {
+TEST_F(ProgramArguments, ReportAnInvalidRotationBeforeAMissingOutputAndUnusedArguments) {
     expectError({"--image", "in.png", "--rotation", "0"}, "invalid rotation");
     expectError({"--image", "in.png", "--rotation", "0", "--bogus"}, "invalid rotation");
     expectError({"--image", "in.gif", "--rotation", "0", "--output", "out"}, "invalid rotation");
     expectError({"--image", "in.png", "--rotation", "0", "--output"}, "invalid rotation");
 }
 
-TEST_F(ProgramArguments, ReportAMissingOutputBeforeLeftovers) {
+TEST_F(ProgramArguments, ReportAMissingOutputBeforeUnusedArguments) {
     expectUsageError({"--image", "in.png"}, "'--output' missing output file");
     expectUsageError({"--image", "in.png", "--rotation", "180"}, "'--output' missing output file");
     expectUsageError({"--image", "in.gif", "--bogus"}, "'--output' missing output file");
 }
 
-TEST_F(ProgramArguments, ReportTheFirstLeftoverBeforeTheSuffix) {
+TEST_F(ProgramArguments, ReportTheFirstUnusedArgumentBeforeTheSuffix) {
     expectUsageError({"--image", "in.gif", "--output", "out", "--bogus", "more"},
                      "invalid argument --bogus");
     expectUsageError({"stray", "--image", "in.png", "--output", "out", "--bogus"},
@@ -124,27 +124,27 @@ TEST_F(ProgramArguments, ReportTheFirstLeftoverBeforeTheSuffix) {
     expectUsageError({"--image", "a.png", "--output", "out", "%s%n%d"}, "invalid argument %s%n%d");
 }
 
-TEST_F(ProgramArguments, RefuseOtherSuffixes) {
+TEST_F(ProgramArguments, RejectOtherSuffixes) {
     for (const std::string name :
          {"in.PNG", "in.Png", "in.png ", "in.pngx", "in.jpg", "inpng", "png.", "in.png/"}) {
         expectError({"--image", name, "--output", "out"}, "unrecognized input file");
     }
 }
 
-TEST_F(ProgramArguments, RefuseTheSuffixBeforeLookingForTheFile) {
+TEST_F(ProgramArguments, RejectTheSuffixBeforeOpeningTheFile) {
     write("in.gif", {1, 2, 3});
     expectError({"--image", "in.gif", "--output", "out"}, "unrecognized input file");
     expectError({"--image", "none/none.gif", "--output", "none/out"}, "unrecognized input file");
 }
 
-// No name of less than four characters has a suffix to compare.
+// A path of less than four characters has no suffix to compare.
 TEST_F(ProgramArguments, EndAbnormallyForAnImagePathShorterThanASuffix) {
     for (const std::string name : {"a", "in", "png"}) {
         expectAbnormalEnd({"--image", name, "--output", "out"});
     }
 }
 
-TEST_F(ProgramArguments, ReportEveryMistakeBeforeAShortImagePathMatters) {
+TEST_F(ProgramArguments, ReportEveryMistakeBeforeAShortImagePath) {
     expectUsageError({"--image", "a"}, "'--output' missing output file");
     expectUsageError({"--image", "a", "--output", "out", "b"}, "invalid argument b");
     expectError({"--image", "a", "--rotation", "0"}, "invalid rotation");
@@ -152,27 +152,27 @@ TEST_F(ProgramArguments, ReportEveryMistakeBeforeAShortImagePathMatters) {
 }
 
 // The first lookup is that of --help, and its empty alternative name equals an empty argument.
-TEST_F(ProgramArguments, TakeAnEmptyArgumentForHelp) {
+TEST_F(ProgramArguments, TreatAnEmptyArgumentAsHelp) {
     expectHelp({""});
     expectHelp({"--image", "", "--output", "out"});
     expectHelp({"--image", "in.png", "--output", ""});
     expectHelp({"--image", "in.png", "--rotation", "", "--output", "out"});
 }
 
-TEST_F(ProgramArguments, TakeTwoEmptyArgumentsForRepeatedHelp) {
+TEST_F(ProgramArguments, TreatTwoEmptyArgumentsAsRepeatedHelp) {
     expectUsageError({"", ""}, "'--help' duplicate option");
     expectUsageError({"", "--help"}, "'--help' duplicate option");
     expectUsageError({"--help", ""}, "'--help' duplicate option");
     expectUsageError({"--image", "", "--output", ""}, "'--help' duplicate option");
 }
 
-TEST_F(ProgramArguments, TakeAFlagForAMissingValueOfAnOptionLookedUpBeforeIt) {
+TEST_F(ProgramArguments, ReportAMissingValueBeforeAFlag) {
     expectUsageError({"--image", "--alphaonly", "in.png", "--output", "out"},
                      "'--image' missing value");
 }
 
-// These go through to the files: all mistakes on the line are gone by then.
-TEST_F(ProgramArguments, FindValuesBehindOptionsLookedUpEarlier) {
+// These runs open files, because the command line has no mistake.
+TEST_F(ProgramArguments, FindValuesAfterOptionsLookedUpEarlier) {
     const std::string unopened = "cannot open input file 'in.png'";
     expectError({"--rotation", "--alphaonly", "90", "--image", "in.png", "--output", "out"},
                 unopened);

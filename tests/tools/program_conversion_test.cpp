@@ -1,5 +1,5 @@
-// Whole conversions by the built program: the output file of every kind of picture, byte by byte,
-// turned and unturned.
+// Whole conversions by the built program: the output file of every kind of image, byte by byte, rotated and
+// not rotated.
 #include "tests/support/png_maker.h"
 #include "tests/support/png_oracle.h"
 #include "tests/support/same_bytes.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-// What a conversion is to give: stored pixels of `pixelSize` bytes, packed.
+// The expected result of a conversion: stored pixels of `pixelSize` bytes, packed.
 struct Picture {
     uint32_t rotation, mode, width, height, pixelSize;
     byte_vector pixels;
@@ -41,7 +41,7 @@ pixel_layout_t layoutOf(const Picture& picture) {
     return {picture.width, picture.height, stride, picture.pixelSize, kHeaderSize};
 }
 
-// The picture after a turn by 90 degrees counter-clockwise: its rightmost column becomes line 0.
+// The pixels after a rotation by 90 degrees counter-clockwise: the rightmost column becomes row 0.
 Picture turned(const Picture& picture) {
     Picture result = picture;
     result.rotation = 90;
@@ -58,7 +58,7 @@ Picture turned(const Picture& picture) {
     return result;
 }
 
-// Red and blue change places on the way from a PNG to a surface.
+// A surface has red and blue in the other order than a PNG file.
 byte_vector swapRedAndBlue(byte_vector samples, uint32_t pixelSize) {
     for (size_t i = 0; i < samples.size(); i += pixelSize) {
         std::swap(samples[i], samples[i + 2]);
@@ -80,7 +80,7 @@ protected:
             << "mode " << picture.mode;
     }
 
-    // Unturned, turned, and with the two angles that turn nothing.
+    // Not rotated, rotated, and with the two angles that rotate nothing.
     void expectFiles(const byte_vector& image, const Picture& picture,
                      const std::vector<std::string>& options = {}) const {
         const auto with = [&](const char* angle) {
@@ -102,7 +102,7 @@ protected:
     }
 };
 
-TEST_F(ProgramConversion, OfTheSmallestExampleIsKnownToTheByte) {
+TEST_F(ProgramConversion, OfTheSmallestExampleEqualsKnownBytes) {
     const byte_vector image =
         png()
             .rgb(3, 2)
@@ -111,8 +111,8 @@ TEST_F(ProgramConversion, OfTheSmallestExampleIsKnownToTheByte) {
     write("in.png", image);
     expectSuccess({"--image", "in.png", "--output", "out", "--rotation", "90"}, "in.png", 40);
     const byte_vector expected = {
-        90, 0, 0, 0,  1,  0,  0, 0,               // turned, blue green red
-        2,  0, 0, 0,  3,  0,  0, 0, 6, 0,  0,  0, // 2 wide, 3 high, 6 bytes a line
+        90, 0, 0, 0,  1,  0,  0, 0,               // rotated, blue green red
+        2,  0, 0, 0,  3,  0,  0, 0, 6, 0,  0,  0, // 2 wide, 3 high, 6 bytes per row
         9,  8, 7, 19, 18, 17, 6, 5, 4, 16, 15, 14, 3, 2, 1, 13, 12, 11, 0, 0};
     EXPECT_TRUE(same_bytes(expected, read("out")));
 }
@@ -157,7 +157,7 @@ TEST_F(ProgramConversion, OfColorWithAlphaGivesBlueGreenRedAlpha) {
     }
 }
 
-TEST_F(ProgramConversion, OfLargerPicturesGoesThroughManyRowsAndChunks) {
+TEST_F(ProgramConversion, OfLargerPicturesHasManyRowsAndChunks) {
     const png_maker image = png().rgba(130, 256).idat_split_at({2, 100, 102, 5000, 60000});
     expectFiles(image.bytes(), {0, 0, 130, 256, 4, swapRedAndBlue(image.samples(), 4)});
 }
@@ -174,21 +174,21 @@ TEST_F(ProgramConversion, OfGrayWithAKeyColorToAlphaOnlyIgnoresTheKey) {
     expectFiles(image.bytes(), {0, 9, 5, 3, 1, image.samples()}, {"--alphaonly"});
 }
 
-TEST_F(ProgramConversion, ToAlphaOnlyIsRefusedForEverythingButGray) {
+TEST_F(ProgramConversion, ToAlphaOnlyIsRejectedForEverythingButGray) {
     expectNoAlphaOnlySurface(png().rgb(3, 3).bytes());
     expectNoAlphaOnlySurface(png().indexed(3, 3).bytes());
     expectNoAlphaOnlySurface(png().gray_alpha(3, 3).bytes());
     expectNoAlphaOnlySurface(png().rgba(3, 3).bytes());
 }
 
-// A key color changes the surface's format, but rows are still written in the narrower layout;
-// what they leave of a line is what the block held, here zeros.
-TEST_F(ProgramConversion, OfGrayWithAKeyColorWritesNarrowRowsIntoWiderLines) {
+// A key color changes the surface's mode, but rows are still written in the narrower layout. The rest of a
+// row keeps the old content of the buffer, here zeros.
+TEST_F(ProgramConversion, OfGrayWithAKeyColorWritesNarrowRowsIntoWiderOnes) {
     const png_maker image = png().gray(2, 1).pixels({0x11, 0x22}).filter(kNone).trns({0, 7});
     expectFiles(image.bytes(), {0, 7, 2, 1, 2, {0x11, 0x22, 0, 0}});
 }
 
-TEST_F(ProgramConversion, OfTheSampleEqualsWhatLibpngReads) {
+TEST_F(ProgramConversion, OfTheSampleEqualsThePixelsOfLibpng) {
     const std::string sample = PNGSLAB_SOURCE_DIR "/samples/quill.png";
     std::ifstream stream(sample, std::ios::binary);
     const byte_vector bytes{std::istreambuf_iterator<char>(stream), {}};

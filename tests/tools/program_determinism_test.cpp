@@ -1,5 +1,5 @@
-// The same input gives the same file and the same words, whatever the memory held before: damaged
-// images are converted twice, with allocators that fill fresh and released blocks differently.
+// The same input gives the same file and messages for any old content of memory: damaged images are
+// converted twice, with allocators that fill new and released buffers differently.
 #include "tests/support/png_maker.h"
 #include "tests/support/same_bytes.h"
 #include "tests/tools/converter_test.h"
@@ -8,7 +8,7 @@
 
 namespace {
 
-// PNGSLAB_TEST_INPUTS asks for more than the few that the suite has time for.
+// PNGSLAB_TEST_INPUTS sets the number of inputs, which is small by default to save time.
 uint32_t inputCount() {
     const char* const wish = std::getenv("PNGSLAB_TEST_INPUTS");
     return wish != nullptr ? static_cast<uint32_t>(std::strtoul(wish, nullptr, 10)) : 150;
@@ -23,14 +23,14 @@ png_maker anyImage(test_rng& rng) {
     return maker;
 }
 
-// Damage behind the checksums: a few bytes of some chunk, or a shorter stream of image data.
+// Damage with correct CRCs: a few bytes of a chunk, or a truncated stream of image data.
 byte_vector damaged(const png_maker& maker, test_rng& rng) {
     std::vector<png_chunk_t> chunks = maker.chunks();
     byte_vector& data = chunks[random_between(rng, 0, 3) == 0 ? 0 : rng() % chunks.size()].data;
     for (uint32_t i = random_between(rng, 0, 3); i > 0 && !data.empty(); --i) {
         data[rng() % data.size()] = static_cast<uint8_t>(rng());
     }
-    // Header sizes stay small, so that memory is no question.
+    // Header sizes stay small, so that memory is sufficient.
     for (const size_t at : {0U, 1U, 2U, 4U, 5U, 6U}) {
         chunks[0].data[at] = 0;
     }
@@ -53,7 +53,7 @@ protected:
     }
 };
 
-TEST_F(ProgramDeterminism, DamagedImagesGiveTheSameFilesAndWordsWhateverTheMemoryHeld) {
+TEST_F(ProgramDeterminism, DamagedImagesGiveTheSameFilesAndMessagesForAnyMemoryContent) {
     test_rng rng(1);
     uint32_t converted = 0;
     for (uint32_t i = 0; i < inputCount(); ++i) {

@@ -1,4 +1,4 @@
-// The built program where the machine lets it down: no rights, no room on the disk, no memory.
+// The built program with errors of the system: no rights, a full disk, no memory.
 #include "tests/support/png_maker.h"
 #include "tests/support/sanitized.h"
 #include "tests/tools/converter_test.h"
@@ -26,7 +26,7 @@ protected:
     }
 };
 
-TEST_F(ProgramFaults, ReportAnInputThatMayNotBeRead) {
+TEST_F(ProgramFaults, ReportAnInputWithoutReadPermission) {
     std::filesystem::permissions(path("in.png"), std::filesystem::perms::none);
     const ProgramOutcome outcome = convert({.asNobody = true});
     EXPECT_EQ(1, outcome.exitStatus);
@@ -34,7 +34,7 @@ TEST_F(ProgramFaults, ReportAnInputThatMayNotBeRead) {
     EXPECT_FALSE(exists("out"));
 }
 
-TEST_F(ProgramFaults, ReportAnOutputThatMayNotBeWritten) {
+TEST_F(ProgramFaults, ReportAnOutputWithoutWritePermission) {
     write("out", {'o', 'l', 'd'});
     std::filesystem::permissions(path("out"), std::filesystem::perms::owner_read);
     const ProgramOutcome outcome = convert({.asNobody = true});
@@ -43,7 +43,7 @@ TEST_F(ProgramFaults, ReportAnOutputThatMayNotBeWritten) {
     EXPECT_EQ((byte_vector{'o', 'l', 'd'}), read("out"));
 }
 
-// The write is not looked at: what fits is left, and the full size is reported.
+// The result of the write is not checked: the file is truncated, and the full size is reported.
 TEST_F(ProgramFaults, ReportSuccessAfterAShortWrite) {
     const ProgramOutcome outcome = convert({.fileSize = 8192, .goesOnAtFileSize = true});
     EXPECT_EQ(0, outcome.exitStatus);
@@ -56,7 +56,7 @@ TEST_F(ProgramFaults, EndByTheSignalOfAFileSizeLimit) {
     EXPECT_EQ(8192U, read("out").size());
 }
 
-// Messages go nowhere; the surface and the exit status are the same.
+// Messages are lost. The surface and the exit status are the same.
 TEST_F(ProgramFaults, ConvertWithStandardOutputClosedOrFull) {
     EXPECT_EQ(0, convert({}).exitStatus);
     const byte_vector expected = read("out");
@@ -75,7 +75,7 @@ TEST_F(ProgramFaults, ConvertWithStandardOutputClosedOrFull) {
     }
 }
 
-// Sanitizers and emulators need more addresses than that for themselves.
+// Sanitizers and emulators themselves need more addresses than this limit.
 #if !PNGSLAB_ADDRESS_SANITIZER && !defined(PNGSLAB_EMULATOR)
 TEST_F(ProgramFaults, EndAbnormallyWithoutMemory) {
     write("in.png", png().rgba(1, 1).declared_size(8192, 8192).bytes());
@@ -85,7 +85,7 @@ TEST_F(ProgramFaults, EndAbnormallyWithoutMemory) {
     EXPECT_EQ(byte_vector(), read("out"));
 }
 
-TEST_F(ProgramFaults, GetAlongWithLittleMemory) {
+TEST_F(ProgramFaults, ConvertWithLittleMemory) {
     const ProgramOutcome outcome = convert({.addressSpace = 64 << 20});
     EXPECT_EQ(0, outcome.exitStatus);
     EXPECT_EQ(success(), outcome.output);

@@ -1,5 +1,5 @@
-// The built program and its files: what is created, emptied or left alone, in every way in which a
-// run can end.
+// The built program and its files: which files are created, truncated or unchanged, for every kind of end of
+// a run.
 #include "tests/support/png_maker.h"
 #include "tests/support/same_bytes.h"
 #include "tests/tools/converter_test.h"
@@ -17,7 +17,7 @@ const byte_vector kOldContent = {'o', 'l', 'd'};
 
 class ProgramFiles : public ConverterTest {
 protected:
-    // A gray picture of one pixel, whose file takes 24 bytes.
+    // A gray image of one pixel, whose surface file has 24 bytes.
     void writeTinyImage(const std::string& name) const {
         write(name, png().gray(1, 1).pixels({0x5A}).bytes());
     }
@@ -32,14 +32,14 @@ TEST_F(ProgramFiles, CreateTheOutput) {
     EXPECT_EQ(tinySurface(), read("out"));
 }
 
-TEST_F(ProgramFiles, ReplaceALongerOutputWhole) {
+TEST_F(ProgramFiles, ReplaceALongerOutputCompletely) {
     writeTinyImage("in.png");
     write("out", byte_vector(5000, 1));
     expectSuccess({"--output", "out", "--image", "in.png"}, "in.png", 24);
     EXPECT_EQ(tinySurface(), read("out"));
 }
 
-TEST_F(ProgramFiles, LeaveTheInputAlone) {
+TEST_F(ProgramFiles, DoNotChangeTheInput) {
     writeTinyImage("in.png");
     const byte_vector before = read("in.png");
     expectSuccess({"--image", "in.png", "--output", "out"}, "in.png", 24);
@@ -54,12 +54,12 @@ TEST_F(ProgramFiles, AcceptAnyOutputName) {
     }
 }
 
-TEST_F(ProgramFiles, AcceptAnImageCalledJustByTheSuffix) {
+TEST_F(ProgramFiles, AcceptAnImageNamedOnlyBySuffix) {
     writeTinyImage(".png");
     expectSuccess({"--image", ".png", "--output", "out"}, ".png", 24);
 }
 
-TEST_F(ProgramFiles, NameTheInputAsItWasGiven) {
+TEST_F(ProgramFiles, NameTheInputAsGiven) {
     std::filesystem::create_directory(path("folder"));
     writeTinyImage("folder/%d 100%.png");
     const std::string absolute = path("folder/%d 100%.png");
@@ -73,13 +73,13 @@ TEST_F(ProgramFiles, ReportAMissingInputAndCreateNoOutput) {
     EXPECT_FALSE(exists("out"));
 }
 
-TEST_F(ProgramFiles, LeaveAnOldOutputAloneWhenTheInputIsMissing) {
+TEST_F(ProgramFiles, DoNotChangeAnOldOutputIfTheInputIsMissing) {
     write("out", kOldContent);
     expectError({"--image", "in.png", "--output", "out"}, "cannot open input file 'in.png'");
     EXPECT_EQ(kOldContent, read("out"));
 }
 
-TEST_F(ProgramFiles, ReportLongAndStrangePathsWhole) {
+TEST_F(ProgramFiles, ReportLongAndUnusualPathsInFull) {
     const std::string lengthy = std::string(6000, 'x') + ".png";
     expectError({"--image", lengthy, "--output", "out"},
                 "cannot open input file '" + lengthy + "'");
@@ -88,8 +88,8 @@ TEST_F(ProgramFiles, ReportLongAndStrangePathsWhole) {
     EXPECT_FALSE(exists("out"));
 }
 
-// The words are those of an input that cannot be opened; only the path tells the two apart.
-TEST_F(ProgramFiles, ReportAnOutputThatCannotBeOpenedInTheWordsOfTheInput) {
+// The message is that for an input that cannot be opened. Only the path differs.
+TEST_F(ProgramFiles, ReportAnOutputThatCannotBeOpenedWithTheMessageForTheInput) {
     writeTinyImage("in.png");
     std::filesystem::create_directory(path("folder"));
     for (const std::string name : {"none/out", "folder", "folder/", "in.png/out"}) {
@@ -125,27 +125,27 @@ TEST_F(ProgramFiles, ReportAnUndecodableInputAndLeaveAnEmptyOutput) {
     EXPECT_EQ(byte_vector(), read("out"));
 }
 
-TEST_F(ProgramFiles, ReportAnInputThatOnlyTheFullPassRefuses) {
+TEST_F(ProgramFiles, ReportAnInputThatOnlyTheFullPassRejects) {
     write("in.png", png().rgba(4, 4).palette(4).bytes());
     expectError({"--image", "in.png", "--output", "out"}, "cannot decode PNG file");
     EXPECT_EQ(byte_vector(), read("out"));
 }
 
-// The output is opened, and emptied, before the input is read.
-TEST_F(ProgramFiles, EmptyAnInputThatIsAlsoTheOutput) {
+// The output is opened and truncated before the input is read.
+TEST_F(ProgramFiles, TruncateAnInputThatIsAlsoTheOutput) {
     writeTinyImage("in.png");
     expectError({"--image", "in.png", "--output", "in.png"}, "cannot read input file 'in.png'");
     EXPECT_EQ(byte_vector(), read("in.png"));
 }
 
-TEST_F(ProgramFiles, EmptyAnInputThatTheOutputLinksTo) {
+TEST_F(ProgramFiles, TruncateAnInputThatTheOutputLinksTo) {
     writeTinyImage("in.png");
     std::filesystem::create_symlink("in.png", path("link"));
     expectError({"--image", "in.png", "--output", "link"}, "cannot read input file 'in.png'");
     EXPECT_EQ(byte_vector(), read("in.png"));
 }
 
-// Neither the write nor the closing is looked at.
+// The results of writing and closing are not checked.
 TEST_F(ProgramFiles, ReportSuccessOnAFullDisk) {
     write("in.png", png().rgba(200, 200).bytes());
     expectSuccess({"--image", "in.png", "--output", "/dev/full"}, "in.png", 160020);
@@ -153,7 +153,7 @@ TEST_F(ProgramFiles, ReportSuccessOnAFullDisk) {
     expectSuccess({"--image", "in.png", "--output", "/dev/full"}, "in.png", 24);
 }
 
-// A pipe has no size, and what stands for it cannot be allocated.
+// A pipe has no size. The resulting size is too large for an allocation.
 TEST_F(ProgramFiles, EndAbnormallyWhenTheInputHasNoSize) {
     ASSERT_EQ(0, mkfifo(path("in.png").c_str(), 0600));
     const int keptOpen = open(path("in.png").c_str(), O_RDWR); // so that opening it does not wait
@@ -163,8 +163,7 @@ TEST_F(ProgramFiles, EndAbnormallyWhenTheInputHasNoSize) {
     EXPECT_EQ(byte_vector(), read("out"));
 }
 
-// What a folder gives for its size depends on the file system: nothing, or more than there is
-// memory.
+// The size of a folder depends on the file system: it is 0, or larger than the memory.
 TEST_F(ProgramFiles, NeverConvertAFolder) {
     std::filesystem::create_directory(path("in.png"));
     const ProgramOutcome outcome = run({"--image", "in.png", "--output", "out"});

@@ -1,4 +1,4 @@
-// The built program on files of more than 2 GiB, where an offset of 32 bits with a sign would turn negative.
+// The built program with files of more than 2 GiB, for which a signed 32-bit offset would be negative.
 // Both inputs are small on disk.
 #include "tests/support/deflate_maker.h"
 #include "tests/support/png_maker.h"
@@ -14,7 +14,7 @@ namespace {
 
 constexpr uint64_t kGiB = uint64_t{1} << 30;
 
-// The memory that processes may still take.
+// The available memory.
 uint64_t availableMemory() {
     std::ifstream info("/proc/meminfo");
     std::string name, unit;
@@ -33,12 +33,12 @@ protected:
     }
 };
 
-// The CRC of a chunk's name and `count` zeros behind it.
+// The CRC of a chunk's name and `count` zeros after it.
 uint32_t crcOfZeros(const std::string& name, uint64_t count) {
     uLong crc =
         crc32(0, reinterpret_cast<const Bytef*>(name.data()), static_cast<uInt>(name.size()));
     const Bytef zero = 0;
-    uLong zeros = crc32(0, &zero, 1); // of a power of two of them
+    uLong zeros = crc32(0, &zero, 1); // the CRC of 2^i zeros
     for (uint64_t size = 1; size <= count; size *= 2) {
         if ((count & size) != 0) {
             crc = crc32_combine(crc, zeros, static_cast<z_off_t>(size));
@@ -53,13 +53,13 @@ byte_vector bigEndian(uint32_t value) {
             static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
 }
 
-TEST_F(ProgramLargeFiles, ReadsAnImageBehindAChunkOfTwoGibibytes) {
+TEST_F(ProgramLargeFiles, ReadsAnImageAfterAChunkOfTwoGibibytes) {
     constexpr uint32_t kLength = 0x7FFFFFFF; // the longest chunk that PNG allows
     if (!hasRoom(5 * kGiB, kGiB)) {
         GTEST_SKIP() << "needs 5 GiB of memory";
     }
     const byte_vector image = png().rgba(5, 3).bytes();
-    const size_t split = 8 + 25; // behind the header chunk
+    const size_t split = 8 + 25; // after the header chunk
     write("small.png", image);
     expectSuccess({"--image", "small.png", "--output", "expected"}, "small.png", 20 + 60);
 
@@ -82,7 +82,7 @@ byte_vector zerosAnd(const byte_vector& last, uint64_t size) {
     const code_lengths litlen =
         lengths_of(286, {{0, 3}, {1, 3}, {2, 4}, {3, 4}, {4, 4}, {256, 4}, {285, 1}});
     deflate_maker maker;
-    maker.dynamic(usual_header(litlen, {1}), block_is::last).literals({0});
+    maker.dynamic(simple_header(litlen, {1}), block_is::last).literals({0});
     uint64_t left = size - 1 - last.size();
     for (; left >= 258; left -= 258) {
         maker.bits(0, 2); // length 258, distance 1
