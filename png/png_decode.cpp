@@ -96,8 +96,7 @@ enum color_type_t : uint8_t { kGray = 0, kRgb = 2, kIndexed = 3, kGrayAlpha = 4,
 
 // The properties of a color type.
 struct color_rules_t {
-    uint32_t
-        validDepths; // the sum of the bit depths that the PNG standard allows; 0: an invalid type
+    uint32_t validDepths; // the sum of the valid bit depths; 0: an invalid type
     DsColorMode colorMode;
     uint32_t samplesPerPixel;
     uint16_t paletteSize;

@@ -1,5 +1,4 @@
-// The PNG decoder: checks a whole file in memory, and decodes it into a surface that the caller has
-// made to fit.
+// The PNG decoder: checks a whole file in memory, and decodes it into a fitting surface of the caller.
 #pragma once
 
 #include "src/ds_color_mode.h"
@@ -24,8 +23,7 @@ struct png_info_t {
 
 // Results of png_decode.
 inline constexpr int32_t kPngOk = 0;
-inline constexpr int32_t kPngMalformed =
-    1; ///< corrupt, incomplete, or against the rules of the format
+inline constexpr int32_t kPngMalformed = 1; ///< damaged, incomplete, or not according to the format
 /// Valid, but not 8 bits per sample, or interlaced, or with an unknown critical chunk.
 inline constexpr int32_t kPngUnsupported = 2;
 inline constexpr int32_t kPngDoesNotFit = 3; ///< the surface does not fit the image

@@ -135,8 +135,7 @@ public:
     /// Rotates the stored pixels by 90 degrees counter-clockwise into a new buffer, without extra
     /// bytes, and sets the rotation to 90, so that caller coordinates still address the same
     /// content. Kept on purpose: any other angle, 180 and 270 included, changes nothing. A surface
-    /// without callbacks does not change either, nor does any surface if the allocation callback
-    /// returns null.
+    /// without callbacks does not change. No surface changes if the allocation callback returns null.
     void rotate(int32_t degrees);
 
     /// Copies the alpha channel from an A8 surface: each stored pixel takes its alpha from the pixel

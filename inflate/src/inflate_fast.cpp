@@ -25,7 +25,7 @@
 // output: kOutputMargin. If less is left, the state machine continues.
 //
 // Rejection. The loop consumes a symbol only after all checks. Before an invalid code, a distance too far back, or a
-// symbol without meaning, it stops. The state machine then reads the same bits and rejects them with the reason. The
+// symbol without meaning, it stops. The state machine then reads the same bits and reports the fault. The
 // record, the reader and the output are exactly as the state machine would have left them.
 //
 // Tried and rejected: reversing the bits at each refill (5 to 14 % slower), and a second bit buffer with the bits in
@@ -111,8 +111,8 @@ struct bit_buffer_t {
     void refill(const segment_t& segment, uint32_t* at) {
         bits |= __builtin_bswap64(load_word(segment.reversed + *at)) >> count;
         *at += (63 - count) / 8;
-        count |=
-            kBitsAfterRefill; // only whole bytes count; the bits after them are read again at the next refill
+        // Only whole bytes count: the next refill reads the bits after them again.
+        count |= kBitsAfterRefill;
     }
     void drop(uint32_t length) {
         bits <<= length;
@@ -285,8 +285,8 @@ const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, posi
     return in;
 }
 
-// Returns the unused whole bytes of the bit buffer to the reader, but no byte from before this call: its piece of input
-// may have been freed. Such bytes are left if the loop has not decoded a single symbol.
+// Returns the unused whole bytes of the bit buffer to the reader. Bytes from before this call stay in the bit buffer,
+// because their piece of input may have been freed. This happens only if the loop has decoded no symbol.
 void return_input(bitstream_t* stream, const uint8_t* in, uint32_t count) {
     while (count >= 8 && in > stream->data) {
         --in;
@@ -336,7 +336,7 @@ void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
     }
     fast_block_t block;
     derive_dist(&block, *inflate->distTable);
-    derive_litlen(&block, *inflate->litlenTable, block.dist.longest != 0);
+    derive_litlen(&block, *inflate->litlenTable, block.dist.maxLength != 0);
     if (block.litlen.last != ~uint64_t{0}) {
         return;
     }

@@ -32,7 +32,7 @@ uint32_t to_window_end(const inflate_t* inflate, const uint8_t* position) {
     return inflate->windowSize - static_cast<uint32_t>(position - inflate->window);
 }
 
-// The offset in the window after `count` bytes from `position`, which end at the window's end at most.
+// The offset in the window `count` bytes after `position`. At the window's end it wraps to 0.
 uint32_t wrapped_offset(const inflate_t* inflate, const uint8_t* position, uint32_t count) {
     const uint32_t offset = static_cast<uint32_t>(position - inflate->window) + count;
     return offset == inflate->windowSize ? 0 : offset;

@@ -1,7 +1,7 @@
 // A self-contained, resumable DEFLATE decoder (RFC 1951) and its bit reader. All state is in records
 // that the caller owns; nothing is allocated. Input may come in pieces of any size. A piece may be
-// freed when the decoder has used it. There is no zlib wrapper: the caller skips its header, and its
-// checksum is never read.
+// freed when the decoder has used it. The caller skips the header of a zlib wrapper. The decoder does
+// not read its checksum.
 #pragma once
 
 #include <cstdint>
@@ -61,12 +61,10 @@ struct inflate_t {
 };
 
 // Results of inflate_process.
-inline constexpr int32_t kInflateDone =
-    0; ///< the final block has ended; also the result of a reset
+inline constexpr int32_t kInflateDone = 0;        ///< after the final block, and after a reset
 inline constexpr int32_t kInflateNeedsInput = 1;  ///< refill `data` and `available`, call again
 inline constexpr int32_t kInflateNeedsOutput = 2; ///< refill `out` and `outAvailable`, call again
-inline constexpr int32_t kInflateInvalid =
-    3; ///< not DEFLATE data; the record must be reset before further use
+inline constexpr int32_t kInflateInvalid = 3;     ///< not DEFLATE data; reset before further use
 
 // Results of huffman_decode other than symbols.
 inline constexpr int32_t kHuffmanInvalid = -1;

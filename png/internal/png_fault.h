@@ -1,4 +1,4 @@
-// The reasons for which the decoder rejects a file, one for each check, and the position in the file.
+// The reasons for which the decoder rejects a file, one for each check, and a record with the position.
 #pragma once
 
 #include "inflate/src/internal/inflate_fault.h"

@@ -25,7 +25,7 @@ using filter_row_t = void (*)(uint8_t* target, const uint8_t* source, const uint
 /// The number of rows of a wavefront.
 inline constexpr uint32_t kWavefrontRows = 4;
 
-/// Max bytes of a row in a wavefront, because the rows are copied to the stack.
+/// Max bytes per row in a wavefront. Its rows are copied to the stack.
 inline constexpr uint64_t kWavefrontRowBytes = uint64_t{16} * 1024;
 
 /// Converts `kWavefrontRows` rows together.

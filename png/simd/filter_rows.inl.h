@@ -19,9 +19,8 @@
 constexpr uint64_t kBlockBytes = 16;
 static_assert(sizeof(U8) == kBlockBytes);
 
-// The last byte of a block is unused by pixels of three bytes. The store still writes it. It is inside the row, and
-// the next block overwrites it. It is not source that is still to be read, because the target starts at least one byte
-// before the source.
+// With pixels of three bytes, the last byte of a block is unused but still stored. It is inside the row, and the next
+// block overwrites it. It overwrites no unread source, because the target starts at least one byte before the source.
 template <uint32_t pixelBytes>
 constexpr uint64_t kStep = (kBlockBytes / pixelBytes) * pixelBytes;
 
@@ -112,8 +111,8 @@ void sub_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint6
 //     pixel = filtered + ~averageUp(~left, ~up)     and by ~(x + ~y) = y - x:
 //     ~pixel = averageUp(~left, ~up) - filtered
 //
-// so that each pixel depends on the one before by two instructions. The loop leaves out the last pixel, because pixels
-// of three bytes are read and written as four.
+// so that there are only two instructions between a pixel and the next one. The loop leaves out the last pixel,
+// because pixels of three bytes are read and written as four.
 template <uint32_t pixelBytes>
 void average_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
     U8 notLeft = ~U8{};

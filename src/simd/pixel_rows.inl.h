@@ -84,7 +84,7 @@ inline U32 load565(const uint8_t* pixels, const Constants& c) {
     const U32 stored = loadU16(pixels);
     const U16 redBlue = U16((stored << 5 & 0x001F0000U) | (stored & 31U));
     const U16 green = U16(stored >> 5 & 63U);
-    // kAlphas is added in the upper lane: the alpha.
+    // The sum in the upper lane is the alpha.
     return U32((redBlue * c.widen5 + 23) >> 6) |
            (U32(green * c.widen6 + U16(U32{} + (kAlphas | 33 * 4))) & 0xFF00FF00U);
 }

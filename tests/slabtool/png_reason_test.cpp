@@ -112,7 +112,8 @@ TEST(PngReason, AgreesWithTheDecoderOnRandomStreams) {
     for (uint32_t seed = 0; seed < 300; ++seed) {
         test_rng rng(seed);
         made_stream_t made = random_stream(rng, 1000);
-        const uint32_t size = random_between(rng, 1, static_cast<uint32_t>(made.content.size()) + 2);
+        const uint32_t size =
+            random_between(rng, 1, static_cast<uint32_t>(made.content.size()) + 2);
         made.raw[rng() % made.raw.size()] ^= static_cast<uint8_t>(seed % 2 << rng() % 8);
         expectAgreement(png().gray(1, 1).declared_size(size, 1).deflate_stream(made.raw).bytes(),
                         "seed " + std::to_string(seed));

@@ -21,7 +21,7 @@ def run(program, *words, folder=None):
 
 
 def read_with_both(test, *words):
-    """What both readers print, to the byte: lines of a run that ends well."""
+    """Return the output of both readers, which must be equal to the byte, as lines of text."""
     outcomes = {name: run(program, *words) for name, program in READERS.items()}
     test.assertEqual(outcomes["C"], outcomes["Python"])
     status, output, errors = outcomes["C"]
@@ -30,7 +30,7 @@ def read_with_both(test, *words):
 
 
 def all_pixels(test, path, width, height):
-    """The words for every pixel of the image in a surface file, line after line."""
+    """Return the words for every pixel of the image in a surface file, row by row."""
     places = [number for y in range(height) for x in range(width) for number in (x, y)]
     return read_with_both(test, path, *places)
 
@@ -41,6 +41,6 @@ def convert(test, image, surface, *options):
     test.assertEqual(0, status, output)
 
 
-def surface_bytes(mode, width, lines, rotation=0):
-    """A surface file of lines of equal length, each with its padding."""
-    return struct.pack("<5I", rotation, mode, width, len(lines), len(lines[0])) + b"".join(lines)
+def surface_bytes(mode, width, rows, rotation=0):
+    """Return a surface file of rows of equal length, each with its padding."""
+    return struct.pack("<5I", rotation, mode, width, len(rows), len(rows[0])) + b"".join(rows)

@@ -69,8 +69,8 @@ CommandLineException& CommandLineException::operator=(const CommandLineException
 CommandLineException::~CommandLineException() {
     delete[] mMessage;
     mMessage = nullptr;
-    // Kept on purpose: mOption is not released. Exceptions of this type end the run, and a catcher
-    // may go on using the name.
+    // Kept on purpose: mOption is not released. Exceptions of this type end the run, and a handler
+    // may use the name after the exception.
     keepForever(mOption);
 }
 

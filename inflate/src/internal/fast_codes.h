@@ -10,7 +10,7 @@
 //                             ^                 ^         ^
 //                      last of 2 bits    last of 3 bits   last of 4 bits
 //
-//     length(input) = firstLength + (input > limits[0]) + (input > limits[1]) + ...
+//     length(input) = minLength + (input > limits[0]) + (input > limits[1]) + ...
 //     index(input)  = base[length] + the first `length` bits of the input
 //
 // where base[length] is the number of shorter codes minus the first code of the length. The index is that of the
@@ -36,10 +36,10 @@ inline constexpr uint32_t kCommonLengths = 4;
 
 /// One code, derived from its counts per length.
 struct fast_code_t {
-    uint32_t firstLength; ///< min length
-    uint32_t longest;     ///< max length
-    uint64_t last;        ///< the highest input that begins with a code
-    /// The highest input that begins with a code of at most firstLength + i bits. From the longest
+    uint32_t minLength; ///< bits of the shortest code
+    uint32_t maxLength; ///< bits of the longest code
+    uint64_t last;      ///< the highest input that begins with a code
+    /// The highest input that begins with a code of at most minLength + i bits. From the longest
     /// length on all ones, which no input exceeds.
     uint64_t limits[kMaxCodeLength + kCommonLengths];
     /// By length: the number to add to a code to get the index of its symbol (wrapping).
@@ -56,13 +56,13 @@ inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
     uint64_t limits[kMaxCodeLength + 1] = {};
     uint32_t code = 0;
     uint32_t index = 0;
-    fast->longest = 0;
-    fast->firstLength = 0;
+    fast->maxLength = 0;
+    fast->minLength = 0;
     for (uint32_t length = 1; length <= kMaxCodeLength; ++length) {
         const uint32_t count = huffman.counts[length];
         if (count != 0) {
-            fast->longest = length;
-            fast->firstLength = fast->firstLength == 0 ? length : fast->firstLength;
+            fast->maxLength = length;
+            fast->minLength = fast->minLength == 0 ? length : fast->minLength;
         }
         code <<= 1;
         fast->base[length] = index - code;
@@ -70,17 +70,17 @@ inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
         limits[length] = last_before(code, length);
         index += count;
     }
-    fast->last = limits[fast->longest];
+    fast->last = limits[fast->maxLength];
     for (uint32_t i = 0; i < kMaxCodeLength + kCommonLengths; ++i) {
-        const uint32_t length = fast->firstLength + i;
-        fast->limits[i] = length < fast->longest ? limits[length] : ~uint64_t{0};
+        const uint32_t length = fast->minLength + i;
+        fast->limits[i] = length < fast->maxLength ? limits[length] : ~uint64_t{0};
     }
 }
 
 /// The length of the code at the start of `input`. Each limit that the input exceeds adds one bit.
 inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
     // Two independent sums run in parallel. The asm keeps the compiler from combining them.
-    uint32_t length = code.firstLength;
+    uint32_t length = code.minLength;
     uint32_t more = 0;
     for (uint32_t i = 0; i < kCommonLengths; i += 2) {
         length += input > code.limits[i];

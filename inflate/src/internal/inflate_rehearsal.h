@@ -1,5 +1,5 @@
 // Decodes a stream only for its verdict: the result of inflate_process() in direct mode, and the fixed-code blocks.
-// It needs the memory of a window instead of the whole output.
+// Needs memory for a window, not for the whole output.
 #pragma once
 
 #include "inflate/src/internal/inflate_fault.h"
@@ -13,8 +13,7 @@ namespace inflate_detail {
 /// The bytes of the stream that contain a fixed-code block, counted from 0.
 struct fixed_block_t {
     uint64_t firstByte; ///< contains the first bit of the block header
-    uint64_t
-        lastByte; ///< contains the last bit of the block, or the last bit read if the stream stops inside it
+    uint64_t lastByte;  ///< contains the last bit that was read of the block
 };
 
 /// The whole state. It points into itself after rehearsal_begin(), so it must not be copied or moved.
@@ -22,7 +21,7 @@ struct rehearsal_t {
     inflate_t inflate;
     bitstream_t input;
     uint64_t bytesGiven; ///< bytes of the stream so far, with the current piece
-    uint64_t room;       ///< output space, in bytes, that `inflate` has not got yet
+    uint64_t room;       ///< remaining output space in bytes, not yet given to `inflate`
     bool truncatesMatch; ///< the current match extends beyond the last byte of output
     fault_t fault;       ///< why the last piece was rejected
     /// Number of fixed-code blocks. The decoder rejects them, the rehearsal accepts them. If there are none, both give

@@ -101,8 +101,7 @@ inline void copy_match(uint8_t* out, uint32_t distance, uint32_t length) {
     uint64_t word = load_word(out - distance);
     if (distance < 8) {
         word = repeated(word, distance);
-        const uint32_t step =
-            8 - 8 % distance; // whole repetitions, so that the same word continues them
+        const uint32_t step = 8 - 8 % distance; // whole repetitions, so the word stays the same
         for (; length >= 8; length -= step, out += step) {
             store_word(out, word);
         }
