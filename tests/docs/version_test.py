@@ -30,7 +30,7 @@ class Version(unittest.TestCase):
     def test_stands_in_the_manual_pages(self):
         for page in sorted((TREE / "docs/man").glob("*.1")):
             with self.subTest(page=page.name):
-                self.assertIn(f"\n.Os Quillory {VERSION}\n", page.read_text())
+                self.assertIn(f"\nThis page describes version {VERSION}.\n", page.read_text())
 
     def test_heads_the_list_of_changes(self):
         self.assertEqual(VERSION, re.search(r"^## ([\d.]+)", (TREE / "CHANGELOG.md").read_text(), re.M)[1])
