@@ -272,4 +272,27 @@ TEST_F(Convert, PrintsAnObjectForEachImage) {
               tool({"convert", "--json", "images", "surfaces"}).output);
 }
 
+TEST_F(Convert, KeepsGrayWithAlphaInItsMode) {
+    const byte_vector image = png().gray_alpha(2, 1).pixels({7, 255, 9, 128}).bytes();
+    const byte_vector surface = convert(image, {"--keep-colors"});
+    EXPECT_EQ(static_cast<uint8_t>(DsColorMode::AI88), surface[4]);
+    EXPECT_EQ((byte_vector{7, 255, 9, 128}), slice(surface, 20, 4));
+}
+
+TEST_F(Convert, RejectsEmptyFiles) {
+    write("in.png", {});
+    expectTool(1, "in.png: rejected: the file is empty [not-png]\n", "",
+               {"convert", "--quiet", "in.png", "out.surface"});
+}
+
+TEST_F(Convert, RejectsColorsForAlphaOnlySurfaces) {
+    for (const uint8_t depth : byte_vector{8, 16}) { // the second one is decoded by libpng
+        write("in.png", libpng_encode(noise_image(kRgb, depth, false, 2, 2)));
+        expectTool(1,
+                   "in.png: rejected: not grayscale without alpha, which --alphaonly needs "
+                   "[not-grayscale]\n",
+                   "", {"convert", "--quiet", "--alphaonly", "in.png", "out.surface"});
+    }
+}
+
 } // namespace

@@ -89,4 +89,21 @@ TEST(Orientation, MovesRowsAndColumnsToTheirSides) {
     }
 }
 
+TEST(PngLoss, IsNoGammaValueBesideAProfileOrAnSrgbChunk) {
+    const png_chunk_t gamma = {"gAMA", {0, 1, 0x86, 0xA0}}; // 1.0
+    const auto codesOf = [](const png_maker& image) {
+        std::vector<std::string> codes;
+        for (const Finding& loss : lossesOf(factsOf(image.bytes()))) {
+            codes.push_back(loss.code);
+        }
+        return codes;
+    };
+    const png_maker image = png().rgb(2, 2).chunk_before_idat(gamma);
+    EXPECT_EQ(std::vector<std::string>{"gamma"}, codesOf(image));
+    EXPECT_EQ(std::vector<std::string>{},
+              codesOf(png_maker(image).chunk_before_idat({"sRGB", {0}})));
+    EXPECT_EQ(std::vector<std::string>{"icc-profile"},
+              codesOf(png_maker(image).chunk_before_idat({"iCCP", {0}})));
+}
+
 } // namespace

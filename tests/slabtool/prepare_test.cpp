@@ -351,6 +351,19 @@ TEST_F(Prepare, KeepsSubfolders) {
                "{\"input\":\"in/a.png\",\"output\":\"a.png\",\"outcome\":\"prepared-with-loss\","
                "\"losses\":[{\"code\":\"16-bit\",\"words\":\"16 bits a sample become 8\"}]}\n",
                "", {"prepare", "--json", "--output-dir", "out", "in/a.png"});
+    expectTool(1,
+               "{\"input\":\"in/broken.png\",\"output\":\"broken.png\",\"outcome\":\"rejected\","
+               "\"reason\":{\"code\":\"unreadable\",\"words\":\"the file ends too early\"},"
+               "\"losses\":[]}\n",
+               "", {"prepare", "--json", "--output-dir", "out", "in/broken.png"});
+}
+
+TEST_F(Prepare, PrintsAnObjectForOneImage) {
+    write("a.png", libpng_encode(noise_image(kGray, 16, false, 4, 4)));
+    expectTool(0,
+               "{\"input\":\"a.png\",\"output\":\"b.png\",\"outcome\":\"prepared-with-loss\","
+               "\"losses\":[{\"code\":\"16-bit\",\"words\":\"16 bits a sample become 8\"}]}\n",
+               "", {"prepare", "--json", "a.png", "b.png"});
 }
 
 TEST_F(Prepare, DoesNotReplaceTheSources) {
