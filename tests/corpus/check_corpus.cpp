@@ -9,6 +9,7 @@
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/png_oracle.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -109,8 +110,15 @@ std::string verdict_on(const byte_vector& file) {
     if (!oracle) {
         return "accepted, but rejected by libpng";
     }
-    const byte_vector pixels = packed_pixels(*surface, oracle->pixels.size() / oracle->height);
-    return pixels == oracle->pixels ? "accepted, equal" : "accepted, DIFFERENT";
+    const size_t row_bytes = oracle->pixels.size() / oracle->height;
+    const byte_vector pixels = packed_pixels(*surface, row_bytes);
+    const auto different = std::mismatch(pixels.begin(), pixels.end(), oracle->pixels.begin());
+    if (different.first == pixels.end()) {
+        return "accepted, equal";
+    }
+    const auto at = static_cast<size_t>(different.first - pixels.begin());
+    return "accepted, DIFFERENT in row " + std::to_string(at / row_bytes) + ", column " +
+           std::to_string(at % row_bytes / (row_bytes / oracle->width));
 }
 
 bool is_failure(const std::string& verdict) {
