@@ -46,7 +46,7 @@ DsFSpan spanAt(float offset, float radius, float center, float otherRadius2, flo
     return {center - half, center + half};
 }
 
-// An angle from 0 to 360; exactly 360 only by rounding.
+// The angle modulo 360, at least 0. Rounding may give exactly 360.
 float normalized(float angle) {
     const auto remainder = static_cast<float>(std::fmod(static_cast<double>(angle), 360.0));
     return remainder < 0.0F ? remainder + 360.0F : remainder;

@@ -14,8 +14,8 @@ public:
     /// @param radii horizontal and vertical radius.
     DsEllipse(const DsFPoint& center, const DsFPoint& radii);
 
-    /// The span between the two points of the ellipse at column `x`. Empty if |x - center| is above
-    /// the horizontal radius, which itself is included.
+    /// The span between the two points of the ellipse at column `x`. Empty if |x - center| is greater
+    /// than the horizontal radius, not if it is equal.
     DsFSpan verticalSpanAt(float x) const override;
     DsFSpan horizontalSpanAt(float y) const override;
     DsFRect bounds() const override;
@@ -36,9 +36,9 @@ public:
 
     /// Bounding box of the arc that runs counter-clockwise from one angle to the other. With
     /// `sector`, bounding box of the pie slice, which includes the center. Angles are taken modulo
-    /// 360, so 0 to 360 is a single point. Neither angle may be a negative number so small that
-    /// adding 360 gives 360 in single precision (such as -0.000001): with such an end angle the loop
-    /// over the axes does not end.
+    /// 360, so 0 to 360 is a single point. Neither angle may be so little below 0 that adding 360
+    /// gives 360 in single precision (such as -0.000001). With such an end angle the function does
+    /// not return.
     DsFRect arcBounds(bool sector, float startAngle, float endAngle) const;
 
 private:
@@ -50,8 +50,8 @@ private:
     float mRatioXY, mRatioYX;   // quotients of the squares
 };
 
-/// The extents of an arc of the unit circle, or of its pie slice. The angles are subject to the
-/// condition of arcBounds.
+/// The extents of an arc of the unit circle, or of its pie slice. The angles must meet the condition
+/// of arcBounds.
 void unitArcExtents(bool sector, float& minX, float& maxX, float& minY, float& maxY,
                     float startAngle, float endAngle);
 

@@ -8,9 +8,9 @@ using namespace ds_detail;
 
 namespace {
 
-// Whether adding `extent` changes `position`: false for NaN, for an extent of 0 or below, and for one
-// that the sum rounds away (less than half a unit in the last place of `position`; exactly half
-// rounds to even).
+// Whether adding `extent` increases `position`. False for NaN, for an extent of 0 or below, and for an
+// extent that rounding removes: less than half a unit in the last place of `position`, or exactly half
+// if that rounds down.
 bool extendsFrom(float position, float extent) {
     return extent + position > position;
 }

@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Allocates a buffer of `byteCount` bytes, which is SIZE_MAX for a size that does not fit 64 bits.
-/// It may throw. The constructor does not check for a null result.
+/// Allocates a buffer of `byteCount` bytes. SIZE_MAX stands for a size that does not fit 64 bits. The
+/// callback may throw. The constructor does not check for a null result.
 using DsAllocFn = void* (*)(size_t byteCount);
 /// Releases a buffer that the allocation callback returned.
 using DsFreeFn = void (*)(void* block);
@@ -18,23 +18,23 @@ using DsFreeFn = void (*)(void* block);
 /// those of the picture before rotation; the surface maps them by its rotation (90, 180 or 270
 /// degrees counter-clockwise; any other value is kept and acts as 0).
 ///
-/// A surface owns its pixel and palette buffers exactly if it was constructed with a release
-/// callback. Aliases, sub-surfaces and views own nothing: the buffers that they use must outlive
+/// A surface that was constructed with a release callback owns its pixel and palette buffers.
+/// Aliases, sub-surfaces and views own nothing: the buffers that they use must outlive
 /// them. Nothing is locked: only one thread at a time may change a surface. No operation reports an
 /// error. No buffer needs any alignment. A surface with a stored width or height below 1 is empty.
 class DsSurface {
 public:
     /// Makes an owning surface.
-    /// @param callerWidth,callerHeight size in pixels as the caller sees it; stored exchanged if
-    ///                   the rotation is 90 or 270. Negative sizes request SIZE_MAX bytes.
+    /// @param callerWidth,callerHeight size in pixels as the caller sees it. Rotations 90 and 270
+    ///                   exchange them in the stored size. A negative size requests SIZE_MAX bytes.
     /// @param degrees    the rotation.
     /// @param colorMode  a mode without pixels gives stride and pitch 0.
     /// @param entryAlpha 0: palette entries are blue, green, red; 1: blue, green, red, alpha.
     /// @param entryCount number of palette entries; only I8 and AI88 get a palette buffer.
     /// @param allocate,release callbacks for the buffers. If `allocate` throws for the palette, the
     ///                   pixel buffer is released first.
-    /// @param rowAlignment every stride is a multiple of this many bytes and of the pixel size
-    ///                   (their least common multiple for powers of two); 0 counts as 1.
+    /// @param rowAlignment every stride is a multiple of this many bytes and of the pixel size. A power
+    ///                   of two gives the smallest such stride. 0 counts as 1.
     /// @param extra      bytes after the last row, rounded up to a multiple of 4, at most to
     ///                   SIZE_MAX - 3.
     DsSurface(int32_t callerWidth, int32_t callerHeight, const uint32_t& degrees,
@@ -47,23 +47,22 @@ public:
 
     /// Makes a non-owning view of a surface file in memory (see `serialize`). The header is trusted:
     /// the caller makes sure that `file` has 20 + height * stride bytes and that the stride is at
-    /// least width * bytes per pixel. If the stride is no multiple of the pixel size, fills and
+    /// least width * bytes per pixel. If the stride is not a multiple of the pixel size, fills and
     /// copies step by whole pixels (`getPitch`), the other operations by the stride.
     explicit DsSurface(uint8_t* file);
 
     /// Makes a non-owning sub-surface: an alias whose origin and size are those of `area`, in the
     /// caller coordinates of `parent`. The size is kept even if the area extends beyond the parent.
-    /// The clip is the part of the area inside the parent's array and its clip, so drawing stays
-    /// inside. If the area extends beyond the parent, callers must not use operations that ignore
+    /// The clip is the part of the area inside both the parent's array and the parent's clip, so
+    /// drawing stays inside. If the area extends beyond the parent, callers must not use operations that ignore
     /// the clip or widen it: `resetClip`, `setClip` with more than the part inside, `invert`,
     /// `replaceColor`, `copyChannels`, `replaceAlpha`, or a copy from the sub-surface.
     ///
-    /// Serializing a sub-surface reads `height` whole strides from its first pixel on. Decoding into
-    /// it writes them, and the extra bytes. All these bytes must lie inside the buffer of the surface
-    /// that owns the pixels, also if the parent is itself a sub-surface. They do if the stored area
-    /// starts inside the owner's array and ends above its last row, or starts in its first column and
-    /// ends with that row. An area that extends below the last row goes past the buffer, unless the
-    /// owner has enough extra bytes.
+    /// Serializing a sub-surface reads `height` whole strides from its first pixel on. All these bytes
+    /// must be inside the buffer of the surface that owns the pixels, even if the parent is itself a
+    /// sub-surface. They are if the stored area starts inside the owner's array and either ends above
+    /// its last row, or ends with that row and starts in the first column. For an area that extends
+    /// below the last row, the owner needs enough extra bytes.
     DsSurface(const DsSurface& parent, const DsRect& area);
 
     /// Releases the palette buffer, then the pixel buffer, if a release callback was given.
@@ -102,8 +101,8 @@ public:
     /// (0, 0, width, height) as the caller sees them.
     DsRect getBounds() const;
     /// Limits drawing to the part of `area` (caller coordinates) inside the stored array. An area
-    /// outside the array leaves an empty clip. In the direction in which it is outside, the clip has
-    /// extent 0 and its position is the area's left or upper stored edge, or 0 if that is negative.
+    /// outside the array leaves an empty clip. On an axis where the area is outside, the clip has
+    /// extent 0. Its position is the area's left or upper stored edge, but at least 0.
     void setClip(const DsRect& area);
     /// The clip in caller coordinates.
     DsRect getClip() const;
@@ -119,23 +118,24 @@ public:
     /// has no palette, no extra bytes and no clip.
     uint64_t serialize(void* buffer) const;
 
-    /// Caller point to stored point, as pixel positions. Integer mappings wrap.
+    /// Maps a pixel position from caller to stored coordinates. Integer mappings wrap.
     void mapPoint(int32_t& x, int32_t& y) const;
-    /// Caller point to stored point, as positions between pixels.
+    /// Maps a position between pixels from caller to stored coordinates.
     void mapPointF(float& x, float& y) const;
-    /// Caller size to stored size, and back.
+    /// Maps a size from caller to stored coordinates, or back.
     void mapSize(int32_t& sizeX, int32_t& sizeY) const;
     void mapSizeF(float& sizeX, float& sizeY) const;
-    /// Caller rectangle to stored rectangle.
+    /// Maps a rectangle from caller to stored coordinates.
     void mapRect(DsRect& rect) const;
     void mapRectF(DsFRect& rect) const;
-    /// Stored rectangle to caller rectangle, the exact inverse of `mapRect`.
+    /// Maps a rectangle from stored to caller coordinates: the exact inverse of `mapRect`.
     void unmapRect(DsRect& rect) const;
 
     /// Rotates the stored pixels by 90 degrees counter-clockwise into a new buffer, without extra
-    /// bytes, and sets the rotation to 90, so that caller coordinates still address the same
+    /// bytes, and sets the rotation to 90. If it was 0, caller coordinates still address the same
     /// content. Kept on purpose: any other angle, 180 and 270 included, changes nothing. A surface
-    /// without callbacks does not change. No surface changes if the allocation callback returns null.
+    /// without callbacks does not change. If the allocation callback returns null, only a surface of
+    /// width or height 0 changes.
     void rotate(int32_t degrees);
 
     /// Copies the alpha channel from an A8 surface: each stored pixel takes its alpha from the pixel
@@ -149,7 +149,7 @@ public:
     // the copies. Copies read the source in stored order, so both sides should have the same
     // rotation. A source is never read outside its stored array. It may be the destination itself at
     // the same position, but must not overlap it at another one. Alpha modes: 0 uses the decoded
-    // alpha, 1 the color's alpha, 2 their product divided by 255, any other 0.
+    // alpha, 1 the color's alpha, 2 their product divided by 255. Any other mode uses alpha 0.
 
     /// Writes one pixel.
     void setPixel(int32_t x, int32_t y, uint32_t color);
@@ -160,9 +160,9 @@ public:
     /// Composes the whole source over the pixels at (x, y). The stored color is multiplied by the
     /// alpha (see blendPixels).
     void blend(int32_t x, int32_t y, const DsSurface& source, uint32_t alphaMode, uint32_t color);
-    /// Blends the source aligned inside `area`, which does not clip. Bits 0 and 1 of `alignFlags`:
-    /// 2 right, 3 centered, else left. Bits 2 and 3: 8 bottom, 12 centered, else top. (dx, dy) moves
-    /// the source inwards from the edge that it is aligned to, or right and down if centered.
+    /// Blends the source, aligned inside `area`. The area does not clip. `alignFlags` & 3 is 2 for
+    /// right, 3 for centered, else left. `alignFlags` & 12 is 8 for bottom, 12 for centered, else top.
+    /// (dx, dy) moves the source inwards from its edge, or right and down if centered.
     void blendAligned(const DsSurface& source, uint32_t alphaMode, uint32_t color,
                       const DsRect& area, uint8_t alignFlags, int32_t dx, int32_t dy);
     /// Complements every byte of every stored pixel, alpha included. Ignores the clip.

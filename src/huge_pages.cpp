@@ -1,4 +1,4 @@
-// The first access to a page of 4 KiB costs as much as decoding the pixels on it. One large page replaces 512 of
+// The first access to a page of 4 KiB costs as much as decoding the pixels on it. One huge page replaces 512 of
 // these pages.
 #include "src/internal/huge_pages.h"
 
@@ -9,7 +9,7 @@
 void ds_detail::askForHugePages([[maybe_unused]] void* buffer,
                                 [[maybe_unused]] size_t size) noexcept {
 #if defined(MADV_HUGEPAGE)
-    // A buffer of this size contains at least one whole large page of 2 MiB at any address.
+    // A buffer of this size contains at least one whole huge page of 2 MiB at any address.
     constexpr size_t kMinSize = size_t{4} << 20;
     if (size < kMinSize) {
         return;

@@ -1,4 +1,4 @@
-// The AVX2 backend: rows by registers of 32 bytes. Rotation is left to SSE2, with registers of 16 bytes.
+// The AVX2 backend: rows in registers of 32 bytes. SSE2 does the rotation, in registers of 16 bytes.
 #include "src/internal/pixel_backend.h"
 
 #if defined(DS_HAS_AVX2_AND_SSE2)

@@ -17,7 +17,7 @@ constexpr auto kBlendRows =
         return scalarBlendRow<target, source>;
     });
 
-// In steps of twelve bytes, the smallest size that holds a whole number of pixels of one to four bytes each.
+// Fills in steps of 12 bytes, the smallest multiple of every pixel size from 1 to 4 bytes.
 void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
     constexpr uint64_t kStep = 12;
     uint64_t done = 0;

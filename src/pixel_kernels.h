@@ -14,7 +14,7 @@ void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width,
 
 /// Copies `width` by `height` pixels from one mode to another. `color` is a color word: an A8 source
 /// paints its color, and alpha modes 1 and 2 use its alpha. Alpha mode 0 uses the decoded alpha, 1
-/// the word's alpha, 2 their product divided by 255 and rounded down, any other 0.
+/// the word's alpha, 2 their product divided by 255 and rounded down. Any other mode uses alpha 0.
 ///
 /// A source of a reserved or unknown mode reads as zeros. A destination of such a mode is not
 /// written. Source and destination may be the same pixels in the same mode. Any other overlap is not

@@ -24,6 +24,6 @@ uint32_t setBlendColor(DsColorMode mode, uint32_t color);
 /// coverage overlaps the pixels, each coverage byte is read just before its pixel is written.
 void blendSpan(uint8_t* destination, const uint8_t* coverage, uint32_t count);
 
-/// The same for pixels at a distance of `step` pixels, forwards: `step` * gBlendBytesPerPixel bytes,
-/// a product that wraps at 32 bits.
+/// The same for every `step`-th pixel, forwards. The distance of `step` * gBlendBytesPerPixel bytes
+/// wraps at 32 bits.
 void blendSpanStrided(uint8_t* destination, uint32_t step, const uint8_t* coverage, uint32_t count);

@@ -230,7 +230,7 @@ consteval ModeTable<Value> makeModeTable(Make make, std::integer_sequence<uint32
     return {make.template operator()<DsColorMode{mode}>()...};
 }
 
-/// A table of the results of `make` for each mode, its template argument.
+/// A table of the result of `make<mode>()` for each mode.
 template <typename Value, typename Make>
 consteval ModeTable<Value> makeModeTable(Make make) {
     return makeModeTable<Value>(make, std::make_integer_sequence<uint32_t, kColorModeCount>());
@@ -260,8 +260,8 @@ struct ModePairTable {
     }
 };
 
-/// A table of the results of `make` for each destination and source mode, its two template arguments.
-/// Destinations without pixels get empty values.
+/// A table of the result of `make<target, source>()` for each pair of modes. Targets without pixels get
+/// empty values.
 template <typename Value, typename Make>
 consteval ModePairTable<Value> makeModePairTable(Make make) {
     return {makePixelModeTable<ModeTable<Value>>([make]<DsColorMode target>() {

@@ -19,7 +19,7 @@ struct SourceRule {
 };
 
 /// The rule for an alpha mode and a color word. Mode 0 uses the decoded alpha, 1 the word's alpha,
-/// 2 their product divided by 255, any other 0.
+/// 2 their product divided by 255. Any other mode uses alpha 0.
 inline SourceRule sourceRule(uint32_t alphaMode, uint32_t colorWord) {
     const DsColor color = colorFromWord(colorWord);
     switch (alphaMode) {

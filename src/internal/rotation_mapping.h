@@ -63,7 +63,7 @@ constexpr bool exchangesAxes(uint32_t rotation) {
     return rotation == 90 || rotation == 270;
 }
 
-/// The rotation that undoes `rotation`, for the sizes after `rotation`.
+/// The rotation that undoes `rotation`. It takes the caller's width and height.
 constexpr uint32_t inverseRotation(uint32_t rotation) {
     return exchangesAxes(rotation) ? 360 - rotation : rotation;
 }

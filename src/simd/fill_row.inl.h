@@ -1,4 +1,4 @@
-// Fills a row with a pattern by whole registers.
+// Fills a row with a pattern in whole registers.
 //
 // Included inside a namespace after src/simd/vec_<isa>.h; the includer has src/internal/pixel_backend.h.
 
@@ -23,8 +23,8 @@ struct FillRun {
 };
 
 // The first and the last run are stored unaligned, those between at aligned addresses: a store across two cache
-// lines costs twice (with 32-byte registers, 1.6 times as fast as unaligned 16 bytes). A row is a whole number of
-// pixels, and so is a run, so the last run starts with a whole pixel, like the first.
+// lines costs twice as much. This is 1.6 times as fast as unaligned stores of 16 bytes (with 32-byte registers). A row
+// and a run are whole numbers of pixels, so the last run starts with a whole pixel, like the first.
 [[gnu::flatten]] void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
     if (byteCount < FillRun::kSize) {
         std::memcpy(row, pattern, byteCount);

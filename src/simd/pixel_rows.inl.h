@@ -77,14 +77,14 @@ inline U32 quotientWords(U16 blueRed, U16 greenAlpha, const Constants& c) {
 constexpr uint32_t kAlphas = 0xFF000000U;
 constexpr uint32_t kColors = 0x00FFFFFFU;
 
-// The channel formulas stay below 2^16, so they run on red and blue at a time, one in each lane of a word. Green is
+// The channel formulas stay below 2^16, so they run on red and blue together, one in each lane of a word. Green is
 // computed times 4: the result is at bits 8 to 15 and needs only a mask.
 
 inline U32 load565(const uint8_t* pixels, const Constants& c) {
     const U32 stored = loadU16(pixels);
     const U16 redBlue = U16((stored << 5 & 0x001F0000U) | (stored & 31U));
     const U16 green = U16(stored >> 5 & 63U);
-    // The sum in the upper lane is the alpha.
+    // The upper lane has no green: its sum is the alpha.
     return U32((redBlue * c.widen5 + 23) >> 6) |
            (U32(green * c.widen6 + U16(U32{} + (kAlphas | 33 * 4))) & 0xFF00FF00U);
 }
@@ -109,7 +109,7 @@ inline void store565(U32 words, uint8_t* pixels, const Constants& c) {
     storeU16(U32(redBlue) | U32(redBlue) >> 5 | U32(green << 5), pixels);
 }
 
-// (v * 527 + 23) >> 6. v * 512 is shifted apart from the rest, which then stays below 2^16.
+// (v * 527 + 23) >> 6. v * 512 is shifted separately, so that the rest stays below 2^16.
 inline U16 overWiden(U16 values) {
     return (values << 3) + ((values * 15 + 23) >> 6);
 }
@@ -182,8 +182,8 @@ inline void storePixels(U32 words, uint8_t* pixels, const Constants& c) {
 using BlocksLoop = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                             const SourceRule& rule);
 
-// Shorter tails go through the scalar row: a SIMD loop on a buffer costs some 9 ns to start, as much as that many
-// scalar pixels. Composing a pixel takes longer than converting one.
+// A shorter tail goes through the scalar row. A SIMD loop on a buffer costs some 9 ns to start, as much as this number
+// of scalar pixels. Composing a pixel takes longer than converting one.
 constexpr uint32_t kMinConvertedTail = 6;
 constexpr uint32_t kMinBlendedTail = 3;
 
@@ -314,8 +314,8 @@ inline U32 composeNothingOver(U32 words, const Constants& c) {
     return quotientWords(target.blueRed, target.greenAlpha, c);
 }
 
-// Whether all four-byte pixels of a register, in memory, are opaque, and whether all have alpha 0. Tested with scalar
-// loads: the integer ports are idle here, and moving SIMD lanes to them is slow.
+// Tests whether all ARGB8888 pixels of a register are opaque, or all clear (alpha 0). Uses scalar loads from memory:
+// the integer ports are idle here, and moving SIMD lanes to them is slow.
 constexpr uint64_t kAlphaPair = 0xFF000000FF000000;
 
 inline uint64_t pixelPair(const uint8_t* pixels, uint32_t first) {

@@ -13,7 +13,7 @@ constexpr uint32_t kRegisterBytes = 16;
 constexpr uint32_t kCacheLine = 64;
 static_assert(sizeof(U8) == kRegisterBytes);
 
-// The pixels of a register, and the pixels of two lower or two upper halves of registers, alternating.
+// Interleaves the pixels of the lower halves of two registers, or of the upper halves.
 template <uint32_t pixelSize>
 struct Interleave;
 
@@ -60,7 +60,7 @@ struct Square {
         (std::memcpy(&rows[i], from + i * stride, sizeof(Pixels)), ...);
     }
 
-    /// Stores row 0 lowest and each following row one stride above.
+    /// Stores row 0 at `to` and each following row one stride before it.
     void storeUpwards(uint8_t* to, uint64_t stride) const {
         (std::memcpy(to - i * stride, &rows[i], sizeof(Pixels)), ...);
     }
@@ -121,8 +121,8 @@ template <uint32_t pixelSize>
     }
 }
 
-// The first row or column of the grid's tile at `start`. The first and the last tile are moved inside the array, and
-// then rotate some pixels of their neighbors once more.
+// The first row or column of the tile that starts at `start` in the grid. The first and the last tile are moved inside
+// the array. They rotate some pixels of their neighbors again.
 template <uint32_t pixelSize>
 int64_t tileStart(int64_t start, int64_t size) {
     return std::clamp<int64_t>(start, 0, size - kTileSide<pixelSize>);

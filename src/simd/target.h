@@ -1,5 +1,5 @@
 // Marks a region whose functions are compiled for an instruction set beyond the baseline. Functions and templates
-// defined outside the region keep the baseline, also if they are used inside.
+// defined outside the region keep the baseline, even if they are used inside.
 #pragma once
 
 #define DS_PRAGMA(text) _Pragma(#text)
