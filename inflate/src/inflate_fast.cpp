@@ -25,7 +25,7 @@
 // output: kOutputMargin. If less is left, the state machine continues.
 //
 // Rejection. The loop consumes a symbol only after all checks. Before an invalid code, a distance too far back, or a
-// symbol without meaning, it stops. The state machine then reads the same bits and reports the fault. The
+// symbol without a length, it stops. The state machine then reads the same bits and reports the fault. The
 // record, the reader and the output are exactly as the state machine would have left them.
 //
 // Tried and rejected: reversing the bits at each refill (5 to 14 % slower), and a second bit buffer with the bits in
@@ -81,14 +81,14 @@ uint64_t reversed_in_bytes(uint64_t word) {
     return ((word >> 1) & kSingles) | (word & kSingles) << 1;
 }
 
-// A segment of input in two forms: unchanged, after the word before the segment, for extra bits; and with the bits of
-// each byte reversed, for codes. Reversing a byte once here costs a third of reversing it at every refill.
+// A segment of input in two forms. `forward` is for extra bits: the word before the segment, then the unchanged bytes.
+// `reversed` is for codes. Reversing a byte once here costs a third of reversing it at every refill.
 struct segment_t {
-    uint32_t size; // with the margin, which is also the start of the next segment
+    uint32_t size; // with the margin, which the next segment reads again
     uint8_t forward[kWordSize + kSegmentSize];
     uint8_t reversed[kSegmentSize];
 
-    // Loads as much as fits from `left` bytes at `in`, which are at least a margin.
+    // Loads as much as fits of the `left` bytes at `in`. `left` is at least kInputMargin.
     void load(const uint8_t* in, size_t left) {
         size = left < kSegmentSize ? static_cast<uint32_t>(left) : kSegmentSize;
         for (uint32_t at = 0; at + kWordSize <= size; at += kWordSize) {
@@ -265,7 +265,7 @@ void decode_segment(const fast_block_t& block, const segment_t& segment, positio
     *result = position;
 }
 
-// Decodes from the reader's input, up to its margin. Returns the position after the segments' used bytes.
+// Decodes the reader's input up to its margin. Returns the position after the used bytes.
 const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, position_t* position,
                       const uint8_t* outLimit, const uint8_t* oldest) {
     segment_t segment;

@@ -38,7 +38,7 @@ uint32_t wrapped_offset(const inflate_t* inflate, const uint8_t* position, uint3
     return offset == inflate->windowSize ? 0 : offset;
 }
 
-// Writes `count` bytes from `from`, which must fit the output and the rest of the window. Copies byte
+// Writes `count` bytes from `from`. They must fit the output and the rest of the window. Copies byte
 // by byte, because an overlapping match repeats its own output.
 void emit(inflate_t* inflate, const uint8_t* from, uint32_t count) {
     if (inflate->window != nullptr) {

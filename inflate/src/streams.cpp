@@ -121,8 +121,8 @@ int32_t huffman_decode(const huffman_t* huffman, bitstream_t* stream) {
         return kHuffmanInvalid;
     }
     // The code is read from a copy of the reader. If the input ends inside the code, its bits stay in
-    // the buffer of the reader itself. Its remaining bytes are loaded there too, because the caller
-    // may free the piece of input before the next call.
+    // the reader's own buffer. The remaining input bytes are loaded there too, because the caller may
+    // free the piece before the next call.
     bitstream_t ahead = *stream;
     int32_t code = 0;
     int32_t first = 0;

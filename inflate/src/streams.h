@@ -37,7 +37,7 @@ inline constexpr uint32_t kMaxDistSymbols = 30;
 struct inflate_t {
     uint16_t state;     ///< next step, 0 to 14
     uint8_t finalBlock; ///< BFINAL of the current block
-    int16_t symbol;     ///< last decoded symbol; index of a code length or of a length
+    int16_t symbol;     ///< last decoded symbol, or the index of a code length or a length code
     uint16_t count;     ///< code lengths still to read
     uint16_t length;    ///< bytes left of a stored block or a match; HLIT in a dynamic header
     uint16_t distance;  ///< distance of a match; HDIST in a dynamic header

@@ -39,8 +39,8 @@ struct fast_code_t {
     uint32_t minLength; ///< bits of the shortest code
     uint32_t maxLength; ///< bits of the longest code
     uint64_t last;      ///< the highest input that begins with a code
-    /// The highest input that begins with a code of at most minLength + i bits. From the longest
-    /// length on all ones, which no input exceeds.
+    /// The highest input that begins with a code of at most minLength + i bits. From maxLength on, the
+    /// limits are all ones, which no input exceeds.
     uint64_t limits[kMaxCodeLength + kCommonLengths];
     /// By length: the number to add to a code to get the index of its symbol (wrapping).
     uint32_t base[kMaxCodeLength + 1];

@@ -18,7 +18,7 @@ enum class fault_t : uint8_t {
     code_length_code,      ///< the code-length code is over-subscribed
     code_length_symbol,    ///< bits that are no code of the code-length code
     code_length_kind,      ///< a code length symbol above 18
-    repeat_of_nothing,     ///< a repeat of the previous code length at the first one
+    repeat_of_nothing,     ///< a repeat of the previous code length, before the first one
     repeat_too_long,       ///< a repeat of a code length beyond the last one
     end_of_block_missing,  ///< a block without an end-of-block code
     litlen_code,           ///< the literal/length code is over-subscribed or incomplete

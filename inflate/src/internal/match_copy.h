@@ -59,8 +59,8 @@ inline void copy_units(uint8_t* out, uint32_t distance, uint32_t length) {
     copy_unit<size>(last, distance);
 }
 
-/// Copies `length` bytes, one to four units, by four units that overlap as needed. There is no branch
-/// on the length and so no misprediction: a tenth less time on photographs.
+/// Copies `length` bytes, `size` to 4 * `size`, in four units that overlap as needed. No branch depends
+/// on the length, so none is mispredicted: a tenth less time on photographs.
 template <uint32_t size>
 inline void copy_four(uint8_t* out, uint32_t distance, uint32_t length) {
     const uint32_t last = length - size;
