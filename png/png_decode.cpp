@@ -52,7 +52,7 @@ constexpr uint32_t kFrameSize = kLengthSize + kTypeSize + kCrcSize;
 
 struct chunk_t {
     uint32_t index;  // 1 for the header
-    uint64_t offset; // of the length, in the file
+    uint64_t offset; // of the length field, in the file
     uint32_t type;   // letter case ignored
     bool ancillary;
     const uint8_t* name; // the type as in the file; null if the file ends before the frame does
@@ -362,7 +362,7 @@ fault_t process_chunks(decoder_t* decoder, const uint8_t* file, uint64_t size, u
     }
 }
 
-// Checks that nothing is missing after the last chunk.
+// Checks, after the last chunk, that nothing is missing.
 fault_t check_complete(const decoder_t& decoder) {
     if (!decoder.idatSeen) {
         return fault_t::image_data_missing;

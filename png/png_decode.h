@@ -28,9 +28,9 @@ inline constexpr int32_t kPngMalformed = 1; ///< damaged, incomplete, or not acc
 inline constexpr int32_t kPngUnsupported = 2;
 inline constexpr int32_t kPngDoesNotFit = 3; ///< the surface does not fit the image
 
-/// Checks the PNG file at `data` (`size` bytes, every chunk with its CRC) and fills `info`. With a
-/// null `surface` it does no more (header pass: no pixel is decoded). With a surface (full pass) it
-/// also decodes the pixels and the palette. The pixel buffer of `surface` must have one byte per row
+/// Checks the PNG file of `size` bytes at `data`, with every CRC, and fills `info`. With a null
+/// `surface` it does no more (header pass: no pixel is decoded). With a surface (full pass) it also
+/// decodes the pixels and the palette. The pixel buffer of `surface` must have one byte per row
 /// more than the pixels need, because the rows are inflated into its tail and unfiltered in place.
 /// A sub-surface cannot be used. After a failure the buffers may be partly written. Nothing is
 /// allocated; the caller owns everything.

@@ -1,8 +1,8 @@
 // The loop over the rows of an image. It chooses how to convert each row.
 //
 // Conversion in place works because every pixel is at a lower address than its own source: a converted row has no
-// filter byte, so the target advances more slowly than the source. The min distance is one byte (the first row of an
-// image whose buffer has no extra bytes). So a store must not write beyond the bytes that have been read.
+// filter byte, so the target advances more slowly than the source. The min distance is one byte: for the first row,
+// in a buffer of exactly the size of the filtered rows. So a store must not write beyond the bytes that have been read.
 #include "png/internal/png_rows.h"
 
 #include "png/internal/row_backend.h"

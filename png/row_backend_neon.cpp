@@ -1,4 +1,4 @@
-// The NEON backend: rows by registers of 16 bytes.
+// The NEON backend: rows in registers of 16 bytes.
 #include "png/internal/row_backend.h"
 
 #if defined(DS_HAS_NEON)

@@ -1,4 +1,4 @@
-// The SSE2 backend: rows by registers of 16 bytes.
+// The SSE2 backend: rows in registers of 16 bytes.
 #include "png/internal/row_backend.h"
 
 #if defined(DS_HAS_AVX2_AND_SSE2)

@@ -31,8 +31,8 @@ struct image_data_sink_t {
                        inflate_detail::fault_t* fault);
 };
 
-/// The full pass without the conversion of the rows. It makes every check, and `sink` gets the image data. `surface`
-/// may have any size; its palette is filled. The record's imageDataOffset stays 0.
+/// The full pass without a pixel buffer and rows, and without their checks. `sink` gets the image data. `surface` may
+/// have any size; PLTE and tRNS fill its palette. The record's imageDataOffset stays 0.
 int32_t decode_into_sink(const uint8_t* data, uint64_t size, png_info_t* info, DsSurface* surface,
                          const image_data_sink_t& sink, fault_record_t* record);
 

@@ -16,7 +16,7 @@ enum class fault_t : uint8_t {
     signature, ///< the first eight bytes differ or are missing
     // Every chunk, the header included
     end_chunk_missing,     ///< the file ends where a chunk must begin
-    chunk_frame_truncated, ///< the file ends before there is space for length, type and CRC
+    chunk_frame_truncated, ///< fewer bytes are left than length, type and CRC need
     chunk_truncated,
     chunk_crc,
     // The header

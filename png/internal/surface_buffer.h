@@ -10,8 +10,8 @@
 namespace png_detail {
 
 /// @param byteCount at least 1
-/// @return a buffer on large pages, for `release`. It is zeroed, so that bytes without input are the
-/// same in every run.
+/// @return a zeroed buffer, which `release` frees; a large one is on huge pages. The zeros make bytes
+/// without input the same in every run.
 /// @throws std::bad_alloc if there is not enough memory
 inline void* allocate_zeroed(size_t byteCount) {
     void* const buffer = std::calloc(1, byteCount);

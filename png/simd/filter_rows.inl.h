@@ -1,4 +1,4 @@
-// Rows of one filter, by registers of 16 bytes.
+// Rows of one filter, in registers of 16 bytes.
 //
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h and png/simd/pixel_lanes.inl.h; the
 // includer has png/internal/scalar_rows.h.
@@ -20,7 +20,7 @@ constexpr uint64_t kBlockBytes = 16;
 static_assert(sizeof(U8) == kBlockBytes);
 
 // With pixels of three bytes, the last byte of a block is unused but still stored. It is inside the row, and the next
-// block overwrites it. It overwrites no unread source, because the target starts at least one byte before the source.
+// block or the tail overwrites it. It overwrites no unread source, because the target starts at least one byte before the source.
 template <uint32_t pixelBytes>
 constexpr uint64_t kStep = (kBlockBytes / pixelBytes) * pixelBytes;
 
