@@ -1,12 +1,12 @@
-/* Surface files for programs in C: this header alone, with no library behind it. It is valid C99 and C++, never
- * allocates, and works at any address on machines of either byte order.
+/* Reads surface files in C and C++. This header needs no library. It is valid C99 and C++, allocates nothing, and
+ * accepts files at any address, on machines of either byte order.
  *
  *     struct quillory_surface surface;
  *     if (quillory_surface_open(&surface, bytes, size) == QUILLORY_ACCEPTED) {
  *         uint32_t argb = quillory_surface_pixel(&surface, x, y);
  *     }
  *
- * The file may come from anywhere: nothing outside of its bytes is read, whatever they are.
+ * The file may be untrusted: no content makes these functions read outside its bytes.
  */
 #ifndef QUILLORY_SURFACE_H
 #define QUILLORY_SURFACE_H
@@ -32,19 +32,19 @@ enum quillory_verdict {
     QUILLORY_SHORT_HEADER, /* the file ends inside its header of 20 bytes */
     QUILLORY_BAD_MODE,     /* the mode has no pixels */
     QUILLORY_BAD_WIDTH,    /* the width is not between 1 and 2147483647 */
-    QUILLORY_BAD_HEIGHT,   /* likewise */
-    QUILLORY_BAD_STRIDE,   /* the stride is less than the pixels of a row */
-    QUILLORY_SHORT_ROWS    /* the file ends before its last row does */
+    QUILLORY_BAD_HEIGHT,   /* likewise for the height */
+    QUILLORY_BAD_STRIDE,   /* the stride is less than the bytes of a row's pixels */
+    QUILLORY_SHORT_ROWS    /* the file ends before the end of its last row */
 };
 
-/* A surface file in memory. The functions below read it; the fields are theirs. */
+/* A surface file in memory. Only the functions below use the fields. */
 struct quillory_surface {
     const uint8_t* rows; /* in the caller's buffer */
     uint32_t rotation, mode, stride;
-    uint32_t stored_width, stored_height; /* of the stored array, which may be turned */
+    uint32_t stored_width, stored_height; /* of the stored array, which may be rotated */
 };
 
-/* Bytes a pixel; 0 for a mode without pixels. */
+/* Bytes per pixel; 0 for a mode without pixels. */
 static inline uint32_t quillory_pixel_bytes(uint32_t mode) {
     static const uint8_t bytes[] = {4, 3, 2, 2, 2, 1, 0, 2, 0, 1};
     return mode < sizeof bytes ? bytes[mode] : 0U;
@@ -60,7 +60,7 @@ static inline uint32_t quillory_word(const uint8_t* bytes, uint32_t count) {
     return word;
 }
 
-/* Judges the header words of a file that has `row_bytes` bytes behind them. */
+/* Checks the header of a file that has `row_bytes` bytes after it. */
 static inline enum quillory_verdict quillory_judge(const struct quillory_surface* surface,
                                                    size_t row_bytes) {
     const uint32_t max_pixels = 0x7FFFFFFF;
@@ -74,7 +74,7 @@ static inline enum quillory_verdict quillory_judge(const struct quillory_surface
     if (surface->stored_height < 1 || surface->stored_height > max_pixels) {
         return QUILLORY_BAD_HEIGHT;
     }
-    /* Products of two header words need 64 bits, and fit. */
+    /* The product of two header words fits 64 bits. */
     if (surface->stride < (uint64_t)surface->stored_width * pixel_bytes) {
         return QUILLORY_BAD_STRIDE;
     }
@@ -85,7 +85,7 @@ static inline enum quillory_verdict quillory_judge(const struct quillory_surface
 }
 
 /* Checks the surface file of `size` bytes at `file` and fills in `surface`, which is valid as long as these bytes
- * are. A file that is rejected leaves a surface of 0 by 0 pixels. */
+ * are. If the file is rejected, the surface has 0 by 0 pixels. */
 static inline enum quillory_verdict quillory_surface_open(struct quillory_surface* surface,
                                                           const void* file, size_t size) {
     const struct quillory_surface empty = {NULL, 0, 0, 0, 0, 0};
@@ -114,8 +114,8 @@ static inline uint32_t quillory_surface_mode(const struct quillory_surface* surf
     return surface->mode;
 }
 
-/* Degrees counter-clockwise, as the file has them. Any value but 90, 180 and 270 means the same as 0. Callers can
- * ignore the rotation: sizes and places below are those of the upright picture. */
+/* The file's rotation in degrees counter-clockwise. Any value except 90, 180 and 270 means 0. Callers can ignore the
+ * rotation: sizes and positions below are those of the upright picture. */
 static inline uint32_t quillory_surface_rotation(const struct quillory_surface* surface) {
     return surface->rotation;
 }
@@ -130,7 +130,7 @@ static inline uint32_t quillory_surface_height(const struct quillory_surface* su
                                                                : surface->stored_height;
 }
 
-/* The stored bytes of pixel (x, y), or null outside of the picture. */
+/* The stored bytes of pixel (x, y), or null outside the picture. */
 static inline const uint8_t* quillory_surface_pixel_at(const struct quillory_surface* surface,
                                                        uint32_t x, uint32_t y) {
     uint32_t column = x, row = y;
@@ -153,7 +153,7 @@ static inline const uint8_t* quillory_surface_pixel_at(const struct quillory_sur
     default:
         break;
     }
-    /* Less than the size that was checked, so that both products fit into a size_t. */
+    /* The offset is less than the checked size, so both products fit a size_t. */
     return surface->rows + (size_t)row * surface->stride +
            (size_t)column * quillory_pixel_bytes(surface->mode);
 }
@@ -163,7 +163,7 @@ static inline uint32_t quillory_argb(uint32_t alpha, uint32_t red, uint32_t gree
     return alpha << 24 | red << 16 | green << 8 | blue;
 }
 
-/* Fields of fewer bits become 8 bits wide, to the nearest value: all zeros become 0, all ones 255. */
+/* These functions widen a field to 8 bits, to the nearest value: all zeros become 0, all ones 255. */
 static inline uint32_t quillory_widen_4(uint32_t field) {
     return field * 17;
 }
@@ -176,9 +176,9 @@ static inline uint32_t quillory_widen_6(uint32_t field) {
     return (field * 259 + 33) >> 6;
 }
 
-/* Pixel (x, y) of the picture as 0xAARRGGBB, nothing premultiplied; 0 outside of the picture. Modes without alpha
- * are opaque. The gray value or palette index of I8 and AI88 comes as red, green and blue alike: the file does not
- * say which of the two it is, and has no palette. A8 has alpha alone, and black. */
+/* Pixel (x, y) of the picture as 0xAARRGGBB, not premultiplied; 0 outside the picture. Modes without alpha are
+ * opaque. Red, green and blue of an I8 or AI88 pixel all have its gray value or palette index: the file does not say
+ * which of the two it is, and has no palette. A8 pixels are black with alpha. */
 static inline uint32_t quillory_surface_pixel(const struct quillory_surface* surface, uint32_t x,
                                               uint32_t y) {
     const uint8_t* const pixel = quillory_surface_pixel_at(surface, x, y);
