@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-/// Zero bytes, on huge pages if the count is large: page faults of small pages would take longer than filling them.
+/// Zero bytes. A large buffer is on huge pages: page faults of small pages take longer than filling the buffer.
 inline Bytes largeBytes(size_t count) {
     Bytes bytes;
     bytes.reserve(count);

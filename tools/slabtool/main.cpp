@@ -287,8 +287,8 @@ void reportUnknownCommand(const CLI::App& app, const std::string& word) {
                  isOption ? "option" : "sub-command", printable(word).c_str(), question.c_str());
 }
 
-// The next opened file would get the descriptor of a closed standard stream, and messages would be written into a
-// surface. The descriptors opened here fail like a closed stream.
+// Opens each closed standard stream. Otherwise a surface could get its descriptor, and messages would be written into
+// the surface. Reads and writes fail, as on a closed stream.
 void occupyClosedStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
         if (fcntl(stream, F_GETFD) < 0) {

@@ -52,7 +52,7 @@ std::string shellWord(const std::string& path) {
     if (!path.empty() && path.find_first_not_of(unquoted) == std::string::npos) {
         return path;
     }
-    // No quoting that every shell has can show control characters, so printf makes them from octal numbers.
+    // Shells have no common escapes for control characters, so printf makes them from octal numbers.
     const bool needsPrintf = std::any_of(path.begin(), path.end(), isControl);
     std::string word = needsPrintf ? "\"$(printf '" : "'";
     for (const char c : path) {

@@ -22,7 +22,7 @@ constexpr const char* kTitle = "Quillory Surface Generator";
 constexpr const char* kProgramName = "pngslab";
 constexpr const char* kMakersNotice = "Turns PNG images into surfaces that are ready to draw on.";
 
-// Ends the run normally. Success and the help screen use an exception like failures.
+// Ends the run with status 0. Success and the help screen throw, as failures do.
 [[noreturn]] void exitSuccess() {
     throw 0U;
 }

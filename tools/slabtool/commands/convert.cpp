@@ -95,7 +95,7 @@ private:
         std::optional<ManifestEntry> entry;
     };
 
-    // Runs on a worker thread. Reads the manifest of the previous run only.
+    // Runs on a worker thread. Reads only the previous run's manifest.
     Result convert(const Job& job) {
         Result result;
         result.report.input = job.input;

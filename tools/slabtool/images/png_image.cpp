@@ -113,7 +113,7 @@ uint8_t asEightBits(uint32_t sample, uint32_t depth) {
     return static_cast<uint8_t>(sample * 255 / ((1U << depth) - 1));
 }
 
-// A key color has 16 bits a sample. Only the lowest `depth` bits count.
+// A key color has 16 bits per sample. Only the lowest `depth` bits count.
 uint8_t asEightBitKey(uint32_t sample, uint32_t depth) {
     return asEightBits(sample & ((1U << depth) - 1), depth);
 }

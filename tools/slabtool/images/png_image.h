@@ -1,4 +1,4 @@
-// Reads and writes PNG files as images of 8 bits a sample. Only png_image.cpp includes libpng.
+// Reads and writes PNG files as images of 8 bits per sample. Only png_image.cpp includes libpng.
 #pragma once
 
 #include "tools/slabtool/rejection.h"
@@ -11,10 +11,10 @@
 inline constexpr uint8_t kGrayType = 0, kRgbType = 2, kIndexedType = 3, kGrayAlphaType = 4,
                          kRgbaType = 6;
 
-/// The max ratio of image size to file size: two bits of DEFLATE data are at most 258 bytes.
+/// The max ratio of image size to file size: two bits of DEFLATE data decode to at most 258 bytes.
 inline constexpr uint64_t kMaxExpansion = uint64_t{258} * 4;
 
-/// Bytes of a pixel of 8 bits a sample.
+/// Bytes per pixel, at 8 bits per sample.
 uint32_t channelsOf(uint8_t colorType);
 
 /// An image without padding between its rows.
@@ -38,7 +38,7 @@ struct PngChanges {
     bool expandPalette = false;
 };
 
-/// Reads any PNG file as 8 bits a sample: lower bit depths are widened, 16 bits are narrowed. Indices are kept, a
+/// Reads any PNG file as 8 bits per sample: lower bit depths are widened, 16 bits are narrowed. Indices are kept, a
 /// suggested palette is dropped. @throws Rejection with libpng's reason
 PngImage decodePng(ByteView file, const PngChanges& changes = {});
 

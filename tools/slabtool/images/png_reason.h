@@ -11,5 +11,5 @@ extern const Finding kUnknownReason;
 
 /// Runs both passes of pngslab's decoder over a file, with the memory of a DEFLATE window instead of the pixels, and
 /// translates the recorded fault. docs/slabtool.md lists the codes. @return nothing if neither pass rejects the file
-/// before its rows
+/// before it converts the rows
 std::optional<Finding> whyRejected(ByteView file);

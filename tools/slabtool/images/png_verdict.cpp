@@ -15,7 +15,7 @@
 
 namespace {
 
-// A surface up to the first size is always made, one above the second size never.
+// A surface up to the first size is always made. A surface above the second size is never made.
 constexpr uint64_t kFreeSurfaceBytes = 16 << 20;
 constexpr uint64_t kMaxSurfaceBytes = 1 << 30;
 constexpr uint64_t kSideLimit = 0x80000000; // pixels; DsSurface has signed 32-bit sizes
@@ -60,9 +60,9 @@ bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
 // the wrapped count. These bytes are enough if many rows have an unknown filter type: such a row has one byte, and its
 // pixels stay untouched.
 //
-// Bound of the memory: every other row has its own bytes in the count, and touches its pages of the surface. Each page
-// of 4 KiB needs at least 128 counted bytes, because rows that are shorter than that share a page. So the touched
-// pages have at most 4096 / 128 = 32 times the counted bytes: 32 * 16 MiB = 512 MiB.
+// Bound of the memory: a row of r bytes with a known filter type touches at most two pages of 4 KiB. The stride is at
+// most 2 r. So p touched pages need p / 2 such rows, and have p * 4096 / (2 r) rows in all. These count at least
+// p * (r / 2 + 2048 / r) >= 64 p bytes. The touched pages have at most 4096 / 64 times that: 64 * 16 MiB = 1 GiB.
 PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                         uint64_t surfaceBytes) {
     if (png_detail::filtered_size(info) > kFreeSurfaceBytes) {

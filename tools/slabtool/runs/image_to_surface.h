@@ -17,7 +17,7 @@ struct ConversionRequest {
     Dither dither = Dither::None;
     bool alphaOnly = false;
     bool keepColors = false; ///< apply palettes, key colors and the Exif orientation
-    bool palette = false;    ///< make a palette file of indexed images
+    bool palette = false;    ///< make a palette file for indexed images
     uint32_t rotation = 0;
     uint32_t rowAlignment = 1;
     uint64_t maxPixels = uint64_t{1} << 28;

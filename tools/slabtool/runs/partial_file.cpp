@@ -17,7 +17,7 @@ std::atomic<const char*> gPartialPath = nullptr;
 static_assert(std::atomic<const char*>::is_always_lock_free); // since a signal handler reads it
 
 // Calls only functions that are safe in a signal handler. SA_RESETHAND has restored the default action, and the signal
-// is blocked until the handler returns. Raised again here, it then ends the process as if there were no handler.
+// is blocked until the handler returns. After that, the raised signal ends the process, as if there were no handler.
 void removeAndEnd(int signal) {
     unlink(gPartialPath.load());
     raise(signal);

@@ -8,7 +8,7 @@
 #include <memory>
 #include <span>
 
-/// How the modes with fewer than 8 bits a channel (RGB565, ARGB1555 and ARGB4444) reduce colors. Other modes ignore it.
+/// How modes with fewer than 8 bits per channel (RGB565, ARGB1555 and ARGB4444) reduce colors. Other modes ignore it.
 /// Alpha is never dithered.
 enum class Dither {
     /// The nearest level of each channel.

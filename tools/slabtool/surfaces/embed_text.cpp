@@ -163,7 +163,7 @@ std::string embedArraysAndIndex(const EmbeddedSet& set) {
     return text + indexDefinition(set);
 }
 
-// Nothing depends on the processor: assemblers for all of them accept this comment style, and '%' before a type.
+// Nothing depends on the processor: assemblers for all processors accept these comments, and '%' before a type.
 std::string embedArraysInAssembly(const EmbeddedSet& set) {
     std::string text = kNote + std::string("    .section .rodata,\"a\",%progbits\n");
     for (const EmbeddedSurface& surface : set.surfaces) {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-/// An image of 8 bits a sample in the order of a PNG, without padding between rows.
+/// An image of 8 bits per sample in the order of a PNG, without padding between rows.
 struct Samples {
     enum class Kind { Gray, GrayAlpha, Rgb, Rgba, Indexed };
 

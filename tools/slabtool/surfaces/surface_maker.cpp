@@ -1,5 +1,5 @@
 // Each row is converted to colors, flattened onto the background if there is one, and packed. Gray values and indices
-// are gray colors in between; I8 and AI88 store one channel of them.
+// become gray colors, of which I8 and AI88 store one channel.
 #include "tools/slabtool/surfaces/surface_maker.h"
 
 #include "src/ds_surface.h"
