@@ -92,7 +92,7 @@ Bytes inflatePixels(const std::vector<Chunk>& chunks) {
     return pixels;
 }
 
-// Compresses with few fixed-code blocks, which the decoder rejects: stores short data.
+// Compresses with few fixed-code blocks, because the decoder rejects them. Stores short data.
 Bytes compressPixels(Bytes pixels, Random& random) {
     const int level =
         random() % 2 == 0 || pixels.size() < 300 ? 0 : 1 + static_cast<int>(random() % 9);
