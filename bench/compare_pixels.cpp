@@ -172,8 +172,8 @@ void composite(pixman_op_t operation, const Image& source, pixman_image_t* mask,
                              static_cast<int>(size.width), static_cast<int>(size.height));
 }
 
-// The format with the same bytes in memory. I8 has only a palette format, and AI88 has none: they are
-// compared with libyuv's gray, or with pixman's g8 and a palette.
+// The format with the same bytes in memory. I8 is compared with the palette format g8, and with libyuv's
+// gray. AI88 has no format in either library.
 pixman_format_code_t pixmanFormat(Mode mode) {
     switch (mode) {
     case Mode::ARGB8888:
@@ -241,7 +241,7 @@ void compareFills(const Size& size) {
 using YuvCopy = int (*)(const uint8_t* source, int sourceStride, uint8_t* target, int targetStride,
                         int width, int height);
 
-// libyuv's loop for a pair of modes, or null. It has none to I8: its gray is a weighted sum of colors.
+// libyuv's loop for a pair of modes, or null. Null for I8 targets: libyuv's gray is a weighted sum of colors.
 YuvCopy yuvCopy(Mode target, Mode source) {
     if (target == Mode::ARGB8888) {
         switch (source) {

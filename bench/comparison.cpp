@@ -68,8 +68,8 @@ void comparison_t::measure(const std::function<void(size_t)>& job) {
     std::vector<std::vector<double>> samples(names.size());
     for (uint32_t round = 0; round < rounds; ++round) {
         for (size_t turn = 0; turn < names.size(); ++turn) {
-            // The order alternates, so that no contender always follows the same one, which leaves the caches in
-            // its own state.
+            // The order alternates: each contender leaves the caches in its own state, so none must always follow
+            // the same one.
             const size_t contender = round % 2 == 0 ? turn : names.size() - 1 - turn;
             samples[contender].push_back(time_of(job, contender, repeats));
         }

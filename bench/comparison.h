@@ -32,10 +32,10 @@ public:
     /// Prints the last results of `measure` in one line. `title` is the name of the job.
     void print_last(const std::string& title) const;
 
-    /// Prints the sums as a table with a row for each contender. Its rate is `units` per second, which
-    /// count millions of `unit`. Its ratios compare it with the first contender: by the sums of medians
-    /// and of minima, which large files dominate, and as the geometric mean of the files' ratios, in
-    /// which every file has the same weight.
+    /// Prints the sums as a table with a row for each contender. The rate is `units` per second: millions
+    /// of `unit`. The ratios compare with the first contender: by the sums of medians and of minima,
+    /// which large files dominate, and as the geometric mean of the files' ratios, in which every file
+    /// has the same weight.
     void print_sums(const std::string& title, double units, const char* unit) const;
 
 private:

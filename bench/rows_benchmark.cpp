@@ -16,7 +16,7 @@ namespace {
 constexpr uint32_t kWidth = 1920;
 constexpr uint32_t kHeight = 1080;
 
-// Filtered rows in a buffer without extra bytes, so that the target is close to the source.
+// Filtered rows in a buffer of their size, so that the target is close to the source.
 std::vector<uint8_t> filtered_rows(uint32_t channels, uint8_t filter) {
     const uint32_t rowBytes = kWidth * channels + 1;
     std::vector<uint8_t> filtered = photograph_rows(rowBytes * kHeight);
