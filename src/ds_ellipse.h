@@ -2,8 +2,8 @@
 //
 // Angles are in degrees, counter-clockwise as seen on the screen: 0 points right, 90 points up,
 // towards smaller y. Results are pinned bit by bit: each operation has the precision and the order
-// that the source file gives it. Nothing is clamped: at the very edge of an ellipse or with a zero
-// radius, the square root of a negative number gives NaN.
+// that the source file gives it. Nothing is clamped: at the very edge of an ellipse, the square
+// root of a negative number gives NaN. A zero radius may give NaN, too.
 #pragma once
 
 #include "src/ds_region.h"

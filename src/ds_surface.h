@@ -18,10 +18,10 @@ using DsFreeFn = void (*)(void* block);
 /// those of the picture before rotation; the surface maps them by its rotation (90, 180 or 270
 /// degrees counter-clockwise; any other value is kept and acts as 0).
 ///
-/// A surface that was constructed with a release callback owns its pixel and palette buffers.
-/// Aliases, sub-surfaces and views own nothing: the buffers that they use must outlive
-/// them. Nothing is locked: only one thread at a time may change a surface. No operation reports an
-/// error. No buffer needs any alignment. A surface with a stored width or height below 1 is empty.
+/// A surface that was constructed with a release callback owns its pixel and palette buffers. Aliases,
+/// sub-surfaces and views own nothing: the buffers that they use must outlive them. Nothing is locked:
+/// only one thread at a time may change a surface. No operation reports an error. No buffer needs any
+/// alignment. A surface with a stored width or height below 1 is empty.
 class DsSurface {
 public:
     /// Makes an owning surface.
@@ -54,9 +54,9 @@ public:
     /// Makes a non-owning sub-surface: an alias whose origin and size are those of `area`, in the
     /// caller coordinates of `parent`. The size is kept even if the area extends beyond the parent.
     /// The clip is the part of the area inside both the parent's array and the parent's clip, so
-    /// drawing stays inside. If the area extends beyond the parent, callers must not use operations that ignore
-    /// the clip or widen it: `resetClip`, `setClip` with more than the part inside, `invert`,
-    /// `replaceColor`, `copyChannels`, `replaceAlpha`, or a copy from the sub-surface.
+    /// drawing stays inside. If the area extends beyond the parent, callers must not use operations
+    /// that ignore the clip or widen it: `resetClip`, `setClip` with more than the part inside,
+    /// `invert`, `replaceColor`, `copyChannels`, `replaceAlpha`, or a copy from the sub-surface.
     ///
     /// Serializing a sub-surface reads `height` whole strides from its first pixel on. All these bytes
     /// must be inside the buffer of the surface that owns the pixels, even if the parent is itself a

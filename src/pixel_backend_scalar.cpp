@@ -1,4 +1,4 @@
-// The scalar backend: the definition with which tests compare the others.
+// The scalar backend: the definition. Tests compare the other backends with it.
 #include "src/internal/pixel_backend.h"
 
 #include <cstring>

@@ -21,7 +21,7 @@ struct Backend {
 #define DS_HAS_NEON
 #endif
 
-/// The backends of this build, best first: the indices of lists of backends.
+/// The backends of this build, best first. They are the indices of a BackendList.
 enum BackendNumber : size_t {
 #if defined(DS_HAS_AVX2_AND_SSE2)
     kAvx2,

@@ -1,6 +1,6 @@
 // Processor features beyond the baseline of the architecture. The C library reads them when the
 // program starts. The compiler's builtin executes CPUID again, which in a virtual machine costs as
-// much as decoding an icon. clang 14 rejects the C library's header in strict C++ and uses the
+// much as decoding an icon. clang 14 rejects the C library's header in strict C++, so it gets the
 // builtin.
 #pragma once
 

@@ -13,9 +13,8 @@
 //     greenAlpha           |   0   alpha |   0    green |      word >> 8 in each lane
 //
 // No intermediate value needs more than 16 bits, except a product of which only the upper 16 bits are used
-// (mulHigh). The bounds are beside the formulas. Tried and rejected, with the times beside the code in question:
-// 32-bit products, compile-time factors and masks, one store for both formulas of a blend, and opacity tests on SIMD
-// lanes.
+// (mulHigh). The bounds are beside the formulas. Tried and rejected, with the reasons beside the code: 32-bit
+// products, compile-time factors and masks, one store for both formulas of a blend, and opacity tests on SIMD lanes.
 
 /// A register of source pixels, prepared for a composition. Both 16-bit lanes of a word have a copy of its pixel's
 /// alpha. `greenAlpha` has 255 in place of the alpha, so that one formula serves all four channels.

@@ -1,5 +1,5 @@
-// Loads and stores that move bytes in 16-byte registers, in the compiler's vector types. For both SSE2 and NEON they
-// compile to a few instructions.
+// Loads and stores of pixels in 16-byte registers, by the compiler's vector types. They compile to a few instructions
+// for both SSE2 and NEON.
 //
 // Included inside a namespace after U8, U16, U32 and U64. No load or store accesses a byte outside its pixels,
 // because a buffer may end there.
