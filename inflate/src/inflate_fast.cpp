@@ -24,9 +24,9 @@
 // iteration writes at most two literals and a match of 258 bytes, and copy_match() reads up to 7 bytes beyond the
 // output: kOutputMargin. If less is left, the state machine continues.
 //
-// Rejection. The loop consumes a symbol only after all checks. Before an invalid code, a distance too far back, or a
-// symbol without a length, it stops. The state machine then reads the same bits and reports the fault. The
-// record, the reader and the output are exactly as the state machine would have left them.
+// Rejection. The loop consumes a symbol only after all checks. It stops before an invalid code, a distance too far
+// back, or a symbol without a length. The state machine then reads the same bits and reports the fault. The record, the
+// reader and the output are exactly as the state machine would have left them.
 //
 // Tried and rejected: reversing the bits at each refill (5 to 14 % slower), and a second bit buffer with the bits in
 // input order, in place of the load from `forward` (docs/performance.md).
@@ -153,7 +153,7 @@ uint32_t litlen_payload(uint32_t symbol, bool hasDistances) {
                : kPayloadIsInvalid;
 }
 
-// Within one code length symbols ascend, so the literals come first. Without distance codes the loop decodes no match:
+// The symbols of one code length ascend, so the literals come first. Without distance codes the loop decodes no match:
 // the limits cannot represent a code without symbols.
 void derive_litlen(fast_block_t* block, const huffman_t& huffman, bool hasDistances) {
     fast_code_derive(&block->litlen, huffman);

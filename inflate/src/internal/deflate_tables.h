@@ -31,7 +31,7 @@ enum state_t : uint16_t {
 inline constexpr int16_t kEndOfBlock = 256;
 inline constexpr int16_t kFirstLengthSymbol = 257;
 
-// Lengths and distances: section 3.2.5.
+// Lengths and distances: section 3.2.5 of the RFC.
 inline constexpr uint32_t kLengthCodes = 29;
 inline constexpr uint16_t kLengthBase[kLengthCodes] = {3,  4,  5,  6,   7,   8,   9,   10,  11, 13,
                                                        15, 17, 19, 23,  27,  31,  35,  43,  51, 59,
