@@ -7,9 +7,9 @@
 //
 //     A x^(n + 64) + B x^n + M  =  A (x^(n + 64) mod P) + B (x^n mod P) + M
 //
-// Each product on the right has at most 64 + 32 = 96 bits. So the block disappears, and its products are added to
-// the last 128 bits of M. With n = 512 there are four independent chains, which hides the multiplier's
-// latency (4 cycles and more). At the end n = 128 combines their four blocks.
+// Each product on the right has at most 64 + 32 = 96 bits. So the block disappears, and its products are added to the
+// last 128 bits of M. With n = 512 there are four independent chains, which hides the multiplier's latency (4 cycles
+// and more). At the end n = 128 combines their four blocks.
 //
 // The bits are reversed: bit i is x^(63 - i) in a 64-bit operand, and x^(127 - i) in a 128-bit block.
 //   - The product of bits i and j is bit i + j and means x^(126 - (i + j)). Read as a block, the same bit is

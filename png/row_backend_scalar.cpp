@@ -1,4 +1,4 @@
-// The scalar backend: the definition with which tests compare the others.
+// The scalar backend: the definition. Tests compare the other backends with it.
 #include "png/internal/row_backend.h"
 #include "png/internal/scalar_rows.h"
 

@@ -18,7 +18,7 @@ inline constexpr bool kExchangesRedAndBlue = pixelBytes >= 3;
 /// Converts a row. If the target starts at least one byte before the source, each source byte is read before it is
 /// overwritten. A scalar function accepts any target: it reads each pixel before it writes it.
 /// @param above the finished row before this one, not read for the first row
-/// @param rowBytes whole pixels
+/// @param rowBytes a multiple of the pixel size
 using filter_row_t = void (*)(uint8_t* target, const uint8_t* source, const uint8_t* above,
                               uint64_t rowBytes);
 
@@ -33,7 +33,7 @@ inline constexpr uint64_t kWavefrontRowBytes = uint64_t{16} * 1024;
 /// @param source the first row's filter byte; the rows are contiguous, and their filters are valid. Every row's pixels
 ///        are at lower addresses than its source.
 /// @param stride at least `rowBytes`
-/// @param rowBytes whole pixels, at most kWavefrontRowBytes
+/// @param rowBytes a multiple of the pixel size, at most kWavefrontRowBytes
 using wavefront_t = void (*)(uint8_t* target, const uint8_t* source, uint64_t stride,
                              uint64_t rowBytes);
 

@@ -20,7 +20,7 @@ constexpr uint64_t kBlockBytes = 16;
 static_assert(sizeof(U8) == kBlockBytes);
 
 // With pixels of three bytes, the last byte of a block is unused but still stored. It is inside the row, and the next
-// block or the tail overwrites it. It overwrites no unread source, because the target starts at least one byte before the source.
+// block or the tail overwrites it. It overwrites no unread source, because the target starts at least one byte lower.
 template <uint32_t pixelBytes>
 constexpr uint64_t kStep = (kBlockBytes / pixelBytes) * pixelBytes;
 

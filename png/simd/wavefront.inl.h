@@ -103,7 +103,7 @@ struct front_t {
     }
 };
 
-// A step at the start or the end of the rows: some have no pixel in this step, or a pixel whose neighbor in memory
+// A step at the start or the end of the rows. Some rows have no pixel in this step, or a pixel whose neighbor in memory
 // must not be accessed.
 template <uint32_t pixelBytes, typename filters_t>
 void edge_step(front_t* front, const filters_t& filters, const wavefront_rows_t& rows,
