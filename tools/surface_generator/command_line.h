@@ -74,7 +74,7 @@ public:
     bool getOption(const std::string& name, const std::string& alternativeName,
                    ArgumentParser& parser, bool repetitionAllowed);
 
-    /// Parses the first token that neither begins with '-' nor follows one that does.
+    /// Parses the first token that does not begin with '-', and does not follow one that does.
     /// @return whether there was one. @throws CommandLineException with an empty option name.
     bool getPositional(ArgumentParser& parser);
 

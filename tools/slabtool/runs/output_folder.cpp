@@ -1,5 +1,5 @@
-// The lock file exists during a run. If a new run finds one that is not locked, the run that made it was killed. Only
-// then the folder is searched for temporary files, because that takes time in a large folder.
+// The lock file exists during a run. If a new run finds one that is not locked, the run that made it was killed. The
+// folder is searched for temporary files only then, because that takes time in a large folder.
 #include "tools/slabtool/runs/output_folder.h"
 
 #include "tools/slabtool/runs/files.h"
