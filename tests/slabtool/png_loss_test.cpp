@@ -106,4 +106,19 @@ TEST(PngLoss, IsNoGammaValueBesideAProfileOrAnSrgbChunk) {
               codesOf(png_maker(image).chunk_before_idat({"iCCP", {0}})));
 }
 
+// The gamma value of sRGB is 45,455; one within 1/20 of it (2,272) is no loss.
+TEST(PngLoss, StartsOneGammaStepBeyondTheTolerance) {
+    for (const uint32_t gamma : {45455U - 2272U, 45455U, 45455U + 2272U}) {
+        PngFacts facts;
+        facts.gamma = gamma;
+        EXPECT_EQ(0U, lossesOf(facts).size()) << gamma;
+    }
+    for (const uint32_t gamma : {45455U - 2273U, 45455U + 2273U}) {
+        PngFacts facts;
+        facts.gamma = gamma;
+        ASSERT_EQ(1U, lossesOf(facts).size()) << gamma;
+        EXPECT_EQ("gamma", lossesOf(facts)[0].code);
+    }
+}
+
 } // namespace
