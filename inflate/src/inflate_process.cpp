@@ -2,6 +2,7 @@
 // that the step can start again: that makes the decoder resumable at any byte.
 #include "inflate/src/internal/deflate_tables.h"
 #include "inflate/src/internal/inflate_fast.h"
+#include "inflate/src/internal/inflate_header.h"
 #include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/streams.h"
 
@@ -11,10 +12,6 @@
 using namespace inflate_detail;
 
 namespace {
-
-constexpr uint32_t kCodeLengthCodes = 19;
-constexpr uint16_t kCodeLengthOrder[kCodeLengthCodes] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
-                                                         11, 4,  12, 3, 13, 2, 14, 1, 15};
 
 // ---- The fixed codes of block type 1
 
@@ -146,15 +143,20 @@ int32_t read_dynamic_header(inflate_t* inflate, bitstream_t* stream) {
     }
     const uint32_t litlenField = header & 31;
     const uint32_t distField = (header >> 5) & 31;
-    if (litlenField + 257 > kMaxLitlenSymbols || distField + 1 > kMaxDistSymbols) {
+    if (litlenField + kMinLitlens > kMaxLitlenSymbols || distField + 1 > kMaxDistSymbols) {
         return reject(fault_t::code_counts);
     }
-    inflate->length = static_cast<uint16_t>(litlenField + 257);
+    inflate->length = static_cast<uint16_t>(litlenField + kMinLitlens);
     inflate->distance = static_cast<uint16_t>(distField + 1);
     inflate->count = static_cast<uint16_t>(((header >> 10) & 15) + 4);
     inflate->symbol = 0;
     inflate->state = kCodeLengthLengths;
     return kContinue;
+}
+
+// The same after an attempt to read the whole header in words.
+int32_t read_dynamic_header_in_words(inflate_t* inflate, bitstream_t* stream) {
+    return read_header_in_words(inflate, stream) ? kContinue : read_dynamic_header(inflate, stream);
 }
 
 int32_t read_code_length_lengths(inflate_t* inflate, bitstream_t* stream) {
@@ -193,7 +195,7 @@ int32_t read_code_length_symbol(inflate_t* inflate, bitstream_t* stream) {
                                             : reject(fault_t::code_length_symbol);
     }
     inflate->symbol = static_cast<int16_t>(symbol);
-    if (symbol < 16) {
+    if (symbol < kFirstRepeatSymbol) {
         write_code_lengths(inflate, static_cast<uint16_t>(symbol), 1);
         return kContinue;
     }
@@ -202,28 +204,24 @@ int32_t read_code_length_symbol(inflate_t* inflate, bitstream_t* stream) {
 }
 
 int32_t repeat_code_length(inflate_t* inflate, bitstream_t* stream) {
-    struct repeat_t {
-        uint16_t base, extraBits;
-    };
-    constexpr repeat_t kRepeats[] = {{3, 2}, {3, 3}, {11, 7}}; // symbols 16, 17 and 18
-
-    const int32_t kind = inflate->symbol - 16;
+    const int32_t kind = inflate->symbol - kFirstRepeatSymbol;
     if (kind < 0 || kind > 2) {
         return reject(fault_t::code_length_kind);
     }
-    const bool repeatsPrevious = kind == 0;
-    if (repeatsPrevious && inflate->lengthCursor == inflate->lengths) {
+    const repeat_t& repeat = kRepeats[kind];
+    if (repeat.repeatsPrevious && inflate->lengthCursor == inflate->lengths) {
         return reject(fault_t::repeat_of_nothing);
     }
-    const uint32_t extra = bitstream_extract(stream, kRepeats[kind].extraBits);
+    const uint32_t extra = bitstream_extract(stream, repeat.extraBits);
     if (extra == kBitsMissing) {
         return kInflateNeedsInput;
     }
-    const uint32_t repeats = kRepeats[kind].base + extra;
+    const uint32_t repeats = repeat.base + extra;
     if (repeats > inflate->count) {
         return reject(fault_t::repeat_too_long);
     }
-    write_code_lengths(inflate, repeatsPrevious ? inflate->lengthCursor[-1] : uint16_t{0}, repeats);
+    write_code_lengths(inflate, repeat.repeatsPrevious ? inflate->lengthCursor[-1] : uint16_t{0},
+                       repeats);
     return kContinue;
 }
 
@@ -378,7 +376,7 @@ using step_t = int32_t (*)(inflate_t* inflate, bitstream_t* stream);
 
 using steps_t = std::array<step_t, kStateCount>;
 
-// The state machine without the fast loop.
+// The state machine alone.
 constexpr steps_t kStatesOnly = {
     read_block_header,
     read_stored_length,
@@ -397,10 +395,11 @@ constexpr steps_t kStatesOnly = {
     build_tables,
 };
 
-// The state machine with the fast loop.
+// The state machine with the functions that read many symbols at once.
 constexpr steps_t kSteps = [] {
     steps_t steps = kStatesOnly;
     steps[kLitlenSymbol] = read_litlen_symbols;
+    steps[kDynamicHeader] = read_dynamic_header_in_words;
     return steps;
 }();
 

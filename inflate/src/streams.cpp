@@ -108,10 +108,13 @@ int32_t huffman_build(huffman_t* huffman, const uint16_t* lengths, uint32_t n, u
     for (uint32_t length = 1; length <= maxBits; ++length) {
         offsets[length + 1] = offsets[length] + counts[length];
     }
+    // Symbols without a code are stored outside the list: a branch would be mispredicted at every change.
+    uint16_t unused = 0;
     for (uint32_t symbol = 0; symbol < n; ++symbol) {
-        if (lengths[symbol] != 0) {
-            huffman->symbols[offsets[lengths[symbol]]++] = static_cast<uint16_t>(symbol);
-        }
+        const uint16_t length = lengths[symbol];
+        uint16_t* const place = length == 0 ? &unused : huffman->symbols + offsets[length];
+        *place = static_cast<uint16_t>(symbol);
+        ++offsets[length];
     }
     return left;
 }

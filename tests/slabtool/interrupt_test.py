@@ -145,7 +145,8 @@ class FullDisk(FolderTest):
         old = (out / "0.surface").read_bytes()
         (self.folder / "images/0.png").write_bytes(png(SIDE + 1))
         (self.folder / "images/1.png").write_bytes(png(8, level=0))
-        run = self.start("images", "out")
+        # One at a time: while the first image fills the disk, the second one would not fit either.
+        run = self.start("images", "out", "--jobs", "1")
         self.assertEqual(("images/0.png: rejected: cannot be written: No space left on device [file]\n"
                           "converted 1, up to date 0, fixed on the way 0, with loss 0, rejected 1\n", ""),
                          run.communicate())

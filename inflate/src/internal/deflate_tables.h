@@ -31,6 +31,18 @@ enum state_t : uint16_t {
 inline constexpr int16_t kEndOfBlock = 256;
 inline constexpr int16_t kFirstLengthSymbol = 257;
 
+// Code lengths in the header of a dynamic block: section 3.2.7 of the RFC.
+inline constexpr uint32_t kMinLitlens = 257;
+inline constexpr uint32_t kCodeLengthCodes = 19;
+inline constexpr uint16_t kCodeLengthOrder[kCodeLengthCodes] = {16, 17, 18, 0, 8,  7, 9,  6, 10, 5,
+                                                                11, 4,  12, 3, 13, 2, 14, 1, 15};
+inline constexpr uint16_t kFirstRepeatSymbol = 16;
+struct repeat_t {
+    uint16_t base, extraBits;
+    bool repeatsPrevious; // else zero
+};
+inline constexpr repeat_t kRepeats[] = {{3, 2, true}, {3, 3, false}, {11, 7, false}};
+
 // Lengths and distances: section 3.2.5 of the RFC.
 inline constexpr uint32_t kLengthCodes = 29;
 inline constexpr uint16_t kLengthBase[kLengthCodes] = {3,  4,  5,  6,   7,   8,   9,   10,  11, 13,

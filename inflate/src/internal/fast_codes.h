@@ -1,5 +1,4 @@
-// Canonical codes for the fast loop: limits that give a code's length without a search or a branch, and payloads
-// in the order of the sorted symbols.
+// Canonical codes for the fast loop: limits that give a code's length without a search or a branch.
 //
 // Canonical codes of one length are consecutive numbers, and each length continues where the shorter one ended. Take
 // the input as a number whose highest bit is the first bit. Then the inputs that begin with a code of one length are
@@ -51,8 +50,8 @@ inline constexpr uint64_t last_before(uint32_t code, uint32_t length) {
     return (uint64_t{code} << (kCodeBits - length)) - 1;
 }
 
-/// Derives the limits and bases of a built code with at least one symbol.
-inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
+/// Derives the limits and bases of a built code. @return the number of its symbols; with 0 the code must not be used
+inline uint32_t fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
     uint64_t limits[kMaxCodeLength + 1] = {};
     uint32_t code = 0;
     uint32_t index = 0;
@@ -75,6 +74,7 @@ inline void fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
         const uint32_t length = fast->minLength + i;
         fast->limits[i] = length < fast->maxLength ? limits[length] : ~uint64_t{0};
     }
+    return index;
 }
 
 /// The length of the code at the start of `input`. Each limit that the input exceeds adds one bit.
@@ -95,18 +95,6 @@ inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
         }
     }
     return length;
-}
-
-/// A symbol's payload: a base value and, above it, the number of extra bits to add to it. For literals
-/// the base is the byte.
-inline constexpr uint32_t kPayloadExtraShift = 16;
-inline constexpr uint32_t kPayloadBaseMask = (1 << kPayloadExtraShift) - 1;
-/// Flags of payloads that the fast loop does not decode.
-inline constexpr uint32_t kPayloadIsEndOfBlock = 1 << 30;
-inline constexpr uint32_t kPayloadIsInvalid = 1U << 31;
-
-inline constexpr uint32_t payload_of(uint16_t base, uint16_t extraBits) {
-    return base | uint32_t{extraBits} << kPayloadExtraShift;
 }
 
 } // namespace inflate_detail

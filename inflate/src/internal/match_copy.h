@@ -109,4 +109,11 @@ inline void copy_match(uint8_t* out, uint32_t distance, uint32_t length) {
     store_part(out, word, length);
 }
 
+/// The same byte by byte, without any access beyond the match.
+inline void copy_bytes(uint8_t* out, uint32_t distance, uint32_t length) {
+    for (uint32_t i = 0; i < length; ++i) {
+        out[i] = (out - distance)[i];
+    }
+}
+
 } // namespace inflate_detail
