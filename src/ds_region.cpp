@@ -11,7 +11,7 @@ namespace {
 // Whether adding `extent` increases `position`. False for NaN, for an extent of 0 or below, and for an
 // extent that rounding removes: less than half a unit in the last place of `position`, or exactly half
 // if that rounds down.
-bool extendsFrom(float position, float extent) {
+bool isIncreasedBy(float position, float extent) {
     return extent + position > position;
 }
 
@@ -35,11 +35,11 @@ DsRect::DsRect(int32_t x, int32_t y, int32_t width, int32_t height)
     , mHeight(height) {}
 
 DsFSpan DsRect::verticalSpanAt(float x) const {
-    return extendsFrom(x, static_cast<float>(mWidth)) ? integerSpan(mY, mHeight) : kEmptySpan;
+    return isIncreasedBy(x, static_cast<float>(mWidth)) ? integerSpan(mY, mHeight) : kEmptySpan;
 }
 
 DsFSpan DsRect::horizontalSpanAt(float y) const {
-    return extendsFrom(y, static_cast<float>(mHeight)) ? integerSpan(mX, mWidth) : kEmptySpan;
+    return isIncreasedBy(y, static_cast<float>(mHeight)) ? integerSpan(mX, mWidth) : kEmptySpan;
 }
 
 DsFRect DsRect::bounds() const {
@@ -67,11 +67,11 @@ DsFRect::DsFRect(float x, float y, float width, float height)
     , mHeight(height) {}
 
 DsFSpan DsFRect::verticalSpanAt(float x) const {
-    return extendsFrom(x, mWidth) ? DsFSpan{mY, mY + mHeight} : kEmptySpan;
+    return isIncreasedBy(x, mWidth) ? DsFSpan{mY, mY + mHeight} : kEmptySpan;
 }
 
 DsFSpan DsFRect::horizontalSpanAt(float y) const {
-    return extendsFrom(y, mHeight) ? DsFSpan{mX, mX + mWidth} : kEmptySpan;
+    return isIncreasedBy(y, mHeight) ? DsFSpan{mX, mX + mWidth} : kEmptySpan;
 }
 
 DsFRect DsFRect::bounds() const {

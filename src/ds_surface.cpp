@@ -75,7 +75,7 @@ DsSurface::DsSurface(int32_t callerWidth, int32_t callerHeight, const uint32_t& 
     mapSize(width, height);
     resetClip();
     stride = computeStride(width);
-    pitch = pixelsPer(stride);
+    pitch = wholePixelsIn(stride);
     pixels = allocatePixels(height, width, stride, extraBytes);
     if (mayHavePalette(mColorMode)) {
         allocatePalette();
@@ -113,7 +113,7 @@ DsSurface::DsSurface(uint8_t* file)
     , alignment(0)
     , bytesPerPixel(::bytesPerPixel(mColorMode))
     , stride(loadLittleEndian<4>(file + kStrideOffset))
-    , pitch(pixelsPer(stride))
+    , pitch(wholePixelsIn(stride))
     , paletteHasAlpha(0)
     , paletteSize(0)
     , clip(0, 0, width, height)
@@ -143,7 +143,7 @@ DsSurface::~DsSurface() {
     freeFn(pixels);
 }
 
-uint64_t DsSurface::pixelsPer(uint64_t byteCount) const {
+uint64_t DsSurface::wholePixelsIn(uint64_t byteCount) const {
     return bytesPerPixel == 0 ? 0 : byteCount / bytesPerPixel;
 }
 

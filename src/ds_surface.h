@@ -186,7 +186,7 @@ private:
 
     void copyTo(int64_t x, int64_t y, const DsSurface& source, CopyKernel kernel,
                 uint32_t alphaMode, uint32_t color);
-    uint64_t pixelsPer(uint64_t byteCount) const;
+    uint64_t wholePixelsIn(uint64_t byteCount) const;
     uint8_t* allocatePixels(int32_t rowCount, int32_t rowWidth, uint64_t rowStride,
                             uint64_t extra) const;
     void allocatePalette();

@@ -60,7 +60,7 @@ void DsSurface::rotate(int32_t degrees) {
     rotation = 90;
     std::swap(width, height);
     resetClip();
-    pitch = pixelsPer(stride);
+    pitch = wholePixelsIn(stride);
 }
 
 void DsSurface::replaceAlpha(const DsSurface& alpha_only_src) {

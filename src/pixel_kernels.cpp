@@ -44,8 +44,8 @@ void copyPixels(Side<uint8_t> target, Side<const uint8_t> source, uint32_t width
     }
 }
 
-void makePattern(uint8_t (&pattern)[kFillPattern], uint32_t pixelSize, uint32_t value) {
-    for (uint32_t i = 0; i < kFillPattern; ++i) {
+void makePattern(uint8_t (&pattern)[kFillPatternBytes], uint32_t pixelSize, uint32_t value) {
+    for (uint32_t i = 0; i < kFillPatternBytes; ++i) {
         pattern[i] = static_cast<uint8_t>(value >> (8 * (i % pixelSize)));
     }
 }
@@ -59,7 +59,7 @@ void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width,
         return;
     }
     combineRows(width, height, destinationPitch);
-    uint8_t pattern[kFillPattern];
+    uint8_t pattern[kFillPatternBytes];
     makePattern(pattern, static_cast<uint32_t>(pixelSize), value);
     const bool isOneByte = std::memcmp(pattern, pattern + 1, pixelSize) == 0;
     const FillRow fillRow = activeFillRow();

@@ -15,12 +15,12 @@ namespace ds_detail {
 using PixelRow = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                           const SourceRule& rule);
 
-/// Writes `byteCount` bytes, a whole number of pixels. `pattern` holds kFillPattern bytes of these.
+/// Writes `byteCount` bytes, a whole number of pixels. `pattern` holds kFillPatternBytes of these.
 using FillRow = void (*)(uint8_t* row, uint64_t byteCount, const uint8_t* pattern);
 
 /// Three of the largest registers hold a whole number of pixels of one to four bytes. One more register follows,
 /// so that a read of three registers may start at any byte of the first one.
-inline constexpr uint32_t kFillPattern = 4 * 32;
+inline constexpr uint32_t kFillPatternBytes = 4 * 32;
 
 /// The row functions of one backend, by target and source mode. Null where the next backend's function is used.
 /// The scalar backend has every row function of targets with pixels.

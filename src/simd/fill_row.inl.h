@@ -5,7 +5,7 @@
 // Three registers hold a whole number of pixels of one to four bytes, so consecutive runs have the same bytes.
 struct FillRun {
     static constexpr uint32_t kSize = 3 * sizeof(U8);
-    static_assert(kSize % 3 == 0 && kSize % 4 == 0 && kSize + sizeof(U8) <= kFillPattern);
+    static_assert(kSize % 3 == 0 && kSize % 4 == 0 && kSize + sizeof(U8) <= kFillPatternBytes);
 
     U8 first, second, third;
 
