@@ -229,8 +229,8 @@ int32_t repeat_code_length(inflate_t* inflate, bitstream_t* stream) {
 // bit.
 bool build_block_code(huffman_t* huffman, const uint16_t* lengths, uint32_t n) {
     const int32_t left = huffman_build(huffman, lengths, n, kMaxCodeLength);
-    const uint32_t atMostOneBit = uint32_t{huffman->counts[0]} + huffman->counts[1];
-    return left == 0 || (left > 0 && n == atMostOneBit);
+    const uint32_t lengthsUpToOne = uint32_t{huffman->counts[0]} + huffman->counts[1];
+    return left == 0 || (left > 0 && n == lengthsUpToOne);
 }
 
 int32_t build_tables(inflate_t* inflate, bitstream_t* /*stream*/) {

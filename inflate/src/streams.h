@@ -39,8 +39,8 @@ struct inflate_t {
     uint8_t finalBlock; ///< BFINAL of the current block
     int16_t symbol;     ///< last decoded symbol, or the index of a code length or a length code
     uint16_t count;     ///< code lengths still to read
-    uint16_t length;    ///< bytes left of a stored block or a match; HLIT in a dynamic header
-    uint16_t distance;  ///< distance of a match; HDIST in a dynamic header
+    uint16_t length;    ///< bytes left of a stored block or match; litlen codes of a dynamic block
+    uint16_t distance;  ///< distance of a match; distance codes of a dynamic block
     huffman_t* litlenTable;
     huffman_t* distTable;
     uint16_t litlenCounts[kMaxCodeLength + 1];
