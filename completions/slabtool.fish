@@ -18,7 +18,7 @@ complete -c slabtool -n '__fish_seen_subcommand_from info check prepare compare 
 complete -c slabtool -n '__fish_seen_subcommand_from view' -l palette -r -d 'The colors of palette indices'
 complete -c slabtool -n '__fish_seen_subcommand_from prepare' -l output-dir -r -d 'Write into this folder; subfolders are kept'
 complete -c slabtool -n '__fish_seen_subcommand_from prepare' -l small -d 'Try every setting of the encoder and keep the smallest file'
-complete -c slabtool -n '__fish_seen_subcommand_from check' -l alphaonly -d 'Check for pngslab --alphaonly'
+complete -c slabtool -n '__fish_seen_subcommand_from check' -l alphaonly -d 'Check the images for pngslab --alphaonly'
 complete -c slabtool -n '__fish_seen_subcommand_from check' -l strict -d 'Exit with 1 also if an image is accepted with loss'
 complete -c slabtool -n '__fish_seen_subcommand_from prepare' -l key-to-alpha -d 'Convert a transparent color to an alpha channel'
 complete -c slabtool -n '__fish_seen_subcommand_from prepare' -l expand-palette -d 'Replace palette indices by their colors'

@@ -24,7 +24,7 @@ argument)
     case $words[1] in
     info) _arguments $options $batch '*:surface file or folder:_files' ;;
     view) _arguments $options '--palette[the colors of palette indices]:palette file:_files' '1:surface file:_files' '2:PNG to write:_files' ;;
-    check) _arguments $options $batch '--alphaonly[check for pngslab --alphaonly]' '--strict[exit with 1 also if an image is accepted with loss]' '*:image or folder:_files' ;;
+    check) _arguments $options $batch '--alphaonly[check the images for pngslab --alphaonly]' '--strict[exit with 1 also if an image is accepted with loss]' '*:image or folder:_files' ;;
     prepare)
         _arguments $options $batch '--key-to-alpha[convert a transparent color to an alpha channel]' \
             '--expand-palette[replace palette indices by their colors]' \

@@ -54,7 +54,8 @@ CLI::Option* addPaths(CLI::App* command, const char* name, Paths& paths, const c
 
 // The options of every sub-command that processes many files.
 void declareBatch(CLI::App* command, BatchOptions& batch, const char* quiet, const char* json) {
-    command->add_option("--jobs", batch.jobs, "Number of threads (one for each processor)");
+    command->add_option("--jobs", batch.jobs,
+                        "Number of threads (default: one for each processor)");
     command->add_flag("--quiet", batch.quiet, quiet);
     command->add_flag("--json", batch.json, json);
 }
@@ -65,7 +66,7 @@ void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
     addPaths(command, "SURFACE", request.paths,
              "Surface files and folders of them; - is standard input");
     declareBatch(command, request.batch, "Print inconsistent files only",
-                 "Print a JSON array, one object a file");
+                 "Print a JSON array with an object for each file");
     command->callback([&] { status = runInfo(request); });
 }
 
@@ -82,7 +83,7 @@ void declareCheck(CLI::App& app, CheckRequest& request, int& status) {
     CLI::App* const command = app.add_subcommand(
         "check", "Report whether pngslab accepts each image; if not, why, and how to fix it");
     addPaths(command, "IMAGE", request.paths, "PNG files and folders of them; - is standard input");
-    command->add_flag("--alphaonly", request.alphaOnly, "Check for pngslab --alphaonly");
+    command->add_flag("--alphaonly", request.alphaOnly, "Check the images for pngslab --alphaonly");
     command->add_flag("--strict", request.strict,
                       "Exit with 1 also if an image is accepted with loss");
     declareBatch(command, request.batch, "Print only images that make the exit status 1",
@@ -185,7 +186,7 @@ void declareConversion(CLI::App* command, ConversionRequest& request) {
                      "Make every stride a multiple of this many bytes")
         ->check(CLI::Range(1, 1 << 20));
     addParsed(command, "--max-pixels", request.maxPixels, parseCount, "a number of pixels",
-              "Reject images that declare more pixels (268435456)");
+              "Reject images that declare more pixels (default: 268435456)");
 }
 
 void declareConvert(CLI::App& app, ConvertRequest& request, int& status) {

@@ -15,8 +15,8 @@
 
 namespace {
 
-// A surface up to the first size is always made. A surface above the second size is never made.
-constexpr uint64_t kFreeSurfaceBytes = 16 << 20;
+// A small surface is always made. A surface above the max size is never made.
+constexpr uint64_t kSmallSurfaceBytes = 16 << 20;
 constexpr uint64_t kMaxSurfaceBytes = 1 << 30;
 constexpr uint64_t kSideLimit = 0x80000000; // pixels; DsSurface has signed 32-bit sizes
 
@@ -65,7 +65,7 @@ bool decodesSparsely(ByteView file, png_info_t info, bool alphaOnly) {
 // p * (r / 2 + 2048 / r) >= 64 p bytes. The touched pages have at most 4096 / 64 times that: 64 * 16 MiB = 1 GiB.
 PngVerdict judgeWrapped(ByteView file, const png_info_t& info, bool alphaOnly,
                         uint64_t surfaceBytes) {
-    if (png_detail::filtered_size(info) > kFreeSurfaceBytes) {
+    if (png_detail::filtered_size(info) > kSmallSurfaceBytes) {
         return tooLarge("more pixels than slabtool can test", info);
     }
     return decodesSparsely(file, info, alphaOnly)
@@ -104,7 +104,7 @@ PngVerdict judgePng(ByteView file, bool alphaOnly) {
     }
     const uint64_t surfaceRowBytes = uint64_t{info.width} * bytesPerPixel(info.colorMode) + 1;
     const uint64_t maxBytes = std::min(
-        kMaxSurfaceBytes, std::max<uint64_t>(kFreeSurfaceBytes, file.size() * kMaxExpansion));
+        kMaxSurfaceBytes, std::max<uint64_t>(kSmallSurfaceBytes, file.size() * kMaxExpansion));
     if (surfaceRowBytes > maxBytes / info.height) {
         return judgeWithoutSurface(file, info, alphaOnly, surfaceRowBytes * info.height);
     }
