@@ -29,16 +29,16 @@ int main(int argc, char** argv) {
     const comparison_options_t options = parse_comparison_options(argc, argv);
     pin_to_one_core();
     const std::vector<std::string> backends = supported_backends();
-    comparison_t comparison(backends, options.rounds);
+    std::vector<std::string> names;
+    std::vector<std::vector<uint8_t>> files;
     double megabytes = 0;
     for (const std::string& path : options.files) {
-        const std::vector<uint8_t> file = read_file(path);
-        megabytes += 1e-6 * static_cast<double>(file.size());
-        comparison.measure([&](size_t i) { decode(backends[i], file); });
-        if (options.each) {
-            comparison.print_last(file_name(path));
-        }
+        names.push_back(file_name(path));
+        files.push_back(read_file(path));
+        megabytes += 1e-6 * static_cast<double>(files.back().size());
     }
-    comparison.print_sums("decode, " + std::to_string(options.files.size()) + " files", megabytes,
-                          "MB");
+    comparison_t comparison(backends, options);
+    comparison.measure(
+        names, [&](size_t backend, size_t file) { decode(backends[backend], files[file]); });
+    comparison.print_sums("decode, " + std::to_string(files.size()) + " files", megabytes, "MB");
 }

@@ -114,14 +114,10 @@ void compare(const set_t& set, const comparison_options_t& options) {
     for (const contender_t& contender : equal) {
         names.emplace_back(contender.name);
     }
-    comparison_t comparison(names, options.rounds);
-    for (size_t i = 0; i < set.files.size(); ++i) {
-        comparison.measure(
-            [&](size_t contender) { run_contender(equal[contender], set.files[i]); });
-        if (options.each) {
-            comparison.print_last(set.names[i]);
-        }
-    }
+    comparison_t comparison(names, options);
+    comparison.measure(set.names, [&](size_t contender, size_t file) {
+        run_contender(equal[contender], set.files[file]);
+    });
     comparison.print_sums("decode, " + std::to_string(set.files.size()) + " files", set.megapixels,
                           "MPix");
 }

@@ -8,13 +8,16 @@
 #include <libdeflate.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 namespace {
 
 using bytes_t = std::vector<uint8_t>;
+using target_t = std::span<uint8_t>;
 
 struct stream_t {
     std::string name;
@@ -44,10 +47,10 @@ bytes_t raw_deflate(const bytes_t& png) {
     return stream;
 }
 
-using inflater_t = bool (*)(const bytes_t& deflated, bytes_t& target);
+using inflater_t = bool (*)(const bytes_t& deflated, target_t target);
 
 template <int32_t (*process)(inflate_t* inflate, bitstream_t* stream)>
-bool inflate_by_pngslab(const bytes_t& deflated, bytes_t& target) {
+bool inflate_by_pngslab(const bytes_t& deflated, target_t target) {
     inflate_t inflate = {};
     inflate_process(&inflate, nullptr);
     inflate.out = target.data();
@@ -56,7 +59,7 @@ bool inflate_by_pngslab(const bytes_t& deflated, bytes_t& target) {
     return process(&inflate, &stream) == kInflateDone;
 }
 
-bool inflate_by_zlib(const bytes_t& deflated, bytes_t& target) {
+bool inflate_by_zlib(const bytes_t& deflated, target_t target) {
     constexpr int kRawDeflate = -15;
     z_stream stream = {};
     inflateInit2(&stream, kRawDeflate);
@@ -70,7 +73,7 @@ bool inflate_by_zlib(const bytes_t& deflated, bytes_t& target) {
 }
 
 // The decompressor is created once, as the documentation recommends.
-bool inflate_by_libdeflate(const bytes_t& deflated, bytes_t& target) {
+bool inflate_by_libdeflate(const bytes_t& deflated, target_t target) {
     static libdeflate_decompressor* const decompressor = libdeflate_alloc_decompressor();
     size_t actual = 0;
     return libdeflate_deflate_decompress(decompressor, deflated.data(), deflated.size(),
@@ -93,7 +96,7 @@ constexpr contender_t kContenders[] = {
 
 // A function of its own, so that profilers can select it by name.
 [[gnu::noinline]] bool run_contender(const contender_t& contender, const bytes_t& deflated,
-                                     bytes_t& target) {
+                                     target_t target) {
     return contender.inflate(deflated, target);
 }
 
@@ -145,25 +148,34 @@ std::vector<stream_t> load(const std::vector<std::string>& paths) {
     return streams;
 }
 
+// A target for all streams. It has been written before.
+bytes_t buffer_for(const std::vector<stream_t>& streams) {
+    size_t size = 0;
+    for (const stream_t& stream : streams) {
+        size = std::max(size, stream.inflatedSize);
+    }
+    return bytes_t(size);
+}
+
 void compare(const std::vector<stream_t>& streams, const comparison_options_t& options) {
     std::vector<std::string> names;
     for (const contender_t& contender : kContenders) {
         names.emplace_back(contender.name);
     }
-    comparison_t comparison(names, options.rounds);
+    std::vector<std::string> titles;
     double megabytes = 0;
     for (const stream_t& stream : streams) {
-        bytes_t target(stream.inflatedSize);
-        comparison.measure([&](size_t contender) {
-            if (!run_contender(kContenders[contender], stream.deflated, target)) {
-                std::abort();
-            }
-        });
-        if (options.each) {
-            comparison.print_last(stream.name);
-        }
+        titles.push_back(stream.name);
         megabytes += 1e-6 * static_cast<double>(stream.inflatedSize);
     }
+    bytes_t buffer = buffer_for(streams);
+    comparison_t comparison(names, options);
+    comparison.measure(titles, [&](size_t contender, size_t i) {
+        const target_t target(buffer.data(), streams[i].inflatedSize);
+        if (!run_contender(kContenders[contender], streams[i].deflated, target)) {
+            std::abort();
+        }
+    });
     comparison.print_sums("raw DEFLATE, " + std::to_string(streams.size()) + " files", megabytes,
                           "MB");
 }
@@ -178,11 +190,11 @@ int main(int argc, char** argv) {
         compare(streams, options);
         return 0;
     }
+    bytes_t buffer = buffer_for(streams);
     for (const contender_t& contender : kContenders) {
         if (options.only == contender.name) {
             for (const stream_t& stream : streams) {
-                bytes_t target(stream.inflatedSize);
-                run_contender(contender, stream.deflated, target);
+                run_contender(contender, stream.deflated, {buffer.data(), stream.inflatedSize});
             }
         }
     }

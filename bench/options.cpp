@@ -1,6 +1,8 @@
 // The command line and the input files of the comparison programs.
 #include "bench/options.h"
 
+#include "src/simd/backend.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -22,6 +24,10 @@ comparison_options_t parse_comparison_options(int argc, char** argv) {
         const std::string argument = argv[i];
         if (argument == "--each") {
             options.each = true;
+        } else if (argument == "--cold") {
+            options.cold = true;
+        } else if (argument == "--backend" && i + 1 < argc) {
+            activate_backend(argv[++i]);
         } else if (argument == "--rounds" && i + 1 < argc) {
             options.rounds = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
         } else if (argument == "--only" && i + 1 < argc) {
@@ -31,9 +37,16 @@ comparison_options_t parse_comparison_options(int argc, char** argv) {
         }
     }
     if (options.files.empty() || options.rounds == 0) {
-        stop("usage: " + std::string(argv[0]) + " [--rounds N] [--each] [--only NAME] FILES...");
+        stop("usage: " + std::string(argv[0]) +
+             " [--rounds N] [--each] [--cold] [--backend NAME] [--only NAME] FILES...");
     }
     return options;
+}
+
+void activate_backend(const std::string& name) {
+    if (!ds_detail::selectBackend(name)) {
+        stop("no backend '" + name + "' here");
+    }
 }
 
 std::vector<uint8_t> read_file(const std::string& path) {
