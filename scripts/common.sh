@@ -164,14 +164,22 @@ check_cmake() {
     is_at_least "$version" 3.21 || fail "pngslab needs CMake 3.21 or newer; this is CMake $version."
 }
 
+compiler_name() {
+    # shellcheck disable=SC2046 # words
+    if $(compiler) --version | grep -q clang; then
+        echo clang
+    else
+        echo g++
+    fi
+}
+
 # The same for the compiler.
 check_compiler() {
-    local compiler version name=g++ minimum=12
+    local compiler version name minimum=12
     read -ra compiler < <(compiler)
     version=$("${compiler[@]}" -dumpversion) || fail "there is no compiler '${compiler[*]}'"
-    if "${compiler[@]}" --version | grep -q clang; then
-        name=clang minimum=13
-    fi
+    name=$(compiler_name)
+    [ "$name" = g++ ] || minimum=13
     is_at_least "$version" "$minimum" ||
         fail "pngslab needs g++ 12 or clang 13, or newer; this is $name $version. CXX=... chooses another one."
 }
