@@ -3,6 +3,7 @@ that are found first stand for another machine; each notes that it was called.""
 
 import json
 import os
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -157,6 +158,64 @@ class Scripts(unittest.TestCase):
     def test_the_compiler_may_have_options(self):
         result = self.common("check_compiler && is_there g++ && is_there libgtest-dev", CXX="g++ -m64")
         self.assertEqual((0, ""), (result.returncode, result.stderr))
+
+    def bench_tree(self):
+        """Returns a copy of what a count of instructions needs, without programs. Each count is that in a file."""
+        tree = self.folder / "tree"
+        for path in ("scripts/bench.sh", "scripts/common.sh", "bench/make_images.py", "samples/quill.png"):
+            (tree / path).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(TREE / path, tree / path)
+        pixel_jobs = tree / "build/bench/bin/pixel_jobs"
+        pixel_jobs.parent.mkdir(parents=True)
+        pixel_jobs.write_text("#!/bin/sh\necho fill\n")
+        pixel_jobs.chmod(0o755)
+        self.fake("id", "echo 0")
+        self.fake("apt-get", "")
+        self.fake("cmake", "echo cmake version 3.21.0")
+        self.fake("valgrind", f"echo Collected : $(cat '{self.folder}/count')")
+        return tree
+
+    def count_instructions(self, tree, count, *options, **variables):
+        (self.folder / "count").write_text(count)
+        return self.run_script(tree / "scripts/bench.sh", "--instructions", *options, **variables)
+
+    def test_over_2_percent_more_instructions_than_recorded_are_an_error(self):
+        tree = self.bench_tree()
+        result = self.count_instructions(tree, "1000000", "--record")
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        result = self.count_instructions(tree, "1019000")
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        self.assertRegex(result.stdout, r"(?m)^decode/quill +1\.0190 +\+1\.90 %$")
+        self.assertRegex(result.stdout, r"(?m)^pixels/fill +1\.0190 +\+1\.90 %$")
+        result = self.count_instructions(tree, "1021000")
+        self.assertEqual(1, result.returncode)
+        self.assertRegex(result.stdout, r"(?m)^deflate/rgba-icon-mixed +1\.0210 +\+2\.10 %  more than 2 %$")
+        self.assertEqual("bench.sh: the jobs or their instructions differ from bench/instructions.txt. If that is "
+                         "intended, run scripts/bench.sh --instructions --record\n", result.stderr)
+
+    def test_a_job_without_a_record_is_an_error(self):
+        tree = self.bench_tree()
+        self.count_instructions(tree, "1000000", "--record")
+        record = tree / "bench/instructions.txt"
+        record.write_text(record.read_text().replace("decode/quill", "decode/quilt"))
+        result = self.count_instructions(tree, "1000000")
+        self.assertEqual(1, result.returncode)
+        self.assertRegex(result.stdout, r"(?m)^decode/quill +is not in the record$")
+        self.assertRegex(result.stdout, r"(?m)^decode/quilt +is only in the record$")
+
+    def test_a_program_without_instructions_is_an_error(self):
+        result = self.count_instructions(self.bench_tree(), "0", "--record")
+        self.assertEqual((1, "bench.sh: callgrind counts no instructions of decode/quill\n"),
+                         (result.returncode, result.stderr))
+
+    def test_instructions_of_other_compilers_are_not_checked(self):
+        tree = self.bench_tree()
+        (tree / "bench/instructions.txt").write_text("# Millions of instructions with frobnicator 1\n")
+        result = self.count_instructions(tree, "1000000")
+        self.assertEqual((0, ""), (result.returncode, result.stderr))
+        self.assertIn("Nothing is checked: the versions differ from those of the record.\n"
+                      "# Millions of instructions with frobnicator 1\n# Millions of instructions with ", result.stdout)
+        self.assertNotIn("valgrind", self.called())
 
     def test_documents_name_the_same_minima(self):
         readme = " ".join((TREE / "README.md").read_text().split())
