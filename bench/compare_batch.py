@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Compare one run of slabtool convert with one pngslab per file and with Pillow in a pool of processes.
 
-    bench/compare_batch.py [--rounds N] [--max-icons N] SLABTOOL PNGSLAB ICONS.txt PHOTOGRAPHS.txt
+    bench/compare_batch.py [--rounds N] [--max-icons N] BIN ICONS.txt PHOTOGRAPHS.txt
 
-Both lists have one PNG file per line. All files are in memory (/dev/shm) if that is writable. The programs run in
-turns, round after round. Processor time is the user and system time of a program and of its child processes. Python
-needs Pillow (Debian's package python3-pil).
+BIN is the folder of slabtool, pngslab and peak_memory. Both lists have one PNG file per line. All files are in memory
+(/dev/shm) if that is writable. The programs run in turns, round after round. Processor time is the user and system time
+of a program and of its child processes. Peak memory is that of the largest process, from a run of its own. Python needs
+Pillow (Debian's package python3-pil).
 """
 
 import argparse
@@ -66,10 +67,11 @@ def sample(path, max_count):
 
 class Bench:
     def __init__(self, options, folder):
-        self.slabtool = options.slabtool
-        self.pngslab = options.pngslab
+        self.slabtool, self.pngslab, self.peak_memory = (
+            str(options.bin / name) for name in ("slabtool", "pngslab", "peak_memory"))
         self.rounds = options.rounds
         self.folder = folder
+        self.output = str(folder / "output")
 
     def fill(self, name, files):
         """Make a folder with copies of the files."""
@@ -79,57 +81,60 @@ class Bench:
             shutil.copy(file, images / f"{number:06}.png")
         return images
 
+    # The contenders: lists of commands that write into the folder of the output.
+
     def batch(self, images, *options):
-        return Usage([self.slabtool, "convert", "--quiet", *options, str(images), self.fresh()])
+        return [[self.slabtool, "convert", "--quiet", *options, str(images), self.output]]
 
     def singles(self, images):
-        """Return the processor seconds of one pngslab per image."""
-        output = self.fresh()
-        os.mkdir(output)
-        return sum(Usage([self.pngslab, "--image", str(image), "--output", f"{output}/{image.name}.surface"]).processor
-                   for image in images.iterdir())
+        return [[self.pngslab, "--image", str(image), "--output", f"{self.output}/{image.name}.surface"]
+                for image in images.iterdir()]
 
     def pool(self, images):
-        output = self.fresh()
-        os.mkdir(output)
-        return Usage([sys.executable, "-c", PILLOW, str(images), output]).processor
+        return [[sys.executable, "-c", PILLOW, str(images), self.output]]
 
-    def fresh(self):
-        output = self.folder / "output"
-        shutil.rmtree(output, ignore_errors=True)
-        return str(output)
+    def clear(self):
+        shutil.rmtree(self.output, ignore_errors=True)
+        os.mkdir(self.output)
 
-    def medians(self, *contenders):
-        samples = [[] for _ in contenders]
+    def seconds(self, commands, kind):
+        self.clear()
+        return sum(getattr(Usage(command), kind) for command in commands)
+
+    def peak(self, commands):
+        """Return the mebibytes of the largest process."""
+        self.clear()
+        return max(int(subprocess.run([self.peak_memory, *command], stdout=subprocess.PIPE, check=True).stdout)
+                   for command in commands) / 1024
+
+    def compare(self, name, kind, ours, theirs):
+        """Print a row of the table. The kind of time is "processor" or "wall"."""
+        samples = [], []
         for number in range(self.rounds):
-            order = range(len(contenders)) if number % 2 == 0 else reversed(range(len(contenders)))
-            for i in order:
-                samples[i].append(contenders[i]())
-        return [statistics.median(times) for times in samples]
-
-
-def show(name, ours, theirs):
-    print(f"| {name:<58} | {ours:9.3f} | {theirs:9.3f} | {theirs / ours:6.2f} |")
+            turns = list(zip(samples, (ours, theirs)))
+            for times, commands in turns if number % 2 == 0 else reversed(turns):
+                times.append(self.seconds(commands, kind))
+        seconds = [statistics.median(times) for times in samples]
+        print(f"| {name:<58} | {seconds[0]:9.3f} | {seconds[1]:9.3f} | {seconds[1] / seconds[0]:6.2f} "
+              f"| {self.peak(ours):8.1f} | {self.peak(theirs):9.1f} |")
 
 
 def compare(bench, icons, photographs):
-    print("\n| batch                                                      |    ours s |   other s |  ratio |")
-    print("|---|---|---|---|")
+    print("\n| batch                                                      |    ours s |   other s |  ratio "
+          "| peak MiB | other MiB |\n|---|---|---|---|---|---|")
     # Two threads on one physical core slow each other down. A single process is compared with one thread.
     count = len(list(icons.iterdir()))
-    batch, singles = bench.medians(lambda: bench.batch(icons, "--jobs", "1").processor, lambda: bench.singles(icons))
-    show(f"{count} icons, one run / a pngslab each, CPU", batch, singles)
-    batch, pool = bench.medians(lambda: bench.batch(icons).processor, lambda: bench.pool(icons))
-    show(f"{count} icons, one run / Pillow in a pool, CPU", batch, pool)
-    batch, singles = bench.medians(lambda: bench.batch(photographs, "--jobs", "1").processor,
-                                   lambda: bench.singles(photographs))
-    show("photographs, one run / a pngslab each, CPU", batch, singles)
-    two, one = bench.medians(lambda: bench.batch(photographs, "--jobs", "2").wall,
-                             lambda: bench.batch(photographs, "--jobs", "1").wall)
-    show("photographs, two threads / one, wall", two, one)
-    two, one = bench.medians(lambda: bench.batch(icons, "--jobs", "2").wall,
-                             lambda: bench.batch(icons, "--jobs", "1").wall)
-    show(f"{count} icons, two threads / one, wall", two, one)
+    one_thread, two_threads = ("--jobs", "1"), ("--jobs", "2")
+    bench.compare(f"{count} icons, one run / a pngslab each, CPU", "processor", bench.batch(icons, *one_thread),
+                  bench.singles(icons))
+    bench.compare(f"{count} icons, one run / Pillow in a pool, CPU", "processor", bench.batch(icons),
+                  bench.pool(icons))
+    bench.compare("photographs, one run / a pngslab each, CPU", "processor", bench.batch(photographs, *one_thread),
+                  bench.singles(photographs))
+    bench.compare("photographs, two threads / one, wall", "wall", bench.batch(photographs, *two_threads),
+                  bench.batch(photographs, *one_thread))
+    bench.compare(f"{count} icons, two threads / one, wall", "wall", bench.batch(icons, *two_threads),
+                  bench.batch(icons, *one_thread))
 
 
 def update(bench, icon):
@@ -143,7 +148,8 @@ def update(bench, icon):
             os.utime(first, (0, 0)) # an old date, because slabtool reads recent files again
         else:
             os.link(first, first.with_name(f"{number}.png"))
-    command = [bench.slabtool, "convert", "--quiet", "--update", str(images), bench.fresh()]
+    bench.clear()
+    [command] = bench.batch(images, "--update")
     Usage(command)
     runs = [Usage(command) for _ in range(bench.rounds)]
     print(f"\n{UP_TO_DATE_IMAGES} images that are up to date: {statistics.median(run.wall for run in runs):.2f} s, "
@@ -154,7 +160,8 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--max-icons", type=int, default=2000, help="number of icons")
-    for name in ("slabtool", "pngslab", "icons", "photographs"):
+    parser.add_argument("bin", type=pathlib.Path)
+    for name in ("icons", "photographs"):
         parser.add_argument(name)
     options = parser.parse_args()
     memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None

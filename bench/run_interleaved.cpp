@@ -4,21 +4,16 @@
 //     run_interleaved [--rounds N] FOLDER NAME=PROGRAM... -- IMAGES...
 //
 // Each is run as `PROGRAM --image IMAGE --output FOLDER/NAME.surface`. A program that writes no file
-// measures only the start of a process. This program is linked statically and uses little memory,
-// because the system counts a process's peak memory from that of the process that started it.
+// measures only the start of a process.
 #include "bench/comparison.h"
+#include "bench/process.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 namespace {
 
@@ -34,10 +29,6 @@ struct request_t {
     uint32_t rounds = 5;
     std::vector<command_t> commands;
     std::vector<char*> images;
-};
-
-struct sample_t {
-    double processorSeconds, wallSeconds, peakMemory;
 };
 
 [[noreturn]] void stop(const std::string& message) {
@@ -72,40 +63,15 @@ request_t parse(int argc, char** argv) {
     return request;
 }
 
-double seconds(const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-}
-
-double wall_seconds() {
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
-sample_t run(const command_t& command, char* image) {
-    static posix_spawn_file_actions_t* const discardOutput = [] {
-        static posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        return &actions;
-    }();
+process_use_t run(const command_t& command, char* image) {
     std::string words[] = {command.program, "--image", "--output", command.output};
     char* arguments[] = {words[0].data(), words[1].data(), image,
                          words[2].data(), words[3].data(), nullptr};
-    const double start = wall_seconds();
-    pid_t child = 0;
-    if (posix_spawn(&child, arguments[0], discardOutput, nullptr, arguments, environ) != 0) {
-        stop("cannot start " + command.program);
-    }
-    int status = 0;
-    rusage usage = {};
-    wait4(child, &status, 0, &usage);
-    const double end = wall_seconds();
-    if (status != 0) {
+    const process_use_t use = run_process(arguments);
+    if (!use.succeeded) {
         stop(command.name + " failed on " + image);
     }
-    return {seconds(usage.ru_utime) + seconds(usage.ru_stime), end - start,
-            static_cast<double>(usage.ru_maxrss)};
+    return use;
 }
 
 // Compares in small pieces, because this process must use little memory.
@@ -146,10 +112,10 @@ void measure(request_t& request, char* image) {
     for (uint32_t round = 0; round < request.rounds; ++round) {
         for (size_t turn = 0; turn < count; ++turn) {
             const size_t i = round % 2 == 0 ? turn : count - 1 - turn;
-            const sample_t sample = run(request.commands[i], image);
-            processor[i].push_back(sample.processorSeconds);
-            wall[i].push_back(sample.wallSeconds);
-            memory[i].push_back(sample.peakMemory);
+            const process_use_t use = run(request.commands[i], image);
+            processor[i].push_back(use.processorSeconds);
+            wall[i].push_back(use.wallSeconds);
+            memory[i].push_back(use.peakMemory);
         }
     }
     for (size_t i = 0; i < count; ++i) {

@@ -255,7 +255,7 @@ measure_batch() {
     echo "### Many images: slabtool convert in one run"
     # Debian's Pillow needs Debian's Python.
     /usr/bin/python3 "$tree/bench/compare_batch.py" --rounds "$rounds" --max-icons "$icon_processes" \
-        "$bin/slabtool" "$bin/pngslab" "$lists/icons.txt" "$lists/photographs.txt"
+        "$bin" "$lists/icons.txt" "$lists/photographs.txt"
 }
 
 # A table row for the task $1 on the file $2 by the program $3: ours and the contender $4.
