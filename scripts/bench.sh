@@ -6,7 +6,7 @@
 #     scripts/bench.sh --instructions [--record]
 #
 # FOLDER holds PNG files of any kind; they are sorted into sets. Without FOLDER the images come from packages of
-# Debian. --quick uses fewer images and fewer rounds: about three minutes instead of 25. The steps are deflate, decode,
+# Debian. --quick uses fewer images and fewer rounds: about three minutes instead of 23. The steps are deflate, decode,
 # backends, process, batch, instructions, micro and pixels. Without --steps all of them run.
 #
 # --instructions counts the instructions of a fixed set of small jobs, in a minute, and compares them with the record
