@@ -5,10 +5,10 @@
 #include "inflate/src/internal/inflate_fast.h"
 #include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/internal/match_copy.h"
-#include "tests/support/decoder_snapshot.h"
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
+#include "tests/support/inspected_decoder.h"
 #include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
@@ -20,59 +20,6 @@
 using namespace inflate_detail;
 
 namespace {
-
-// A decoder whose output buffer can be inspected, with bytes after it that must not change.
-class inspected_decoder {
-public:
-    inspected_decoder(size_t room, bool states_only)
-        : m_states_only(states_only)
-        , m_output(room + 64, 0xA5) {
-        inflate_process(&m_state, nullptr);
-        m_state.out = m_output.data();
-        m_state.outAvailable = static_cast<uint32_t>(room);
-    }
-    inspected_decoder(const inspected_decoder&) = delete;
-    inspected_decoder& operator=(const inspected_decoder&) = delete;
-
-    // Feeds a piece, of which up to `held` bytes are already loaded into the reader.
-    decoder_snapshot_t feed(const byte_vector& piece, uint32_t held = 0) {
-        m_reader.data = piece.data();
-        m_reader.available = static_cast<uint32_t>(piece.size());
-        for (; held > 0 && m_reader.available > 0 && m_reader.bitCount <= 24; --held) {
-            m_reader.bits |= static_cast<uint32_t>(*m_reader.data++) << m_reader.bitCount;
-            m_reader.bitCount += 8;
-            --m_reader.available;
-        }
-        const int32_t result = m_states_only ? process_states_only(&m_state, &m_reader)
-                                             : inflate_process(&m_state, &m_reader);
-        return snapshot_of(result, m_state, m_reader, piece.data(), m_output.data(),
-                           m_output.size());
-    }
-
-private:
-    bool m_states_only;
-    byte_vector m_output;
-    inflate_t m_state{};
-    bitstream_t m_reader{};
-};
-
-// Feeds both decoders the same pieces until one of them finishes.
-void expect_same_steps(const byte_vector& raw, size_t room, const std::vector<size_t>& sizes) {
-    inspected_decoder fast(room, false);
-    inspected_decoder states(room, true);
-    size_t at = 0;
-    for (const size_t size : sizes) {
-        const byte_vector piece = slice(raw, at, size);
-        const decoder_snapshot_t expected = states.feed(piece);
-        ASSERT_TRUE(same_snapshot(expected, fast.feed(piece)))
-            << "piece of " << size << " bytes at " << at << " of " << raw.size()
-            << ", output space for " << room;
-        if (expected.result != kInflateNeedsInput) {
-            return;
-        }
-        at += size;
-    }
-}
 
 // Long enough for the fast loop to start.
 std::vector<size_t> long_pieces(test_rng& rng, size_t total) {

@@ -18,6 +18,24 @@ testing::AssertionResult different(const char* what, int64_t expected, int64_t g
 
 } // namespace
 
+namespace {
+
+byte_vector tables_of(const inflate_t& inflate) {
+    byte_vector tables;
+    const auto append = [&](const auto& array) {
+        const auto* const bytes = reinterpret_cast<const uint8_t*>(array);
+        tables.insert(tables.end(), bytes, bytes + sizeof array);
+    };
+    append(inflate.litlenCounts);
+    append(inflate.litlenSymbols);
+    append(inflate.distCounts);
+    append(inflate.distSymbols);
+    append(inflate.lengths);
+    return tables;
+}
+
+} // namespace
+
 decoder_snapshot_t snapshot_of(int32_t result, const inflate_t& inflate, const bitstream_t& reader,
                                const uint8_t* input, const uint8_t* output, size_t size) {
     return {result,
@@ -27,6 +45,7 @@ decoder_snapshot_t snapshot_of(int32_t result, const inflate_t& inflate, const b
              inflate.copyFrom != nullptr ? inflate.copyFrom - output : kNullPointer,
              inflate.outAvailable, inflate.totalOut},
             {reader.data - input, reader.available, reader.bits, reader.bitCount},
+            tables_of(inflate),
             {output, output + size}};
 }
 
@@ -45,5 +64,6 @@ testing::AssertionResult same_snapshot(const decoder_snapshot_t& expected,
             return different(kReaderFields[i], expected.reader[i], got.reader[i]);
         }
     }
-    return same_bytes(expected.output, got.output);
+    testing::AssertionResult sameTables = same_bytes(expected.tables, got.tables);
+    return sameTables ? same_bytes(expected.output, got.output) : sameTables << " (of the tables)";
 }

@@ -13,6 +13,7 @@ struct decoder_snapshot_t {
     int32_t result;
     std::array<int64_t, 12> record;
     std::array<int64_t, 4> reader;
+    byte_vector tables; ///< counts, symbols and code lengths
     byte_vector output;
 };
 
