@@ -27,13 +27,18 @@ bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t bufferS
 bool should_use_wavefront(const png_rows_t& rows, uint32_t row, uint64_t source) {
     const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;
     if (row == 0 || rows.height - row < kWavefrontRows || rows.stride < rowBytes ||
-        rowBytes > kWavefrontRowBytes || row * rows.stride >= source + 1) {
+        row * rows.stride >= source + 1) {
         return false;
     }
     const uint32_t lastRow = row + kWavefrontRows - 1;
     const uint64_t lastSource = source + (kWavefrontRows - 1) * (rowBytes + 1) + 1;
     if (lastSource + rowBytes > rows.bufferSize || lastRow * rows.stride >= lastSource ||
         !row_fits(lastRow, rows.stride, rowBytes, rows.bufferSize)) {
+        return false;
+    }
+    if (rowBytes > kWavefrontRowBytes &&
+        wavefront_distance(rows.buffer + row * rows.stride, rows.buffer + source + 1, rows.stride,
+                           rowBytes) > kWavefrontDistance) {
         return false;
     }
     bool hasPaeth = false;

@@ -5,6 +5,7 @@
 
 #include "png/internal/scalar_rows.h"
 
+#include <algorithm>
 #include <arm_neon.h>
 #include <cstring>
 #include <utility>

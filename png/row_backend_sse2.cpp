@@ -5,6 +5,7 @@
 
 #include "png/internal/scalar_rows.h"
 
+#include <algorithm>
 #include <cstring>
 #include <emmintrin.h>
 #include <utility>

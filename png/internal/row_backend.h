@@ -4,6 +4,7 @@
 #include "png/internal/png_filter.h"
 #include "src/simd/backend.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -25,15 +26,29 @@ using filter_row_t = void (*)(uint8_t* target, const uint8_t* source, const uint
 /// The number of rows of a wavefront.
 inline constexpr uint32_t kWavefrontRows = 4;
 
-/// Max bytes per row in a wavefront. Its rows are copied to the stack.
+/// A wavefront copies rows of at most this size to the stack before it writes pixels.
 inline constexpr uint64_t kWavefrontRowBytes = uint64_t{16} * 1024;
+
+/// Wider rows are copied in parts. For them, this is the max distance of the pixels from their source.
+inline constexpr uint64_t kWavefrontDistance = uint64_t{16} * 1024;
+
+/// The max distance of the pixels of a wavefront's rows from their source, in bytes. The distance of each row differs
+/// from that of the row before by the same number, so the max is that of the first or the last row.
+/// @param source the first row's source, without the filter byte
+inline uint64_t wavefront_distance(const uint8_t* target, const uint8_t* source, uint64_t stride,
+                                   uint64_t rowBytes) {
+    constexpr uint64_t kRowsBetween = kWavefrontRows - 1;
+    const auto ofFirst = static_cast<uint64_t>(source - target);
+    return std::max(ofFirst, ofFirst + kRowsBetween * (rowBytes + 1) - kRowsBetween * stride);
+}
 
 /// Converts `kWavefrontRows` rows together.
 /// @param target the first row of pixels; the row before it, at `target` - `stride`, is finished
 /// @param source the first row's filter byte; the rows are contiguous, and their filters are valid. Every row's pixels
 ///        are at lower addresses than its source.
 /// @param stride at least `rowBytes`
-/// @param rowBytes a multiple of the pixel size, at most kWavefrontRowBytes
+/// @param rowBytes a multiple of the pixel size. Above kWavefrontRowBytes, wavefront_distance() is at most
+///        kWavefrontDistance.
 using wavefront_t = void (*)(uint8_t* target, const uint8_t* source, uint64_t stride,
                              uint64_t rowBytes);
 

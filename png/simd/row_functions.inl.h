@@ -1,7 +1,7 @@
 // The row functions of the backends with registers of 16 bytes.
 //
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h; the includer has
-// png/internal/scalar_rows.h, <cstring> and <utility>.
+// png/internal/scalar_rows.h, <algorithm>, <cstring> and <utility>.
 
 #include "png/simd/pixel_lanes.inl.h"
 // The row functions need the lanes above.

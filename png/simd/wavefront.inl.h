@@ -1,7 +1,7 @@
 // Converts several rows together, with one word of the register per row.
 //
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h and png/simd/pixel_lanes.inl.h; the
-// includer has png/internal/row_backend.h.
+// includer has png/internal/row_backend.h, <algorithm>, <cstring> and <utility>.
 //
 // In Sub, Average and Paeth each pixel depends on the one before it, so that a single row mostly waits for results.
 // kPixels rows run side by side, each kLag pixels after the row above it. In step s:
@@ -14,14 +14,54 @@
 // With a lag of two pixels, only the prediction depends on the step before. Tried and rejected: a lag of one pixel,
 // which adds the move of row 0's result to that dependency (10 to 25 % slower).
 
+// A row's pixels overwrite source that is still to be read: of its own row, and the end of the row before. So source is
+// saved before a step writes pixels: short rows as a whole, wide rows in strips. A strip has the pixels of all steps from
+// `first` to `last`, so the pixels that the next strip depends on stay in the register. The ends of wide rows are saved
+// first, because the beginnings of the rows after them overwrite them:
+//
+//     row 0    |strip|strip| ...        | end |
+//     row 1   |strip|strip| ...        | end |       distance = source - target
+//     row 2  |strip|strip| ...        | end |        `end` has as many bytes as the max distance of the rows
+//     row 3 |strip|strip| ...              |
+
 constexpr uint64_t kLag = 2;
+constexpr uint64_t kLastRowStart =
+    (kPixels - 1) * kLag;        // the first step in which every row has a pixel
 constexpr uint64_t kPadding = 4; // pixels of three bytes are read as four
 static_assert(kPixels == kWavefrontRows);
 
+// The strips and the ends of wide rows use the memory of short rows.
+constexpr uint64_t kSavedBytes =
+    kPixels * (kWavefrontRowBytes + kLastRowStart * kMaxPixelBytes + kPadding);
+constexpr uint64_t kStripBytes = 4092; // a multiple of every pixel size
+static_assert(kPixels * (kStripBytes + kPadding) + (kPixels - 1) * kWavefrontDistance <=
+              kSavedBytes);
+
+// The source of the rows in the buffer.
+struct wavefront_source_t {
+    const uint8_t* row[kPixels]; // without the filter byte
+    uint64_t rowBytes;
+    const uint8_t* ends; // of all rows but the last, one after the other
+    uint64_t endBytes;   // 0 if rows are saved as a whole
+
+    // Copies the bytes from `first` to `last` of a row.
+    void copy(uint8_t* target, uint32_t index, uint64_t first, uint64_t last) const {
+        const uint64_t endStart = index + 1 < kPixels ? rowBytes - endBytes : rowBytes;
+        const uint64_t split = std::clamp(endStart, first, last);
+        std::memcpy(target, row[index] + first, split - first);
+        if (split < last) {
+            std::memcpy(target + (split - first), ends + index * endBytes + (split - endStart),
+                        last - split);
+        }
+    }
+};
+
 struct wavefront_rows_t {
     uint8_t* target[kPixels];
-    const uint8_t* source[kPixels]; // without the filter byte
-    const uint8_t* above;           // of the first row
+    // Saved source of the current strip. Element 0 belongs to the first step, so it is kLag pixels further left in each
+    // row than in the row above.
+    uint8_t* saved[kPixels];
+    const uint8_t* above; // of the first row
 };
 
 constexpr auto kEachRow = std::make_integer_sequence<uint32_t, kPixels>();
@@ -30,7 +70,7 @@ constexpr auto kEachRow = std::make_integer_sequence<uint32_t, kPixels>();
 template <uint32_t pixelBytes, uint32_t... row>
 U32 load_words(const wavefront_rows_t& rows, uint64_t offset,
                std::integer_sequence<uint32_t, row...>) {
-    return U32{load_pixel<pixelBytes>(rows.source[row] + offset - row * kLag * pixelBytes)...};
+    return U32{load_pixel<pixelBytes>(rows.saved[row] + offset)...};
 }
 
 template <uint32_t pixelBytes, uint32_t... row>
@@ -103,17 +143,17 @@ struct front_t {
     }
 };
 
-// A step at the start or the end of the rows. Some rows have no pixel in this step, or a pixel whose neighbor in memory
+// A step at the start or the end of the rows. `first` is the first step of the strip. Some rows have no pixel in this step, or a pixel whose neighbor in memory
 // must not be accessed.
 template <uint32_t pixelBytes, typename filters_t>
 void edge_step(front_t* front, const filters_t& filters, const wavefront_rows_t& rows,
-               uint64_t step, uint64_t width) {
+               uint64_t first, uint64_t step, uint64_t width) {
     U32 filtered = {};
     U32 active = {};
     for (uint64_t row = 0; row < kPixels; ++row) {
         const uint64_t x = step - row * kLag;
         if (step >= row * kLag && x < width) {
-            filtered[row] = load_pixel<pixelBytes>(rows.source[row] + x * pixelBytes);
+            filtered[row] = load_pixel<pixelBytes>(rows.saved[row] + (step - first) * pixelBytes);
             active[row] = 0xFFFFFFFF;
         }
     }
@@ -131,50 +171,88 @@ void edge_step(front_t* front, const filters_t& filters, const wavefront_rows_t&
     }
 }
 
+// The steps from `first` to `last`.
 template <uint32_t pixelBytes, typename filters_t>
-void convert_rows(const filters_t& filters, const wavefront_rows_t& rows, uint64_t width) {
-    constexpr uint64_t kLastRowStart = (kPixels - 1) * kLag;
-    front_t front;
-    uint64_t step = 0;
-    for (; step < kLastRowStart; ++step) {
-        edge_step<pixelBytes>(&front, filters, rows, step, width);
+void convert_strip(front_t* result, const filters_t& filters, const wavefront_rows_t& rows,
+                   uint64_t first, uint64_t last, uint64_t width) {
+    front_t front = *result; // a local copy, so that it stays in registers
+    uint64_t step = first;
+    for (; step < std::min(last, kLastRowStart); ++step) {
+        edge_step<pixelBytes>(&front, filters, rows, first, step, width);
     }
-    for (; step + 1 < width; ++step) {
-        const uint64_t offset = step * pixelBytes;
-        const U32 filtered =
-            exchange_in_words<pixelBytes>(load_words<pixelBytes>(rows, offset, kEachRow));
-        const uint32_t above = load_pixel<pixelBytes>(rows.above + offset);
-        store_words<pixelBytes>(rows, offset, U32(front.advance(filters, filtered, above)),
-                                kEachRow);
+    for (; step < std::min(last, width - 1); ++step) {
+        const U32 filtered = exchange_in_words<pixelBytes>(
+            load_words<pixelBytes>(rows, (step - first) * pixelBytes, kEachRow));
+        const uint32_t above = load_pixel<pixelBytes>(rows.above + step * pixelBytes);
+        store_words<pixelBytes>(rows, step * pixelBytes,
+                                U32(front.advance(filters, filtered, above)), kEachRow);
     }
-    for (; step < width + kLastRowStart; ++step) {
-        edge_step<pixelBytes>(&front, filters, rows, step, width);
+    for (; step < last; ++step) {
+        edge_step<pixelBytes>(&front, filters, rows, first, step, width);
+    }
+    *result = front;
+}
+
+// Saves the source of the steps from `first` to `last`.
+template <uint32_t pixelBytes>
+void save_strip(const wavefront_rows_t& rows, const wavefront_source_t& source, uint64_t first,
+                uint64_t last) {
+    for (uint32_t row = 0; row < kPixels; ++row) {
+        const uint64_t lag = row * kLag;
+        const uint64_t begin = std::max(first, lag);
+        const uint64_t end = std::min(last, source.rowBytes / pixelBytes + lag);
+        uint8_t* const saved = rows.saved[row] + (begin - first) * pixelBytes;
+        if (begin < end) {
+            source.copy(saved, row, (begin - lag) * pixelBytes, (end - lag) * pixelBytes);
+            std::memset(saved + (end - begin) * pixelBytes, 0, kPadding);
+        }
+    }
+}
+
+inline void save_ends(wavefront_source_t* source, uint8_t* ends, uint64_t endBytes) {
+    source->ends = ends;
+    source->endBytes = endBytes;
+    for (uint32_t row = 0; row + 1 < kPixels; ++row) {
+        std::memcpy(ends + row * endBytes, source->row[row] + source->rowBytes - endBytes,
+                    endBytes);
     }
 }
 
 template <uint32_t pixelBytes>
 void wavefront(uint8_t* target, const uint8_t* source, uint64_t stride, uint64_t rowBytes) {
-    // A row's pixels overwrite source of rows that are still being read, so all rows are saved first.
-    uint8_t saved[kPixels * (kWavefrontRowBytes + kPadding)];
-    uint8_t* next = saved; // rows are contiguous, so that short ones use little memory
-    U32 filters = {};
-    bool allPaeth = true;
+    const uint64_t width = rowBytes / pixelBytes;
+    const uint64_t steps = width + kLastRowStart;
+    const bool isWide = rowBytes > kWavefrontRowBytes;
+    const uint64_t stripSteps = isWide ? kStripBytes / pixelBytes : steps;
+    const uint64_t savedBytes = stripSteps * pixelBytes + kPadding;
+    uint8_t memory[kSavedBytes];
+    uint8_t* const ends = memory + kPixels * savedBytes;
+    wavefront_source_t from = {{}, rowBytes, nullptr, 0};
     wavefront_rows_t rows;
     rows.above = target - stride;
+    U32 filters = {};
     for (uint32_t row = 0; row < kPixels; ++row) {
-        allPaeth &= *source == kFilterPaeth;
         filters[row] = *source++;
-        std::memcpy(next, source, rowBytes);
-        std::memset(next + rowBytes, 0, kPadding);
-        rows.source[row] = next;
+        from.row[row] = source;
         rows.target[row] = target + row * stride;
+        rows.saved[row] =
+            memory + row * savedBytes; // adjacent, so that short rows use little memory
         source += rowBytes;
-        next += rowBytes + kPadding;
     }
-    const uint64_t width = rowBytes / pixelBytes;
-    if (allPaeth) {
-        convert_rows<pixelBytes>(all_paeth_t(), rows, width);
-    } else {
-        convert_rows<pixelBytes>(mixed_filters_t(filters), rows, width);
+    if (isWide) {
+        save_ends(&from, ends, wavefront_distance(target, from.row[0], stride, rowBytes));
+    }
+    const U32 others = U32(filters != uint32_t{kFilterPaeth});
+    const bool allPaeth = (others[0] | others[1] | others[2] | others[3]) == 0;
+    const mixed_filters_t mixed(filters);
+    front_t front;
+    for (uint64_t first = 0; first < steps; first += stripSteps) {
+        const uint64_t last = std::min(first + stripSteps, steps);
+        save_strip<pixelBytes>(rows, from, first, last);
+        if (allPaeth) {
+            convert_strip<pixelBytes>(&front, all_paeth_t(), rows, first, last, width);
+        } else {
+            convert_strip<pixelBytes>(&front, mixed, rows, first, last, width);
+        }
     }
 }

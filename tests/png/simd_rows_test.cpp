@@ -153,12 +153,31 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForManyPaethPixels) {
     }
 }
 
-TEST_P(PngRowsOnBackends, EqualTheScalarOnesAtTheMaxRowSizeOfAWavefront) {
-    const auto limit = static_cast<uint32_t>(kWavefrontRowBytes / GetParam());
-    for (const uint32_t width : {limit - 1, limit, limit + 1}) {
-        const image_t image{GetParam(), width, 6, uint64_t{width} * GetParam(), 0, width};
-        expect_same_from_each_backend(
-            image, filtered_buffer(image, [](uint32_t row) { return 4 - row % 2; }));
+// Rows around the size above which they are saved in strips, and around a multiple of the strips.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForWideRows) {
+    constexpr uint64_t kStrips = uint64_t{6} * 4092;
+    for (const uint64_t bytes : {kWavefrontRowBytes, kStrips}) {
+        const auto middle = static_cast<uint32_t>(bytes / GetParam());
+        for (uint32_t width = middle - 1; width <= middle + 8; ++width) {
+            const image_t image{GetParam(), width, 14, uint64_t{width} * GetParam(), 0, width};
+            expect_same_from_each_backend(
+                image, filtered_buffer(image, [](uint32_t row) { return row < 6 ? 4 : row % 5; }));
+        }
+    }
+}
+
+// Up to the max distance the ends of the rows are saved. Beyond it, rows are converted one by one. Rows of the surface
+// may be longer than those of the image: then the distance falls from row to row.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForWideRowsAtEveryKindOfDistance) {
+    const auto width = static_cast<uint32_t>((kWavefrontRowBytes + 5000) / GetParam());
+    const uint64_t rowBytes = uint64_t{width} * GetParam();
+    for (const uint64_t room : {uint64_t{0}, uint64_t{1}, uint64_t{4091}, kWavefrontDistance - 12,
+                                kWavefrontDistance - 5, kWavefrontDistance, 3 * rowBytes}) {
+        for (const uint64_t gap : {0, 1, 2, 300}) {
+            const image_t image{GetParam(), width, 11, rowBytes + gap, room, 7};
+            expect_same_from_each_backend(
+                image, filtered_buffer(image, [](uint32_t row) { return 4 - row % 5 / 4; }));
+        }
     }
 }
 
