@@ -408,31 +408,46 @@ private:
     bool hasNoTerm() const { return keepsAlpha || rule.alphaTerm == 0; }
 };
 
+/// Whether the pixels of a register are known to be opaque.
+template <Mode mode>
+inline bool isTargetOpaque(const uint8_t* pixels) {
+    return mode != Mode::ARGB8888 || areOpaque(pixels);
+}
+
 template <Mode targetMode, Mode sourceMode, bool keepsAlpha>
 [[gnu::noinline, gnu::flatten]] void blendBlocks(uint8_t* target, const uint8_t* source,
                                                  uint32_t count, const SourceRule& rule) {
     const BlendSource<sourceMode, keepsAlpha> colors(rule);
     const Constants constants;
+    // Coverage comes in runs, so a covered register of a mask does not read its target. For other sources the test is
+    // faster before the branch (random alpha on opaque pixels: 0.24 ns per pixel instead of 0.34).
+    constexpr bool kTestsTargetFirst = sourceMode != Mode::A8;
     for (uint32_t i = 0; i < count; i += kPixels) {
-        const bool targetIsOpaque = targetMode != Mode::ARGB8888 || areOpaque(target);
+        bool targetIsOpaque = kTestsTargetFirst && isTargetOpaque<targetMode>(target);
         if (colors.isOpaque(source)) {
             // The formula gives the source itself.
             storePixels<targetMode>(loadPixels<sourceMode>(source, colors.rule, constants), target,
                                     constants);
-        } else if (colors.isClear(source)) {
-            if (!targetIsOpaque) { // An opaque target stays as it is.
-                const U32 words = loadPixels<targetMode>(target, colors.rule, constants);
-                storePixels<targetMode>(composeNothingOver(words, constants), target, constants);
-            }
         } else {
-            const U32 words = loadPixels<targetMode>(target, colors.rule, constants);
-            const SourceBlock above = colors.load(source, constants);
-            // Each formula has its own store: a common store took 12 % longer on opaque targets (g++ 12).
-            if (targetIsOpaque) {
-                storePixels<targetMode>(composeOverOpaque(words, above, constants), target,
-                                        constants);
+            targetIsOpaque =
+                kTestsTargetFirst ? targetIsOpaque : isTargetOpaque<targetMode>(target);
+            if (colors.isClear(source)) {
+                if (!targetIsOpaque) { // An opaque target stays as it is.
+                    const U32 words = loadPixels<targetMode>(target, colors.rule, constants);
+                    storePixels<targetMode>(composeNothingOver(words, constants), target,
+                                            constants);
+                }
             } else {
-                storePixels<targetMode>(composeOver(words, above, constants), target, constants);
+                const U32 words = loadPixels<targetMode>(target, colors.rule, constants);
+                const SourceBlock above = colors.load(source, constants);
+                // Each formula has its own store: a common store took 12 % longer on opaque targets (g++ 12).
+                if (targetIsOpaque) {
+                    storePixels<targetMode>(composeOverOpaque(words, above, constants), target,
+                                            constants);
+                } else {
+                    storePixels<targetMode>(composeOver(words, above, constants), target,
+                                            constants);
+                }
             }
         }
         source += kPixels * ModeTraits<sourceMode>::kBytes;
