@@ -22,27 +22,27 @@ bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t bufferS
     return startsInside && fits(row * stride, rowBytes, bufferSize);
 }
 
-// Whether a wavefront can and should convert the next rows: they are complete, and the image's first row is not among
-// them. A wavefront takes as long as four rows of Average, so it is faster if at least one row has Paeth.
-bool should_use_wavefront(const png_rows_t& rows, uint32_t row, uint64_t source) {
+// Whether a wavefront of `size` rows can and should convert the next rows: they are complete, and the image's first row
+// is not among them. A wavefront takes at most as long as its rows with Average, so it is faster if one row has Paeth.
+bool should_use_wavefront(const png_rows_t& rows, uint32_t row, uint64_t source, uint32_t size) {
     const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;
-    if (row == 0 || rows.height - row < kWavefrontRows || rows.stride < rowBytes ||
+    if (row == 0 || rows.height - row < size || rows.stride < rowBytes ||
         row * rows.stride >= source + 1) {
         return false;
     }
-    const uint32_t lastRow = row + kWavefrontRows - 1;
-    const uint64_t lastSource = source + (kWavefrontRows - 1) * (rowBytes + 1) + 1;
+    const uint32_t lastRow = row + size - 1;
+    const uint64_t lastSource = source + (size - 1) * (rowBytes + 1) + 1;
     if (lastSource + rowBytes > rows.bufferSize || lastRow * rows.stride >= lastSource ||
         !row_fits(lastRow, rows.stride, rowBytes, rows.bufferSize)) {
         return false;
     }
-    if (rowBytes > kWavefrontRowBytes &&
+    if (rowBytes > wavefront_row_bytes(size) &&
         wavefront_distance(rows.buffer + row * rows.stride, rows.buffer + source + 1, rows.stride,
-                           rowBytes) > kWavefrontDistance) {
+                           rowBytes, size) > wavefront_max_distance(size)) {
         return false;
     }
     bool hasPaeth = false;
-    for (uint32_t i = 0; i < kWavefrontRows; ++i) {
+    for (uint32_t i = 0; i < size; ++i) {
         const uint8_t filter = rows.buffer[source + i * (rowBytes + 1)];
         if (filter >= kFilterCount) {
             return false;
@@ -50,6 +50,20 @@ bool should_use_wavefront(const png_rows_t& rows, uint32_t row, uint64_t source)
         hasPaeth |= filter == kFilterPaeth;
     }
     return hasPaeth;
+}
+
+// Converts rows in a wavefront. Returns the number of rows: 0 if no wavefront can or should convert the next rows.
+uint32_t convert_in_wavefront(const row_functions_t& active, const png_rows_t& rows, uint32_t row,
+                              uint64_t source) {
+    for (uint32_t i = 0; i < kWavefrontSizes.size(); ++i) {
+        const wavefront_t wavefront = active.wavefronts[i];
+        if (wavefront != nullptr && should_use_wavefront(rows, row, source, kWavefrontSizes[i])) {
+            wavefront(rows.buffer + row * rows.stride, rows.buffer + source, rows.stride,
+                      uint64_t{rows.width} * rows.bytesPerPixel);
+            return kWavefrontSizes[i];
+        }
+    }
+    return 0;
 }
 
 // Whether SIMD may convert a row: rows do not overlap, and the pixels do not overtake their own source.
@@ -76,11 +90,9 @@ fault_t png_convert_rows(const png_rows_t& rows) {
         if (!fits(source, 1, rows.bufferSize)) {
             return fault_t::rows_truncated;
         }
-        if (active.wavefront != nullptr && should_use_wavefront(rows, row, source)) {
-            active.wavefront(rows.buffer + row * rows.stride, rows.buffer + source, rows.stride,
-                             rowBytes);
-            row += kWavefrontRows - 1;
-            source += kWavefrontRows * (rowBytes + 1);
+        if (const uint32_t converted = convert_in_wavefront(active, rows, row, source)) {
+            row += converted - 1;
+            source += converted * (rowBytes + 1);
             continue;
         }
         const uint8_t filter = rows.buffer[source++];

@@ -8,6 +8,7 @@ namespace {
 constexpr ds_detail::BackendList<row_backend_t> kRows = [] {
     ds_detail::BackendList<row_backend_t> list = {};
 #if defined(DS_HAS_AVX2_AND_SSE2)
+    list[ds_detail::kAvx2] = &kAvx2Rows;
     list[ds_detail::kSse2] = &kSse2Rows;
 #elif defined(DS_HAS_NEON)
     list[ds_detail::kNeon] = &kNeonRows;
@@ -26,8 +27,10 @@ row_functions_t active_rows(uint32_t pixelBytes) {
         rows.later[filter] = ds_detail::activeValue(
             kRows, [=](const row_backend_t& each) { return each[pixelBytes].later[filter]; });
     }
-    rows.wavefront = ds_detail::activeValue(
-        kRows, [=](const row_backend_t& each) { return each[pixelBytes].wavefront; });
+    for (uint32_t i = 0; i < kWavefrontSizes.size(); ++i) {
+        rows.wavefronts[i] = ds_detail::activeValue(
+            kRows, [=](const row_backend_t& each) { return each[pixelBytes].wavefronts[i]; });
+    }
     return rows;
 }
 

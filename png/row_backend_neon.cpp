@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <arm_neon.h>
 #include <cstring>
-#include <utility>
 
 namespace png_detail {
 

@@ -19,8 +19,8 @@ constexpr std::array<filter_row_t, kFilterCount> kByFilter = {
     convert_row<pixelBytes, paeth_filter_t, hasAbove>};
 
 template <uint32_t pixelBytes>
-constexpr row_functions_t kFunctions = {kByFilter<pixelBytes, false>, kByFilter<pixelBytes, true>,
-                                        nullptr};
+constexpr row_functions_t kFunctions = {
+    kByFilter<pixelBytes, false>, kByFilter<pixelBytes, true>, {}};
 
 } // namespace
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstring>
 #include <emmintrin.h>
-#include <utility>
 
 namespace png_detail {
 

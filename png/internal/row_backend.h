@@ -23,41 +23,48 @@ inline constexpr bool kExchangesRedAndBlue = pixelBytes >= 3;
 using filter_row_t = void (*)(uint8_t* target, const uint8_t* source, const uint8_t* above,
                               uint64_t rowBytes);
 
-/// The number of rows of a wavefront.
-inline constexpr uint32_t kWavefrontRows = 4;
+/// The numbers of rows that a wavefront may have, in the order of `row_functions_t::wavefronts`.
+inline constexpr std::array<uint32_t, 2> kWavefrontSizes = {8, 4};
 
-/// A wavefront copies rows of at most this size to the stack before it writes pixels.
-inline constexpr uint64_t kWavefrontRowBytes = uint64_t{16} * 1024;
+/// A wavefront copies source to the stack before it writes pixels. Its memory, without the padding.
+inline constexpr uint64_t kWavefrontMemory = uint64_t{64} * 1024;
 
-/// Wider rows are copied in parts. For them, this is the max distance of the pixels from their source.
-inline constexpr uint64_t kWavefrontDistance = uint64_t{16} * 1024;
+/// Max bytes of a row that is copied as a whole. Wider rows are copied in strips of about `kWavefrontStrip` bytes.
+constexpr uint64_t wavefront_row_bytes(uint32_t rows) {
+    return kWavefrontMemory / rows;
+}
+inline constexpr uint64_t kWavefrontStrip = 4096;
+
+/// Max distance of wide rows from their source. As many bytes at the end of every row but the last are copied as well.
+constexpr uint64_t wavefront_max_distance(uint32_t rows) {
+    return (kWavefrontMemory - rows * kWavefrontStrip) / (rows - 1);
+}
 
 /// The max distance of the pixels of a wavefront's rows from their source, in bytes. The distance of each row differs
 /// from that of the row before by the same number, so the max is that of the first or the last row.
 /// @param source the first row's source, without the filter byte
 inline uint64_t wavefront_distance(const uint8_t* target, const uint8_t* source, uint64_t stride,
-                                   uint64_t rowBytes) {
-    constexpr uint64_t kRowsBetween = kWavefrontRows - 1;
+                                   uint64_t rowBytes, uint32_t rows) {
     const auto ofFirst = static_cast<uint64_t>(source - target);
-    return std::max(ofFirst, ofFirst + kRowsBetween * (rowBytes + 1) - kRowsBetween * stride);
+    return std::max(ofFirst, ofFirst + (rows - 1) * (rowBytes + 1) - (rows - 1) * stride);
 }
 
-/// Converts `kWavefrontRows` rows together.
+/// Converts several rows together, as many as kWavefrontSizes has for it.
 /// @param target the first row of pixels; the row before it, at `target` - `stride`, is finished
 /// @param source the first row's filter byte; the rows are contiguous, and their filters are valid. Every row's pixels
 ///        are at lower addresses than its source.
 /// @param stride at least `rowBytes`
-/// @param rowBytes a multiple of the pixel size. Above kWavefrontRowBytes, wavefront_distance() is at most
-///        kWavefrontDistance.
+/// @param rowBytes a multiple of the pixel size. Above wavefront_row_bytes(), wavefront_distance() is at most
+///        wavefront_max_distance().
 using wavefront_t = void (*)(uint8_t* target, const uint8_t* source, uint64_t stride,
                              uint64_t rowBytes);
 
 /// The functions for one pixel size, by filter. Null where the next backend's function is used. The scalar backend has
-/// every row function and no wavefront.
+/// every row function and no wavefronts.
 struct row_functions_t {
     std::array<filter_row_t, kFilterCount> first; ///< the first row of an image
     std::array<filter_row_t, kFilterCount> later; ///< every other row
-    wavefront_t wavefront;
+    std::array<wavefront_t, kWavefrontSizes.size()> wavefronts;
 };
 
 /// The functions of one backend, by bytes per pixel. Element 0 is unused.
@@ -69,6 +76,7 @@ row_functions_t active_rows(uint32_t pixelBytes);
 // The functions of each backend.
 extern const row_backend_t kScalarRows;
 #if defined(DS_HAS_AVX2_AND_SSE2)
+extern const row_backend_t kAvx2Rows;
 extern const row_backend_t kSse2Rows;
 #elif defined(DS_HAS_NEON)
 extern const row_backend_t kNeonRows;

@@ -16,6 +16,34 @@ void store_pixel(uint8_t* bytes, uint32_t pixel) {
     std::memcpy(bytes, &pixel, pixelBytes == 3 ? 4 : pixelBytes);
 }
 
+/// Loads a register of adjacent pixels, each in a word. The other bytes of the words are unspecified.
+template <uint32_t pixelBytes>
+U32 load_register(const uint8_t* bytes) {
+    if constexpr (pixelBytes == 1) {
+        return loadU8(bytes);
+    } else if constexpr (pixelBytes == 2) {
+        return loadU16(bytes);
+    } else if constexpr (pixelBytes == 3) {
+        return loadU24(bytes);
+    } else {
+        return U32(loadBytes(bytes));
+    }
+}
+
+/// Stores the pixels of a register.
+template <uint32_t pixelBytes>
+void store_register(uint8_t* bytes, U32 pixels) {
+    if constexpr (pixelBytes == 1) {
+        storeU8(pixels, bytes);
+    } else if constexpr (pixelBytes == 2) {
+        storeU16(pixels, bytes);
+    } else if constexpr (pixelBytes == 3) {
+        storeU24(pixels, bytes);
+    } else {
+        storeBytes(U8(pixels), bytes);
+    }
+}
+
 /// Exchanges red and blue, if the pixels have them. Each pixel has a word.
 template <uint32_t pixelBytes>
 U32 exchange_in_words(U32 pixels) {

@@ -1,9 +1,21 @@
 // The row functions of the backends with registers of 16 bytes.
 //
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h; the includer has
-// png/internal/scalar_rows.h, <algorithm>, <cstring> and <utility>.
+// png/internal/scalar_rows.h, <algorithm> and <cstring>.
 
 #include "png/simd/pixel_lanes.inl.h"
+// Four adjacent pixels of a row fill a register.
+using Quad = U32;
+inline constexpr uint32_t kQuads = 1;
+
+inline U32 fromQuads(const Quad quads[kQuads]) {
+    return quads[0];
+}
+
+inline void toQuads(U32 words, Quad quads[kQuads]) {
+    quads[0] = words;
+}
+
 // The row functions need the lanes above.
 #include "png/simd/filter_rows.inl.h"
 #include "png/simd/wavefront.inl.h"
@@ -14,6 +26,7 @@ constexpr row_functions_t kFunctions = {
     {},
     {copy_row<pixelBytes>, sub_row<pixelBytes>, up_row<pixelBytes>,
      pixelBytes >= 3 ? average_row<pixelBytes> : nullptr, nullptr},
-    wavefront<pixelBytes>};
+    {nullptr, wavefront<pixelBytes>}};
+static_assert(kWavefrontSizes[1] == kPixels);
 
 constexpr row_backend_t kRows = {{{}, kFunctions<1>, kFunctions<2>, kFunctions<3>, kFunctions<4>}};

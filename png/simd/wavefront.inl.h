@@ -1,7 +1,7 @@
 // Converts several rows together, with one word of the register per row.
 //
-// Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h and png/simd/pixel_lanes.inl.h; the
-// includer has png/internal/row_backend.h, <algorithm>, <cstring> and <utility>.
+// Included inside a namespace after src/simd/vec_<isa>.h, the functions of png/simd/pixel_lanes.inl.h and those of quads
+// (fromQuads(), toQuads()); the includer has png/internal/row_backend.h, <algorithm> and <cstring>.
 //
 // In Sub, Average and Paeth each pixel depends on the one before it, so that a single row mostly waits for results.
 // kPixels rows run side by side, each kLag pixels after the row above it. In step s:
@@ -25,16 +25,15 @@
 //     row 3 |strip|strip| ...              |
 
 constexpr uint64_t kLag = 2;
-constexpr uint64_t kLastRowStart =
-    (kPixels - 1) * kLag;        // the first step in which every row has a pixel
-constexpr uint64_t kPadding = 4; // pixels of three bytes are read as four
-static_assert(kPixels == kWavefrontRows);
+constexpr uint64_t kLastRowStart = (kPixels - 1) * kLag; // the first step with a pixel of every row
+constexpr uint64_t kPadding = 4;                         // pixels of three bytes are read as four
+static_assert(kPixels == 4 * kQuads);
 
-// The strips and the ends of wide rows use the memory of short rows.
 constexpr uint64_t kSavedBytes =
-    kPixels * (kWavefrontRowBytes + kLastRowStart * kMaxPixelBytes + kPadding);
-constexpr uint64_t kStripBytes = 4092; // a multiple of every pixel size
-static_assert(kPixels * (kStripBytes + kPadding) + (kPixels - 1) * kWavefrontDistance <=
+    kWavefrontMemory + kPixels * (kLastRowStart * kMaxPixelBytes + kPadding);
+constexpr uint64_t kStripBytes = kWavefrontStrip - kWavefrontStrip % 12; // whole pixels of any size
+static_assert(kPixels * (kStripBytes + kPadding) +
+                  (kPixels - 1) * wavefront_max_distance(kPixels) <=
               kSavedBytes);
 
 // The source of the rows in the buffer.
@@ -63,22 +62,6 @@ struct wavefront_rows_t {
     uint8_t* saved[kPixels];
     const uint8_t* above; // of the first row
 };
-
-constexpr auto kEachRow = std::make_integer_sequence<uint32_t, kPixels>();
-
-// A fold expression, because not every optimization level unrolls a loop over the rows.
-template <uint32_t pixelBytes, uint32_t... row>
-U32 load_words(const wavefront_rows_t& rows, uint64_t offset,
-               std::integer_sequence<uint32_t, row...>) {
-    return U32{load_pixel<pixelBytes>(rows.saved[row] + offset)...};
-}
-
-template <uint32_t pixelBytes, uint32_t... row>
-void store_words(const wavefront_rows_t& rows, uint64_t offset, U32 pixels,
-                 std::integer_sequence<uint32_t, row...>) {
-    (store_pixel<pixelBytes>(rows.target[row] + offset - row * kLag * pixelBytes, pixels[row]),
-     ...);
-}
 
 // The prediction of the Paeth filter, for each byte. The standard chooses the one of a, b and c that is nearest to
 // p = a + b - c, where |p - a| = |b - c|, |p - b| = |a - c| and |p - c| = |(a - c) + (b - c)|. Let low = min(a, b) and
@@ -132,9 +115,10 @@ struct front_t {
     U8 before = {}; // of the step before that
     U8 upLeft = {};
 
+    // `above` has a pixel of the row above the first row in its first word, and zeros.
     template <typename filters_t>
-    U8 advance(const filters_t& filters, U32 filtered, uint32_t abovePixel) {
-        const U8 up = moveUp<4>(before) | U8(U32{abovePixel});
+    U8 advance(const filters_t& filters, U32 filtered, U32 above) {
+        const U8 up = U8(moveWordsUp(U32(before)) | above);
         const U8 pixels = U8(filtered) + filters.predict(left, up, upLeft);
         before = left;
         left = pixels;
@@ -161,12 +145,59 @@ void edge_step(front_t* front, const filters_t& filters, const wavefront_rows_t&
     if (step < width) {
         std::memcpy(&above, rows.above + step * pixelBytes, pixelBytes);
     }
-    front->advance(filters, exchange_in_words<pixelBytes>(filtered), above);
+    front->advance(filters, exchange_in_words<pixelBytes>(filtered), U32{above});
     front->left &= U8(active);
     for (uint64_t row = 0; row < kPixels; ++row) {
         if (active[row] != 0) {
             const uint32_t pixel = U32(front->left)[row];
             std::memcpy(rows.target[row] + (step - row * kLag) * pixelBytes, &pixel, pixelBytes);
+        }
+    }
+}
+
+constexpr uint32_t kSteps = 4; // as many as a quad has pixels
+
+// Exchanges rows and columns of four by four words in each quad of the registers.
+inline void transpose(U32 matrix[kSteps]) {
+    const U32 low01 = interleaveLow(matrix[0], matrix[1]);
+    const U32 high01 = interleaveHigh(matrix[0], matrix[1]);
+    const U32 low23 = interleaveLow(matrix[2], matrix[3]);
+    const U32 high23 = interleaveHigh(matrix[2], matrix[3]);
+    matrix[0] = interleavePairsLow(low01, low23);
+    matrix[1] = interleavePairsHigh(low01, low23);
+    matrix[2] = interleavePairsLow(high01, high23);
+    matrix[3] = interleavePairsHigh(high01, high23);
+}
+
+// Four steps in which every row has a pixel. In a step, a register has a pixel of each row. In memory, a quad has four
+// pixels of one row. So registers are transposed after loading and before storing.
+template <uint32_t pixelBytes, typename filters_t>
+[[gnu::always_inline]] inline void four_steps(front_t* front, const filters_t& filters,
+                                              const wavefront_rows_t& rows, uint64_t first,
+                                              uint64_t step) {
+    U32 pixels[kSteps];
+    Quad quads[kQuads] = {};
+    for (uint32_t i = 0; i < kSteps; ++i) {
+        for (uint32_t quad = 0; quad < kQuads; ++quad) {
+            quads[quad] = load_register<pixelBytes>(rows.saved[i + quad * kSteps] +
+                                                    (step - first) * pixelBytes);
+        }
+        pixels[i] = exchange_in_words<pixelBytes>(fromQuads(quads));
+    }
+    transpose(pixels);
+    Quad aboveQuads[kQuads] = {load_register<pixelBytes>(rows.above + step * pixelBytes)};
+    U32 above[kSteps] = {fromQuads(aboveQuads)};
+    transpose(above);
+    for (uint32_t i = 0; i < kSteps; ++i) {
+        pixels[i] = U32(front->advance(filters, pixels[i], above[i]));
+    }
+    transpose(pixels);
+    for (uint32_t i = 0; i < kSteps; ++i) {
+        toQuads(pixels[i], quads);
+        for (uint32_t quad = 0; quad < kQuads; ++quad) {
+            const uint32_t row = i + quad * kSteps;
+            store_register<pixelBytes>(rows.target[row] + (step - row * kLag) * pixelBytes,
+                                       quads[quad]);
         }
     }
 }
@@ -180,12 +211,8 @@ void convert_strip(front_t* result, const filters_t& filters, const wavefront_ro
     for (; step < std::min(last, kLastRowStart); ++step) {
         edge_step<pixelBytes>(&front, filters, rows, first, step, width);
     }
-    for (; step < std::min(last, width - 1); ++step) {
-        const U32 filtered = exchange_in_words<pixelBytes>(
-            load_words<pixelBytes>(rows, (step - first) * pixelBytes, kEachRow));
-        const uint32_t above = load_pixel<pixelBytes>(rows.above + step * pixelBytes);
-        store_words<pixelBytes>(rows, step * pixelBytes,
-                                U32(front.advance(filters, filtered, above)), kEachRow);
+    for (; step + kSteps <= std::min(last, width); step += kSteps) {
+        four_steps<pixelBytes>(&front, filters, rows, first, step);
     }
     for (; step < last; ++step) {
         edge_step<pixelBytes>(&front, filters, rows, first, step, width);
@@ -222,7 +249,7 @@ template <uint32_t pixelBytes>
 void wavefront(uint8_t* target, const uint8_t* source, uint64_t stride, uint64_t rowBytes) {
     const uint64_t width = rowBytes / pixelBytes;
     const uint64_t steps = width + kLastRowStart;
-    const bool isWide = rowBytes > kWavefrontRowBytes;
+    const bool isWide = rowBytes > wavefront_row_bytes(kPixels);
     const uint64_t stripSteps = isWide ? kStripBytes / pixelBytes : steps;
     const uint64_t savedBytes = stripSteps * pixelBytes + kPadding;
     uint8_t memory[kSavedBytes];
@@ -231,7 +258,9 @@ void wavefront(uint8_t* target, const uint8_t* source, uint64_t stride, uint64_t
     wavefront_rows_t rows;
     rows.above = target - stride;
     U32 filters = {};
+    bool allPaeth = true;
     for (uint32_t row = 0; row < kPixels; ++row) {
+        allPaeth &= *source == kFilterPaeth;
         filters[row] = *source++;
         from.row[row] = source;
         rows.target[row] = target + row * stride;
@@ -240,10 +269,8 @@ void wavefront(uint8_t* target, const uint8_t* source, uint64_t stride, uint64_t
         source += rowBytes;
     }
     if (isWide) {
-        save_ends(&from, ends, wavefront_distance(target, from.row[0], stride, rowBytes));
+        save_ends(&from, ends, wavefront_distance(target, from.row[0], stride, rowBytes, kPixels));
     }
-    const U32 others = U32(filters != uint32_t{kFilterPaeth});
-    const bool allPaeth = (others[0] | others[1] | others[2] | others[3]) == 0;
     const mixed_filters_t mixed(filters);
     front_t front;
     for (uint64_t first = 0; first < steps; first += stripSteps) {

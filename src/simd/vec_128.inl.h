@@ -72,3 +72,26 @@ inline U16 spreadAlpha(U32 from) {
     const U32 alpha = from >> 24;
     return U16(alpha | alpha << 16);
 }
+
+/// Words of the lower or the upper halves of two registers, in turns.
+inline U32 interleaveLow(U32 a, U32 b) {
+    return __builtin_shufflevector(a, b, 0, 4, 1, 5);
+}
+
+inline U32 interleaveHigh(U32 a, U32 b) {
+    return __builtin_shufflevector(a, b, 2, 6, 3, 7);
+}
+
+/// Pairs of words of the lower or the upper halves of two registers.
+inline U32 interleavePairsLow(U32 a, U32 b) {
+    return U32(__builtin_shufflevector(U64(a), U64(b), 0, 2));
+}
+
+inline U32 interleavePairsHigh(U32 a, U32 b) {
+    return U32(__builtin_shufflevector(U64(a), U64(b), 1, 3));
+}
+
+/// Moves each word up by one. The lowest word becomes 0.
+inline U32 moveWordsUp(U32 words) {
+    return U32(moveUp<4>(U8(words)));
+}

@@ -101,3 +101,48 @@ inline U16 spreadAlpha(U32 from) {
                                        15, 15, 19, 19, 19, 19, 23, 23, 23, 23, 27, 27, 27, 27, 31,
                                        31, 31, 31));
 }
+
+// ---- Bytes
+
+inline U8 min(U8 a, U8 b) {
+    return U8(_mm256_min_epu8(__m256i(a), __m256i(b)));
+}
+
+inline U8 max(U8 a, U8 b) {
+    return U8(_mm256_max_epu8(__m256i(a), __m256i(b)));
+}
+
+inline U8 addSaturating(U8 a, U8 b) {
+    return U8(_mm256_adds_epu8(__m256i(a), __m256i(b)));
+}
+
+inline U8 subtractSaturating(U8 a, U8 b) {
+    return U8(_mm256_subs_epu8(__m256i(a), __m256i(b)));
+}
+
+inline U8 averageUp(U8 a, U8 b) {
+    return U8(_mm256_avg_epu8(__m256i(a), __m256i(b)));
+}
+
+// ---- Words: the functions of the smaller registers, in each half of the register.
+
+inline U32 interleaveLow(U32 a, U32 b) {
+    return __builtin_shufflevector(a, b, 0, 8, 1, 9, 4, 12, 5, 13);
+}
+
+inline U32 interleaveHigh(U32 a, U32 b) {
+    return __builtin_shufflevector(a, b, 2, 10, 3, 11, 6, 14, 7, 15);
+}
+
+inline U32 interleavePairsLow(U32 a, U32 b) {
+    return U32(__builtin_shufflevector(U64(a), U64(b), 0, 4, 2, 6));
+}
+
+inline U32 interleavePairsHigh(U32 a, U32 b) {
+    return U32(__builtin_shufflevector(U64(a), U64(b), 1, 5, 3, 7));
+}
+
+/// Moves each word up by one, also from half to half. The lowest word becomes 0.
+inline U32 moveWordsUp(U32 words) {
+    return __builtin_shufflevector(words, U32{}, 8, 0, 1, 2, 3, 4, 5, 6);
+}

@@ -156,7 +156,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForManyPaethPixels) {
 // Rows around the size above which they are saved in strips, and around a multiple of the strips.
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForWideRows) {
     constexpr uint64_t kStrips = uint64_t{6} * 4092;
-    for (const uint64_t bytes : {kWavefrontRowBytes, kStrips}) {
+    for (const uint64_t bytes : {wavefront_row_bytes(8), wavefront_row_bytes(4), kStrips}) {
         const auto middle = static_cast<uint32_t>(bytes / GetParam());
         for (uint32_t width = middle - 1; width <= middle + 8; ++width) {
             const image_t image{GetParam(), width, 14, uint64_t{width} * GetParam(), 0, width};
@@ -169,12 +169,15 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForWideRows) {
 // Up to the max distance the ends of the rows are saved. Beyond it, rows are converted one by one. Rows of the surface
 // may be longer than those of the image: then the distance falls from row to row.
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForWideRowsAtEveryKindOfDistance) {
-    const auto width = static_cast<uint32_t>((kWavefrontRowBytes + 5000) / GetParam());
+    const auto width = static_cast<uint32_t>((wavefront_row_bytes(4) + 5000) / GetParam());
     const uint64_t rowBytes = uint64_t{width} * GetParam();
-    for (const uint64_t room : {uint64_t{0}, uint64_t{1}, uint64_t{4091}, kWavefrontDistance - 12,
-                                kWavefrontDistance - 5, kWavefrontDistance, 3 * rowBytes}) {
+    constexpr uint64_t kMaxOfEight = wavefront_max_distance(8);
+    constexpr uint64_t kMaxOfFour = wavefront_max_distance(4);
+    for (const uint64_t room :
+         {uint64_t{0}, uint64_t{1}, uint64_t{4091}, kMaxOfEight - 20, kMaxOfEight - 12, kMaxOfEight,
+          kMaxOfFour - 12, kMaxOfFour - 5, kMaxOfFour, 3 * rowBytes}) {
         for (const uint64_t gap : {0, 1, 2, 300}) {
-            const image_t image{GetParam(), width, 11, rowBytes + gap, room, 7};
+            const image_t image{GetParam(), width, 19, rowBytes + gap, room, 7};
             expect_same_from_each_backend(
                 image, filtered_buffer(image, [](uint32_t row) { return 4 - row % 5 / 4; }));
         }
