@@ -48,6 +48,11 @@ constexpr uint32_t kCopyReadsBeyond = 7; // see copy_match
 constexpr int32_t kOutputMargin = kLiteralsPerRefill + kMaxMatch + kCopyReadsBeyond;
 static_assert(kLiteralsPerRefill - 1 + kMaxMatch + kCopyReadsBeyond <= kOutputMargin);
 
+// A byte of output takes at most 16 bits: a match of three bytes has at most 48. So where the output margin ends the
+// loop, one segment has all input that the tail loop can use.
+static_assert(2 * kOutputMargin + static_cast<int32_t>(kWordSize) <=
+              static_cast<int32_t>(kSegmentSize));
+
 constexpr uint32_t kMaxLengthBits = kMaxCodeLength + 5;
 constexpr uint32_t kMaxDistanceBits = kMaxCodeLength + 13;
 constexpr uint32_t kMaxMatchBits = kMaxLengthBits + kMaxDistanceBits;
@@ -83,8 +88,8 @@ struct litlen_t {
     return {length, index, index < block.literalEnds[length]};
 }
 
-// Reads a match after its length code. `buffer` has at least the bits of a match without that code. Returns false if the
-// distance is no code.
+// Reads a match after its length code. `buffer` has at least the bits of a match without that code. Returns false if
+// the distance is no code.
 [[gnu::always_inline]] inline bool read_match(const fast_block_t& block, const segment_t& segment,
                                               uint32_t at, uint32_t payload, bit_buffer_t* buffer,
                                               match_t* match) {
@@ -173,10 +178,10 @@ void decode_tail(const fast_block_t& block, const segment_t& segment, position_t
         buffer.drop(code.length);
         const uint32_t payload = block.litlenPayloads[code.index];
         match_t match = {};
-        bool isDecoded = true;
+        bool isValid = true;
         if (!code.isLiteral && payload < kPayloadIsEndOfBlock) {
-            isDecoded = read_match(block, segment, at, payload, &buffer, &match) &&
-                        !is_too_far(*position, match, oldest);
+            isValid = read_match(block, segment, at, payload, &buffer, &match) &&
+                      !is_too_far(*position, match, oldest);
         }
         if (buffer.count + 8 * segment.size < 8 * at) {
             break; // the symbol needs more input
@@ -186,7 +191,7 @@ void decode_tail(const fast_block_t& block, const segment_t& segment, position_t
             *position->out++ = static_cast<uint8_t>(payload);
         } else if (payload == kPayloadIsEndOfBlock) {
             position->blockHasEnded = position->hasStopped = true;
-        } else if (isDecoded && match.length > 0 && match.length <= room) {
+        } else if (isValid && match.length > 0 && match.length <= room) {
             if (match.length + kCopyReadsBeyond <= room) {
                 copy_match(position->out, match.distance, match.length);
             } else {
@@ -226,8 +231,7 @@ const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, posi
         decode_segment(block, segment, position, outEnd - kOutputMargin, oldest);
         advance_input();
     }
-    for (bool isLast = false; !isLast && !position->hasStopped;) {
-        isLast = left <= kSegmentSize;
+    if (!position->hasStopped) {
         segment.load_padded(in, left);
         decode_tail(block, segment, position, outEnd, oldest);
         advance_input();

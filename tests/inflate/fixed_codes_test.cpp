@@ -3,9 +3,11 @@
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_oracle.h"
 #include "tests/support/inflate_session.h"
+#include "tests/support/inspected_decoder.h"
 #include "tests/support/same_bytes.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 #include <zlib.h>
 
 namespace {
@@ -46,6 +48,34 @@ TEST_F(FixedCodes, DecodeStreamsThatMixTheBlockTypes) {
 
         ASSERT_EQ(outcome.result, kInflateDone) << "round " << round;
         ASSERT_TRUE(same_bytes(content, outcome.content)) << "round " << round;
+    }
+}
+
+// Every room and every split, so that the ends of input and output come everywhere in the block.
+TEST_F(FixedCodes, EqualTheStateMachine) {
+    test_rng rng(52);
+    deflate_settings_t settings;
+    settings.strategy = Z_FIXED;
+    const byte_vector content = make_bytes(data_kind::text, 500, rng());
+    const byte_vector raw = raw_deflate(content, settings);
+    for (size_t room = 0; room <= content.size() && !HasFatalFailure(); ++room) {
+        expect_same_steps(raw, room, {raw.size()});
+    }
+    for (size_t first = 0; first <= raw.size() && !HasFatalFailure(); ++first) {
+        expect_same_steps(raw, content.size(), {first, raw.size() - first});
+    }
+}
+
+// The invalid symbols are within a match of the end of the output, where the tail loop decodes.
+TEST_F(FixedCodes, EqualTheStateMachineAtInvalidSymbolsNearTheEnds) {
+    for (const auto& [litlen, dist] : {std::pair{286U, 0U}, {287U, 0U}, {257U, 30U}, {257U, 31U}}) {
+        for (uint32_t room = 60; room < 330; ++room) {
+            SCOPED_TRACE(testing::Message() << "symbols " << litlen << " and " << dist);
+            deflate_maker maker;
+            maker.fixed(block_is::last).literals(byte_vector(60, 'a')).litlen_symbol(litlen);
+            maker.dist_symbol(dist).literals(byte_vector(60, 'b')).end();
+            expect_same_steps(maker.bytes(), room, {maker.bytes().size()});
+        }
     }
 }
 

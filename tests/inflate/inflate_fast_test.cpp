@@ -78,6 +78,31 @@ TEST(InflateFast, EqualsTheStateMachineForBitsInTheReader) {
     }
 }
 
+// Literals of two bits, so that 16 of them or fewer and an end of block use exactly the reader's 32 bits.
+TEST(InflateFast, EqualsTheStateMachineIfExactlyTheBitsInTheReaderAreUsed) {
+    const auto litlen = lengths_of(258, {{'a', 2}, {'b', 2}, {256, 2}, {257, 2}});
+    deflate_maker begin;
+    begin.dynamic(simple_header(litlen, lengths_of(1, {})), block_is::last);
+    uint32_t prefix = 0;
+    for (; begin.bit_count() % 8 != 0 && prefix < 4; ++prefix) {
+        begin.literals({'a'});
+    }
+    ASSERT_EQ(0U, begin.bit_count() % 8);
+    for (uint32_t literals = 0; literals <= 40; ++literals) {
+        for (const uint32_t room : {literals, literals + 1, literals + 50}) {
+            SCOPED_TRACE(testing::Message() << literals << " literals, room for " << room);
+            deflate_maker maker = begin;
+            byte_vector rest = slice(maker.literals(byte_vector(literals, 'b')).end().bytes(),
+                                     begin.bytes().size(), 1000);
+            rest.resize(rest.size() + 40, 0x6B);
+            inspected_decoder fast(prefix + room, false);
+            inspected_decoder states(prefix + room, true);
+            ASSERT_TRUE(same_snapshot(states.feed(begin.bytes()), fast.feed(begin.bytes())));
+            ASSERT_TRUE(same_snapshot(states.feed(rest, 4), fast.feed(rest, 4)));
+        }
+    }
+}
+
 TEST(InflateFast, EqualsTheStateMachineForDamagedStreams) {
     test_rng rng(2);
     for (int round = 0; round < 1200 && !HasFatalFailure(); ++round) {

@@ -16,10 +16,6 @@ testing::AssertionResult different(const char* what, int64_t expected, int64_t g
     return testing::AssertionFailure() << what << ": expected " << expected << ", got " << got;
 }
 
-} // namespace
-
-namespace {
-
 byte_vector tables_of(const inflate_t& inflate) {
     byte_vector tables;
     const auto append = [&](const auto& array) {

@@ -3,6 +3,7 @@
 
 #include "inflate/src/internal/deflate_tables.h"
 #include "inflate/src/internal/fast_codes.h"
+#include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/streams.h"
 
 #include <array>
@@ -18,7 +19,8 @@ inline constexpr uint32_t kPayloadIsEndOfBlock = 1 << 30;
 inline constexpr uint32_t kPayloadIsInvalid = 1U << 31;
 
 /// The fixed code has two symbols more than a dynamic one. They are invalid.
-inline constexpr uint32_t kMaxPayloads = kMaxLitlenSymbols + 2;
+inline constexpr uint32_t kMaxPayloads = kFixedLitlenSymbols;
+static_assert(kMaxPayloads == kMaxLitlenSymbols + 2);
 
 inline constexpr uint32_t payload_of(uint16_t base, uint16_t extraBits) {
     return base | uint32_t{extraBits} << kPayloadExtraShift;

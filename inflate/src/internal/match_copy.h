@@ -1,23 +1,13 @@
 // Copies a match in words instead of bytes. Never writes beyond the end of the match.
 #pragma once
 
+#include "inflate/src/internal/bulk_input.h"
+
 #include <bit>
 #include <cstdint>
 #include <cstring>
 
 namespace inflate_detail {
-
-/// Loads a little-endian word on any machine.
-inline uint64_t load_word(const uint8_t* bytes) {
-    uint64_t word;
-    std::memcpy(&word, bytes, sizeof word);
-    return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
-}
-
-inline void store_word(uint8_t* bytes, uint64_t word) {
-    word = std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
-    std::memcpy(bytes, &word, sizeof word);
-}
 
 /// Writes the four lowest bytes of a word.
 inline void store_half_word(uint8_t* bytes, uint64_t word) {

@@ -16,7 +16,6 @@
 
 #include "inflate/src/internal/bulk_input.h"
 #include "inflate/src/internal/fast_codes.h"
-#include "inflate/src/internal/match_copy.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -24,15 +23,10 @@
 
 namespace inflate_detail {
 
-inline constexpr uint32_t kWordSize = 8;
-/// A refill advances by at most this many bytes, and reads a word.
-inline constexpr uint32_t kMaxAdvance = 63 / 8;
-/// The min number of bits in the buffer after a refill.
-inline constexpr uint32_t kBitsAfterRefill = 56;
 /// Max bytes of a segment. Both forms are on the stack.
 inline constexpr uint32_t kSegmentSize = 1024;
-/// Zeros after a segment that ends with the input. The bits that a symbol has used are from the segment, so the buffer
-/// contains at most kMaxAdvance bytes of them when a refill reads the next word.
+/// Zeros after a padded segment. A symbol is used only if its bits are in the segment, so at most kMaxAdvance bytes of
+/// zeros are in the buffer when a refill reads the next word.
 inline constexpr uint32_t kPadding = 2 * kWordSize;
 static_assert(kMaxAdvance + kWordSize <= kPadding);
 
