@@ -1,6 +1,6 @@
 // Pixels in the words of a register: loads, stores and the exchange of red and blue.
 //
-// Included inside a namespace after a src/simd/vec_<isa>.h; the includer has png/internal/row_backend.h.
+// Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h; the includer has png/internal/row_backend.h.
 
 /// Loads a pixel. For a pixel of three bytes the byte after it is read, too.
 template <uint32_t pixelBytes>

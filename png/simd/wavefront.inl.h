@@ -1,7 +1,7 @@
 // Converts several rows together, with one word of the register per row.
 //
-// Included inside a namespace after src/simd/vec_<isa>.h, the functions of png/simd/pixel_lanes.inl.h and those of quads
-// (fromQuads(), toQuads()); the includer has png/internal/row_backend.h, <algorithm> and <cstring>.
+// Included inside a namespace after src/simd/vec_<isa>.h, the functions of png/simd/pixel_lanes.inl.h and those of
+// quads (fromQuads(), toQuads()); the includer has png/internal/row_backend.h, <algorithm> and <cstring>.
 //
 // In Sub, Average and Paeth each pixel depends on the one before it, so that a single row mostly waits for results.
 // kPixels rows run side by side, each kLag pixels after the row above it. In step s:
@@ -15,9 +15,10 @@
 // which adds the move of row 0's result to that dependency (10 to 25 % slower).
 
 // A row's pixels overwrite source that is still to be read: of its own row, and the end of the row before. So source is
-// saved before a step writes pixels: short rows as a whole, wide rows in strips. A strip has the pixels of all steps from
-// `first` to `last`, so the pixels that the next strip depends on stay in the register. The ends of wide rows are saved
-// first, because the beginnings of the rows after them overwrite them:
+// saved before a step writes pixels: short rows as a whole, wide rows in strips. A strip has the pixels of all steps
+// from `first` to `last`, so the pixels that the next strip depends on stay in the register. The ends of wide rows are
+// saved first, because the next rows overwrite them: of the row before it, a row overwrites at most the last `distance`
+// bytes.
 //
 //     row 0    |strip|strip| ...        | end |
 //     row 1   |strip|strip| ...        | end |       distance = source - target
@@ -32,6 +33,8 @@ static_assert(kPixels == 4 * kQuads);
 constexpr uint64_t kSavedBytes =
     kWavefrontMemory + kPixels * (kLastRowStart * kMaxPixelBytes + kPadding);
 constexpr uint64_t kStripBytes = kWavefrontStrip - kWavefrontStrip % 12; // whole pixels of any size
+// Ends are inside their rows.
+static_assert(wavefront_max_distance(kPixels) <= wavefront_row_bytes(kPixels));
 static_assert(kPixels * (kStripBytes + kPadding) +
                   (kPixels - 1) * wavefront_max_distance(kPixels) <=
               kSavedBytes);
@@ -127,8 +130,8 @@ struct front_t {
     }
 };
 
-// A step at the start or the end of the rows. `first` is the first step of the strip. Some rows have no pixel in this step, or a pixel whose neighbor in memory
-// must not be accessed.
+// A step at the start or the end of the rows. Some rows have no pixel in this step, or a pixel whose neighbor in memory
+// must not be accessed. `first` is the first step of the strip.
 template <uint32_t pixelBytes, typename filters_t>
 void edge_step(front_t* front, const filters_t& filters, const wavefront_rows_t& rows,
                uint64_t first, uint64_t step, uint64_t width) {

@@ -423,14 +423,18 @@ template <Mode targetMode, Mode sourceMode, bool keepsAlpha>
     // faster before the branch (random alpha on opaque pixels: 0.24 ns per pixel instead of 0.34).
     constexpr bool kTestsTargetFirst = sourceMode != Mode::A8;
     for (uint32_t i = 0; i < count; i += kPixels) {
-        bool targetIsOpaque = kTestsTargetFirst && isTargetOpaque<targetMode>(target);
+        bool targetIsOpaque = false;
+        if constexpr (kTestsTargetFirst) {
+            targetIsOpaque = isTargetOpaque<targetMode>(target);
+        }
         if (colors.isOpaque(source)) {
             // The formula gives the source itself.
             storePixels<targetMode>(loadPixels<sourceMode>(source, colors.rule, constants), target,
                                     constants);
         } else {
-            targetIsOpaque =
-                kTestsTargetFirst ? targetIsOpaque : isTargetOpaque<targetMode>(target);
+            if constexpr (!kTestsTargetFirst) {
+                targetIsOpaque = isTargetOpaque<targetMode>(target);
+            }
             if (colors.isClear(source)) {
                 if (!targetIsOpaque) { // An opaque target stays as it is.
                     const U32 words = loadPixels<targetMode>(target, colors.rule, constants);

@@ -1,8 +1,8 @@
-// Loads and stores of pixels in 16-byte registers, by the compiler's vector types. They compile to a few instructions
-// for both SSE2 and NEON.
+// Loads, stores and shuffles of words in registers of 16 bytes, by the compiler's vector types. They compile to a few
+// instructions for both SSE2 and NEON.
 //
-// Included inside a namespace after U8, U16, U32 and U64. No load or store accesses a byte outside its pixels,
-// because a buffer may end there.
+// Included inside a namespace after U8, U16, U32, U64 and moveUp(). No load or store accesses a byte outside its
+// pixels, because a buffer may end there.
 
 /// Pixels of one byte, each repeated in all four bytes of a word.
 inline U32 loadU8(const uint8_t* from) {

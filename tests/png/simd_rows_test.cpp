@@ -146,9 +146,25 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFourFilters) {
 
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForManyPaethPixels) {
     for (uint32_t seed = 41; seed < 45; ++seed) {
-        const image_t image{GetParam(), 4096, 5, uint64_t{4096} * GetParam(), 0, seed};
+        const image_t image{GetParam(), 4096, 13, uint64_t{4096} * GetParam(), 0, seed};
         expect_same_from_each_backend(image, filtered_buffer(image, [](uint32_t row) {
                                           return row == 0 ? kFilterNone : kFilterPaeth;
+                                      }));
+    }
+}
+
+// Wide enough for several registers of pixels in every row of a wavefront.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForMixedFilters) {
+    test_rng rng(43);
+    for (int round = 0; round < 400; ++round) {
+        image_t image{GetParam(), random_between(rng, 14, 70), random_between(rng, 5, 27), 0, 0,
+                      rng()};
+        image.stride = row_bytes(image) + random_between(rng, 0, 3) / 3 * random_between(rng, 1, 9);
+        image.room = random_between(rng, 0, 30);
+        expect_same_from_each_backend(image, filtered_buffer(image, [&](uint32_t) {
+                                          return random_between(rng, 0, 7) > 4
+                                                     ? uint32_t{kFilterPaeth}
+                                                     : random_between(rng, 0, 4);
                                       }));
     }
 }
@@ -158,7 +174,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForWideRows) {
     constexpr uint64_t kStrips = uint64_t{6} * 4092;
     for (const uint64_t bytes : {wavefront_row_bytes(8), wavefront_row_bytes(4), kStrips}) {
         const auto middle = static_cast<uint32_t>(bytes / GetParam());
-        for (uint32_t width = middle - 1; width <= middle + 8; ++width) {
+        for (uint32_t width = middle - 16; width <= middle + 8; ++width) {
             const image_t image{GetParam(), width, 14, uint64_t{width} * GetParam(), 0, width};
             expect_same_from_each_backend(
                 image, filtered_buffer(image, [](uint32_t row) { return row < 6 ? 4 : row % 5; }));
