@@ -92,11 +92,11 @@ class Messages(unittest.TestCase):
                 joined = next(word for word in words if "=" in word).split("=")[0]
                 self.assertIn(f"`{joined}=", table_row(f"`{message}`"))
 
-    def test_for_empty_words_are_explained(self):
+    def test_for_empty_arguments_are_explained(self):
         for words in (["--image", "", "--output", "o"], ["--image", "a.png", "--output", ""]):
             self.assertEqual((0, None), run_converter(*words))
         self.assertEqual((1, "'--help' duplicate option"), run_converter("--image", "", "--output", ""))
-        self.assertIn("an empty word", table_row("the list of options, exit status 0, no output"))
+        self.assertIn("an empty argument", table_row("the list of options, exit status 0, no output"))
 
     def test_of_invalid_surfaces_are_explained(self):
         good = [0, 0, 2, 1, 8]  # rotation, mode, width, height, stride
