@@ -2,7 +2,7 @@
 //
 // Direct mode has the space for all output at once. It truncates a match that extends beyond the end and rejects the
 // stream if it writes more after that. Window mode would continue the match in the next buffer. So the last byte of
-// output space is given separately. If a match has more than this byte left to copy then, direct mode truncates it.
+// output space is given separately. If a match needs more than this byte, direct mode truncates it.
 #include "inflate/src/internal/inflate_rehearsal.h"
 
 #include "inflate/src/internal/deflate_tables.h"

@@ -16,7 +16,7 @@
 // symbol among the sorted symbols. The first four comparisons have no branch. Longer codes take a branch. They are
 // rare, so the branch is mostly predicted; correctness does not depend on that.
 //
-// Tried and rejected: six comparisons (some 3 % slower), two (up to 15 % slower), a window of lengths that moves to
+// Tried and rejected: six comparisons (1 to 4 % slower), two (up to 15 % slower), a window of lengths that moves to
 // the most frequent ones, and SIMD comparisons (docs/performance.md).
 #pragma once
 
