@@ -23,7 +23,8 @@ bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t bufferS
 }
 
 // Whether a wavefront of `size` rows can and should convert the next rows: they are complete, and the image's first row
-// is not among them. A wavefront takes at most as long as its rows with Average, so it is faster if one row has Paeth.
+// is not among them. A wavefront takes at most as long as `size` single rows with Average. A single row with Paeth
+// takes much longer, so a wavefront is faster if one row has Paeth.
 bool should_use_wavefront(const png_rows_t& rows, uint32_t row, uint64_t source, uint32_t size) {
     const uint64_t rowBytes = uint64_t{rows.width} * rows.bytesPerPixel;
     if (row == 0 || rows.height - row < size || rows.stride < rowBytes ||

@@ -8,7 +8,7 @@ namespace png_detail {
 /// By one table lookup per byte: the definition.
 uint32_t crc_by_bytes(const uint8_t* bytes, uint64_t length, uint32_t previous);
 
-/// By eight independent table lookups for eight bytes, in a third of the time.
+/// By eight independent table lookups for eight bytes, in a fifth of the time.
 uint32_t crc_by_slices(const uint8_t* bytes, uint64_t length, uint32_t previous);
 
 /// By carry-less multiplication, for at least kMinCarryLessBytes bytes.

@@ -49,7 +49,7 @@ inline uint64_t wavefront_distance(const uint8_t* target, const uint8_t* source,
     return std::max(ofFirst, ofFirst + (rows - 1) * (rowBytes + 1) - (rows - 1) * stride);
 }
 
-/// Converts several rows together, as many as kWavefrontSizes has for it.
+/// Converts several rows together. kWavefrontSizes has their number, at the function's index in `wavefronts`.
 /// @param target the first row of pixels; the row before it, at `target` - `stride`, is finished
 /// @param source the first row's filter byte; the rows are contiguous, and their filters are valid. Every row's pixels
 ///        are at lower addresses than its source.

@@ -17,8 +17,8 @@
 // A row's pixels overwrite source that is still to be read: of its own row, and the end of the row before. So source is
 // saved before a step writes pixels: short rows as a whole, wide rows in strips. A strip has the pixels of all steps
 // from `first` to `last`, so the pixels that the next strip depends on stay in the register. The ends of wide rows are
-// saved first, because the next rows overwrite them: of the row before it, a row overwrites at most the last `distance`
-// bytes.
+// saved first, because the next rows overwrite them: a row overwrites at most the last `distance` bytes of the source
+// of the row before it.
 //
 //     row 0    |strip|strip| ...        | end |
 //     row 1   |strip|strip| ...        | end |       distance = source - target
@@ -118,7 +118,7 @@ struct front_t {
     U8 before = {}; // of the step before that
     U8 upLeft = {};
 
-    // `above` has a pixel of the row above the first row in its first word, and zeros.
+    // `above` has a pixel of the row above the first row in its first word, and zeros in the others.
     template <typename filters_t>
     U8 advance(const filters_t& filters, U32 filtered, U32 above) {
         const U8 up = U8(moveWordsUp(U32(before)) | above);
