@@ -1,7 +1,7 @@
 // Compares the pixel operations with pixman and libyuv, in one process. Every round runs each contender
-// once on the same pixels. Ratios are those of the medians (peer divided by ours, larger is better for
-// us). Prints one table. Two optional arguments: a text that the names of rows must contain, and the
-// name of the backend.
+// once on the same pixels. Ratios are those of the medians and, in parentheses, of the minima (peer
+// divided by ours, larger is better for us). Prints one table. Two optional arguments: a text
+// that the names of rows must contain, and the name of the backend.
 #include "src/ds_surface.h"
 #include "src/pixel_kernels.h"
 #include "src/simd/backend.h"

@@ -3,8 +3,8 @@
 
     bench/hostile_inputs.py PNGSLAB [KiB of address space]
 
-Needs time(1), Debian's package `time`. The optional limit applies to the program (like ulimit -v). The last column is
-the time per input byte without the start of the program, as a multiple of that of an ordinary image.
+Needs time(1), Debian's package `time`. The optional limit applies to the program (like ulimit -v). The column
+"x/byte" is the time per input byte without the start of the program, as a multiple of that of an ordinary image.
 """
 
 import pathlib

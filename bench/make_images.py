@@ -3,7 +3,7 @@
 
     bench/make_images.py FOLDER
 
-The images are named by color type, content, filter and size. Photographs are random differences in rows of one filter.
+The images are named by color type, content, filter and size. Photographs are random differences in filtered rows.
 Drawings are areas without a change, between edges that mostly repeat from row to row. The rows of "wide" images have
 more than 16 KiB, and those of the others less: the decoder handles them in different ways. The bytes depend on the
 version of zlib.

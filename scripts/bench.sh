@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Measures the converter and its parts side by side with other programs and libraries, on one core, and
-# prints tables. A ratio is the time of the other over ours: above 1 ours is faster.
+# Measures the converter and its parts side by side with other programs and libraries, on one core (the step
+# batch: on all cores), and prints tables. A ratio is the time of the other over ours: above 1 ours is faster.
 #
 #     scripts/bench.sh [--quick] [--rounds N] [--steps "STEP..."] [FOLDER]
 #     scripts/bench.sh --instructions [--record]
@@ -135,7 +135,7 @@ fi
 
 # ---- Measurements
 
-# The number of files of each set: in one process, and with a process for each.
+# The max number of files of each set, and of icons in the steps process and batch.
 if [ "$quick" -eq 1 ]; then
     rounds=${rounds:-3}
     declare -A most=([photographs]=3 [graphics]=20 [palette_and_gray]=8 [icons]=60)
