@@ -154,7 +154,7 @@ int32_t read_dynamic_header(inflate_t* inflate, bitstream_t* stream) {
     return kContinue;
 }
 
-// The same after an attempt to read the whole header in words.
+// Reads the whole header in words if possible, else its first 14 bits.
 int32_t read_dynamic_header_in_words(inflate_t* inflate, bitstream_t* stream) {
     return read_header_in_words(inflate, stream) ? kContinue : read_dynamic_header(inflate, stream);
 }

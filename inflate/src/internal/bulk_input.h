@@ -44,7 +44,7 @@ inline uint64_t in_code_order(uint64_t word) {
 }
 
 /// Sets the reader to `count` bits before `in`. Whole bytes are returned to the input. Bytes from before `stream->data`
-/// stay in the bit buffer, because their piece of input may have been freed: they can only be left over if no byte of
+/// stay in the bit buffer, because their piece of input may have been freed: there are such bytes only if no byte of
 /// this piece was used.
 inline void set_reader(bitstream_t* stream, const uint8_t* in, uint32_t count) {
     while (count >= 8 && in > stream->data) {

@@ -1,4 +1,5 @@
-// Canonical codes for the fast loop and the header: limits that give a code's length without a search or a branch.
+// Canonical codes for the fast loop and the header: limits that give a short code's length without a search
+// or a branch.
 //
 // Canonical codes of one length are consecutive numbers, and each length continues where the shorter one ended. Take
 // the input as a number whose highest bit is the first bit. Then the inputs that begin with a code of one length are
