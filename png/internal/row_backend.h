@@ -35,7 +35,8 @@ constexpr uint64_t wavefront_row_bytes(uint32_t rows) {
 }
 inline constexpr uint64_t kWavefrontStrip = 4096;
 
-/// Max distance of wide rows from their source. As many bytes at the end of every row but the last are copied as well.
+/// Max distance of wide rows from their source. At most as many bytes at the end of every row but the last are copied
+/// as well.
 constexpr uint64_t wavefront_max_distance(uint32_t rows) {
     return (kWavefrontMemory - rows * kWavefrontStrip) / (rows - 1);
 }

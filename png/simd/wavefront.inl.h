@@ -60,8 +60,8 @@ struct wavefront_source_t {
 
 struct wavefront_rows_t {
     uint8_t* target[kPixels];
-    // Saved source of the current strip. Element 0 belongs to the first step, so it is kLag pixels further left in each
-    // row than in the row above.
+    // Saved source of the current strip. The first pixel of each belongs to the first step, so it is kLag pixels
+    // further left in each row than in the row above.
     uint8_t* saved[kPixels];
     const uint8_t* above; // of the first row
 };
@@ -75,8 +75,8 @@ struct wavefront_rows_t {
 //
 // The nearest is low if toHigh <= toLow - toHigh, which is 2 toHigh <= toLow. It is high if 2 toLow <= toHigh, else c.
 // If c is not between them, one distance saturates to zero and the same rule chooses the one farther from c, as the
-// standard does. A doubled distance may saturate at 255, but the other side of its comparison is at most 255. If the
-// standard prefers a in a tie, either a = b or this rule makes the same choice.
+// standard does. A doubled distance may saturate at 255, but the other distance is then at most 127. If the standard
+// prefers a in a tie, either a = b or this rule makes the same choice.
 inline U8 predict_paeth(U8 left, U8 up, U8 upLeft) {
     const U8 low = min(left, up);
     const U8 high = max(left, up);
