@@ -33,8 +33,8 @@ public:
     /// sums. Its arguments are the numbers of the contender and of the file.
     ///
     /// Usually one file follows another, and short jobs are repeated within a sample. So the branch predictor may learn
-    /// the bits of a small file. With --cold, each contender runs the jobs of all files once in a round, in an
-    /// order of that round.
+    /// the bits of a small file. With --cold, each contender runs the jobs of all files once in a round, in a
+    /// random order that changes each round.
     ///
     /// @param files the names of the files
     void measure(const std::vector<std::string>& files, const job_t& job);
