@@ -192,7 +192,7 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForWideRowsAtEveryKindOfDistance) {
     for (const uint64_t room :
          {uint64_t{0}, uint64_t{1}, uint64_t{4091}, kMaxOfEight - 20, kMaxOfEight - 12, kMaxOfEight,
           kMaxOfFour - 12, kMaxOfFour - 5, kMaxOfFour, 3 * rowBytes}) {
-        for (const uint64_t gap : {0, 1, 2, 300}) {
+        for (const uint32_t gap : {0U, 1U, 2U, 300U}) {
             const image_t image{GetParam(), width, 19, rowBytes + gap, room, 7};
             expect_same_from_each_backend(
                 image, filtered_buffer(image, [](uint32_t row) { return 4 - row % 5 / 4; }));
