@@ -5,49 +5,10 @@
 //     src/internal/pixel_loops.h           SourceRule, ModeTraits (outside the namespace)
 //     using Mode = DsColorMode;
 //
-// A register holds kPixels pixels as ARGB8888 words. Formulas run on 16-bit lanes, two channels of a word at a
-// time:
-//
-//     word of a pixel      | alpha | red | green | blue |
-//     blueRed              |   0     red |   0     blue |      word & 0x00FF00FF
-//     greenAlpha           |   0   alpha |   0    green |      word >> 8 in each lane
-//
-// No intermediate value needs more than 16 bits, except a product of which only the upper 16 bits are used
-// (mulHigh). The bounds are beside the formulas. Tried and rejected, with the reasons beside the code: 32-bit
-// products, compile-time factors and masks, one store for both formulas of a blend, and opacity tests on SIMD lanes.
+// Tried and rejected, with the reasons beside the code: 32-bit products, compile-time factors and masks, one store for
+// both formulas of a blend, and opacity tests on SIMD lanes.
 
-/// A register of source pixels, prepared for a composition. Both 16-bit lanes of a word have a copy of its pixel's
-/// alpha. `greenAlpha` has 255 in place of the alpha, so that one formula serves all four channels.
-struct SourceBlock {
-    U16 alpha, blueRed, greenAlpha;
-};
-
-/// The factors, terms and masks of the formulas, in every lane. A loop reads them once, through a volatile, because
-/// g++ 12 handles compile-time constants badly. It replaces a product with a constant by half a dozen shifts and sums
-/// (RGB565 to ARGB8888 took 0.27 ns per pixel, instead of 0.17). It builds a constant again in every branch that uses
-/// it (masks took 0.44 ns per pixel, instead of 0.33).
-struct Constants {
-    U16 widen5, widen6;   // factors; widen6 is multiplied by 4
-    U16 narrow5, narrow6; // factors of mulHigh
-    U16 one, by257;
-    U16 low, high; // masks of the low and the high byte
-    U16 opaque;    // 255 in the upper lane of a word
-
-    Constants() {
-        static constexpr volatile uint16_t kU16Values[] = {527, 259 * 4, 7971, 16192,
-                                                           1,   257,     0xFF, 0xFF00};
-        static constexpr volatile uint32_t kU32Value = 0x00FF0000U;
-        widen5 = U16{} + kU16Values[0];
-        widen6 = U16{} + kU16Values[1];
-        narrow5 = U16{} + kU16Values[2];
-        narrow6 = U16{} + kU16Values[3];
-        one = U16{} + kU16Values[4];
-        by257 = U16{} + kU16Values[5];
-        low = U16{} + kU16Values[6];
-        high = U16{} + kU16Values[7];
-        opaque = U16(U32{} + kU32Value);
-    }
-};
+#include "src/simd/pixel_words.inl.h"
 
 // ---- Division
 
@@ -71,113 +32,9 @@ inline U32 quotientWords(U16 blueRed, U16 greenAlpha, const Constants& c) {
     return U32(divideBy255(blueRed, c) | divideBy255(greenAlpha, c) << 8);
 }
 
-// ---- Loads and stores of each mode
-
-constexpr uint32_t kAlphas = 0xFF000000U;
-constexpr uint32_t kColors = 0x00FFFFFFU;
-
-// The channel formulas stay below 2^16, so they run on red and blue together, one in each lane of a word. Green is
-// computed times 4: the result is at bits 8 to 15 and needs only a mask.
-
-inline U32 load565(const uint8_t* pixels, const Constants& c) {
-    const U32 stored = loadU16(pixels);
-    const U16 redBlue = U16((stored << 5 & 0x001F0000U) | (stored & 31U));
-    const U16 green = U16(stored >> 5 & 63U);
-    // The upper lane has no green: its sum is the alpha.
-    return U32((redBlue * c.widen5 + 23) >> 6) |
-           (U32(green * c.widen6 + U16(U32{} + (kAlphas | 33 * 4))) & 0xFF00FF00U);
-}
-
-inline U32 load1555(const uint8_t* pixels, const Constants& c) {
-    const U32 stored = loadU16(pixels);
-    const U16 redBlue = U16((stored << 6 & 0x001F0000U) | (stored & 31U));
-    const U16 green = U16(stored >> 5 & 31U) << 2;
-    return U32((redBlue * c.widen5 + 23) >> 6) | (U32(green * c.widen5 + 23 * 4) & 0xFF00U);
-}
-
-// Widening repeats the four bits.
-inline U32 load4444(const uint8_t* pixels) {
-    const U16 apart = U16(loadU8Pairs(pixels)) & 0xF00F;
-    return U32(apart | apart >> 4 | apart << 4);
-}
-
-// (v + 4) * 7971 / 2^16 and (v + 2) * 16192 / 2^16 equal the scalar narrowing for every byte.
-inline void store565(U32 words, uint8_t* pixels, const Constants& c) {
-    const U16 redBlue = mulHigh((U16(words) & 0xFF) + 4, c.narrow5);
-    const U16 green = mulHigh((U16(words) >> 8) + 2, c.narrow6);
-    storeU16(U32(redBlue) | U32(redBlue) >> 5 | U32(green << 5), pixels);
-}
-
-// (v * 527 + 23) >> 6. v * 512 is shifted separately, so that the rest stays below 2^16.
-inline U16 overWiden(U16 values) {
-    return (values << 3) + ((values * 15 + 23) >> 6);
-}
-
-inline void store1555(U32 words, uint8_t* pixels) {
-    const U16 redBlue = overWiden(U16(words) & 0xFF);
-    const U16 green = overWiden(U16(words >> 8 & 0xFFU));
-    storeU16((words >> 16 & 0x8000U) + (U32(redBlue) >> 16 << 10) + (U32(green) << 5) +
-                 (U32(redBlue) & 0xFFFFU),
-             pixels);
-}
-
-inline void store4444(U32 words, uint8_t* pixels) {
-    const U16 redBlue = ((U16(words) & 0xFF) * 15 + 135) >> 8;
-    const U16 alphaGreen = ((U16(words) >> 8) * 15 + 135) >> 4 & 0xF0;
-    const U32 bytes = U32(redBlue | alphaGreen);
-    storeU16(bytes | bytes >> 8, pixels);
-}
-
-template <Mode mode>
-inline U32 loadPixels(const uint8_t* pixels, const SourceRule& rule, const Constants& c) {
-    if constexpr (mode == Mode::ARGB8888) {
-        U32 words;
-        std::memcpy(&words, pixels, sizeof words);
-        return words;
-    } else if constexpr (mode == Mode::RGB888) {
-        return loadU24(pixels) | kAlphas;
-    } else if constexpr (mode == Mode::RGB565) {
-        return load565(pixels, c);
-    } else if constexpr (mode == Mode::ARGB1555) {
-        return load1555(pixels, c);
-    } else if constexpr (mode == Mode::ARGB4444) {
-        return load4444(pixels);
-    } else if constexpr (mode == Mode::I8) {
-        return loadU8(pixels) | kAlphas;
-    } else if constexpr (mode == Mode::AI88) {
-        const U32 words = loadU16(pixels);
-        return (words & 0xFFFF00FFU) | (words << 8 & 0xFF00U);
-    } else {
-        static_assert(mode == Mode::A8, "add loads and stores for this mode");
-        return (loadU8(pixels) & kAlphas) | ModeTraits<Mode::RGB888>::encode(rule.constant);
-    }
-}
-
-template <Mode mode>
-inline void storePixels(U32 words, uint8_t* pixels, const Constants& c) {
-    if constexpr (mode == Mode::ARGB8888) {
-        std::memcpy(pixels, &words, sizeof words);
-    } else if constexpr (mode == Mode::RGB888) {
-        storeU24(words, pixels);
-    } else if constexpr (mode == Mode::RGB565) {
-        store565(words, pixels, c);
-    } else if constexpr (mode == Mode::ARGB1555) {
-        store1555(words, pixels);
-    } else if constexpr (mode == Mode::ARGB4444) {
-        store4444(words, pixels);
-    } else if constexpr (mode == Mode::I8) {
-        storeU8(words, pixels);
-    } else if constexpr (mode == Mode::AI88) {
-        storeU16((words >> 16 & 0xFF00U) | (words & 0xFFU), pixels);
-    } else {
-        static_assert(mode == Mode::A8, "add loads and stores for this mode");
-        storeU8(words >> 24, pixels);
-    }
-}
-
 // ---- Whole rows
 
-/// A loop over whole registers of pixels: `count` is a multiple of kPixels.
+/// A loop over blocks of pixels, which are one register or two. `count` is a multiple of the block.
 using BlocksLoop = void (*)(uint8_t* target, const uint8_t* source, uint32_t count,
                             const SourceRule& rule);
 
@@ -186,13 +43,14 @@ using BlocksLoop = void (*)(uint8_t* target, const uint8_t* source, uint32_t cou
 constexpr uint32_t kMinConvertedTail = 6;
 constexpr uint32_t kMinBlendedTail = 3;
 
-/// Runs a loop on a row of any length. The tail has fewer than kPixels pixels. It goes through a buffer of one
-/// register, or through the scalar row if it is shorter than `minTail`.
-template <Mode targetMode, Mode sourceMode, BlocksLoop loop, BlocksLoop scalarRow, uint32_t minTail>
+/// Runs a loop on a row of any length. The tail has fewer pixels than a block. It goes through a buffer of one
+/// block, or through the scalar row if it is shorter than `minTail`.
+template <Mode targetMode, Mode sourceMode, BlocksLoop loop, BlocksLoop scalarRow, uint32_t minTail,
+          uint32_t block = kPixels>
 void finishRow(uint8_t* target, const uint8_t* source, uint32_t count, const SourceRule& rule) {
     constexpr uint64_t kTargetBytes = ModeTraits<targetMode>::kBytes;
     constexpr uint64_t kSourceBytes = ModeTraits<sourceMode>::kBytes;
-    const uint32_t tail = count % kPixels;
+    const uint32_t tail = count % block;
     const uint32_t whole = count - tail;
     if (whole != 0) {
         loop(target, source, whole, rule);
@@ -201,11 +59,11 @@ void finishRow(uint8_t* target, const uint8_t* source, uint32_t count, const Sou
         scalarRow(target + whole * kTargetBytes, source + whole * kSourceBytes, tail, rule);
         return;
     }
-    uint8_t targetTail[kPixels * kTargetBytes] = {};
-    uint8_t sourceTail[kPixels * kSourceBytes] = {};
+    uint8_t targetTail[block * kTargetBytes] = {};
+    uint8_t sourceTail[block * kSourceBytes] = {};
     std::memcpy(targetTail, target + whole * kTargetBytes, tail * kTargetBytes);
     std::memcpy(sourceTail, source + whole * kSourceBytes, tail * kSourceBytes);
-    loop(targetTail, sourceTail, kPixels, rule);
+    loop(targetTail, sourceTail, block, rule);
     std::memcpy(target + whole * kTargetBytes, targetTail, tail * kTargetBytes);
 }
 
@@ -216,29 +74,46 @@ inline U32 withAlphaByRule(U32 words, const SourceRule& rule, const Constants& c
     return (words & kColors) | (U32(alpha) + rule.alphaTerm) << 24;
 }
 
+template <Mode mode>
+inline void storeByRule(U32 words, uint8_t* pixels, const SourceRule& rule, const Constants& c) {
+    if (!rule.keepsAlpha()) {
+        words = withAlphaByRule(words, rule, c);
+    }
+    storePixels<mode>(words, pixels, c);
+}
+
+template <Mode sourceMode>
+constexpr uint32_t kConvertedBlock = kLoadsPairs<sourceMode> ? 2 * kPixels : kPixels;
+
 template <Mode targetMode, Mode sourceMode>
 [[gnu::noinline, gnu::flatten]] void convertBlocks(uint8_t* target, const uint8_t* source,
                                                    uint32_t count, const SourceRule& callersRule) {
+    constexpr uint32_t kBlock = kConvertedBlock<sourceMode>;
+    constexpr uint64_t kTargetBytes = ModeTraits<targetMode>::kBytes;
     // Local copy: stores through `target` may alias the caller's object.
     const SourceRule rule = callersRule;
     const Constants constants;
-// Four registers per iteration save a quarter of the time on the fastest pairs of modes, where the loop counter
-// would cost more than the unrolling.
+// Four blocks per iteration save a quarter of the time on the fastest pairs of modes, where the loop counter would
+// cost more than the unrolling.
 #pragma GCC unroll 4
-    for (uint32_t i = 0; i < count; i += kPixels) {
-        U32 words = loadPixels<sourceMode>(source, rule, constants);
-        if (!rule.keepsAlpha()) {
-            words = withAlphaByRule(words, rule, constants);
+    for (uint32_t i = 0; i < count; i += kBlock) {
+        if constexpr (kLoadsPairs<sourceMode>) {
+            const WordPair words = loadPixelPair<sourceMode>(source, constants);
+            storeByRule<targetMode>(words.first, target, rule, constants);
+            storeByRule<targetMode>(words.second, target + kPixels * kTargetBytes, rule, constants);
+        } else {
+            storeByRule<targetMode>(loadPixels<sourceMode>(source, rule, constants), target, rule,
+                                    constants);
         }
-        storePixels<targetMode>(words, target, constants);
-        source += kPixels * ModeTraits<sourceMode>::kBytes;
-        target += kPixels * ModeTraits<targetMode>::kBytes;
+        source += kBlock * ModeTraits<sourceMode>::kBytes;
+        target += kBlock * kTargetBytes;
     }
 }
 
 template <Mode target, Mode source>
-constexpr PixelRow kConvertRow = finishRow<target, source, convertBlocks<target, source>,
-                                           scalarConvertRow<target, source>, kMinConvertedTail>;
+constexpr PixelRow kConvertRow =
+    finishRow<target, source, convertBlocks<target, source>, scalarConvertRow<target, source>,
+              kMinConvertedTail, kConvertedBlock<source>>;
 
 /// Converting to the same mode is a copy if the rule keeps the alpha. ARGB1555 is the exception: its encoding does
 /// not undo its decoding.
@@ -274,6 +149,12 @@ constexpr PixelRow convertRowOf() {
 }
 
 // ---- Composition
+
+/// A register of source pixels, prepared for a composition. Both 16-bit lanes of a word have a copy of its pixel's
+/// alpha. `greenAlpha` has 255 in place of the alpha, so that one formula serves all four channels.
+struct SourceBlock {
+    U16 alpha, blueRed, greenAlpha;
+};
 
 // Each channel multiplied by the pixel's alpha. The alpha itself counts as a channel of 255.
 struct Products {

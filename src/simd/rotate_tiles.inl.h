@@ -1,4 +1,5 @@
-// Rotates pixels tile by tile. Tiles of whole cache lines are transposed in 16-byte registers.
+// Rotates pixels tile by tile. Tiles are transposed in 16-byte registers. If a cache line holds whole pixels, tiles
+// consist of whole cache lines.
 //
 // Included inside a namespace after a src/simd/vec_<isa>.h with registers of 16 bytes; the includer has
 // src/internal/pixel_rotation.h and <algorithm>.
@@ -48,6 +49,10 @@ struct Interleave<4> {
     static Pixels high(Pixels a, Pixels b) { return __builtin_shufflevector(a, b, 2, 6, 3, 7); }
 };
 
+// In registers, pixels of three bytes are words.
+template <>
+struct Interleave<3> : Interleave<4> {};
+
 // Rows of a square of pixels, one per register. All steps are fold expressions over row numbers, so that the rows
 // stay in registers at every optimization level.
 template <uint32_t pixelSize, uint32_t... i>
@@ -57,12 +62,12 @@ struct Square {
     Pixels rows[sizeof...(i)];
 
     void load(const uint8_t* from, uint64_t stride) {
-        (std::memcpy(&rows[i], from + i * stride, sizeof(Pixels)), ...);
+        ((rows[i] = loadRow(from + i * stride)), ...);
     }
 
     /// Stores row 0 at `to` and each following row one stride before it.
     void storeUpwards(uint8_t* to, uint64_t stride) const {
-        (std::memcpy(to - i * stride, &rows[i], sizeof(Pixels)), ...);
+        (storeRow(rows[i], to - i * stride), ...);
     }
 
     // Each round interleaves the first half of the rows with the second: one bit of a pixel's row number moves to
@@ -80,14 +85,32 @@ struct Square {
             transpose<rounds / 2>();
         }
     }
+
+private:
+    static Pixels loadRow(const uint8_t* from) {
+        if constexpr (pixelSize == 3) {
+            return loadU24(from);
+        } else {
+            return Pixels(loadBytes(from));
+        }
+    }
+
+    static void storeRow(Pixels row, uint8_t* to) {
+        if constexpr (pixelSize == 3) {
+            storeU24(row, to);
+        } else {
+            storeBytes(U8(row), to);
+        }
+    }
 };
 
 template <uint32_t pixelSize, uint32_t... i>
 Square<pixelSize, i...> squareOf(std::integer_sequence<uint32_t, i...>);
 
-// The side of a tile in pixels: its rows and its source rows are one cache line each.
+// The side of a tile in pixels: its rows and its source rows are one cache line each. For pixels of three bytes they
+// are 48 bytes. Tiles of three cache lines took a third longer, because they access more pages of memory.
 template <uint32_t pixelSize>
-constexpr int64_t kTileSide = kCacheLine / pixelSize;
+constexpr int64_t kTileSide = pixelSize == 3 ? 16 : kCacheLine / pixelSize;
 
 // Rotates a tile through a buffer, so that each cache line of source and target is used once, as a whole. If the
 // stride is a power of two, all rows of a tile share a few cache sets, and a line that is used in parts is evicted
@@ -97,27 +120,29 @@ constexpr int64_t kTileSide = kCacheLine / pixelSize;
 template <uint32_t pixelSize>
 [[gnu::flatten]] void rotateTile(const RotatedCopy& copy, int64_t firstRow, int64_t firstColumn,
                                  int64_t nextColumn) {
-    constexpr uint32_t kCount = kRegisterBytes / pixelSize;
+    constexpr uint32_t kCount = pixelSize == 3 ? 4 : kRegisterBytes / pixelSize;
+    constexpr uint32_t kBlockBytes = kCount * pixelSize;
     constexpr int64_t kSide = kTileSide<pixelSize>;
-    alignas(kCacheLine) uint8_t buffer[kSide * kCacheLine];
-    for (uint32_t group = 0; group < kCacheLine; group += kRegisterBytes) {
+    constexpr uint32_t kRowBytes = kSide * pixelSize;
+    alignas(kCacheLine) uint8_t buffer[kSide * kRowBytes];
+    for (uint32_t group = 0; group < kRowBytes; group += kBlockBytes) {
         const uint8_t* const source =
             sourceOf<pixelSize>(copy, firstRow + kSide - 1, firstColumn + group / pixelSize);
-        for (uint32_t part = 0; part < kCacheLine; part += kRegisterBytes) {
+        for (uint32_t part = 0; part < kRowBytes; part += kBlockBytes) {
             decltype(squareOf<pixelSize>(std::make_integer_sequence<uint32_t, kCount>())) square;
             square.load(source + part, copy.sourceStride);
             square.transpose();
             // The leftmost column of the source is the lowest row of the target.
-            square.storeUpwards(buffer + (kSide - 1 - part / pixelSize) * kCacheLine + group,
-                                kCacheLine);
+            square.storeUpwards(buffer + (kSide - 1 - part / pixelSize) * kRowBytes + group,
+                                kRowBytes);
         }
     }
     for (int64_t i = 0; i < kSide; ++i) {
         __builtin_prefetch(sourceOf<pixelSize>(copy, firstRow + kSide - 1, nextColumn + i));
     }
     for (int64_t i = 0; i < kSide; ++i) {
-        std::memcpy(targetOf<pixelSize>(copy, firstRow + i, firstColumn), buffer + i * kCacheLine,
-                    kCacheLine);
+        std::memcpy(targetOf<pixelSize>(copy, firstRow + i, firstColumn), buffer + i * kRowBytes,
+                    kRowBytes);
     }
 }
 
@@ -128,13 +153,16 @@ int64_t tileStart(int64_t start, int64_t size) {
     return std::clamp<int64_t>(start, 0, size - kTileSide<pixelSize>);
 }
 
-// The number of pixels between the start of a cache line and an address in it.
+// The number of pixels between the start of a cache line and an address in it; 0 if cache lines start inside pixels.
 template <uint32_t pixelSize>
 int64_t pixelsIntoCacheLine(const uint8_t* address) {
+    if constexpr (kCacheLine % pixelSize != 0) {
+        return 0;
+    }
     return static_cast<int64_t>(reinterpret_cast<uintptr_t>(address) % kCacheLine / pixelSize);
 }
 
-// The grid starts so that tiles consist of whole cache lines of both arrays, if the strides are multiples of a cache
+// If a cache line holds whole pixels, the grid starts so that tiles consist of whole cache lines of both arrays, if the strides are multiples of a cache
 // line. Buffers from an allocator mostly start inside a cache line. Tiles across two cache lines would cost a quarter
 // more on a screenful of four-byte pixels.
 template <uint32_t pixelSize>
@@ -157,5 +185,5 @@ bool rotateTiles(const RotatedCopy& copy) {
     return true;
 }
 
-constexpr RotateTilesBySize kRotateTiles = {nullptr, rotateTiles<1>, rotateTiles<2>, nullptr,
+constexpr RotateTilesBySize kRotateTiles = {nullptr, rotateTiles<1>, rotateTiles<2>, rotateTiles<3>,
                                             rotateTiles<4>};

@@ -22,6 +22,21 @@ inline U32 loadU16(const uint8_t* from) {
     return U32(__builtin_shufflevector(pixels, pixels, 0, 8, 1, 9, 2, 10, 3, 11));
 }
 
+/// Twice as many pixels of two bytes, in the order that interleaveLanesLow() and interleaveLanesHigh() expect.
+inline U16 loadU16Lanes(const uint8_t* from) {
+    return U16(loadBytes(from));
+}
+
+/// Words of two 16-bit lanes, the lower lane from `a`: those of the first kPixels pixels of loadU16Lanes(), or those of
+/// the others.
+inline U32 interleaveLanesLow(U16 a, U16 b) {
+    return U32(__builtin_shufflevector(a, b, 0, 8, 1, 9, 2, 10, 3, 11));
+}
+
+inline U32 interleaveLanesHigh(U16 a, U16 b) {
+    return U32(__builtin_shufflevector(a, b, 4, 12, 5, 13, 6, 14, 7, 15));
+}
+
 /// Pixels of two bytes, each byte repeated in both bytes of a 16-bit lane.
 inline U32 loadU8Pairs(const uint8_t* from) {
     uint64_t eight;

@@ -42,6 +42,23 @@ inline U32 loadU16(const uint8_t* from) {
                                        31));
 }
 
+// The interleaving functions move words inside each half of a register, so quarters are exchanged before.
+inline U16 loadU16Lanes(const uint8_t* from) {
+    U64 quarters;
+    std::memcpy(&quarters, from, sizeof quarters);
+    return U16(__builtin_shufflevector(quarters, quarters, 0, 2, 1, 3));
+}
+
+inline U32 interleaveLanesLow(U16 a, U16 b) {
+    return U32(
+        __builtin_shufflevector(a, b, 0, 16, 1, 17, 2, 18, 3, 19, 8, 24, 9, 25, 10, 26, 11, 27));
+}
+
+inline U32 interleaveLanesHigh(U16 a, U16 b) {
+    return U32(
+        __builtin_shufflevector(a, b, 4, 20, 5, 21, 6, 22, 7, 23, 12, 28, 13, 29, 14, 30, 15, 31));
+}
+
 inline U32 loadU8Pairs(const uint8_t* from) {
     const U8 bytes = loadTwice(from);
     return U32(__builtin_shufflevector(bytes, bytes, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7,
