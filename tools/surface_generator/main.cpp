@@ -144,6 +144,7 @@ Buffer<uint8_t> readWhole(std::FILE* file, const std::string& path) {
     const auto size = static_cast<size_t>(std::ftell(file));
     std::fseek(file, 0, SEEK_SET);
     Buffer<uint8_t> bytes = {std::make_unique_for_overwrite<uint8_t[]>(size), size};
+    ds_detail::askForHugePages(bytes.data.get(), size);
     if (std::fread(bytes.data.get(), size, 1, file) != 1) {
         throwError("cannot read input file '%s'", path.c_str());
     }
