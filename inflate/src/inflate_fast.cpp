@@ -82,9 +82,10 @@ struct litlen_t {
     bool isLiteral; // known before the payload is loaded
 };
 
+template <uint32_t limitCount>
 [[gnu::always_inline]] inline litlen_t find_litlen(const fast_block_t& block,
                                                    const bit_buffer_t& buffer) {
-    const uint32_t length = fast_code_length(block.litlen, buffer.bits);
+    const uint32_t length = fast_code_length<limitCount>(block.litlen, buffer.bits);
     const uint32_t index = block.litlen.base[length] + buffer.front(length);
     return {length, index, index < block.literalEnds[length]};
 }
@@ -101,7 +102,7 @@ struct litlen_t {
     if (buffer->bits > block.dist.last) {
         return false;
     }
-    const uint32_t distLength = fast_code_length(block.dist, buffer->bits);
+    const uint32_t distLength = fast_code_length<kFewLimits>(block.dist, buffer->bits);
     match->distIndex = block.dist.base[distLength] + buffer->front(distLength);
     const uint32_t distPayload = block.distPayloads[match->distIndex];
     match->distance = value_of(distPayload, forward >> (lengthExtraBits + distLength));
@@ -120,6 +121,7 @@ bool is_too_far(const position_t& position, const match_t& match, const uint8_t*
     position->out += match.length;
 }
 
+template <uint32_t limitCount>
 void decode_segment(const fast_block_t& block, const segment_t& segment, position_t* result,
                     const uint8_t* outLimit, const uint8_t* oldest) {
     position_t position = *result; // a local copy, so that it stays in registers
@@ -128,14 +130,14 @@ void decode_segment(const fast_block_t& block, const segment_t& segment, positio
         bit_buffer_t& buffer = position.buffer;
         buffer.refill(segment, &position.at);
         uint32_t literals = 0;
-        litlen_t code = find_litlen(block, buffer);
+        litlen_t code = find_litlen<limitCount>(block, buffer);
         while (code.isLiteral) {
             *position.out++ = static_cast<uint8_t>(block.litlenPayloads[code.index]);
             buffer.drop(code.length);
             if (++literals == kLiteralsPerRefill) {
                 break;
             }
-            code = find_litlen(block, buffer);
+            code = find_litlen<limitCount>(block, buffer);
         }
         if (literals == kLiteralsPerRefill) {
             continue;
@@ -169,13 +171,14 @@ void decode_segment(const fast_block_t& block, const segment_t& segment, positio
 
 // The same for the ends of input and output: one symbol in each iteration, which is used only if it is complete and its
 // output fits. The padding of the segment reads as zeros.
+template <uint32_t limitCount>
 void decode_tail(const fast_block_t& block, const segment_t& segment, position_t* position,
                  const uint8_t* outEnd, const uint8_t* oldest) {
     while (!position->hasStopped) {
         bit_buffer_t buffer = position->buffer;
         uint32_t at = position->at;
         buffer.refill(segment, &at);
-        const litlen_t code = find_litlen(block, buffer);
+        const litlen_t code = find_litlen<limitCount>(block, buffer);
         buffer.drop(code.length);
         const uint32_t payload = block.litlenPayloads[code.index];
         match_t match = {};
@@ -213,6 +216,7 @@ void decode_tail(const fast_block_t& block, const segment_t& segment, position_t
 }
 
 // Decodes the reader's input. Returns the position after the used bytes.
+template <uint32_t limitCount>
 const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, position_t* position,
                       const uint8_t* outEnd, const uint8_t* oldest) {
     segment_t segment;
@@ -229,12 +233,12 @@ const uint8_t* decode(const fast_block_t& block, const bitstream_t& stream, posi
     while (left >= kInputMargin && !position->hasStopped &&
            outEnd - position->out >= kOutputMargin) {
         segment.load(in, left);
-        decode_segment(block, segment, position, outEnd - kOutputMargin, oldest);
+        decode_segment<limitCount>(block, segment, position, outEnd - kOutputMargin, oldest);
         advance_input();
     }
     if (!position->hasStopped) {
         segment.load_padded(in, left);
-        decode_tail(block, segment, position, outEnd, oldest);
+        decode_tail<limitCount>(block, segment, position, outEnd, oldest);
         advance_input();
     }
     return in;
@@ -285,8 +289,10 @@ void inflate_fast(inflate_t* inflate, bitstream_t* stream) {
                            .last = {},
                            .blockHasEnded = false,
                            .hasStopped = false};
-    const uint8_t* const in =
-        decode(block, *stream, &position, inflate->out + room, inflate->out - inflate->totalOut);
+    const auto decode_block =
+        block.litlen.needs_many_limits() ? decode<kManyLimits> : decode<kFewLimits>;
+    const uint8_t* const in = decode_block(block, *stream, &position, inflate->out + room,
+                                           inflate->out - inflate->totalOut);
     store_record(inflate, position);
     set_reader(stream, in, position.buffer.count);
 }

@@ -106,7 +106,7 @@ bool read_lengths(header_t* header, header_bits_t* bits) {
         if (!bits->has(kMaxSymbolBits) || bits->codes > code.last) {
             return false;
         }
-        const uint32_t length = fast_code_length(code, bits->codes);
+        const uint32_t length = fast_code_length<kFewLimits>(code, bits->codes);
         const auto bitsOfCode = static_cast<uint32_t>(bits->codes >> (kCodeBits - length));
         const uint16_t symbol = header->codeSymbols[code.base[length] + bitsOfCode];
         bits->drop(length);

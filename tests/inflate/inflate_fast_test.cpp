@@ -15,7 +15,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstring>
+#include <vector>
 
 using namespace inflate_detail;
 
@@ -248,14 +250,41 @@ TEST(FastCodes, GiveTheLengthAndSymbolOfEveryCode) {
             bitstream_t reader = {bits.data(), 2, 0, 0};
             const int32_t symbol = huffman_decode(&huffman, &reader);
             const uint64_t lowest = uint64_t{top} << 48;
-            const uint32_t length = fast_code_length(fast, lowest);
+            const uint64_t highest = lowest | 0xFFFFFFFFFFFF;
+            const uint32_t length = fast_code_length<kFewLimits>(fast, lowest);
             ASSERT_EQ(16 - bitstream_remaining(&reader), length) << "bits " << top;
-            ASSERT_EQ(length, fast_code_length(fast, lowest | 0xFFFFFFFFFFFF)) << "bits " << top;
+            ASSERT_EQ(length, fast_code_length<kFewLimits>(fast, highest)) << "bits " << top;
+            ASSERT_EQ(length, fast_code_length<kManyLimits>(fast, lowest)) << "bits " << top;
+            ASSERT_EQ(length, fast_code_length<kManyLimits>(fast, highest)) << "bits " << top;
             const uint32_t index = fast.base[length] + (top >> (16 - length));
             ASSERT_EQ(symbol, huffman.symbols[index]) << "bits " << top;
         }
     }
     EXPECT_GT(codes, 10);
+}
+
+// One code of each length up to `shortCodes`, then codes of 9 bits for the rest of the inputs.
+fast_code_t code_of_two_kinds(uint16_t shortCodes) {
+    std::vector<uint16_t> lengths;
+    for (uint16_t length = 1; length <= shortCodes; ++length) {
+        lengths.push_back(length);
+    }
+    lengths.resize(lengths.size() + (size_t{1} << (9 - shortCodes)), 9);
+    std::array<uint16_t, kMaxCodeLength + 1> counts{};
+    std::vector<uint16_t> symbols(lengths.size());
+    huffman_t huffman = {};
+    huffman_attach(&huffman, counts.data(), symbols.data());
+    EXPECT_EQ(0, huffman_build(&huffman, lengths.data(), static_cast<uint32_t>(lengths.size()), 9));
+    fast_code_t fast;
+    fast_code_derive(&fast, huffman);
+    return fast;
+}
+
+TEST(FastCodes, NeedManyLimitsIfAnEighthOfTheInputsHasLongCodes) {
+    EXPECT_TRUE(code_of_two_kinds(1).needs_many_limits());
+    EXPECT_TRUE(code_of_two_kinds(3).needs_many_limits());  // exactly an eighth
+    EXPECT_FALSE(code_of_two_kinds(4).needs_many_limits()); // a sixteenth
+    EXPECT_FALSE(code_of_two_kinds(9).needs_many_limits());
 }
 
 } // namespace

@@ -14,11 +14,11 @@
 //     index(input)  = base[length] + the first `length` bits of the input
 //
 // where base[length] is the number of shorter codes minus the first code of the length. The index is that of the
-// symbol among the sorted symbols. The first four comparisons have no branch. Longer codes take a branch. They are
-// rare, so the branch is mostly predicted; correctness does not depend on that.
+// symbol among the sorted symbols. The first four or eight comparisons have no branch. Longer codes take a branch. They
+// are rare, so the branch is mostly predicted; correctness does not depend on that.
 //
-// Tried and rejected: six comparisons (1 to 4 % slower), two (up to 15 % slower), a window of lengths that moves to
-// the most frequent ones, and SIMD comparisons (docs/performance.md).
+// Tried and rejected: six comparisons for every code (1 to 4 % slower), two (up to 15 % slower), a window of lengths
+// that moves to the most frequent ones, and SIMD comparisons (docs/performance.md).
 #pragma once
 
 #include "inflate/src/internal/deflate_tables.h"
@@ -31,8 +31,9 @@ namespace inflate_detail {
 /// Codes are left-justified in words of this size: the first bit of the input is the highest.
 inline constexpr uint32_t kCodeBits = 64;
 
-/// Limits that are compared without a branch.
-inline constexpr uint32_t kCommonLengths = 4;
+/// The numbers of limits that are compared without a branch: four for most codes, eight for codes with many long ones.
+inline constexpr uint32_t kFewLimits = 4;
+inline constexpr uint32_t kManyLimits = 8;
 
 /// One code, derived from its counts per length.
 struct fast_code_t {
@@ -41,9 +42,17 @@ struct fast_code_t {
     uint64_t last;      ///< the highest input that begins with a code
     /// The highest input that begins with a code of at most minLength + i bits. From maxLength on, the
     /// limits are all ones, which no input exceeds.
-    uint64_t limits[kMaxCodeLength + kCommonLengths];
+    uint64_t limits[kMaxCodeLength + kManyLimits];
     /// By length: the number to add to a code to get the index of its symbol (wrapping).
     uint32_t base[kMaxCodeLength + 1];
+
+    /// Whether at least an eighth of all inputs begins with codes beyond kFewLimits. In a good code each symbol is about
+    /// as frequent as its part of all inputs, so the branch to these codes would often be mispredicted. Icons mostly
+    /// have such codes: the codes of literals are 4 to 8 bits longer than that of the most frequent match.
+    bool needs_many_limits() const {
+        constexpr uint64_t kMinPart = uint64_t{1} << (kCodeBits - 3);
+        return last - limits[kFewLimits] >= kMinPart;
+    }
 };
 
 /// The highest input below those that begin with the `length` bits of `code`.
@@ -71,7 +80,7 @@ inline uint32_t fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
         index += count;
     }
     fast->last = limits[fast->maxLength];
-    for (uint32_t i = 0; i < kMaxCodeLength + kCommonLengths; ++i) {
+    for (uint32_t i = 0; i < kMaxCodeLength + kManyLimits; ++i) {
         const uint32_t length = fast->minLength + i;
         fast->limits[i] = length < fast->maxLength ? limits[length] : ~uint64_t{0};
     }
@@ -79,19 +88,21 @@ inline uint32_t fast_code_derive(fast_code_t* fast, const huffman_t& huffman) {
 }
 
 /// The length of the code at the start of `input`. Each limit that the input exceeds adds one bit.
-inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
+template <uint32_t limitCount>
+[[gnu::always_inline]] inline uint32_t fast_code_length(const fast_code_t& code, uint64_t input) {
     // Two independent sums run in parallel. The asm keeps the compiler from combining them.
     uint32_t length = code.minLength;
     uint32_t more = 0;
-    for (uint32_t i = 0; i < kCommonLengths; i += 2) {
+#pragma GCC unroll 4
+    for (uint32_t i = 0; i < limitCount; i += 2) {
         length += input > code.limits[i];
         more += input > code.limits[i + 1];
         asm("" : "+r"(length), "+r"(more));
     }
     length += more;
-    if (input > code.limits[kCommonLengths]) [[unlikely]] {
+    if (input > code.limits[limitCount]) [[unlikely]] {
         ++length;
-        for (uint32_t i = kCommonLengths + 1; input > code.limits[i]; ++i) {
+        for (uint32_t i = limitCount + 1; input > code.limits[i]; ++i) {
             ++length;
         }
     }
