@@ -81,6 +81,7 @@ void store_register(uint8_t* bytes, Quad pixels) {
 }
 
 // The wavefront needs the quads above.
+#include "png/simd/paeth.inl.h"
 #include "png/simd/wavefront.inl.h"
 
 template <uint32_t pixelBytes>

@@ -3,6 +3,7 @@
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h; the includer has
 // png/internal/scalar_rows.h, <algorithm> and <cstring>.
 
+#include "png/simd/paeth.inl.h"
 #include "png/simd/pixel_lanes.inl.h"
 // Four adjacent pixels of a row fill a register.
 using Quad = U32;

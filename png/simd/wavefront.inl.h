@@ -1,7 +1,8 @@
 // Converts several rows together, with one word of the register per row.
 //
-// Included inside a namespace after src/simd/vec_<isa>.h, the functions of png/simd/pixel_lanes.inl.h and those of
-// quads (fromQuads(), toQuads()); the includer has png/internal/row_backend.h, <algorithm> and <cstring>.
+// Included inside a namespace after src/simd/vec_<isa>.h, png/simd/paeth.inl.h, the functions of
+// png/simd/pixel_lanes.inl.h and those of quads (fromQuads(), toQuads()); the includer has
+// png/internal/row_backend.h, <algorithm> and <cstring>.
 //
 // In Sub, Average and Paeth each pixel depends on the one before it, so that a single row mostly waits for results.
 // kPixels rows run side by side, each kLag pixels after the row above it. In step s:
@@ -65,27 +66,6 @@ struct wavefront_rows_t {
     uint8_t* saved[kPixels];
     const uint8_t* above; // of the first row
 };
-
-// The prediction of the Paeth filter, for each byte. The standard chooses the one of a, b and c that is nearest to
-// p = a + b - c, where |p - a| = |b - c|, |p - b| = |a - c| and |p - c| = |(a - c) + (b - c)|. Let low = min(a, b) and
-// high = max(a, b):
-//
-//     c between them:     low <---- toLow ----> c <---- toHigh ----> high
-//                         |p - low| = toHigh, |p - high| = toLow, |p - c| = |toHigh - toLow|
-//
-// The nearest is low if toHigh <= toLow - toHigh, which is 2 toHigh <= toLow. It is high if 2 toLow <= toHigh, else c.
-// If c is not between them, one distance saturates to zero and the same rule chooses the one farther from c, as the
-// standard does. A doubled distance may saturate at 255, but the other distance is then at most 127. If the standard
-// prefers a in a tie, either a = b or this rule makes the same choice.
-inline U8 predict_paeth(U8 left, U8 up, U8 upLeft) {
-    const U8 low = min(left, up);
-    const U8 high = max(left, up);
-    const U8 toLow = subtractSaturating(upLeft, low);
-    const U8 toHigh = subtractSaturating(high, upLeft);
-    const U8 choosesLow = U8(subtractSaturating(addSaturating(toHigh, toHigh), toLow) == 0);
-    const U8 choosesHigh = U8(subtractSaturating(addSaturating(toLow, toLow), toHigh) == 0);
-    return upLeft + ((choosesHigh & toHigh) - (choosesLow & toLow));
-}
 
 struct all_paeth_t {
     U8 predict(U8 left, U8 up, U8 upLeft) const { return predict_paeth(left, up, upLeft); }

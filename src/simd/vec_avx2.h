@@ -129,14 +129,6 @@ inline U8 max(U8 a, U8 b) {
     return U8(_mm256_max_epu8(__m256i(a), __m256i(b)));
 }
 
-inline U8 addSaturating(U8 a, U8 b) {
-    return U8(_mm256_adds_epu8(__m256i(a), __m256i(b)));
-}
-
-inline U8 subtractSaturating(U8 a, U8 b) {
-    return U8(_mm256_subs_epu8(__m256i(a), __m256i(b)));
-}
-
 inline U8 averageUp(U8 a, U8 b) {
     return U8(_mm256_avg_epu8(__m256i(a), __m256i(b)));
 }

@@ -37,16 +37,6 @@ inline U8 max(U8 a, U8 b) {
     return U8(vmaxq_u8(uint8x16_t(a), uint8x16_t(b)));
 }
 
-/// Sums, at most 255.
-inline U8 addSaturating(U8 a, U8 b) {
-    return U8(vqaddq_u8(uint8x16_t(a), uint8x16_t(b)));
-}
-
-/// Differences, at least 0.
-inline U8 subtractSaturating(U8 a, U8 b) {
-    return U8(vqsubq_u8(uint8x16_t(a), uint8x16_t(b)));
-}
-
 /// Averages, rounded up.
 inline U8 averageUp(U8 a, U8 b) {
     return U8(vrhaddq_u8(uint8x16_t(a), uint8x16_t(b)));

@@ -34,16 +34,6 @@ inline U8 max(U8 a, U8 b) {
     return U8(_mm_max_epu8(__m128i(a), __m128i(b)));
 }
 
-/// Sums, at most 255.
-inline U8 addSaturating(U8 a, U8 b) {
-    return U8(_mm_adds_epu8(__m128i(a), __m128i(b)));
-}
-
-/// Differences, at least 0.
-inline U8 subtractSaturating(U8 a, U8 b) {
-    return U8(_mm_subs_epu8(__m128i(a), __m128i(b)));
-}
-
 /// Averages, rounded up.
 inline U8 averageUp(U8 a, U8 b) {
     return U8(_mm_avg_epu8(__m128i(a), __m128i(b)));
