@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <arm_neon.h>
 #include <cstring>
+#include <utility>
 
 namespace png_detail {
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <emmintrin.h>
+#include <utility>
 
 namespace png_detail {
 

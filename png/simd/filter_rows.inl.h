@@ -1,7 +1,7 @@
 // Rows of one filter, in registers of 16 bytes.
 //
-// Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h and png/simd/pixel_lanes.inl.h; the
-// includer has png/internal/scalar_rows.h.
+// Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h, png/simd/paeth.inl.h and
+// png/simd/pixel_lanes.inl.h; the includer has png/internal/scalar_rows.h and <utility>.
 //
 // In None and Up, pixels do not depend on each other. Sub is a running sum, computed by prefix sums. For pixels a, b,
 // c, d of four bytes:
@@ -11,7 +11,9 @@
 //     + result moved up by 2       a    ab   abc   abcd
 //     + last pixel so far          the pixels
 //
-// so that only one addition depends on the block before. Average runs pixel by pixel, with all samples at once.
+// so that only one addition depends on the block before. Average and Paeth run pixel by pixel, with all samples at once.
+//
+// copy_row() and sub_row() do not read the row above, so they also convert the first row of an image.
 //
 // Every loop reads a block before it writes the same block of the row, because the target may start a single byte
 // before the source.
@@ -44,7 +46,7 @@ void copy_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint
     for (; x + kBlockBytes <= rowBytes; x += kStep<pixelBytes>) {
         storeBytes(exchange_in_block<pixelBytes>(loadBytes(source + x)), target + x);
     }
-    convert_rest_of_row<pixelBytes, no_filter_t, true>(target, source, above, x, rowBytes);
+    convert_rest_of_row<pixelBytes, no_filter_t, false>(target, source, above, x, rowBytes);
 }
 
 template <uint32_t pixelBytes>
@@ -100,10 +102,37 @@ void sub_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint6
         storeBytes(sums + left, target + x);
         left += last_pixel<pixelBytes>(sums);
     }
-    convert_rest_of_row<pixelBytes, sub_filter_t, true>(target, source, above, x, rowBytes);
+    convert_rest_of_row<pixelBytes, sub_filter_t, false>(target, source, above, x, rowBytes);
 }
 
 // ---- Average
+
+// The first `bytes` bytes of both registers, side by side. The bytes after them are unspecified.
+template <uint32_t bytes>
+U8 join(U8 a, U8 b) {
+    if constexpr (bytes == 1) {
+        return __builtin_shufflevector(a, b, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7,
+                                       23);
+    } else if constexpr (bytes == 2) {
+        return U8(__builtin_shufflevector(U16(a), U16(b), 0, 8, 1, 9, 2, 10, 3, 11));
+    } else if constexpr (bytes == 4) {
+        return U8(interleaveLow(U32(a), U32(b)));
+    } else {
+        return U8(interleavePairsLow(U32(a), U32(b)));
+    }
+}
+
+// The first pixels of `count` registers, side by side.
+template <uint32_t pixelBytes, uint32_t count>
+U8 join_pixels(const U8* pixels) {
+    if constexpr (count == 1) {
+        return pixels[0];
+    } else {
+        constexpr uint32_t kHalf = count / 2;
+        return join<kHalf * pixelBytes>(join_pixels<pixelBytes, kHalf>(pixels),
+                                        join_pixels<pixelBytes, kHalf>(pixels + kHalf));
+    }
+}
 
 // The prediction is (left + up) / 2, rounded down, but the instruction rounds up. With complements it rounds down:
 //
@@ -111,10 +140,30 @@ void sub_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint6
 //     pixel = filtered + ~averageUp(~left, ~up)     and by ~(x + ~y) = y - x:
 //     ~pixel = averageUp(~left, ~up) - filtered
 //
-// so that there are only two instructions between a pixel and the next one. The loop leaves out the last pixel,
-// because pixels of three bytes are read and written as four.
+// so that there are only two instructions between a pixel and the next one.
+
+// Converts the blocks of a row of pixels of one or two bytes. Loads and stores of such pixels would take longer than a
+// pixel waits for the one before. Returns the number of finished bytes. `pixel` has the indices of a block's pixels.
+template <uint32_t pixelBytes, uint32_t... pixel>
+uint64_t average_blocks(uint8_t* target, const uint8_t* source, const uint8_t* above,
+                        uint64_t rowBytes, std::integer_sequence<uint32_t, pixel...>) {
+    U8 notLeft = ~U8{};
+    uint64_t x = 0;
+    for (; x + kBlockBytes <= rowBytes; x += kBlockBytes) {
+        const U8 filtered = loadBytes(source + x);
+        const U8 notUp = ~loadBytes(above + x);
+        const U8 notPixels[] = {(notLeft = averageUp(notLeft, moveDown<pixel * pixelBytes>(notUp)) -
+                                           moveDown<pixel * pixelBytes>(filtered))...};
+        storeBytes(~join_pixels<pixelBytes, sizeof...(pixel)>(notPixels), target + x);
+    }
+    return x;
+}
+
+// Converts the pixels of a row but the last, because pixels of three bytes are read and written as four. Returns the
+// number of finished bytes.
 template <uint32_t pixelBytes>
-void average_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+uint64_t average_pixels(uint8_t* target, const uint8_t* source, const uint8_t* above,
+                        uint64_t rowBytes) {
     U8 notLeft = ~U8{};
     uint64_t x = 0;
     for (; x + pixelBytes < rowBytes; x += pixelBytes) {
@@ -123,5 +172,35 @@ void average_row(uint8_t* target, const uint8_t* source, const uint8_t* above, u
         notLeft = averageUp(notLeft, ~U8(up)) - U8(filtered);
         store_pixel<pixelBytes>(target + x, U32(~notLeft)[0]);
     }
+    return x;
+}
+
+template <uint32_t pixelBytes>
+void average_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+    uint64_t x = 0;
+    if constexpr (pixelBytes <= 2) {
+        constexpr std::make_integer_sequence<uint32_t, kBlockBytes / pixelBytes> kAll;
+        x = average_blocks<pixelBytes>(target, source, above, rowBytes, kAll);
+    } else {
+        x = average_pixels<pixelBytes>(target, source, above, rowBytes);
+    }
     convert_rest_of_row<pixelBytes, average_filter_t, true>(target, source, above, x, rowBytes);
+}
+
+// ---- Paeth
+
+// The loop leaves out the last pixel, because pixels of three bytes are read and written as four.
+template <uint32_t pixelBytes>
+void paeth_row(uint8_t* target, const uint8_t* source, const uint8_t* above, uint64_t rowBytes) {
+    U8 left = {};
+    U8 upLeft = {};
+    uint64_t x = 0;
+    for (; x + pixelBytes < rowBytes; x += pixelBytes) {
+        const U32 filtered = exchange_in_words<pixelBytes>(U32{load_pixel<pixelBytes>(source + x)});
+        const U8 up = U8(U32{load_pixel<pixelBytes>(above + x)});
+        left = U8(filtered) + predict_paeth(left, up, upLeft);
+        upLeft = up;
+        store_pixel<pixelBytes>(target + x, U32(left)[0]);
+    }
+    convert_rest_of_row<pixelBytes, paeth_filter_t, true>(target, source, above, x, rowBytes);
 }

@@ -1,7 +1,7 @@
 // The row functions of the backends with registers of 16 bytes.
 //
 // Included inside a namespace after src/simd/vec_sse2.h or vec_neon.h; the includer has
-// png/internal/scalar_rows.h, <algorithm> and <cstring>.
+// png/internal/scalar_rows.h, <algorithm>, <cstring> and <utility>.
 
 #include "png/simd/paeth.inl.h"
 #include "png/simd/pixel_lanes.inl.h"
@@ -21,12 +21,13 @@ inline void toQuads(U32 words, Quad quads[kQuads]) {
 #include "png/simd/filter_rows.inl.h"
 #include "png/simd/wavefront.inl.h"
 
-// Single rows of Paeth, and of Average with one or two bytes per pixel, use the scalar backend, which is as fast.
+// Above the first row, all samples are 0. So Up is None there, and Paeth is Sub. Average would need a function of its
+// own, and uses the scalar one.
 template <uint32_t pixelBytes>
 constexpr row_functions_t kFunctions = {
-    {},
-    {copy_row<pixelBytes>, sub_row<pixelBytes>, up_row<pixelBytes>,
-     pixelBytes >= 3 ? average_row<pixelBytes> : nullptr, nullptr},
+    {copy_row<pixelBytes>, sub_row<pixelBytes>, copy_row<pixelBytes>, nullptr, sub_row<pixelBytes>},
+    {copy_row<pixelBytes>, sub_row<pixelBytes>, up_row<pixelBytes>, average_row<pixelBytes>,
+     paeth_row<pixelBytes>},
     {nullptr, wavefront<pixelBytes>}};
 static_assert(kWavefrontSizes[1] == kPixels);
 

@@ -134,6 +134,20 @@ TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFilterAndWidth) {
     }
 }
 
+// Three rows are too few for a wavefront. With a gap of one byte, every row starts one byte before its source.
+TEST_P(PngRowsOnBackends, EqualTheScalarOnesForSingleRowsAtTheMinDistance) {
+    for (uint32_t filter = 0; filter < kFilterCount; ++filter) {
+        for (uint32_t width = 1; width <= 70; ++width) {
+            for (const uint32_t gap : {0U, 1U}) {
+                const image_t image{GetParam(), width, 3, uint64_t{width} * GetParam() + gap,
+                                    0,          width};
+                expect_same_from_each_backend(
+                    image, filtered_buffer(image, [=](uint32_t) { return filter; }));
+            }
+        }
+    }
+}
+
 // 5^4 groups, each after a separate row.
 TEST_P(PngRowsOnBackends, EqualTheScalarOnesForEveryFourFilters) {
     for (uint32_t group = 0; group < 625; ++group) {
