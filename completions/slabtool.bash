@@ -3,12 +3,13 @@
 _slabtool() {
     local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} options=--help
     if ((COMP_CWORD == 1)); then
-        mapfile -t COMPREPLY < <(compgen -W 'info view check prepare compare convert embed manifest --help --version' -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W 'info view gallery check prepare compare convert embed manifest --help --version' -- "$word")
         return
     fi
     case $command in
     info | compare) options+=' --jobs --json --quiet' ;;
     view) options+=' --palette' ;;
+    gallery) options+=' -o --images --jobs --quiet' ;;
     check) options+=' --alphaonly --jobs --json --quiet --strict' ;;
     prepare) options+=' --expand-palette --jobs --json --key-to-alpha --output-dir --quiet --small' ;;
     convert) options+=' --alphaonly --background --dither --jobs --json --keep-colors --max-pixels --mode --no-manifest --palette --prune --quiet --rotation --row-alignment --update' ;;

@@ -4,6 +4,7 @@
 local -a subcommands=(
     'info:print the headers of surface files and report inconsistent ones'
     'view:draw a surface file as an upright PNG'
+    'gallery:write a page with a picture of every surface'
     'check:report whether pngslab accepts each image; if not, why, and how to fix it'
     'prepare:write PNG images that pngslab accepts, with the same pixels'
     'compare:report whether two surface files hold the same pixels'
@@ -24,6 +25,11 @@ argument)
     case $words[1] in
     info) _arguments $options $batch '*:surface file or folder:_files' ;;
     view) _arguments $options '--palette[the colors of palette indices]:palette file:_files' '1:surface file:_files' '2:PNG to write:_files' ;;
+    gallery)
+        _arguments $options '-o[the page to write]:page:_files -g "*.html"' \
+            '--images[show the PNG images of the folders as well]' '--jobs[number of threads]:count:' \
+            '--quiet[print nothing]' '*:surface file or folder:_files'
+        ;;
     check) _arguments $options $batch '--alphaonly[check the images for pngslab --alphaonly]' '--strict[exit with 1 also if an image is accepted with loss]' '*:image or folder:_files' ;;
     prepare)
         _arguments $options $batch '--key-to-alpha[convert a transparent color to an alpha channel]' \

@@ -10,7 +10,7 @@ from pathlib import Path
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 PROGRAMS = {"pngslab": os.environ["PNGSLAB_PROGRAM"], "slabtool": os.environ["PNGSLAB_SLABTOOL"]}
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
-COMMANDS = ["info", "view", "check", "prepare", "compare", "convert", "embed", "manifest"]
+COMMANDS = ["info", "view", "gallery", "check", "prepare", "compare", "convert", "embed", "manifest"]
 
 BASH = """source "$1"
 COMP_WORDS=("${@:2}") COMP_CWORD=$(($# - 2))

@@ -6,8 +6,8 @@ namespace {
 
 class Usage : public SlabtoolTest {};
 
-const char* const kCommands[] = {"info",    "view",    "check", "prepare",
-                                 "compare", "convert", "embed", "manifest"};
+const char* const kCommands[] = {"info",    "view",    "gallery", "check",   "prepare",
+                                 "compare", "convert", "embed",   "manifest"};
 
 TEST_F(Usage, HelpNamesEverySubCommand) {
     const ProgramOutcome outcome = tool({"--help"});
@@ -38,6 +38,8 @@ TEST_F(Usage, ErrorIsStatusTwo) {
         {"info", "--frobnicate", "a"},
         {"view", "a"},
         {"view", "a", "b", "c"},
+        {"gallery", "a"},
+        {"gallery", "-o", "a"},
         {"check"},
         {"prepare", "a"},
         {"convert", "a"},

@@ -52,11 +52,15 @@ CLI::Option* addPaths(CLI::App* command, const char* name, Paths& paths, const c
     return command->add_option(name, paths, description)->required()->transform(showBrackets);
 }
 
-// The options of every sub-command that processes many files.
-void declareBatch(CLI::App* command, BatchOptions& batch, const char* quiet, const char* json) {
+void declareJobs(CLI::App* command, BatchOptions& batch, const char* quiet) {
     command->add_option("--jobs", batch.jobs,
                         "Number of threads (default: one for each processor)");
     command->add_flag("--quiet", batch.quiet, quiet);
+}
+
+// The options of every sub-command that processes many files.
+void declareBatch(CLI::App* command, BatchOptions& batch, const char* quiet, const char* json) {
+    declareJobs(command, batch, quiet);
     command->add_flag("--json", batch.json, json);
 }
 
@@ -77,6 +81,18 @@ void declareView(CLI::App& app, ViewRequest& request, int& status) {
     command->add_option("--palette", request.palettePath,
                         "Draw palette indices in the colors of this file, NAME.palette");
     command->callback([&] { status = runView(request); });
+}
+
+void declareGallery(CLI::App& app, GalleryRequest& request, int& status) {
+    CLI::App* const command =
+        app.add_subcommand("gallery", "Write a page with a picture of every surface");
+    addPaths(command, "SURFACE", request.paths, "Surface files and folders of them");
+    addPaths(command, "-o", request.output,
+             "The page to write, for any browser; - is standard output");
+    command->add_flag("--images", request.images,
+                      "Show the PNG images of the folders as well, with verdict and fix");
+    declareJobs(command, request.batch, "Print nothing, and show no progress");
+    command->callback([&] { status = runGallery(request); });
 }
 
 void declareCheck(CLI::App& app, CheckRequest& request, int& status) {
@@ -313,6 +329,7 @@ int run(int argc, char** argv) {
     int status = kSuccess;
     InfoRequest info;
     ViewRequest view;
+    GalleryRequest gallery;
     CheckRequest check;
     PrepareRequest prepare;
     CompareRequest compare;
@@ -321,6 +338,7 @@ int run(int argc, char** argv) {
     ManifestRequest manifest;
     declareInfo(app, info, status);
     declareView(app, view, status);
+    declareGallery(app, gallery, status);
     declareCheck(app, check, status);
     declarePrepare(app, prepare, status);
     declareCompare(app, compare, status);

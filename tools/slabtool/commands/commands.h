@@ -26,6 +26,16 @@ struct ViewRequest {
 /// Draws a surface file as a PNG. @return the exit status. @throws Rejection
 int runView(const ViewRequest& request);
 
+struct GalleryRequest {
+    std::vector<std::string> paths; ///< surface files and folders
+    std::string output;             ///< path of the page
+    bool images = false;            ///< show PNG files with their verdicts, too
+    BatchOptions batch;
+};
+
+/// Writes a page with a picture of every surface. @return the exit status. @throws Rejection
+int runGallery(const GalleryRequest& request);
+
 struct CheckRequest {
     std::vector<std::string> paths; ///< images and folders
     bool alphaOnly = false;         ///< check for alpha-only surfaces

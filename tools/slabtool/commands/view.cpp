@@ -13,7 +13,8 @@ int runView(const ViewRequest& request) {
     const bool hasPalette = !request.palettePath.empty();
     Palette palette = {};
     if (hasPalette) {
-        palette = namingFile(request.palettePath, [&] { return paletteOf(readFile(request.palettePath)); });
+        palette = namingFile(request.palettePath,
+                             [&] { return paletteOf(readFile(request.palettePath)); });
     }
     const Bytes png = namingFile(request.surfacePath, [&] {
         const PngImage image =

@@ -1,0 +1,194 @@
+// slabtool gallery writes a page with a picture of every surface. A file that cannot be drawn is on the page, too, with
+// the reason.
+#include "tools/slabtool/commands/commands.h"
+
+#include "tools/slabtool/commands/judgment.h"
+#include "tools/slabtool/gallery/page.h"
+#include "tools/slabtool/images/png_facts.h"
+#include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/runs/files.h"
+#include "tools/slabtool/runs/folder_walk.h"
+#include "tools/slabtool/surfaces/drawing.h"
+#include "tools/slabtool/surfaces/surface_file.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+struct GalleryFile {
+    std::string path, name;
+    bool isImage;
+};
+
+// The files of folders with one of the suffixes, and the named files.
+std::vector<GalleryFile> filesOf(const GalleryRequest& request) {
+    std::vector<GalleryFile> files;
+    for (const std::string& input : request.paths) {
+        std::vector<const char*> suffixes = {kSurfaceSuffix};
+        if (request.images && isFolder(input)) {
+            suffixes.push_back(kImageSuffix);
+        }
+        for (const char* const suffix : suffixes) {
+            for (const FoundFile& file : findFiles({input}, suffix)) {
+                // Paths below different folders could be the same.
+                files.push_back({file.path,
+                                 request.paths.size() == 1 ? file.relativePath : file.path,
+                                 hasSuffix(file.path, kImageSuffix)});
+            }
+        }
+    }
+    std::stable_sort(files.begin(), files.end(),
+                     [](const GalleryFile& a, const GalleryFile& b) { return a.name < b.name; });
+    return files;
+}
+
+// Draws indices in the colors of NAME.palette, if it lies beside NAME.surface.
+PngImage drawSurface(const std::string& path, const SurfacePicture& picture, GalleryItem& item) {
+    const std::optional<Finding> note = noteForMode(picture.header().mode);
+    if (note && picture.header().colorMode() != DsColorMode::A8) {
+        const std::filesystem::path palette =
+            std::filesystem::path(path).replace_extension(kPaletteSuffix);
+        if (std::filesystem::exists(palette)) {
+            return drawWithPalette(picture, paletteOf(readFile(palette)));
+        }
+    }
+    if (note) {
+        item.remarks.push_back(textOf(*note));
+    }
+    return drawPicture(picture);
+}
+
+void addSurface(const std::string& path, GalleryItem& item) {
+    item.verdict = "not consistent";
+    Bytes file = readFile(path);
+    item.bytes = file.size();
+    const SurfaceFacts facts = inspectSurface(file, file.size());
+    if (facts.header) {
+        item.mode = colorModeName(facts.header->mode);
+        item.details = "rotation " + std::to_string(facts.header->rotation);
+    }
+    item.remarks = facts.faults;
+    item.remarks.insert(item.remarks.end(), facts.oddities.begin(), facts.oddities.end());
+    if (item.remarks.empty()) {
+        item.verdict = "consistent";
+    }
+    if (facts.faults.empty()) {
+        const SurfacePicture picture(std::move(file));
+        item.width = picture.width();
+        item.height = picture.height();
+        item.png = encodePng(drawSurface(path, picture, item), kEfforts.front());
+    }
+}
+
+void addImage(const std::string& path, GalleryItem& item) {
+    const Judgment judgment = judgeImage(path, false);
+    item.mode = "PNG";
+    item.verdict = verdictText(judgment.severity);
+    if (judgment.reason) {
+        item.remarks.push_back(textOf(*judgment.reason));
+    } else {
+        item.details = "surface " + judgment.surface;
+    }
+    for (const Finding& loss : judgment.losses) {
+        item.remarks.push_back(textOf(loss));
+    }
+    if (!judgment.note.empty()) {
+        item.remarks.push_back(judgment.note);
+    }
+    item.fix = judgment.fix;
+    Bytes file = readFile(path);
+    item.bytes = file.size();
+    const PngFacts facts = factsOf(file);
+    item.width = facts.width;
+    item.height = facts.height;
+    if (item.width != 0) {
+        item.png = std::move(file);
+    }
+}
+
+GalleryItem itemOf(const GalleryFile& file) {
+    GalleryItem item = {};
+    item.name = file.name;
+    try {
+        file.isImage ? addImage(file.path, item) : addSurface(file.path, item);
+    } catch (const Rejection& rejection) {
+        item.remarks.push_back(rejection.what());
+    } catch (const std::bad_alloc&) {
+        item.remarks.push_back("not enough memory to draw it");
+    }
+    return item;
+}
+
+std::string counted(uint64_t count, const char* noun) {
+    return withSeparators(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+// What the page holds, in words.
+struct Totals {
+    uint64_t surfaces = 0, images = 0, bytes = 0;
+    std::map<std::string, uint64_t> verdicts;
+
+    std::string text() const {
+        std::string text = counted(surfaces, "surface") + ", " + withSeparators(bytes) + " bytes";
+        text += images == 0 ? "" : "; " + counted(images, "image");
+        for (const auto& [verdict, count] : verdicts) {
+            text += (&verdict == &verdicts.begin()->first ? "; " : ", ") + withSeparators(count) +
+                    " " + verdict;
+        }
+        return text;
+    }
+};
+
+// The result for one file.
+struct DrawnItem {
+    std::string html, verdict;
+    uint64_t bytes;
+};
+
+std::string titleOf(const std::vector<std::string>& inputs) {
+    std::string title = "Gallery of ";
+    for (const std::string& input : inputs) {
+        title += (&input == &inputs.front() ? "" : ", ") + input;
+    }
+    return title;
+}
+
+} // namespace
+
+int runGallery(const GalleryRequest& request) {
+    const std::vector<GalleryFile> files = filesOf(request);
+    if (files.empty()) {
+        throw Rejection(std::string("no surface files") + (request.images ? " or images" : "") +
+                        " found; slabtool convert makes surface files");
+    }
+    std::vector<std::string> names;
+    for (const GalleryFile& file : files) {
+        names.push_back(file.path);
+    }
+    Totals totals;
+    std::string items;
+    runInOrder<DrawnItem>(
+        names, request.batch,
+        [&](size_t file) {
+            const GalleryItem item = itemOf(files[file]);
+            return DrawnItem{htmlOf(item), item.verdict, item.bytes};
+        },
+        [&](size_t file, const DrawnItem& drawn) {
+            items += drawn.html;
+            ++totals.verdicts[drawn.verdict];
+            ++(files[file].isImage ? totals.images : totals.surfaces);
+            totals.bytes += files[file].isImage ? 0 : drawn.bytes;
+        });
+    writeText(request.output, pageOf(titleOf(request.paths), totals.text(), items));
+    if (!request.batch.quiet && request.output != kStandardStream) {
+        std::printf("%s: %s\n", printable(request.output).c_str(), totals.text().c_str());
+    }
+    return 0;
+}

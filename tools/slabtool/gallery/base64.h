@@ -1,0 +1,9 @@
+// Base64 (RFC 4648), for pictures and checksums in a page.
+#pragma once
+
+#include "tools/slabtool/rejection.h"
+
+#include <string>
+
+/// With padding.
+std::string base64Of(ByteView bytes);
