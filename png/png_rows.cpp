@@ -27,8 +27,8 @@ bool row_fits(uint32_t row, uint64_t stride, uint64_t rowBytes, uint64_t bufferS
 // The time of a single row with each filter, in units of about 0.2 ns a pixel.
 constexpr std::array<uint32_t, kFilterCount> kRowTimes = {1, 1, 1, 5, 15};
 
-// The time of each wavefront in the same unit, in the order of kWavefrontSizes. It is nearly the same for all filters.
-// Eight rows take little longer than four, because they use AVX2.
+// The time of each wavefront in the same unit, in the order of kWavefrontSizes. It is nearly the same for all rows of
+// mixed filters. Eight rows take little longer than four, because they use AVX2.
 constexpr std::array<uint32_t, kWavefrontSizes.size()> kWavefrontTimes = {36, 32};
 
 // Whether a wavefront of `size` rows can and should convert the next rows: they are complete, the image's first row is

@@ -11,7 +11,8 @@
 //     + result moved up by 2       a    ab   abc   abcd
 //     + last pixel so far          the pixels
 //
-// so that only one addition depends on the block before. Average and Paeth run pixel by pixel, with all samples at once.
+// so that only one addition depends on the block before. Average and Paeth run pixel by pixel, with all samples at
+// once.
 //
 // copy_row() and sub_row() do not read the row above, so they also convert the first row of an image.
 //

@@ -36,6 +36,7 @@ class Page(HTMLParser):
             head, data = attrs["src"].split(",", 1)
             assert head == "data:image/png;base64", head
             self.cards[-1]["picture"] = base64.b64decode(data, validate=True)
+            self.cards[-1]["class"] = attrs.get("class")
             self.cards[-1]["size"] = (int(attrs["width"]), int(attrs["height"]))
         if tag not in ("meta", "img", "wbr", "input"):
             self.open.append(tag)
@@ -114,11 +115,39 @@ class Gallery(unittest.TestCase):
         card = self.make_page("out").cards[0]
         self.assertIn("[palette]", card["text"])
 
+    def test_draws_gray_values_if_the_palette_cannot_be_read(self):
+        (self.folder / "flag.png").write_bytes(png(2, 1, 3, b"\0\0\1", palette=bytes([255, 0, 0, 0, 0, 255])))
+        self.run_tool("convert", "--quiet", "flag.png", "out/")
+        palette = self.folder / "out/flag.palette"
+        palette.write_bytes(b"too short")
+        card = self.make_page("out").cards[0]
+        self.assertIn("out/flag.palette: is not a palette file of 768 or 1024 bytes", card["text"])
+        self.run_tool("view", "out/flag.surface", "drawn.png")
+        self.assertEqual((self.folder / "drawn.png").read_bytes(), card["picture"])
+        palette.unlink()
+        palette.symlink_to(palette)
+        card = self.make_page("out").cards[0]
+        self.assertIn("out/flag.palette: cannot be opened", card["text"])
+        self.assertIsNotNone(card["picture"])
+
+    def test_names_the_number_of_many_inputs(self):
+        self.convert_samples()
+        surfaces = sorted(str(path) for path in (self.folder / "icons").glob("*.surface"))
+        page = self.make_page(*surfaces, *surfaces, "icons")
+        self.assertEqual([f"Gallery of {2 * len(surfaces) + 1} inputs"], page.texts["h1"])
+
+    def test_shows_each_named_file_that_cannot_be_opened_with_one_reason(self):
+        page = self.make_page("--images", "gone.png", "gone.surface")
+        self.assertEqual(["gone.png", "gone.surface"], [card["data"]["data-name"] for card in page.cards])
+        for card in page.cards:
+            self.assertEqual(1, card["text"].count("cannot be opened"), card["text"])
+
     def test_enlarges_small_pictures_by_whole_numbers(self):
         for side, zoom in ((1, 8), (16, 8), (17, 7), (64, 2), (65, 1), (300, 1)):
             (self.folder / "a.png").write_bytes(png(side, side, 0, (b"\0" * (side + 1)) * side))
             card = self.make_page("a.png").cards[0]
             self.assertEqual((side * zoom, side * zoom), card["size"])
+            self.assertEqual("reduced" if side == 300 else None, card["class"])
 
     def test_allows_nothing_but_its_own_style_script_and_pictures(self):
         self.convert_samples()

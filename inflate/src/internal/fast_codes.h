@@ -46,9 +46,10 @@ struct fast_code_t {
     /// By length: the number to add to a code to get the index of its symbol (wrapping).
     uint32_t base[kMaxCodeLength + 1];
 
-    /// Whether at least an eighth of all inputs begins with codes beyond kFewLimits. In a good code each symbol is about
-    /// as frequent as its part of all inputs, so the branch to these codes would often be mispredicted. Icons mostly
-    /// have such codes: the codes of literals are 4 to 8 bits longer than that of the most frequent match.
+    /// Whether at least an eighth of all inputs begins with codes longer than minLength + kFewLimits. In a good code
+    /// each symbol is about as frequent as its part of all inputs, so the branch to these codes would often be
+    /// mispredicted. Icons mostly have such codes: the codes of literals are 4 to 8 bits longer than that of the most
+    /// frequent match.
     bool needs_many_limits() const {
         constexpr uint64_t kMinPart = uint64_t{1} << (kCodeBits - 3);
         return last - limits[kFewLimits] >= kMinPart;

@@ -6,9 +6,9 @@
 #include "tools/slabtool/gallery/page.h"
 #include "tools/slabtool/images/png_facts.h"
 #include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/runs/drawing.h"
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/runs/folder_walk.h"
-#include "tools/slabtool/surfaces/drawing.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <algorithm>
@@ -16,7 +16,10 @@
 #include <filesystem>
 #include <map>
 #include <new>
+#include <optional>
 #include <string>
+#include <system_error>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -49,19 +52,33 @@ std::vector<GalleryFile> filesOf(const GalleryRequest& request) {
     return files;
 }
 
-// Draws indices in the colors of NAME.palette, if it lies beside NAME.surface.
+// The palette beside a surface with indices, if there is one that can be used. Otherwise the item gets the reason.
+std::optional<Palette> findPalette(const std::string& surfacePath, GalleryItem& item) {
+    const std::string path =
+        std::filesystem::path(surfacePath).replace_extension(kPaletteSuffix).string();
+    std::error_code error;
+    if (!std::filesystem::exists(path, error) && !error) {
+        return std::nullopt;
+    }
+    try {
+        return namingFile(path, [&] { return paletteOf(readFile(path)); });
+    } catch (const Rejection& rejection) {
+        item.remarks.push_back(rejection.what());
+        return std::nullopt;
+    }
+}
+
 PngImage drawSurface(const std::string& path, const SurfacePicture& picture, GalleryItem& item) {
     const std::optional<Finding> note = noteForMode(picture.header().mode);
-    if (note && picture.header().colorMode() != DsColorMode::A8) {
-        const std::filesystem::path palette =
-            std::filesystem::path(path).replace_extension(kPaletteSuffix);
-        if (std::filesystem::exists(palette)) {
-            return drawWithPalette(picture, paletteOf(readFile(palette)));
+    if (!note) {
+        return drawPicture(picture);
+    }
+    if (picture.header().colorMode() != DsColorMode::A8) {
+        if (const std::optional<Palette> palette = findPalette(path, item)) {
+            return drawWithPalette(picture, *palette);
         }
     }
-    if (note) {
-        item.remarks.push_back(textOf(*note));
-    }
+    item.remarks.push_back(textOf(*note));
     return drawPicture(picture);
 }
 
@@ -103,6 +120,9 @@ void addImage(const std::string& path, GalleryItem& item) {
         item.remarks.push_back(judgment.note);
     }
     item.fix = judgment.fix;
+    if (judgment.reason && judgment.reason->code == kUnreadable) {
+        return;
+    }
     Bytes file = readFile(path);
     item.bytes = file.size();
     const PngFacts facts = factsOf(file);
@@ -113,17 +133,29 @@ void addImage(const std::string& path, GalleryItem& item) {
     }
 }
 
-GalleryItem itemOf(const GalleryFile& file) {
+// The result for one file.
+struct DrawnItem {
+    std::string html, verdict;
+    uint64_t bytes;
+};
+
+DrawnItem drawn(const GalleryItem& item) {
+    return {htmlOf(item), item.verdict, item.bytes};
+}
+
+DrawnItem drawFile(const GalleryFile& file) {
     GalleryItem item = {};
     item.name = file.name;
     try {
         file.isImage ? addImage(file.path, item) : addSurface(file.path, item);
+        return drawn(item);
     } catch (const Rejection& rejection) {
         item.remarks.push_back(rejection.what());
     } catch (const std::bad_alloc&) {
+        item.png.reset();
         item.remarks.push_back("not enough memory to draw it");
     }
-    return item;
+    return drawn(item);
 }
 
 std::string counted(uint64_t count, const char* noun) {
@@ -146,13 +178,11 @@ struct Totals {
     }
 };
 
-// The result for one file.
-struct DrawnItem {
-    std::string html, verdict;
-    uint64_t bytes;
-};
-
 std::string titleOf(const std::vector<std::string>& inputs) {
+    constexpr size_t kMaxNames = 3;
+    if (inputs.size() > kMaxNames) {
+        return "Gallery of " + withSeparators(inputs.size()) + " inputs";
+    }
     std::string title = "Gallery of ";
     for (const std::string& input : inputs) {
         title += (&input == &inputs.front() ? "" : ", ") + input;
@@ -175,11 +205,7 @@ int runGallery(const GalleryRequest& request) {
     Totals totals;
     std::string items;
     runInOrder<DrawnItem>(
-        names, request.batch,
-        [&](size_t file) {
-            const GalleryItem item = itemOf(files[file]);
-            return DrawnItem{htmlOf(item), item.verdict, item.bytes};
-        },
+        names, request.batch, [&](size_t file) { return drawFile(files[file]); },
         [&](size_t file, const DrawnItem& drawn) {
             items += drawn.html;
             ++totals.verdicts[drawn.verdict];

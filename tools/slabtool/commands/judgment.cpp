@@ -114,7 +114,7 @@ Judgment judgeImage(const std::string& path, bool alphaOnly) {
     try {
         return judge(path, alphaOnly);
     } catch (const Rejection& rejection) {
-        return {kRejected, "", Finding{"unreadable", rejection.what()}};
+        return {kRejected, "", Finding{kUnreadable, rejection.what()}};
     } catch (const std::bad_alloc&) {
         return {kRejected, "", Finding{"memory", "not enough memory to decode it"}};
     }

@@ -10,6 +10,9 @@
 /// The suffix of the images in folders, and the only one that pngslab accepts.
 inline constexpr const char* kImageSuffix = ".png";
 
+/// The code of a file that cannot be read.
+inline constexpr const char* kUnreadable = "unreadable";
+
 enum Severity { kAccepted, kWithLoss, kRejected };
 
 struct Judgment {

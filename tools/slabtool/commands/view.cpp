@@ -2,8 +2,8 @@
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/images/png_image.h"
+#include "tools/slabtool/runs/drawing.h"
 #include "tools/slabtool/runs/files.h"
-#include "tools/slabtool/surfaces/drawing.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <cstdio>

@@ -60,13 +60,13 @@ std::string classOf(const std::string& verdict) {
     return verdict == "not consistent" ? "not-consistent" : verdict;
 }
 
-// The min space for a picture in its card, in pixels of the page.
+// The min space for a picture in its card, in pixels of the page. page.css has the height.
 constexpr uint32_t kBoxWidth = 180, kBoxHeight = 152;
 
 // Small pictures are enlarged by a whole number, so that all pixels stay equal.
 uint32_t zoomOf(const GalleryItem& item) {
-    constexpr uint32_t kMinSide = 128, kMaxZoom = 8; // pixels of the page
-    return std::clamp(kMinSide / std::max(item.width, item.height), 1U, kMaxZoom);
+    constexpr uint32_t kMaxZoomedSide = 128, kMaxZoom = 8; // pixels of the page
+    return std::clamp(kMaxZoomedSide / std::max(item.width, item.height), 1U, kMaxZoom);
 }
 
 std::string pictureOf(const GalleryItem& item) {
@@ -109,16 +109,17 @@ std::string policySource(const GalleryAsset& asset) {
 }
 
 // The controls work only with the script, which shows them.
-constexpr const char* kControls = R"html(<form id="filters" class="filters" role="search" hidden>
-<label>Name <input id="name" type="search" autocomplete="off"></label>
+constexpr const char* kControls =
+    R"html(<form id="filters" class="filters" role="search" autocomplete="off" hidden>
+<label>Name <input id="name" type="search"></label>
 <label>Mode <select id="mode"><option value="">all</option></select></label>
 <label>Verdict <select id="verdict"><option value="">all</option></select></label>
 <label>Sort by <select id="sort">
 <option value="name">name</option>
 <option value="bytes-down">file size, largest first</option>
 <option value="bytes-up">file size, smallest first</option>
-<option value="pixels-down">pixels, most first</option>
-<option value="pixels-up">pixels, fewest first</option>
+<option value="pixels-down">pixels, largest first</option>
+<option value="pixels-up">pixels, smallest first</option>
 </select></label>
 <label>Background <select id="background">
 <option value="checkered">checkerboard</option>
@@ -131,7 +132,7 @@ constexpr const char* kControls = R"html(<form id="filters" class="filters" role
 
 constexpr const char* kViewer = R"html(<dialog id="viewer" aria-labelledby="viewer-name">
 <div class="bar">
-<div class="title"><h2 id="viewer-name"></h2><p id="viewer-facts" class="quiet"></p></div>
+<div class="title" aria-live="polite"><h2 id="viewer-name"></h2><p id="viewer-facts" class="quiet"></p></div>
 <button type="button" id="previous" title="Key: arrow left">Previous</button>
 <button type="button" id="next" title="Key: arrow right">Next</button>
 <button type="button" id="zoom-out" aria-label="Zoom out" title="Key: -">−</button>
@@ -173,7 +174,8 @@ std::string htmlOf(const GalleryItem& item) {
     if (!item.fix.empty()) {
         html += "<p>Fix: <code>" + escaped(item.fix) + "</code></p>";
     }
-    return html + "</div></li>\n";
+    html += "</div></li>\n";
+    return html;
 }
 
 std::string pageOf(const std::string& title, const std::string& summary, const std::string& items) {
@@ -194,5 +196,6 @@ std::string pageOf(const std::string& title, const std::string& summary, const s
     page += kViewer;
     page += "<script>";
     page += kGalleryScript.text;
-    return page + "</script>\n</body>\n</html>\n";
+    page += "</script>\n</body>\n</html>\n";
+    return page;
 }

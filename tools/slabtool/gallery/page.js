@@ -4,17 +4,16 @@
 const byId = (id) => document.getElementById(id);
 const list = byId('pictures');
 const cards = Array.from(list.children);
-const number = (text) => Number(text);
 const plain = new Intl.NumberFormat('en-US');
 
 // ---- Filters
 
 const orders = {
-    name: (a, b) => cards.indexOf(a) - cards.indexOf(b),
-    'bytes-up': (a, b) => number(a.dataset.bytes) - number(b.dataset.bytes),
-    'bytes-down': (a, b) => number(b.dataset.bytes) - number(a.dataset.bytes),
-    'pixels-up': (a, b) => number(a.dataset.pixels) - number(b.dataset.pixels),
-    'pixels-down': (a, b) => number(b.dataset.pixels) - number(a.dataset.pixels),
+    name: () => 0, // the cards are in this order, and sort() keeps it
+    'bytes-up': (a, b) => Number(a.dataset.bytes) - Number(b.dataset.bytes),
+    'bytes-down': (a, b) => Number(b.dataset.bytes) - Number(a.dataset.bytes),
+    'pixels-up': (a, b) => Number(a.dataset.pixels) - Number(b.dataset.pixels),
+    'pixels-down': (a, b) => Number(b.dataset.pixels) - Number(a.dataset.pixels),
 };
 
 function fillChoices(select, key) {
@@ -41,7 +40,7 @@ function update() {
     for (const card of cards) {
         card.hidden = !isShown(card);
         shown += card.hidden ? 0 : 1;
-        bytes += card.hidden ? 0 : number(card.dataset.bytes);
+        bytes += card.hidden ? 0 : Number(card.dataset.bytes);
     }
     byId('shown').textContent =
         `${plain.format(shown)} of ${plain.format(cards.length)} shown, ${plain.format(bytes)} bytes`;
@@ -69,7 +68,7 @@ update();
 
 const viewer = byId('viewer');
 const stage = byId('stage');
-const zooms = [0.125, 0.25, 0.5, 1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64];
+const zooms = [1 / 16, 1 / 12, 1 / 8, 1 / 6, 1 / 4, 1 / 3, 1 / 2, 1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64];
 let current = null;
 let zoom = 1;
 
@@ -78,9 +77,10 @@ const pictures = () => Array.from(list.children).filter((card) => !card.hidden &
 function setZoom(value) {
     zoom = value;
     const image = stage.firstElementChild;
+    image.classList.toggle('reduced', zoom < 1);
     image.style.width = `${image.naturalWidth * zoom}px`;
     image.style.height = `${image.naturalHeight * zoom}px`;
-    byId('zoom').textContent = zoom < 1 ? `1/${1 / zoom}` : `${zoom} ×`;
+    byId('zoom').textContent = zoom < 1 ? `1/${Math.round(1 / zoom)}` : `${zoom} ×`;
 }
 
 // The largest zoom at which the picture fits; an integer or the inverse of one, so that all pixels are equal.
@@ -99,7 +99,6 @@ function step(direction) {
 async function show(card) {
     current = card;
     const image = card.querySelector('img').cloneNode();
-    image.removeAttribute('class');
     image.removeAttribute('width');
     image.removeAttribute('height');
     image.alt = card.dataset.name;
@@ -109,16 +108,17 @@ async function show(card) {
     if (!viewer.open) {
         viewer.showModal();
     }
-    await image.decode().catch(() => {});
-    if (stage.firstElementChild === image) {
+    const isDecoded = await image.decode().then(() => true, () => false);
+    if (stage.firstElementChild === image && isDecoded) {
         fit();
     }
 }
 
 function move(direction) {
     const all = pictures();
-    const next = all[(all.indexOf(current) + direction + all.length) % all.length];
-    show(next);
+    if (all.length > 0) {
+        show(all[(Math.max(all.indexOf(current), 0) + direction + all.length) % all.length]);
+    }
 }
 
 list.addEventListener('click', (event) => {
@@ -139,7 +139,7 @@ const actions = {
 for (const [id, action] of Object.entries(actions)) {
     byId(id).addEventListener('click', action);
 }
-viewer.addEventListener('close', () => current.querySelector('button').focus());
+viewer.addEventListener('close', () => current.querySelector('button')?.focus());
 const keys = { ArrowLeft: 'previous', ArrowRight: 'next', '-': 'zoom-out', '+': 'zoom-in', '=': 'zoom-in', 1: 'actual', 0: 'fit' };
 viewer.addEventListener('keydown', (event) => {
     // A picture that is larger than the window scrolls by arrow keys.

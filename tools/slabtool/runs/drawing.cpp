@@ -1,5 +1,5 @@
 // The pixels of every mode as PNG samples.
-#include "tools/slabtool/surfaces/drawing.h"
+#include "tools/slabtool/runs/drawing.h"
 
 #include "src/internal/mode_traits.h"
 #include "tools/slabtool/surfaces/surface_maker.h"
