@@ -205,6 +205,13 @@ class Gallery(unittest.TestCase):
         names = [card["data"]["data-name"] for card in page.cards]
         self.assertEqual(sorted(str(path.relative_to(self.folder)) for path in self.folder.rglob("*.surface")), names)
 
+    def test_shows_a_file_that_is_named_twice_once(self):
+        self.convert_samples()
+        page = self.make_page("icons", "icons/quill.surface", "icons/quill.surface")
+        names = [card["data"]["data-name"] for card in page.cards]
+        self.assertEqual(sorted(set(names)), names)
+        self.assertIn("icons/quill.surface", names)
+
     def test_prints_the_totals(self):
         names = self.convert_samples()
         size = sum((self.folder / "icons" / name).stat().st_size for name in names)

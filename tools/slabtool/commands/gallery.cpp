@@ -47,8 +47,14 @@ std::vector<GalleryFile> filesOf(const GalleryRequest& request) {
             }
         }
     }
-    std::stable_sort(files.begin(), files.end(),
-                     [](const GalleryFile& a, const GalleryFile& b) { return a.name < b.name; });
+    const auto key = [](const GalleryFile& file) { return std::tie(file.name, file.path); };
+    std::sort(files.begin(), files.end(),
+              [&](const GalleryFile& a, const GalleryFile& b) { return key(a) < key(b); });
+    // A subfolder that cannot be read is found once for each suffix, and an input may be named twice.
+    const auto end =
+        std::unique(files.begin(), files.end(),
+                    [&](const GalleryFile& a, const GalleryFile& b) { return key(a) == key(b); });
+    files.erase(end, files.end());
     return files;
 }
 
