@@ -27,8 +27,8 @@ uint64_t roundUpToFour(uint64_t byteCount) {
 }
 
 // count * size + extra, or SIZE_MAX (which no allocator can give) if that does not fit.
-uint64_t saturatingBufferSize(uint64_t count, uint64_t size, uint64_t extra) {
-    uint64_t bytes = 0;
+size_t saturatingBufferSize(uint64_t count, uint64_t size, uint64_t extra) {
+    size_t bytes = 0;
     if (__builtin_mul_overflow(count, size, &bytes) ||
         __builtin_add_overflow(bytes, extra, &bytes)) {
         return SIZE_MAX;
@@ -158,7 +158,7 @@ uint8_t* DsSurface::pixelAt(int64_t x, int64_t y) const {
 uint8_t* DsSurface::allocatePixels(int32_t rowCount, int32_t rowWidth, uint64_t rowStride,
                                    uint64_t extra) const {
     const bool negative = rowCount < 0 || rowWidth < 0;
-    const uint64_t size =
+    const size_t size =
         negative ? SIZE_MAX
                  : saturatingBufferSize(static_cast<uint64_t>(rowCount), rowStride, extra);
     return static_cast<uint8_t*>(allocFn(size));
@@ -228,7 +228,7 @@ uint64_t DsSurface::serialize(void* buffer) const {
         storeLittleEndian<4>(file + kHeightOffset, static_cast<uint32_t>(height));
         storeLittleEndian<4>(file + kStrideOffset, static_cast<uint32_t>(stride));
         if (pixelBytes > 0) {
-            std::memcpy(file + kHeaderSize, pixels, pixelBytes);
+            std::memcpy(file + kHeaderSize, pixels, static_cast<size_t>(pixelBytes));
         }
     }
     return roundUpToFour(kHeaderSize + pixelBytes);

@@ -24,7 +24,7 @@ void fillRow(uint8_t* row, uint64_t byteCount, const uint8_t* pattern) {
     for (; done + kStep <= byteCount; done += kStep) {
         std::memcpy(row + done, pattern, kStep);
     }
-    std::memcpy(row + done, pattern, byteCount - done);
+    std::memcpy(row + done, pattern, static_cast<size_t>(byteCount - done));
 }
 
 } // namespace

@@ -61,13 +61,13 @@ void fillPixels(uint8_t* destination, uint32_t destinationPitch, uint32_t width,
     combineRows(width, height, destinationPitch);
     uint8_t pattern[kFillPatternBytes];
     makePattern(pattern, static_cast<uint32_t>(pixelSize), value);
-    const bool isOneByte = std::memcmp(pattern, pattern + 1, pixelSize) == 0;
+    const bool isOneByte = std::memcmp(pattern, pattern + 1, static_cast<size_t>(pixelSize)) == 0;
     const FillRow fillRow = activeFillRow();
     for (uint32_t y = 0; y < height; ++y) {
         uint8_t* const row = destination + y * (destinationPitch * pixelSize);
         const uint64_t byteCount = width * pixelSize;
         if (isOneByte) {
-            std::memset(row, pattern[0], byteCount);
+            std::memset(row, pattern[0], static_cast<size_t>(byteCount));
         } else {
             fillRow(row, byteCount, pattern);
         }

@@ -52,7 +52,7 @@ constexpr auto kSpanLoops = makePixelModeTable<SpanLoop>(
 bool coverageIsDisjoint(const Span& span, uint32_t pixelSize) {
     const auto firstPixel = reinterpret_cast<uintptr_t>(span.destination);
     const auto coverage = reinterpret_cast<uintptr_t>(span.coverage);
-    const uintptr_t pixelEnd = firstPixel + uint64_t{span.distance} * (span.count - 1) + pixelSize;
+    const uint64_t pixelEnd = firstPixel + uint64_t{span.distance} * (span.count - 1) + pixelSize;
     return coverage + span.count <= firstPixel || pixelEnd <= coverage;
 }
 

@@ -95,7 +95,7 @@ void checkStride(const Samples& samples, const SurfaceRequest& request) {
 }
 
 Bytes fileOf(const DsSurface& surface) {
-    Bytes file = largeBytes(surface.serialize(nullptr));
+    Bytes file = largeBytes(static_cast<size_t>(surface.serialize(nullptr)));
     surface.serialize(file.data());
     return file;
 }
