@@ -172,16 +172,6 @@ std::optional<uint64_t> parseCount(const std::string& word) {
     return parsed == end && error == std::errc() ? std::optional(count) : std::nullopt;
 }
 
-std::optional<Dither> parseDither(const std::string& word) {
-    if (word == "none") {
-        return Dither::None;
-    }
-    if (word == "ordered") {
-        return Dither::Ordered;
-    }
-    return word == "floyd-steinberg" ? std::optional(Dither::FloydSteinberg) : std::nullopt;
-}
-
 void declareConversion(CLI::App* command, ConversionRequest& request) {
     addParsed(command, "--mode", request.mode, parseMode, "a color mode with pixels",
               "ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88 or A8");

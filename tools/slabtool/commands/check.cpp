@@ -1,8 +1,8 @@
 // slabtool check prints one line for each file. A bad file does not affect the lines of the others.
 #include "tools/slabtool/commands/commands.h"
 
-#include "tools/slabtool/commands/judgment.h"
 #include "tools/slabtool/runs/folder_walk.h"
+#include "tools/slabtool/runs/judge_file.h"
 #include "tools/slabtool/runs/json_line.h"
 
 #include <algorithm>
@@ -50,7 +50,7 @@ int runCheck(const CheckRequest& request) {
     int status = 0;
     runInOrder<Judgment>(
         paths, request.batch,
-        [&](size_t file) { return judgeImage(paths[file], request.alphaOnly); },
+        [&](size_t file) { return judgeFile(paths[file], request.alphaOnly); },
         [&](size_t file, const Judgment& judgment) {
             ++counts[judgment.severity];
             status = judgment.severity > maxAllowed ? 1 : status;

@@ -2,13 +2,13 @@
 // the reason.
 #include "tools/slabtool/commands/commands.h"
 
-#include "tools/slabtool/commands/judgment.h"
 #include "tools/slabtool/gallery/page.h"
 #include "tools/slabtool/images/png_facts.h"
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/runs/drawing.h"
 #include "tools/slabtool/runs/files.h"
 #include "tools/slabtool/runs/folder_walk.h"
+#include "tools/slabtool/runs/judge_file.h"
 #include "tools/slabtool/surfaces/surface_file.h"
 
 #include <algorithm>
@@ -111,7 +111,7 @@ void addSurface(const std::string& path, GalleryItem& item) {
 }
 
 void addImage(const std::string& path, GalleryItem& item) {
-    const Judgment judgment = judgeImage(path, false);
+    const Judgment judgment = judgeFile(path, false);
     item.mode = "PNG";
     item.verdict = verdictText(judgment.severity);
     if (judgment.reason) {

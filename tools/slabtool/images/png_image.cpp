@@ -292,6 +292,8 @@ const std::array<PngEffort, 4> kEfforts = {{
 }};
 const PngEffort kStored = {Z_NO_COMPRESSION, Z_DEFAULT_STRATEGY, PNG_FILTER_NONE};
 
+const char* const kPngLibrary = "libpng";
+
 uint32_t channelsOf(uint8_t colorType) {
     switch (colorType) {
     case kRgbType:

@@ -11,6 +11,9 @@
 inline constexpr uint8_t kGrayType = 0, kRgbType = 2, kIndexedType = 3, kGrayAlphaType = 4,
                          kRgbaType = 6;
 
+/// The library that reads and writes the files, for messages.
+extern const char* const kPngLibrary;
+
 /// The max ratio of image size to file size: two bits of DEFLATE data decode to at most 258 bytes.
 inline constexpr uint64_t kMaxExpansion = uint64_t{258} * 4;
 

@@ -27,7 +27,7 @@ constexpr const char* kAlphaLoss = "alpha";
 }
 
 // Decodes with libpng. If libpng rejects the image, throws the reason of pngslab's decoder, or else libpng's.
-PngImage decodeByLibpng(ByteView file, const PngChanges& changes) {
+PngImage decodeByLibrary(ByteView file, const PngChanges& changes) {
     try {
         return decodePng(file, changes);
     } catch (const RejectedImage&) {
@@ -36,19 +36,14 @@ PngImage decodeByLibpng(ByteView file, const PngChanges& changes) {
         const PngVerdict verdict = judgePng(file, false);
         const Finding reason =
             verdict.isAccepted
-                ? Finding{"libpng", std::string("libpng reports: ") + rejection.what()}
+                ? Finding{"libpng", std::string(kPngLibrary) + " reports: " + rejection.what()}
                 : verdict.reason;
         throw RejectedImage(reason);
     }
 }
 
-PngImage decodeImage(ByteView file, const PngChanges& changes) {
-    std::optional<PngImage> image = decodeAccepted(file, changes);
-    return image ? *std::move(image) : decodeByLibpng(file, changes);
-}
-
 Bytes serialized(const DsSurface& surface) {
-    Bytes file = largeBytes(surface.serialize(nullptr));
+    Bytes file = largeBytes(static_cast<size_t>(surface.serialize(nullptr)));
     surface.serialize(file.data());
     return file;
 }
@@ -87,7 +82,7 @@ ConvertedImage convertAsPngslab(ByteView file, const PngFacts& facts,
     std::unique_ptr<DsSurface> surface(
         surface_from_png(file.data(), file.size(), request.alphaOnly, rotation));
     if (surface == nullptr) {
-        const PngImage image = decodeByLibpng(file, {});
+        const PngImage image = decodeByLibrary(file, {});
         if (request.alphaOnly && image.colorType != kGrayType) {
             reject("not-grayscale", "not grayscale without alpha, which --alphaonly needs");
         }
@@ -201,6 +196,11 @@ std::string optionsText(const ConversionRequest& request) {
            number(request.alphaOnly) + ", keep-colors " + number(request.keepColors) +
            ", palette " + number(request.palette) + ", rotation " + number(request.rotation) +
            ", row-alignment " + number(request.rowAlignment);
+}
+
+PngImage decodeImage(ByteView file, const PngChanges& changes) {
+    std::optional<PngImage> image = decodeAccepted(file, changes);
+    return image ? *std::move(image) : decodeByLibrary(file, changes);
 }
 
 ConvertedImage convertImage(ByteView file, const ConversionRequest& request) {

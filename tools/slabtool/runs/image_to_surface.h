@@ -1,6 +1,7 @@
 // Converts the bytes of one image to the bytes of its surface file.
 #pragma once
 
+#include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_loss.h"
 #include "tools/slabtool/rejection.h"
 #include "tools/slabtool/surfaces/surface_maker.h"
@@ -44,6 +45,10 @@ public:
 private:
     Finding mReason;
 };
+
+/// Reads the samples of any image: with pngslab's decoder if it accepts the image, else with libpng.
+/// @throws RejectedImage
+PngImage decodeImage(ByteView file, const PngChanges& changes);
 
 /// Converts an image. An image that pngslab rejects is first read with libpng, as slabtool prepare does. The result
 /// depends on the arguments only. @throws RejectedImage

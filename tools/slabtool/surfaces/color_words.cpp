@@ -44,3 +44,13 @@ std::optional<uint32_t> parseColor(const std::string& word) {
     }
     return color;
 }
+
+std::optional<Dither> parseDither(const std::string& word) {
+    if (word == "none") {
+        return Dither::None;
+    }
+    if (word == "ordered") {
+        return Dither::Ordered;
+    }
+    return word == "floyd-steinberg" ? std::optional(Dither::FloydSteinberg) : std::nullopt;
+}

@@ -1,7 +1,8 @@
-// Parses color modes and colors on the command line.
+// Parses the words for color modes, colors and dithering.
 #pragma once
 
 #include "src/ds_color_mode.h"
+#include "tools/slabtool/surfaces/dither.h"
 
 #include <cstdint>
 #include <optional>
@@ -13,3 +14,6 @@ std::optional<DsColorMode> parseMode(const std::string& word);
 
 /// 0xRRGGBB for "#rrggbb" or "rrggbb", hexadecimal digits in any letter case. Nothing for any other word.
 std::optional<uint32_t> parseColor(const std::string& word);
+
+/// "none", "ordered" or "floyd-steinberg". Nothing for any other word.
+std::optional<Dither> parseDither(const std::string& word);

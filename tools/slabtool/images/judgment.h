@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/slabtool/finding.h"
+#include "tools/slabtool/rejection.h"
 
 #include <optional>
 #include <string>
@@ -10,8 +11,8 @@
 /// The suffix of the images in folders, and the only one that pngslab accepts.
 inline constexpr const char* kImageSuffix = ".png";
 
-/// The code of a file that cannot be read.
-inline constexpr const char* kUnreadable = "unreadable";
+/// The reason if the memory is too small.
+extern const Finding kNoMemory;
 
 enum Severity { kAccepted, kWithLoss, kRejected };
 
@@ -31,5 +32,6 @@ const char* verdictText(Severity severity);
 /// The verdict's reason or surface, losses and fix, in one line.
 std::string textOf(const Judgment& judgment);
 
-/// Judges an image. A file that cannot be read is rejected.
-Judgment judgeImage(const std::string& path, bool alphaOnly);
+/// Judges an image.
+/// @param path of the file, for the fix
+Judgment judgeImage(const std::string& path, ByteView file, bool alphaOnly);

@@ -1,9 +1,8 @@
 // Judges one image and finds the command that fixes it.
-#include "tools/slabtool/commands/judgment.h"
+#include "tools/slabtool/images/judgment.h"
 
 #include "tools/slabtool/images/png_image.h"
 #include "tools/slabtool/images/png_verdict.h"
-#include "tools/slabtool/runs/files.h"
 
 #include <algorithm>
 #include <array>
@@ -48,8 +47,8 @@ void findFix(Judgment& judgment, const std::string& path, ByteView file, bool al
     try {
         testPng(file);
     } catch (const Rejection& rejection) {
-        judgment.note =
-            "it cannot be fixed, because libpng reports: " + std::string(rejection.what());
+        judgment.note = std::string("it cannot be fixed, because ") + kPngLibrary +
+                        " reports: " + rejection.what();
         return;
     }
     if (alphaOnly && file[kColorTypeOffset] != kGrayType) {
@@ -72,8 +71,7 @@ Judgment acceptedImage(const std::string& path, const PngVerdict& verdict) {
     return judgment;
 }
 
-Judgment judge(const std::string& path, bool alphaOnly) {
-    const Bytes file = readFile(path);
+Judgment judge(const std::string& path, ByteView file, bool alphaOnly) {
     if (file.empty()) {
         return {kRejected, "", Finding{"not-png", "the file is empty"}};
     }
@@ -93,6 +91,8 @@ Judgment judge(const std::string& path, bool alphaOnly) {
 
 } // namespace
 
+const Finding kNoMemory = {"memory", "not enough memory to decode it"};
+
 const char* verdictText(Severity severity) {
     constexpr std::array kVerdicts = {"accepted", "accepted with loss", "rejected"};
     return kVerdicts[severity];
@@ -110,12 +110,10 @@ std::string textOf(const Judgment& judgment) {
     return text + (judgment.note.empty() ? "" : "; " + judgment.note);
 }
 
-Judgment judgeImage(const std::string& path, bool alphaOnly) {
+Judgment judgeImage(const std::string& path, ByteView file, bool alphaOnly) {
     try {
-        return judge(path, alphaOnly);
-    } catch (const Rejection& rejection) {
-        return {kRejected, "", Finding{kUnreadable, rejection.what()}};
+        return judge(path, file, alphaOnly);
     } catch (const std::bad_alloc&) {
-        return {kRejected, "", Finding{"memory", "not enough memory to decode it"}};
+        return {kRejected, "", kNoMemory};
     }
 }
