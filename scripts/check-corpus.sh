@@ -10,7 +10,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 [ "$*" = --installed ] || reject_arguments "$@"
-install_missing g++ cmake make python3 dpkg-dev libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+install_missing g++ cmake make python3 dpkg-dev "${test_packages[@]}"
 folder="$tree/build/corpus"
 
 packages=(tango-icon-theme oxygen-icon-theme mate-backgrounds desktop-base)

@@ -50,6 +50,11 @@ as_root() {
     fi
 }
 
+# What builds of slabtool need besides a compiler and CMake, and what builds of slabtool with the tests need.
+# shellcheck disable=SC2034 # the scripts use them
+tool_packages=(libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev)
+test_packages=(libgtest-dev zlib1g-dev "${tool_packages[@]}")
+
 # The command or header that proves a package's content to be there, whatever installed it. Packages that are not
 # listed bring a command of their own name.
 declare -A evidence=(

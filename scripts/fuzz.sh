@@ -8,7 +8,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
 seconds=${1:-60}
-install_missing cmake make clang libclang-rt-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+install_missing cmake make clang libclang-rt-dev zlib1g-dev "${tool_packages[@]}"
 
 options=(-max_len=4096 -timeout=10 -rss_limit_mb=3000 -print_final_stats=1)
 

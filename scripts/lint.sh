@@ -4,7 +4,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
 
-install_missing g++ cmake make clang-tidy python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+install_missing g++ cmake make clang-tidy python3 "${test_packages[@]}"
 
 configure debug
 cd "$tree"

@@ -6,6 +6,6 @@
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
-install_missing g++ cmake ninja-build python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+install_missing g++ cmake ninja-build python3 "${test_packages[@]}"
 
 exec python3 "$tree/scripts/mutate.py" "$tree" "${1:-240}" "${2:-1}" "${@:3}"

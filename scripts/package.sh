@@ -4,7 +4,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
 
-install_missing g++ cmake make dpkg-dev file libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+install_missing g++ cmake make dpkg-dev file "${tool_packages[@]}"
 # The same commit gives the same packages. Without a repository, the date of the newest version counts.
 if [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
     SOURCE_DATE_EPOCH=$(git -C "$tree" log -1 --format=%ct 2>/dev/null ||

@@ -34,7 +34,7 @@ test_c_header() {
     echo "The header for C works on $1"
 }
 
-install_missing g++ clang libclang-rt-dev cmake make python3 libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+install_missing g++ clang libclang-rt-dev cmake make python3 "${test_packages[@]}"
 
 [ $# -gt 0 ] || set -- gcc-O0 gcc-O3 clang-O0 clang-O3 aarch64 clang-aarch64 c-arm c-s390x
 for variant in "$@"; do

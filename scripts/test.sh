@@ -6,7 +6,7 @@ set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
 
-install_missing g++ cmake make clang-format libgtest-dev zlib1g-dev libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev
+install_missing g++ cmake make clang-format "${test_packages[@]}"
 # For the tests in Python: packages, completions, recipes, the schema of manifests.
 install_missing python3 python3-distributed python3-jsonschema pkg-config dpkg-dev file zsh fish ninja-build parallel openssh-client rsync groff-base
 install_sshd
