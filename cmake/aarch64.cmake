@@ -8,4 +8,5 @@ if(NOT CMAKE_CXX_COMPILER)
 endif()
 set(CMAKE_C_COMPILER_TARGET aarch64-linux-gnu) # for clang
 set(CMAKE_CXX_COMPILER_TARGET aarch64-linux-gnu)
+set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/aarch64-linux-gnu/pkgconfig:/usr/share/pkgconfig)
 set(CMAKE_CROSSCOMPILING_EMULATOR /usr/bin/qemu-aarch64)

@@ -3,7 +3,7 @@
 complete -c slabtool -n __fish_use_subcommand -f
 complete -c slabtool -n __fish_use_subcommand -l version -d 'Print the version'
 complete -c slabtool -n __fish_use_subcommand -a info -d 'Print the headers of surface files'
-complete -c slabtool -n __fish_use_subcommand -a view -d 'Draw a surface file as an upright PNG'
+complete -c slabtool -n __fish_use_subcommand -a view -d 'Draw a surface file upright, in the terminal or as a PNG'
 complete -c slabtool -n __fish_use_subcommand -a gallery -d 'Write a page with a picture of every surface'
 complete -c slabtool -n __fish_use_subcommand -a check -d 'Report whether pngslab accepts each image'
 complete -c slabtool -n __fish_use_subcommand -a prepare -d 'Write PNG images that pngslab accepts'

@@ -3,7 +3,7 @@
 
 local -a subcommands=(
     'info:print the headers of surface files and report inconsistent ones'
-    'view:draw a surface file as an upright PNG'
+    'view:draw a surface file upright, in the terminal or as a PNG'
     'gallery:write a page with a picture of every surface'
     'check:report whether pngslab accepts each image; if not, why, and how to fix it'
     'prepare:write PNG images that pngslab accepts, with the same pixels'
@@ -24,7 +24,7 @@ argument)
         '--quiet[print only files with problems]')
     case $words[1] in
     info) _arguments $options $batch '*:surface file or folder:_files' ;;
-    view) _arguments $options '--palette[the colors of palette indices]:palette file:_files' '1:surface file:_files' '2:PNG to write:_files' ;;
+    view) _arguments $options '--palette[the colors of palette indices]:palette file:_files' '1:surface file:_files' '2::PNG to write:_files' ;;
     gallery)
         _arguments $options '-o[the page to write]:page:_files -g "*.html"' \
             '--images[show the PNG images of the folders as well]' '--jobs[number of threads]:count:' \

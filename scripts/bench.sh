@@ -37,7 +37,7 @@ bin="$built/bin"
 
 # Installs what the benchmarks need, and builds target $1 (all without it).
 build_benchmarks() {
-    install_missing g++ cmake make pkg-config valgrind zlib1g-dev "${tool_packages[@]}" libspng-dev liblodepng-dev \
+    install_missing g++ cmake make valgrind zlib1g-dev "${tool_packages[@]}" libspng-dev liblodepng-dev \
         libstb-dev libdeflate-dev libbenchmark-dev libpixman-1-dev libyuv-dev python3 python3-pil
     configure bench
     build bench "$@"

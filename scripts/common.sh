@@ -51,20 +51,21 @@ as_root() {
 }
 
 # What builds of slabtool need besides a compiler and CMake, and what builds of slabtool with the tests need.
-# shellcheck disable=SC2034 # the scripts use them
-tool_packages=(libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev)
+tool_packages=(libpng-dev libcli11-dev nlohmann-json3-dev libxxhash-dev libchafa-dev libglib2.0-dev pkg-config)
+# shellcheck disable=SC2034 # used by other scripts
 test_packages=(libgtest-dev zlib1g-dev "${tool_packages[@]}")
 
-# The command or header that proves a package's content to be there, whatever installed it. Packages that are not
-# listed bring a command of their own name.
+# The command, header or pkg-config module that proves a package's content to be there, whatever installed it. Packages
+# that are not listed bring a command of their own name.
 declare -A evidence=(
     [dpkg-dev]=dpkg-shlibdeps [llvm]=llvm-profdata
     [gcc-arm-linux-gnueabihf]=arm-linux-gnueabihf-gcc [gcc-s390x-linux-gnu]=s390x-linux-gnu-gcc
     [groff-base]=groff [ninja-build]=ninja [openssh-client]=ssh [openssh-server]=/usr/sbin/sshd
-    [libbenchmark-dev]=benchmark/benchmark.h [libcli11-dev]=CLI/CLI.hpp [libdeflate-dev]=libdeflate.h
-    [libgtest-dev]=gtest/gtest.h [liblodepng-dev]=lodepng.h [libpixman-1-dev]=pixman-1/pixman.h
-    [libpng-dev]=png.h [libspng-dev]=spng.h [libstb-dev]=stb/stb_image.h [libyuv-dev]=libyuv.h
-    [libxxhash-dev]=xxhash.h [nlohmann-json3-dev]=nlohmann/json.hpp [zlib1g-dev]=zlib.h
+    [libbenchmark-dev]=benchmark/benchmark.h [libchafa-dev]=chafa.pc [libcli11-dev]=CLI/CLI.hpp
+    [libdeflate-dev]=libdeflate.h [libglib2.0-dev]=glib-2.0.pc [libgtest-dev]=gtest/gtest.h
+    [liblodepng-dev]=lodepng.h [libpixman-1-dev]=pixman-1/pixman.h [libpng-dev]=png.h [libspng-dev]=spng.h
+    [libstb-dev]=stb/stb_image.h [libyuv-dev]=libyuv.h [libxxhash-dev]=xxhash.h
+    [nlohmann-json3-dev]=nlohmann/json.hpp [zlib1g-dev]=zlib.h
 )
 
 # The compiler that CMake chooses, as command-line words: CXX may hold options or a launcher.
@@ -96,6 +97,7 @@ is_there() {
     libclang-rt-dev) has_clang_runtime ;;
     parallel) has_gnu_parallel ;;
     *.h | *.hpp) has_header "$sign" ;;
+    *.pc) pkg-config --exists "${sign%.pc}" 2>/dev/null ;;
     *) command -v "$sign" >/dev/null ;;
     esac || [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
 }

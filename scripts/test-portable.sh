@@ -50,7 +50,8 @@ for variant in "$@"; do
             as_root dpkg --add-architecture arm64
         fi
         install_missing g++-aarch64-linux-gnu qemu-user \
-            libstdc++6:arm64 libgtest-dev:arm64 zlib1g-dev:arm64 libpng-dev:arm64
+            libstdc++6:arm64 libgtest-dev:arm64 zlib1g-dev:arm64 libpng-dev:arm64 \
+            libchafa-dev:arm64 libglib2.0-dev:arm64
     fi
     folder="$tree/build/portable-$variant"
     echo "Building $variant (some minutes)"

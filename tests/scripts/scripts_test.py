@@ -76,7 +76,7 @@ class Scripts(unittest.TestCase):
     def test_programs_count_wherever_they_came_from(self):
         self.fake("frobnicate", "")
         self.leave_out("apt", "dpkg")
-        result = self.common("install_missing g++ cmake frobnicate libgtest-dev zlib1g-dev")
+        result = self.common("install_missing g++ cmake frobnicate libgtest-dev zlib1g-dev libchafa-dev")
         self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
 
     def test_other_distributions_are_told_what_is_missing(self):

@@ -36,7 +36,6 @@ TEST_F(Usage, ErrorIsStatusTwo) {
         {"frobnicate"},
         {"info"},
         {"info", "--frobnicate", "a"},
-        {"view", "a"},
         {"view", "a", "b", "c"},
         {"gallery", "a"},
         {"gallery", "-o", "a"},

@@ -75,12 +75,20 @@ void declareInfo(CLI::App& app, InfoRequest& request, int& status) {
 }
 
 void declareView(CLI::App& app, ViewRequest& request, int& status) {
-    CLI::App* const command = app.add_subcommand("view", "Draw a surface file as an upright PNG");
+    CLI::App* const command =
+        app.add_subcommand("view", "Draw a surface file upright, in the terminal or as a PNG");
     addPaths(command, "SURFACE", request.surfacePath, "The surface file; - is standard input");
-    addPaths(command, "PNG", request.pngPath, "The PNG to write; - is standard output");
+    CLI::Option* const png =
+        addPaths(command, "PNG", request.pngPath,
+                 "The PNG to write; - is standard output. Without it, the terminal shows the "
+                 "picture")
+            ->required(false);
     command->add_option("--palette", request.palettePath,
                         "Draw palette indices in the colors of this file, NAME.palette");
-    command->callback([&] { status = runView(request); });
+    command->callback([&, png] {
+        request.isForTerminal = png->count() == 0;
+        status = runView(request);
+    });
 }
 
 void declareGallery(CLI::App& app, GalleryRequest& request, int& status) {

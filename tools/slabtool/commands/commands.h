@@ -19,11 +19,13 @@ struct InfoRequest {
 int runInfo(const InfoRequest& request);
 
 struct ViewRequest {
-    std::string surfacePath, pngPath;
+    std::string surfacePath;
+    bool isForTerminal = false; ///< show the picture instead of writing a PNG
+    std::string pngPath;
     std::string palettePath; ///< empty without a palette file
 };
 
-/// Draws a surface file as a PNG. @return the exit status. @throws Rejection
+/// Draws a surface file as a PNG or in the terminal. @return the exit status. @throws Rejection
 int runView(const ViewRequest& request);
 
 struct GalleryRequest {

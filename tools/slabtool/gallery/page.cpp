@@ -2,8 +2,8 @@
 // pictures. So a hostile file name stays text.
 #include "tools/slabtool/gallery/page.h"
 
+#include "tools/slabtool/base64.h"
 #include "tools/slabtool/gallery/assets.h"
-#include "tools/slabtool/gallery/base64.h"
 #include "tools/slabtool/text.h"
 #include "tools/slabtool/utf8.h"
 

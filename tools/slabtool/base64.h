@@ -1,4 +1,4 @@
-// Base64 (RFC 4648), for pictures and checksums in a page.
+// Base64 (RFC 4648), for pictures in pages and in terminals.
 #pragma once
 
 #include "tools/slabtool/rejection.h"

@@ -1,4 +1,4 @@
-#include "tools/slabtool/gallery/base64.h"
+#include "tools/slabtool/base64.h"
 
 #include <algorithm>
 #include <cstdint>
