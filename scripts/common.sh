@@ -58,7 +58,7 @@ test_packages=(libgtest-dev zlib1g-dev "${tool_packages[@]}")
 # The command, header or pkg-config module that proves a package's content to be there, whatever installed it. Packages
 # that are not listed bring a command of their own name.
 declare -A evidence=(
-    [dpkg-dev]=dpkg-shlibdeps [llvm]=llvm-profdata
+    [dpkg-dev]=dpkg-shlibdeps [emscripten]=emcc [llvm]=llvm-profdata [nodejs]=node
     [gcc-arm-linux-gnueabihf]=arm-linux-gnueabihf-gcc [gcc-s390x-linux-gnu]=s390x-linux-gnu-gcc
     [groff-base]=groff [ninja-build]=ninja [openssh-client]=ssh [openssh-server]=/usr/sbin/sshd
     [libbenchmark-dev]=benchmark/benchmark.h [libchafa-dev]=chafa.pc [libcli11-dev]=CLI/CLI.hpp

@@ -14,7 +14,7 @@ install_sshd
 # Other versions of clang-format break lines differently.
 if clang-format --version | grep -q ' version 14\.'; then
     echo "Checking the formatting"
-    (cd "$tree" && find include src inflate png tools tests fuzz examples bench -name '*.cpp' -o -name '*.h' -o -name '*.c' |
+    (cd "$tree" && find include src inflate png tools web/module tests fuzz examples bench -name '*.cpp' -o -name '*.h' -o -name '*.c' |
         xargs clang-format --dry-run --Werror)
 else
     echo "Leaving out the check of the formatting, which needs clang-format 14"

@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Builds the web page in build/web/site and serves it on this machine, at localhost:PORT. Ctrl-C ends it.
+# Any static host can serve the folder.
+#
+#     scripts/web.sh [--build] [PORT, 8000]
+#
+# --build only builds.
+set -euo pipefail
+source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
+
+serves=1
+if [ "${1:-}" = --build ]; then
+    serves=0
+    shift
+fi
+port=${1:-8000}
+reject_arguments "${@:2}"
+[[ $port =~ ^[0-9]+$ ]] || fail "unknown argument '$port'; --help explains the script"
+
+install_missing emscripten cmake ninja-build python3 nodejs npm
+site="$tree/build/web/site"
+# emscripten's scripts look for Debian's modules there, also if node comes from elsewhere.
+export NODE_PATH=/usr/share/nodejs
+
+# ---- The libraries
+
+if [ "$tree/web/package-lock.json" -nt "$tree/web/node_modules/.package-lock.json" ]; then
+    echo "Fetching the libraries"
+    (cd "$tree/web" && quietly npm ci --no-audit --no-fund)
+fi
+
+# ---- The module
+
+toolchain=$(dirname "$(readlink -f "$(command -v emcc)")")/cmake/Modules/Platform/Emscripten.cmake
+echo "Building the module (some minutes the first time)"
+quietly cmake -S "$tree/web" -B "$tree/build/web/module" -G Ninja -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_BUILD_TYPE=None
+quietly cmake --build "$tree/build/web/module"
+
+# ---- The page
+
+# Workers have no import maps. So a bundler joins the worker with its libraries; the page's own scripts stay as they are.
+rm -rf "$site"
+mkdir -p "$site/page" "$site/worker"
+cp "$tree/web/index.html" "$tree/web/style.css" "$site"
+cp "$tree"/web/page/*.js "$site/page"
+cp "$tree/build/web/module/pngslab_module.js" "$site/worker"
+for name in archive png_library; do
+    "$tree/web/node_modules/.bin/esbuild" "$tree/web/worker/$name.js" --bundle --format=esm --minify --legal-comments=linked \
+        --log-level=warning --outfile="$site/worker/$name.js"
+done
+cp "$tree/web/worker/worker.js" "$site/worker"
+
+if [ "$serves" -eq 1 ]; then
+    echo "Serving the page at localhost:$port"
+    exec python3 -m http.server "$port" --bind localhost --directory "$site"
+fi

@@ -1,0 +1,25 @@
+// Reads the chunks of a PNG file that decide about its pixels.
+#pragma once
+
+#include "tools/slabtool/rejection.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+inline constexpr std::array<uint8_t, 8> kPngSignature = {0x89, 'P',  'N',  'G',
+                                                         '\r', '\n', 0x1A, '\n'};
+
+/// An image that is not decoded yet.
+struct ImageChunks {
+    uint32_t width, height;
+    uint8_t depth, colorType;
+    bool isInterlaced;
+    std::vector<std::array<uint8_t, 3>> palette; ///< of indexed images: red, green, blue
+    ByteView transparency; ///< content of tRNS, empty if it has another size than it should
+    Bytes file;            ///< a PNG of IHDR, IDAT and IEND
+};
+
+/// Checks the chunks as libpng does: a fault in a critical chunk is a rejection, a fault in another one hides it.
+/// `transparency` points into `file`. @throws Rejection
+ImageChunks readChunks(ByteView file);

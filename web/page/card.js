@@ -1,0 +1,162 @@
+// The card of a file in the list.
+import { canvasOf, counted, element, printable, save, withSeparators } from './elements.js';
+
+const CARD_SIDE = 320; // pixels of the pictures in a card
+const SMALL_SIDE = 96; // smaller pictures are enlarged
+const MAX_ZOOM = 8;
+
+/** The options of the worker's jobs for cards. */
+export const cardView = { maxSide: CARD_SIDE };
+
+const CLASSES = { 'accepted with loss': 'with-loss', accepted: 'accepted', rejected: 'rejected' };
+
+const paragraph = (text, className = '') => element('p', { className }, text);
+
+function button(text, label, onClick) {
+    const result = element('button', { type: 'button', onclick: onClick }, text);
+    result.setAttribute('aria-label', label);
+    return result;
+}
+
+// A picture with its caption. Small pictures are enlarged by a whole number, so that all pixels stay equal.
+function figureOf(picture, caption, name) {
+    const figure = element('figure', {}, element('figcaption', {}, caption));
+    if (picture.error !== undefined) {
+        figure.prepend(element('div', { className: 'nothing' }, 'no picture'));
+        return figure;
+    }
+    const canvas = canvasOf(picture);
+    const isReduced = picture.width < picture.pictureWidth || picture.height < picture.pictureHeight;
+    const zoom = Math.min(Math.max(Math.floor(SMALL_SIDE / Math.max(picture.width, picture.height)), 1), MAX_ZOOM);
+    canvas.style.width = `${picture.width * zoom}px`;
+    canvas.classList.toggle('reduced', isReduced);
+    canvas.setAttribute('role', 'img');
+    canvas.setAttribute('aria-label', `${caption} of ${name}`);
+    figure.prepend(element('div', { className: 'stage' }, canvas));
+    return figure;
+}
+
+function lossesOf(losses) {
+    return losses.map((loss) => paragraph(`Loss: ${loss.text} [${loss.code}]`));
+}
+
+export class Card {
+    /** @param {{path: string, file: File}} source */
+    constructor(source, actions) {
+        this.source = source;
+        this.actions = actions;
+        this.name = printable(source.path);
+        this.verdict = '';
+        this.outputs = []; // {name, content} of the files to download
+        this.heading = element('h3', {}, ...this.name.split('/').flatMap((part, i) => (i > 0 ? ['/', element('wbr'), part] : [part])));
+        this.body = element('div', { className: 'body' });
+        this.element = element('li', { className: 'card' }, element('div', { className: 'head' }, this.heading,
+            button('×', `Remove ${this.name}`, () => actions.remove(this))), this.body);
+        this.showStep('waiting');
+    }
+
+    get isSurface() {
+        return this.source.path.endsWith('.surface');
+    }
+
+    showStep(text) {
+        this.element.dataset.state = 'working';
+        this.body.replaceChildren(paragraph(`${text}…`, 'quiet'));
+    }
+
+    showFailure(text) {
+        this.#finish('rejected', [paragraph('rejected', 'verdict rejected'), paragraph(text)]);
+    }
+
+    showImage({ judgment, converted, original, header, picture, bytes }) {
+        const { verdict } = judgment;
+        const children = [element('div', { className: 'pictures' }, figureOf(original, 'original', this.name),
+            figureOf(picture ?? { error: '' }, header ? header.modeName : 'surface', this.name))];
+        const size = header ? `${original.pictureWidth ?? header.width} × ${original.pictureHeight ?? header.height}, ` : '';
+        children.push(paragraph(`${size}PNG of ${counted(bytes, 'byte')}`, 'quiet'),
+            paragraph(verdict, `verdict ${CLASSES[verdict]}`));
+        if (judgment.reason !== null) {
+            children.push(paragraph(`${judgment.reason.text} [${judgment.reason.code}]`));
+        }
+        if (judgment.note !== '') {
+            children.push(paragraph(`${judgment.note}.`));
+        }
+        this.outputs = [];
+        if (converted.error === undefined) {
+            children.push(...this.#surfaceParts(judgment, converted));
+        } else if (judgment.reason === null) {
+            children.push(paragraph(`No surface: ${converted.error}`, 'rejected'));
+        }
+        if (judgment.fix !== '') {
+            children.push(element('p', {}, 'Fix: ', element('code', {}, judgment.fix)));
+        }
+        this.#finish(verdict, [...children, this.#buttons(original.error === undefined)]);
+    }
+
+    #surfaceParts(judgment, converted) {
+        const stem = this.source.path.replace(/\.png$/, '');
+        this.outputs.push({ name: `${stem}.surface`, content: converted.surface });
+        if (converted.palette !== null) {
+            this.outputs.push({ name: `${stem}.palette`, content: converted.palette });
+        }
+        const parts = lossesOf(converted.losses);
+        if (judgment.reason !== null) {
+            parts.unshift(paragraph('The page converted the image all the same, from its samples.'));
+        }
+        return [...parts, paragraph(`Surface of ${counted(converted.surface.size, 'byte')}`)];
+    }
+
+    #buttons(hasPicture) {
+        const row = element('p', { className: 'row' });
+        for (const { name, content } of this.outputs) {
+            const kind = name.slice(name.lastIndexOf('.') + 1);
+            row.append(button(`Download ${kind}`, `Download ${kind}: ${this.name}`,
+                () => save(content, name.slice(name.lastIndexOf('/') + 1))));
+        }
+        if (hasPicture) {
+            row.append(button('Compare modes', `Compare modes: ${this.name}`, () => this.actions.compare(this)));
+        }
+        return row;
+    }
+
+    showSurface({ facts, picture, head, bytes }) {
+        const { header } = facts;
+        const isConsistent = facts.faults.length === 0 && facts.oddities.length === 0;
+        const children = [element('div', { className: 'pictures' }, figureOf(picture, header?.modeName ?? 'surface', this.name)),
+            paragraph(`Surface file of ${counted(bytes, 'byte')}`, 'quiet'),
+            paragraph(isConsistent ? 'consistent' : 'not consistent', `verdict ${isConsistent ? 'accepted' : 'rejected'}`),
+            ...[...facts.faults, ...facts.oddities].map((text) => paragraph(text))];
+        if (facts.note !== null) {
+            children.push(paragraph(`${facts.note.text} [${facts.note.code}]`));
+        }
+        if (header !== null) {
+            children.push(headerTable(header, head));
+        }
+        this.#finish('surface', children);
+    }
+
+    #finish(verdict, children) {
+        this.verdict = verdict;
+        this.element.dataset.state = 'done';
+        this.element.dataset.verdict = verdict;
+        this.body.replaceChildren(...children);
+    }
+}
+
+// The five words of the header: bytes, value and meaning.
+function headerTable(header, head) {
+    const rows = [
+        ['rotation', header.rotation, 'the stored pixels are rotated by 90° if it is 90'],
+        ['color mode', header.mode, header.modeName],
+        ['width', header.width, 'pixels of a stored row'],
+        ['height', header.height, 'stored rows'],
+        ['stride', header.stride, 'bytes from a row to the next one'],
+    ];
+    const bytesAt = (at) => [...head.slice(at, at + 4)].map((byte) => byte.toString(16).padStart(2, '0')).join(' ');
+    const head1 = element('tr', {}, ...['Bytes', 'Field', 'Value', 'Meaning'].map((text) => element('th', { scope: 'col' }, text)));
+    const table = element('table', {}, element('caption', {}, 'Header: five little-endian words'), element('thead', {}, head1));
+    table.append(element('tbody', {}, ...rows.map(([field, value, meaning], i) => element('tr', {},
+        element('td', {}, element('code', {}, bytesAt(i * 4))), element('th', { scope: 'row' }, field),
+        element('td', {}, withSeparators(value)), element('td', {}, meaning)))));
+    return element('div', { className: 'scroll' }, table);
+}
