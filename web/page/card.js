@@ -70,10 +70,14 @@ export class Card {
 
     showImage({ judgment, converted, original, header, picture, bytes }) {
         const { verdict } = judgment;
-        const children = [element('div', { className: 'pictures' }, figureOf(original, 'original', this.name),
-            figureOf(picture ?? { error: '' }, header ? header.modeName : 'surface', this.name))];
-        const size = header ? `${original.pictureWidth ?? header.width} × ${original.pictureHeight ?? header.height}, ` : '';
-        children.push(paragraph(`${size}PNG of ${counted(bytes, 'byte')}`, 'quiet'),
+        const hasPicture = original.error === undefined;
+        const children = [];
+        if (hasPicture) {
+            children.push(element('div', { className: 'pictures' }, figureOf(original, 'original', this.name),
+                figureOf(picture ?? { error: '' }, header ? header.modeName : 'surface', this.name)));
+        }
+        const kind = hasPicture ? `${original.pictureWidth} × ${original.pictureHeight}, PNG` : 'File';
+        children.push(paragraph(`${kind} of ${counted(bytes, 'byte')}`, 'quiet'),
             paragraph(verdict, `verdict ${CLASSES[verdict]}`));
         if (judgment.reason !== null) {
             children.push(paragraph(`${judgment.reason.text} [${judgment.reason.code}]`));
@@ -90,7 +94,7 @@ export class Card {
         if (judgment.fix !== '') {
             children.push(element('p', {}, 'Fix: ', element('code', {}, judgment.fix)));
         }
-        this.#finish(verdict, [...children, this.#buttons(original.error === undefined)]);
+        this.#finish(verdict, [...children, this.#buttons(hasPicture)]);
     }
 
     #surfaceParts(judgment, converted) {

@@ -2,8 +2,8 @@
 #include "tools/slabtool/commands/commands.h"
 
 #include "tools/slabtool/runs/folder_walk.h"
-#include "tools/slabtool/runs/judge_file.h"
 #include "tools/slabtool/runs/json_line.h"
+#include "tools/slabtool/runs/judge_file.h"
 
 #include <algorithm>
 #include <array>
