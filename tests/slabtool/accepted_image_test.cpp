@@ -48,6 +48,11 @@ TEST(AcceptedImage, HasTheFirstOfTwoTransparencies) {
                            .chunk_before_idat({"tRNS", {9, 8}}));
 }
 
+TEST(AcceptedImage, IgnoresATransparencyWithAnotherCase) {
+    expectSameAsLibpng(
+        png().indexed(4, 1).palette(4).pixels({0, 1, 2, 3}).chunk_before_idat({"trNS", {9, 8}}));
+}
+
 TEST(AcceptedImage, MakesIndicesBeyondThePaletteBlack) {
     const byte_vector file = png().indexed(2, 1).plte({1, 2, 3}).trns({4}).pixels({0, 7}).bytes();
     EXPECT_EQ((byte_vector{1, 2, 3, 4, 0, 0, 0, 255}),

@@ -28,21 +28,26 @@ std::vector<std::array<uint8_t, 3>> paletteIn(ByteView data) {
     return colors;
 }
 
+std::string nameOf(ByteView bytes) {
+    return {bytes.begin(), bytes.begin() + kTypeBytes};
+}
+
 // A chunk's type in upper case, because pngslab's decoder ignores the case.
 std::string typeOf(ByteView bytes) {
-    std::string type;
-    for (const uint8_t byte : bytes.first(kTypeBytes)) {
-        constexpr uint8_t kLetterCaseBit = 0x20;
-        type += static_cast<char>(byte & ~kLetterCaseBit);
+    std::string type = nameOf(bytes);
+    for (char& letter : type) {
+        constexpr int kLetterCaseBit = 0x20;
+        letter = static_cast<char>(letter & ~kLetterCaseBit);
     }
     return type;
 }
 
-// Like libpng, ignores repeated and misplaced palettes and tRNS chunks.
-void notePalette(PngFacts& facts, std::string_view type, ByteView data) {
+// Like libpng, ignores repeated and misplaced palettes and tRNS chunks, and a tRNS chunk whose name has another case.
+// libpng rejects a file whose palette has such a name.
+void notePalette(PngFacts& facts, std::string_view name, std::string_view type, ByteView data) {
     if (type == "PLTE" && facts.palette.empty()) {
         facts.palette = paletteIn(data);
-    } else if (type == "TRNS" && facts.colorType == kIndexedType && facts.transparency.empty() &&
+    } else if (name == "tRNS" && facts.colorType == kIndexedType && facts.transparency.empty() &&
                data.size() <= facts.palette.size()) {
         facts.transparency.assign(data.begin(), data.end());
     }
@@ -79,7 +84,7 @@ PngFacts factsOf(ByteView file) {
     while (at <= file.size() && file.size() - at >= kLengthBytes + kTypeBytes) {
         const size_t length = bigEndian(file.subspan(at));
         const ByteView rest = file.subspan(at + kLengthBytes + kTypeBytes);
-        if (length + kCrcBytes > rest.size()) {
+        if (rest.size() < kCrcBytes || length > rest.size() - kCrcBytes) {
             break;
         }
         const std::string type = typeOf(file.subspan(at + kLengthBytes));
@@ -88,7 +93,7 @@ PngFacts factsOf(ByteView file) {
         }
         isBeforeImage = isBeforeImage && type != "IDAT";
         if (isBeforeImage) {
-            notePalette(facts, type, rest.first(length));
+            notePalette(facts, nameOf(file.subspan(at + kLengthBytes)), type, rest.first(length));
         }
         note(facts, type, rest.first(length));
         at += kLengthBytes + kTypeBytes + length + kCrcBytes;
