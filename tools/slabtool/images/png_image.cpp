@@ -105,14 +105,6 @@ void checkDeclaredSize(png_structp png, png_infop info, const Transfer& transfer
     }
 }
 
-uint8_t asEightBits(uint32_t sample, uint32_t depth) {
-    if (depth == 16) {
-        return static_cast<uint8_t>((sample * 255 + 32895) >>
-                                    16); // as png_set_scale_16 computes it
-    }
-    return static_cast<uint8_t>(sample * 255 / ((1U << depth) - 1));
-}
-
 // A key color has 16 bits per sample. Only the lowest `depth` bits count.
 uint8_t asEightBitKey(uint32_t sample, uint32_t depth) {
     return asEightBits(sample & ((1U << depth) - 1), depth);
@@ -293,19 +285,6 @@ const std::array<PngEffort, 4> kEfforts = {{
 const PngEffort kStored = {Z_NO_COMPRESSION, Z_DEFAULT_STRATEGY, PNG_FILTER_NONE};
 
 const char* const kPngLibrary = "libpng";
-
-uint32_t channelsOf(uint8_t colorType) {
-    switch (colorType) {
-    case kRgbType:
-        return 3;
-    case kGrayAlphaType:
-        return 2;
-    case kRgbaType:
-        return 4;
-    default:
-        return 1;
-    }
-}
 
 PngImage decodePng(ByteView file, const PngChanges& changes) {
     Transfer transfer = {.input = file};

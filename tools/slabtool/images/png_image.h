@@ -1,24 +1,18 @@
 // Reads and writes PNG files as images of 8 bits per sample. Only png_image.cpp includes libpng.
 #pragma once
 
+#include "tools/slabtool/images/png_samples.h"
 #include "tools/slabtool/rejection.h"
 
 #include <array>
 #include <cstdint>
 #include <optional>
 
-// Color types of the PNG standard.
-inline constexpr uint8_t kGrayType = 0, kRgbType = 2, kIndexedType = 3, kGrayAlphaType = 4,
-                         kRgbaType = 6;
-
 /// The library that reads and writes the files, for messages.
 extern const char* const kPngLibrary;
 
 /// The max ratio of image size to file size: two bits of DEFLATE data decode to at most 258 bytes.
 inline constexpr uint64_t kMaxExpansion = uint64_t{258} * 4;
-
-/// Bytes per pixel, at 8 bits per sample.
-uint32_t channelsOf(uint8_t colorType);
 
 /// An image without padding between its rows.
 struct PngImage {
