@@ -38,17 +38,17 @@ quietly cmake --build "$tree/build/web/module"
 
 # ---- The page
 
-# Workers have no import maps. So a bundler joins the worker with its libraries; the page's own scripts stay as they are.
+# A bundler joins the worker with the module and the libraries, as text in a script of the page: page/workers.js starts
+# workers from text. The page's other scripts stay as they are.
 rm -rf "$site"
-mkdir -p "$site/page" "$site/worker"
+mkdir -p "$site/page"
 cp "$tree/web/index.html" "$tree/web/style.css" "$site"
 cp "$tree"/web/page/*.js "$site/page"
-cp "$tree/build/web/module/pngslab_module.js" "$site/worker"
-for name in archive png_library; do
-    "$tree/web/node_modules/.bin/esbuild" "$tree/web/worker/$name.js" --bundle --format=esm --minify --legal-comments=linked \
-        --log-level=warning --outfile="$site/worker/$name.js"
-done
-cp "$tree/web/worker/worker.js" "$site/worker"
+"$tree/web/node_modules/.bin/esbuild" "$tree/web/worker/worker.js" --bundle --format=esm --minify --log-level=warning \
+    --alias:pngslab_module="$tree/build/web/module/pngslab_module.js" --legal-comments=inline --charset=utf8 \
+    --outfile="$tree/build/web/worker.js"
+node -p '"export default " + JSON.stringify(fs.readFileSync(process.argv[1], "utf8")) + ";"' "$tree/build/web/worker.js" \
+    >"$site/page/worker_code.js"
 
 if [ "$serves" -eq 1 ]; then
     echo "Serving the page at localhost:$port"

@@ -4,6 +4,7 @@ import { execFile } from 'node:child_process';
 import { copyFile, mkdir, readFile, readdir, writeFile } from 'node:fs/promises';
 import { basename, join } from 'node:path';
 import { after, before, test } from 'node:test';
+import { rareImages } from './png_maker.mjs';
 import { convertAll, inScratchFolder, launch, require, serve, setOptions, tree } from './browser.mjs';
 
 const { unzipSync } = require('fflate');
@@ -25,7 +26,7 @@ after(async () => {
     server.close();
 });
 
-/** Puts the samples, the pictures of the documents and the images of the fuzzers into a folder. */
+/** Puts the samples, the pictures of the documents, the images of the fuzzers and rare images into a folder. */
 async function gatherImages(folder) {
     const seeds = unzipSync(new Uint8Array(await readFile(join(tree, SEEDS))));
     for (const [name, content] of Object.entries(seeds)) {
@@ -33,6 +34,9 @@ async function gatherImages(folder) {
     }
     for (const picture of PICTURES) {
         await copyFile(join(tree, picture), join(folder, basename(picture)));
+    }
+    for (const [name, content] of Object.entries(rareImages())) {
+        await writeFile(join(folder, `${name}.png`), content);
     }
     for (const extra of process.env.PNGSLAB_MORE_IMAGES?.split(':') ?? []) {
         await copyFile(extra, join(folder, basename(extra)));

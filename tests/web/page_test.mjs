@@ -1,10 +1,11 @@
 // The page in a real browser: what a user does, and what the page shows.
 import assert from 'node:assert/strict';
-import { readFile, writeFile } from 'node:fs/promises';
+import { mkdir, readFile, readdir, stat, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { deflateSync } from 'node:zlib';
-import { axeScript, convertAll, inScratchFolder, launch, require, serve, setOptions, tree, waitUntilDone } from './browser.mjs';
+import { gzipSync } from 'node:zlib';
+import { axeScript, convertAll, inScratchFolder, launch, require, serve, setOptions, site, tree, waitUntilDone } from './browser.mjs';
+import { grayPng } from './png_maker.mjs';
 
 const { unzipSync } = require('fflate');
 const QUILL = join(tree, 'samples/quill.png');
@@ -58,39 +59,18 @@ async function drop(page, files) {
     await page.dispatchEvent('#drop', 'drop', { dataTransfer: transfer });
 }
 
-// ---- Images
+// ---- Tests
 
-
-function crc32(bytes) {
-    let crc = 0xffffffff;
-    for (const byte of bytes) {
-        crc ^= byte;
-        for (let i = 0; i < 8; i++) {
-            crc = crc & 1 ? crc >>> 1 ^ 0xedb88320 : crc >>> 1;
+test('The compressed page is smaller than 300 KB', async () => {
+    const MAX_BYTES = 300_000;
+    let bytes = 0;
+    for (const name of await readdir(site, { recursive: true })) {
+        if ((await stat(join(site, name))).isFile()) {
+            bytes += gzipSync(await readFile(join(site, name))).length;
         }
     }
-    return ~crc >>> 0;
-}
-
-function chunk(type, content) {
-    const bytes = Buffer.concat([Buffer.alloc(4), Buffer.from(type), content, Buffer.alloc(4)]);
-    bytes.writeUInt32BE(content.length, 0);
-    bytes.writeUInt32BE(crc32(bytes.subarray(4, -4)), bytes.length - 4);
-    return bytes;
-}
-
-/** A gray PNG with these properties, and zeros as samples. */
-function grayPng({ width = 8, height = 8, depth = 8, rowCount = height, level = 0 } = {}) {
-    const header = Buffer.alloc(13);
-    header.writeUInt32BE(width, 0);
-    header.writeUInt32BE(height, 4);
-    header[8] = depth;
-    const rows = Buffer.alloc((Math.ceil(width * depth / 8) + 1) * rowCount);
-    return Buffer.concat([Buffer.from('\x89PNG\r\n\x1a\n', 'latin1'), chunk('IHDR', header),
-        chunk('IDAT', deflateSync(rows, { level })), chunk('IEND', Buffer.alloc(0))]);
-}
-
-// ---- Tests
+    assert.ok(bytes > 0 && bytes < MAX_BYTES, `${bytes} bytes`);
+});
 
 test('A chosen image is accepted and shown beside its surface', async () => {
     await onPage(async (page) => {
@@ -182,24 +162,6 @@ test('The comparison shows every mode and dithering, and chooses one', async () 
     });
 });
 
-test('The pixels of the original are exact, also under full transparency', async () => {
-    await onPage(async (page) => {
-        // Alpha 0 would erase the colors in any canvas; the mode without alpha keeps them.
-        await convertAll(page, [QUILL]);
-        await setOptions(page, { mode: 'RGB888' });
-        await cardOf(page, 'quill.png').getByText('Surface of 69,716 bytes').waitFor();
-        const { content } = await savedBy(page, () => page.getByRole('button', { name: 'Download surface: quill.png' }).click());
-        await setOptions(page, { mode: 'ARGB8888' });
-        await cardOf(page, 'quill.png').getByText('Surface of 92,948 bytes').waitFor();
-        const { content: withAlpha } = await savedBy(page, () => page.getByRole('button', { name: 'Download surface: quill.png' }).click());
-        for (let pixel = 0; pixel < 176 * 132; pixel++) {
-            for (let i = 0; i < 3; i++) {
-                assert.equal(content[20 + pixel * 3 + i], withAlpha[20 + pixel * 4 + i], `pixel ${pixel}`);
-            }
-        }
-    });
-});
-
 test('The archive has all files, also those of equal names', async () => {
     await onPage(async (page) => {
         await convertAll(page, [QUILL, SEAL]);
@@ -265,16 +227,100 @@ test('The page answers while an image of 50 megapixels is decoded', async () => 
     });
 });
 
-test('Removing a file stops its work', async () => {
+test('Removing a file ends its worker, and the next one needs no connection', async () => {
     await inScratchFolder(async (folder) => {
         const large = join(folder, 'large.png');
         await writeFile(large, grayPng({ width: 8000, height: 6250, level: 1 }));
         await onPage(async (page) => {
+            const started = page.waitForEvent('worker');
             await page.setInputFiles('#file-input', [large]);
+            const worker = await started;
+            const requests = server.requests.length;
+            const ended = worker.waitForEvent('close');
             await page.getByRole('button', { name: 'Remove large.png' }).click();
+            await ended;
             assert.equal(await page.locator('.card').count(), 0);
             await convertAll(page, [QUILL]);
             await cardOf(page, 'quill.png').getByText('Surface of 92,948 bytes').waitFor();
+            assert.equal(server.requests.length, requests);
+        });
+    });
+});
+
+test('A change of options during work replaces few workers', async () => {
+    await onPage(async (page) => {
+        let workers = 0;
+        page.on('worker', () => workers++);
+        const quill = await readFile(QUILL);
+        await drop(page, Array.from({ length: 60 }, (_, i) => [`${i}.png`, quill]));
+        await setOptions(page, { mode: 'RGB565' });
+        await waitUntilDone(page);
+        assert.equal(await page.getByText('Surface of 46,484 bytes').count(), 60);
+        assert.ok(workers <= 4, `${workers} workers`);
+    });
+});
+
+test('A chosen folder gives its images and surfaces', async () => {
+    await inScratchFolder(async (folder) => {
+        await mkdir(join(folder, 'icons', 'small'), { recursive: true });
+        await writeFile(join(folder, 'icons', 'notes.txt'), 'hello');
+        await writeFile(join(folder, 'icons', 'a.png'), grayPng());
+        await writeFile(join(folder, 'icons', 'small', 'a.png'), grayPng());
+        await onPage(async (page) => {
+            await page.setInputFiles('#folder-input', join(folder, 'icons'));
+            await waitUntilDone(page);
+            const { content } = await savedBy(page, () => page.getByRole('button', { name: 'Download all' }).click());
+            assert.deepEqual(Object.keys(unzipSync(content)).sort(), ['icons/a.surface', 'icons/small/a.surface']);
+        });
+    });
+});
+
+test('A palette gives colors to its surface, also if it comes later', async () => {
+    await onPage(async (page) => {
+        await drop(page, [['gray.png', grayPng()]]);
+        await waitUntilDone(page);
+        const { content } = await savedBy(page, () => page.getByRole('button', { name: 'Download surface: gray.png' }).click());
+        await page.getByRole('button', { name: 'Remove all' }).click();
+        await drop(page, [['gray.surface', content]]);
+        await waitUntilDone(page);
+        const firstPixel = () => page.locator('.card canvas').evaluate(
+            (canvas) => [...canvas.getContext('2d').getImageData(0, 0, 1, 1).data]);
+        assert.deepEqual(await firstPixel(), [0, 0, 0, 255]);
+        await drop(page, [['gray.palette', Buffer.concat([Buffer.from([30, 20, 10]), Buffer.alloc(765)])]]);
+        await waitUntilDone(page);
+        assert.deepEqual(await firstPixel(), [10, 20, 30, 255]);
+    });
+});
+
+test('The archive has names that every system can store', async () => {
+    await onPage(async (page) => {
+        await drop(page, [['..\\..\\x.png', grayPng()], ['A.png', grayPng()], ['a.png', grayPng()]]);
+        await waitUntilDone(page);
+        const { content } = await savedBy(page, () => page.getByRole('button', { name: 'Download all' }).click());
+        assert.deepEqual(Object.keys(unzipSync(content)).sort(), ['.._.._x.surface', 'A.surface', 'a-2.surface']);
+    });
+});
+
+test('The comparison of a large image follows the movement', async () => {
+    await onPage(async (page) => {
+        await drop(page, [['wide.png', grayPng({ width: 4000, height: 4, level: 1 })]]);
+        await waitUntilDone(page);
+        await page.getByRole('button', { name: 'Compare modes: wide.png' }).click();
+        await page.getByRole('button', { name: 'Use this mode: A8' }).waitFor();
+        const shown = () => page.locator('.tile canvas').first().evaluate((canvas) => {
+            const { data } = canvas.getContext('2d').getImageData(canvas.width / 2, canvas.height / 2, 1, 1);
+            return data[3];
+        });
+        assert.equal(await shown(), 255);
+        for (let i = 0; i < 30; i++) {
+            await page.keyboard.press('ArrowRight');
+        }
+        for (let i = 0; i < 2; i++) {
+            await page.keyboard.press('ArrowLeft');
+        }
+        await page.waitForFunction(() => {
+            const canvas = document.querySelector('.tile canvas');
+            return canvas.getContext('2d').getImageData(canvas.width / 2, canvas.height / 2, 1, 1).data[3] === 255;
         });
     });
 });
@@ -323,8 +369,8 @@ test('After loading the page opens no connection, and its policy forbids them', 
     }).catch((error) => assert.match(error.message, /Content Security Policy/)); // Chromium reports what it blocked
 });
 
-for (const colorScheme of ['light', 'dark']) {
-    test(`axe-core finds no violation in the ${colorScheme} page`, async () => {
+for (const [colorScheme, width] of [['light', 1280], ['dark', 1280], ['light', 360]]) {
+    test(`axe-core finds no violation in the ${colorScheme} page of ${width} pixels`, async () => {
         await onPage(async (page) => {
             const check = async (state) => {
                 await page.addScriptTag({ path: axeScript }); // again: a new document may not have it
@@ -339,6 +385,6 @@ for (const colorScheme of ['light', 'dark']) {
             await page.getByRole('button', { name: 'Compare modes: quill.png' }).click();
             await page.locator('.tile.failed').nth(1).waitFor();
             await check('comparison');
-        }, { colorScheme, bypassCSP: true });
+        }, { colorScheme, viewport: { width, height: 800 }, bypassCSP: true });
     });
 }

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <emscripten/bind.h>
 #include <new>
+#include <stdexcept>
 #include <string>
 
 using emscripten::val;
@@ -44,6 +45,8 @@ val errorOf(const Finding& reason) {
     return object;
 }
 
+const Finding kPageMemory = {"memory", "there is not enough memory in this browser"};
+
 // The result of `work`, or its failure.
 template <typename Work>
 val answer(const Work& work) {
@@ -54,7 +57,9 @@ val answer(const Work& work) {
     } catch (const Rejection& rejection) {
         return errorOf({"", rejection.what()});
     } catch (const std::bad_alloc&) {
-        return errorOf(kNoMemory);
+        return errorOf(kPageMemory);
+    } catch (const std::length_error&) { // a buffer of 2 GiB
+        return errorOf(kPageMemory);
     }
 }
 
@@ -65,9 +70,7 @@ val judge(const std::string& name, const val& file, bool alphaOnly) {
         const Judgment judgment = judgeImage(name, bytesFromJs(file), alphaOnly);
         val object = val::object();
         object.set("verdict", std::string(verdictText(judgment.severity)));
-        object.set("surface", judgment.surface);
         object.set("reason", judgment.reason ? toJs(*judgment.reason) : val::null());
-        object.set("losses", toJs(judgment.losses));
         object.set("fix", judgment.fix);
         object.set("note", judgment.note);
         return object;
@@ -93,7 +96,6 @@ val convert(const val& file, const val& options) {
         object.set("surface", bytesToJs(converted.surface));
         object.set("palette",
                    converted.palette.empty() ? val::null() : bytesToJs(converted.palette));
-        object.set("wasFixed", converted.wasFixed);
         object.set("losses", toJs(converted.losses));
         return object;
     });

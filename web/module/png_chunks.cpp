@@ -71,13 +71,17 @@ void checkHeader(const Chunk& chunk, const ImageChunks& image) {
 }
 
 void readPalette(const Chunk& chunk, ImageChunks& image) {
-    constexpr size_t kEntryBytes = 3;
-    const size_t maxEntries = size_t{1} << image.depth;
-    const size_t entries = std::min(chunk.content.size() / kEntryBytes, maxEntries);
-    if (entries == 0 || chunk.content.size() % kEntryBytes != 0) {
-        throw Rejection("PLTE: invalid");
+    constexpr size_t kEntryBytes = 3, kMaxEntries = 256;
+    const size_t size = chunk.content.size();
+    if (size == 0 || size > kMaxEntries * kEntryBytes || size % kEntryBytes != 0) {
+        if (image.colorType == kIndexedType || size == 0) {
+            throw Rejection("PLTE: invalid");
+        }
+        return;
     }
-    for (size_t i = 0; i < entries; ++i) {
+    image.transparency = {}; // libpng drops a tRNS chunk before PLTE
+    const size_t usedEntries = std::min(size / kEntryBytes, size_t{1} << image.depth);
+    for (size_t i = 0; i < usedEntries && image.colorType == kIndexedType; ++i) {
         const ByteView entry = chunk.content.subspan(i * kEntryBytes);
         image.palette.push_back({entry[0], entry[1], entry[2]});
     }
@@ -99,22 +103,97 @@ bool isCritical(const std::string& type) {
     return (type[0] & 0x20) == 0;
 }
 
-void readContent(const Chunk& chunk, bool isBeforeData, ImageChunks& image) {
-    if (!chunk.isIntact) {
-        if (isCritical(chunk.type)) {
+bool isName(const std::string& type) {
+    return std::all_of(type.begin(), type.end(),
+                       [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); });
+}
+
+// Reads the chunks of a file, one after the other.
+class ChunkReader {
+public:
+    explicit ChunkReader(ByteView file)
+        : mRest(file.subspan(kPngSignature.size())) {
+        mImage.file.assign(kPngSignature.begin(), kPngSignature.end());
+        mImage.file.reserve(file.size());
+    }
+
+    ImageChunks read() {
+        const Chunk header = next();
+        readHeader(header, mImage);
+        checkHeader(header, mImage);
+        keep(header);
+        Chunk chunk = next();
+        for (; chunk.type != "IEND"; chunk = next()) {
+            note(chunk);
+        }
+        if (!mHasData) {
+            throw Rejection("Missing IDAT before IEND");
+        }
+        keep(chunk);
+        return std::move(mImage);
+    }
+
+private:
+    // The next chunk. One with a wrong CRC has no content that counts.
+    Chunk next() {
+        const Chunk chunk = readChunk(mRest);
+        mRest = mRest.subspan(chunk.whole.size());
+        if (!isName(chunk.type)) {
+            throw Rejection("invalid chunk type");
+        }
+        if (!chunk.isIntact && isCritical(chunk.type)) {
             throw Rejection(chunk.type + ": CRC error");
         }
-        return;
+        return chunk;
     }
-    if (chunk.type == "PLTE" && image.colorType == kIndexedType && image.palette.empty()) {
-        readPalette(chunk, image);
-    } else if (chunk.type == "tRNS" && isBeforeData) {
-        readTransparency(chunk, image);
-    } else if (isCritical(chunk.type) && chunk.type != "IDAT" && chunk.type != "IEND" &&
-               chunk.type != "PLTE") {
-        throw Rejection(chunk.type + ": unhandled critical chunk");
+
+    void note(const Chunk& chunk) {
+        if (chunk.type == "IDAT") {
+            noteData(chunk);
+            return;
+        }
+        mDataHasEnded = mHasData;
+        if (chunk.type == "PLTE") {
+            notePalette(chunk);
+        } else if (chunk.type == "tRNS" && chunk.isIntact && !mHasData) {
+            readTransparency(chunk, mImage);
+        } else if (isCritical(chunk.type)) {
+            throw Rejection(chunk.type + ": unhandled critical chunk");
+        }
     }
-}
+
+    // Like libpng, ignores image data after another chunk.
+    void noteData(const Chunk& chunk) {
+        if (mImage.colorType == kIndexedType && mImage.palette.empty()) {
+            throw Rejection("Missing PLTE before IDAT");
+        }
+        if (!mDataHasEnded) {
+            keep(chunk);
+        }
+        mHasData = true;
+    }
+
+    void notePalette(const Chunk& chunk) {
+        if (mHasPalette) {
+            throw Rejection("PLTE: duplicate");
+        }
+        if (mHasData) {
+            return;
+        }
+        mHasPalette = true;
+        if (mImage.colorType != kGrayType && mImage.colorType != kGrayAlphaType) {
+            readPalette(chunk, mImage);
+        }
+    }
+
+    void keep(const Chunk& chunk) {
+        mImage.file.insert(mImage.file.end(), chunk.whole.begin(), chunk.whole.end());
+    }
+
+    ByteView mRest;
+    ImageChunks mImage = {};
+    bool mHasPalette = false, mHasData = false, mDataHasEnded = false;
+};
 
 } // namespace
 
@@ -123,29 +202,5 @@ ImageChunks readChunks(ByteView file) {
         !std::equal(kPngSignature.begin(), kPngSignature.end(), file.begin())) {
         throw Rejection("Not a PNG file");
     }
-    ImageChunks image = {};
-    image.file.assign(kPngSignature.begin(), kPngSignature.end());
-    image.file.reserve(file.size());
-    bool hasData = false;
-    Chunk chunk = {};
-    for (ByteView rest = file.subspan(kPngSignature.size()); chunk.type != "IEND";
-         rest = rest.subspan(chunk.whole.size())) {
-        const bool isFirst = rest.size() == file.size() - kPngSignature.size();
-        chunk = readChunk(rest);
-        if (isFirst) {
-            readHeader(chunk, image);
-            checkHeader(chunk, image);
-        }
-        if (!isFirst || !chunk.isIntact) {
-            readContent(chunk, !hasData, image);
-        }
-        hasData = hasData || chunk.type == "IDAT";
-        if (isFirst || chunk.type == "IDAT" || chunk.type == "IEND") {
-            image.file.insert(image.file.end(), chunk.whole.begin(), chunk.whole.end());
-        }
-    }
-    if (!hasData || (image.colorType == kIndexedType && image.palette.empty())) {
-        throw Rejection(hasData ? "Missing PLTE before IDAT" : "Missing IDAT before IEND");
-    }
-    return image;
+    return ChunkReader(file).read();
 }

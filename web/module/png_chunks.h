@@ -20,6 +20,6 @@ struct ImageChunks {
     Bytes file;            ///< a PNG of IHDR, IDAT and IEND
 };
 
-/// Checks the chunks as libpng does: a fault in a critical chunk is a rejection, a fault in another one hides it.
-/// `transparency` points into `file`. @throws Rejection
+/// Reads the chunks as libpng does. A fault in a critical chunk is a rejection; a faulty ancillary chunk is ignored.
+/// The parameter must outlive `transparency`, which is a part of it. @throws Rejection
 ImageChunks readChunks(ByteView file);

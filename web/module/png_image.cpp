@@ -14,8 +14,8 @@ using emscripten::val;
 
 namespace {
 
-// Of all rows with their filter types: pngslab's decoder counts them in 32 bits.
-constexpr uint64_t kMaxFilteredBytes = 0xFFFFFFFF;
+// With this many pixels no size in bytes reaches 2^32, so none wraps: 16-bit samples in four channels have 8 bytes.
+constexpr uint64_t kMaxPixels = uint64_t{1} << 28;
 
 // Rejects a declared size that the file is too small to fill, before anything of that size is allocated.
 void checkDeclaredSize(const ImageChunks& image, size_t fileBytes) {
@@ -24,16 +24,9 @@ void checkDeclaredSize(const ImageChunks& image, size_t fileBytes) {
     if (rowBytes > fileBytes * kMaxExpansion / image.height) {
         throw Rejection("the image data are too short for the declared size");
     }
-    if ((rowBytes + 1) * image.height > kMaxFilteredBytes) {
-        throw Rejection("the image needs more than 4 GiB");
+    if (uint64_t{image.width} * image.height > kMaxPixels) {
+        throw Rejection("the image has more pixels than the page can decode");
     }
-}
-
-uint8_t asEightBits(uint32_t sample, uint32_t depth) {
-    if (depth == 16) {
-        return static_cast<uint8_t>((sample * 255 + 32895) >> 16); // as libpng computes it
-    }
-    return static_cast<uint8_t>(sample * 255 / ((1U << depth) - 1));
 }
 
 // Unpacks samples of less than 8 bits. Gray samples are widened, indices keep their value.
@@ -158,19 +151,6 @@ Bytes eightBitSamples(const RawSamples& raw, const ImageChunks& image) {
 } // namespace
 
 const char* const kPngLibrary = "the page's PNG library";
-
-uint32_t channelsOf(uint8_t colorType) {
-    switch (colorType) {
-    case kRgbType:
-        return 3;
-    case kGrayAlphaType:
-        return 2;
-    case kRgbaType:
-        return 4;
-    default:
-        return 1;
-    }
-}
 
 PngImage decodePng(ByteView file, const PngChanges& changes) {
     const ImageChunks source = readChunks(file);

@@ -1,7 +1,7 @@
 // The page: takes files, converts them in workers, and shows and saves the results.
 import { Card, cardView } from './card.js';
 import { Comparison } from './compare.js';
-import { byId, counted, save, withSeparators } from './elements.js';
+import { byId, counted, printable, save, withSeparators } from './elements.js';
 import { chosenFiles, droppedFiles } from './inputs.js';
 import { currentOptions, updateOptions } from './options.js';
 import { Workers } from './workers.js';
@@ -12,6 +12,7 @@ const workers = new Workers();
 const comparison = new Comparison(workers);
 const palettes = new Map(); // path without suffix -> file
 let cards = [];
+let isSaving = false;
 
 const stemOf = (path) => path.replace(/\.[^./]*$/, '');
 const isWorking = (card) => card.element.dataset.state === 'working';
@@ -29,7 +30,7 @@ async function work(card) {
         } else {
             const name = path.slice(path.lastIndexOf('/') + 1);
             const result = await workers.run('image', { name, file, options: currentOptions(), ...cardView }, how);
-            card.size = [result.original.pictureWidth, result.original.pictureHeight];
+            card.size = { width: result.original.pictureWidth, height: result.original.pictureHeight };
             card.showImage(result);
         }
     } catch (error) {
@@ -40,41 +41,55 @@ async function work(card) {
 
 // Converts again, with changed options.
 function workAgain(affected) {
-    for (const card of affected) {
-        workers.cancel(card);
-        work(card);
-    }
+    workers.cancel(affected);
+    affected.forEach(work);
     update();
 }
 
-function add(files) {
-    byId('problem').textContent = files.length === 0 ? 'No PNG images or surface files were found there.' : '';
-    const added = [];
-    for (const source of files) {
-        if (source.path.endsWith('.palette')) {
-            palettes.set(stemOf(source.path), source.file);
-        } else {
-            added.push(new Card(source, { remove, compare: (card) => comparison.open(card, card.size) }));
-        }
+// Palettes give colors to surfaces that are there, or that come later.
+function addPalettes(files) {
+    const stems = files.map((source) => {
+        palettes.set(stemOf(source.path), source.file);
+        return stemOf(source.path);
+    });
+    workAgain(cards.filter((card) => card.isSurface && stems.includes(stemOf(card.source.path))));
+}
+
+function problemOf(files, unreadable) {
+    if (unreadable.length > 0) {
+        return `The browser cannot read ${unreadable.slice(0, 3).map(printable).join(', ')}${unreadable.length > 3
+            ? ` and ${withSeparators(unreadable.length - 3)} more` : ''}.`;
     }
-    cards.push(...added);
-    byId('files').append(...added.map((card) => card.element));
+    return files.length === 0 ? 'No PNG images or surface files were found there.' : '';
+}
+
+function add({ files, unreadable }) {
+    byId('problem').textContent = problemOf(files, unreadable);
+    const isPalette = ({ path }) => path.endsWith('.palette');
+    const added = files.filter((source) => !isPalette(source))
+        .map((source) => new Card(source, { remove, compare: (card) => comparison.open(card) }));
+    cards = cards.concat(added);
+    added.forEach((card) => byId('files').append(card.element));
+    addPalettes(files.filter(isPalette));
     added.forEach(work);
     update();
 }
 
 function remove(card) {
-    workers.cancel(card);
+    const next = card.element.nextElementSibling ?? card.element.previousElementSibling;
+    workers.cancel([card]);
     cards = cards.filter((other) => other !== card);
+    palettes.delete(stemOf(card.source.path));
     card.element.remove();
-    byId('files').focus();
+    (next?.querySelector('.head button') ?? byId('choose-files')).focus();
     update();
 }
 
 function removeAll() {
-    cards.forEach((card) => workers.cancel(card));
+    workers.cancel(cards);
     cards = [];
     palettes.clear();
+    byId('problem').textContent = '';
     byId('files').replaceChildren();
     byId('choose-files').focus();
     update();
@@ -102,7 +117,7 @@ function update() {
     byId('progress').max = Math.max(cards.length, 1);
     byId('progress').value = done;
     byId('progress').hidden = working === 0;
-    const hasOutputs = working === 0 && cards.some((card) => card.outputs.length > 0);
+    const hasOutputs = working === 0 && !isSaving && cards.some((card) => card.outputs.length > 0);
     byId('save-all').disabled = !hasOutputs;
     byId('save-source').disabled = !hasOutputs;
     const wanted = byId('filter').value;
@@ -113,28 +128,33 @@ function update() {
 
 // ---- Downloads
 
-// The files to save. Two inputs may have the same path; the second one gets a number.
+// The files to save. If two inputs have the same path, the second one gets a number. Some systems take A and a for equal.
 function outputs() {
-    const names = new Set();
-    const uniqueOf = (name) => {
-        let unique = name;
-        for (let number = 2; names.has(unique); number++) {
-            unique = name.replace(/(\.[^.]*)$/, `-${number}$1`);
+    const stems = new Set();
+    const uniqueOf = (stem) => {
+        let unique = stem;
+        for (let number = 2; stems.has(unique.toLowerCase()); number++) {
+            unique = `${stem}-${number}`;
         }
-        names.add(unique);
+        stems.add(unique.toLowerCase());
         return unique;
     };
-    return cards.flatMap((card) => card.outputs).map(({ name, content }) => ({ name: uniqueOf(name), content }));
+    return cards.filter((card) => card.outputs.length > 0).flatMap((card) => {
+        const stem = uniqueOf(card.stem);
+        return card.outputs.map(({ suffix, content }) => ({ name: stem + suffix, content }));
+    });
 }
 
-async function saving(button, makeFile) {
-    button.disabled = true;
+async function saving(makeFile) {
+    isSaving = true;
+    update();
     byId('problem').textContent = '';
     try {
         await makeFile();
     } catch (error) {
         byId('problem').textContent = `The download failed: ${error.message}`;
     }
+    isSaving = false;
     update();
 }
 
@@ -147,8 +167,7 @@ async function saveAll() {
 }
 
 async function saveSource() {
-    const surfaces = outputs().filter(({ name }) => name.endsWith('.surface'))
-        .map(({ name, content }) => ({ name: name.slice(name.lastIndexOf('/') + 1), content }));
+    const surfaces = outputs().filter(({ name }) => name.endsWith('.surface'));
     const { header, source } = await workers.run('embed', { fileName: SOURCE_NAME, surfaces }, { isUrgent: true });
     const files = [{ name: `${SOURCE_NAME}.h`, content: new Blob([header]) }, { name: `${SOURCE_NAME}.c`, content: new Blob([source]) }];
     save(await workers.run('archive', { files }, { isUrgent: true, onStep: showStep }), `${SOURCE_NAME}-c.zip`);
@@ -174,12 +193,7 @@ function listenToInputs() {
     document.addEventListener('drop', async (event) => {
         event.preventDefault();
         setDragged(false);
-        try {
-            add(await droppedFiles(event.dataTransfer));
-        } catch {
-            byId('problem').textContent = 'The browser cannot read these files.';
-            update();
-        }
+        add(await droppedFiles(event.dataTransfer));
     });
 }
 
@@ -197,8 +211,8 @@ function listenToOptions() {
 }
 
 byId('too-old').hidden = 'findLast' in Array.prototype && 'HTMLDialogElement' in window;
-byId('save-all').addEventListener('click', (event) => saving(event.target, saveAll));
-byId('save-source').addEventListener('click', (event) => saving(event.target, saveSource));
+byId('save-all').addEventListener('click', () => saving(saveAll));
+byId('save-source').addEventListener('click', () => saving(saveSource));
 byId('remove-all').addEventListener('click', removeAll);
 byId('filter').addEventListener('input', update);
 byId('backdrop').addEventListener('input', () => {

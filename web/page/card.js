@@ -10,6 +10,8 @@ export const cardView = { maxSide: CARD_SIDE };
 
 const CLASSES = { 'accepted with loss': 'with-loss', accepted: 'accepted', rejected: 'rejected' };
 
+const textOf = (finding) => `${finding.text} [${finding.code}]`;
+
 const paragraph = (text, className = '') => element('p', { className }, text);
 
 function button(text, label, onClick) {
@@ -37,7 +39,7 @@ function figureOf(picture, caption, name) {
 }
 
 function lossesOf(losses) {
-    return losses.map((loss) => paragraph(`Loss: ${loss.text} [${loss.code}]`));
+    return losses.map((loss) => paragraph(`Loss: ${textOf(loss)}`));
 }
 
 export class Card {
@@ -47,7 +49,9 @@ export class Card {
         this.actions = actions;
         this.name = printable(source.path);
         this.verdict = '';
-        this.outputs = []; // {name, content} of the files to download
+        // The path of the outputs without suffix, with letters that every system can store.
+        this.stem = this.name.replace(/\.png$/, '').replace(/[\\:*?"<>|]/g, '_');
+        this.outputs = []; // {suffix, content} of the files to download
         this.heading = element('h3', {}, ...this.name.split('/').flatMap((part, i) => (i > 0 ? ['/', element('wbr'), part] : [part])));
         this.body = element('div', { className: 'body' });
         this.element = element('li', { className: 'card' }, element('div', { className: 'head' }, this.heading,
@@ -60,6 +64,7 @@ export class Card {
     }
 
     showStep(text) {
+        this.outputs = [];
         this.element.dataset.state = 'working';
         this.body.replaceChildren(paragraph(`${text}…`, 'quiet'));
     }
@@ -80,16 +85,18 @@ export class Card {
         children.push(paragraph(`${kind} of ${counted(bytes, 'byte')}`, 'quiet'),
             paragraph(verdict, `verdict ${CLASSES[verdict]}`));
         if (judgment.reason !== null) {
-            children.push(paragraph(`${judgment.reason.text} [${judgment.reason.code}]`));
+            children.push(paragraph(textOf(judgment.reason)));
         }
         if (judgment.note !== '') {
             children.push(paragraph(`${judgment.note}.`));
         }
-        this.outputs = [];
         if (converted.error === undefined) {
             children.push(...this.#surfaceParts(judgment, converted));
-        } else if (judgment.reason === null) {
+        } else if (judgment.reason === null || converted.error !== textOf(judgment.reason)) {
             children.push(paragraph(`No surface: ${converted.error}`, 'rejected'));
+        }
+        if (!hasPicture && judgment.reason === null && converted.error === undefined) {
+            children.push(paragraph(`No picture: ${original.error}`));
         }
         if (judgment.fix !== '') {
             children.push(element('p', {}, 'Fix: ', element('code', {}, judgment.fix)));
@@ -98,24 +105,23 @@ export class Card {
     }
 
     #surfaceParts(judgment, converted) {
-        const stem = this.source.path.replace(/\.png$/, '');
-        this.outputs.push({ name: `${stem}.surface`, content: converted.surface });
+        this.outputs.push({ suffix: '.surface', content: converted.surface });
         if (converted.palette !== null) {
-            this.outputs.push({ name: `${stem}.palette`, content: converted.palette });
+            this.outputs.push({ suffix: '.palette', content: converted.palette });
         }
         const parts = lossesOf(converted.losses);
         if (judgment.reason !== null) {
-            parts.unshift(paragraph('The page converted the image all the same, from its samples.'));
+            parts.unshift(paragraph('The page converted the image all the same.'));
         }
         return [...parts, paragraph(`Surface of ${counted(converted.surface.size, 'byte')}`)];
     }
 
     #buttons(hasPicture) {
         const row = element('p', { className: 'row' });
-        for (const { name, content } of this.outputs) {
-            const kind = name.slice(name.lastIndexOf('.') + 1);
+        for (const { suffix, content } of this.outputs) {
+            const kind = suffix.slice(1);
             row.append(button(`Download ${kind}`, `Download ${kind}: ${this.name}`,
-                () => save(content, name.slice(name.lastIndexOf('/') + 1))));
+                () => save(content, this.stem.slice(this.stem.lastIndexOf('/') + 1) + suffix)));
         }
         if (hasPicture) {
             row.append(button('Compare modes', `Compare modes: ${this.name}`, () => this.actions.compare(this)));
@@ -130,8 +136,11 @@ export class Card {
             paragraph(`Surface file of ${counted(bytes, 'byte')}`, 'quiet'),
             paragraph(isConsistent ? 'consistent' : 'not consistent', `verdict ${isConsistent ? 'accepted' : 'rejected'}`),
             ...[...facts.faults, ...facts.oddities].map((text) => paragraph(text))];
+        if (picture.error !== undefined && !facts.faults.includes(picture.error)) {
+            children.push(paragraph(`No picture: ${picture.error}`));
+        }
         if (facts.note !== null) {
-            children.push(paragraph(`${facts.note.text} [${facts.note.code}]`));
+            children.push(paragraph(textOf(facts.note)));
         }
         if (header !== null) {
             children.push(headerTable(header, head));
@@ -162,5 +171,8 @@ function headerTable(header, head) {
     table.append(element('tbody', {}, ...rows.map(([field, value, meaning], i) => element('tr', {},
         element('td', {}, element('code', {}, bytesAt(i * 4))), element('th', { scope: 'row' }, field),
         element('td', {}, withSeparators(value)), element('td', {}, meaning)))));
-    return element('div', { className: 'scroll' }, table);
+    const box = element('div', { className: 'scroll', tabIndex: 0 }, table);
+    box.setAttribute('role', 'region');
+    box.setAttribute('aria-label', 'Header');
+    return box;
 }

@@ -1,9 +1,10 @@
 // Shows an image in every mode, with and without dithering. All pictures show the same place at the same zoom.
 import { byId, canvasOf, counted, element } from './elements.js';
-import { DEFAULTS, chooseMode, currentOptions } from './options.js';
+import { DEFAULTS, backgroundFor, chooseMode } from './options.js';
 
 const SECTION_SIDE = 1024; // pixels; of a larger image, a section is converted for the screen
 const ZOOMS = [1 / 8, 1 / 6, 1 / 4, 1 / 3, 1 / 2, 1, 2, 3, 4, 6, 8, 12, 16, 24, 32];
+const FOLLOW_DELAY = 300; // milliseconds without a movement
 const STEP = 1 / 4; // of a tile, for an arrow key
 
 const dithered = (mode) => [[mode, 'none'], [mode, 'ordered'], [mode, 'floyd-steinberg']];
@@ -31,8 +32,10 @@ class Tile {
             element('figcaption', {}, element('h3', {}, title), this.facts));
     }
 
-    setPicture(picture, facts) {
+    /** @param origin the place of the picture in the image */
+    setPicture(picture, origin, facts) {
         this.picture = canvasOf(picture);
+        this.origin = origin;
         this.facts.replaceChildren(...facts);
     }
 
@@ -41,7 +44,7 @@ class Tile {
         this.facts.textContent = text;
     }
 
-    /** Draws the part of the picture around a center, both in pixels of the picture. */
+    /** Draws the part of the image around a center. */
     draw(center, zoom) {
         const ratio = window.devicePixelRatio;
         this.canvas.width = Math.round(this.canvas.clientWidth * ratio);
@@ -53,8 +56,8 @@ class Tile {
         const context = this.canvas.getContext('2d');
         context.imageSmoothingEnabled = zoom < 1;
         context.imageSmoothingQuality = 'high';
-        const left = Math.round(this.canvas.width / 2 - center.x * scale);
-        const top = Math.round(this.canvas.height / 2 - center.y * scale);
+        const left = Math.round(this.canvas.width / 2 - (center.x - this.origin.x) * scale);
+        const top = Math.round(this.canvas.height / 2 - (center.y - this.origin.y) * scale);
         const width = this.picture.width * scale;
         const height = this.picture.height * scale;
         context.fillStyle = this.backdrop(context);
@@ -85,6 +88,7 @@ export class Comparison {
     #center = { x: 0, y: 0 };
     #zoom = 1;
     #section = null;
+    #timer = 0;
 
     constructor(workers) {
         this.workers = workers;
@@ -103,17 +107,15 @@ export class Comparison {
     }
 
     /** Opens the dialog with the image of a card. */
-    open(card, size) {
+    open(card) {
         this.#card = card;
         byId('compare-name').textContent = card.name;
-        const [width, height] = size;
-        this.#section = {
-            x: Math.max(0, Math.floor((width - SECTION_SIDE) / 2)), y: Math.max(0, Math.floor((height - SECTION_SIDE) / 2)),
-            width: Math.min(width, SECTION_SIDE), height: Math.min(height, SECTION_SIDE),
-        };
+        const { width, height } = card.size;
+        this.#center = { x: width / 2, y: height / 2 };
+        this.#section = this.#sectionAtCenter();
         const isSection = width > SECTION_SIDE || height > SECTION_SIDE;
         byId('compare-facts').textContent = `${width} × ${height}` +
-            (isSection ? `; the ${this.#section.width} × ${this.#section.height} pixels in the middle are shown` : '');
+            (isSection ? `; ${SECTION_SIDE} × ${SECTION_SIDE} pixels are shown at a time` : '');
         this.#tiles = [new Tile('original'), ...MODES.map((mode) => new Tile(titleOf(mode)))];
         this.#grid.replaceChildren(...this.#tiles.map((tile) => tile.element));
         this.#dialog.showModal();
@@ -122,18 +124,28 @@ export class Comparison {
         this.#convert();
     }
 
+    // The part of the image that is converted for the screen.
+    #sectionAtCenter() {
+        const start = (center, size) => Math.round(Math.min(Math.max(center - SECTION_SIDE / 2, 0), Math.max(size - SECTION_SIDE, 0)));
+        const { width, height } = this.#card.size;
+        return {
+            x: start(this.#center.x, width), y: start(this.#center.y, height),
+            width: Math.min(width, SECTION_SIDE), height: Math.min(height, SECTION_SIDE),
+        };
+    }
+
     #convert() {
         const { file } = this.#card.source;
         const view = this.#section;
         const [original, ...others] = this.#tiles;
         const how = { isUrgent: true, group: this };
         const show = (tile, work, factsOf) => work.then((result) => {
-            tile.setPicture(result.picture ?? result, factsOf(result));
+            tile.setPicture(result.picture ?? result, view, factsOf(result));
             this.#drawTile(tile);
         }, (error) => tile.setFailure(error.message));
         show(original, this.workers.run('original', { file, view }, how), () => ['as it is']);
         for (const [index, mode] of MODES.entries()) {
-            const options = { ...DEFAULTS, mode: mode[0], dither: mode[1], background: currentOptions().background };
+            const options = { ...DEFAULTS, mode: mode[0], dither: mode[1], background: backgroundFor(mode[0]) };
             show(others[index], this.workers.run('tile', { file, options, view }, how),
                 (result) => this.#factsOf(mode, result));
         }
@@ -149,10 +161,12 @@ export class Comparison {
     #choose(mode, dither) {
         this.#dialog.close();
         chooseMode(mode, dither);
+        byId('mode').focus();
     }
 
     #stop() {
-        this.workers.cancel(this);
+        this.workers.cancel([this]);
+        clearTimeout(this.#timer);
         this.#tiles = [];
         this.#grid.replaceChildren();
         this.#card.element.querySelector('.row button:last-child')?.focus();
@@ -170,10 +184,22 @@ export class Comparison {
     }
 
     #moveTo(x, y) {
-        this.#center = {
-            x: Math.min(Math.max(x, 0), this.#section.width), y: Math.min(Math.max(y, 0), this.#section.height),
-        };
+        const { width, height } = this.#card.size;
+        this.#center = { x: Math.min(Math.max(x, 0), width), y: Math.min(Math.max(y, 0), height) };
         this.#draw();
+        clearTimeout(this.#timer);
+        this.#timer = setTimeout(() => this.#follow(), FOLLOW_DELAY);
+    }
+
+    // Converts another section if the center has come near the edge of this one.
+    #follow() {
+        const next = this.#sectionAtCenter();
+        const distance = Math.max(Math.abs(next.x - this.#section.x), Math.abs(next.y - this.#section.y));
+        if (distance > SECTION_SIDE / 4) {
+            this.#section = next;
+            this.workers.cancel([this]);
+            this.#convert();
+        }
     }
 
     #setZoom(zoom) {
@@ -191,7 +217,7 @@ export class Comparison {
         const { clientWidth, clientHeight } = this.#tiles[0].canvas;
         const fitting = ZOOMS.filter((zoom) => width * zoom <= clientWidth && height * zoom <= clientHeight);
         this.#zoom = fitting.at(-1) ?? ZOOMS[0];
-        this.#moveTo(width / 2, height / 2);
+        this.#moveTo(this.#section.x + width / 2, this.#section.y + height / 2);
     }
 
     #key(event) {
@@ -208,15 +234,16 @@ export class Comparison {
     }
 
     #drag(event) {
-        if (!(event.target instanceof HTMLCanvasElement)) {
+        const canvas = event.target;
+        if (!(canvas instanceof HTMLCanvasElement) || event.button !== 0 || canvas.onpointermove !== null) {
             return;
         }
         const start = { x: event.clientX, y: event.clientY, center: this.#center };
-        event.target.setPointerCapture(event.pointerId);
-        event.target.onpointermove = (moved) => this.#moveTo(start.center.x - (moved.clientX - start.x) / this.#zoom,
+        canvas.setPointerCapture(event.pointerId);
+        canvas.onpointermove = (moved) => this.#moveTo(start.center.x - (moved.clientX - start.x) / this.#zoom,
             start.center.y - (moved.clientY - start.y) / this.#zoom);
-        event.target.onpointerup = () => {
-            event.target.onpointermove = null;
+        canvas.onlostpointercapture = () => {
+            canvas.onpointermove = null;
         };
     }
 

@@ -10,13 +10,17 @@ export const DEFAULTS = {
     mode: '', dither: 'none', background: '', rotation: 0, alphaOnly: false, keepColors: false, palette: true,
 };
 
+/** The background that the user has chosen, if a mode has one. */
+export function backgroundFor(mode) {
+    return byId('has-background').checked && MODES_WITH_BACKGROUND.includes(mode) ? byId('background').value : '';
+}
+
 export function currentOptions() {
     const mode = byId('mode').value;
-    const usesBackground = byId('has-background').checked && MODES_WITH_BACKGROUND.includes(mode);
     return {
         mode,
         dither: DITHERED_MODES.includes(mode) ? byId('dither').value : 'none',
-        background: usesBackground ? byId('background').value : '',
+        background: backgroundFor(mode),
         rotation: byId('rotation').checked ? 90 : 0,
         alphaOnly: byId('alpha-only').checked && ['', 'A8'].includes(mode),
         keepColors: byId('keep-colors').checked,

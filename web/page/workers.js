@@ -1,24 +1,23 @@
-// Runs jobs in workers, each in one. Jobs of a high priority go first. A broken worker is replaced.
+// Runs jobs in workers, one job in each. Urgent jobs go first. Workers start when a job needs them.
+import workerCode from './worker_code.js'; // scripts/web.sh makes it: the worker and its libraries as text
 
-// A worker gets the policy of the page only if the page makes its script.
-const entry = URL.createObjectURL(new Blob(
-    [`import ${JSON.stringify(new URL('../worker/worker.js', import.meta.url).href)};`], { type: 'text/javascript' }));
+// The script is made here, for two reasons: a worker of such a script has the policy of the page, and a new worker
+// needs no connection.
+const script = URL.createObjectURL(new Blob([workerCode], { type: 'text/javascript' }));
 
 // Two images are decoded at once. Each may need a gigabyte.
-const MAX_WORKERS = 2;
+const MAX_WORKERS = Math.max(1, Math.min(2, (navigator.hardwareConcurrency ?? 2) - 1));
+
+// The memory of a module never shrinks. Above this size a worker is replaced after its job.
+const MAX_KEPT_BYTES = 256 * 1024 * 1024;
+
+const LOAD_FAILURE = 'The converter does not run in this browser. Chrome 97, Firefox 114, Safari 16 and later versions work.';
 
 export class Workers {
     #idle = [];
     #busy = new Map(); // worker -> job
     #waiting = [];
     #lastId = 0;
-
-    constructor() {
-        const count = Math.max(1, Math.min(MAX_WORKERS, (navigator.hardwareConcurrency ?? 2) - 1));
-        for (let i = 0; i < count; i++) {
-            this.#idle.push(this.#start());
-        }
-    }
 
     /**
      * Runs a job of worker.js.
@@ -27,73 +26,72 @@ export class Workers {
      */
     run(kind, request, { isUrgent = false, onStep = () => {}, group = null } = {}) {
         return new Promise((resolve, reject) => {
-            const job = { id: ++this.#lastId, kind, request, onStep, group, resolve, reject };
-            if (isUrgent) {
-                const place = this.#waiting.findIndex((other) => !other.isUrgent);
-                this.#waiting.splice(place === -1 ? this.#waiting.length : place, 0, { ...job, isUrgent });
-            } else {
-                this.#waiting.push(job);
-            }
+            const job = { id: ++this.#lastId, kind, request, isUrgent, onStep, group, resolve, reject };
+            const place = isUrgent ? this.#waiting.findIndex((other) => !other.isUrgent) : -1;
+            this.#waiting.splice(place === -1 ? this.#waiting.length : place, 0, job);
             this.#next();
         });
     }
 
-    /** Drops the jobs of a group that wait, and stops those that run. */
-    cancel(group) {
-        this.#waiting = this.#waiting.filter((job) => job.group !== group);
-        for (const [worker, job] of this.#busy) {
-            if (job.group === group) {
-                this.#replace(worker);
+    /** Drops the jobs of groups that wait, and stops those that run. */
+    cancel(groups) {
+        const canceled = new Set(groups);
+        this.#waiting = this.#waiting.filter((job) => !canceled.has(job.group));
+        for (const [worker, job] of [...this.#busy]) {
+            if (canceled.has(job.group)) {
+                this.#end(worker);
             }
         }
         this.#next();
     }
 
-    #start() {
-        const worker = new Worker(entry, { type: 'module' });
-        worker.onmessage = ({ data }) => this.#receive(worker, data);
-        worker.onerror = () => this.#fail(worker, 'The converter could not be loaded, or ended unexpectedly.');
-        return worker;
-    }
-
-    #replace(worker) {
-        worker.terminate();
-        this.#busy.delete(worker);
-        this.#idle.push(this.#start());
-    }
-
-    #fail(worker, text) {
-        const job = this.#busy.get(worker);
-        if (job !== undefined) {
-            this.#replace(worker);
-            job.reject(new Error(text));
-            this.#next();
+    #next() {
+        while (this.#waiting.length > 0 && this.#busy.size < MAX_WORKERS) {
+            const worker = this.#idle.pop() ?? this.#start();
+            const job = this.#waiting.shift();
+            this.#busy.set(worker, job);
+            worker.postMessage({ id: job.id, kind: job.kind, request: job.request });
         }
     }
 
-    #receive(worker, { id, step, result, error, isBroken }) {
+    #start() {
+        const worker = new Worker(script, { type: 'module' });
+        worker.onmessage = ({ data }) => this.#receive(worker, data);
+        worker.onerror = () => {
+            const job = this.#busy.get(worker);
+            this.#end(worker);
+            job?.reject(new Error(LOAD_FAILURE));
+            this.#next();
+        };
+        return worker;
+    }
+
+    #end(worker) {
+        worker.terminate();
+        this.#busy.delete(worker);
+        this.#idle = this.#idle.filter((other) => other !== worker);
+    }
+
+    #receive(worker, { id, step, result, error, isBroken, memory }) {
         const job = this.#busy.get(worker);
         if (job?.id !== id) {
             return;
         }
         if (step !== undefined) {
             job.onStep(step);
-        } else if (isBroken) {
-            this.#fail(worker, error);
+            return;
+        }
+        this.#busy.delete(worker);
+        if (isBroken || memory > MAX_KEPT_BYTES) {
+            this.#end(worker);
         } else {
-            this.#busy.delete(worker);
             this.#idle.push(worker);
-            error === undefined ? job.resolve(result) : job.reject(new Error(error));
-            this.#next();
         }
-    }
-
-    #next() {
-        while (this.#idle.length > 0 && this.#waiting.length > 0) {
-            const worker = this.#idle.pop();
-            const job = this.#waiting.shift();
-            this.#busy.set(worker, job);
-            worker.postMessage({ id: job.id, kind: job.kind, request: job.request });
+        if (error === undefined) {
+            job.resolve(result);
+        } else {
+            job.reject(new Error(error));
         }
+        this.#next();
     }
 }

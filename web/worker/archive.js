@@ -5,6 +5,8 @@ import { Deflate } from 'pako';
 const LEVEL = 6;
 const PIECE_BYTES = 1 << 20;
 const DEFLATED = 8; // the compression method of the entry
+const MAX_FILES = 65535; // a zip archive counts them in 16 bits, and bytes in 32
+const MAX_BYTES = 0xffffffff;
 
 // An entry of an archive. pako compresses it: the streams of fflate 0.8.3 can have distances that are too far back.
 class Entry extends ZipPassThrough {
@@ -21,6 +23,11 @@ class Entry extends ZipPassThrough {
             this.ondata(null, new Uint8Array(0), true);
         }
     }
+}
+
+/** Whether one archive can hold the files. */
+export function fitsArchive(files) {
+    return files.length <= MAX_FILES && files.reduce((sum, file) => sum + file.content.size, 0) <= MAX_BYTES;
 }
 
 /**

@@ -6,6 +6,7 @@ import { Inflate, deflate } from 'pako';
 
 const SIGNATURE = [0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a];
 const FRAMING_BYTES = 12; // length, type and CRC of a chunk
+const ZLIB_WINDOW_BITS = 15; // pako's default also takes gzip
 const PIECE_BYTES = 65536; // of compressed data; it inflates to at most 1032 times as many bytes
 
 // The passes of an interlaced image: first pixel, and distances.
@@ -71,7 +72,7 @@ function sizeOf(pass, image) {
 // The first `size` bytes of inflated data. What follows is not inflated: it may be of any size. Like libpng, it rejects
 // a wrong checksum only if the stream ends with these bytes.
 function inflated(data, size) {
-    const inflator = new Inflate({ chunkSize: size });
+    const inflator = new Inflate({ chunkSize: size, windowBits: ZLIB_WINDOW_BITS });
     let rows = null;
     inflator.onData = (piece) => {
         rows ??= piece;

@@ -1,7 +1,7 @@
 // Runs the converter. The page sends one job at a time; the answer is a message with `result` or `error`, and before it
 // any number of messages with `step`.
-import createModule from './pngslab_module.js';
-import { archiveOf } from './archive.js';
+import createModule from 'pngslab_module'; // scripts/web.sh compiles it
+import { archiveOf, fitsArchive } from './archive.js';
 import { compress, decodeRows } from './png_library.js';
 
 // The rows of the job's file. The module asks for them up to three times.
@@ -14,10 +14,18 @@ function rowsOfJob(file) {
 
 const ready = createModule({ decodeRows: rowsOfJob, compress });
 
-const bytesOf = async (file) => new Uint8Array(await file.arrayBuffer());
-
-// A failure of the converter has a code; other failures are defects.
+// A failure that is no defect of the page.
 class Rejected extends Error {}
+
+// Drawn pixels need up to four times as many bytes as a surface file, and the module has 4 GiB.
+const MAX_FILE_BYTES = 512 * 1024 * 1024;
+
+async function bytesOf(file) {
+    if (file.size > MAX_FILE_BYTES) {
+        throw new Rejected('The file is larger than 512 MiB.');
+    }
+    return new Uint8Array(await file.arrayBuffer());
+}
 
 function checked(answer) {
     if (answer.error !== undefined) {
@@ -91,6 +99,9 @@ const jobs = {
     },
 
     async archive({ files }, module, step) {
+        if (!fitsArchive(files)) {
+            throw new Rejected('an archive holds at most 65,535 files and 4 GiB; save the surfaces in parts');
+        }
         return archiveOf(files, (done) => step(`${done} of ${files.length} files`));
     },
 };
@@ -102,18 +113,21 @@ function textOf(error) {
     if (error instanceof DOMException) {
         return 'The browser cannot read the file. Was it changed or removed?';
     }
-    return error instanceof RangeError || error instanceof WebAssembly.RuntimeError
-        ? 'There is not enough memory in this browser.'
+    return error instanceof RangeError ? 'There is not enough memory in this browser.'
         : `The page has a defect: ${error.message}`;
 }
+
+// After any other failure the module is not trusted any more.
+const isExpected = (error) => error instanceof Rejected || error instanceof DOMException;
 
 self.onmessage = async ({ data: { id, kind, request } }) => {
     const step = (text) => self.postMessage({ id, step: text });
     try {
-        self.postMessage({ id, result: await jobs[kind](request, await ready, step) });
+        const module = await ready;
+        const result = await jobs[kind](request, module, step);
+        self.postMessage({ id, result, memory: module.HEAPU8.length });
     } catch (error) {
-        // After a fault in WebAssembly code the memory of the module is not trusted any more.
-        self.postMessage({ id, error: textOf(error), isBroken: error instanceof WebAssembly.RuntimeError });
+        self.postMessage({ id, error: textOf(error), isBroken: !isExpected(error) });
     } finally {
         rows = null;
     }
