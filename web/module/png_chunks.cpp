@@ -79,7 +79,7 @@ void readPalette(const Chunk& chunk, ImageChunks& image) {
         }
         return;
     }
-    image.transparency = {}; // libpng drops a tRNS chunk before PLTE
+    image.isKeyApplied = image.transparency.empty();
     const size_t usedEntries = std::min(size / kEntryBytes, size_t{1} << image.depth);
     for (size_t i = 0; i < usedEntries && image.colorType == kIndexedType; ++i) {
         const ByteView entry = chunk.content.subspan(i * kEntryBytes);
@@ -191,7 +191,7 @@ private:
     }
 
     ByteView mRest;
-    ImageChunks mImage = {};
+    ImageChunks mImage = {.isKeyApplied = true};
     bool mHasPalette = false, mHasData = false, mDataHasEnded = false;
 };
 

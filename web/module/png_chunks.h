@@ -17,7 +17,9 @@ struct ImageChunks {
     bool isInterlaced;
     std::vector<std::array<uint8_t, 3>> palette; ///< of indexed images: red, green, blue
     ByteView transparency; ///< content of tRNS, empty if it has another size than it should
-    Bytes file;            ///< a PNG of IHDR, IDAT and IEND
+    bool
+        isKeyApplied; ///< false if PLTE follows tRNS: libpng then keeps the key color and does not apply it
+    Bytes file; ///< a PNG of IHDR, IDAT and IEND
 };
 
 /// Reads the chunks as libpng does. A fault in a critical chunk is a rejection; a faulty ancillary chunk is ignored.

@@ -162,6 +162,9 @@ PngImage decodePng(ByteView file, const PngChanges& changes) {
         return withColors(source, std::move(image));
     }
     if (changes.keyToAlpha && image.colorType != kIndexedType && !source.transparency.empty()) {
+        if (!source.isKeyApplied) {
+            return image;
+        }
         return withAlphaForKey(raw, source, std::move(image));
     }
     keepTransparency(source, image);
