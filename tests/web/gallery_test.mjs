@@ -75,6 +75,7 @@ test('The keyboard opens a picture, zooms, moves to the next one and closes it',
         await page.getByRole('button', { name: 'Enlarge quill.surface' }).focus();
         await page.keyboard.press('Enter');
         await page.locator('#viewer[open]').waitFor();
+        await page.waitForFunction(() => document.getElementById('zoom').textContent !== ''); // it fits the picture first
         await page.keyboard.press('1');
         assert.equal(await page.locator('#zoom').textContent(), '1 ×');
         await page.keyboard.press('+');
