@@ -17,4 +17,4 @@ for word in "$@"; do
 done
 echo "Testing the pages in Chromium (some minutes)"
 cd "$tree"
-PNGSLAB_TOOL="$tree/build/dev/bin/slabtool" node --test --test-concurrency=1 --test-reporter=spec "${patterns[@]}" tests/web/
+PNGSLAB_TOOL="$tree/build/dev/bin/slabtool" node --test --test-concurrency=1 --test-reporter=spec "${patterns[@]}" tests/web/*_test.mjs

@@ -42,7 +42,7 @@ quietly cmake --build "$tree/build/web/module"
 # workers from text. The page's other scripts stay as they are.
 rm -rf "$site"
 mkdir -p "$site/page"
-cp "$tree/web/index.html" "$tree/web/style.css" "$site"
+cp "$tree/web/index.html" "$tree/web/style.css" "$tree/tools/slabtool/gallery/colors.css" "$site"
 cp "$tree"/web/page/*.js "$site/page"
 "$tree/web/node_modules/.bin/esbuild" "$tree/web/worker/worker.js" --bundle --format=esm --minify --log-level=warning \
     --alias:pngslab_module="$tree/build/web/module/pngslab_module.js" --legal-comments=inline --charset=utf8 \

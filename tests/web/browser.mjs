@@ -5,6 +5,7 @@ import { createServer } from 'node:http';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { extname, join, normalize } from 'node:path';
+import { after, before } from 'node:test';
 import { fileURLToPath } from 'node:url';
 
 export const tree = fileURLToPath(new URL('../..', import.meta.url));
@@ -32,6 +33,20 @@ export async function serve() {
 export async function launch() {
     const { chromium } = require('playwright-core');
     return chromium.launch({ executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', args: ['--no-sandbox'] });
+}
+
+/** A server and a browser for the tests of a file. They are there while the tests run. */
+export function testTools() {
+    const tools = {};
+    before(async () => {
+        tools.server = await serve();
+        tools.browser = await launch();
+    });
+    after(async () => {
+        await tools.browser.close();
+        tools.server.close();
+    });
+    return tools;
 }
 
 /** Calls `work` with the path of a scratch folder. */

@@ -3,9 +3,9 @@ import assert from 'node:assert/strict';
 import { execFile } from 'node:child_process';
 import { copyFile, mkdir, readFile, readdir, writeFile } from 'node:fs/promises';
 import { basename, join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { rareImages } from './png_maker.mjs';
-import { convertAll, inScratchFolder, launch, require, serve, setOptions, tree } from './browser.mjs';
+import { convertAll, inScratchFolder, require, setOptions, testTools, tree } from './browser.mjs';
 
 const { unzipSync } = require('fflate');
 const slabtool = process.env.PNGSLAB_TOOL;
@@ -14,17 +14,7 @@ const PICTURES = ['samples/quill.png', 'samples/seal.png', 'docs/drawing.png', '
     'docs/postcard.png'];
 const SEEDS = 'fuzz/corpus/fuzz_png_against_libpng_seed_corpus.zip';
 
-let server;
-let browser;
-
-before(async () => {
-    server = await serve();
-    browser = await launch();
-});
-after(async () => {
-    await browser.close();
-    server.close();
-});
+const tools = testTools();
 
 /** Puts the samples, the pictures of the documents, the images of the fuzzers and rare images into a folder. */
 async function gatherImages(folder) {
@@ -55,9 +45,9 @@ async function convertedByTool(images, options, output) {
 
 /** The files in the archive of the page, by name. */
 async function convertedByPage(images, options) {
-    const page = await browser.newPage();
+    const page = await tools.browser.newPage();
     try {
-        await page.goto(server.address);
+        await page.goto(tools.server.address);
         await setOptions(page, options);
         await convertAll(page, (await readdir(images)).map((name) => join(images, name)));
         const download = page.waitForEvent('download');

@@ -3,17 +3,13 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { copyFile, writeFile } from 'node:fs/promises';
 import { basename, join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { pathToFileURL } from 'node:url';
-import { axeScript, inScratchFolder, launch, tree } from './browser.mjs';
+import { axeScript, inScratchFolder, testTools, tree } from './browser.mjs';
 
 const slabtool = process.env.PNGSLAB_TOOL;
 
-let browser;
-before(async () => {
-    browser = await launch();
-});
-after(() => browser.close());
+const tools = testTools();
 
 /** Calls `work` with a gallery of two images, their surfaces, and two files that cannot be drawn. */
 async function onGallery(work, settings = {}) {
@@ -26,7 +22,7 @@ async function onGallery(work, settings = {}) {
         await writeFile(join(folder, 'text.png'), 'no image');
         const gallery = join(folder, 'gallery.html');
         execFileSync(slabtool, ['gallery', '--quiet', '--images', folder, '-o', gallery]);
-        const context = await browser.newContext(settings);
+        const context = await tools.browser.newContext(settings);
         const page = await context.newPage();
         const requests = [];
         page.on('request', (request) => request.url().startsWith('data:') || requests.push(request.url()));

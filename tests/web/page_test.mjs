@@ -2,35 +2,26 @@
 import assert from 'node:assert/strict';
 import { mkdir, readFile, readdir, stat, writeFile } from 'node:fs/promises';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { gzipSync } from 'node:zlib';
-import { axeScript, convertAll, inScratchFolder, launch, require, serve, setOptions, site, tree, waitUntilDone } from './browser.mjs';
+import { axeScript, convertAll, inScratchFolder, require, setOptions, site, testTools, tree, waitUntilDone } from './browser.mjs';
 import { grayPng } from './png_maker.mjs';
 
 const { unzipSync } = require('fflate');
 const QUILL = join(tree, 'samples/quill.png');
 const SEAL = join(tree, 'samples/seal.png');
 
-let server;
-let browser;
-before(async () => {
-    server = await serve();
-    browser = await launch();
-});
-after(async () => {
-    await browser.close();
-    server.close();
-});
+const tools = testTools();
 
 /** Calls `work` with a new page, and fails if the page reported an error. */
 async function onPage(work, settings = {}) {
-    const context = await browser.newContext(settings);
+    const context = await tools.browser.newContext(settings);
     const page = await context.newPage();
     const errors = [];
     page.on('pageerror', (error) => errors.push(error.message));
     page.on('console', (message) => message.type() === 'error' && errors.push(message.text()));
     try {
-        await page.goto(server.address);
+        await page.goto(tools.server.address);
         await work(page);
         assert.deepEqual(errors, []);
     } finally {
@@ -235,14 +226,14 @@ test('Removing a file ends its worker, and the next one needs no connection', as
             const started = page.waitForEvent('worker');
             await page.setInputFiles('#file-input', [large]);
             const worker = await started;
-            const requests = server.requests.length;
+            const requests = tools.server.requests.length;
             const ended = worker.waitForEvent('close');
             await page.getByRole('button', { name: 'Remove large.png' }).click();
             await ended;
             assert.equal(await page.locator('.card').count(), 0);
             await convertAll(page, [QUILL]);
             await cardOf(page, 'quill.png').getByText('Surface of 92,948 bytes').waitFor();
-            assert.equal(server.requests.length, requests);
+            assert.equal(tools.server.requests.length, requests);
         });
     });
 });
@@ -350,11 +341,11 @@ test('The keyboard reaches everything', async () => {
 test('After loading the page opens no connection, and its policy forbids them', async () => {
     await onPage(async (page) => {
         await convertAll(page, [QUILL]);
-        const before = server.requests.length;
+        const before = tools.server.requests.length;
         await setOptions(page, { mode: 'ARGB4444', dither: 'ordered' });
         await waitUntilDone(page);
         await savedBy(page, () => page.getByRole('button', { name: 'Download all' }).click());
-        assert.equal(server.requests.length, before);
+        assert.equal(tools.server.requests.length, before);
     });
     await onPage(async (page) => {
         const blocked = await page.evaluate(async () => {
