@@ -170,6 +170,22 @@ TEST_F(Convert, AlignsRows) {
     EXPECT_EQ(20U + 24U, surface.size());
 }
 
+TEST_F(Convert, AlignsRowsOfRotatedImages) {
+    const byte_vector picture = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+    for (const auto& [width, height] : {std::pair(5U, 2U), std::pair(2U, 5U)}) {
+        const byte_vector image = png().gray(width, height).pixels(picture).bytes();
+        const byte_vector exact = convert(image, {"--rotation", "90"});
+        const byte_vector aligned = convert(image, {"--rotation", "90", "--row-alignment", "8"});
+        ASSERT_LE(20 + picture.size(), exact.size());
+        ASSERT_EQ(20U + 8U * width, aligned.size()) << "a stored row for each column";
+        EXPECT_EQ(slice(exact, 0, 16), slice(aligned, 0, 16)) << "rotation, mode and size";
+        for (size_t row = 0; row < width; ++row) {
+            EXPECT_EQ(slice(exact, 20 + row * height, height), slice(aligned, 20 + row * 8, height))
+                << width << " x " << height << ", stored row " << row;
+        }
+    }
+}
+
 TEST_F(Convert, KeepsSubfolders) {
     write("images/a.png", png().rgb(4, 4).bytes());
     write("images/deep/er/b.PNG", png().gray(4, 4).bytes());

@@ -62,8 +62,12 @@ void checkPadding(uint64_t rows, const ConversionRequest& request) {
 Bytes withRowAlignment(const DsSurface& surface, uint32_t alignment) {
     const auto allocate = [](size_t count) -> void* { return new uint8_t[count](); };
     const auto release = [](void* block) { delete[] static_cast<uint8_t*>(block); };
-    DsSurface aligned(surface.getWidth(), surface.getHeight(), surface.getRotation(),
-                      surface.getColorMode(), 0, 0, allocate, release, alignment, 0);
+    int32_t callerWidth = 0;
+    int32_t callerHeight = 0;
+    surface.getSize(callerWidth, callerHeight); // the constructor exchanges them again
+    DsSurface aligned(callerWidth, callerHeight, surface.getRotation(), surface.getColorMode(), 0,
+                      0, allocate, release, alignment, 0);
+    assert(aligned.getWidth() == surface.getWidth());
     const auto width = static_cast<uint64_t>(surface.getWidth());
     for (uint64_t y = 0; y < static_cast<uint64_t>(surface.getHeight()); ++y) {
         std::copy_n(surface.getPixels() + y * surface.getStride(),
