@@ -13,7 +13,7 @@ std::string takeToken(FuzzInput& input) {
     if (choice % 2 == 0) {
         return words[choice / 2 % 6];
     }
-    const std::vector<uint8_t> bytes = input.takeBytes(choice % 16);
+    const GuardedBytes bytes = input.takeBytes(choice % 16);
     return {bytes.begin(), bytes.end()};
 }
 

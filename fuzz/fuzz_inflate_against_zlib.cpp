@@ -8,17 +8,17 @@
 
 namespace {
 
-constexpr uint32_t kMaxOutput = 1 << 13;
+constexpr uint32_t kMaxOutput = 1 << 16;
 
 struct Outcome {
     bool complete;
     bool invalid;
     bool hasFixedBlock;        // a block of type 1, which this decoder rejects
     bool incompleteLengthCode; // accepted by this decoder in the header of a dynamic block
-    std::vector<uint8_t> bytes;
+    GuardedBytes bytes;
 };
 
-Outcome inflateHere(const std::vector<uint8_t>& data) {
+Outcome inflateHere(const GuardedBytes& data) {
     Outcome outcome = {};
     outcome.bytes.resize(kMaxOutput);
     const auto inflate = std::make_unique<inflate_t>();
@@ -35,7 +35,7 @@ Outcome inflateHere(const std::vector<uint8_t>& data) {
 
 // Decoding runs block by block, to read the type in each block header: zlib stops after a block and
 // reports how many bits of the last byte are unused.
-bool nextBlockIsFixed(const z_stream& zlib, const std::vector<uint8_t>& data) {
+bool nextBlockIsFixed(const z_stream& zlib, const GuardedBytes& data) {
     const size_t bit = zlib.total_in * 8 - static_cast<size_t>(zlib.data_type & 7);
     uint32_t header = 0;
     for (size_t i = 0; i < 3; ++i) {
@@ -47,7 +47,7 @@ bool nextBlockIsFixed(const z_stream& zlib, const std::vector<uint8_t>& data) {
     return header >> 1 == 1;
 }
 
-Outcome inflateWithZlib(std::vector<uint8_t> data) {
+Outcome inflateWithZlib(GuardedBytes data) {
     Outcome outcome = {};
     outcome.bytes.resize(kMaxOutput);
     z_stream zlib = {};
@@ -82,7 +82,7 @@ Outcome inflateWithZlib(std::vector<uint8_t> data) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    const std::vector<uint8_t> data(bytes, bytes + size);
+    const GuardedBytes data(bytes, bytes + size);
     const Outcome here = inflateHere(data);
     const Outcome zlib = inflateWithZlib(data);
     const size_t common = std::min(here.bytes.size(), zlib.bytes.size());

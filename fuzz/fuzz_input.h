@@ -1,12 +1,13 @@
 // Splits a fuzzer's bytes: a few decisions from the start, the rest as data.
 #pragma once
 
+#include "fuzz/guarded_memory.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <vector>
 
 class FuzzInput {
 public:
@@ -34,17 +35,20 @@ public:
 
     bool flag() { return (take<uint8_t>() & 1) != 0; }
 
-    /// Up to `count` of the next bytes, in heap memory of exactly their size, so that a sanitizer
-    /// detects every access outside.
-    std::vector<uint8_t> takeBytes(size_t count) {
+    /// Up to `count` of the next bytes, in a buffer of exactly their size.
+    template <typename Bytes = GuardedBytes>
+    Bytes takeBytes(size_t count) {
         const size_t taken = mSize < count ? mSize : count;
-        std::vector<uint8_t> bytes(mData, mData + taken);
+        Bytes bytes(mData, mData + taken);
         mData += taken;
         mSize -= taken;
         return bytes;
     }
 
-    std::vector<uint8_t> rest() { return takeBytes(mSize); }
+    template <typename Bytes = GuardedBytes>
+    Bytes rest() {
+        return takeBytes<Bytes>(mSize);
+    }
 
 private:
     const uint8_t* mData;

@@ -12,11 +12,11 @@ namespace {
 constexpr uint64_t kMaxBytes = 1 << 19;
 
 void* allocate(size_t byteCount) {
-    return std::calloc(1, byteCount);
+    return std::memset(allocateGuarded(byteCount), 0, byteCount);
 }
 
 struct Reader {
-    const std::vector<uint8_t>* file;
+    const GuardedBytes* file;
     size_t position;
 };
 
@@ -37,7 +37,7 @@ void leave(png_structp png, png_const_charp /*text*/) {
 
 // Reads the rows in the surface's layout. Returns false if libpng rejects the file. Errors jump, so this
 // function has no objects with destructors.
-bool readRows(png_structp png, png_infop info, std::vector<uint8_t>& pixels) {
+bool readRows(png_structp png, png_infop info, GuardedBytes& pixels) {
     if (setjmp(png_jmpbuf(png)) != 0) {
         return false;
     }
@@ -56,7 +56,7 @@ bool readRows(png_structp png, png_infop info, std::vector<uint8_t>& pixels) {
     return true;
 }
 
-bool decodeWithLibpng(const std::vector<uint8_t>& file, std::vector<uint8_t>& pixels) {
+bool decodeWithLibpng(const GuardedBytes& file, GuardedBytes& pixels) {
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, leave, ignoreWarning);
     png_infop info = png_create_info_struct(png);
     Reader reader = {&file, 0};
@@ -74,16 +74,16 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
-    const std::vector<uint8_t> file(bytes, bytes + size);
+    const GuardedBytes file(bytes, bytes + size);
     png_info_t info = {};
     if (png_decode(file.data(), file.size(), &info, nullptr) != kPngOk ||
         uint64_t{info.width} * info.height > kMaxBytes / 4) {
         return 0;
     }
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
-                      info.colorMode, info.paletteHasAlpha, info.paletteSize, allocate, std::free,
+                      info.colorMode, info.paletteHasAlpha, info.paletteSize, allocate, freeGuarded,
                       1, info.height);
-    std::vector<uint8_t> pixels;
+    GuardedBytes pixels;
     if (png_decode(file.data(), file.size(), &info, &surface) != kPngOk ||
         !decodeWithLibpng(file, pixels)) {
         return 0;

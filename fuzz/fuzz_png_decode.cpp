@@ -16,7 +16,7 @@ constexpr uint32_t kMaxSide = 50;
 constexpr size_t kDecisionBytes = 16; // before the file
 
 void* allocate(size_t byteCount) {
-    return std::calloc(1, byteCount);
+    return std::memset(allocateGuarded(byteCount), 0, byteCount);
 }
 
 bool isAffordable(const png_info_t& info) {
@@ -25,9 +25,9 @@ bool isAffordable(const png_info_t& info) {
            uint64_t{info.width} * info.height * pixelSize <= kMaxBytes;
 }
 
-int32_t decodeIntoFitting(const std::vector<uint8_t>& file, png_info_t info) {
+int32_t decodeIntoFitting(const GuardedBytes& file, png_info_t info) {
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
-                      info.colorMode, info.paletteHasAlpha, info.paletteSize, allocate, std::free,
+                      info.colorMode, info.paletteHasAlpha, info.paletteSize, allocate, freeGuarded,
                       1, info.height);
     return png_decode(file.data(), file.size(), &info, &surface);
 }
@@ -40,11 +40,11 @@ void selectAny(FuzzInput* decisions) {
 
 struct Outcome {
     int32_t result;
-    std::vector<uint8_t> pixels;
+    GuardedBytes pixels;
     bool operator==(const Outcome&) const = default;
 };
 
-Outcome decodeIntoAny(const std::vector<uint8_t>& file, FuzzInput decisions) {
+Outcome decodeIntoAny(const GuardedBytes& file, FuzzInput decisions) {
     const auto width = static_cast<int32_t>(decisions.take<uint8_t>() % kMaxSide);
     const auto height = static_cast<int32_t>(decisions.take<uint8_t>() % kMaxSide);
     const DsColorMode mode{decisions.take<uint8_t>() % 11U};
@@ -53,7 +53,7 @@ Outcome decodeIntoAny(const std::vector<uint8_t>& file, FuzzInput decisions) {
     const uint32_t alignment = decisions.take<uint8_t>() % 40U;
     const uint64_t extraBytes = decisions.take<uint16_t>() % 2048U;
     DsSurface surface(width, height, decisions.take<uint16_t>(), mode, paletteHasAlpha, paletteSize,
-                      allocate, std::free, alignment, extraBytes);
+                      allocate, freeGuarded, alignment, extraBytes);
     png_info_t info = {};
     const int32_t result = png_decode(file.data(), file.size(), &info, &surface);
     return {result, {surface.getPixels(), surface.getPixels() + surface.getDataSize()}};
@@ -68,10 +68,10 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     FuzzInput input(bytes, size);
-    const std::vector<uint8_t> decisionBytes = input.takeBytes(kDecisionBytes);
+    const GuardedBytes decisionBytes = input.takeBytes(kDecisionBytes);
     FuzzInput decisions(decisionBytes.data(), decisionBytes.size());
     selectAny(&decisions);
-    const std::vector<uint8_t> file = input.rest();
+    const GuardedBytes file = input.rest();
     png_info_t info = {};
     const int32_t result = png_decode(file.data(), file.size(), &info, nullptr);
     if (result == kPngOk && isAffordable(info)) {

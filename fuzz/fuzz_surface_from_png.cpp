@@ -13,18 +13,18 @@ constexpr uint64_t kMaxPixels = 1 << 17;
 constexpr size_t kDecisionBytes = 2; // before the file
 
 // The surface file; empty if there is none.
-std::vector<uint8_t> convert(const std::vector<uint8_t>& png, bool alphaOnly, int32_t rotation) {
+GuardedBytes convert(const GuardedBytes& png, bool alphaOnly, int32_t rotation) {
     const std::unique_ptr<DsSurface> surface(
         surface_from_png(png.data(), png.size(), alphaOnly, rotation));
     if (surface == nullptr) {
         return {};
     }
-    std::vector<uint8_t> file(surface->serialize(nullptr));
+    GuardedBytes file(surface->serialize(nullptr));
     require(surface->serialize(file.data()) == file.size());
     return file;
 }
 
-bool isAffordable(const std::vector<uint8_t>& png) {
+bool isAffordable(const GuardedBytes& png) {
     png_info_t info = {};
     return png_decode(png.data(), png.size(), &info, nullptr) != kPngOk ||
            (info.width <= kMaxPixels && info.height <= kMaxPixels &&
@@ -42,7 +42,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     FuzzInput input(bytes, size);
     const bool alphaOnly = input.flag();
     const int32_t rotation = input.take<uint8_t>() % 4 * 90;
-    const std::vector<uint8_t> png = input.rest();
+    const GuardedBytes png = input.rest();
     if (isAffordable(png)) {
         require(convert(png, alphaOnly, rotation) == convert(png, alphaOnly, rotation));
     }

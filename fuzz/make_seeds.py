@@ -4,6 +4,7 @@
 The archives in the tree hold these seeds and what the fuzzers found from there, minimized.
 """
 
+import itertools
 import pathlib
 import random
 import struct
@@ -18,11 +19,11 @@ def chunk(name, data):
 
 
 def png(color_type, width, height, level, pieces=1, before=b"", filters=(0, 1, 2, 3, 4),
-        colors=bytes(range(192))):
+        colors=bytes(range(192)), noise=4):
     rng = random.Random(color_type * 1000 + width)
     rows = b"".join(
         bytes([filters[y % len(filters)]]) +
-        bytes((x * 3 + y * 5 + rng.randrange(4)) & 255 for x in range(width * CHANNELS[color_type]))
+        bytes((x * 3 + y * 5 + rng.randrange(noise)) & 255 for x in range(width * CHANNELS[color_type]))
         for y in range(height))
     stream = zlib.compress(rows, level)
     cuts = [len(stream) * i // pieces for i in range(pieces + 1)]
@@ -45,6 +46,13 @@ def pngs():
     yield png(2, 4, 4, 0, before=chunk(b"PLTE", bytes(9)))
     yield png(3, 4, 4, 0, colors=bytes(257 * 3))
     yield png(6, 6, 3, 0, before=chunk(b"tEXt", b"Title\0seed"))
+
+
+def large_pngs():
+    """Many short rows and a few long ones: several wavefronts, and wavefronts in strips."""
+    for color_type in CHANNELS:
+        yield png(color_type, 200, 40, 9, pieces=2, filters=(1, 2, 3, 4, 4, 4, 4, 4, 3), noise=1)
+        yield png(color_type, 5000, 9, 9, filters=(4,), noise=1)
 
 
 def surfaces():
@@ -82,17 +90,30 @@ def streams():
                 packer.compress(data[200:]) + packer.flush()
 
 
+def large_streams():
+    """Several dynamic blocks, long and short matches, and literals: the fast loop runs several times."""
+    rng = random.Random(11)
+    words = [bytes(rng.randrange(97, 123) for _ in range(rng.randrange(2, 9))) for _ in range(300)]
+    text = b" ".join(rng.choice(words) for _ in range(6000))
+    noise = bytes(rng.randrange(200) for _ in range(6000))
+    for data in (text, noise + text[:9000] + noise[:3000], text[:20000] + bytes(30000)):
+        packer = zlib.compressobj(9, zlib.DEFLATED, -15, 2)
+        yield packer.compress(data) + packer.flush()
+
+
 def main():
     folder = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else "corpus")
     rng = random.Random(1)
     noise = [bytes(rng.randrange(256) for _ in range(length)) for length in (30, 90, 300, 600)]
     seeds = {
-        "fuzz_inflate": [struct.pack("<I", i * 77777) + s for i, s in enumerate(streams())],
-        "fuzz_inflate_against_zlib": list(streams()),
+        "fuzz_inflate": [struct.pack("<I", i * 77777) + s for i, s in enumerate(streams())] +
+                        [struct.pack("<I", 1) + s for s in large_streams()],
+        "fuzz_inflate_against_zlib": list(streams()) + list(large_streams()),
         "fuzz_png_decode": [bytes((i + 5, 9, 5, 1, 255, 0, 1, 40, 0, 0, 0, 0, 0, 0, 0, 0)) + p
-                            for i, p in enumerate(pngs())],
-        "fuzz_png_against_libpng": list(pngs()),
-        "fuzz_surface_from_png": [bytes((i & 1, i)) + p for i, p in enumerate(pngs())],
+                            for i, p in enumerate(itertools.chain(pngs(), large_pngs()))],
+        "fuzz_png_against_libpng": list(pngs()) + list(large_pngs()),
+        "fuzz_surface_from_png": [bytes((i & 1, i)) + p
+                                  for i, p in enumerate(itertools.chain(pngs(), large_pngs()))],
         "fuzz_slabtool": [bytes((i % 4 * 2,)) + p for i, p in enumerate(pngs())] +
                          [b"\1" + s for s in surfaces()] + list(requests()) + list(samples()),
         "fuzz_draw": noise,

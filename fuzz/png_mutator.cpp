@@ -15,7 +15,7 @@ using Bytes = std::vector<uint8_t>;
 using Random = std::minstd_rand;
 
 constexpr uint8_t kSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-constexpr size_t kMaxPixels = 1 << 15;
+constexpr size_t kMaxPixels = 1 << 17;
 
 struct Chunk {
     Bytes type; // four bytes
