@@ -29,6 +29,8 @@ public:
     explicit prefix_code(const code_lengths& lengths);
     /// Writes the code of `symbol`, most significant bit first.
     void put(bit_writer& writer, uint32_t symbol) const;
+    /// The code of a symbol that has one, as a number whose lowest bit is the last bit of the code.
+    uint32_t code(uint32_t symbol) const { return m_codes.at(symbol); }
 
 private:
     code_lengths m_lengths;
