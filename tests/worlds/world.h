@@ -22,7 +22,7 @@ public:
 
     /// Whether the next unit belongs to the slice that is tested.
     bool includesNext() { return mUnits++ % mStride == 0; }
-    /// Counts cases that have been compared with the model.
+    /// Counts cases that have been compared with the model. A case is one input on one backend.
     void count(uint64_t cases = 1) { mCases += cases; }
 
 private:
