@@ -162,7 +162,7 @@ struct alphabet_t {
 };
 
 void PrintTo(const alphabet_t& alphabet, std::ostream* stream) {
-    *stream << alphabet.symbols << " symbols of up to " << alphabet.longest << " bits";
+    *stream << alphabet.symbols << " of up to " << alphabet.longest << " bits";
 }
 
 class CodeLengthsWorld : public testing::TestWithParam<alphabet_t> {};
