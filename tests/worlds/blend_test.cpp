@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstring>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -112,12 +113,13 @@ private:
             ++column;
         }
         const Blend blend = neighborhood.at(row, column);
-        return testing::AssertionFailure()
-               << modeName(mode) << " over ARGB8888, " << neighborhood.name << ", row " << row
-               << ", column " << column << std::hex << ": target level 0x" << blend.targetLevel
-               << ", alpha 0x" << blend.targetAlpha << ", source level 0x" << blend.sourceLevel
-               << ", alpha 0x" << blend.sourceAlpha << ": expected pixel 0x" << mExpected[column]
-               << ", got 0x" << mTarget[column];
+        std::ostringstream text; // an AssertionResult does not keep std::hex
+        text << modeName(mode) << " over ARGB8888, " << neighborhood.name << ", row " << row
+             << ", column " << column << std::hex << ": target level 0x" << blend.targetLevel
+             << ", alpha 0x" << blend.targetAlpha << ", source level 0x" << blend.sourceLevel
+             << ", alpha 0x" << blend.sourceAlpha << ": expected pixel 0x" << mExpected[column]
+             << ", got 0x" << mTarget[column];
+        return testing::AssertionFailure() << text.str();
     }
 
     std::vector<uint32_t> mBefore, mSource, mExpected, mTarget;
