@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs the exhaustive tests of small worlds: every blend, every group of PNG filters, every short DEFLATE stream, every
 # small prefix code, every clip and position on a small surface, every split of a small input, each against its model.
-# Prints one line for each world: the number of cases and the time. Takes about 15 minutes with two processors.
+# Prints one line for each world: the number of cases and the time. Takes about 15 minutes of processor time, which all
+# processors share.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 reject_arguments "$@"
