@@ -7,7 +7,7 @@ reject_arguments "$@"
 require_root
 
 "$tree/scripts/package.sh"
-install_missing debootstrap lintian
+install_missing debootstrap lintian binutils
 # The owner decides on the copyright file and the maintainer's address. The spelling check reads neighboring pieces of
 # constants in a program as one word.
 ignored=no-copyright-file,malformed-contact,bogus-mail-host-in-debian-changelog,spelling-error-in-binary
@@ -16,6 +16,30 @@ lintian --allow-root --display-info --fail-on error,warning,info --suppress-tags
     "$tree"/build/package/*.deb
 bare=$(mktemp -d)
 trap 'as_root rm -rf --one-file-system "$bare"' EXIT
+
+# Fails unless the installed program $1 has what every program here must have: a random address, and no memory that is
+# writable and executable, or that the linker fills later.
+check_program() {
+    local headers dynamic
+    headers=$(readelf --wide --file-header --program-headers "$bare$1")
+    dynamic=$(readelf --wide --dynamic "$bare$1")
+    grep -q 'Type: *DYN' <<<"$headers" || fail "$1 is not position-independent"
+    grep -q 'GNU_RELRO' <<<"$headers" || fail "$1 has no read-only relocations"
+    grep -q 'GNU_STACK.* RW ' <<<"$headers" || fail "$1 has an executable stack"
+    ! grep -q ' RWE ' <<<"$headers" || fail "$1 has writable code"
+    grep -q 'BIND_NOW' <<<"$dynamic" || fail "$1 binds symbols late"
+    ! grep -qE 'R(UN)?PATH' <<<"$dynamic" || fail "$1 has a path for libraries"
+    [ "$(uname -m)" != x86_64 ] || objdump --disassemble --section=.text "$bare$1" | grep endbr64 >"$bare/targets" ||
+        fail "$1 has no marked targets of indirect jumps"
+}
+
+# Fails unless the installed program $1 calls the function of the C or C++ library that reports a failed check.
+check_calls() {
+    local function
+    for function in "${@:2}"; do
+        readelf --wide --dyn-syms "$bare$1" | grep "$function" >"$bare/calls" || fail "$1 never calls $function"
+    done
+}
 
 inside() {
     as_root chroot "$bare" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin \
@@ -42,6 +66,11 @@ inside /root/other /root/quill.png
 
 quietly inside apt-get install -y --no-install-recommends man-db
 inside sh -c 'man -P cat slabtool | grep -q "inspect surface files"'
+
+echo "Hardening"
+check_program /usr/bin/pngslab
+check_program /usr/bin/slabtool
+check_calls /usr/bin/slabtool __stack_chk_fail __printf_chk __glibcxx_assert_fail
 
 echo "Removal"
 quietly inside dpkg --purge libquillory-dev slabtool pngslab
