@@ -11,6 +11,7 @@ if [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
         date --utc --date="$(sed -n 's/^## .* - //p' "$tree/CHANGELOG.md" | head -n 1)" +%s)
     export SOURCE_DATE_EPOCH
 fi
+umask 022 # cpack writes the modes of its own files into the packages
 configure package
 build package
 cd "$tree/build/package"
