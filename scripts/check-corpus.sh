@@ -19,21 +19,12 @@ packages=(tango-icon-theme oxygen-icon-theme mate-backgrounds desktop-base)
 fetch() {
     echo "Fetching ${packages[*]}"
     rm -rf "$folder"
-    mkdir -p "$folder"/{fetched,icons,conformance}
+    mkdir -p "$folder"/{fetched,icons}
     (cd "$folder/fetched" && quietly apt-get download "${packages[@]}")
     for package in "$folder"/fetched/*.deb; do
         dpkg -x "$package" "$folder/icons"
     done
-    echo "Fetching the sources of libpng"
-    # The script has its own package indexes and leaves those of the machine alone.
-    write_source_entries "$folder/sources"
-    mkdir -p "$folder"/{lists,cache/archives}/partial
-    apt=(apt-get -o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$folder/sources"
-        -o "Dir::State::Lists=$folder/lists" -o "Dir::Cache=$folder/cache")
-    quietly "${apt[@]}" update
-    (cd "$folder/conformance" && quietly "${apt[@]}" source --download-only --tar-only libpng1.6 &&
-        tar --extract --wildcards --file libpng1.6_*.orig.tar.* '*/contrib/pngsuite/*.png' '*/contrib/testpngs/*.png')
-    rm -rf "$folder"/{sources,lists,cache}
+    fetch_conformance_images "$folder/conformance"
     touch "$folder/complete"
 }
 

@@ -157,6 +157,24 @@ write_source_entries() {
     done
 }
 
+# Puts the conformance images of libpng's source package into the folder $1.
+fetch_conformance_images() {
+    local apt partial="$1.partial"
+    install_missing dpkg-dev
+    echo "Fetching the sources of libpng"
+    # The download has its own package indexes and leaves those of the machine alone.
+    rm -rf "$1" "$partial"
+    write_source_entries "$partial/sources"
+    mkdir -p "$partial"/{lists,cache/archives}/partial "$partial/images"
+    apt=(apt-get -o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$partial/sources"
+        -o "Dir::State::Lists=$partial/lists" -o "Dir::Cache=$partial/cache")
+    quietly "${apt[@]}" update
+    (cd "$partial/images" && quietly "${apt[@]}" source --download-only --tar-only libpng1.6 &&
+        tar --extract --wildcards --file libpng1.6_*.orig.tar.* '*/contrib/pngsuite/*.png' '*/contrib/testpngs/*.png')
+    mv "$partial/images" "$1"
+    rm -rf "$partial"
+}
+
 # ---- Compilers
 
 # Whether version $1 is at least version $2.
