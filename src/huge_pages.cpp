@@ -3,8 +3,10 @@
 #include "src/internal/huge_pages.h"
 
 #include <cstdint>
+#if __has_include(<sys/mman.h>) // Windows has none
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
 
 void ds_detail::askForHugePages([[maybe_unused]] void* buffer,
                                 [[maybe_unused]] size_t size) noexcept {

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -163,8 +164,12 @@ std::unique_ptr<DsSurface> decode(File input, const Request& request) {
 }
 
 Buffer<uint32_t> serialize(const DsSurface& surface) {
-    const uint64_t size = surface.serialize(nullptr);
-    const uint64_t wordCount = size / sizeof(uint32_t);
+    const uint64_t fileSize = surface.serialize(nullptr);
+    if (!std::in_range<size_t>(fileSize)) { // on 32-bit machines
+        throw std::bad_alloc();
+    }
+    const auto size = static_cast<size_t>(fileSize);
+    const size_t wordCount = size / sizeof(uint32_t);
     Buffer<uint32_t> file = {std::make_unique_for_overwrite<uint32_t[]>(wordCount), size};
     ds_detail::askForHugePages(file.data.get(), size);
     // The surface does not write the padding after its last row. It is zeroed, so that the same image
