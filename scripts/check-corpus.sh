@@ -24,15 +24,15 @@ fetch() {
     for package in "$folder"/fetched/*.deb; do
         dpkg -x "$package" "$folder/icons"
     done
-    fetch_conformance_images "$folder/conformance"
     touch "$folder/complete"
 }
 
-folders=("$folder"/{icons,conformance})
 if [ "$*" = --installed ]; then
     folders=(/usr/share)
-elif [ ! -e "$folder/complete" ]; then
-    fetch
+else
+    [ -e "$folder/complete" ] || fetch
+    fetch_conformance_images
+    folders=("$folder/icons" "$conformance_images")
 fi
 
 configure dev

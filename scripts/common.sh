@@ -60,6 +60,8 @@ test_packages=(libgtest-dev zlib1g-dev "${tool_packages[@]}")
 declare -A evidence=(
     [dpkg-dev]=dpkg-shlibdeps [emscripten]=emcc [llvm]=llvm-profdata [nodejs]=node
     [gcc-arm-linux-gnueabihf]=arm-linux-gnueabihf-gcc [gcc-s390x-linux-gnu]=s390x-linux-gnu-gcc
+    [g++-arm-linux-gnueabihf]=arm-linux-gnueabihf-g++ [g++-s390x-linux-gnu]=s390x-linux-gnu-g++
+    [g++-mingw-w64-x86-64-posix]=x86_64-w64-mingw32-g++-posix [wine64]=/usr/lib/wine/wine64
     [groff-base]=groff [ninja-build]=ninja [openssh-client]=ssh [openssh-server]=/usr/sbin/sshd
     [libbenchmark-dev]=benchmark/benchmark.h [libchafa-dev]=chafa.pc [libcli11-dev]=CLI/CLI.hpp
     [libdeflate-dev]=libdeflate.h [libglib2.0-dev]=glib-2.0.pc [libgtest-dev]=gtest/gtest.h
@@ -157,13 +159,17 @@ write_source_entries() {
     done
 }
 
-# Puts the conformance images of libpng's source package into the folder $1.
+# Fetches the conformance images of libpng's source package into $conformance_images, once.
 fetch_conformance_images() {
-    local apt partial="$1.partial"
+    local apt partial="$tree/build/conformance.partial"
+    conformance_images="$tree/build/conformance"
+    if [ -d "$conformance_images" ]; then
+        return
+    fi
     install_missing dpkg-dev
     echo "Fetching the sources of libpng"
     # The download has its own package indexes and leaves those of the machine alone.
-    rm -rf "$1" "$partial"
+    rm -rf "$partial"
     write_source_entries "$partial/sources"
     mkdir -p "$partial"/{lists,cache/archives}/partial "$partial/images"
     apt=(apt-get -o Dir::Etc::SourceList=/dev/null -o "Dir::Etc::SourceParts=$partial/sources"
@@ -171,7 +177,7 @@ fetch_conformance_images() {
     quietly "${apt[@]}" update
     (cd "$partial/images" && quietly "${apt[@]}" source --download-only --tar-only libpng1.6 &&
         tar --extract --wildcards --file libpng1.6_*.orig.tar.* '*/contrib/pngsuite/*.png' '*/contrib/testpngs/*.png')
-    mv "$partial/images" "$1"
+    mv "$partial/images" "$conformance_images"
     rm -rf "$partial"
 }
 
@@ -262,4 +268,15 @@ make_bare_system() {
     echo "Making a bare Debian ($1, one minute)"
     as_root chmod 755 "$2" # users other than root must enter its root folder
     quietly as_root debootstrap --variant=minbase --cache-dir="$cache" "$1" "$2" "$from"
+}
+
+# Runs a command in the clone /root/pngslab of the bare system $1, in separate namespaces: no process and no mount
+# outlives it.
+inside_clone() {
+    unshare --mount --pid --fork --kill-child /bin/sh -c '
+        bare=$1 && shift
+        mount -t proc proc "$bare/proc" && mount -t sysfs sysfs "$bare/sys" && mount --rbind /dev "$bare/dev" &&
+            mount --bind "$1" "$bare/var/cache/apt/archives" && shift &&
+            exec chroot "$bare" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root \
+                /bin/sh -c "cd /root/pngslab && exec \"\$@\"" sh "$@"' sh "$1" "$cache" "${@:2}" </dev/null
 }

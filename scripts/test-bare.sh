@@ -27,16 +27,6 @@ install_missing debootstrap git
 bare=$(mktemp -d)
 trap 'rm -rf --one-file-system "$bare"' EXIT
 
-# Runs a command in the clone in the new system, in separate namespaces: no process and no mount outlives it.
-inside() {
-    unshare --mount --pid --fork --kill-child /bin/sh -c '
-        bare=$1 && shift
-        mount -t proc proc "$bare/proc" && mount -t sysfs sysfs "$bare/sys" && mount --rbind /dev "$bare/dev" &&
-            mount --bind "$1" "$bare/var/cache/apt/archives" && shift &&
-            exec chroot "$bare" /usr/bin/env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root \
-                /bin/sh -c "cd /root/pngslab && exec \"\$@\"" sh "$@"' sh "$bare" "$cache" "$@" </dev/null
-}
-
 make_bare_system "$suite" "$bare"
 quietly git clone --no-hardlinks "$tree" "$bare/root/pngslab"
 
@@ -44,13 +34,13 @@ mapfile -t commands < <(sed -nE '/^scripts\/(convert|test)\.sh/ { s/ *#.*//; p }
 [ ${#commands[@]} -eq 2 ] || fail "the README has ${#commands[@]} commands for a new machine, not 2"
 for command in "${commands[@]}"; do
     printf '\n%s$ %s\n' "$suite" "$command"
-    inside bash -c "$command"
+    inside_clone "$bare" bash -c "$command"
 done
 [ "$(stat --format %s "$bare/root/pngslab/quill.surface")" -eq 92948 ] || fail "the surface has the wrong size"
 
 if [ "$counts_instructions" -eq 1 ]; then
-    inside scripts/bench.sh --instructions
+    inside_clone "$bare" scripts/bench.sh --instructions
 fi
 if [ ${#variants[@]} -gt 0 ]; then
-    inside scripts/test-portable.sh "${variants[@]}"
+    inside_clone "$bare" scripts/test-portable.sh "${variants[@]}"
 fi

@@ -92,7 +92,8 @@ def main(seeds):
     with zipfile.ZipFile(pathlib.Path(__file__).with_name("images.zip"), "w") as archive:
         made = [image for kind in TYPES for image in images_of(kind)]
         for name, data in (*made, *special_images(), *images_of_fuzzer(seeds)):
-            archive.writestr(zipfile.ZipInfo(name), data, zipfile.ZIP_DEFLATED, 9) # with the earliest date that there is
+            entry = zipfile.ZipInfo(name) # with the earliest date that there is
+            archive.writestr(entry, data, zipfile.ZIP_DEFLATED, 9)
 
 
 if __name__ == "__main__":

@@ -14,7 +14,7 @@ PNGSLAB = os.environ["PNGSLAB_PROGRAM"]
 WRONG_CONVERTER = """
 import subprocess, sys
 words = sys.argv[1:]
-ended = subprocess.run([{program!r}, *words], stdout=subprocess.DEVNULL)
+ended = subprocess.run([{program!r}, *words])
 output = words[-1]
 {mistake}
 sys.exit(ended.returncode)
@@ -63,14 +63,23 @@ class SameBytes(unittest.TestCase):
                                          "        file.write(bytes([byte ^ 1]))")
         status, output = self.run_script("--reference", PNGSLAB, *converter)
         self.assertEqual(1, status)
-        self.assertRegex(output, r"^suite/seal.png --rotation 90: expected [0-9a-f]{16}, got [0-9a-f]{16}; byte 100 is ")
+        self.assertRegex(output, "^suite/seal.png --rotation 90: expected [0-9a-f]{16}, got [0-9a-f]{16}; byte 100 is ")
         self.assertIn("\n1 problems with 2 conversions of 1 images", output)
 
     def test_reports_a_rejection(self):
         self.record()
-        status, output = self.run_script(*self.wrong_converter("open(output, 'wb').close()\nsys.exit(1)"))
+        status, output = self.run_script(*self.wrong_converter("open(output, 'wb').close()\n"
+                                                               "print('ERROR: cannot decode PNG file')\n"
+                                                               "sys.exit(1)"))
         self.assertEqual(1, status)
         self.assertEqual(2, output.count(", got rejected"))
+
+    def test_takes_no_failure_of_an_emulator_for_a_rejection(self):
+        (self.images / "seal.png").write_bytes(b"broken")
+        self.record()
+        status, output = self.run_script(sys.executable, "-c", "import sys; sys.exit('no emulator')")
+        self.assertEqual(1, status)
+        self.assertEqual(2, output.count(": expected rejected, got status 1 and 0 bytes"))
 
     def test_reports_an_abnormal_end(self):
         self.record()
