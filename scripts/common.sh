@@ -58,6 +58,7 @@ test_packages=(libgtest-dev zlib1g-dev "${tool_packages[@]}")
 # The command, header or pkg-config module that proves a package's content to be there, whatever installed it. Packages
 # that are not listed bring a command of their own name.
 declare -A evidence=(
+    [bubblewrap]=bwrap
     [dpkg-dev]=dpkg-shlibdeps [emscripten]=emcc [llvm]=llvm-profdata [nodejs]=node
     [gcc-arm-linux-gnueabihf]=arm-linux-gnueabihf-gcc [gcc-s390x-linux-gnu]=s390x-linux-gnu-gcc
     [g++-arm-linux-gnueabihf]=arm-linux-gnueabihf-g++ [g++-s390x-linux-gnu]=s390x-linux-gnu-g++

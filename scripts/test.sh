@@ -8,7 +8,7 @@ reject_arguments "$@"
 
 install_missing g++ cmake make clang-format "${test_packages[@]}"
 # For the tests in Python: packages, completions, recipes, the schema of manifests.
-install_missing python3 python3-distributed python3-jsonschema dpkg-dev file zsh fish ninja-build parallel openssh-client rsync groff-base
+install_missing python3 python3-distributed python3-jsonschema dpkg-dev file zsh fish ninja-build parallel openssh-client rsync groff-base bubblewrap
 install_sshd
 
 # Other versions of clang-format break lines differently.
