@@ -38,6 +38,7 @@ REJECTED = "rejected"
 REJECTION = b"ERROR: cannot " # decode or read the file; an emulator that fails has the same status
 SKIPPED = 77 # SKIP_RETURN_CODE of ctest
 TIME_LIMIT = 300 # seconds for one image
+MAX_PRINTED = 20 # problems
 
 
 def checksum(data):
@@ -174,7 +175,8 @@ def main():
         problems += unlisted(images, entries)
     problems += [f"{name}: {outcome}" for name, outcomes in results.items() for outcome in outcomes
                  if outcome.startswith("status") and arguments.record]
-    print(*problems, sep="\n", end="\n" if problems else "")
+    for problem in problems[:MAX_PRINTED]:
+        print(problem)
     count = sum(map(len, results.values()))
     if problems:
         print(f"{len(problems)} problems with {count} conversions of {len(images)} images. If images are new or have "
