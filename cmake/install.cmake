@@ -27,6 +27,8 @@ if(PNGSLAB_TOOL)
   install(EXPORT QuillorySlabtool NAMESPACE Quillory:: FILE QuillorySlabtoolTargets.cmake
           DESTINATION ${quillory_package} COMPONENT slabtool)
   pngslab_install_page_and_completions(slabtool)
+  install(FILES ${PROJECT_BINARY_DIR}/slabtool.spdx.json DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/slabtool
+          COMPONENT slabtool)
 endif()
 
 # The option parser belongs to the converter and is not installed. File sets would create the folders of the headers, but
