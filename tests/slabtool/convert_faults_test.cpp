@@ -294,6 +294,29 @@ TEST_F(ConvertFaults, LittleMemorySufficesForFixedImages) {
     EXPECT_EQ(0, outcome.exitStatus) << outcome.output + outcome.errors;
 }
 
+// The most memory that an image of so many pixels may need, whatever its type and the options.
+TEST_F(ConvertFaults, SixteenBytesSufficeForEachPixel) {
+    constexpr uint32_t kSide = 2000;
+    constexpr uint64_t kMemory = kLittleMemory + 16 * uint64_t{kSide} * kSide;
+    write("gray.png", png().gray(kSide, kSide).pixels(data_kind::runs, 1).bytes());
+    write("fixed.png", png().rgba(kSide, kSide).plte({1, 2, 3}).pixels(data_kind::runs, 1).bytes());
+    write("rgba.png", png().rgba(kSide, kSide).pixels(data_kind::runs, 1).bytes());
+    for (const char* image : {"gray.png", "fixed.png", "rgba.png"}) {
+        for (const Names& options :
+             {Names{"--rotation", "90"}, Names{"--row-alignment", "64", "--rotation", "90"},
+              Names{"--mode", "ARGB8888", "--rotation", "90"},
+              Names{"--mode", "RGB565", "--dither", "floyd-steinberg", "--background", "#000000"},
+              Names{"--keep-colors"}}) {
+            Names arguments = {"convert", "--quiet", "--max-pixels",
+                               "9000000", image,     "out.surface"};
+            arguments.insert(arguments.end(), options.begin(), options.end());
+            const ProgramOutcome outcome = tool(arguments, {.addressSpace = kMemory});
+            EXPECT_EQ(0, outcome.exitStatus)
+                << image << ' ' << options.front() << ": " << outcome.output + outcome.errors;
+        }
+    }
+}
+
 TEST_F(ConvertFaults, LittleMemorySufficesForHugeSizesInOtherCommands) {
     write("huge.png", png().rgba(2, 2).declared_size(kMaxSide, 1).bytes());
     byte_vector surface = makeFileHeader(0, DsColorMode::ARGB8888, kMaxSide, 1, 0x80000000);
