@@ -6,8 +6,8 @@
 #
 #     scripts/fuzz.sh [--guarded] [seconds for each fuzzer, 60; 0 only replays the corpora] [fuzzer ...]
 #
-# The fuzzers run under AddressSanitizer and UndefinedBehaviorSanitizer. With --guarded they run without both, five to
-# seven times as fast: buffers lie beside pages that cannot be accessed.
+# The fuzzers run under AddressSanitizer and UndefinedBehaviorSanitizer. With --guarded they run without both, several
+# times as fast: buffers lie beside pages that cannot be accessed.
 set -euo pipefail
 source "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/common.sh"
 
