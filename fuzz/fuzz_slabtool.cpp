@@ -194,9 +194,9 @@ void checkSurfaceFile(const Bytes& file) {
 void checkTexts(const Bytes& bytes) {
     const auto isControl = [](char c) { return static_cast<uint8_t>(c) < 0x20; };
     const std::string text(bytes.begin(), bytes.end());
-    Json object;
-    addText(object, "text", text);
-    for (const std::string& shown : {jsonLine(object), printable(text)}) {
+    JsonObject object;
+    object.addText("text", text);
+    for (const std::string& shown : {object.text(), printable(text)}) {
         require(std::none_of(shown.begin(), shown.end(), isControl));
     }
     require(shellWord(text).size() >= text.size());

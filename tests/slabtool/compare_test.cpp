@@ -146,6 +146,19 @@ TEST_F(Compare, PairsTheFilesOfFolders) {
                {"compare", "old", "old/a.surface"});
 }
 
+TEST_F(Compare, NamesTheReasonIfASubfolderOfOneFolderCannotBeRead) {
+    namespace fs = std::filesystem;
+    fs::create_directories(path("old/b"));
+    fs::create_directories(path("new/b"));
+    fs::permissions(path(""), fs::perms::all);
+    fs::permissions(path("new/b"), fs::perms::none);
+    const ProgramOutcome outcome =
+        runProgram(PNGSLAB_SLABTOOL, {"compare", "old", "new"}, path(""), {.asNobody = true});
+    EXPECT_EQ(1, outcome.exitStatus);
+    EXPECT_EQ("b/: new/b/: cannot be opened: Permission denied\nequal 0, different 1\n",
+              outcome.output);
+}
+
 TEST_F(Compare, PrintsJson) {
     makeSurface("a.surface", png().gray(2, 1).pixels({1, 2}).bytes());
     makeSurface("b.surface", png().gray(2, 1).pixels({1, 3}).bytes());

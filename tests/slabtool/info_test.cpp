@@ -249,14 +249,13 @@ TEST(SurfaceHeaders, NeedPixelsAndALargeEnoughStride) {
 }
 
 TEST(JsonLine, KeepsTheBytesOfNamesThatAreNotUtf8) {
-    Json object;
-    addText(object, "plain", "a\"b\n\xC3\xA4");
-    addText(object, "truncated",
-            "a\xE4"
-            "b\xC3");
+    JsonObject object;
+    object.addText("plain", "a\"b\n\xC3\xA4");
+    object.addText("truncated", "a\xE4"
+                                "b\xC3");
     EXPECT_EQ("{\"plain\":\"a\\\"b\\n\xC3\xA4\",\"truncated\":\"a\xEF\xBF\xBD"
               "b\xEF\xBF\xBD\",\"truncated_hex\":\"61e462c3\"}",
-              jsonLine(object));
+              object.text());
 }
 
 } // namespace

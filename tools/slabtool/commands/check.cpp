@@ -20,22 +20,22 @@ void printText(const std::string& path, const Judgment& judgment) {
 
 void printJson(const std::string& path, const Judgment& judgment) {
     constexpr std::array kOutcomes = {"accepted", "accepted-with-loss", "rejected"};
-    Json object;
-    addText(object, "input", path);
-    object["outcome"] = kOutcomes[judgment.severity];
+    JsonObject object;
+    object.addText("input", path);
+    object.add("outcome", kOutcomes[judgment.severity]);
     if (judgment.reason) {
-        object["reason"] = toJson(*judgment.reason);
+        object.add("reason", *judgment.reason);
     } else {
-        object["surface"] = judgment.surface;
+        object.add("surface", judgment.surface);
     }
-    object["losses"] = toJson(judgment.losses);
+    object.add("losses", judgment.losses);
     if (!judgment.fix.empty()) {
-        addText(object, "fix", judgment.fix);
+        object.addText("fix", judgment.fix);
     }
     if (!judgment.note.empty()) {
-        object["note"] = judgment.note;
+        object.add("note", judgment.note);
     }
-    std::puts(jsonLine(object).c_str());
+    std::puts(object.text().c_str());
 }
 
 } // namespace

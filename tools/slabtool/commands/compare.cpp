@@ -110,10 +110,15 @@ struct Pair {
 };
 
 Comparison comparePair(const Pair& pair, const CompareRequest& request) {
-    if (pair.first.empty() || pair.second.empty()) {
+    const bool isUnreadable = pair.relativePath.ends_with('/'); // a folder
+    if (!isUnreadable && (pair.first.empty() || pair.second.empty())) {
         return {false, {"only in " + (pair.first.empty() ? request.second : request.first)}};
     }
     try {
+        if (isUnreadable) {
+            readPicture(pair.first.empty() ? pair.second
+                                           : pair.first); // rejects it with the reason
+        }
         return compareFiles(pair.first, pair.second);
     } catch (const Rejection& rejection) {
         return {false, {rejection.what()}};
@@ -139,15 +144,12 @@ std::vector<Pair> pairsOf(const CompareRequest& request) {
 }
 
 void printJson(const Pair& pair, const Comparison& comparison) {
-    Json object;
-    addText(object, "first", pair.first);
-    addText(object, "second", pair.second);
-    object["equal"] = comparison.isEqual;
-    object["words"] = Json::array();
-    for (const std::string& message : comparison.messages) {
-        object["words"].push_back(message);
-    }
-    std::puts(jsonLine(object).c_str());
+    JsonObject object;
+    object.addText("first", pair.first);
+    object.addText("second", pair.second);
+    object.add("equal", comparison.isEqual);
+    object.add("words", comparison.messages);
+    std::puts(object.text().c_str());
 }
 
 void printText(const Pair& pair, const Comparison& comparison) {

@@ -18,15 +18,15 @@ std::string outcomeOf(const ImageReport& image) {
 }
 
 void printJson(const ImageReport& image, std::FILE* stream) {
-    Json object;
-    addText(object, "input", image.input);
-    addText(object, "output", image.output);
-    object["outcome"] = outcomeOf(image);
+    JsonObject object;
+    object.addText("input", image.input);
+    object.addText("output", image.output);
+    object.add("outcome", outcomeOf(image));
     if (image.rejection) {
-        object["reason"] = toJson(*image.rejection);
+        object.add("reason", *image.rejection);
     }
-    object["losses"] = toJson(image.losses);
-    std::fprintf(stream, "%s\n", jsonLine(object).c_str());
+    object.add("losses", image.losses);
+    std::fprintf(stream, "%s\n", object.text().c_str());
 }
 
 void printLine(const ImageReport& image, std::FILE* stream) {

@@ -83,33 +83,33 @@ void printText(const Entry& entry) {
     }
 }
 
-void addHeader(Json& object, const SurfaceFacts& facts) {
+void addHeader(JsonObject& object, const SurfaceFacts& facts) {
     const SurfaceHeader& header = *facts.header;
-    object["rotation"] = header.rotation;
-    object["mode"] = header.mode;
-    object["modeName"] = colorModeName(header.mode);
-    object["bytesPerPixel"] = bytesPerPixel(header.colorMode());
-    object["width"] = header.width;
-    object["height"] = header.height;
-    object["stride"] = header.stride;
-    object["linePadding"] = rowPadding(header);
-    object["endPadding"] = endPadding(facts);
+    object.add("rotation", header.rotation);
+    object.add("mode", header.mode);
+    object.add("modeName", colorModeName(header.mode));
+    object.add("bytesPerPixel", bytesPerPixel(header.colorMode()));
+    object.add("width", header.width);
+    object.add("height", header.height);
+    object.add("stride", header.stride);
+    object.add("linePadding", rowPadding(header));
+    object.add("endPadding", endPadding(facts));
 }
 
 std::string jsonOf(const Entry& entry) {
     const std::vector<std::string> problems = problemsOf(entry);
-    Json object;
-    addText(object, "file", entry.path);
-    object["consistent"] = problems.empty();
+    JsonObject object;
+    object.addText("file", entry.path);
+    object.add("consistent", problems.empty());
     if (entry.facts) {
-        object["bytes"] = entry.facts->fileSize;
+        object.add("bytes", entry.facts->fileSize);
         if (entry.facts->header) {
             addHeader(object, *entry.facts);
         }
     }
-    object["problems"] = problems;
-    object["notes"] = toJson(notesOf(entry));
-    return jsonLine(object);
+    object.add("problems", problems);
+    object.add("notes", notesOf(entry));
+    return object.text();
 }
 
 // Prints the objects as the elements of one JSON array.

@@ -66,16 +66,17 @@ std::vector<std::string> linesOf(const Preparation& preparation) {
 }
 
 void printJson(const Job& job, const Preparation& preparation) {
-    Json object;
-    addText(object, "input", job.input);
-    addText(object, "output", job.output);
-    object["outcome"] = preparation.losses.empty() ? "prepared" : "prepared-with-loss";
+    JsonObject object;
+    object.addText("input", job.input);
+    object.addText("output", job.output);
     if (preparation.rejection) {
-        object["outcome"] = "rejected";
-        object["reason"] = toJson(*preparation.rejection);
+        object.add("outcome", "rejected");
+        object.add("reason", *preparation.rejection);
+    } else {
+        object.add("outcome", preparation.losses.empty() ? "prepared" : "prepared-with-loss");
     }
-    object["losses"] = toJson(preparation.losses);
-    std::puts(jsonLine(object).c_str());
+    object.add("losses", preparation.losses);
+    std::puts(object.text().c_str());
 }
 
 // A run into a folder. It lives on the heap, because threads may still use it when run() returns after a signal.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <csetjmp>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <png.h>
@@ -32,10 +33,27 @@ struct Transfer {
     bool keepsRows = true; // false: each row overwrites the previous one
     Bytes* output = nullptr;
     char message[128] = "";
+    bool isOutOfMemory =
+        false; // an allocation has failed since the last call of readBytes or writeBytes
 };
+
+// An error after a failed allocation is not the fault of the file.
+[[noreturn]] void throwError(const Transfer& transfer) {
+    if (transfer.isOutOfMemory) {
+        throw std::bad_alloc();
+    }
+    throw Rejection(transfer.message);
+}
+
+png_voidp allocate(png_structp png, png_alloc_size_t size) {
+    void* const memory = std::malloc(size);
+    static_cast<Transfer*>(png_get_mem_ptr(png))->isOutOfMemory |= memory == nullptr;
+    return memory;
+}
 
 void readBytes(png_structp png, png_bytep target, size_t count) {
     auto& transfer = *static_cast<Transfer*>(png_get_io_ptr(png));
+    transfer.isOutOfMemory = false; // libpng goes on without a text or a profile
     if (count > transfer.input.size() - transfer.position) {
         png_error(png, "the file ends too early");
     }
@@ -44,14 +62,14 @@ void readBytes(png_structp png, png_bytep target, size_t count) {
 }
 
 void writeBytes(png_structp png, png_bytep bytes, size_t count) {
-    Bytes& output = *static_cast<Transfer*>(png_get_io_ptr(png))->output;
-    bool fits = true;
+    auto& transfer = *static_cast<Transfer*>(png_get_io_ptr(png));
+    transfer.isOutOfMemory = false;
     try {
-        output.insert(output.end(), bytes, bytes + count);
+        transfer.output->insert(transfer.output->end(), bytes, bytes + count);
     } catch (const std::bad_alloc&) {
-        fits = false; // an exception must not pass through libpng
+        transfer.isOutOfMemory = true; // an exception must not pass through libpng
     }
-    if (!fits) {
+    if (transfer.isOutOfMemory) {
         png_error(png, "not enough memory");
     }
 }
@@ -67,14 +85,14 @@ void flushNothing(png_structp) {}
 
 void ignoreWarning(png_structp, png_const_charp) {}
 
-// The two libpng records for reading or writing a file. They are null if the allocation failed. No test covers that:
-// a memory limit that is low enough stops the program before main().
+// The two libpng records for reading or writing a file. They are null if the allocation failed.
 struct Reader {
     png_structp png;
     png_infop info;
 
     explicit Reader(Transfer& transfer)
-        : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &transfer, jumpToCaller, ignoreWarning))
+        : png(png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &transfer, jumpToCaller,
+                                       ignoreWarning, &transfer, allocate, nullptr))
         , info(png_create_info_struct(png)) {}
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
@@ -86,8 +104,8 @@ struct Writer {
     png_infop info;
 
     explicit Writer(Transfer& transfer)
-        : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &transfer, jumpToCaller,
-                                      ignoreWarning))
+        : png(png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &transfer, jumpToCaller,
+                                        ignoreWarning, &transfer, allocate, nullptr))
         , info(png_create_info_struct(png)) {}
     Writer(const Writer&) = delete;
     Writer& operator=(const Writer&) = delete;
@@ -207,7 +225,7 @@ PngImage decode(Transfer& transfer, const PngChanges& changes) {
     }
     PngImage image = {};
     if (!tryDecode(reader.png, reader.info, transfer, changes, image)) {
-        throw Rejection(transfer.message);
+        throwError(transfer);
     }
     return image;
 }
@@ -306,7 +324,7 @@ Bytes encodePng(const PngImage& image, const PngEffort& effort) {
         throw std::bad_alloc();
     }
     if (!tryEncode(writer.png, writer.info, transfer, image, effort)) {
-        throw Rejection(transfer.message);
+        throwError(transfer);
     }
     return file;
 }

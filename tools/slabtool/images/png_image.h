@@ -36,10 +36,10 @@ struct PngChanges {
 };
 
 /// Reads any PNG file as 8 bits per sample: lower bit depths are widened, 16 bits are narrowed. Indices are kept, a
-/// suggested palette is dropped. @throws Rejection with libpng's reason
+/// suggested palette is dropped. @throws Rejection with libpng's reason; std::bad_alloc
 PngImage decodePng(ByteView file, const PngChanges& changes = {});
 
-/// Decodes a file like decodePng, with the memory of one row. @throws Rejection if decodePng would
+/// Decodes a file like decodePng, with the memory of one row. @throws like decodePng
 void testPng(ByteView file);
 
 /// Encoder settings.
@@ -54,5 +54,5 @@ extern const std::array<PngEffort, 4> kEfforts;
 /// No compression.
 extern const PngEffort kStored;
 
-/// Writes an image as a PNG file without optional chunks. @throws Rejection with libpng's reason
+/// Writes an image as a PNG file without optional chunks. @throws Rejection with libpng's reason; std::bad_alloc
 Bytes encodePng(const PngImage& image, const PngEffort& effort);

@@ -9,8 +9,10 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 #include <optional>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -141,7 +143,11 @@ void writeFile(const std::string& path, ByteView bytes) {
         old.type() == std::filesystem::file_type::not_found) {
         // A link to a file is kept, and its target is replaced. canonical() fails if the file is new or its folders
         // are not searchable; then `path` itself is written.
-        const std::filesystem::path canonical = std::filesystem::canonical(path, ignored);
+        std::error_code error;
+        const std::filesystem::path canonical = std::filesystem::canonical(path, error);
+        if (error == std::errc::not_enough_memory) {
+            throw std::bad_alloc(); // otherwise a link would be replaced
+        }
         const std::filesystem::path target =
             canonical.empty() ? std::filesystem::path(path) : canonical;
         PartialFile partial(target.parent_path(), PartialFile::Writer::Command);

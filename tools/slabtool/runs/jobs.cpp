@@ -38,6 +38,7 @@ struct Shared {
     size_t next = 0;               // the first job that is not started
     size_t working = 0;            // number of workers
     std::vector<std::pair<size_t, JobFailure>> finished;
+    std::exception_ptr end; // why a worker has ended: there was no memory for the result of a job
 };
 
 JobFailure attempt(const std::function<void(size_t)>& work, size_t job) {
@@ -62,15 +63,30 @@ void blockStopSignals() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
+void runOne(Shared& shared, size_t job) {
+    JobFailure failure = attempt(shared.work, job);
+    const std::lock_guard lock(shared.mutex);
+    shared.finished.emplace_back(job, std::move(failure));
+}
+
+// An exception must not leave the thread, which would end the process.
 void runWorker(Shared& shared) {
     blockStopSignals();
     std::unique_lock lock(shared.mutex);
     while (shared.next < shared.count && !stopRequested()) {
         const size_t job = shared.next++;
         lock.unlock();
-        JobFailure failure = attempt(shared.work, job);
+        std::exception_ptr end;
+        try {
+            runOne(shared, job);
+        } catch (...) {
+            end = std::current_exception();
+        }
         lock.lock();
-        shared.finished.emplace_back(job, std::move(failure));
+        if (end) {
+            shared.end = end;
+            shared.next = shared.count; // no further jobs
+        }
     }
     --shared.working;
     shared.ended.notify_one();
@@ -110,7 +126,7 @@ private:
         try {
             mThreads.emplace_back([shared = mShared] { runWorker(*shared); });
             ++mShared->working;
-        } catch (const std::system_error&) {
+        } catch (const std::exception&) { // no memory, or too many threads
             if (mThreads.empty()) { // fewer threads than requested are enough, but one is needed
                 throw;
             }
@@ -137,17 +153,22 @@ bool runJobs(size_t count, unsigned threads, const JobCalls& calls) {
     Clock::time_point deadline = Clock::time_point::max();
     for (;;) {
         std::vector<std::pair<size_t, JobFailure>> finished;
+        std::exception_ptr end;
         bool isOver = false;
         size_t latest = 0;
         {
             std::unique_lock lock(shared->mutex);
             shared->ended.wait_for(lock, kReportPeriod, [&] { return shared->working == 0; });
             finished.swap(shared->finished);
+            end = shared->end;
             isOver = shared->working == 0;
             latest = std::max<size_t>(shared->next, 1) - 1;
         }
         for (const auto& [job, failure] : finished) {
             calls.done(job, failure);
+        }
+        if (end) {
+            std::rethrow_exception(end);
         }
         if (isOver) {
             return true;

@@ -26,6 +26,7 @@ unsigned defaultJobs();
 /// `threads` images are in memory.
 ///
 /// After a stop signal (see stop_signals.h) no further job starts, and running jobs have half a second to end.
+/// @throws std::bad_alloc if there is no memory for the result of a job
 /// @return true if all threads have ended. If false, threads still use the objects that `calls` refers to: the caller
 /// must print its summary and call std::_Exit.
 bool runJobs(size_t count, unsigned threads, const JobCalls& calls);

@@ -1,7 +1,9 @@
-// The JSON library replaces bytes that are not UTF-8.
+// The JSON library escapes texts, and replaces bytes that are not UTF-8.
 #include "tools/slabtool/runs/json_line.h"
 
 #include "tools/slabtool/utf8.h"
+
+#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -17,25 +19,30 @@ std::string hexOf(const std::string& text) {
 
 } // namespace
 
-void addText(Json& object, const std::string& name, const std::string& text) {
-    object[name] = text;
+void JsonObject::addText(const std::string& name, const std::string& text) {
+    addJson(name, jsonOf(text));
     if (!isUtf8(text)) {
-        object[name + "_hex"] = hexOf(text);
+        addJson(name + "_hex", jsonOf(hexOf(text)));
     }
 }
 
-Json toJson(const Finding& finding) {
-    return {{"code", finding.code}, {"words", finding.text}};
+void JsonObject::addJson(const std::string& name, const std::string& json) {
+    mText += mText.size() == 1 ? "" : ",";
+    mText += jsonOf(name) + ":" + json;
 }
 
-Json toJson(const std::vector<Finding>& findings) {
-    Json list = Json::array();
-    for (const Finding& finding : findings) {
-        list.push_back(toJson(finding));
-    }
-    return list;
+std::string jsonOf(const std::string& text) {
+    using Json = nlohmann::json;
+    return Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-std::string jsonLine(const Json& object) {
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+std::string jsonOf(std::nullptr_t) {
+    return "null";
+}
+
+std::string jsonOf(const Finding& finding) {
+    JsonObject object;
+    object.add("code", finding.code);
+    object.add("words", finding.text);
+    return object.text();
 }

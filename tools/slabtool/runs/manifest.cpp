@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -22,29 +23,31 @@ constexpr const char* kBroken =
 
 // ---- Writing
 
-Json toJson(const ManifestEntry& entry) {
-    Json object;
-    addText(object, "name", entry.name);
-    addText(object, "file", entry.file);
-    object["mode"] = entry.mode;
-    object["width"] = entry.width;
-    object["height"] = entry.height;
-    object["stride"] = entry.stride;
-    object["rotation"] = entry.rotation;
-    object["bytes"] = entry.bytes;
-    object["palette"] = nullptr;
+std::string jsonOf(const ManifestEntry& entry) {
+    JsonObject source;
+    source.addText("path", entry.source.path);
+    source.add("size", entry.source.size);
+    source.add("time", entry.source.time);
+    source.add("hash", entry.source.hash);
+    JsonObject object;
+    object.addText("name", entry.name);
+    object.addText("file", entry.file);
+    object.add("mode", entry.mode);
+    object.add("width", entry.width);
+    object.add("height", entry.height);
+    object.add("stride", entry.stride);
+    object.add("rotation", entry.rotation);
+    object.add("bytes", entry.bytes);
     if (entry.palette) {
-        addText(object, "palette", *entry.palette);
+        object.addText("palette", *entry.palette);
+    } else {
+        object.add("palette", nullptr);
     }
-    Json& source = object["source"];
-    addText(source, "path", entry.source.path);
-    source["size"] = entry.source.size;
-    source["time"] = entry.source.time;
-    source["hash"] = entry.source.hash;
-    object["verdict"] = entry.verdict;
-    object["options"] = entry.options;
-    object["tool"] = entry.tool;
-    return object;
+    object.add("source", source);
+    object.add("verdict", entry.verdict);
+    object.add("options", entry.options);
+    object.add("tool", entry.tool);
+    return object.text();
 }
 
 // ---- Reading. Throws a Rejection for invalid content; the caller adds the file's name.
@@ -81,6 +84,7 @@ void checkPath(const std::string& path, const char* suffix) {
     }
 }
 
+using Json = nlohmann::json;
 using Entries = std::map<std::string, ManifestEntry>;
 
 // Receives the members of the entries from the parser.
@@ -358,7 +362,7 @@ std::string Manifest::text() const {
     std::string text = "{\n\"format\": " + std::to_string(kFormat) + ",\n\"surfaces\": [";
     const char* separator = "\n";
     for (const auto& [file, entry] : mEntries) {
-        text += separator + jsonLine(toJson(entry));
+        text += separator + jsonOf(entry);
         separator = ",\n";
     }
     return text + "\n]\n}\n";

@@ -63,7 +63,7 @@ public:
 
     const std::map<std::string, ManifestEntry>& entries() const { return mEntries; }
 
-    /// JSON with one line for each entry. See addText for text that is not UTF-8.
+    /// JSON with one line for each entry. See JsonObject::addText for text that is not UTF-8.
     std::string text() const;
 
 private:

@@ -106,14 +106,14 @@ OutputFolder::OutputFolder(const std::string& path) {
 }
 
 void OutputFolder::lock() {
-    const fs::path path = mRoot / kLockName;
+    mLockPath = mRoot / kLockName;
     for (;;) {
-        const LockFile file = openLock(path);
+        const LockFile file = openLock(mLockPath);
         if (file.descriptor < 0) {
             continue;
         }
         acquireLock(file.descriptor);
-        if (isStillAt(path, file.descriptor)) {
+        if (isStillAt(mLockPath, file.descriptor)) {
             mLock = file.descriptor;
             if (file.existed) {
                 removePartialFiles();
@@ -150,8 +150,12 @@ void OutputFolder::remove(const std::string& relativePath) {
     const fs::path path = mRoot / relativePath;
     std::error_code error;
     const fs::path parent = fs::canonical(path.parent_path(), error);
-    if (error) {
+    if (error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory) {
         return; // without the folder there is no file
+    }
+    if (error) {
+        errno = error.value();
+        rejectWithErrno("cannot be removed");
     }
     requireInside(parent);
     if (unlink((parent / path.filename()).c_str()) != 0 && errno != ENOENT) {
@@ -167,7 +171,7 @@ void OutputFolder::close() {
     if (mWriting > 0) {
         removePartialFiles();
     }
-    unlink((mRoot / kLockName).c_str());
+    unlink(mLockPath.c_str());
     ::close(mLock);
     mLock = -1;
 }

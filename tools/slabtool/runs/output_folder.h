@@ -35,10 +35,11 @@ private:
     void lock();
     void removePartialFiles() const;
 
-    std::filesystem::path mRoot; // without links
-    std::mutex mMutex;           // guards the rest
-    int mLock = -1;              // the lock file's descriptor; -1 once closed
-    size_t mWriting = 0;         // number of temporary files
+    std::filesystem::path mRoot;     // without links
+    std::filesystem::path mLockPath; // a member, because a destructor must not allocate
+    std::mutex mMutex;               // guards the rest
+    int mLock = -1;                  // the lock file's descriptor; -1 once closed
+    size_t mWriting = 0;             // number of temporary files
     std::map<std::filesystem::path, std::filesystem::path>
         mFolders; // relative path -> path without links
 };
