@@ -38,14 +38,14 @@ TEST(GuardedMemory, TakesReturnedMemoryAgain) {
 }
 
 TEST(GuardedMemoryDeathTest, DetectsAnAccessBehindTheBuffer) {
-    for (const size_t size : {1, 2, 4, 299, 4096, 4097}) {
+    for (const size_t size : {1U, 2U, 4U, 299U, 4096U, 4097U}) {
         const GuardedBytes buffer(size);
         EXPECT_DEATH(byteAt(buffer.data(), static_cast<ptrdiff_t>(size)), "") << size;
     }
 }
 
 TEST(GuardedMemoryDeathTest, DetectsAnAccessBeforeABufferOfEveryThirdSize) {
-    for (const size_t size : {3, 300, 4095}) {
+    for (const size_t size : {3U, 300U, 4095U}) {
         const GuardedBytes buffer(size);
         EXPECT_DEATH(byteAt(buffer.data(), -1), "") << size;
     }
