@@ -9,18 +9,20 @@ Faults before main() are left out: there GLib and CLI11 end the process by a sig
 
 import json
 import os
-import pty
 import re
 import shutil
 import signal
 import struct
 import subprocess
+import sys
 import tempfile
 import time
-import tty
 import unittest
 import zlib
 from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent.parent / "support"))
+from pseudo_terminal import PseudoTerminal
 
 SLABTOOL = os.environ["PNGSLAB_SLABTOOL"]
 PNGSLAB = os.environ["PNGSLAB_PROGRAM"]
@@ -145,27 +147,11 @@ class Program:
                                  capture_output=True, timeout=60, check=False)
             status, output, errors = run.returncode, run.stdout, run.stderr
         else:
-            status, output, errors = self.run_in_terminal(words, environment)
+            status, output, errors = PseudoTerminal().run(words, cwd=self.folder, env=environment)
         if status == 125:
             raise RuntimeError(errors)  # of fail_system_call
         counts = COUNT.unpack(self.count_path.read_bytes())
         return Run(status, output, errors, *(counts[:2] if kind in ALLOCATIONS else counts[2:]))
-
-    def run_in_terminal(self, words, environment):
-        master, slave = pty.openpty()
-        tty.setraw(slave)
-        run = subprocess.Popen(words, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=slave,
-                               stderr=subprocess.PIPE)
-        os.close(slave)
-        output = b""
-        try:
-            while data := os.read(master, 65536):
-                output += data
-        except OSError:  # the program has ended
-            pass
-        os.close(master)
-        errors = run.communicate(timeout=60)[1]
-        return run.returncode, output, errors
 
 
 class Faults(unittest.TestCase):

@@ -2,19 +2,19 @@
 the PNG that view writes."""
 
 import base64
-import fcntl
 import os
-import pty
 import random
 import re
 import struct
 import subprocess
+import sys
 import tempfile
-import termios
-import tty
 import unittest
 import zlib
 from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent.parent / "support"))
+from pseudo_terminal import PseudoTerminal
 
 SLABTOOL = os.environ["PNGSLAB_SLABTOOL"]
 ESCAPE = b"\x1b"
@@ -27,31 +27,9 @@ CHANNELS = {0: 1, 2: 3, 4: 2, 6: 4}
 CLEAR = None  # shows the background of the terminal
 
 
-class Terminal:
-    """A pseudo-terminal. 0 as size is that of a terminal that does not tell its size."""
-
-    def __init__(self, columns=80, rows=24, pixels=(0, 0)):
-        self.master, self.slave = pty.openpty()
-        tty.setraw(self.slave)  # line feeds are passed on unchanged
-        fcntl.ioctl(self.slave, termios.TIOCSWINSZ, struct.pack("4H", rows, columns, *pixels))
-
-    def start(self, *words, env, cwd, stdin=subprocess.DEVNULL):
-        surroundings = {name: value for name, value in os.environ.items() if name not in TERMINAL_VARIABLES}
-        run = subprocess.Popen([SLABTOOL, *words], stdin=stdin, stdout=self.slave, stderr=subprocess.PIPE,
-                               cwd=cwd, env={**surroundings, **env})
-        os.close(self.slave)
-        return run
-
-    def read(self):
-        """Everything that the program writes until it ends."""
-        shown = b""
-        try:
-            while data := os.read(self.master, 65536):
-                shown += data
-        except OSError:  # the program has ended
-            pass
-        os.close(self.master)
-        return shown
+def surroundings(env):
+    """The variables of this process, with those of another terminal."""
+    return {name: value for name, value in os.environ.items() if name not in TERMINAL_VARIABLES} | env
 
 
 class TerminalView(unittest.TestCase):
@@ -73,11 +51,9 @@ class TerminalView(unittest.TestCase):
 
     def view(self, *words, env=HALF_BLOCKS, status=0, errors="", stdin=subprocess.DEVNULL, **size):
         """What `slabtool view` writes to a terminal."""
-        terminal = Terminal(**size)
-        run = terminal.start("view", *words, env=env, cwd=self.folder, stdin=stdin)
-        shown = terminal.read()
-        messages = run.communicate(timeout=60)[1].decode()
-        self.assertEqual((status, errors), (run.returncode, messages))
+        result, shown, messages = PseudoTerminal(**size).run([SLABTOOL, "view", *words], env=surroundings(env),
+                                                             cwd=self.folder, stdin=stdin)
+        self.assertEqual((status, errors), (result, messages.decode()))
         return shown
 
     def expected(self, *words, zoom=1, size=None, check_side=2):
@@ -246,10 +222,10 @@ class TerminalView(unittest.TestCase):
 
     def test_a_closed_terminal_is_reported(self):
         self.make_surface(300, 300)
-        terminal = Terminal(columns=300, rows=200)
-        run = terminal.start("view", "a.surface", env=HALF_BLOCKS, cwd=self.folder)
+        terminal = PseudoTerminal(columns=300, rows=200)
+        run = terminal.start([SLABTOOL, "view", "a.surface"], env=surroundings(HALF_BLOCKS), cwd=self.folder)
         os.read(terminal.master, 1)
-        os.close(terminal.master)
+        terminal.close()
         errors = run.communicate(timeout=60)[1].decode()
         self.assertEqual((1, "slabtool: standard output: Input/output error\n"), (run.returncode, errors))
 
