@@ -15,16 +15,15 @@ import sys
 import zipfile
 import zlib
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from png_chunks import chunk, png_file
+
 TYPES = {"gray": (0, 1), "rgb": (2, 3), "palette": (3, 1), "gray-alpha": (4, 2), "rgba": (6, 4)}
 SIZES = ((1, 1), (2, 3), (5, 7), (16, 16), (19, 12), (45, 21), (1, 130), (131, 3))
 ANY_FILTER = (0, 1, 2, 3, 4)
 SIGNATURE = b"\x89PNG\r\n\x1a\n"
 # Damaged headers may declare any size. Larger surfaces need memory that some machines lack.
 MAX_PIXELS = 1 << 20
-
-
-def chunk(name, data, checksum_error=0):
-    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data) ^ checksum_error)
 
 
 def samples(kind, width, height):
@@ -43,11 +42,10 @@ def stream(rows, filters, level=9, strategy=zlib.Z_DEFAULT_STRATEGY):
 
 
 def png(kind, width, height, compressed, before=b"", pieces=1, depth=8, interlace=0, checksum_error=0):
-    header = struct.pack(">2I5B", width, height, depth, TYPES[kind][0], 0, 0, interlace)
     colors = chunk(b"PLTE", random.Random("palette").randbytes(768)) if kind == "palette" else b""
     cuts = [len(compressed) * i // pieces for i in range(pieces + 1)]
-    data = b"".join(chunk(b"IDAT", compressed[a:b], checksum_error) for a, b in zip(cuts, cuts[1:]))
-    return SIGNATURE + chunk(b"IHDR", header) + colors + before + data + chunk(b"IEND", b"")
+    data = [chunk(b"IDAT", compressed[a:b], checksum_error) for a, b in zip(cuts, cuts[1:])]
+    return png_file(width, height, TYPES[kind][0], colors, before, *data, depth=depth, interlace=interlace)
 
 
 def images_of(kind):

@@ -1,25 +1,20 @@
 """check_corpus with folders of single images: each rejection of an image that libpng reads has a reason."""
 
 import os
-import struct
 import subprocess
 import tempfile
 import unittest
 import zlib
 from pathlib import Path
 
+from png_chunks import chunk, png_file
+
 STORED = 0  # the level of zlib that makes stored blocks
-
-
-def chunk(name, data, checksum_error=0):
-    checksum = zlib.crc32(name + data) ^ checksum_error
-    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", checksum)
 
 
 def image(*chunks, depth=8, interlace=0):
     """A PNG of 2 x 2 gray pixels with these chunks between the header and the end."""
-    header = struct.pack(">2I5B", 2, 2, depth, 0, 0, 0, interlace)
-    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + b"".join(chunks) + chunk(b"IEND", b"")
+    return png_file(2, 2, 0, *chunks, depth=depth, interlace=interlace)
 
 
 PIXELS = zlib.compress(bytes(6), STORED)

@@ -3,12 +3,13 @@
 import os
 import random
 import re
-import struct
 import subprocess
 import tempfile
 import unittest
 import zlib
 from pathlib import Path
+
+from png_chunks import chunk, png_file
 
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 PAGE = (TREE / "docs/slabtool.md").read_text()
@@ -18,14 +19,8 @@ STORED = 0  # zlib's level for stored blocks
 GRAY, RGB = 0, 2
 
 
-def chunk(name, data):
-    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
-
-
 def image(width, height, depth, color_type, image_data):
-    header = struct.pack(">2I5B", width, height, depth, color_type, 0, 0, 0)
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", image_data) +
-            chunk(b"IEND", b""))
+    return png_file(width, height, color_type, chunk(b"IDAT", image_data), depth=depth)
 
 
 def fixed(rows):

@@ -2,13 +2,12 @@
 
 import re
 import struct
-import sys
 import tempfile
 import unittest
 import zlib
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parent.parent / "support"))
+from png_chunks import chunk, png_file
 from surface_readers import READERS, TREE, convert, read_with_both, run, surface_bytes
 
 PAGE = (TREE / "docs/surface-file.md").read_text()
@@ -23,10 +22,6 @@ MAX_DISTANCE = {"RGB565": {"red": 4, "green": 2, "blue": 4},
 
 def section(title):
     return re.split(r"^#", PAGE.split("## " + title + "\n", 1)[1], flags=re.MULTILINE)[0]
-
-
-def chunk(name, data):
-    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
 
 
 class InScratchFolder(unittest.TestCase):
@@ -80,10 +75,7 @@ class Example(InScratchFolder):
     def test_has_the_bytes_that_the_converter_writes(self):
         rows = b"\0" + bytes([255, 0, 0, 0, 255, 0, 0, 0, 255]) + \
             b"\0" + bytes([255, 255, 255, 0, 0, 0, 16, 32, 48])
-        image = b"\x89PNG\r\n\x1a\n" + \
-            chunk(b"IHDR", struct.pack(">IIBBBBB", 3, 2, 8, 2, 0, 0, 0)) + \
-            chunk(b"IDAT", zlib.compress(rows, 0)) + chunk(b"IEND", b"")
-        (self.folder / "image.png").write_bytes(image)
+        (self.folder / "image.png").write_bytes(png_file(3, 2, 2, chunk(b"IDAT", zlib.compress(rows, 0))))
         dumps = re.findall(r"```\n(0{8}: .*?)```", section("An example"), re.DOTALL)
         self.assertEqual(2, len(dumps))
         for dump, options in zip(dumps, ((), ("--rotation", 90))):

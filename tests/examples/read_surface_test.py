@@ -3,13 +3,12 @@ header with the same message."""
 
 import os
 import struct
-import sys
 import tempfile
 import unittest
 import zlib
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parent.parent / "support"))
+from png_chunks import chunk, png_file
 from surface_readers import READERS, all_pixels, convert, read_with_both, run, surface_bytes
 
 GRAY, RGB, INDEXED, GRAY_ALPHA, RGBA = 0, 2, 3, 4, 6
@@ -17,17 +16,11 @@ CHANNELS = {GRAY: 1, RGB: 3, INDEXED: 1, GRAY_ALPHA: 2, RGBA: 4}
 ARGB8888, RGB888, RGB565, ARGB1555, ARGB4444, I8, AI88, A8 = 0, 1, 2, 3, 4, 5, 7, 9
 
 
-def chunk(name, data):
-    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
-
-
 def png(color_type, width, height, samples, *further):
     """A PNG file without compression, so that the converter accepts images of any size."""
     row_bytes = width * CHANNELS[color_type]
     rows = b"".join(b"\0" + samples[y * row_bytes:(y + 1) * row_bytes] for y in range(height))
-    header = struct.pack(">IIBBBBB", width, height, 8, color_type, 0, 0, 0)
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + b"".join(further) +
-            chunk(b"IDAT", zlib.compress(rows, 0)) + chunk(b"IEND", b""))
+    return png_file(width, height, color_type, *further, chunk(b"IDAT", zlib.compress(rows, 0)))
 
 
 def rgb_text(samples):

@@ -2,13 +2,14 @@
 
 import os
 import shutil
-import struct
 import subprocess
 import tempfile
 import time
 import unittest
 import zlib
 from pathlib import Path
+
+from png_chunks import chunk, png_file
 
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 BUILD = Path(os.environ["PNGSLAB_BUILD_DIR"])
@@ -32,15 +33,9 @@ find_package(Quillory REQUIRED)
 """
 
 
-def chunk(name, data):
-    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
-
-
 def indexed_image(red, green, blue):
     """One pixel, and a palette of one entry."""
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">2I5B", 1, 1, 8, 3, 0, 0, 0)) +
-            chunk(b"PLTE", bytes([red, green, blue])) + chunk(b"IDAT", zlib.compress(bytes(2), 0)) +
-            chunk(b"IEND", b""))
+    return png_file(1, 1, 3, chunk(b"PLTE", bytes([red, green, blue])), chunk(b"IDAT", zlib.compress(bytes(2), 0)))
 
 
 def run(*command):

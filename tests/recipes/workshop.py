@@ -5,13 +5,14 @@ import os
 import re
 import shutil
 import signal
-import struct
 import subprocess
 import tempfile
 import time
 import unittest
 import zlib
 from pathlib import Path
+
+from png_chunks import chunk, png_file
 
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 PROGRAM = os.environ["PNGSLAB_PROGRAM"]
@@ -34,11 +35,7 @@ def make_png(seed, width=7, height=5, **compression):
     rows = b"".join(b"\0" + bytes((seed * 31 + x * y) % 256 for x in range(width * 3))
                      for y in range(height))
     deflate = zlib.compressobj(**(compression or {"level": 0}))
-    chunks = [(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)),
-              (b"IDAT", deflate.compress(rows) + deflate.flush()), (b"IEND", b"")]
-    return b"\x89PNG\r\n\x1a\n" + b"".join(
-        struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-        for kind, data in chunks)
+    return png_file(width, height, 2, chunk(b"IDAT", deflate.compress(rows) + deflate.flush()))
 
 
 REJECTED = make_png(1, strategy=zlib.Z_FIXED)

@@ -9,8 +9,11 @@ import struct
 import subprocess
 import tempfile
 import unittest
+import zlib
 from html.parser import HTMLParser
 from pathlib import Path
+
+from png_chunks import chunk, png_file
 
 TREE = Path(os.environ["PNGSLAB_SOURCE_DIR"])
 SLABTOOL = os.environ["PNGSLAB_SLABTOOL"]
@@ -239,14 +242,8 @@ class Gallery(unittest.TestCase):
 
 
 def png(width, height, color_type, rows, depth=8, palette=None):
-    import zlib
-
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    content = chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, depth, color_type, 0, 0, 0))
-    content += chunk(b"PLTE", palette) if palette else b""
-    return b"\x89PNG\r\n\x1a\n" + content + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b"")
+    colors = [chunk(b"PLTE", palette)] if palette else []
+    return png_file(width, height, color_type, *colors, chunk(b"IDAT", zlib.compress(rows)), depth=depth)
 
 
 if __name__ == "__main__":

@@ -3,12 +3,13 @@ import os
 import pathlib
 import re
 import signal
-import struct
 import subprocess
 import tempfile
 import time
 import unittest
 import zlib
+
+from png_chunks import chunk, png_file
 
 SLABTOOL = os.environ["PNGSLAB_SLABTOOL"]
 IMAGES = 150
@@ -18,12 +19,7 @@ SIDE = 800
 def png(side, level=9):
     """A grayscale image with a pattern."""
     rows = b"".join(b"\0" + bytes((x * y >> 4) & 255 for x in range(side)) for y in range(side))
-
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", side, side, 8, 0, 0, 0, 0)) +
-            chunk(b"IDAT", zlib.compress(rows, level)) + chunk(b"IEND", b""))
+    return png_file(side, side, 0, chunk(b"IDAT", zlib.compress(rows, level)))
 
 
 def wait_until(condition):

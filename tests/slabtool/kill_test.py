@@ -2,12 +2,13 @@
 import os
 import pathlib
 import random
-import struct
 import subprocess
 import tempfile
 import time
 import unittest
 import zlib
+
+from png_chunks import chunk, png_file
 
 SLABTOOL = os.environ["PNGSLAB_SLABTOOL"]
 ROUNDS = 200
@@ -19,13 +20,7 @@ def png(seed):
     """An RGB image of noise."""
     noise = random.Random(seed)
     rows = b"".join(b"\0" + noise.randbytes(3 * SIDE) for _ in range(SIDE))
-
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    header = struct.pack(">IIBBBBB", SIDE, SIDE, 8, 2, 0, 0, 0)
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows, 0)) +
-            chunk(b"IEND", b""))
+    return png_file(SIDE, SIDE, 2, chunk(b"IDAT", zlib.compress(rows, 0)))
 
 
 class Kill(unittest.TestCase):

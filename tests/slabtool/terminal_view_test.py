@@ -7,13 +7,12 @@ import random
 import re
 import struct
 import subprocess
-import sys
 import tempfile
 import unittest
 import zlib
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).parent.parent / "support"))
+from png_chunks import chunk, png_file
 from pseudo_terminal import PseudoTerminal
 
 SLABTOOL = os.environ["PNGSLAB_SLABTOOL"]
@@ -233,11 +232,8 @@ class TerminalView(unittest.TestCase):
 # ---- Pictures as rows of pixels
 
 def png(width, height, color_type, rows, palette=b""):
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, color_type, 0, 0, 0)) +
-            (chunk(b"PLTE", palette) if palette else b"") + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
+    colors = [chunk(b"PLTE", palette)] if palette else []
+    return png_file(width, height, color_type, *colors, chunk(b"IDAT", zlib.compress(rows)))
 
 
 def unfiltered(kind, row, above, step):
