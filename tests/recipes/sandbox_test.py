@@ -4,15 +4,18 @@ import os
 import shutil
 import signal
 import socket
-import struct
 import subprocess
 import sys
 import unittest
 import zlib
 
-from workshop import PROGRAM, REJECTED, Workshop, make_png, section
+from png_chunks import chunk, png_file
+from workshop import PROGRAM, REJECTED, TREE, Workshop, make_png, section
 
-SIGNATURE = b"\x89PNG\r\n\x1a\n"
+sys.path.append(str(TREE / "bench"))
+from hostile_inputs import dynamic_empty_block, packed
+
+SLOW = 100_000_000  # bytes; they take several times the limit of a second
 PROBE = """#!/usr/bin/bash
 # Stands for slabtool: reports what it can see.
 ls -A / /images >/surfaces/seen
@@ -23,19 +26,15 @@ true
 """
 
 
-def chunk(kind, data):
-    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-
-def image(width, height, *data):
+def image(width, height, data):
     """A gray image with any compressed data."""
-    header = struct.pack(">IIBBBBB", width, height, 8, 0, 0, 0, 0)
-    return SIGNATURE + chunk(b"IHDR", header) + b"".join(chunk(b"IDAT", part) for part in data) + chunk(b"IEND", b"")
+    return png_file(width, height, 0, chunk(b"IDAT", data))
 
 
 def empty_blocks(size):
-    """A stream of stored blocks without bytes: the decoder works and never gets a pixel."""
-    return b"\x78\x01" + b"\0\0\0\xff\xff" * (size // 5)
+    """A stream of dynamic blocks without bytes: the decoder makes tables and never gets a pixel."""
+    eight_blocks = packed(dynamic_empty_block(1) * 8)
+    return b"\x78\x01" + eight_blocks * (size // len(eight_blocks))
 
 
 def can_make_sandboxes():
@@ -82,12 +81,12 @@ class Sandbox(Workshop):
         self.assert_keeps_old_surface("cannot decode PNG file")
 
     def test_of_one_image_ends_when_memory_is_exhausted(self):
-        self.add_image("a.png", image(30000, 60000, empty_blocks(50))) # 1.8 GB of pixels
+        self.add_image("a.png", image(30000, 60000, empty_blocks(1000))) # 1.8 GB of pixels
         self.assert_keeps_old_surface("stopped at a limit")
 
     def test_of_one_image_ends_when_time_is_exhausted(self):
         self.limit("sandbox-one.sh", "ulimit -t 10 ", "ulimit -t 1 ")
-        self.add_image("a.png", image(9, 9, empty_blocks(2_000_000_000 // 5)))
+        self.add_image("a.png", image(9, 9, empty_blocks(SLOW)))
         self.assert_keeps_old_surface("stopped at a limit")
 
     def test_of_one_image_ends_when_the_surface_is_too_large(self):
@@ -97,7 +96,7 @@ class Sandbox(Workshop):
 
     def test_of_folders_converts_good_images_beside_hostile_ones(self):
         self.add_images(["a.png"])
-        self.add_image("many-pixels.png", image(30000, 60000, empty_blocks(50)))
+        self.add_image("many-pixels.png", image(30000, 60000, empty_blocks(1000)))
         self.add_image("bomb.png", image(4000, 4001, zlib.compress(bytes(300_000_000), 9)))
         done = self.run_command("./sandbox-folder.sh images surfaces")
         self.assertEqual(1, done.returncode, done.stderr)
@@ -106,7 +105,7 @@ class Sandbox(Workshop):
 
     def test_of_folders_ends_when_time_is_exhausted(self):
         self.limit("sandbox-folder.sh", "ulimit -t 60 ", "ulimit -t 1 ")
-        self.add_image("slow.png", image(9, 9, empty_blocks(400_000_000)))
+        self.add_image("slow.png", image(9, 9, empty_blocks(SLOW)))
         done = self.run_command("./sandbox-folder.sh images surfaces")
         self.assertIn(done.returncode, (128 + signal.SIGKILL, 128 + signal.SIGXCPU))
         self.assertEqual([], list(self.folder.glob("surfaces/*.surface")))
