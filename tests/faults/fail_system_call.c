@@ -115,6 +115,9 @@ static void at_system_call(pid_t thread, struct fault* fault, struct fault_count
     struct user_regs_struct registers;
     if (ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof info, &info) <= 0 ||
         ptrace(PTRACE_GETREGS, thread, NULL, &registers) != 0) {
+        if (errno != ESRCH) {
+            fail("ptrace");
+        }
         return; // the thread was ended meanwhile
     }
     if (info.op == PTRACE_SYSCALL_INFO_ENTRY && is_of_kind(fault->kind, &info) &&
