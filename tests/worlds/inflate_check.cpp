@@ -1,7 +1,6 @@
 // The comparison of one stream.
 #include "tests/worlds/inflate_check.h"
 
-#include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/streams.h"
 #include "tests/support/deflate_oracle.h"
 
@@ -20,9 +19,7 @@ struct outcome_t {
     size_t written, bits_used;
 };
 
-using decoder_t = int32_t (*)(inflate_t* inflate, bitstream_t* stream);
-
-outcome_t run(decoder_t decoder, std::span<const uint8_t> raw, output_t& output) {
+outcome_t run(inflate_entry_t decoder, std::span<const uint8_t> raw, output_t& output) {
     inflate_t state{};
     inflate_process(&state, nullptr);
     state.out = output.data();
@@ -52,12 +49,7 @@ testing::AssertionResult inflates_as_reference(std::span<const uint8_t> raw) {
     output_t expected_output;
     const reference_result_t reference = reference_inflate(raw, expected_output);
     const outcome_t expected{reference.result, reference.written, reference.bits_used};
-    constexpr struct {
-        const char* name;
-        decoder_t decoder;
-    } kDecoders[] = {{"inflate_process", inflate_process},
-                     {"the state machine alone", inflate_detail::process_states_only}};
-    for (const auto& [name, decoder] : kDecoders) {
+    for (const auto& [name, decoder] : kInflateDecoders) {
         output_t output;
         const outcome_t got = run(decoder, raw, output);
         if (got.result != expected.result || got.written != expected.written ||

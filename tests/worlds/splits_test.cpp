@@ -1,17 +1,16 @@
 // Splits: the pieces of a DEFLATE stream and the IDAT chunks of a PNG, split at every position, at every two and at every
 // three positions. The result must be that of the unsplit input, as the reference decoder and the row model give it.
-#include "inflate/src/internal/inflate_steps.h"
 #include "inflate/src/streams.h"
 #include "tests/support/deflate_maker.h"
 #include "tests/support/deflate_reference.h"
 #include "tests/support/each_backend.h"
 #include "tests/support/fenced_surface.h"
-#include "tests/support/inflate_entry.h"
 #include "tests/support/inflate_session.h"
 #include "tests/support/png_maker.h"
 #include "tests/support/png_model.h"
 #include "tests/support/png_runs.h"
 #include "tests/support/same_bytes.h"
+#include "tests/worlds/inflate_check.h"
 #include "tests/worlds/world.h"
 
 #include <gtest/gtest.h>
@@ -151,15 +150,9 @@ testing::AssertionResult is_decoded_in_pieces(const byte_vector& raw, size_t roo
     return same_bytes(expected.content, session.content()) << ", " << words(splits);
 }
 
-constexpr struct {
-    const char* name;
-    inflate_entry_t decoder;
-} kDecoders[] = {{"inflate_process", inflate_process},
-                 {"the state machine alone", inflate_detail::process_states_only}};
-
 void expect_as_unsplit(World& world, const byte_vector& raw, size_t room, const splits_t& splits,
                        const expected_t& expected) {
-    for (const auto& [name, decoder] : kDecoders) {
+    for (const auto& [name, decoder] : kInflateDecoders) {
         const with_decoder with(decoder);
         ASSERT_TRUE(is_decoded_in_pieces(raw, room, splits, expected)) << name;
         world.count();
