@@ -2,10 +2,11 @@
 # Builds the fuzzers in the way that public fuzzing services do: with their compiler, flags and engine, and with all that
 # belongs to a fuzzer beside it. docs/fuzzing.md describes the result and how to try it.
 #
-#     CC=clang CXX=clang++ CXXFLAGS="-O1 -fsanitize=address,fuzzer-no-link" LIB_FUZZING_ENGINE=-fsanitize=fuzzer \
+#     CXX=clang++ CXXFLAGS="-O1 -fsanitize=address,fuzzer-no-link" LIB_FUZZING_ENGINE=-fsanitize=fuzzer \
 #         OUT=/path/of/the/result fuzz/build.sh
 #
-# WORK is the build folder; build/fuzz-service without it. The programs need no shared library but those of the C and
+# Services also set CC and CFLAGS; the fuzzers have no source in C. WORK is the build folder; build/fuzz-service without
+# it. The programs need no shared library but those of the C and
 # C++ languages, because the machines of a service that run them have no others.
 set -euo pipefail
 
@@ -14,7 +15,7 @@ if [ "${1:-}" = --help ] || [ "${1:-}" = -h ]; then
     sed -n '2,/^[^#]/ s/^# \{0,1\}//p' "$0"
     exit 0
 fi
-for name in CC CXX CXXFLAGS LIB_FUZZING_ENGINE OUT; do
+for name in CXX CXXFLAGS LIB_FUZZING_ENGINE OUT; do
     if [ -z "${!name:-}" ]; then
         echo "build.sh: the variable $name is missing; --help explains the script" >&2
         exit 1

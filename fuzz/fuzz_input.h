@@ -36,19 +36,15 @@ public:
     bool flag() { return (take<uint8_t>() & 1) != 0; }
 
     /// Up to `count` of the next bytes, in a buffer of exactly their size.
-    template <typename Bytes = GuardedBytes>
-    Bytes takeBytes(size_t count) {
+    GuardedBytes takeBytes(size_t count) {
         const size_t taken = mSize < count ? mSize : count;
-        Bytes bytes(mData, mData + taken);
+        GuardedBytes bytes(mData, mData + taken);
         mData += taken;
         mSize -= taken;
         return bytes;
     }
 
-    template <typename Bytes = GuardedBytes>
-    Bytes rest() {
-        return takeBytes<Bytes>(mSize);
-    }
+    GuardedBytes rest() { return takeBytes(mSize); }
 
 private:
     const uint8_t* mData;

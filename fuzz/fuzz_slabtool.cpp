@@ -173,7 +173,7 @@ void checkPixels(const SurfacePicture& picture, const quillory_surface& surface)
     }
 }
 
-void checkSurfaceFile(const Bytes& file) {
+void checkSurfaceFile(ByteView file) {
     const SurfaceFacts facts = inspectSurface(file, file.size());
     for (const auto* problems : {&facts.faults, &facts.oddities}) {
         require(std::find(problems->begin(), problems->end(), "") == problems->end());
@@ -182,7 +182,7 @@ void checkSurfaceFile(const Bytes& file) {
     const quillory_verdict verdict = quillory_surface_open(&surface, file.data(), file.size());
     bool isRejected = false;
     try {
-        checkPixels(SurfacePicture(file), surface);
+        checkPixels(SurfacePicture(Bytes(file.begin(), file.end())), surface);
     } catch (const Rejection&) {
         isRejected = true;
     }
@@ -191,7 +191,7 @@ void checkSurfaceFile(const Bytes& file) {
 }
 
 // A path can have any bytes.
-void checkTexts(const Bytes& bytes) {
+void checkTexts(ByteView bytes) {
     const auto isControl = [](char c) { return static_cast<uint8_t>(c) < 0x20; };
     const std::string text(bytes.begin(), bytes.end());
     JsonObject object;
@@ -352,9 +352,12 @@ void checkSamples(FuzzInput& input) {
     const PackedMode& mode = kPackedModes[input.below(kPackedModes.size())];
     const auto dither = static_cast<Dither>(input.below(3));
     const uint32_t width = 1 + input.below(40);
-    const Bytes bytes = input.rest<Bytes>();
-    Picture picture = {
-        width, static_cast<uint32_t>(bytes.size() / 4 / width), Samples::Kind::Rgba, bytes, {}};
+    const GuardedBytes bytes = input.rest();
+    Picture picture = {width,
+                       static_cast<uint32_t>(bytes.size() / 4 / width),
+                       Samples::Kind::Rgba,
+                       Bytes(bytes.begin(), bytes.end()),
+                       {}};
     if (picture.height == 0) {
         return;
     }
@@ -391,11 +394,13 @@ void checkIdentifier(const std::string& identifier) {
 }
 
 // With any file names, sources have only ASCII, complete strings, and all bytes.
-void checkEmbedding(const Bytes& bytes) {
+void checkEmbedding(ByteView bytes) {
     const std::string name(bytes.begin(), bytes.end());
     checkIdentifier(identifierIn(name));
     const EmbeddedSet set = {
-        "set", "set", {{name, name, "set_a_surface", bytes.size(), 0, 1, 1, bytes}}};
+        "set",
+        "set",
+        {{name, name, "set_a_surface", bytes.size(), 0, 1, 1, Bytes(bytes.begin(), bytes.end())}}};
     for (const std::string& text : {embedHeader(set), embedIndex(set), embedArraysAndIndex(set),
                                     embedArraysInAssembly(set)}) {
         require(std::all_of(text.begin(), text.end(),
@@ -432,10 +437,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     }
     if ((decisions & (kIsSurface | kIsConverted)) == kIsConverted) {
         const ConversionRequest request = takeRequest(input);
-        checkConversion(input.rest<Bytes>(), request);
+        checkConversion(input.rest(), request);
         return 0;
     }
-    const Bytes file = input.rest<Bytes>();
+    const GuardedBytes file = input.rest();
     if ((decisions & kIsSurface) != 0) {
         checkSurfaceFile(file);
         checkTexts(file);

@@ -65,7 +65,8 @@ class Scripts(unittest.TestCase):
     def test_unknown_arguments_are_rejected_before_anything_happens(self):
         self.fake("apt-get", "exit 1")
         self.fake("cmake", "exit 1")
-        for script in ("lint", "package", "test", "test-package", "test-valgrind", "test-worlds"):
+        for script in ("lint", "package", "test", "test-fuzz-service", "test-package", "test-reproducible",
+                       "test-valgrind", "test-worlds"):
             with self.subTest(script=script):
                 result = self.run_script(TREE / f"scripts/{script}.sh", "--frobnicate")
                 self.assertEqual((1, ""), (result.returncode, result.stdout))
