@@ -17,8 +17,8 @@ if(NOT PNGSLAB_SANITIZE AND NOT WIN32 AND NOT EMSCRIPTEN)
   list(APPEND pngslab_hardening "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
 endif()
 
-# pngslab_harden([FAST] target ...): FAST leaves out the stack protector, for libraries of the decoder. It costs pngslab
-# 1 to 3 % (docs/performance.md). The other checks cost at most 0.4 %.
+# pngslab_harden([FAST] target ...): FAST leaves out the stack protector, for libraries of the decoder. There it costs
+# 1 to 3 % (SECURITY.md). The other checks cost at most 0.4 %.
 function(pngslab_harden)
   cmake_parse_arguments(PARSE_ARGV 0 arg FAST "" "")
   set(flags ${pngslab_hardening})
