@@ -216,9 +216,11 @@ protected:
                   "schema, manifest = (json.load(open(name)) for name in sys.argv[1:])\n"
                   "jsonschema.Draft7Validator.check_schema(schema)\n"
                   "sys.exit(0 if jsonschema.Draft7Validator(schema).is_valid(manifest) else 3)\n");
-        const ProgramOutcome outcome = runInShell("python3 validate.py '" PNGSLAB_SOURCE_DIR
-                                                  "/docs/surfaces.schema.json' surfaces.json",
-                                                  "python3", PNGSLAB_PYTHON, path(""));
+        // Python needs no emulator, even if the programs under test do.
+        const ProgramOutcome outcome =
+            runInShell("'" PNGSLAB_PYTHON "' validate.py '" PNGSLAB_SOURCE_DIR
+                       "/docs/surfaces.schema.json' surfaces.json",
+                       "slabtool", PNGSLAB_SLABTOOL, path(""));
         if (outcome.exitStatus == kMissing) {
             return std::nullopt;
         }
