@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 #include <png.h>
+#include <utility>
 #include <zlib.h>
 
 namespace {
@@ -21,6 +22,15 @@ constexpr uint64_t kMaxFilteredBytes = 0xFFFFFFFF;
 // libpng keeps one of them (the limit minus 2).
 constexpr uint32_t kChunkCache = 3;
 
+constexpr size_t kNoLimit = SIZE_MAX;
+
+// Bytes of one allocation while libpng reads chunks. libpng allocates as many bytes as a chunk declares, even if the file
+// has fewer. A chunk that fits the file needs less than this: a suggested palette takes 10 bytes for 6 in the file.
+size_t chunkAllocation(size_t fileSize) {
+    constexpr size_t kUnpacked = 1 << 24;
+    return 2 * fileSize + kUnpacked;
+}
+
 uint64_t filteredBytes(const PngImage& image) {
     return uint64_t{image.rowBytes() + 1} * image.height;
 }
@@ -33,6 +43,7 @@ struct Transfer {
     bool keepsRows = true; // false: each row overwrites the previous one
     Bytes* output = nullptr;
     char message[128] = "";
+    size_t maxAllocation = kNoLimit;
     bool isOutOfMemory =
         false; // an allocation has failed since the last call of readBytes or writeBytes
 };
@@ -45,9 +56,15 @@ struct Transfer {
     throw Rejection(transfer.message);
 }
 
+constexpr const char* kTruncated = "the file ends too early";
+
 png_voidp allocate(png_structp png, png_alloc_size_t size) {
+    auto& transfer = *static_cast<Transfer*>(png_get_mem_ptr(png));
+    if (size > transfer.maxAllocation) {
+        png_error(png, kTruncated);
+    }
     void* const memory = std::malloc(size);
-    static_cast<Transfer*>(png_get_mem_ptr(png))->isOutOfMemory |= memory == nullptr;
+    transfer.isOutOfMemory |= memory == nullptr;
     return memory;
 }
 
@@ -55,7 +72,7 @@ void readBytes(png_structp png, png_bytep target, size_t count) {
     auto& transfer = *static_cast<Transfer*>(png_get_io_ptr(png));
     transfer.isOutOfMemory = false; // libpng goes on without a text or a profile
     if (count > transfer.input.size() - transfer.position) {
-        png_error(png, "the file ends too early");
+        png_error(png, kTruncated);
     }
     std::memcpy(target, transfer.input.data() + transfer.position, count);
     transfer.position += count;
@@ -182,9 +199,11 @@ void requestEightBits(png_structp png, png_infop info) {
     }
 }
 
-void readRows(png_structp png, png_infop info, const Transfer& transfer, PngImage& image) {
+void readRows(png_structp png, png_infop info, Transfer& transfer, PngImage& image) {
     const int passes = png_set_interlace_handling(png);
-    png_read_update_info(png, info);
+    const size_t maxAllocation = std::exchange(transfer.maxAllocation, kNoLimit);
+    png_read_update_info(png, info); // allocates rows
+    transfer.maxAllocation = maxAllocation;
     image.colorType = png_get_color_type(png, info); // after the requested conversions
     if (filteredBytes(image) > kMaxFilteredBytes) {
         png_error(png, "the image needs more than 4 GiB");
@@ -207,6 +226,7 @@ bool tryDecode(png_structp png, png_infop info, Transfer& transfer, const PngCha
     png_set_read_fn(png, &transfer, readBytes);
     png_set_user_limits(png, kMaxSide, kMaxSide);
     png_set_chunk_cache_max(png, kChunkCache);
+    transfer.maxAllocation = chunkAllocation(transfer.input.size());
     png_read_info(png, info);
     checkDeclaredSize(png, info, transfer);
     image.width = png_get_image_width(png, info);
