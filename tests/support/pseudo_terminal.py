@@ -15,7 +15,7 @@ END = b"\0the program has ended\0"
 
 
 class PseudoTerminal:
-    """Records what one program writes. 0 as size is that of a terminal that does not tell its size."""
+    """Records what one program writes. A size of 0 stands for a terminal that does not tell its size."""
 
     def __init__(self, columns=80, rows=24, pixels=(0, 0)):
         self.master, self.slave = pty.openpty()

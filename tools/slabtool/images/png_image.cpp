@@ -25,7 +25,8 @@ constexpr uint32_t kChunkCache = 3;
 constexpr size_t kNoLimit = SIZE_MAX;
 
 // Bytes of one allocation while libpng reads chunks. libpng allocates as many bytes as a chunk declares, even if the file
-// has fewer. A chunk that fits the file needs less than this: a suggested palette takes 10 bytes for 6 in the file.
+// has fewer. A chunk that fits the file needs less than this: a suggested palette takes 10 bytes for 6 in the file, and
+// libpng unpacks at most 8 MB.
 size_t chunkAllocation(size_t fileSize) {
     constexpr size_t kUnpacked = 1 << 24;
     return 2 * fileSize + kUnpacked;
