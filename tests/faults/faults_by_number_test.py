@@ -2,7 +2,7 @@
 run must not crash. It either does everything, or says what failed. Every file is the complete old one or the complete
 new one.
 
-PNGSLAB_FAULT_STRIDE is the distance of the numbers of allocations. 1 tests every n, in ten minutes.
+PNGSLAB_FAULT_STRIDE is the distance of the numbers of allocations. 1 tests every n, in three minutes on a quiet machine.
 PNGSLAB_FAULT_TABLE=1 prints the number of faults in each command.
 
 Faults before main() are left out: there GLib and CLI11 end the process by a signal."""
